@@ -1,0 +1,65 @@
+#include "kernels/desaturate.h"
+
+#include "kernels/color_model.h"
+#include "kernels/unaligned.h"
+
+namespace {
+
+[[gnu::always_inline]] inline std::uint32_t GreyWord(std::uint32_t grey, std::uint32_t word) {
+    grey = std::min(grey, word >> 24);
+    return (word & 0xFF000000) | grey << 16 | grey << 8 | grey;
+}
+
+KWCLONES void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        p[i] = GreyWord(KwMean8(p[i] >> 16 & 255, p[i] >> 8 & 255, p[i] & 255), p[i]);
+}
+
+KWCLONES void MeanRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const float a = p[i * 4 + 3], mean = KwMeanF(p[i * 4 + 2], p[i * 4 + 1], p[i * 4]);
+        const float grey = mean > a ? a : mean;
+        p[i * 4] = grey;
+        p[i * 4 + 1] = grey;
+        p[i * 4 + 2] = grey;
+    }
+}
+
+/// Without saturation all three colours are the luminance itself, whatever the hue.
+KWCLONES void LuminanceRow8(tAnyWord* p, std::ptrdiff_t count) {
+    constexpr double kUnit = 0.00392156862745098;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::int32_t r = p[i] >> 16 & 255, g = p[i] >> 8 & 255, b = p[i] & 255;
+        const double luminance = (std::max({r, g, b}) * kUnit + std::min({r, g, b}) * kUnit) * 0.5;
+        p[i] = GreyWord(static_cast<std::uint32_t>(static_cast<std::int32_t>(luminance * 255.0)), p[i]);
+    }
+}
+
+void LuminanceRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i, p += 4) {
+        tPixelF pixel{p[0], p[1], p[2], p[3]};
+        tHSLADOUBLE hsl;
+        KwFloatPixelToHsl(hsl, pixel);
+        hsl.saturation = 0.0;
+        KwHslToFloatPixel(pixel, hsl);
+        p[0] = pixel.b > pixel.a ? pixel.a : pixel.b;
+        p[1] = pixel.g > pixel.a ? pixel.a : pixel.g;
+        p[2] = pixel.r > pixel.a ? pixel.a : pixel.r;
+    }
+}
+
+} // namespace
+
+HRESULT KwDibDesaturate(const tView& view, LONG bytesPerPixel, bool luminance) {
+    tRows rows;
+    if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
+    const auto row8 = luminance ? LuminanceRow8 : MeanRow8;
+    const auto rowFloat = luminance ? LuminanceRowFloat : MeanRowFloat;
+    for (LONG y = 0; y < rows.height; ++y) {
+        if (bytesPerPixel == 4)
+            row8(KwWordRow(rows, y), rows.width);
+        else
+            rowFloat(KwFloatRow(rows, y), rows.width);
+    }
+    return S_OK;
+}

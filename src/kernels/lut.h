@@ -1,0 +1,32 @@
+// Transfer tables: mapping channels through them, and building the two that contrast needs.
+#pragma once
+
+#include "kernels/view.h"
+
+/// Maps blue, green and red through one table, and alpha too with `mapAlpha`. With `limitToAlpha` each colour result
+/// is limited to alpha, the mapped one with `mapAlpha`. A null table gives 0x80004003.
+///
+/// 4-byte form: `table` is 256 bytes, whatever `tableIs8Bit`. 16-byte form: the index is the exact value * 255,
+/// truncated, into 256 bytes, or value * 65535 into 65,536 words of 16 bits; the entry is scaled back as a float. An
+/// index outside the table takes its nearest end, not-a-number its first entry.
+HRESULT KwDibApplyLut(const tView& view, LONG bytesPerPixel, const void* table, bool tableIs8Bit, bool mapAlpha,
+                      bool limitToAlpha);
+
+/// The same with a table for each channel and without a limit. A null table leaves its channel alone.
+HRESULT KwDibApplyLuts(const tView& view, LONG bytesPerPixel, const void* red, const void* green, const void* blue,
+                       const void* alpha, bool tableIs8Bit);
+
+/// Adds `amount` (1.0 being full scale) to the colours. 4-byte form: truncate(`amount` * 255) is added, and the colour
+/// limited to 0 to alpha; alpha stays. 16-byte form: alpha gets `amount` as well and is limited to 0 to 1, then each
+/// colour to 0 to that alpha.
+HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount);
+
+/// Fills a table that maps `low` up to but not including `high` to full scale: 0 below, full scale from `high` on. The
+/// table is 256 bytes for 4-byte pixels, else 65,536 words of 16 bits. `high` below `low` counts as `low`. A bound
+/// above the count of entries is refused: false, and the table all zero; false for a null table.
+bool KwBuildStretchTable(void* table, LONG low, LONG high, LONG bytesPerPixel);
+
+/// Fills a table that maps full scale to the range from `low` towards `high`, which may be the lower. Tables and
+/// refusals as in `KwBuildStretchTable`. The slope has 14 fractional bits and is truncated; entries that do not fit
+/// keep their low bits.
+bool KwBuildCompressTable(void* table, LONG low, LONG high, LONG bytesPerPixel);

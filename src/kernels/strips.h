@@ -1,0 +1,31 @@
+// Several per-pixel steps over one picture, a few rows at a time, so that each step finds the rows of the step before
+// in the processor's cache: one walk through memory in place of several.
+#pragma once
+
+#include "kernels/view.h"
+
+/// Calls `body(output, input)` with views clipped to successive strips of rows, from the top, until a call fails.
+/// The result is that of one call with the whole views as long as every step in `body` looks at each pixel alone.
+/// Clips of different sizes, and clips that leave their frames, get that one call.
+template <class Body>
+HRESULT KwForStrips(const tView& output, const tView& input, LONG bytesPerPixel, Body&& body) {
+    constexpr std::int64_t kStripBytes = 64 * 1024;
+    if (!output.frame || !input.frame) return body(output, input);
+    const RECT outRect = output.clip ? *output.clip : *output.frame;
+    const RECT inRect = input.clip ? *input.clip : *input.frame;
+    const std::int64_t width = KwWidth(outRect), height = KwHeight(outRect);
+    if (KwIsEmpty(outRect) || width != KwWidth(inRect) || height != KwHeight(inRect) ||
+        KwIntersect(outRect, *output.frame) != outRect || KwIntersect(inRect, *input.frame) != inRect)
+        return body(output, input);
+
+    const std::int64_t rows = std::max<std::int64_t>(1, kStripBytes / (width * KwPixelSize(bytesPerPixel)));
+    for (std::int64_t y = 0; y < height; y += rows) {
+        const LONG from = static_cast<LONG>(y), to = static_cast<LONG>(std::min(y + rows, height));
+        const RECT outStrip{outRect.left, outRect.top + from, outRect.right, outRect.top + to};
+        const RECT inStrip{inRect.left, inRect.top + from, inRect.right, inRect.top + to};
+        const HRESULT status = body(tView{output.bits, output.frame, output.stride, &outStrip},
+                                    tView{input.bits, input.frame, input.stride, &inStrip});
+        if (FAILED(status)) return status;
+    }
+    return S_OK;
+}

@@ -1,0 +1,214 @@
+#include "kernels/blend.h"
+
+#include "kernels/picture.h"
+
+namespace {
+
+TEST(Blend, FollowsTheRuleForAllBytesAndAmounts) {
+    for (const double amount : {0.0, 0.001, 0.25, 0.5, 0.999, 1.0, 1.5, -0.1}) {
+        CTestPicture d(256, 64, 4), s(256, 64, 4);
+        for (int i = 0; i < 65536; ++i) {
+            d.At(0, i / 1024)[i % 1024] = static_cast<std::uint8_t>(i & 255);
+            s.At(0, i / 1024)[i % 1024] = static_cast<std::uint8_t>(i >> 8);
+        }
+        ASSERT_EQ(S_OK, KwDibBlend(d.View(), s.View(), 4, amount));
+        const int a = static_cast<int>(amount * 255.0 + 0.5) & 255;
+        for (int i = 0; i < 65536; ++i) {
+            const int was = i & 255, to = i >> 8;
+            ASSERT_EQ((was + (to - was) * a / 256) & 255, d.At(0, i / 1024)[i % 1024]) << was << " to " << to;
+        }
+    }
+}
+
+TEST(Blend, StopsShortOfTheSourceAtFullAmount) {
+    CTestPicture d(1, 1, 4), s(1, 1, 4);
+    s.Pixel8(0, 0) = {255, 255, 255, 255};
+    ASSERT_EQ(S_OK, KwDibBlend(d.View(), s.View(), 4, 1.0));
+    EXPECT_EQ(254, d.Pixel8(0, 0).b);
+}
+
+TEST(Blend, FloatsTakeTheAmountAsAFloat) {
+    CTestPicture d(7, 3, 16), s(7, 3, 16);
+    d.Fill(1, true);
+    s.Fill(2, true);
+    CTestPicture expected = d;
+    for (LONG y = 0; y < 3; ++y)
+        for (LONG i = 0; i < 7 * 4; ++i) {
+            float& value = (&expected.PixelF(0, y).b)[i];
+            value += ((&s.PixelF(0, y).b)[i] - value) * 0.3f;
+        }
+    ASSERT_EQ(S_OK, KwDibBlend(d.View(), s.View(), 16, 0.3));
+    ExpectSame(d, expected);
+}
+
+/// Two pictures that pair every destination byte with every source byte, alpha sweeping along.
+void FillPairs(CTestPicture& d, CTestPicture& s, unsigned seed) {
+    std::minstd_rand random(seed + 1);
+    for (LONG y = 0; y < 256; ++y)
+        for (LONG x = 0; x < 256; ++x) {
+            const auto byte = [](auto v) { return static_cast<std::uint8_t>(v); };
+            d.Pixel8(x, y) = {byte(x), byte(y), byte(random()), byte(random())};
+            s.Pixel8(x, y) = {byte(y), byte(x), byte(random()), byte(x + y * 7)};
+        }
+}
+
+TEST(BlendSrcAlpha, MovesAllChannelsBySourceAlpha) {
+    CTestPicture d(256, 256, 4), s(256, 256, 4);
+    FillPairs(d, s, 1);
+    CTestPicture expected = d;
+    for (LONG y = 0; y < 256; ++y)
+        for (LONG x = 0; x < 256; ++x)
+            for (int c = 0; c < 4; ++c) {
+                const int was = d.At(x, y)[c], to = s.At(x, y)[c];
+                expected.At(x, y)[c] = static_cast<std::uint8_t>(was + (to - was) * s.At(x, y)[3] / 256);
+            }
+    ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), s.View(), 4));
+    ExpectSame(d, expected);
+}
+
+TEST(BlendSrcAlpha, SamePictureAndLongRows) {
+    CTestPicture d(1000, 2, 4);
+    d.Fill(1, true);
+    CTestPicture expected = d;
+    ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), d.View(), 4));
+    ExpectSame(d, expected);
+}
+
+TEST(BlendSrcAlpha, MatteIsTakenOutOfTheSource) {
+    struct {
+        double rgb[3];
+        int bytes[3];
+    } const mattes[] = {{{0, 0, 0}, {0, 0, 0}},
+                        {{1, 1, 1}, {255, 255, 255}},
+                        {{0.5, 0.25, 0.999}, {127, 63, 254}},
+                        {{-1, 1e300, static_cast<double>(NAN)}, {0, 255, 0}}};
+    for (const auto& m : mattes) {
+        CTestPicture d(256, 256, 4), s(256, 256, 4);
+        FillPairs(d, s, 2);
+        CTestPicture expected = d;
+        for (LONG y = 0; y < 256; ++y)
+            for (LONG x = 0; x < 256; ++x)
+                for (int c = 0; c < 3; ++c) {
+                    const int was = d.At(x, y)[c], to = s.At(x, y)[c], matte = m.bytes[2 - c];
+                    const int value = (matte - was) * s.At(x, y)[3] / 256 + to - matte + was;
+                    expected.At(x, y)[c] = static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+                }
+        ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), s.View(), 4, m.rgb));
+        ExpectSame(d, expected);
+    }
+}
+
+TEST(BlendSrcAlpha, FloatForms) {
+    const double matte[3] = {0.9, 0.3, 0.1};
+    for (const bool matted : {false, true}) {
+        CTestPicture d(53, 3, 16), s(53, 3, 16);
+        d.Fill(1, true);
+        s.Fill(2, true);
+        CTestPicture expected = d;
+        for (LONG y = 0; y < 3; ++y)
+            for (LONG x = 0; x < 53; ++x)
+                for (int c = 0; c < (matted ? 3 : 4); ++c) {
+                    float& v = (&expected.PixelF(x, y).b)[c];
+                    const float to = (&s.PixelF(x, y).b)[c], a = s.PixelF(x, y).a;
+                    const float m = static_cast<float>(matte[2 - std::min(c, 2)]);
+                    v = matted ? std::clamp((m - v) * a + to - m + v, 0.0f, 1.0f) : v + (to - v) * a;
+                }
+        ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), s.View(), 16, matted ? matte : nullptr));
+        ExpectSame(d, expected);
+    }
+}
+
+TEST(AddScaled, ChecksInOrder) {
+    CTestPicture p(4, 4, 4), q(4, 4, 4);
+    p.Fill(1);
+    q.Fill(2);
+    CTestPicture expected = p;
+    const RECT small{0, 0, 2, 2};
+    const tView none{nullptr, nullptr, 0, nullptr}, noBits{nullptr, &small, 8, nullptr};
+    EXPECT_EQ(E_POINTER, KwDibAddScaled(none, none, 4, 1, 7, 0, 0));
+    EXPECT_EQ(E_POINTER, KwDibAddScaled(noBits, q.View(), 4, 1, 7, 0, 0));
+    EXPECT_EQ(E_NOTIMPL, KwDibAddScaled(p.View(), none, 4, 1, 7, 0, 0));
+    EXPECT_EQ(E_POINTER, KwDibAddScaled(p.View(), none, 4, 1, 2, 0, 0));
+    EXPECT_EQ(E_POINTER, KwDibAddScaled(p.View(), noBits, 4, 1, 3, 0, 0));
+    EXPECT_EQ(E_INVALIDARG, KwDibAddScaled(p.View(), q.View(&small), 4, 1, 2, 0, 0));
+    EXPECT_EQ(E_NOTIMPL, KwDibAddScaled(p.View(), q.View(), 4, 1, 2, 0, 0));
+    ExpectSame(p, expected);
+}
+
+/// A sample at a position in 1/16384, by the definition, for any position.
+int Sample8(CTestPicture& s, std::int64_t px, std::int64_t py, int c) {
+    px = std::clamp<std::int64_t>(px, 0, (s.Width() - 1) * 16384);
+    py = std::clamp<std::int64_t>(py, 0, (s.Height() - 1) * 16384);
+    const int fx = static_cast<int>(px % 16384), fy = static_cast<int>(py % 16384);
+    const auto at = [&](int dx, int dy) {
+        return static_cast<int>(s.At(std::min(static_cast<LONG>(px / 16384) + dx, s.Width() - 1),
+                                     std::min(static_cast<LONG>(py / 16384) + dy, s.Height() - 1))[c]);
+    };
+    return (fx * fy / 16384 * at(1, 1) + (16384 - fx) * fy / 16384 * at(0, 1) + (16384 - fy) * fx / 16384 * at(1, 0) +
+            (16384 - fy) * (16384 - fx) / 16384 * at(0, 0)) >>
+           14;
+}
+
+TEST(AddScaled, AddsASampleForEveryPixel) {
+    struct {
+        double x, y;
+    } const offsets[] = {{0, 0}, {0.5, 0}, {0.25, 0.75}, {-0.5, -3.3}, {2, 1}, {1000, -1000}, {1e-9, 0}};
+    for (const auto& o : offsets)
+        for (const double amount : {0.0, 0.3, 1.0, 7.0, -1.0, static_cast<double>(NAN)}) {
+            CTestPicture d(67, 5, 4), s(67, 5, 4);
+            d.Fill(3, true);
+            s.Fill(4, true);
+            CTestPicture expected = d;
+            const int scale = static_cast<int>((amount > 0 ? std::min(amount, 1.0) : 0.0) * 16384);
+            for (LONG y = 0; y < 5; ++y)
+                for (LONG x = 0; x < 67; ++x)
+                    for (int c = 0; c < 4; ++c) {
+                        const int value = Sample8(s, static_cast<int>(o.x * 16384) + x * 16384,
+                                                  static_cast<int>(o.y * 16384) + y * 16384, c);
+                        expected.At(x, y)[c] =
+                            static_cast<std::uint8_t>(std::min(d.At(x, y)[c] + (value * scale >> 14), 255));
+                    }
+            ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), 4, amount, 3, o.x, o.y));
+            ExpectSame(d, expected);
+        }
+}
+
+TEST(AddScaled, ScaleIsExactForEveryByteAndAmount) {
+    CTestPicture s(256, 1, 4);
+    for (LONG x = 0; x < 256; ++x) s.Pixel8(x, 0).g = static_cast<std::uint8_t>(x);
+    for (int amount = 0; amount <= 16384; amount += amount < 300 || amount > 16000 ? 1 : 13) {
+        CTestPicture d(256, 1, 4);
+        ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), 4, amount / 16384.0, 3, 0, 0));
+        for (LONG x = 0; x < 256; ++x) ASSERT_EQ(x * amount >> 14, d.Pixel8(x, 0).g);
+    }
+}
+
+TEST(AddScaled, FloatsAreLimitedToFullScale) {
+    CTestPicture d(3, 1, 16), s(3, 1, 16);
+    d.PixelF(0, 0) = {0.5f, 0.75f, -1.0f, 1.0f};
+    s.PixelF(0, 0) = {0.5f, 0.75f, 0.5f, 1.0f};
+    s.PixelF(1, 0) = {1.0f, 0.0f, 0.0f, 0.0f};
+    CTestPicture half = d;
+    ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), 16, 0.5, 3, 0, 0));
+    EXPECT_EQ(0.75f, d.PixelF(0, 0).b);
+    EXPECT_EQ(1.0f, d.PixelF(0, 0).g);
+    EXPECT_EQ(0.0f, d.PixelF(0, 0).r);
+    EXPECT_EQ(0.5f, d.PixelF(1, 0).b);
+    ASSERT_EQ(S_OK, KwDibAddScaled(half.View(), s.View(), 16, 1.0, 3, 0.5, 0));
+    EXPECT_EQ(1.0f, half.PixelF(0, 0).b); // 0.5 + (0.5 + 1) / 2
+    EXPECT_EQ(0.5f, half.PixelF(1, 0).b);
+    EXPECT_EQ(0.0f, half.PixelF(2, 0).b); // past the last column
+}
+
+TEST(AddScaled, WildOffsetsStayInside) {
+    const double wild[] = {NAN, INFINITY, -INFINITY, 1e300, -1e300, 131071.9, -131072};
+    for (const LONG size : {4, 16})
+        for (const double x : wild)
+            for (const double y : wild) {
+                CTestPicture d(5, 2, size), s(5, 2, size);
+                ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), size, 1.0, 3, x, y));
+                d.CheckGuards();
+            }
+}
+
+} // namespace
