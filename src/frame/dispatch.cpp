@@ -1,0 +1,164 @@
+#include "frame/dispatch.h"
+
+#include "kernels/arith.h"
+
+namespace {
+
+char LowerAscii(unsigned c) {
+    return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+}
+
+bool SameName(const OLECHAR* wide, const char* name) {
+    for (; *wide && *name; ++wide, ++name)
+        if (*wide > 127 || LowerAscii(*wide) != LowerAscii(static_cast<unsigned char>(*name))) return false;
+    return !*wide && !*name;
+}
+
+/// The number that a variant holds or refers to; false for other kinds.
+bool ReadNumber(const VARIANT& value, double& out) {
+    const bool byRef = (value.vt & VT_BYREF) != 0;
+    if (byRef && !value.byref) return false;
+    const auto get = [&]<class T>(const T& held) {
+        T number = held;
+        if (byRef) std::memcpy(&number, value.byref, sizeof number);
+        out = static_cast<double>(number);
+        return true;
+    };
+    switch (value.vt & ~VT_BYREF) {
+    case VT_I2:
+    case VT_BOOL:
+        return get(value.iVal);
+    case VT_UI1:
+        return get(value.bVal);
+    case VT_I4:
+    case VT_INT:
+        return get(value.lVal);
+    case VT_UI4:
+    case VT_UINT:
+        return get(static_cast<ULONG>(value.lVal));
+    case VT_I8:
+        return get(value.llVal);
+    case VT_UI8:
+        return get(static_cast<std::uint64_t>(value.llVal));
+    case VT_R4:
+        return get(value.fltVal);
+    case VT_R8:
+        return get(value.dblVal);
+    default:
+        return false;
+    }
+}
+
+/// The address that a variant holds: by reference, as a pointer, or as an integer as wide as one.
+bool ReadPointer(const VARIANT& value, void*& out) {
+    if (value.vt & VT_BYREF || value.vt == VT_PTR) {
+        out = value.byref;
+        return true;
+    }
+    if (value.vt == VT_EMPTY || value.vt == VT_NULL) {
+        out = nullptr;
+        return true;
+    }
+    if ((value.vt == VT_I8 || value.vt == VT_UI8) && sizeof(void*) == 8) {
+        out = reinterpret_cast<void*>(static_cast<std::uintptr_t>(value.llVal));
+        return true;
+    }
+    if ((value.vt == VT_I4 || value.vt == VT_UI4 || value.vt == VT_INT || value.vt == VT_UINT) &&
+        (sizeof(void*) == 4 || value.lVal == 0)) {
+        out = reinterpret_cast<void*>(static_cast<std::uintptr_t>(static_cast<ULONG>(value.lVal)));
+        return true;
+    }
+    return false;
+}
+
+bool TakesArguments(const tDispatchMember& member, WORD kind) {
+    return kind != DISPATCH_PROPERTYGET || member.first == KWDISP_POINTER;
+}
+
+} // namespace
+
+HRESULT CDispatchTable::GetIDsOfNames(OLECHAR** names, UINT count, LONG* ids) const {
+    if (!names || !ids) return E_POINTER;
+    if (count == 0) return S_OK;
+    for (UINT i = 0; i < count; ++i) ids[i] = DISPID_UNKNOWN;
+    if (!names[0]) return E_POINTER;
+    for (const tDispatchMember& member : m_members) {
+        if (!SameName(names[0], member.name)) continue;
+        ids[0] = member.id;
+        return count == 1 ? S_OK : DISP_E_UNKNOWNNAME; // arguments have no names of their own
+    }
+    return DISP_E_UNKNOWNNAME;
+}
+
+HRESULT CDispatchTable::Prepare(LONG id, WORD flags, const DISPPARAMS* params, UINT* badArgument, tDispatchCall& call,
+                                const tDispatchMember*& member) const {
+    // A caller may ask for method and property-get at once and take whichever there is.
+    if (flags & DISPATCH_PROPERTYPUTREF) flags |= DISPATCH_PROPERTYPUT;
+    for (const tDispatchMember& row : m_members)
+        if (row.id == id && (row.kind & flags)) {
+            member = &row;
+            break;
+        }
+    if (!member) return DISP_E_MEMBERNOTFOUND;
+    call.id = id;
+    const WORD kinds = member->kind & flags;
+    call.kind = static_cast<WORD>(kinds & DISPATCH_PROPERTYPUT ? DISPATCH_PROPERTYPUT
+                                  : kinds & DISPATCH_METHOD    ? DISPATCH_METHOD
+                                                               : DISPATCH_PROPERTYGET);
+
+    const UINT given = params ? params->cArgs : 0;
+    const tDispatchType types[2] = {member->first, member->second};
+    UINT wanted = member->second != KWDISP_NONE ? 2 : member->first != KWDISP_NONE ? 1 : 0;
+    // A plain property is got through the result, or through its one argument by reference.
+    if (!TakesArguments(*member, call.kind)) {
+        if (given > 1) return DISP_E_BADPARAMCOUNT;
+        if (given == 1 && (!params->rgvarg || !(params->rgvarg[0].vt & VT_BYREF) || !params->rgvarg[0].byref)) {
+            if (badArgument) *badArgument = 0;
+            return DISP_E_TYPEMISMATCH;
+        }
+        return S_OK;
+    }
+    if (given != wanted || (given > 0 && !params->rgvarg)) return DISP_E_BADPARAMCOUNT;
+    for (UINT i = 0; i < wanted; ++i) {
+        const UINT at = wanted - 1 - i;
+        const VARIANT& value = params->rgvarg[at];
+        double number = 0.0;
+        const bool good = types[i] == KWDISP_POINTER ? ReadPointer(value, call.pointer[i]) : ReadNumber(value, number);
+        if (!good) {
+            if (badArgument) *badArgument = at;
+            return DISP_E_TYPEMISMATCH;
+        }
+        call.number[i] = KwTrunc(number);
+        if (i == 0) call.real = static_cast<float>(number);
+    }
+    return S_OK;
+}
+
+void CDispatchTable::Return(const tDispatchMember& member, const tDispatchCall& call, const DISPPARAMS* params,
+                            VARIANT* result) {
+    if (call.kind != DISPATCH_PROPERTYGET || TakesArguments(member, call.kind)) {
+        if (result) *result = {};
+        return;
+    }
+    if (params && params->cArgs == 1) {
+        VARIANT& target = params->rgvarg[0];
+        if ((target.vt & ~VT_BYREF) == VT_R8) {
+            const double value =
+                member.first == KWDISP_FLOAT ? double{call.resultFloat} : static_cast<double>(call.resultLong);
+            std::memcpy(target.byref, &value, sizeof value);
+        } else if (member.first == KWDISP_FLOAT) {
+            std::memcpy(target.byref, &call.resultFloat, sizeof call.resultFloat);
+        } else {
+            std::memcpy(target.byref, &call.resultLong, sizeof call.resultLong);
+        }
+    }
+    if (!result) return;
+    *result = {};
+    if (member.first == KWDISP_FLOAT) {
+        result->vt = VT_R4;
+        result->fltVal = call.resultFloat;
+    } else {
+        result->vt = VT_I4;
+        result->lVal = call.resultLong;
+    }
+}

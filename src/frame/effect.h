@@ -1,0 +1,136 @@
+// Effects: the transform frame and the parameter frame bound to the interface tables.
+#pragma once
+
+#include <type_traits>
+
+#include "frame/create.h"
+#include "frame/params.h"
+#include "frame/surface.h"
+#include "frame/transform_base.h"
+#include "kernels/strips.h"
+
+/// An effect without regard to its record's type. An effect class derives from `CEffect` below and says `Apply`.
+class CEffectObject : public CTransformBase, public CParamObject, public IKwEffect, public IKwEffectInfo {
+  public:
+    // `IUnknown`, for every table.
+    HRESULT QueryInterface(const IID* iid, void** out) override { return Outer()->QueryInterface(iid, out); }
+    ULONG AddRef() override { return Outer()->AddRef(); }
+    ULONG Release() override { return Outer()->Release(); }
+
+    HRESULT GetTypeInfoCount(UINT* count) override;
+    HRESULT GetTypeInfo(UINT index, LCID locale, ITypeInfo** out) override;
+    HRESULT GetIDsOfNames(const IID* reserved, OLECHAR** names, UINT count, LCID locale, LONG* ids) override;
+    HRESULT Invoke(LONG id, const IID* reserved, LCID locale, WORD flags, DISPPARAMS* params, VARIANT* result,
+                   EXCEPINFO* exception, UINT* badArgument) override;
+
+    HRESULT get_Capabilities(LONG* capabilities) override;
+    HRESULT get_Progress(float* progress) override { return GetProgress(progress); }
+    HRESULT put_Progress(float progress) override { return PutProgress(progress); }
+    HRESULT get_StepResolution(float* resolution) override { return CTransformBase::GetStepResolution(resolution); }
+    HRESULT get_Duration(float* seconds) override { return GetDuration(seconds); }
+    HRESULT put_Duration(float seconds) override { return PutDuration(seconds); }
+    HRESULT get_all(void* pvParam, LONG cbStruct) override { return GetAll(pvParam, cbStruct); }
+    HRESULT put_all(void* pvParam, LONG cbStruct) override { return PutAll(pvParam, cbStruct); }
+    HRESULT put_NotifyWindow(HWND window, UINT id) override { return PutNotifyWindow(window, id); }
+
+    HRESULT GetEffectInfo(void* block, ULONG size) override;
+    HRESULT SetLevel(double value) override;
+
+  protected:
+    CEffectObject(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect, const tRecordSet& records);
+
+    void* FindInterface(const IID& iid) override;
+
+    tEffectInfo m_Info{};
+    double m_Level = 0.0;
+};
+
+/// The record of a class without one.
+struct tNoRecord {};
+
+/// The views of one band: the output, clipped to `OutputBounds`, and the connected inputs, clipped to `DoBounds`. They
+/// unlock at the end of its life.
+class CEffectViews {
+  public:
+    LONG BytesPerPixel() const { return output.m_BytesPerPixel; }
+    bool HasInput() const { return !first.m_Unlocked; }
+
+    /// Runs a filter's per-pixel steps strip by strip (see `KwForStrips`): `body(output, input)`, where `input` is null
+    /// without one and the work is in place.
+    template <class Body>
+    HRESULT ForStrips(Body&& body) const {
+        const tView whole = output.View();
+        return KwForStrips(whole, HasInput() ? first.View() : whole, BytesPerPixel(),
+                           [&](const tView& o, const tView& i) { return body(o, HasInput() ? &i : nullptr); });
+    }
+
+    /// The same over the whole frames, where `FramesMatch()`; without a clip of either.
+    template <class Body>
+    HRESULT ForWholeStrips(Body&& body) const {
+        const tView whole = output.WholeView();
+        return KwForStrips(whole, HasInput() ? first.WholeView() : whole, BytesPerPixel(),
+                           [&](const tView& o, const tView& i) { return body(o, HasInput() ? &i : nullptr); });
+    }
+
+    /// Whether the first input's frame, where there is one, has the size of the output's.
+    bool FramesMatch() const {
+        return !HasInput() || (KwWidth(first.m_Frame) == KwWidth(output.m_Frame) &&
+                               KwHeight(first.m_Frame) == KwHeight(output.m_Frame));
+    }
+
+    CKwSurface output, first, second;
+};
+
+/// What `CEffect` asks of an effect, beyond its record.
+class CEffectWork : public CEffectObject {
+  protected:
+    using CEffectObject::CEffectObject;
+
+    /// The pixel format of every view of a frame.
+    virtual HRESULT WorkFormat(GUID* format) { return ChooseWorkFormat(OutputSurface(), format); }
+
+    /// Whether the effect writes the whole frame, whatever the clip. The output is then locked whole, where the host
+    /// allows that; where it does not, the frame is only the area of the clip.
+    virtual bool WritesWholeFrame() const { return false; }
+
+    /// Locks the output for writing and the inputs for reading in the work format. E_FAIL where a view cannot be had.
+    HRESULT LockViews(const tWorkInfo& info, CEffectViews& views);
+
+  private:
+    bool LockOutput(const tWorkInfo& info, CKwSurface& output, const GUID& format);
+};
+
+/// An effect with the record `R`, whose work is one routine over locked views.
+template <class R>
+class CEffect : public CEffectWork {
+    static_assert(std::is_trivially_copyable_v<R>);
+
+  protected:
+    CEffect(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect)
+        : CEffectWork(row, outer, effect, {Bytes(m_Params), Bytes(m_Work), Bytes(m_RampFrom), Bytes(m_RampTo)}) {
+        SetDefaults();
+    }
+
+    /// Does one band with the record of this frame. A filter copies its input to the output first where its rule says
+    /// so. Bands may run at once: members are read only.
+    virtual HRESULT Apply(const CEffectViews& views, const R& params) = 0;
+
+    HRESULT Work(const tWorkInfo& info, BOOL*) override {
+        CEffectViews views;
+        if (const HRESULT status = LockViews(info, views); FAILED(status)) return status;
+        return Apply(views, UpdateWorkParams());
+    }
+
+    /// The record of this frame: `m_Work`, brought up to date under the parameter lock. Copied out, since bands on
+    /// other threads may bring it up to date again.
+    R UpdateWorkParams() {
+        R copy;
+        UpdateWork(&copy);
+        return copy;
+    }
+
+    R m_Params{}, m_Work{}, m_RampFrom{}, m_RampTo{};
+
+  private:
+    static std::byte* Bytes(R& record) { return reinterpret_cast<std::byte*>(&record); }
+};

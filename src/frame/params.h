@@ -1,0 +1,109 @@
+// The parameter record of an object and everything that stands around it: ramp, presets, persistence, pages.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+
+#include "frame/effect_class.h"
+#include "platform/com_ptr.h"
+
+/// The four copies of a record that an object keeps, as bytes.
+struct tRecordSet {
+    std::byte *params, *work, *rampFrom, *rampTo;
+};
+
+/// Parameters of an effect or generator without regard to the record's type. The parameter lock guards the records and
+/// is taken after the transform lock where both are held.
+class CParamObject : public IKwParamRamp,
+                     public IKwPresets,
+                     public IKwEffectGroup,
+                     public IPersistStreamInit,
+                     public IPersistStorage,
+                     public IPersistPropertyBag,
+                     public ISpecifyPropertyPages,
+                     public IKwParamInfo {
+  public:
+    HRESULT SetRampOn(BOOL on) override;
+    HRESULT SaveParams(IStream* stream) override;
+    HRESULT LoadParams(IStream* stream) override;
+    HRESULT Interpolate(IStream* out, IStream* from, IStream* to, double position) override;
+    HRESULT SetRampRecords(IStream* from, IStream* to) override;
+    HRESULT SetRampPos(double position) override;
+    HRESULT SetParamSink(IUnknown* sink) override;
+
+    HRESULT GetCount(LONG* count) override;
+    HRESULT GetName(LONG index, WCHAR* buffer, LONG length) override;
+    HRESULT Apply(LONG index) override;
+
+    HRESULT GetGroup(LONG* group, LONG* item) override;
+
+    HRESULT GetClassID(CLSID* out) override;
+    HRESULT IsDirty() override;
+    HRESULT Load(IStream* stream) override;
+    HRESULT Save(IStream* stream, BOOL clearDirty) override;
+    HRESULT GetSizeMax(std::uint64_t* size) override;
+    HRESULT InitNew() override;
+
+    HRESULT InitNew(IStorage* storage) override;
+    HRESULT Load(IStorage* storage) override;
+    HRESULT Save(IStorage* storage, BOOL sameAsLoad) override;
+    HRESULT SaveCompleted(IStorage*) override { return S_OK; }
+    HRESULT HandsOffStorage() override { return S_OK; }
+
+    // The one row of the property map has no name, so a bag gets no keys and gives none.
+    HRESULT Load(IPropertyBag*, IErrorLog*) override { return S_OK; }
+    HRESULT Save(IPropertyBag*, BOOL, BOOL) override { return S_OK; }
+
+    HRESULT GetPages(CAUUID* pages) override;
+
+    HRESULT GetClassInfo(tClassInfo* out, ULONG size) override;
+    HRESULT GetField(LONG index, tFieldInfo* out, ULONG size) override;
+    HRESULT GetPreset(LONG index, const char** name, void* record, ULONG size) override;
+
+  protected:
+    CParamObject(const tObjectMapRow& row, const tEffectClass& effect, const tRecordSet& records)
+        : m_row(row), m_class(effect), m_records(records) {}
+    virtual ~CParamObject() = default;
+
+    /// Every record becomes the default.
+    void SetDefaults();
+
+    HRESULT GetAll(void* pvParam, LONG cbStruct);
+    HRESULT PutAll(const void* pvParam, LONG cbStruct);
+    HRESULT PutNotifyWindow(HWND window, UINT id);
+
+    /// The interface of that id without a reference, or null.
+    void* FindParamInterface(const IID& iid);
+
+    /// Brings the working record up to date: along the ramp where one is on, else from the record as set. Then copies
+    /// it to `copy`. Bands call this at once.
+    void UpdateWork(void* copy);
+
+    /// Tells the page that the record changed without it.
+    void PostToPage();
+
+    // A record's way through a stream. Most are their raw bytes; `got` is what the stream could give.
+    virtual HRESULT ReadRecord(IStream* stream, std::byte* record, ULONG* got);
+    virtual HRESULT WriteRecord(IStream* stream, const std::byte* record);
+    virtual std::uint64_t StreamSize() const { return m_class.recordSize; }
+    /// Brings an older, shorter stream form to today's record, after `got` bytes were read into it.
+    virtual void UpgradeRecord(std::byte* /*record*/, ULONG /*got*/) {}
+    /// The record between two others.
+    virtual void RampRecord(const std::byte* from, const std::byte* to, double position, std::byte* out);
+
+    const tObjectMapRow& m_row;
+    const tEffectClass& m_class;
+    const tRecordSet m_records;
+    std::recursive_mutex m_ParamLock;
+
+  private:
+    void ToDefault(std::byte* record) const;
+    void CallSink();
+
+    bool m_Dirty = true;
+    bool m_RampOn = false;
+    double m_RampPos = 0.0;
+    CComPtr<IUnknown> m_pParamSink;
+    HWND m_NotifyWnd = nullptr;
+    UINT m_NotifyId = 0;
+};

@@ -1,0 +1,167 @@
+// The transform contract, once for all effects.
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "frame/object.h"
+#include "platform/com_ptr.h"
+#include "platform/effect.h"
+
+/// One piece of a frame, as `Work` receives it. Object pointer in words 0 and 1, `DoBounds` at word 2, `OutputBounds`
+/// at word 20, `m_Result` at word 39, on every platform.
+struct tWorkInfo {
+    union {
+        class CTransformBase* object;
+        std::uint64_t objectWords;
+    };
+    DXBNDS DoBounds;     ///< the area to be done, in input coordinates
+    DXBNDS OutputBounds; ///< the same area in output coordinates
+    LONG reserved;
+    HRESULT m_Result; ///< the status of this piece
+};
+static_assert(sizeof(tWorkInfo) == 160 && offsetof(tWorkInfo, DoBounds) == 8 &&
+              offsetof(tWorkInfo, OutputBounds) == 80 && offsetof(tWorkInfo, m_Result) == 156);
+
+/// A bound input or output.
+struct tTransformInput {
+    CComPtr<IUnknown> object;    ///< as given to `Setup`
+    CComPtr<IDXSurface> surface; ///< empty: not connected
+    CComPtr<IDXBaseObject> base;
+    ULONG generation = 0; ///< last seen; one less than at bind before the first look
+    DWORD sampleFormat = 0;
+};
+
+/// The base of every effect object. Locks: the transform lock is held across `Setup`, `Execute`, `SetSite` and
+/// `IncrementGenerationId`; bands run while the calling thread holds it and do not take it themselves.
+class CTransformBase : public CAggregable, public IObjectSafety, public IDXTransform, public IObjectWithSite {
+  public:
+    static constexpr ULONG kMaxBands = 4;
+
+    enum : DWORD {
+        kMiscBlendWithOutput = 1,
+        kMiscBit0Changeable = 0x00010000,
+        kMiscBit1Changeable = 0x00020000,
+        kMiscWatchOutput = 0x01000000,
+        kMiscCustomClip = 0x02000000,
+        kMiscCustomPlacement = 0x04000000,
+        kMiscQuality = 0x08000000,
+        kOptionMeshInputs = 1,
+        kOptionMeshOutput = 2,
+        kOptionSameSizeInputs = 4,
+        kOptionCenterInputs = 8,
+    };
+
+    explicit CTransformBase(IUnknown* outer) : CAggregable(outer) {}
+
+    HRESULT GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) override;
+    HRESULT SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) override;
+
+    HRESULT GetGenerationId(ULONG* id) override;
+    HRESULT IncrementGenerationId(BOOL refresh) override;
+    HRESULT GetObjectSize(ULONG* bytes) override;
+    HRESULT Setup(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs, ULONG numOutputs,
+                  DWORD flags) override;
+    HRESULT Execute(const GUID* request, const DXBNDS* clip, const DXVEC* placement) override;
+    HRESULT MapBoundsIn2Out(const DXBNDS* in, ULONG count, ULONG outIndex, DXBNDS* out) override;
+    HRESULT MapBoundsOut2In(ULONG outIndex, const DXBNDS* out, ULONG inIndex, DXBNDS* in) override;
+    HRESULT SetMiscFlags(DWORD flags) override;
+    HRESULT GetMiscFlags(DWORD* flags) override;
+    HRESULT GetInOutInfo(BOOL isOutput, ULONG index, DWORD* flags, GUID* ids, ULONG* idCount,
+                         IUnknown** bound) override;
+    HRESULT SetQuality(float quality) override;
+    HRESULT GetQuality(float* quality) override;
+
+    HRESULT SetSite(IUnknown* site) override;
+    HRESULT GetSite(const IID* iid, void** out) override;
+
+    /// Which input shows at `point` of the output: its index, and the place in it. S_FALSE where none does.
+    HRESULT PointPick(const DXVEC* point, ULONG* inputIndex, DXVEC* inputPoint);
+
+  protected:
+    // What an effect may say for itself.
+    virtual HRESULT BeginWork(tWorkInfo&, ULONG& /*bands*/) { return S_OK; }
+    virtual HRESULT EndWork(tWorkInfo&) { return S_OK; }
+    virtual HRESULT AfterSetup(DWORD /*flags*/);
+    virtual void ReleaseObjects() {}
+    virtual HRESULT ExecuteCustom(const GUID*, const DXBNDS*, const DXVEC*) { return E_FAIL; }
+    virtual void RefreshGenerationId();
+    virtual ULONG ObjectSize() const { return 184; }
+    /// Does one band. Views are unlocked on every way out. `pContinue` points to a flag that a caller may clear.
+    virtual HRESULT Work(const tWorkInfo& info, BOOL* pContinue) = 0;
+    /// Output bounds from the union of the input bounds; without an input those of the output.
+    virtual HRESULT ComputeBounds(DXBNDS& bounds);
+    virtual HRESULT ComputeMeshBounds(DXBNDS&) { return S_OK; }
+    virtual HRESULT PickSurface(const DXBNDS&, ULONG& /*inputIndex*/, DXVEC& /*inputPoint*/) { return E_NOTIMPL; }
+    virtual HRESULT GetPickOrder(const DXBNDS& bounds, ULONG& count, ULONG* indices, ULONG* weights);
+    virtual IUnknown* GetControllingUnknown() { return Outer(); }
+
+    void* FindInterface(const IID& iid) override;
+
+    // `IDXEffect` for the classes that have it.
+    HRESULT GetProgress(float* progress);
+    HRESULT PutProgress(float progress);
+    HRESULT GetStepResolution(float* resolution);
+    HRESULT GetDuration(float* seconds);
+    HRESULT PutDuration(float seconds);
+
+    /// The surface of an input, or null where it is not connected.
+    IDXSurface* InputSurface(ULONG index) const;
+    IDXSurface* OutputSurface() const { return m_Output.surface.Get(); }
+    /// Outputs keep what stood there, under the new picture, where this is set.
+    bool BlendsWithOutput() const { return (m_MiscFlags & kMiscBlendWithOutput) != 0; }
+
+    mutable std::recursive_mutex m_Lock;
+    CComPtr<IUnknown> m_pSite;
+    CComPtr<IDXTransformFactory> m_pTransformFactory;
+    CComPtr<IDXSurfaceFactory> m_pSurfaceFactory;
+    CComPtr<IDXTaskManager> m_pTaskManager;
+    CComPtr<IUnknown> m_pDirectDraw;
+    CComPtr<IUnknown> m_pDirect3DRM;
+    DWORD m_MiscFlags = 0x06030003;
+    ULONG m_NumProcessors = 1;
+    ULONG m_GenerationId = 1;
+    ULONG m_ParamGeneration = 0;
+    BOOL m_PickDefaultOrder = FALSE;
+    float m_Duration = 1.0f;
+    float m_StepResolution = 0.0f;
+    float m_Quality = 0.5f;
+    ULONG m_NumInputs = 0;
+    DWORD m_EffectiveFlags = 0;
+    BOOL m_Busy = FALSE;
+    DWORD m_OptionFlags = 0;
+    ULONG m_TaskTimeout = 0xFFFFFFFF;
+    ULONG m_MaxInputs = 1;
+    ULONG m_RequiredInputs = 1;
+    ULONG m_MaxBands = kMaxBands;
+    float m_Progress = 0.0f;
+    std::unique_ptr<tTransformInput[]> m_pInputs; ///< `m_MaxInputs` rows, from the first `SetSite` on
+    tTransformInput m_Output;
+
+  private:
+    struct tSafetyRow {
+        IID iid;
+        DWORD enabled;
+    };
+
+    bool HasMesh() const { return (m_OptionFlags & (kOptionMeshInputs | kOptionMeshOutput)) != 0; }
+    HRESULT TakeServices();
+    void DropServices();
+    void UnbindAll();
+    HRESULT BindAll(IUnknown* const* inputs, ULONG numInputs, IUnknown* output, DWORD flags);
+    HRESULT Bind(IUnknown* object, tTransformInput& row);
+    HRESULT MakeInputsSameSize();
+    void UpdateEffectiveFlags();
+    /// Intersects and places; S_FALSE where nothing is left.
+    HRESULT PlaceAndClip(tWorkInfo& info, const DXBNDS* clip, const DXVEC* placement);
+    HRESULT RunWork(const tWorkInfo& info, BOOL* pContinue) noexcept;
+    HRESULT RunBands(const tWorkInfo& info, ULONG bands, const GUID* request);
+    static void RunTask(void* data, BOOL* pContinue);
+
+    tSafetyRow m_Safety[4]{{IDispatch::iid, 0},
+                           {IPersistPropertyBag::iid, 0},
+                           {IPersistStorage::iid, 0},
+                           // IPersistStream
+                           {{0x00000109, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}}, 0}};
+    HANDLE m_BandEvents[kMaxBands]{};
+};

@@ -1,0 +1,631 @@
+// A host that knows nothing of this project's headers: it builds its own tables of operations, slot by slot, and calls
+// the module's by slot number. What breaks here breaks every host in the field.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Id {
+    std::uint32_t a;
+    std::uint16_t b, c;
+    std::uint8_t d[8];
+    friend bool operator==(const Id& x, const Id& y) { return std::memcmp(&x, &y, 16) == 0; }
+};
+using Status = std::int32_t;
+
+constexpr Id kUnknown{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+constexpr Id kFactory{1, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+constexpr Id kTransform{0x30A5FB78, 0xE11F, 0x11D1, {0x90, 0x64, 0x00, 0xC0, 0x4F, 0xD9, 0x18, 0x9D}};
+constexpr Id kBaseObject{0x17B59B2B, 0x9CC8, 0x11D1, {0x90, 0x53, 0x00, 0xC0, 0x4F, 0xD9, 0x18, 0x9D}};
+constexpr Id kObjectWithSite{0xFC4801A3, 0x2BA9, 0x11CF, {0xA2, 0x29, 0x00, 0xAA, 0x00, 0x3D, 0x73, 0x52}};
+constexpr Id kInvert{0xC3062BE7, 0xE69D, 0x11D1, {0x9A, 0xA9, 0x00, 0xA0, 0xC9, 0x9B, 0x12, 0xC5}};
+constexpr Id kInvertDual{0xC3062BE2, 0xE69D, 0x11D1, {0x9A, 0xA9, 0x00, 0xA0, 0xC9, 0x9B, 0x12, 0xC5}};
+constexpr Id kPresets{0x36A22460, 0x0CC9, 0x11D0, {0x85, 0x74, 0x00, 0xA0, 0xC9, 0x05, 0x39, 0x12}};
+constexpr Id kRamp{0x8D506FC4, 0x9541, 0x11D2, {0x96, 0x01, 0x00, 0xC0, 0x4F, 0x8E, 0xDC, 0x2D}};
+constexpr Id kInfo{0x709BA0D3, 0xF965, 0x11D1, {0x9A, 0xA9, 0x00, 0xA0, 0xC9, 0x9B, 0x12, 0xC5}};
+constexpr Id kPersistStream{0x7FD52380, 0x4E07, 0x101B, {0xAE, 0x2D, 0x08, 0x00, 0x2B, 0x2E, 0xC7, 0x13}};
+constexpr Id kSpecifyPages{0xB196B28B, 0xBAB4, 0x101A, {0xB6, 0x9C, 0x00, 0xAA, 0x00, 0x34, 0x1D, 0x07}};
+constexpr Id kDispatch{0x00020400, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+constexpr Id kEffect{0xE31FB81B, 0x1335, 0x11D1, {0x81, 0x89, 0x00, 0x00, 0xF8, 0x75, 0x57, 0xDB}};
+constexpr Id kTransformFactory{0x6A950B2B, 0xA971, 0x11D1, {0x81, 0xC8, 0x00, 0x00, 0xF8, 0x75, 0x57, 0xDB}};
+constexpr Id kSurface{0xB39FD73F, 0xE139, 0x11D1, {0x90, 0x65, 0x00, 0xC0, 0x4F, 0xD9, 0x18, 0x9D}};
+constexpr Id kPremultiplied{0xBBF7D403, 0x143F, 0x11D1, {0xB5, 0x0A, 0x00, 0x00, 0xF8, 0x75, 0x6A, 0x10}};
+constexpr Id kFloat{0xEC385932, 0x2D38, 0x11D2, {0x99, 0xD3, 0x00, 0xC0, 0x4F, 0x8E, 0xDC, 0x2D}};
+constexpr Id kRead{0xEAAAC2D6, 0xC290, 0x11D1, {0x90, 0x5D, 0x00, 0xC0, 0x4F, 0xD9, 0x18, 0x9D}};
+constexpr Id kWrite{0xEAAAC2D7, 0xC290, 0x11D1, {0x90, 0x5D, 0x00, 0xC0, 0x4F, 0xD9, 0x18, 0x9D}};
+constexpr Id kFloatRead{0xEC385924, 0x2D38, 0x11D2, {0x99, 0xD3, 0x00, 0xC0, 0x4F, 0x8E, 0xDC, 0x2D}};
+constexpr Id kFloatWrite{0xEC385927, 0x2D38, 0x11D2, {0x99, 0xD3, 0x00, 0xC0, 0x4F, 0x8E, 0xDC, 0x2D}};
+
+/// Anything with a table of operations.
+struct Object {
+    void* const* table;
+};
+
+template <class R = Status, class... A>
+R Call(void* object, int slot, A... arguments) {
+    return reinterpret_cast<R (*)(void*, A...)>(static_cast<Object*>(object)->table[slot])(object, arguments...);
+}
+
+void* Query(void* object, const Id& id) {
+    void* out = nullptr;
+    return Call(object, 0, &id, &out) == 0 ? out : nullptr;
+}
+void Release(void* object) {
+    Call<std::uint32_t>(object, 2);
+}
+
+template <class F>
+void* Slot(F* function) {
+    return reinterpret_cast<void*>(function);
+}
+
+struct Bounds {
+    std::int32_t type = 0, padding = 0, axis[4][2]{{0, 0}, {0, 0}, {0, 1}, {0, 1}}, spare[8]{};
+};
+Bounds BoundsOf(int left, int top, int right, int bottom) {
+    Bounds b;
+    b.axis[0][0] = left, b.axis[0][1] = right, b.axis[1][0] = top, b.axis[1][1] = bottom;
+    return b;
+}
+struct Vector {
+    std::int32_t type = 0, padding = 0, axis[4]{}, spare[4]{};
+};
+
+// A surface and the pointer object that its lock hands out.
+struct Surface;
+struct Pointer : Object {
+    Surface* surface;
+    std::uint8_t* first;
+};
+struct Surface : Object {
+    int left, top, width, height, pixelBytes;
+    std::vector<std::uint8_t> memory;
+    int references = 1, locks = 0;
+    std::vector<Pointer*> pointers;
+
+    std::uint8_t* At(int x, int y) { return memory.data() + ((y - top) * width + x - left) * pixelBytes; }
+    float* FloatAt(int x, int y) { return reinterpret_cast<float*>(At(x, y)); }
+};
+
+struct NativeType {
+    void *current, *first;
+    std::int32_t pitch;
+    std::uint32_t key;
+};
+
+Status NotImplemented() {
+    return static_cast<Status>(0x80004001);
+}
+
+Status PointerQuery(void*, const Id*, void** out) {
+    return *out = nullptr, static_cast<Status>(0x80004002);
+}
+std::uint32_t PointerAddRef(void*) {
+    return 2;
+}
+std::uint32_t PointerRelease(void* self) {
+    auto* const p = static_cast<Pointer*>(self);
+    --p->surface->locks;
+    delete p;
+    return 0;
+}
+std::uint32_t PointerNative(void* self, NativeType* out) {
+    auto* const p = static_cast<Pointer*>(self);
+    *out = {p->first, p->first, p->surface->width * p->surface->pixelBytes, 0};
+    return 0x00020000;
+}
+void* const kPointerTable[] = {Slot(PointerQuery),   Slot(PointerAddRef),  Slot(PointerRelease),
+                               Slot(NotImplemented), Slot(PointerNative),  Slot(NotImplemented),
+                               Slot(NotImplemented), Slot(NotImplemented), Slot(NotImplemented)};
+
+Status SurfaceQuery(void* self, const Id* id, void** out) {
+    auto* const s = static_cast<Surface*>(self);
+    *out = *id == kUnknown || *id == kSurface || *id == kBaseObject ? self : nullptr;
+    if (!*out) return static_cast<Status>(0x80004002);
+    ++s->references;
+    return 0;
+}
+std::uint32_t SurfaceAddRef(void* self) {
+    return static_cast<std::uint32_t>(++static_cast<Surface*>(self)->references);
+}
+std::uint32_t SurfaceRelease(void* self) {
+    return static_cast<std::uint32_t>(--static_cast<Surface*>(self)->references);
+}
+Status SurfaceGeneration(void*, std::uint32_t* out) {
+    return *out = 7, 0;
+}
+Status SurfaceFormat(void* self, Id* format, std::uint32_t* samples) {
+    *format = static_cast<Surface*>(self)->pixelBytes == 4 ? kPremultiplied : kFloat;
+    *samples = 0x00020000;
+    return 0;
+}
+Status SurfaceBounds(void* self, Bounds* out) {
+    auto* const s = static_cast<Surface*>(self);
+    *out = BoundsOf(s->left, s->top, s->left + s->width, s->top + s->height);
+    return 0;
+}
+Status SurfaceLock(void* self, const Bounds* bounds, std::uint32_t, std::uint32_t flags, const Id* id, void** out,
+                   std::uint32_t*) {
+    auto* const s = static_cast<Surface*>(self);
+    const Id wanted = s->pixelBytes == 4 ? (flags ? kWrite : kRead) : (flags ? kFloatWrite : kFloatRead);
+    if (!(*id == wanted)) return static_cast<Status>(0x80004002);
+    auto* const p = new Pointer;
+    p->table = kPointerTable;
+    p->surface = s;
+    p->first = s->At(bounds->axis[0][0], bounds->axis[1][0]);
+    ++s->locks;
+    *out = p;
+    return 0;
+}
+void* const kSurfaceTable[] = {
+    Slot(SurfaceQuery),   Slot(SurfaceAddRef),  Slot(SurfaceRelease), Slot(SurfaceGeneration), Slot(NotImplemented),
+    Slot(NotImplemented), Slot(SurfaceFormat),  Slot(SurfaceBounds),  Slot(NotImplemented),    Slot(NotImplemented),
+    Slot(SurfaceLock),    Slot(NotImplemented), Slot(NotImplemented), Slot(NotImplemented),    Slot(NotImplemented),
+    Slot(NotImplemented), Slot(NotImplemented)};
+
+// A transform factory with no service at all: a complete host still.
+Status FactoryQuery(void* self, const Id* id, void** out) {
+    *out = *id == kUnknown || *id == kTransformFactory ? self : nullptr;
+    return *out ? 0 : static_cast<Status>(0x80004002);
+}
+std::uint32_t FactoryCount(void*) {
+    return 1;
+}
+Status FactoryService(void*, const Id*, const Id*, void** out) {
+    return *out = nullptr, static_cast<Status>(0x80004002);
+}
+void* const kFactoryTable[] = {Slot(FactoryQuery),   Slot(FactoryCount),   Slot(FactoryCount),  Slot(FactoryService),
+                               Slot(NotImplemented), Slot(NotImplemented), Slot(NotImplemented)};
+
+// A stream over a vector.
+struct Stream : Object {
+    std::vector<std::uint8_t> bytes;
+    std::size_t at = 0;
+};
+Status StreamRead(void* self, void* target, std::uint32_t count, std::uint32_t* got) {
+    auto* const s = static_cast<Stream*>(self);
+    const std::size_t n = std::min<std::size_t>(count, s->bytes.size() - s->at);
+    if (n) std::memcpy(target, s->bytes.data() + s->at, n);
+    s->at += n;
+    if (got) *got = static_cast<std::uint32_t>(n);
+    return n == count ? 0 : 1;
+}
+Status StreamWrite(void* self, const void* source, std::uint32_t count, std::uint32_t* put) {
+    auto* const s = static_cast<Stream*>(self);
+    const auto* const p = static_cast<const std::uint8_t*>(source);
+    s->bytes.insert(s->bytes.end(), p, p + count);
+    if (put) *put = count;
+    return 0;
+}
+void* const kStreamTable[] = {Slot(PointerQuery),   Slot(FactoryCount),   Slot(FactoryCount),   Slot(StreamRead),
+                              Slot(StreamWrite),    Slot(NotImplemented), Slot(NotImplemented), Slot(NotImplemented),
+                              Slot(NotImplemented), Slot(NotImplemented), Slot(NotImplemented), Slot(NotImplemented),
+                              Slot(NotImplemented), Slot(NotImplemented)};
+Stream StreamOf(double value) {
+    Stream s;
+    s.table = kStreamTable;
+    s.bytes.resize(8);
+    std::memcpy(s.bytes.data(), &value, 8);
+    return s;
+}
+
+class ForeignHost : public testing::Test {
+  protected:
+    void SetUp() override {
+        m_library = dlopen(LARKMOOR_MODULE_FILE, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_TRUE(m_library) << dlerror();
+        m_factory.table = kFactoryTable;
+    }
+    void TearDown() override {
+        if (m_object) Release(m_object);
+        if (m_library) {
+            EXPECT_EQ(0, Function<Status()>("DllCanUnloadNow")()) << "an object is still alive";
+        }
+    }
+
+    template <class F>
+    F* Function(const char* name) {
+        void* const found = dlsym(m_library, name);
+        EXPECT_TRUE(found) << name;
+        return reinterpret_cast<F*>(found);
+    }
+
+    Status GetClassObject(const Id& clsid, void** out) {
+        return Function<Status(const Id*, const Id*, void**)>("DllGetClassObject")(&clsid, &kFactory, out);
+    }
+
+    void* Create(const Id& clsid, const Id& iid) {
+        void *factory = nullptr, *object = nullptr;
+        EXPECT_EQ(0, GetClassObject(clsid, &factory));
+        EXPECT_EQ(0, Call(factory, 3, static_cast<void*>(nullptr), &iid, &object));
+        Release(factory);
+        return object;
+    }
+
+    void MakeInvert() {
+        m_object = Create(kInvert, kUnknown);
+        ASSERT_TRUE(m_object);
+        m_transform = Query(m_object, kTransform);
+        m_dual = Query(m_object, kInvertDual);
+        ASSERT_TRUE(m_transform && m_dual);
+        Release(m_transform);
+        Release(m_dual);
+        void* const site = Query(m_object, kObjectWithSite);
+        EXPECT_EQ(0, Call(site, 3, static_cast<void*>(&m_factory)));
+        Release(site);
+    }
+
+    static Surface MakeSurface(int pixelBytes, int left, int top, int width, int height) {
+        Surface s;
+        s.table = kSurfaceTable;
+        s.left = left, s.top = top, s.width = width, s.height = height, s.pixelBytes = pixelBytes;
+        s.memory.assign(static_cast<std::size_t>(width * height * pixelBytes), 0);
+        return s;
+    }
+
+    void SetAmount(double amount) { ASSERT_EQ(0, Call(m_dual, 14, static_cast<void*>(&amount), 8)); }
+    double Amount() {
+        double amount = -1;
+        EXPECT_EQ(0, Call(m_dual, 13, static_cast<void*>(&amount), 8));
+        return amount;
+    }
+
+    Status Setup(Surface* input, Surface* output) {
+        void *in = input, *out = output;
+        return Call(m_transform, 6, static_cast<void*>(&in), input ? 1u : 0u, static_cast<void*>(&out),
+                    output ? 1u : 0u, 0u);
+    }
+    Status Execute(const Bounds* clip = nullptr, const Vector* placement = nullptr) {
+        return Call(m_transform, 7, static_cast<void*>(nullptr), clip, placement);
+    }
+
+    void* m_library = nullptr;
+    void *m_object = nullptr, *m_transform = nullptr, *m_dual = nullptr;
+    Object m_factory{};
+};
+
+/// The negative of one channel by the plain rule.
+int Negative(int c, int alpha) {
+    const int straight = alpha == 0 ? 0 : std::min(255, c * 255 / alpha);
+    return alpha == 255 ? 255 - c : (255 - straight) * alpha >> 8;
+}
+
+TEST_F(ForeignHost, WalksTheObjectMap) {
+    auto* const walk =
+        Function<Status(std::int32_t, Id*, Id*, char*, std::int32_t, void*, void*, void*)>("DllEnumObjects2");
+    int effects = 0, pages = 0;
+    for (int i = 0; i < 65; ++i) {
+        Id category{}, clsid{};
+        char text[64];
+        ASSERT_EQ(0, walk(i, &category, &clsid, text, 64, nullptr, nullptr, nullptr));
+        (category == Id{} ? pages : effects)++;
+        EXPECT_EQ(category == Id{}, text[0] == 0);
+        void* factory = nullptr;
+        EXPECT_EQ(0, GetClassObject(clsid, &factory)) << i;
+    }
+    EXPECT_EQ(33, effects);
+    EXPECT_EQ(32, pages);
+
+    Id category{}, clsid{};
+    char text[8] = "?";
+    EXPECT_EQ(0, walk(0, &category, &clsid, text, 8, nullptr, nullptr, nullptr));
+    EXPECT_STREQ("Kestrel", text);
+    EXPECT_EQ(1, walk(65, &category, &clsid, text, 8, nullptr, nullptr, nullptr));
+    EXPECT_EQ(static_cast<Status>(0x80070057), walk(-1, &category, &clsid, text, 8, nullptr, nullptr, nullptr));
+    EXPECT_EQ(static_cast<Status>(0x80004001), Function<Status()>("DllRegisterServer")());
+    EXPECT_EQ(0, Function<Status()>("DllUnregisterServer")());
+    void* out = &out;
+    EXPECT_EQ(static_cast<Status>(0x80040111), GetClassObject(kSurface, &out));
+    EXPECT_EQ(static_cast<Status>(0x80004003), GetClassObject(kInvert, nullptr));
+}
+
+TEST_F(ForeignHost, InvertsEveryAlphaAndColour) {
+    MakeInvert();
+    Surface in = MakeSurface(4, 0, 0, 256, 256), out = MakeSurface(4, 0, 0, 256, 256);
+    for (int a = 0; a < 256; ++a)
+        for (int c = 0; c < 256; ++c) {
+            std::uint8_t* const p = in.At(c, a);
+            p[0] = static_cast<std::uint8_t>(c), p[1] = static_cast<std::uint8_t>(c * 7);
+            p[2] = static_cast<std::uint8_t>(255 - c), p[3] = static_cast<std::uint8_t>(a);
+        }
+    for (const double amount : {1.0, 0.6, 0.0}) {
+        SetAmount(amount);
+        ASSERT_EQ(0, Setup(&in, &out));
+        ASSERT_EQ(0, Execute());
+        const int back = static_cast<int>((1.0 - amount) * 255.0 + 0.5);
+        for (int a = 0; a < 256; ++a)
+            for (int c = 0; c < 256; ++c)
+                for (int k = 0; k < 4; ++k) {
+                    const int source = in.At(c, a)[k];
+                    const int negative = k == 3 ? a : Negative(source, a);
+                    ASSERT_EQ(negative + (source - negative) * back / 256, out.At(c, a)[k])
+                        << "alpha " << a << " colour " << c << " channel " << k;
+                }
+    }
+    EXPECT_EQ(0, in.locks + out.locks);
+    EXPECT_EQ(0, Setup(nullptr, nullptr));
+    EXPECT_EQ(1, in.references);
+    EXPECT_EQ(1, out.references);
+}
+
+TEST_F(ForeignHost, LeavesFloatsAsTheyAre) {
+    MakeInvert();
+    Surface in = MakeSurface(16, 0, 0, 5, 3), out = MakeSurface(16, 0, 0, 5, 3);
+    for (std::size_t i = 0; i < in.memory.size() / 4; ++i)
+        reinterpret_cast<float*>(in.memory.data())[i] = static_cast<float>(i) * 0.1f - 1.0f;
+    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, Execute());
+    EXPECT_EQ(in.memory, out.memory);
+    Setup(nullptr, nullptr);
+}
+
+TEST_F(ForeignHost, PlacesTheClippedAreaAndNothingElse) {
+    MakeInvert();
+    struct {
+        Bounds clip;
+        int placeX, placeY; // of `placement`
+        int inX, inY, w, h; // what is read
+        int outX, outY;     // where it lands
+    } const rows[] = {
+        {BoundsOf(2, 3, 7, 9), 4, 1, 2, 3, 5, 6, 4, 1},
+        {BoundsOf(-5, -5, 4, 4), 0, 0, 0, 0, 4, 4, 0, 0},
+        {BoundsOf(8, 8, 40, 40), 15, 15, 8, 8, 3, 2, 15, 15}, // cut by the output's far corner
+        {BoundsOf(0, 0, 20, 17), -3, -2, 3, 2, 17, 15, 0, 0}, // cut by its near corner
+    };
+    for (const auto& row : rows) {
+        Surface in = MakeSurface(4, 0, 0, 20, 17), out = MakeSurface(4, 0, 0, 18, 17);
+        for (int y = 0; y < 17; ++y)
+            for (int x = 0; x < 20; ++x) {
+                std::uint8_t* const p = in.At(x, y);
+                p[0] = static_cast<std::uint8_t>(x), p[1] = static_cast<std::uint8_t>(y), p[3] = 255;
+            }
+        Vector place;
+        place.axis[0] = row.placeX, place.axis[1] = row.placeY;
+        ASSERT_EQ(0, Setup(&in, &out));
+        ASSERT_EQ(0, Execute(&row.clip, &place));
+        for (int y = 0; y < 17; ++y)
+            for (int x = 0; x < 18; ++x) {
+                const int dx = x - row.outX, dy = y - row.outY;
+                const bool inside = dx >= 0 && dy >= 0 && dx < row.w && dy < row.h;
+                const std::uint8_t* const p = out.At(x, y);
+                ASSERT_EQ(inside ? 255 - (row.inX + dx) : 0, p[0]) << x << ", " << y;
+                ASSERT_EQ(inside ? 255 - (row.inY + dy) : 0, p[1]) << x << ", " << y;
+            }
+        Setup(nullptr, nullptr);
+    }
+}
+
+TEST_F(ForeignHost, SurfacesMayBeginAnywhere) {
+    MakeInvert();
+    Surface in = MakeSurface(4, 30, -7, 6, 5), out = MakeSurface(4, -2, 4, 6, 5);
+    for (auto& byte : in.memory) byte = 255;
+    *in.At(32, -4) = 10;
+    const Vector place{0, 0, {-2, 4, 0, 0}, {}};
+    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, Execute(nullptr, &place));
+    EXPECT_EQ(245, *out.At(0, 7));
+    EXPECT_EQ(0, *out.At(1, 7));
+    EXPECT_EQ(255, out.At(-2, 4)[3]);
+    EXPECT_EQ(255, out.At(3, 8)[3]);
+    Setup(nullptr, nullptr);
+}
+
+TEST_F(ForeignHost, TellsWhatIsWrong) {
+    MakeInvert();
+    Surface in = MakeSurface(4, 0, 0, 4, 4), out = MakeSurface(4, 0, 0, 4, 4);
+    EXPECT_EQ(static_cast<Status>(0x887A0001), Execute());
+    void* pair[2] = {&in, &in};
+    void* target = &out;
+    EXPECT_EQ(static_cast<Status>(0x80070057),
+              Call(m_transform, 6, static_cast<void*>(pair), 2u, static_cast<void*>(&target), 1u, 0u));
+    ASSERT_EQ(0, Setup(&in, &out));
+    const Bounds outside = BoundsOf(10, 10, 20, 20);
+    EXPECT_EQ(1, Execute(&outside));
+    Bounds wrongType = BoundsOf(0, 0, 4, 4);
+    wrongType.type = 1;
+    EXPECT_EQ(static_cast<Status>(0x80070057), Execute(&wrongType));
+    EXPECT_EQ(static_cast<Status>(0x80004001), Call(m_transform, 13, 0.5f));
+    std::uint32_t flags = 0;
+    EXPECT_EQ(0, Call(m_transform, 11, &flags));
+    EXPECT_EQ(0x06030003u, flags);
+    EXPECT_EQ(static_cast<Status>(0x80070057), Call(m_transform, 10, 4u));
+    Setup(nullptr, nullptr);
+}
+
+TEST_F(ForeignHost, WithoutAnInputTheOutputIsInvertedInPlace) {
+    MakeInvert();
+    SetAmount(0.25);
+    Surface out = MakeSurface(4, 0, 0, 3, 3);
+    for (auto& byte : out.memory) byte = 255;
+    ASSERT_EQ(0, Setup(nullptr, &out));
+    ASSERT_EQ(0, Execute());
+    EXPECT_EQ(0, out.At(1, 1)[0]);
+    EXPECT_EQ(255, out.At(1, 1)[3]);
+    Setup(nullptr, nullptr);
+}
+
+TEST_F(ForeignHost, PresetsRampsAndStreams) {
+    MakeInvert();
+    void* const presets = Query(m_object, kPresets);
+    std::int32_t count = 0;
+    ASSERT_EQ(0, Call(presets, 3, &count));
+    EXPECT_EQ(4, count);
+    char16_t name[6];
+    EXPECT_EQ(0, Call(presets, 4, 1, static_cast<char16_t*>(name), 6));
+    EXPECT_EQ(std::u16string(u"60% I"), name);
+    EXPECT_EQ(static_cast<Status>(0x80070057), Call(presets, 5, 4));
+    ASSERT_EQ(0, Call(presets, 5, 1));
+    EXPECT_EQ(0.6, Amount());
+    Release(presets);
+
+    void* const persist = Query(m_object, kPersistStream);
+    Stream saved = StreamOf(0);
+    saved.bytes.clear();
+    EXPECT_EQ(0, Call(persist, 4)) << "dirty after a preset";
+    ASSERT_EQ(0, Call(persist, 6, static_cast<void*>(&saved), 1));
+    EXPECT_EQ(1, Call(persist, 4));
+    ASSERT_EQ(8u, saved.bytes.size());
+    SetAmount(0.1);
+    ASSERT_EQ(0, Call(persist, 5, static_cast<void*>(&saved)));
+    EXPECT_EQ(0.6, Amount());
+    std::uint64_t size = 0;
+    EXPECT_EQ(0, Call(persist, 7, &size));
+    EXPECT_EQ(8u, size);
+    EXPECT_EQ(0, Call(persist, 8));
+    EXPECT_EQ(1.0, Amount());
+    Release(persist);
+
+    void* const ramp = Query(m_object, kRamp);
+    Stream from = StreamOf(0.25), to = StreamOf(0.75), between = StreamOf(0);
+    between.bytes.clear();
+    ASSERT_EQ(0, Call(ramp, 6, static_cast<void*>(&between), static_cast<void*>(&from), static_cast<void*>(&to), 0.5));
+    double half = 0;
+    std::memcpy(&half, between.bytes.data(), 8);
+    EXPECT_EQ(0.5, half);
+    from.at = to.at = 0;
+    ASSERT_EQ(0, Call(ramp, 7, static_cast<void*>(&from), static_cast<void*>(&to)));
+    ASSERT_EQ(0, Call(ramp, 3, 1));
+    ASSERT_EQ(0, Call(ramp, 8, 1.5)); // beyond the end: not clamped, so the full negative
+    Surface in = MakeSurface(4, 0, 0, 1, 1), out = MakeSurface(4, 0, 0, 1, 1);
+    in.memory = {0, 100, 255, 255};
+    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, Execute());
+    EXPECT_EQ((std::vector<std::uint8_t>{255, 155, 0, 255}), out.memory);
+    Release(ramp);
+    Setup(nullptr, nullptr);
+}
+
+TEST_F(ForeignHost, IdentityBlocksAndPages) {
+    MakeInvert();
+    EXPECT_EQ(m_dual, Query(m_object, kDispatch));
+    EXPECT_EQ(m_dual, Query(m_object, kEffect));
+    void* const same = Query(m_dual, kUnknown);
+    EXPECT_EQ(m_object, same);
+    for (int i = 0; i < 3; ++i) Release(m_object);
+
+    void* const info = Query(m_object, kInfo);
+    struct {
+        std::int32_t kind, zero;
+        double weight;
+        std::int32_t least, most;
+        std::uint32_t flags, zero2;
+    } block{};
+    ASSERT_EQ(0, Call(info, 3, static_cast<void*>(&block), 64u));
+    EXPECT_EQ(2, block.kind);
+    EXPECT_EQ(1.0, block.weight);
+    EXPECT_EQ(0, block.least);
+    EXPECT_EQ(1, block.most);
+    EXPECT_EQ(0xC1u, block.flags);
+    Release(info);
+
+    void* const pages = Query(m_object, kSpecifyPages);
+    struct {
+        std::uint32_t count;
+        Id* ids;
+    } list{};
+    ASSERT_EQ(0, Call(pages, 3, static_cast<void*>(&list)));
+    ASSERT_EQ(1u, list.count);
+    EXPECT_EQ(0x1D734F6Du, list.ids[0].a);
+    std::free(list.ids);
+    Release(pages);
+}
+
+TEST_F(ForeignHost, CallsByName) {
+    MakeInvert();
+    struct Variant {
+        std::uint16_t type, reserved[3];
+        union {
+            float real;
+            double wide;
+            void* pointer;
+            std::int32_t whole;
+        };
+        void* second;
+    };
+    struct {
+        Variant* arguments;
+        std::int32_t* names;
+        std::uint32_t count, namedCount;
+    } params{};
+    const auto idOf = [&](const char16_t* name) {
+        char16_t* names = const_cast<char16_t*>(name);
+        std::int32_t id = -7;
+        const Status status = Call(m_dual, 5, &kUnknown, static_cast<void*>(&names), 1u, 0u, &id);
+        return status == 0 ? id : status;
+    };
+    EXPECT_EQ(static_cast<Status>(0x80020006), idOf(u"Nothing"));
+    const auto invoke = [&](std::int32_t id, std::uint16_t flags, Variant* result) {
+        return Call(m_dual, 6, id, &kUnknown, 0u, flags, static_cast<void*>(&params), static_cast<void*>(result),
+                    static_cast<void*>(nullptr), static_cast<void*>(nullptr));
+    };
+    Variant argument{4, {}, {.real = 0.5f}, nullptr}, result{};
+    std::int32_t put = -3;
+    params = {&argument, &put, 1, 1};
+    ASSERT_EQ(0, invoke(idOf(u"progress"), 4, nullptr));
+    params = {};
+    ASSERT_EQ(0, invoke(idOf(u"Progress"), 2, &result));
+    EXPECT_EQ(4, result.type);
+    EXPECT_EQ(0.5f, result.real);
+    float byReference = 0;
+    argument = {0x4004, {}, {.pointer = &byReference}, nullptr};
+    params = {&argument, nullptr, 1, 0};
+    ASSERT_EQ(0, invoke(idOf(u"Progress"), 2, nullptr));
+    EXPECT_EQ(0.5f, byReference);
+
+    double amount = 0.375;
+    Variant block[2]{{3, {}, {.whole = 8}, nullptr}, {0x4005, {}, {.pointer = &amount}, nullptr}}; // last to first
+    params = {block, &put, 2, 1};
+    ASSERT_EQ(0, invoke(idOf(u"put_all"), 4, nullptr));
+    EXPECT_EQ(0.375, Amount());
+    amount = 0;
+    params = {block, nullptr, 2, 0};
+    ASSERT_EQ(0, invoke(idOf(u"all"), 2, nullptr));
+    EXPECT_EQ(0.375, amount);
+    EXPECT_EQ(static_cast<Status>(0x80020003), invoke(99, 2, nullptr));
+    EXPECT_EQ(static_cast<Status>(0x8002000E), (params = {}, invoke(idOf(u"all"), 4, nullptr)));
+}
+
+// An outer object that aggregates: its unknown is the only one to be seen.
+struct Outer : Object {
+    void* inner = nullptr;
+    int references = 1;
+};
+Status OuterQuery(void* self, const Id* id, void** out) {
+    auto* const o = static_cast<Outer*>(self);
+    if (*id == kUnknown) return ++o->references, *out = self, 0;
+    return Call(o->inner, 0, id, out);
+}
+std::uint32_t OuterAddRef(void* self) {
+    return static_cast<std::uint32_t>(++static_cast<Outer*>(self)->references);
+}
+std::uint32_t OuterRelease(void* self) {
+    return static_cast<std::uint32_t>(--static_cast<Outer*>(self)->references);
+}
+void* const kOuterTable[] = {Slot(OuterQuery), Slot(OuterAddRef), Slot(OuterRelease)};
+
+TEST_F(ForeignHost, CanBeAggregated) {
+    Outer outer;
+    outer.table = kOuterTable;
+    void* factory = nullptr;
+    ASSERT_EQ(0, GetClassObject(kInvert, &factory));
+    ASSERT_EQ(0, Call(factory, 3, static_cast<void*>(&outer), &kUnknown, &outer.inner));
+    Release(factory);
+    void* const dual = Query(outer.inner, kInvertDual);
+    ASSERT_TRUE(dual);
+    EXPECT_EQ(2, outer.references);
+    EXPECT_EQ(static_cast<void*>(&outer), Query(dual, kUnknown));
+    EXPECT_EQ(3, outer.references);
+    Release(&outer);
+    Release(dual);
+    EXPECT_EQ(1, outer.references);
+    Release(outer.inner);
+}
+
+} // namespace

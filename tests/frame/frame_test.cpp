@@ -1,0 +1,391 @@
+// The transform frame from inside: bands, sizes, picking, and the parameter frame's corners.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "frame/effect.h"
+#include "host/services.h"
+#include "host/surface.h"
+
+namespace {
+
+using larkmoor::PixelFormat;
+using larkmoor::Surface;
+
+struct tTESTPROP {
+    float number;
+    LONG whole;
+    double wide;
+    double hue;
+};
+
+constexpr tTESTPROP kDefault{1.0f, 2, 3.0, 0.5};
+constexpr tFieldInfo kFields[] = {
+    KwNumber(KWMEMBER(tTESTPROP, number), {"number", "", 0, 1, 0.1}),
+    KwWhole(KWMEMBER(tTESTPROP, whole), {"whole", "", 0, 10, 1}),
+    KwNumber(KWMEMBER(tTESTPROP, wide), {"wide", "", 0, 1, 0.1}),
+    KwNumber(KWMEMBER(tTESTPROP, hue), {"hue", "", 0, 1, 0.1}, KWRAMP_HUE),
+};
+constexpr tEffectClass ClassOf(LONG inputs) {
+    return {.iid = {0x11111111, 1, 1, {1, 1, 1, 1, 1, 1, 1, 1}},
+            .kind = KWKIND_FILTER,
+            .minInputs = inputs,
+            .maxInputs = inputs,
+            .infoFlags = 0,
+            .maxBands = 4,
+            .defaults = &kDefault,
+            .recordSize = sizeof(tTESTPROP),
+            .fields = kFields};
+}
+constexpr tEffectClass kOneInput = ClassOf(1), kTwoInputs = ClassOf(2);
+
+/// Notes the bands and the records that it was given.
+class CProbe final : public CEffect<tTESTPROP> {
+  public:
+    CProbe(const tEffectClass& effect) : CEffect(KwObjectMap()[0], nullptr, effect) {}
+
+    HRESULT Work(const tWorkInfo& info, BOOL* pContinue) override {
+        EXPECT_TRUE(*pContinue);
+        const std::scoped_lock guard(m_notes);
+        m_bands.push_back({KwRectOf(info.DoBounds), KwRectOf(info.OutputBounds)});
+        m_records.push_back(UpdateWorkParams());
+        return info.DoBounds.Axis[1].Min == m_failAt ? E_OUTOFMEMORY : S_OK;
+    }
+    HRESULT Apply(const CEffectViews&, const tTESTPROP&) override { return S_OK; }
+
+    struct tBand {
+        RECT in, out;
+    };
+    std::vector<tBand> Bands() {
+        std::sort(m_bands.begin(), m_bands.end(), [](auto& a, auto& b) { return a.in.top < b.in.top; });
+        return std::exchange(m_bands, {});
+    }
+
+    IDXSurface* Input(ULONG i) const { return InputSurface(i); }
+
+    std::mutex m_notes;
+    std::vector<tBand> m_bands;
+    std::vector<tTESTPROP> m_records;
+    LONG m_failAt = -1;
+};
+
+class Frame : public testing::Test {
+  protected:
+    CProbe& Make(const tEffectClass& effect, unsigned processors = 1) {
+        auto* const probe = new CProbe(effect);
+        m_object = CComPtr<IUnknown>::Adopt(probe->InnerUnknown());
+        probe->SetSite(larkmoor::createTransformFactory(processors).Get());
+        return *probe;
+    }
+    static HRESULT Setup(CProbe& probe, std::vector<Surface> inputs, const Surface& output) {
+        std::vector<IUnknown*> in;
+        for (const Surface& s : inputs) in.push_back(s.get());
+        IUnknown* const out = output.get();
+        return probe.Setup(in.data(), static_cast<ULONG>(in.size()), &out, 1, 0);
+    }
+
+    CComPtr<IUnknown> m_object;
+};
+
+TEST_F(Frame, BandsCutTheRowsAsTheSystemDoes) {
+    CProbe& probe = Make(kOneInput, 4);
+    const struct {
+        int width, height;
+        std::vector<LONG> heights;
+    } rows[] = {
+        {1024, 13, {3, 3, 3, 4}}, // the remainder goes to the last band
+        {2048, 10, {2, 2, 2, 2}}, // two rows left over stay in no band
+        {64, 63, {63}},           // below 4096 pixels
+        {64, 64, {32, 32}},       // 4096 pixels: a second band
+        {4096, 3, {1, 1, 1}},     // never more bands than rows
+        {100, 100, {33, 33, 34}}, // three bands for 10,000 pixels
+    };
+    for (const auto& row : rows) {
+        const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, row.width, row.height);
+        ASSERT_EQ(S_OK, Setup(probe, {picture}, picture));
+        ASSERT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
+        std::vector<LONG> heights;
+        LONG y = 0;
+        for (const auto& band : probe.Bands()) {
+            EXPECT_EQ(y, band.in.top);
+            EXPECT_EQ(band.in, band.out);
+            heights.push_back(band.in.bottom - band.in.top);
+            y = band.in.bottom;
+        }
+        EXPECT_EQ(row.heights, heights) << row.width << "x" << row.height;
+    }
+}
+
+TEST_F(Frame, OneProcessorMeansOneBand) {
+    CProbe& probe = Make(kOneInput, 1);
+    const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 1000, 1000);
+    ASSERT_EQ(S_OK, Setup(probe, {picture}, picture));
+    ASSERT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
+    EXPECT_EQ(1u, probe.Bands().size());
+}
+
+TEST_F(Frame, TheFirstFailingBandSpeaks) {
+    CProbe& probe = Make(kOneInput, 4);
+    const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 128, 128);
+    ASSERT_EQ(S_OK, Setup(probe, {picture}, picture));
+    probe.m_failAt = 64;
+    EXPECT_EQ(E_OUTOFMEMORY, probe.Execute(nullptr, nullptr, nullptr));
+    const GUID request{};
+    probe.m_failAt = 0;
+    EXPECT_EQ(E_OUTOFMEMORY, probe.Execute(&request, nullptr, nullptr));
+}
+
+TEST_F(Frame, SmallerInputsAreCentredInTheUnion) {
+    CProbe& probe = Make(kTwoInputs);
+    Surface big = Surface::create(PixelFormat::PremultipliedArgb32, 20, 9);
+    Surface small = Surface::create(PixelFormat::PremultipliedArgb32, 7, 4);
+    std::memset(small.view().data, 0xFF, 4);
+    ASSERT_EQ(S_OK, Setup(probe, {big, small}, big));
+    ASSERT_EQ(big.get(), probe.Input(0));
+    DXBNDS bounds{};
+    ASSERT_EQ(S_OK, probe.Input(1)->GetBounds(&bounds));
+    EXPECT_EQ((RECT{0, 0, 20, 9}), KwRectOf(bounds));
+    CKwSurface view;
+    ASSERT_TRUE(view.Lock(probe.Input(1), &DDPF_PMARGB32, FALSE));
+    int lit = 0;
+    for (LONG y = 0; y < 9; ++y)
+        for (LONG x = 0; x < 20; ++x)
+            if (std::to_integer<int>(*KwPixelAddress(view.View(), x, y, 4))) {
+                ++lit;
+                EXPECT_EQ(6, x); // (20 - 7) >> 1
+                EXPECT_EQ(2, y); // (9 - 4) >> 1
+            }
+    EXPECT_EQ(1, lit);
+}
+
+TEST_F(Frame, GenerationsFollowInputsProgressAndFlags) {
+    CProbe& probe = Make(kOneInput);
+    Surface in = Surface::create(PixelFormat::PremultipliedArgb32, 4, 4);
+    const Surface out = Surface::create(PixelFormat::PremultipliedArgb32, 4, 4);
+    ASSERT_EQ(S_OK, Setup(probe, {in}, out));
+    ULONG first = 0, id = 0;
+    ASSERT_EQ(S_OK, probe.GetGenerationId(&first));
+    probe.GetGenerationId(&id);
+    EXPECT_EQ(first, id);
+    in.touch();
+    probe.GetGenerationId(&id);
+    EXPECT_EQ(first + 1, id);
+    EXPECT_EQ(E_INVALIDARG, probe.put_Progress(1.01f));
+    EXPECT_EQ(S_OK, probe.put_Progress(0.5f));
+    EXPECT_EQ(S_OK, probe.SetMiscFlags(3)); // as it was
+    EXPECT_EQ(S_OK, probe.SetMiscFlags(2));
+    EXPECT_EQ(S_OK, probe.put_Duration(0.5f)); // as it was
+    EXPECT_EQ(E_INVALIDARG, probe.put_Duration(0.0f));
+    probe.GetGenerationId(&id);
+    EXPECT_EQ(first + 3, id);
+    EXPECT_EQ(E_POINTER, probe.GetGenerationId(nullptr));
+    EXPECT_EQ(S_OK, probe.IncrementGenerationId(TRUE));
+}
+
+TEST_F(Frame, AcceptedKindsAreListedInPieces) {
+    CProbe& probe = Make(kOneInput);
+    GUID ids[2]{};
+    ULONG count = 0;
+    DWORD flags = 7;
+    EXPECT_EQ(S_OK, probe.GetInOutInfo(FALSE, 0, &flags, nullptr, &count, nullptr));
+    EXPECT_EQ(2u, count);
+    EXPECT_EQ(0u, flags);
+    count = 1;
+    EXPECT_EQ(KW_E_MORE_DATA, probe.GetInOutInfo(TRUE, 0, nullptr, ids, &count, nullptr));
+    EXPECT_EQ(2u, count);
+    EXPECT_EQ(IDXSurface::iid, ids[0]);
+    EXPECT_EQ(GUID{}, ids[1]);
+    EXPECT_EQ(S_FALSE, probe.GetInOutInfo(FALSE, 1, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(S_FALSE, probe.GetInOutInfo(TRUE, 1, nullptr, nullptr, nullptr, nullptr));
+}
+
+TEST_F(Frame, PicksTheInputUnderThePoint) {
+    CProbe& probe = Make(kOneInput);
+    Surface in = Surface::create(PixelFormat::PremultipliedArgb32, 4, 4);
+    std::memset(in.view().data + in.view().stride * 2 + 4, 0xFF, 4);
+    ASSERT_EQ(S_OK, Setup(probe, {in}, in));
+    DXVEC at{.Axis = {1, 2, 0, 0}}, found{};
+    ULONG index = 9;
+    EXPECT_EQ(S_OK, probe.PointPick(&at, &index, &found));
+    EXPECT_EQ(0u, index);
+    EXPECT_EQ(1, found.Axis[0]);
+    EXPECT_EQ(2, found.Axis[1]);
+    at.Axis[0] = 2;
+    EXPECT_EQ(S_FALSE, probe.PointPick(&at, &index, &found));
+    at.Axis[0] = -1;
+    EXPECT_EQ(S_FALSE, probe.PointPick(&at, &index, &found));
+    EXPECT_EQ(E_POINTER, probe.PointPick(&at, nullptr, &found));
+    EXPECT_EQ(E_INVALIDARG, probe.PointPick(nullptr, &index, &found));
+}
+
+TEST_F(Frame, BoundsMapBothWays) {
+    CProbe& probe = Make(kOneInput);
+    DXBNDS two[2]{}, out{};
+    two[0].Axis[0] = {1, 5};
+    two[1].Axis[0] = {-3, 2};
+    EXPECT_EQ(S_OK, probe.MapBoundsIn2Out(two, 2, 0, &out));
+    EXPECT_EQ(-3, out.Axis[0].Min);
+    EXPECT_EQ(5, out.Axis[0].Max);
+    two[1].eType = 1;
+    EXPECT_EQ(E_INVALIDARG, probe.MapBoundsIn2Out(two, 2, 0, &out));
+    EXPECT_EQ(E_INVALIDARG, probe.MapBoundsIn2Out(nullptr, 1, 0, &out));
+    EXPECT_EQ(E_INVALIDARG, probe.MapBoundsIn2Out(two, 1, 1, &out));
+    EXPECT_EQ(E_POINTER, probe.MapBoundsIn2Out(two, 1, 0, nullptr));
+    EXPECT_EQ(S_OK, probe.MapBoundsOut2In(0, two, 0, &out));
+    EXPECT_EQ(E_INVALIDARG, probe.MapBoundsOut2In(0, two, 1, &out));
+    EXPECT_EQ(E_POINTER, probe.MapBoundsOut2In(0, two, 0, nullptr));
+}
+
+TEST_F(Frame, ARecordLivesThroughBlocksRampsAndFrames) {
+    CProbe& probe = Make(kOneInput);
+    const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 4, 4);
+    ASSERT_EQ(S_OK, Setup(probe, {picture}, picture));
+    const auto frame = [&] {
+        EXPECT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
+        return probe.m_records.back();
+    };
+    EXPECT_EQ(S_OK, probe.IsDirty());
+    EXPECT_EQ(1.0f, frame().number) << "a new object renders its default record";
+    EXPECT_EQ(S_FALSE, probe.IsDirty());
+
+    tTESTPROP record{5.0f, 6, 7.0, 0.25};
+    EXPECT_EQ(S_OK, probe.put_all(&record, 4)); // the front alone
+    EXPECT_EQ(5.0f, frame().number);
+    EXPECT_EQ(2, frame().whole);
+    EXPECT_EQ(S_OK, probe.put_all(&record, -1)); // the whole
+    EXPECT_EQ(6, frame().whole);
+    EXPECT_EQ(S_OK, probe.put_all(&record, 0));
+    EXPECT_EQ(S_OK, probe.IsDirty());
+    EXPECT_EQ(E_INVALIDARG, probe.put_all(nullptr, 8));
+    tTESTPROP half{};
+    EXPECT_EQ(S_OK, probe.get_all(&half, 8));
+    EXPECT_EQ(6, half.whole);
+    EXPECT_EQ(0.0, half.wide);
+
+    const tTESTPROP from{0.0f, 1, 10.0, 0.9}, to{1.0f, 9, 20.0, 0.1};
+    const auto streamOf = [](const tTESTPROP& r) {
+        return larkmoor::createMemoryStream(std::as_bytes(std::span(&r, 1)));
+    };
+    EXPECT_EQ(S_OK, probe.SetRampRecords(streamOf(from).Get(), streamOf(to).Get()));
+    probe.SetRampOn(TRUE);
+    probe.SetRampPos(0.75);
+    const tTESTPROP at = frame();
+    EXPECT_EQ(0.75f, at.number);
+    EXPECT_EQ(1, at.whole) << "from the start record";
+    EXPECT_EQ(17.5, at.wide);
+    EXPECT_NEAR(0.05, at.hue, 1e-12) << "through 1, the shorter way";
+    probe.put_all(&record, sizeof record);
+    EXPECT_EQ(0.75f, frame().number) << "a record set under a ramp waits";
+    probe.SetRampOn(FALSE);
+    EXPECT_EQ(0.75f, frame().number) << "its dirty mark was spent";
+    EXPECT_EQ(E_POINTER, probe.SetRampRecords(nullptr, streamOf(to).Get()));
+    probe.SetRampOn(TRUE);
+    EXPECT_EQ(1.0f, frame().number) << "both default after a failed read";
+}
+
+TEST_F(Frame, HueRampsTieDownwardsFromTheLower) {
+    const auto hue = [](double from, double to, double position) {
+        const tTESTPROP a{0, 0, 0, from}, b{0, 0, 0, to};
+        tTESTPROP out;
+        KwInterpolateRecord(kFields, reinterpret_cast<const std::byte*>(&a), reinterpret_cast<const std::byte*>(&b),
+                            position, reinterpret_cast<std::byte*>(&out), sizeof out);
+        return out.hue;
+    };
+    EXPECT_DOUBLE_EQ(0.0, hue(0.25, 0.75, 0.5));
+    EXPECT_DOUBLE_EQ(1.0, hue(0.75, 0.25, 0.5));
+    EXPECT_DOUBLE_EQ(0.3, hue(0.2, 0.4, 0.5));
+    EXPECT_DOUBLE_EQ(0.95, hue(0.1, 0.8, 0.5));
+}
+
+TEST_F(Frame, PagesAndSinksAreTold) {
+    struct CSink final : IKwParamSink {
+        HRESULT QueryInterface(const IID*, void** out) override { return *out = nullptr, E_NOINTERFACE; }
+        ULONG AddRef() override { return ++references; }
+        ULONG Release() override { return --references; }
+        HRESULT OnParamsChanged() override { return ++calls, S_OK; }
+        ULONG references = 0;
+        int calls = 0;
+    } sink;
+    CProbe& probe = Make(kOneInput);
+    larkmoor::MessageQueue page;
+    probe.put_NotifyWindow(&page, 32512);
+    probe.SetParamSink(&sink);
+    tTESTPROP record{};
+    probe.put_all(&record, sizeof record);
+    EXPECT_EQ(1, sink.calls);
+    EXPECT_TRUE(page.take().empty()) << "the page is not told of its own change";
+    probe.InitNew();
+    const auto stream = larkmoor::createMemoryStream();
+    EXPECT_EQ(S_OK, probe.Save(stream.Get(), FALSE));
+    EXPECT_EQ(S_OK, probe.IsDirty()) << "saving without clearing marks dirty";
+    EXPECT_EQ(2, sink.calls);
+    const auto messages = page.take();
+    ASSERT_EQ(2u, messages.size());
+    EXPECT_EQ(WM_COMMAND, messages[0].message);
+    EXPECT_EQ(32512u, messages[0].wParam);
+    probe.SetParamSink(nullptr);
+    EXPECT_EQ(0u, sink.references);
+}
+
+TEST_F(Frame, StoragesHoldOneStream) {
+    CProbe& probe = Make(kOneInput);
+    const auto storage = larkmoor::createMemoryStorage();
+    EXPECT_TRUE(FAILED(probe.Load(storage.Get())));
+    const tTESTPROP record{9.0f, 8, 7.0, 0.5};
+    probe.put_all(const_cast<tTESTPROP*>(&record), sizeof record);
+    ASSERT_EQ(S_OK, probe.Save(storage.Get(), TRUE));
+    EXPECT_EQ(S_FALSE, probe.IsDirty());
+    probe.InitNew(storage.Get());
+    ASSERT_EQ(S_OK, probe.Load(storage.Get()));
+    tTESTPROP loaded{};
+    probe.get_all(&loaded, sizeof loaded);
+    EXPECT_EQ(0, std::memcmp(&record, &loaded, sizeof record));
+}
+
+TEST_F(Frame, SafetyKeepsAWordForEachInterface) {
+    CProbe& probe = Make(kOneInput);
+    DWORD supported = 9, enabled = 9;
+    EXPECT_EQ(E_NOINTERFACE, probe.GetInterfaceSafetyOptions(&IDXTransform::iid, &supported, &enabled));
+    EXPECT_EQ(0u, supported | enabled);
+    EXPECT_EQ(S_OK, probe.SetInterfaceSafetyOptions(&IDispatch::iid, 3, 1));
+    EXPECT_EQ(S_OK, probe.GetInterfaceSafetyOptions(&IDispatch::iid, &supported, &enabled));
+    EXPECT_EQ(1u, supported & enabled);
+    EXPECT_EQ(E_POINTER, probe.GetInterfaceSafetyOptions(&IDispatch::iid, nullptr, &enabled));
+}
+
+TEST_F(Frame, ViewsStandInSurfaceCoordinates) {
+    Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 100, 80, 5, -3);
+    DXBNDS part{.Axis = {{10, 30}, {20, 40}, {0, 1}, {0, 1}}};
+    const auto address = [&](int x, int y) {
+        return picture.view().data + picture.view().stride * (y + 3) + (x - 5) * 4;
+    };
+    for (const BOOL forWrite : {FALSE, TRUE}) {
+        CKwSurface view;
+        ASSERT_TRUE(view.Lock(picture.get(), &DDPF_ARGB32, forWrite, &part));
+        EXPECT_EQ(address(10, 20), KwPixelAddress(view.View(), 10, 20, 4));
+        EXPECT_EQ((RECT{10, 20, 30, 40}), view.m_ClipRect);
+        EXPECT_EQ((RECT{5, -3, 105, 77}), view.m_Frame);
+        EXPECT_EQ(1.0, view.GetPixelAspect());
+    }
+    picture.setInfo({.pixelAspect = -2.0, .frameRate = 25.0, .time100ns = 7});
+    CKwSurface view;
+    EXPECT_FALSE(view.Lock(picture.get(), &KWPF_FLOAT128, FALSE)) << "nothing converts into floats";
+    CKwSurface again;
+    ASSERT_TRUE(again.Lock(picture.get(), &DDPF_PMARGB32, FALSE));
+    EXPECT_EQ(1.0, again.GetPixelAspect());
+    EXPECT_EQ(25.0, again.m_SurfaceInfo.frameRate);
+}
+
+TEST_F(Frame, OtherFormatsAreViewedThroughAPremultipliedCopy) {
+    Surface picture = Surface::create(PixelFormat::Float128, 3, 2);
+    auto* const pixels = reinterpret_cast<float*>(picture.view().data);
+    pixels[0] = 0.5f, pixels[3] = 1.0f;
+    CKwSurface view;
+    ASSERT_TRUE(view.Lock(picture.get(), &DDPF_PMARGB32, FALSE));
+    EXPECT_LT(view.m_Stride, 0);
+    EXPECT_EQ(4, view.m_BytesPerPixel);
+    EXPECT_EQ(128, std::to_integer<int>(*KwPixelAddress(view.View(), 0, 0, 4)));
+}
+
+} // namespace
