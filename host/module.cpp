@@ -1,0 +1,217 @@
+#include "host/module.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <dlfcn.h>
+
+#include "fmt/format.h"
+#include "host/module_state.h"
+#include "host/names.h"
+
+namespace larkmoor {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kFileName = "liblarkmoor.so";
+
+/// Where the module may stand in relation to the folder of the program that runs.
+constexpr const char* kFolders[] = {".", "../lib", "../lib64",
+#if defined(__x86_64__)
+                                    "../lib/x86_64-linux-gnu"
+#elif defined(__aarch64__)
+                                    "../lib/aarch64-linux-gnu"
+#else
+                                    "../lib/larkmoor"
+#endif
+};
+
+std::string dlerrorText() {
+    const char* const text = dlerror();
+    return text ? text : "the system does not say why";
+}
+
+template <class Function>
+Function function(void* library, const char* name) {
+    return reinterpret_cast<Function>(dlsym(library, name));
+}
+
+std::string withoutMaker(const std::string& description) {
+    const std::size_t blank = description.find(' ');
+    return blank == std::string::npos || blank + 1 == description.size() ? description : description.substr(blank + 1);
+}
+
+EffectKind kindOf(LONG kind) {
+    return kind == 0 ? EffectKind::Generator : kind == KWKIND_TRANSITION ? EffectKind::Transition : EffectKind::Filter;
+}
+
+/// False for an object that does not tell what it is.
+bool describe(IUnknown* object, EffectInfo& info) {
+    const auto told = KwQuery<IKwParamInfo>(object);
+    tClassInfo row{};
+    if (!told || FAILED(told->GetClassInfo(&row, sizeof row)) || row.recordSize < 0) return false;
+    info.className = row.className ? row.className : "";
+    info.iid = row.iid;
+    info.kind = kindOf(row.kind);
+    info.minInputs = row.minInputs;
+    info.maxInputs = row.maxInputs;
+    const auto recordOf = [&](LONG index, std::string& name) {
+        std::vector<std::byte> record(static_cast<std::size_t>(row.recordSize));
+        const char* text = nullptr;
+        if (SUCCEEDED(told->GetPreset(index, &text, record.data(), static_cast<ULONG>(record.size()))) && text)
+            name = text;
+        return record;
+    };
+    std::string unnamed;
+    info.defaults = recordOf(-1, unnamed);
+    for (LONG i = 0; i < row.fieldCount; ++i) {
+        tFieldInfo field{};
+        if (SUCCEEDED(told->GetField(i, &field, sizeof field))) info.fields.push_back(field);
+    }
+    for (LONG i = 0; i < row.presetCount; ++i) {
+        PresetInfo preset;
+        preset.record = recordOf(i, preset.name);
+        info.presets.push_back(std::move(preset));
+    }
+    return true;
+}
+
+} // namespace
+
+Module::State::State(const std::string& file) : path(file), library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    if (!library) throw Error(fmt::format("the module {} cannot be loaded: {}", path, dlerrorText()));
+    getClassObject = function<decltype(getClassObject)>(library, "DllGetClassObject");
+    try {
+        if (!getClassObject || !dlsym(library, "DllEnumObjects2"))
+            throw Error(fmt::format("{} is not an effect module: it does not export DllEnumObjects2 and "
+                                    "DllGetClassObject",
+                                    path));
+        listEffects();
+    } catch (...) {
+        dlclose(library);
+        throw;
+    }
+}
+
+Module::State::~State() {
+    // An object that a caller still holds keeps its code.
+    const auto canUnload = function<HRESULT (*)()>(library, "DllCanUnloadNow");
+    if (!canUnload || canUnload() == S_OK) dlclose(library);
+}
+
+void Module::State::listEffects() {
+    using Enumerate = HRESULT (*)(LONG, GUID*, CLSID*, char*, LONG, void*, void*, void*);
+    const auto enumerate = function<Enumerate>(library, "DllEnumObjects2");
+    constexpr LONG kMostRows = 10000;
+    for (LONG i = 0; i < kMostRows; ++i) {
+        GUID category{};
+        EffectInfo info;
+        char description[512] = "";
+        if (enumerate(i, &category, &info.clsid, description, sizeof description, nullptr, nullptr, nullptr) != S_OK)
+            break;
+        if (category == GUID{}) continue; // a page
+        description[sizeof description - 1] = 0;
+        info.description = description;
+        info.name = withoutMaker(info.description);
+        CComPtr<IUnknown> object;
+        try {
+            object = createObject(info.clsid);
+        } catch (const StatusError&) {
+            continue; // announced, not built
+        }
+        if (describe(object.Get(), info)) effects.push_back(std::move(info));
+    }
+}
+
+CComPtr<IUnknown> Module::State::createObject(const CLSID& clsid) const {
+    CComPtr<IClassFactory> factory;
+    CComPtr<IUnknown> object;
+    HRESULT status = getClassObject(&clsid, &IClassFactory::iid, factory.ReceiveVoid());
+    if (FAILED(status)) factory.Detach();
+    if (factory) {
+        status = factory->CreateInstance(nullptr, &IUnknown::iid, object.ReceiveVoid());
+        if (FAILED(status)) object.Detach();
+    }
+    if (object) return object;
+    if (status == E_OUTOFMEMORY) throw StatusError("there is not enough memory for another effect", status);
+    throw StatusError(fmt::format("the module {} has no such effect", path),
+                      FAILED(status) ? status : CLASS_E_CLASSNOTAVAILABLE);
+}
+
+Module Module::load(const std::string& path) {
+    Module module;
+    const auto take = [&](const std::string& file) { module.m_state = std::make_shared<State>(file); };
+    std::string named = path;
+    if (const char* const variable = std::getenv("LARKMOOR_MODULE"); named.empty() && variable) named = variable;
+    std::error_code error;
+    if (!named.empty()) {
+        // dlopen would look up a name without a folder on the library path.
+        const fs::path file = fs::absolute(named, error);
+        take(error ? named : file.string());
+        return module;
+    }
+    std::string looked;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
+    for (const char* const folder : kFolders) {
+        if (program.empty()) break;
+        const fs::path file = (program / folder / kFileName).lexically_normal();
+        if (fs::exists(file, error)) {
+            take(file.string());
+            return module;
+        }
+        looked += file.string() + ", ";
+    }
+    if (void* const found = dlopen(kFileName, RTLD_NOW | RTLD_LOCAL)) {
+        take(kFileName);
+        dlclose(found);
+        return module;
+    }
+    throw Error(fmt::format("the module {} was not found; looked for {}and on the system's library path; set "
+                            "LARKMOOR_MODULE to the file",
+                            kFileName, looked));
+}
+
+std::span<const EffectInfo> Module::effects() const {
+    return m_state->effects;
+}
+
+const EffectInfo& Module::find(std::string_view name) const {
+    for (const EffectInfo& info : effects())
+        if (sameName(name, info.name) || sameName(name, info.className) || sameName(name, info.description))
+            return info;
+    if (effects().empty())
+        throw Error(fmt::format("there is no effect {}: the module {} has none", inQuotes(name), m_state->path));
+    std::vector<Candidate> candidates;
+    for (const EffectInfo& info : effects()) candidates.push_back({info.name, {info.className, info.description}});
+    throw Error(fmt::format("there is no effect {}; {}", inQuotes(name), didYouMean(name, candidates)));
+}
+
+Effect Module::create(const EffectInfo& info, unsigned processors) const {
+    auto state = std::make_shared<Effect::State>();
+    state->module = m_state;
+    for (const EffectInfo& row : effects())
+        if (row.clsid == info.clsid) state->info = &row;
+    if (!state->info) throw Error(fmt::format("the module {} has no effect {}", m_state->path, inQuotes(info.name)));
+    state->site = createTransformFactory(processors);
+    state->object = createObject(info.clsid);
+    state->transform = KwQuery<IDXTransform>(state->object.Get());
+    if (state->info->kind == EffectKind::Generator)
+        state->generator = queryAs<IKwGenerator>(state->object.Get(), state->info->iid);
+    else
+        state->effect = queryAs<IKwEffect>(state->object.Get(), state->info->iid);
+    if (!state->generator && !state->effect) state->check(E_NOINTERFACE, "be made");
+    if (const auto sited = KwQuery<IObjectWithSite>(state->object.Get()))
+        state->check(sited->SetSite(state->site.Get()), "be made");
+    return Effect(std::move(state));
+}
+
+CComPtr<IUnknown> Module::createObject(const CLSID& clsid) const {
+    return m_state->createObject(clsid);
+}
+
+void* Module::symbol(const char* name) const {
+    return dlsym(m_state->library, name);
+}
+
+} // namespace larkmoor

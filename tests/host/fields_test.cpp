@@ -1,0 +1,219 @@
+// Text of record fields, and names as people type them.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "host/module.h"
+#include "host/names.h"
+
+namespace larkmoor {
+namespace {
+
+using testing::HasSubstr;
+
+struct Record {
+    double size;
+    float opacity;
+    LONG passes;
+    LONG invert;
+    LONG shape;
+    float color[4]; // blue, green, red, alpha
+    double center[2];
+    float tint[3]; // hue, saturation, lightness
+};
+
+constexpr tFieldChoice kShapes[] = {{"Circle", 0}, {"Long Box", 1}, {"-", 2}, {"Star", 7}};
+
+tFieldInfo row(const char* name, tFieldKind kind, tFieldType type, std::size_t offset, LONG count = 1,
+               const char* components = "", double minimum = 0, double maximum = 1) {
+    return {.name = name,
+            .label = "",
+            .help = "",
+            .unit = "",
+            .format = "",
+            .components = components,
+            .choices = nullptr,
+            .choiceCount = 0,
+            .kind = kind,
+            .type = type,
+            .offset = static_cast<LONG>(offset),
+            .count = count,
+            .ramp = KWRAMP_LINEAR,
+            .minimum = minimum,
+            .maximum = maximum,
+            .step = 0.01};
+}
+
+EffectInfo info() {
+    EffectInfo made;
+    made.name = "Smear";
+    made.fields = {row("size", KWFIELD_NUMBER, KWTYPE_DOUBLE, offsetof(Record, size), 1, "", 0, 100),
+                   row("opacity", KWFIELD_NUMBER, KWTYPE_FLOAT, offsetof(Record, opacity)),
+                   row("passes", KWFIELD_WHOLE, KWTYPE_LONG, offsetof(Record, passes), 1, "", 1, 10),
+                   row("invert", KWFIELD_SWITCH, KWTYPE_LONG, offsetof(Record, invert)),
+                   row("shape", KWFIELD_CHOICE, KWTYPE_LONG, offsetof(Record, shape), 1, "", 0, 7),
+                   row("color", KWFIELD_COLOR, KWTYPE_FLOAT, offsetof(Record, color), 4, "bgra"),
+                   row("center", KWFIELD_POINT, KWTYPE_DOUBLE, offsetof(Record, center), 2, "xy"),
+                   row("tint", KWFIELD_COLOR, KWTYPE_FLOAT, offsetof(Record, tint), 3, "hsl")};
+    made.fields[0].unit = "pixels";
+    made.fields[0].label = "Blur &Size:";
+    made.fields[4].choices = kShapes;
+    made.fields[4].choiceCount = 4;
+    made.presets = {{"Reset to None", {}}, {"Very-Soft", {}}, {"3", {}}};
+    return made;
+}
+
+struct Bytes {
+    Record record{};
+    std::span<std::byte> span() { return std::as_writable_bytes(std::span(&record, 1)); }
+};
+
+TEST(HostFields, TextGoesInAndOut) {
+    const struct {
+        const char *field, *given, *read;
+    } rows[] = {
+        {"size", "12.5", "12.5"},
+        {"size", " +3e2 ", "300"}, // beyond the page's range, which nothing checks
+        {"size", "-1", "-1"},
+        {"opacity", "0.1", "0.1"},
+        {"passes", "4", "4"},
+        {"passes", "4.0", "4"},
+        {"passes", "-2147483648", "-2147483648"},
+        {"invert", "On", "on"},
+        {"invert", "yes", "on"},
+        {"invert", "1", "on"},
+        {"invert", "FALSE", "off"},
+        {"invert", "5", "5"},
+        {"shape", "star", "Star"},
+        {"shape", "long_box", "Long Box"},
+        {"shape", "-", "-"},
+        {"shape", "7", "Star"},
+        {"shape", "3", "3"},
+        {"color", "#FF8000", "1,0.5019608,0,1"},
+        {"color", "#ff800033", "1,0.5019608,0,0.2"},
+        {"color", "0.25, 0.5, 0.75", "0.25,0.5,0.75,1"},
+        {"color", "0.25,0.5,2,0", "0.25,0.5,2,0"},
+        {"center", "0.5,-0.25", "0.5,-0.25"},
+        {"tint", "0.1,0.2,0.3", "0.1,0.2,0.3"},
+    };
+    const EffectInfo effect = info();
+    for (const auto& row : rows) {
+        Bytes bytes;
+        ASSERT_NO_THROW(setFieldText(effect.field(row.field), bytes.span(), row.given)) << row.given;
+        EXPECT_EQ(fieldText(effect.field(row.field), bytes.span()), row.read) << row.field << " " << row.given;
+    }
+    Bytes bytes;
+    setFieldText(effect.field("color"), bytes.span(), "1,0.5,0.25,0");
+    EXPECT_EQ(bytes.record.color[0], 0.25f) << "blue stands first";
+    EXPECT_EQ(bytes.record.color[2], 1.0f);
+}
+
+TEST(HostFields, JunkIsRefusedWithWhatIsTakenAndChangesNothing) {
+    const struct {
+        const char *field, *given, *taken;
+    } rows[] = {
+        {"size", "abc", "the field \"size\" takes a number from 0 to 100 pixels, not \"abc\""},
+        {"size", "", "not \"\""},
+        {"size", "nan", "a number"},
+        {"size", "inf", "a number"},
+        {"size", "1e999", "a number"},
+        {"size", "1,5", "a number"},
+        {"size", "0x10", "a number"},
+        {"size", "5px", "a number"},
+        {"size", "+-5", "a number"},
+        {"opacity", "1e39", "a number from 0 to 1"},
+        {"passes", "1.5", "a whole number from 1 to 10"},
+        {"passes", "2147483648", "a whole number"},
+        {"invert", "maybe", "takes on or off"},
+        {"shape", "square", "\"Circle\", \"Long Box\", \"-\" or \"Star\""},
+        {"shape", "1.5", "or a whole number"},
+        {"color", "#FF80", "#RRGGBB, #RRGGBBAA or numbers from 0 to 1 as red,green,blue,alpha"},
+        {"color", "#GG8000", "#RRGGBB"},
+        {"color", "#+1+1+1", "#RRGGBB"},
+        {"color", "1,0", "#RRGGBB"},
+        {"color", "1,0,0,1,1", "#RRGGBB"},
+        {"color", "0,0,1e39,1", "#RRGGBB"},
+        {"center", "1", "a point as x,y"},
+        {"center", "1,", "a point as x,y"},
+        {"tint", "#FF8000", "numbers from 0 to 1 as h,s,l"},
+    };
+    const EffectInfo effect = info();
+    for (const auto& row : rows) {
+        Bytes bytes;
+        std::memset(bytes.span().data(), 0x3E, sizeof(Record));
+        const Bytes before = bytes;
+        try {
+            setFieldText(effect.field(row.field), bytes.span(), row.given);
+            ADD_FAILURE() << row.field << " took " << row.given;
+        } catch (const Error& error) {
+            EXPECT_THAT(error.what(), HasSubstr(row.taken));
+        }
+        EXPECT_EQ(std::memcmp(&bytes, &before, sizeof bytes), 0) << row.field << " " << row.given;
+    }
+}
+
+TEST(HostFields, NothingOutsideTheRecordIsTouched) {
+    EffectInfo effect = info();
+    std::vector<std::byte> small(offsetof(Record, tint) + 11);
+    EXPECT_THROW(fieldText(effect.field("tint"), small), Error);
+    EXPECT_THROW(setFieldText(effect.field("tint"), small, "0,0,0"), Error);
+    effect.fields[0].offset = -8;
+    EXPECT_THROW(fieldText(effect.fields[0], small), Error);
+    effect.fields[0].offset = INT32_MAX;
+    EXPECT_THROW(setFieldText(effect.fields[0], small, "1"), Error);
+}
+
+TEST(HostFields, WildRecordsHaveText) {
+    Bytes bytes;
+    bytes.record.size = std::numeric_limits<double>::quiet_NaN();
+    bytes.record.opacity = 1e30f;
+    EXPECT_EQ(fieldText(info().field("size"), bytes.span()), "nan");
+    EXPECT_EQ(fieldText(info().field("opacity"), bytes.span()), "1e+30");
+}
+
+std::string sentenceOf(auto&& call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return {};
+}
+
+TEST(HostNames, FieldsAndPresetsByName) {
+    const EffectInfo effect = info();
+    EXPECT_EQ(&effect.field("S-I z_e"), &effect.fields[0]);
+    EXPECT_EQ(&effect.field("blur size"), &effect.fields[0]);
+    EXPECT_EQ(sentenceOf([&] { effect.field("opacty"); }), "Smear has no field \"opacty\"; did you mean \"opacity\"?");
+    EXPECT_EQ(&effect.preset("very soft"), &effect.presets[1]);
+    EXPECT_EQ(&effect.preset("0"), &effect.presets[0]);
+    EXPECT_EQ(&effect.preset("3"), &effect.presets[2]) << "a name goes before a number";
+    EXPECT_THAT(sentenceOf([&] { effect.preset("9"); }), HasSubstr("numbers 0 to 2"));
+    EXPECT_THAT(sentenceOf([&] { effect.preset("99999999999999999999999"); }), HasSubstr("numbers 0 to 2"));
+    EXPECT_THAT(sentenceOf([&] { effect.preset("reset"); }), HasSubstr("did you mean \"Reset to None\"?"));
+    EXPECT_THAT(sentenceOf([] { EffectInfo().preset("x"); }), HasSubstr("no presets at all"));
+}
+
+TEST(HostNames, NearestAreOffered) {
+    const std::vector<Candidate> effects = {{"Gaussian Blur", {"DXTGaussianBlur"}},
+                                            {"Quick Blur", {"DXTBlur"}},
+                                            {"Invert", {"DXTInvert"}},
+                                            {"Push", {"DXTKwPush"}},
+                                            {"Linear Wipe", {"DXTKwWipe"}}};
+    EXPECT_EQ(didYouMean("Gausian Blur", effects), "did you mean \"Gaussian Blur\"?");
+    EXPECT_EQ(didYouMean("blur", effects), "did you mean \"Gaussian Blur\" or \"Quick Blur\"?");
+    EXPECT_EQ(didYouMean("dxtinvret", effects), "did you mean \"Invert\"?");
+    EXPECT_EQ(didYouMean("inv", effects), "did you mean \"Invert\"?");
+    EXPECT_THAT(didYouMean("zzzzzz", effects), HasSubstr(" or ")) << "three all the same";
+    EXPECT_EQ(didYouMean("x", {}), "");
+    EXPECT_NO_THROW(didYouMean(std::string(100000, 'b'), effects));
+    EXPECT_FALSE(sameName("-", "_"));
+    EXPECT_EQ(inQuotes("a\nb"), "\"a b\"");
+    EXPECT_LT(inQuotes(std::string(1000, 'x')).size(), 70u);
+}
+
+} // namespace
+} // namespace larkmoor

@@ -1,0 +1,193 @@
+// The C++ face against the real module.
+
+#include "host/module.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace larkmoor {
+namespace {
+
+using testing::HasSubstr;
+
+template <class Call>
+std::string sentenceOf(Call&& call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+const Module& module() {
+    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
+    return loaded;
+}
+
+void fill(const Surface& surface, DWORD sample) {
+    const ImageView view = surface.view();
+    for (int y = 0; y < view.height; ++y)
+        for (int x = 0; x < view.width; ++x) std::memcpy(view.data + y * view.stride + x * 4, &sample, 4);
+}
+
+DWORD sampleAt(const Surface& surface, int x, int y) {
+    DWORD sample = 0;
+    std::memcpy(&sample, surface.view().data + y * surface.view().stride + x * 4, 4);
+    return sample;
+}
+
+TEST(HostModule, SaysWhereItLooked) {
+    EXPECT_THAT(sentenceOf([] { Module::load("/nowhere/at/all.so"); }), HasSubstr("/nowhere/at/all.so"));
+    EXPECT_THAT(sentenceOf([] { Module::load("/proc/self/exe"); }), HasSubstr("/proc/self/exe"));
+    const auto text = std::filesystem::temp_directory_path() / "larkmoor_no_module.so";
+    std::ofstream(text) << "not a library";
+    EXPECT_THAT(sentenceOf([&] { Module::load(text); }), HasSubstr("cannot be loaded"));
+    std::filesystem::remove(text);
+}
+
+TEST(HostModule, ListsWhatItCanMake) {
+    ASSERT_FALSE(module().effects().empty());
+    for (const EffectInfo& info : module().effects()) {
+        SCOPED_TRACE(info.description);
+        EXPECT_TRUE(info.description.ends_with(info.name));
+        EXPECT_EQ(&module().find(info.className), &info);
+        EXPECT_EQ(&module().find(info.description), &info);
+        EXPECT_LE(info.minInputs, info.maxInputs);
+        for (const PresetInfo& preset : info.presets) EXPECT_EQ(preset.record.size(), info.defaults.size());
+        const Effect effect = module().create(info);
+        EXPECT_EQ(effect.record().size(), info.defaults.size());
+        for (const tFieldInfo& field : info.fields) {
+            if (field.kind == KWFIELD_TEXT || field.kind == KWFIELD_FONT) continue;
+            // What a field reads as, it takes again.
+            auto record = info.defaults;
+            const std::string text = fieldText(field, record);
+            EXPECT_NO_THROW(setFieldText(field, record, text)) << field.name;
+            EXPECT_EQ(record, info.defaults) << field.name << " " << text;
+        }
+    }
+    EXPECT_EQ(sentenceOf([] { module().find("Invrt"); }), "there is no effect \"Invrt\"; did you mean \"Invert\"?");
+    EXPECT_EQ(sentenceOf([] { module().createObject(IDXSurface::iid); }).substr(0, 10), "the module");
+    EXPECT_NE(module().symbol("DllCanUnloadNow"), nullptr);
+    EXPECT_EQ(module().symbol("DllNothing"), nullptr);
+}
+
+TEST(HostModule, StaysWhileAnEffectLives) {
+    auto loaded = std::make_unique<Module>(Module::load(LARKMOOR_MODULE_FILE));
+    Effect effect = loaded->create(loaded->find("invert"));
+    loaded.reset();
+    EXPECT_EQ(effect.info().className, "DXTInvert");
+    EXPECT_EQ(effect.record(), effect.info().defaults);
+}
+
+TEST(HostEffect, RendersWithClipAndPlacement) {
+    Effect effect = module().create(module().find("Invert"));
+    const Surface input = Surface::create(PixelFormat::PremultipliedArgb32, 6, 4);
+    fill(input, 0xFF102030);
+    Surface output = Surface::create(PixelFormat::PremultipliedArgb32, 6, 4);
+    ASSERT_TRUE(effect.render({&input, 1}, output));
+    const DWORD inverted = sampleAt(output, 0, 0);
+    EXPECT_NE(inverted, 0u);
+    EXPECT_EQ(sampleAt(output, 5, 3), inverted);
+
+    output.clear();
+    const RECT clip{1, 1, 3, 2};
+    const POINT place{4, 3};
+    ASSERT_TRUE(effect.render({&input, 1}, output, &clip, &place));
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 6; ++x)
+            EXPECT_EQ(sampleAt(output, x, y), x >= 4 && y == 3 ? inverted : 0u) << x << " " << y;
+    const RECT beside{10, 10, 12, 12}, empty{3, 3, 3, 3};
+    EXPECT_FALSE(effect.render({&input, 1}, output, &beside));
+    EXPECT_FALSE(effect.render({&input, 1}, output, &empty));
+
+    // Other surfaces are bound as they come.
+    const Surface second = Surface::create(PixelFormat::PremultipliedArgb32, 2, 2);
+    const Surface small = Surface::create(PixelFormat::PremultipliedArgb32, 2, 2);
+    fill(second, 0xFF102030);
+    ASSERT_TRUE(effect.render({&second, 1}, small));
+    EXPECT_EQ(sampleAt(small, 1, 1), inverted);
+    effect.unbind();
+    ASSERT_TRUE(effect.render({&second, 1}, small));
+}
+
+TEST(HostEffect, GeneratorsDrawTheSamePictureInEachFormat) {
+    for (const EffectInfo& info : module().effects()) {
+        if (info.kind != EffectKind::Generator) continue;
+        SCOPED_TRACE(info.name);
+        Effect effect = module().create(info);
+        const Surface bytes = Surface::create(PixelFormat::PremultipliedArgb32, 37, 23);
+        const Surface floats = Surface::create(PixelFormat::Float128, 37, 23);
+        effect.generate(bytes);
+        effect.generate(floats);
+        for (int y = 0; y < 23; ++y)
+            for (int x = 0; x < 37; ++x) {
+                float pixel[4];
+                std::memcpy(pixel, floats.view().data + y * floats.view().stride + x * 16, sizeof pixel);
+                for (int c = 0; c < 4; ++c)
+                    EXPECT_EQ(pixel[c], static_cast<float>(sampleAt(bytes, x, y) >> (8 * c) & 255) / 255.0f);
+            }
+        EXPECT_THAT(sentenceOf([&] { effect.render({}, bytes); }), HasSubstr("is a generator"));
+        EXPECT_NO_THROW(effect.generate(Surface::create(PixelFormat::Argb32, 1, 1)));
+    }
+}
+
+TEST(HostEffect, SaysWhatItWasNotGiven) {
+    Effect effect = module().create(module().find("Invert"));
+    const std::vector<Surface> two(2, Surface::create(PixelFormat::Argb32, 2, 2));
+    EXPECT_EQ(sentenceOf([&] { effect.render(two, two[0]); }), "Invert takes 0 to 1 input, not 2");
+    EXPECT_EQ(sentenceOf([&] { effect.render({}, Surface()); }), "Invert was given no output picture");
+    EXPECT_THAT(sentenceOf([&] { effect.generate(two[0]); }), HasSubstr("no generator"));
+    EXPECT_THAT(sentenceOf([&] { effect.set("nothing", "1"); }), HasSubstr("Invert has no field \"nothing\""));
+    EXPECT_THAT(sentenceOf([&] { effect.setProgress(2); }), HasSubstr("0 to 1"));
+    EXPECT_THAT(sentenceOf([&] { effect.setRecord(std::vector<std::byte>(500)); }), HasSubstr("not 500"));
+    EXPECT_THAT(sentenceOf([&] { effect.loadState({}); }), HasSubstr("empty"));
+    EXPECT_THAT(sentenceOf([&] { effect.setRamp(effect.record(), {}); }), HasSubstr("not 0"));
+    EXPECT_EQ(effect.record(), effect.info().defaults);
+}
+
+TEST(HostEffect, SettingsTravel) {
+    const EffectInfo& info = module().find("Invert");
+    ASSERT_GE(info.presets.size(), 2u);
+    Effect effect = module().create(info);
+    const Surface input = Surface::create(PixelFormat::PremultipliedArgb32, 1, 1);
+    const Surface output = Surface::create(PixelFormat::PremultipliedArgb32, 1, 1);
+    fill(input, 0xFF102030);
+    const auto rendered = [&](Effect& by) {
+        Surface(output).clear();
+        by.render({&input, 1}, output);
+        return sampleAt(output, 0, 0);
+    };
+    for (std::size_t i = 0; i < info.presets.size(); ++i) {
+        effect.applyPreset(info.presets[i].name);
+        EXPECT_EQ(effect.record(), info.presets[i].record) << info.presets[i].name;
+        const auto state = effect.saveState();
+        EXPECT_EQ(state, info.presets[i].record);
+        const DWORD expected = rendered(effect);
+        Effect other = module().create(info);
+        other.loadState(state);
+        EXPECT_EQ(other.record(), info.presets[i].record);
+        EXPECT_EQ(rendered(other), expected);
+        for (const tFieldInfo& field : info.fields) EXPECT_EQ(other.get(field.name), effect.get(field.name));
+    }
+    // A ramp between a record and itself shows that record; behind it stands what was set.
+    const auto from = info.presets[0].record, to = info.presets[1].record;
+    Effect still = module().create(info);
+    still.setRecord(to);
+    const DWORD end = rendered(still);
+    still.setRecord(from);
+    const DWORD begin = rendered(still);
+    still.setRamp(to, to);
+    still.setRampPosition(0.5);
+    EXPECT_EQ(rendered(still), end);
+    EXPECT_EQ(still.record(), from);
+    still.clearRamp();
+    EXPECT_EQ(rendered(still), begin);
+}
+
+} // namespace
+} // namespace larkmoor
