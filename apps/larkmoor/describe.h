@@ -1,0 +1,14 @@
+// How effects are described, to people and to programs.
+#pragma once
+
+#include <string>
+
+#include "host/module.h"
+
+namespace larkmoor {
+
+std::string kindName(EffectKind kind);
+/// "1", or "0 to 2".
+std::string inputCount(const EffectInfo& info);
+
+} // namespace larkmoor

@@ -1,0 +1,86 @@
+#include "media/av.h"
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+
+#include <fmt/format.h>
+
+namespace larkmoor {
+
+namespace {
+
+std::mutex lastLock;
+std::string lastComplaint;
+std::atomic<bool> endedEarly = false;
+std::atomic<bool> verboseLog = false;
+
+void takeLog(void* object, int level, const char* format, va_list arguments) {
+    if (level <= AV_LOG_ERROR) {
+        va_list copy;
+        va_copy(copy, arguments);
+        char line[512];
+        std::vsnprintf(line, sizeof(line), format, copy);
+        va_end(copy);
+        line[std::strcspn(line, "\n")] = 0;
+        if (std::strstr(line, "ended prematurely")) endedEarly = true;
+        const std::lock_guard guard(lastLock);
+        lastComplaint = line;
+    }
+    if (verboseLog) av_log_default_callback(object, level, format, arguments);
+}
+
+} // namespace
+
+void quietLog(bool verbose) {
+    verboseLog = verbose;
+    // An encoder with a log of its own: errors only.
+    if (!verbose) ::setenv("SVT_LOG", "1", 0);
+    av_log_set_level(verbose ? AV_LOG_INFO : AV_LOG_ERROR);
+    av_log_set_callback(takeLog);
+}
+
+bool prematureEnd() {
+    return endedEarly;
+}
+
+FramePtr newFrame() {
+    FramePtr frame(av_frame_alloc());
+    if (!frame) throw std::bad_alloc();
+    return frame;
+}
+
+PacketPtr newPacket() {
+    PacketPtr packet(av_packet_alloc());
+    if (!packet) throw std::bad_alloc();
+    return packet;
+}
+
+FramePtr shareFrame(const AVFrame& frame) {
+    FramePtr copy(av_frame_clone(&frame));
+    if (!copy) throw std::bad_alloc();
+    return copy;
+}
+
+std::string avReason(int code) {
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof(text));
+    const bool vague = code == AVERROR_INVALIDDATA || code == AVERROR_EXTERNAL || code == AVERROR(EINVAL);
+    const std::lock_guard guard(lastLock);
+    return vague && !lastComplaint.empty() ? fmt::format("{} ({})", text, lastComplaint) : std::string(text);
+}
+
+int avCheck(int code, std::string_view what) {
+    if (code < 0) throw Error(fmt::format("cannot {}: {}", what, avReason(code)));
+    return code;
+}
+
+void warn(std::string_view sentence) {
+    fmt::print(stderr, "larkmoor: {}\n", sentence);
+}
+
+} // namespace larkmoor

@@ -1,0 +1,147 @@
+#include "media/colour.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "media/av.h"
+
+extern "C" {
+#include <libswscale/swscale.h>
+}
+
+namespace larkmoor {
+
+Colour colourOf(const AVFrame& frame) {
+    return {frame.colorspace, frame.color_range, frame.color_primaries, frame.color_trc, frame.chroma_location};
+}
+
+void tag(AVFrame& frame, const Colour& colour) {
+    frame.colorspace = colour.space;
+    frame.color_range = colour.range;
+    frame.color_primaries = colour.primaries;
+    frame.color_trc = colour.transfer;
+    frame.chroma_location = colour.chroma;
+}
+
+namespace {
+
+std::uint64_t flagsOf(AVPixelFormat format) {
+    const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(format);
+    return d ? d->flags : 0;
+}
+
+/// What pictures can be converted to.
+bool isUsable(AVPixelFormat format) {
+    return sws_isSupportedOutput(format) || needsFloat(format);
+}
+
+/// Codecs whose players expect 4:2:0 even where the standard knows more.
+bool isForDelivery(AVCodecID codec) {
+    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_VP8 ||
+           codec == AV_CODEC_ID_VP9 || codec == AV_CODEC_ID_AV1;
+}
+
+} // namespace
+
+bool isRgb(AVPixelFormat format) {
+    return flagsOf(format) & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL);
+}
+
+bool isGray(AVPixelFormat format) {
+    const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(format);
+    return d && d->nb_components <= 2 && !isRgb(format);
+}
+
+bool needsFloat(AVPixelFormat format) {
+    return format == AV_PIX_FMT_GBRPF32 || format == AV_PIX_FMT_GBRAPF32 || format == AV_PIX_FMT_GRAYF32;
+}
+
+bool hasAlpha(AVPixelFormat format) {
+    return flagsOf(format) & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL);
+}
+
+AVColorSpace usualMatrix(int width, int height) {
+    return width >= 1280 || height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+}
+
+AVPixelFormat withoutRange(AVPixelFormat format) {
+    switch (format) {
+    case AV_PIX_FMT_YUVJ420P:
+        return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+        return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+        return AV_PIX_FMT_YUV444P;
+    case AV_PIX_FMT_YUVJ440P:
+        return AV_PIX_FMT_YUV440P;
+    case AV_PIX_FMT_YUVJ411P:
+        return AV_PIX_FMT_YUV411P;
+    default:
+        return format;
+    }
+}
+
+bool isFullRange(AVPixelFormat format, AVColorRange range) {
+    if (isRgb(format) || withoutRange(format) != format) return true;
+    if (range != AVCOL_RANGE_UNSPECIFIED) return range == AVCOL_RANGE_JPEG;
+    return isGray(format);
+}
+
+Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height,
+                  AVPixelFormat wanted) {
+    // TIFF knows chroma planes, but few programs read them.
+    std::vector<AVPixelFormat> taken;
+    for (const AVPixelFormat* f = encoder.pix_fmts; f && *f != AV_PIX_FMT_NONE; ++f)
+        if (isUsable(*f) && (encoder.id != AV_CODEC_ID_TIFF || isRgb(*f) || isGray(*f))) taken.push_back(*f);
+    const auto takes = [&](AVPixelFormat f) { return !encoder.pix_fmts || std::ranges::find(taken, f) != taken.end(); };
+
+    const bool takesAlpha = std::ranges::any_of(taken, hasAlpha);
+
+    Target target{source, colour};
+    if (wanted != AV_PIX_FMT_NONE) {
+        if (!takes(wanted) || !isUsable(wanted))
+            throw UsageError(
+                fmt::format("{} does not take the pixel format {}", encoder.name, av_get_pix_fmt_name(wanted)));
+        target.format = wanted;
+    } else if (source == AV_PIX_FMT_PAL8 || !takes(source)) {
+        if (taken.empty()) taken.push_back(AV_PIX_FMT_BGRA);
+        taken.push_back(AV_PIX_FMT_NONE);
+        // A palette holds any colour and alpha, which a nearest match by its eight bits would lose.
+        const AVPixelFormat like = source == AV_PIX_FMT_PAL8 ? AV_PIX_FMT_BGRA : source;
+        // Full range before limited: the encoders of pictures take both spellings of it.
+        const AVPixelFormat plain = withoutRange(like);
+        const bool even = width % 2 == 0 && height % 2 == 0;
+        if (takes(plain))
+            target.format = plain;
+        else if (isRgb(like) && isForDelivery(encoder.id) && even && !(hasAlpha(like) && takesAlpha) &&
+                 takes(AV_PIX_FMT_YUV420P))
+            target.format = AV_PIX_FMT_YUV420P;
+        else
+            target.format = avcodec_find_best_pix_fmt_of_list(taken.data(), like, hasAlpha(like), nullptr);
+    }
+    if (encoder.id == AV_CODEC_ID_MJPEG) {
+        // JPEG files know one matrix and one range, whatever their size.
+        target.colour.space = AVCOL_SPC_BT470BG;
+        target.colour.range = AVCOL_RANGE_JPEG;
+        target.colour.chroma = AVCHROMA_LOC_CENTER;
+    } else if (isRgb(target.format)) {
+        target.colour.space = AVCOL_SPC_RGB;
+        target.colour.range = AVCOL_RANGE_JPEG;
+        target.colour.chroma = AVCHROMA_LOC_UNSPECIFIED;
+    } else if (isGray(target.format)) {
+        target.colour.space = AVCOL_SPC_UNSPECIFIED;
+        if (!isGray(source)) target.colour.range = AVCOL_RANGE_JPEG;
+    } else if (isRgb(source) || isGray(source)) {
+        target.colour.space = usualMatrix(width, height);
+        target.colour.range = withoutRange(target.format) != target.format ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+        target.colour.chroma = AVCHROMA_LOC_LEFT;
+    } else if (withoutRange(source) != source) {
+        target.colour.range = AVCOL_RANGE_JPEG;
+        if (takes(withoutRange(target.format))) target.format = withoutRange(target.format);
+    }
+    return target;
+}
+
+} // namespace larkmoor

@@ -1,0 +1,52 @@
+// What the numbers of a picture mean: matrix, range, primaries, transfer.
+#pragma once
+
+extern "C" {
+#include <libavcodec/codec.h>
+#include <libavutil/frame.h>
+}
+
+namespace larkmoor {
+
+struct Colour {
+    AVColorSpace space = AVCOL_SPC_UNSPECIFIED;
+    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
+    AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
+    AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
+    AVChromaLocation chroma = AVCHROMA_LOC_UNSPECIFIED;
+
+    friend bool operator==(const Colour&, const Colour&) = default;
+};
+
+/// As a frame says it, gaps left as they are.
+Colour colourOf(const AVFrame& frame);
+void tag(AVFrame& frame, const Colour& colour);
+
+bool isRgb(AVPixelFormat format);
+bool isGray(AVPixelFormat format);
+/// Float samples: pictures of these formats go through the 16-byte form.
+bool needsFloat(AVPixelFormat format);
+bool hasAlpha(AVPixelFormat format);
+
+/// The matrix that players take for a picture that does not tell: BT.709 from 720 rows or 1280 columns up, else BT.601.
+AVColorSpace usualMatrix(int width, int height);
+
+/// Full range of the samples, by the frame's word, the kind of pixel format, or the habit for it.
+bool isFullRange(AVPixelFormat format, AVColorRange range);
+
+/// The "J" formats of old say their range by name; this is the format without it.
+AVPixelFormat withoutRange(AVPixelFormat format);
+
+/// How pictures are written by an encoder: what it takes, nearest to the source.
+struct Target {
+    AVPixelFormat format = AV_PIX_FMT_NONE;
+    Colour colour;
+};
+
+/// The source's own format where the encoder takes it, else the encoder's nearest. RGB encoders stay RGB.
+/// @param wanted a pixel format of the user's choice, or AV_PIX_FMT_NONE.
+/// Throws UsageError when the encoder does not take the wanted one.
+Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height,
+                  AVPixelFormat wanted);
+
+} // namespace larkmoor

@@ -1,0 +1,44 @@
+#include "media/sequence.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+namespace larkmoor {
+
+namespace fs = std::filesystem;
+
+bool isSequence(const std::string& path) {
+    return av_filename_number_test(path.c_str()) == 1;
+}
+
+std::string sequenceName(const std::string& path, int number) {
+    std::string name(path.size() + 64, '\0');
+    if (av_get_frame_filename(name.data(), static_cast<int>(name.size()), path.c_str(), number) < 0) return path;
+    name.resize(name.find('\0'));
+    return name;
+}
+
+std::vector<int> sequenceNumbers(const std::string& path) {
+    const fs::path whole(path);
+    const std::string pattern = whole.filename();
+    const std::string prefix = pattern.substr(0, pattern.find('%'));
+    const fs::path folder = whole.has_parent_path() ? whole.parent_path() : fs::path(".");
+    std::vector<int> numbers;
+    std::error_code error;
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        const std::string name = it->path().filename();
+        if (!name.starts_with(prefix)) continue;
+        int number = 0;
+        const auto [last, status] = std::from_chars(name.data() + prefix.size(), name.data() + name.size(), number);
+        if (status == std::errc() && number >= 0 && sequenceName(pattern, number) == name) numbers.push_back(number);
+    }
+    std::ranges::sort(numbers);
+    return numbers;
+}
+
+} // namespace larkmoor

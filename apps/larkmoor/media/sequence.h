@@ -1,0 +1,17 @@
+// Numbered files: names with one `%d` or `%04d` in them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace larkmoor {
+
+bool isSequence(const std::string& path);
+
+/// The numbers of the files that are there, in order.
+std::vector<int> sequenceNumbers(const std::string& path);
+
+/// The name with a number in place.
+std::string sequenceName(const std::string& path, int number);
+
+} // namespace larkmoor

@@ -1,0 +1,58 @@
+#include "output.h"
+
+#include <fmt/format.h>
+
+#include "progress.h"
+
+namespace larkmoor {
+
+Output::Output(const OutputRequest& request, const VideoFacts& video, const Reader* like)
+    : m_file(request.path, request.overwrite) {
+    if (!isRawPath(request.path)) {
+        auto sink = std::make_unique<ContainerSink>(m_file.workPath(), request.path, video, request.encode, like);
+        m_container = sink.get();
+        m_sink = std::move(sink);
+        return;
+    }
+    AVPixelFormat wanted = request.encode.pixelFormat;
+    if (request.raw) {
+        const RawRequest& raw = *request.raw;
+        if (raw.width && (raw.width != video.width || raw.height != video.height))
+            throw UsageError(fmt::format("--raw says {}x{}, but the pictures are {}x{}", raw.width, raw.height,
+                                         video.width, video.height));
+        wanted = raw.format;
+    } else if (request.path == "-" && wanted == AV_PIX_FMT_NONE) {
+        throw UsageError("frames on standard output need --raw WxH:FORMAT:RATE");
+    }
+    const AVCodec& codec = *avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO);
+    m_sink = createRawSink(m_file.workPath(), request.path,
+                           pickTarget(codec, video.format, video.colour, video.width, video.height, wanted));
+}
+
+void Output::finish() {
+    m_sink->finish();
+    m_file.commit();
+}
+
+std::int64_t run(const Module& module, std::span<const Step> steps, const VideoFacts& video, const VideoFacts& second,
+                 Output& output, int threads, std::optional<std::int64_t> total, const std::function<bool(Job&)>& read,
+                 const std::function<void(const Job&)>& written) {
+    const FramePool frames(output.sink().target().format, video.width, video.height);
+    const WorkPlan plan{module, steps, video, second, output.sink(), frames};
+    Pool<Worker> workers([&] { return std::make_unique<Worker>(plan); });
+    Progress progress(total);
+    std::int64_t count = 0;
+    runPipeline(threads, {.read = read,
+                          .work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); },
+                          .write =
+                              [&](Job& job) {
+                                  for (PacketPtr& packet : job.side) output.sink().writeSide(std::move(packet));
+                                  if (job.output) output.sink().write(std::move(job.output));
+                                  if (written) written(job);
+                                  ++count;
+                                  progress.step();
+                              }});
+    return count;
+}
+
+} // namespace larkmoor

@@ -1,0 +1,37 @@
+// What is written appears under its final name whole or not at all.
+#pragma once
+
+#include <string>
+
+namespace larkmoor {
+
+/// A file, or a numbered sequence of files, that is written under a temporary name in the same folder. Unless
+/// `commit` is reached, nothing is left of it: not on errors, and not on SIGINT, SIGTERM or SIGHUP.
+/// Devices and pipes are written directly.
+class OutputFile {
+  public:
+    /// Throws Error when the file is there and `overwrite` is not set, or when its folder cannot be written.
+    OutputFile(const std::string& path, bool overwrite);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    /// The name to write to until `commit`.
+    const std::string& workPath() const { return m_workPath; }
+    bool isSequence() const { return m_sequence; }
+
+    /// Makes what was written last, and gives it its final name.
+    void commit();
+
+  private:
+    void discard();
+
+    std::string m_path, m_workPath, m_workFolder;
+    bool m_direct = false, m_sequence = false, m_overwrite = false, m_open = false;
+};
+
+/// From here on SIGINT, SIGTERM and SIGHUP remove unfinished outputs before they end the process. Call before any
+/// thread is started.
+void removeOutputsOnSignals();
+
+} // namespace larkmoor

@@ -1,0 +1,91 @@
+#include "worker.h"
+
+#include <cstdint>
+
+#include "media/alpha.h"
+
+namespace larkmoor {
+
+namespace {
+
+PixelFormat formFor(const WorkPlan& plan) {
+    if (!plan.steps.empty() && plan.steps.front().info->kind == EffectKind::Generator) return PixelFormat::Argb32;
+    return needsFloat(plan.video.format) ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
+}
+
+} // namespace
+
+Worker::Worker(const WorkPlan& plan) : m_plan(plan), m_form(formFor(plan)), m_chain(plan.module, plan.steps) {}
+
+tSurfaceInfo Worker::infoFor(const Job& job) const {
+    return {av_q2d(m_plan.video.aspect), av_q2d(m_plan.video.rate), job.time100ns};
+}
+
+/// The frame's own memory where it is in the right form already, else a converted copy in `memory`.
+Surface Worker::surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& importer, Surface& memory) {
+    const VideoFacts& size = m_plan.video;
+    constexpr std::uintptr_t alignment = 16;
+    if (frame.format == AV_PIX_FMT_BGRA && m_form == PixelFormat::PremultipliedArgb32 && frame.width == size.width &&
+        frame.height == size.height && av_frame_is_writable(&frame) &&
+        reinterpret_cast<std::uintptr_t>(frame.data[0]) % alignment == 0) {
+        if (!facts.premultiplied) premultiply(viewOf(frame));
+        return Surface::wrap(viewOf(frame));
+    }
+    if (!memory) memory = Surface::create(m_form, size.width, size.height);
+    importer.run(frame, memory.view(), facts.premultiplied);
+    memory.touch();
+    return memory;
+}
+
+void Worker::run(Job& job) {
+    const Target& target = m_plan.sink.target();
+    const VideoFacts& video = m_plan.video;
+    if (job.plain && job.first->format == target.format && colourOf(*job.first) == target.colour &&
+        job.first->width == video.width && job.first->height == video.height) {
+        job.output = std::move(job.first);
+        return;
+    }
+    job.output = m_plan.frames.take();
+    AVFrame& out = *job.output;
+    if (job.first) {
+        av_frame_copy_props(&out, job.first.get());
+    } else {
+        out.pts = job.index;
+        out.pkt_duration = 1;
+    }
+    tag(out, target.colour);
+
+    if (job.plain) {
+        // A transition's first clip and its second one differ in what their numbers mean.
+        const VideoFacts& facts = job.fromSecond ? m_plan.second : video;
+        m_exporter.run(surfaceOf(*job.first, facts, m_firstImporter, m_first).view(), out, m_plan.sink.premultiplied());
+        return;
+    }
+    // The last effect draws straight into the encoder's frame where that has the same form.
+    Surface output;
+    if (target.format == AV_PIX_FMT_BGRA && m_form != PixelFormat::Float128) {
+        output = Surface::wrap(viewOf(out, m_form));
+    } else {
+        if (!m_output) m_output = Surface::create(m_form, video.width, video.height);
+        output = m_output;
+    }
+    const tSurfaceInfo info = infoFor(job);
+    output.setInfo(info);
+    if (!job.first) {
+        m_chain.generate(output, job.position);
+    } else {
+        Surface first = surfaceOf(*job.first, video, m_firstImporter, m_first);
+        first.setInfo(info);
+        if (job.second) {
+            Surface second = surfaceOf(*job.second, m_plan.second, m_secondImporter, m_second);
+            second.setInfo(info);
+            m_chain.join(first, second, output, job.position);
+        } else {
+            m_chain.filter(first, output, job.position);
+        }
+    }
+    output.touch();
+    m_exporter.run(output.view(), out, m_plan.sink.premultiplied());
+}
+
+} // namespace larkmoor

@@ -1,0 +1,41 @@
+// The work on one frame: into the effects' pixel form, through the effects, into the encoder's format.
+#pragma once
+
+#include "chain.h"
+#include "media/convert.h"
+#include "media/reader.h"
+#include "media/sink.h"
+#include "pipeline.h"
+
+namespace larkmoor {
+
+/// What all workers of one run share.
+struct WorkPlan {
+    const Module& module;
+    std::span<const Step> steps;
+    VideoFacts video;  ///< of the pictures that come in, or are to be generated
+    VideoFacts second; ///< of a transition's second clip
+    const FrameSink& sink;
+    const FramePool& frames; ///< in the sink's format
+};
+
+/// Everything that one frame in flight needs for itself.
+class Worker {
+  public:
+    explicit Worker(const WorkPlan& plan);
+    /// Fills `job.output`.
+    void run(Job& job);
+
+  private:
+    Surface surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& importer, Surface& memory);
+    tSurfaceInfo infoFor(const Job& job) const;
+
+    const WorkPlan& m_plan;
+    PixelFormat m_form;
+    Chain m_chain;
+    Importer m_firstImporter, m_secondImporter;
+    Exporter m_exporter;
+    Surface m_first, m_second, m_output;
+};
+
+} // namespace larkmoor

@@ -1,0 +1,176 @@
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "media/alpha.h"
+#include "media/convert.h"
+#include "media/sequence.h"
+#include "media/yuv_rows.h"
+#include "requests.h"
+
+namespace larkmoor {
+namespace {
+
+struct YuvCase {
+    AVPixelFormat format;
+    AVColorSpace space;
+    AVColorRange range;
+    double red, blue;
+};
+
+class YuvRows : public testing::TestWithParam<YuvCase> {};
+
+/// A flat picture is the matrix alone: each value of it, against the matrix in doubles.
+TEST_P(YuvRows, FlatPicturesFollowTheMatrix) {
+    const YuvCase& c = GetParam();
+    const bool full = c.range == AVCOL_RANGE_JPEG;
+    std::mt19937 random(7);
+    for (const auto& [width, height] : {std::pair(1, 1), std::pair(2, 1), std::pair(5, 3), std::pair(33, 4)}) {
+        const FramePool pool(c.format, width, height);
+        for (int turn = 0; turn < 60; ++turn) {
+            const FramePtr frame = pool.take();
+            tag(*frame, {.space = c.space, .range = c.range});
+            int value[3];
+            for (int plane = 0; plane < 3; ++plane) {
+                value[plane] = static_cast<int>(random() % 256);
+                std::fill_n(frame->data[plane], frame->linesize[plane], static_cast<std::uint8_t>(value[plane]));
+                const int rows = plane == 0 ? height : -((-height) >> av_pix_fmt_desc_get(c.format)->log2_chroma_h);
+                for (int y = 1; y < rows; ++y)
+                    std::copy_n(frame->data[plane], frame->linesize[plane],
+                                frame->data[plane] + y * frame->linesize[plane]);
+            }
+            std::vector<std::uint8_t> out(static_cast<std::size_t>(width * height) * 4);
+            ASSERT_TRUE(convertYuv(*frame, colourOf(*frame),
+                                   {reinterpret_cast<std::byte*>(out.data()), width, height, 4 * width}));
+            const double luma = full ? value[0] / 255.0 : (value[0] - 16) / 219.0;
+            const double scale = full ? 255.0 : 224.0;
+            const double u = (value[1] - 128) / scale, v = (value[2] - 128) / scale;
+            const double r = luma + 2 * (1 - c.red) * v, b = luma + 2 * (1 - c.blue) * u;
+            const double g = (luma - c.red * r - c.blue * b) / (1 - c.red - c.blue);
+            const double want[4] = {b, g, r, 1};
+            for (std::size_t i = 0; i < out.size(); ++i)
+                ASSERT_NEAR(out[i], std::clamp(want[i % 4], 0.0, 1.0) * 255, 1.0) << width << "x" << height << " " << i;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Matrices, YuvRows,
+    testing::Values(YuvCase{AV_PIX_FMT_YUV420P, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, 0.2126, 0.0722},
+                    YuvCase{AV_PIX_FMT_YUV420P, AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG, 0.299, 0.114},
+                    YuvCase{AV_PIX_FMT_YUV422P, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG, 0.2627, 0.0593},
+                    YuvCase{AV_PIX_FMT_YUV444P, AVCOL_SPC_BT470BG, AVCOL_RANGE_MPEG, 0.299, 0.114},
+                    YuvCase{AV_PIX_FMT_YUVJ420P, AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_JPEG, 0.299, 0.114}));
+
+/// A slope of chroma shows where its samples sit: along a line every step is the same.
+TEST(YuvRowsSiting, SlopesStayStraight) {
+    constexpr int side = 64;
+    const FramePool pool(AV_PIX_FMT_YUV420P, side, side);
+    for (const AVChromaLocation where : {AVCHROMA_LOC_LEFT, AVCHROMA_LOC_CENTER, AVCHROMA_LOC_TOPLEFT}) {
+        const FramePtr frame = pool.take();
+        tag(*frame, {.space = AVCOL_SPC_BT709, .range = AVCOL_RANGE_JPEG, .chroma = where});
+        std::fill_n(frame->data[0], side * frame->linesize[0], 128);
+        std::fill_n(frame->data[2], side / 2 * frame->linesize[2], 128);
+        const double offsetX = where == AVCHROMA_LOC_CENTER ? 0.5 : 0,
+                     offsetY = where == AVCHROMA_LOC_TOPLEFT ? 0 : 0.5;
+        for (int y = 0; y < side / 2; ++y)
+            for (int x = 0; x < side / 2; ++x)
+                frame->data[1][y * frame->linesize[1] + x] =
+                    static_cast<std::uint8_t>(std::lround(100 + (2 * x + offsetX + 2 * y + offsetY) / 4));
+        std::vector<std::uint8_t> out(side * side * 4);
+        ASSERT_TRUE(
+            convertYuv(*frame, colourOf(*frame), {reinterpret_cast<std::byte*>(out.data()), side, side, 4 * side}));
+        for (int y = 8; y < side - 8; ++y)
+            for (int x = 8; x < side - 8; ++x)
+                ASSERT_NEAR(out[static_cast<std::size_t>((y * side + x) * 4)],
+                            128 + 1.8556 * (100 + (x + y) / 4.0 - 128), 2.2)
+                    << where << " at " << x << "," << y;
+    }
+}
+
+TEST(Alpha, MultipliesAndDividesToTheNearest) {
+    std::vector<std::uint8_t> pixels(256 * 256 * 4);
+    for (std::size_t i = 0; i < 256 * 256; ++i) {
+        for (std::size_t c = 0; c < 3; ++c) pixels[4 * i + c] = static_cast<std::uint8_t>(i % 256);
+        pixels[4 * i + 3] = static_cast<std::uint8_t>(i / 256);
+    }
+    const ImageView view{reinterpret_cast<std::byte*>(pixels.data()), 256, 256, 1024};
+    premultiply(view);
+    for (std::size_t i = 0; i < 256 * 256; ++i) ASSERT_EQ(pixels[4 * i], (i % 256 * (i / 256) + 127) / 255) << i;
+    unpremultiply(view);
+    for (std::size_t i = 0; i < 256 * 256; ++i) {
+        const int colour = static_cast<int>(i % 256), alpha = static_cast<int>(i / 256);
+        if (alpha == 0)
+            ASSERT_EQ(pixels[4 * i], 0);
+        else
+            ASSERT_NEAR(pixels[4 * i], colour, 128.0 / alpha + 0.5) << i;
+    }
+    // Colour above alpha, as an effect may leave it, ends at full scale.
+    std::uint8_t bright[4] = {200, 100, 50, 100};
+    unpremultiply({reinterpret_cast<std::byte*>(bright), 1, 1, 4});
+    EXPECT_EQ(bright[0], 255);
+    EXPECT_EQ(bright[1], 255);
+}
+
+TEST(Values, TimesRatesAndSizes) {
+    EXPECT_EQ(parseTime("90.5"), 90.5);
+    EXPECT_EQ(parseTime("1:30.5"), 90.5);
+    EXPECT_EQ(parseTime("01:01:30.25"), 3690.25);
+    for (const char* wrong :
+         {"", "-1", "1:60", "1:-5", "1.5:00", "1:2:3:4", "x", "1s", "nan", "inf", "1e99", ":", "1:"})
+        EXPECT_THROW(parseTime(wrong), UsageError) << wrong;
+    EXPECT_EQ(av_cmp_q(parseRate("29.97"), {30000, 1001}), 0);
+    EXPECT_EQ(av_cmp_q(parseRate("30000/1001"), {30000, 1001}), 0);
+    for (const char* wrong : {"", "0", "-25", "x", "1/0"}) EXPECT_THROW(parseRate(wrong), UsageError) << wrong;
+    EXPECT_EQ(parseSize("1920x1080"), std::pair(1920, 1080));
+    for (const char* wrong : {"", "1920", "0x5", "5x0", "-1x5", "5x5x5", "99999999999x1", "5X5 "})
+        EXPECT_THROW(parseSize(wrong), UsageError) << wrong;
+    const RawRequest raw = parseRaw("64x32:yuv420p:25");
+    EXPECT_EQ(raw.format, AV_PIX_FMT_YUV420P);
+    EXPECT_EQ(raw.height, 32);
+    EXPECT_EQ(parseRaw("bgra").width, 0);
+    for (const char* wrong : {"64x32:bgra", "64x32:none:25", "64x32:bgra:25:1", "", "vaapi"})
+        EXPECT_THROW(parseRaw(wrong), UsageError) << wrong;
+}
+
+TEST(Values, NumberedNames) {
+    EXPECT_TRUE(isSequence("a/b%04d.png"));
+    EXPECT_FALSE(isSequence("a.png"));
+    EXPECT_FALSE(isSequence("50%.png"));
+    EXPECT_EQ(sequenceName("a%04d.png", 12), "a0012.png");
+}
+
+struct TargetCase {
+    const char* encoder;
+    AVPixelFormat source, want;
+    AVColorRange range;
+};
+
+TEST(Targets, AreNearestToTheSource) {
+    const TargetCase cases[] = {
+        {"ffv1", AV_PIX_FMT_BGR0, AV_PIX_FMT_BGR0, AVCOL_RANGE_JPEG},
+        {"png", AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, AVCOL_RANGE_JPEG},
+        {"png", AV_PIX_FMT_PAL8, AV_PIX_FMT_RGBA, AVCOL_RANGE_JPEG},
+        {"tiff", AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, AVCOL_RANGE_JPEG},
+        {"mjpeg", AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P, AVCOL_RANGE_JPEG},
+        {"libx264", AV_PIX_FMT_RGB24, AV_PIX_FMT_YUV420P, AVCOL_RANGE_MPEG},
+        {"libx264", AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV420P, AVCOL_RANGE_JPEG},
+        {"libx264", AV_PIX_FMT_YUV422P10, AV_PIX_FMT_YUV422P10, AVCOL_RANGE_UNSPECIFIED},
+        {"libvpx-vp9", AV_PIX_FMT_RGBA, AV_PIX_FMT_YUVA420P, AVCOL_RANGE_MPEG},
+        {"exr", AV_PIX_FMT_GBRAPF32, AV_PIX_FMT_GBRAPF32, AVCOL_RANGE_JPEG},
+    };
+    for (const TargetCase& c : cases) {
+        const AVCodec* encoder = avcodec_find_encoder_by_name(c.encoder);
+        if (!encoder) continue;
+        const Target target = pickTarget(*encoder, c.source, {}, 640, 480, AV_PIX_FMT_NONE);
+        EXPECT_STREQ(av_get_pix_fmt_name(target.format), av_get_pix_fmt_name(c.want)) << c.encoder;
+        EXPECT_EQ(target.colour.range, c.range) << c.encoder << " " << av_get_pix_fmt_name(c.source);
+    }
+    EXPECT_THROW(pickTarget(*avcodec_find_encoder_by_name("png"), AV_PIX_FMT_RGB24, {}, 8, 8, AV_PIX_FMT_YUV420P),
+                 UsageError);
+}
+
+} // namespace
+} // namespace larkmoor

@@ -1,0 +1,235 @@
+#include "apps/command.h"
+
+namespace {
+
+const std::string twice = " --effect Invert --effect Invert ";
+
+using RenderTest = CommandTest;
+
+TEST_F(RenderTest, RgbWithoutLossComesBackToTheByte) {
+    clip("in.mkv", "-pix_fmt bgr0 -c:v ffv1");
+    ASSERT_EQ(larkmoor("render in.mkv -o out.mkv" + twice).status, 0);
+    EXPECT_EQ(probe("out.mkv", "stream=codec_name,pix_fmt"), "ffv1,bgr0\n");
+    EXPECT_EQ(frames("out.mkv", "bgr0"), frames("in.mkv", "bgr0"));
+    ASSERT_EQ(larkmoor("render in.mkv -o once.mkv --effect invert").status, 0);
+    ffmpeg("-i in.mkv -vf negate -c:v ffv1 -pix_fmt bgr0 negated.mkv");
+    EXPECT_EQ(frames("once.mkv", "rgb24"), frames("negated.mkv", "rgb24"));
+}
+
+TEST_F(RenderTest, StillsKeepFormatAndPixels) {
+    // Alpha 0, 1, middle and 255, and colour under it.
+    for (const std::string format : {"rgb24", "rgba", "gray", "ya8"}) {
+        SCOPED_TRACE(format);
+        clip("in.png", "-frames:v 1 -pix_fmt " + format);
+        ASSERT_EQ(larkmoor("render in.png -y -o out.png" + twice).status, 0);
+        EXPECT_EQ(probe("out.png", "stream=pix_fmt"), format + "\n");
+        EXPECT_EQ(frames("out.png", format), frames("in.png", format));
+    }
+    clip("in.exr", "-frames:v 1 -pix_fmt gbrpf32le");
+    ASSERT_EQ(larkmoor("render in.exr -o out.exr" + twice).status, 0);
+    EXPECT_EQ(probe("out.exr", "stream=pix_fmt"), "gbrpf32le\n");
+    ffmpeg("-i in.exr -pix_fmt rgb48le in48.png");
+    ffmpeg("-i out.exr -pix_fmt rgb48le out48.png");
+    EXPECT_EQ(frames("out48.png", "rgb48le"), frames("in48.png", "rgb48le"));
+    clip("in.jpg", "-frames:v 1 -q:v 2");
+    ASSERT_EQ(larkmoor("render in.jpg -o out.jpg --effect Invert").status, 0);
+    EXPECT_EQ(probe("out.jpg", "stream=color_range,color_space"), "pc,bt470bg\n");
+    ASSERT_EQ(larkmoor("render in.jpg -o out.tiff --effect Invert").status, 0);
+    ASSERT_EQ(larkmoor("render in.jpg -o rgb.png --effect Invert").status, 0);
+    EXPECT_EQ(frames("out.tiff", "rgb24"), frames("rgb.png", "rgb24"));
+}
+
+TEST_F(RenderTest, StraightAlphaIsMultipliedAndDividedAgain) {
+    // Invert turns premultiplied colour c to a - c, so that straight colour 200 at alpha 128 becomes 55.
+    shell("printf '\\310\\310\\310\\200\\377\\000\\000\\377\\012\\024\\036\\000' >in.raw");
+    ASSERT_EQ(larkmoor("render in.raw --raw 3x1:bgra:25 -o out.raw --effect Invert").status, 0);
+    const std::string out = content("out.raw");
+    ASSERT_EQ(out.size(), 12u);
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(static_cast<unsigned char>(out[static_cast<std::size_t>(c)]), 55, 1);
+    EXPECT_EQ(out.substr(3), std::string("\x80\x00\xff\xff\xff\x00\x00\x00\x00", 9));
+}
+
+TEST_F(RenderTest, RawFramesPassThroughPipes) {
+    clip("in.mkv", "-pix_fmt bgr0 -c:v ffv1");
+    ffmpeg("-i in.mkv -f rawvideo -pix_fmt rgb24 in.raw");
+    ASSERT_EQ(shell(LARKMOOR_COMMAND_FILE " render - -o - --raw 96x64:rgb24:25" + twice + "<in.raw >out.raw").status,
+              0);
+    EXPECT_TRUE(content("in.raw") == content("out.raw"));
+    const Outcome cut = shell("head -c 30000 in.raw | " LARKMOOR_COMMAND_FILE
+                              " render - -o cut.mkv --raw 96x64:rgb24:25 --effect Invert");
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_FALSE(exists("cut.mkv"));
+    EXPECT_EQ(larkmoor("render - -o x.mkv --effect Invert </dev/null").status, 2);
+    EXPECT_EQ(larkmoor("render - -o x.mkv --raw 96x64:rgb24:25 --effect Invert </dev/null").status, 1);
+    EXPECT_EQ(larkmoor("render in.mkv -o - --raw 95x64:rgb24:25 --effect Invert").status, 2);
+    EXPECT_EQ(larkmoor("render in.mkv -o /dev/null -y --raw bgra --effect Invert").status, 0);
+}
+
+TEST_F(RenderTest, SoundStampsTagsAndChaptersPass) {
+    shell("printf ';FFMETADATA1\\ntitle=Film\\n[CHAPTER]\\nTIMEBASE=1/10\\nSTART=0\\nEND=8\\ntitle=One\\n' >tags");
+    shell("printf '1\\n00:00:00,200 --> 00:00:00,600\\nhello\\n' >s.srt");
+    clip("in.mkv",
+         "-f lavfi -i sine=440:duration=2 -i s.srt -i tags -map 0 -map 1 -map 2 -map_metadata 3 -map_chapters 3 "
+         "-vf \"select='not(between(n,5,9))',setsar=4/3\" -vsync vfr -c:v libx264 -bf 2 -pix_fmt yuv420p "
+         "-color_range tv -colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:a aac -c:s srt",
+         "2");
+    ASSERT_EQ(larkmoor("render in.mkv -o out.mkv --effect Invert").status, 0);
+    const auto same = [&](const std::string& entries, const std::string& more = "") {
+        EXPECT_EQ(probe("out.mkv", entries, more), probe("in.mkv", entries, more)) << entries;
+    };
+    same("stream=codec_name,sample_aspect_ratio,color_range,color_space,color_transfer,color_primaries");
+    same("frame=pts_time", "-select_streams v");
+    same("packet=pts_time,size", "-select_streams a");
+    same("packet=pts_time,duration_time,size", "-select_streams s");
+    same("chapter=start_time,end_time:chapter_tags=title:format_tags=title");
+
+    // The container that takes no AAC gets it encoded anew, and says so.
+    const Outcome webm = larkmoor("render in.mkv -o out.webm --effect Invert --frames 5");
+    ASSERT_EQ(webm.status, 0) << webm.err;
+    EXPECT_NE(webm.err.find("encoded anew as opus"), std::string::npos);
+    EXPECT_EQ(probe("out.webm", "stream=codec_type"), "video\naudio\n");
+}
+
+TEST_F(RenderTest, StartAndFramesCutAllStreams) {
+    clip("in.mp4", "-f lavfi -i sine=440:duration=2 -c:v libx264 -g 50 -pix_fmt yuv420p -c:a aac", "2");
+    ASSERT_EQ(larkmoor("render in.mp4 -o out.mp4 --effect Invert --start 0:00:00.8 --frames 10").status, 0);
+    EXPECT_EQ(probe("out.mp4", "stream=start_time,nb_frames", "-select_streams v"), "0.000000,10\n");
+    EXPECT_NEAR(std::stod(probe("out.mp4", "stream=duration", "-select_streams a")), 0.4, 0.05);
+    ASSERT_EQ(larkmoor("render in.mp4 -o cut.mkv --codec ffv1 --start 0.8 --frames 1" + twice).status, 0);
+    ASSERT_EQ(larkmoor("render in.mp4 -o all.mkv --codec ffv1" + twice).status, 0);
+    const std::string all = frames("all.mkv", "yuv420p");
+    EXPECT_EQ(frames("cut.mkv", "yuv420p"), all.substr(all.size() / 50 * 20, all.size() / 50));
+    const Outcome late = larkmoor("render in.mp4 -o late.mp4 --effect Invert --start 9");
+    EXPECT_EQ(late.status, 1);
+    EXPECT_NE(late.err.find("no frame at or after"), std::string::npos);
+}
+
+TEST_F(RenderTest, SequencesKeepTheirNumbers) {
+    clip("in%03d.png", "-start_number 98", "0.2");
+    ASSERT_EQ(larkmoor("render in%03d.png -o out%03d.png --start 0.04 --effect Invert").status, 0);
+    EXPECT_EQ(names(), (std::vector<std::string>{"in098.png", "in099.png", "in100.png", "in101.png", "in102.png",
+                                                 "out099.png", "out100.png", "out101.png", "out102.png"}));
+    const Outcome again = larkmoor("render in%03d.png -o out%03d.png --effect Invert");
+    EXPECT_EQ(again.status, 1);
+    EXPECT_NE(again.err.find("-y overwrites"), std::string::npos);
+    shell("rm in100.png");
+    const Outcome gap = larkmoor("render in%03d.png -o gap.mkv --codec ffv1 --effect Invert");
+    EXPECT_EQ(gap.status, 0);
+    EXPECT_NE(gap.err.find("no number 100"), std::string::npos);
+    EXPECT_EQ(larkmoor("render in%03d.png -o one.png --effect Invert").status, 1);
+    EXPECT_FALSE(exists("one.png"));
+}
+
+TEST_F(RenderTest, ThreadsDoNotShow) {
+    clip("in.mp4", "-f lavfi -i sine=440:duration=1 -c:v libx264 -pix_fmt yuv420p -c:a aac");
+    for (const std::string ending : {"mp4", "mkv"}) {
+        ASSERT_EQ(larkmoor("render in.mp4 -o one." + ending + " --effect Invert --threads 1").status, 0);
+        ASSERT_EQ(larkmoor("render in.mp4 -o four." + ending + " --effect Invert --threads 4").status, 0);
+        EXPECT_TRUE(content("one." + ending) == content("four." + ending)) << ending;
+    }
+}
+
+TEST_F(RenderTest, RampsRunFromTheFirstFrameToTheLast) {
+    clip("in.mkv", "-vf format=gray,geq=lum=40 -pix_fmt bgr0 -c:v ffv1", "0.2");
+    ASSERT_EQ(larkmoor("render in.mkv -o out.raw --raw gray --effect Invert --ramp amount=0:1").status, 0);
+    const std::string out = content("out.raw");
+    ASSERT_EQ(out.size(), 5u * 96 * 64);
+    const auto level = [&](std::size_t frame) { return static_cast<unsigned char>(out[frame * 96 * 64]); };
+    // Effects may round their blend one step off.
+    EXPECT_NEAR(level(0), 40, 1);
+    EXPECT_NEAR(level(4), 215, 1);
+    for (std::size_t i = 1; i < 5; ++i) EXPECT_GT(level(i), level(i - 1));
+    // A single frame stands at the start.
+    ASSERT_EQ(larkmoor("render in.mkv -y -o out.raw --raw gray --frames 1 --effect Invert --ramp amount=0:1").status,
+              0);
+    EXPECT_NEAR(static_cast<unsigned char>(content("out.raw")[0]), 40, 1);
+    EXPECT_EQ(larkmoor("render - --raw 2x2:gray:25 -o - --effect Invert --ramp amount=0:1 </dev/zero").status, 2);
+}
+
+TEST_F(RenderTest, StatesComeBack) {
+    clip("in.png", "-frames:v 1");
+    ASSERT_EQ(
+        larkmoor("render in.png -o a.png --effect Invert --set amount=0.25 --save-state s --effect Invert").status, 0);
+    ASSERT_EQ(larkmoor("render in.png -o b.png --effect Invert --load-state s --effect Invert").status, 0);
+    EXPECT_TRUE(content("a.png") == content("b.png"));
+    EXPECT_EQ(larkmoor("render in.png -o c.png --effect Invert --load-state none").status, 1);
+}
+
+struct Refusal {
+    const char* arguments;
+    int status;
+    const char* says;
+};
+
+TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
+    clip("in.mp4", "-c:v libx264 -pix_fmt yuv420p -movflags +faststart");
+    shell("head -c $(($(stat -c %s in.mp4) / 2)) in.mp4 >cut.mp4; touch empty.mp4 there.mp4; ffmpeg -v error -f lavfi "
+          "-i sine=d=0.1 a.wav");
+    ffmpeg("-i in.mp4 -frames:v 1 in.png");
+    shell("head -c 400 in.png >cut.png");
+    const std::vector<std::string> before = names();
+    const Refusal refusals[] = {
+        {"render none.mp4 -o x.mp4 --effect Invert", 1, "none.mp4"},
+        {"render empty.mp4 -o x.mp4 --effect Invert", 1, "empty.mp4"},
+        {"render cut.mp4 -o x.mp4 --effect Invert", 1, "cut short"},
+        {"render cut.png -o x.png --effect Invert", 1, "cut.png"},
+        {"render a.wav -o x.mp4 --effect Invert", 1, "no pictures"},
+        {"render . -o x.mp4 --effect Invert", 1, "folder"},
+        {"render in.mp4 -o there.mp4 --effect Invert", 1, "-y overwrites"},
+        {"render in.mp4 -o none/x.mp4 --effect Invert", 1, "no such folder"},
+        {"render in.mp4 -o /dev/full --raw bgra --effect Invert", 1, "No space left"},
+        {"render in.mp4 -o x.mp4", 2, "--effect"},
+        {"render in.mp4 -o x.xyz --effect Invert", 2, "ending"},
+        {"render in.mp4 -o x.mp4 --effect Invrt", 2, "Invert"},
+        {"render in.mp4 -o x.mp4 --effect Invert --set amont=1", 2, "amount"},
+        {"render in.mp4 -o x.mp4 --effect Invert --set amount=much", 2, "amount"},
+        {"render in.mp4 -o x.mp4 --effect Invert --set amount", 2, "FIELD=VALUE"},
+        {"render in.mp4 -o x.mp4 --effect Invert --ramp amount=1", 2, "FROM:TO"},
+        {"render in.mp4 -o x.mp4 --effect Invert --preset Upside", 2, "preset"},
+        {"render in.mp4 -o x.mp4 --set amount=1 --effect Invert", 2, "--effect"},
+        {"render in.mp4 -o x.mp4 --effect Invert --frames 0", 2, "--frames"},
+        {"render in.mp4 -o x.mp4 --effect Invert --start 1:99", 2, "time"},
+        {"render in.mp4 -o x.mp4 --effect Invert --quality 101", 2, "--quality"},
+        {"render in.mp4 -o x.mp4 --effect Invert --threads 0", 2, "--threads"},
+        {"render in.mp4 -o x.mp4 --effect Invert --codec none", 2, "none"},
+        {"render in.mp4 -o x.mp4 --effect Invert --raw bgra", 2, "--raw"},
+        {"render in.mp4 -o - --effect Invert", 2, "--raw"},
+        {"join in.mp4 in.mp4 -o x.mp4 --transition Invert", 2, "transition"},
+        {"generate Invert -o x.mp4 --size 16x16", 2, "render"},
+        {"generate Invert -o x.mp4 --size 16", 2, "size"},
+        {"show Invrt", 2, "Invert"},
+        {"dance", 2, "larkmoor: "},
+    };
+    for (const Refusal& refusal : refusals) {
+        SCOPED_TRACE(refusal.arguments);
+        const Outcome outcome = larkmoor(refusal.arguments);
+        EXPECT_EQ(outcome.status, refusal.status);
+        EXPECT_NE(outcome.err.find(refusal.says), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.err.substr(0, 10), "larkmoor: ");
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+        EXPECT_EQ(names(), before);
+    }
+}
+
+TEST_F(RenderTest, SignalsLeaveNothing) {
+    // The pipe stays open, so that the signal meets the work half done: what was fed is more than pipe and reader hold
+    // before the output is opened.
+    const Outcome outcome = shell(
+        "mkfifo pipe; exec 3<>pipe; " LARKMOOR_COMMAND_FILE
+        " render - -o out.mkv --raw 64x64:bgra:25 --effect Invert <pipe & work=$!; "
+        "head -c 2000000 /dev/zero >pipe; ls -A | grep -c part >seen; kill -TERM $work; wait $work; echo $? >status");
+    EXPECT_EQ(content("seen"), "1\n");
+    EXPECT_EQ(content("status"), "143\n") << outcome.err;
+    EXPECT_EQ(names(), (std::vector<std::string>{"pipe", "seen", "status"}));
+}
+
+TEST_F(RenderTest, ListAndShowTellOfInvert) {
+    EXPECT_NE(larkmoor("list").out.find("DXTInvert"), std::string::npos);
+    EXPECT_NE(larkmoor("list --json").out.find("\"class\": \"DXTInvert\""), std::string::npos);
+    EXPECT_NE(larkmoor("show invert").out.find("amount"), std::string::npos);
+    EXPECT_NE(larkmoor("show DXTInvert --json").out.find("\"default\": \"1\""), std::string::npos);
+    EXPECT_EQ(larkmoor("--help").status, 0);
+    EXPECT_EQ(larkmoor("list >/dev/full").status, 1);
+}
+
+} // namespace
