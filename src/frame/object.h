@@ -3,10 +3,9 @@
 
 #include <atomic>
 #include <cstddef>
-#include <exception>
-#include <new>
 
 #include "platform/component.h"
+#include "platform/guard.h"
 
 /// Objects of the module stand in zero-filled memory, padding included. Members still state their own initial values:
 /// the language ends the life of what stood there before a constructor ran. A null result is "out of memory".
@@ -29,18 +28,6 @@ class CModuleLock {
   private:
     static std::atomic<LONG> s_count;
 };
-
-/// Runs `body` and turns what it throws into a status: nothing passes the module's boundary.
-template <class Body>
-HRESULT KwGuarded(Body&& body) noexcept {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (...) {
-        return E_FAIL;
-    }
-}
 
 /// An object that can be aggregated: an inner unknown of its own counts the references, and every other interface
 /// forwards to the controlling unknown, which without an outer object is that inner one.

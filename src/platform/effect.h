@@ -101,8 +101,8 @@ enum tFieldKind : LONG {
     KWFIELD_CHOICE = 3, ///< one of `choices`
     KWFIELD_COLOR = 4,  ///< several numbers, one for each letter of `components`, 0 to 1
     KWFIELD_POINT = 5,  ///< two numbers, components "xy"
-    KWFIELD_TEXT = 6,   ///< a text of its own storage
-    KWFIELD_FONT = 7,   ///< a font description
+    KWFIELD_TEXT = 6,   ///< a 32-bit count of 16-bit characters, the ending zero included, then a pointer to them
+    KWFIELD_FONT = 7,   ///< `tLOGFONT`
 };
 
 /// How a number is stored, little-endian.
