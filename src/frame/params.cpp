@@ -35,8 +35,12 @@ void* CParamObject::FindParamInterface(const IID& iid) {
     return nullptr;
 }
 
-void CParamObject::ToDefault(std::byte* record) const {
-    std::memcpy(record, m_class.defaults, m_class.recordSize);
+void CParamObject::ToDefault(std::byte* record) {
+    CopyRecord(record, static_cast<const std::byte*>(m_class.defaults));
+}
+
+void CParamObject::CopyRecord(std::byte* to, const std::byte* from) {
+    std::memcpy(to, from, m_class.recordSize);
 }
 
 void CParamObject::SetDefaults() {
@@ -54,9 +58,9 @@ void CParamObject::UpdateWork(void* copy) {
     if (m_RampOn)
         RampRecord(m_records.rampFrom, m_records.rampTo, m_RampPos, m_records.work);
     else if (m_Dirty)
-        std::memcpy(m_records.work, m_records.params, m_class.recordSize);
+        CopyRecord(m_records.work, m_records.params);
     m_Dirty = false;
-    std::memcpy(copy, m_records.work, m_class.recordSize);
+    CopyRecord(static_cast<std::byte*>(copy), m_records.work);
 }
 
 void CParamObject::PostToPage() {
@@ -77,7 +81,7 @@ void CParamObject::CallSink() {
 HRESULT CParamObject::GetAll(void* pvParam, LONG cbStruct) {
     if (!pvParam) return E_INVALIDARG;
     const std::scoped_lock guard(m_ParamLock);
-    std::memcpy(pvParam, m_records.params, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
+    GiveBlock(pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
     return S_OK;
 }
 
@@ -85,11 +89,19 @@ HRESULT CParamObject::PutAll(const void* pvParam, LONG cbStruct) {
     if (!pvParam) return E_INVALIDARG;
     {
         const std::scoped_lock guard(m_ParamLock);
-        std::memcpy(m_records.params, pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
+        TakeBlock(pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
         m_Dirty = true;
     }
     CallSink();
     return S_OK;
+}
+
+void CParamObject::TakeBlock(const void* block, ULONG size) {
+    std::memcpy(m_records.params, block, size);
+}
+
+void CParamObject::GiveBlock(void* block, ULONG size) {
+    std::memcpy(block, m_records.params, size);
 }
 
 HRESULT CParamObject::PutNotifyWindow(HWND window, UINT id) {
@@ -130,6 +142,10 @@ HRESULT CParamObject::Interpolate(IStream* out, IStream* from, IStream* to, doub
         const std::size_t size = m_class.recordSize;
         const auto records = std::make_unique<std::byte[]>(3 * size);
         std::byte *const start = records.get(), *const end = start + size, *const result = end + size;
+        const auto drop = [this, size](std::byte* all) {
+            for (std::size_t i = 0; i < 3; ++i) DropRecord(all + i * size);
+        };
+        const std::unique_ptr<std::byte[], decltype(drop)> owned(start, drop);
         ToDefault(start);
         ToDefault(end);
         ULONG got = 0;
@@ -209,6 +225,13 @@ HRESULT CParamObject::WriteRecord(IStream* stream, const std::byte* record) {
     return stream->Write(record, m_class.recordSize, &put);
 }
 
+HRESULT CParamObject::LoadRecord(IStream* stream, std::byte* record) {
+    ULONG got = 0;
+    const HRESULT status = ReadRecord(stream, record, &got);
+    if (SUCCEEDED(status)) UpgradeRecord(record, got);
+    return status;
+}
+
 HRESULT CParamObject::GetClassID(CLSID* out) {
     if (!out) return E_POINTER;
     *out = m_row.clsid;
@@ -223,11 +246,9 @@ HRESULT CParamObject::IsDirty() {
 HRESULT CParamObject::Load(IStream* stream) {
     if (!stream) return E_POINTER;
     const std::scoped_lock guard(m_ParamLock);
-    ULONG got = 0;
-    const HRESULT status = ReadRecord(stream, m_records.params, &got);
+    const HRESULT status = LoadRecord(stream, m_records.params);
     m_Dirty = true;
     if (FAILED(status)) return status;
-    UpgradeRecord(m_records.params, got);
     PostToPage();
     CallSink();
     return status;

@@ -67,6 +67,7 @@ class CParamObject : public IKwParamRamp,
 
     /// Every record becomes the default.
     void SetDefaults();
+    void ToDefault(std::byte* record);
 
     HRESULT GetAll(void* pvParam, LONG cbStruct);
     HRESULT PutAll(const void* pvParam, LONG cbStruct);
@@ -76,18 +77,29 @@ class CParamObject : public IKwParamRamp,
     void* FindParamInterface(const IID& iid);
 
     /// Brings the working record up to date: along the ramp where one is on, else from the record as set. Then copies
-    /// it to `copy`. Bands call this at once.
+    /// it to `copy`, a record of the caller's. Bands call this at once.
     void UpdateWork(void* copy);
 
     /// Tells the page that the record changed without it.
     void PostToPage();
 
+    // A record in memory. Most are plain bytes; one that owns more says how it is copied. All-zero bytes are a record
+    // that owns nothing. Never called without the parameter lock where the object's own records are meant.
+    virtual void CopyRecord(std::byte* to, const std::byte* from);
+    virtual void DropRecord(std::byte* /*record*/) {}
+    /// Takes the first `size` bytes of a host's block into the record as set, and gives them out; `size` is at most the
+    /// record's.
+    virtual void TakeBlock(const void* block, ULONG size);
+    virtual void GiveBlock(void* block, ULONG size);
+
     // A record's way through a stream. Most are their raw bytes; `got` is what the stream could give.
     virtual HRESULT ReadRecord(IStream* stream, std::byte* record, ULONG* got);
     virtual HRESULT WriteRecord(IStream* stream, const std::byte* record);
-    virtual std::uint64_t StreamSize() const { return m_class.recordSize; }
+    virtual std::uint64_t StreamSize() { return m_class.recordSize; }
     /// Brings an older, shorter stream form to today's record, after `got` bytes were read into it.
     virtual void UpgradeRecord(std::byte* /*record*/, ULONG /*got*/) {}
+    /// Reads a saved record of any age.
+    virtual HRESULT LoadRecord(IStream* stream, std::byte* record);
     /// The record between two others.
     virtual void RampRecord(const std::byte* from, const std::byte* to, double position, std::byte* out);
 
@@ -97,7 +109,6 @@ class CParamObject : public IKwParamRamp,
     std::recursive_mutex m_ParamLock;
 
   private:
-    void ToDefault(std::byte* record) const;
     void CallSink();
 
     bool m_Dirty = true;

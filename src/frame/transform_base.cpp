@@ -71,24 +71,11 @@ void* CTransformBase::FindInterface(const IID& iid) {
 }
 
 HRESULT CTransformBase::GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) {
-    if (!supported || !enabled) return E_POINTER;
-    *supported = *enabled = 0;
-    for (const tSafetyRow& row : m_Safety) {
-        if (!iid || !(row.iid == *iid)) continue;
-        *supported = 1;
-        *enabled = row.enabled & 1;
-        return S_OK;
-    }
-    return E_NOINTERFACE;
+    return m_Safety.Get(iid, supported, enabled);
 }
 
 HRESULT CTransformBase::SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) {
-    for (tSafetyRow& row : m_Safety) {
-        if (!iid || !(row.iid == *iid)) continue;
-        row.enabled = mask & enabled;
-        return S_OK;
-    }
-    return E_NOINTERFACE;
+    return m_Safety.Set(iid, mask, enabled);
 }
 
 // Site and services.

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "frame/object.h"
+#include "frame/safety.h"
 #include "platform/com_ptr.h"
 #include "platform/effect.h"
 
@@ -139,11 +140,6 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     tTransformInput m_Output;
 
   private:
-    struct tSafetyRow {
-        IID iid;
-        DWORD enabled;
-    };
-
     bool HasMesh() const { return (m_OptionFlags & (kOptionMeshInputs | kOptionMeshOutput)) != 0; }
     HRESULT TakeServices();
     void DropServices();
@@ -158,10 +154,6 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     HRESULT RunBands(const tWorkInfo& info, ULONG bands, const GUID* request);
     static void RunTask(void* data, BOOL* pContinue);
 
-    tSafetyRow m_Safety[4]{{IDispatch::iid, 0},
-                           {IPersistPropertyBag::iid, 0},
-                           {IPersistStorage::iid, 0},
-                           // IPersistStream
-                           {{0x00000109, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}}, 0}};
+    CSafetyList m_Safety;
     HANDLE m_BandEvents[kMaxBands]{};
 };

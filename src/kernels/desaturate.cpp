@@ -1,7 +1,10 @@
 #include "kernels/desaturate.h"
 
+#include "kernels/blend.h"
 #include "kernels/color_model.h"
+#include "kernels/copy.h"
 #include "kernels/unaligned.h"
+#include "kernels/wide.h"
 
 namespace {
 
@@ -10,9 +13,24 @@ namespace {
     return (word & 0xFF000000) | grey << 16 | grey << 8 | grey;
 }
 
+KWCLONES void SpreadMeanRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
+    KwForWide(
+        d, s, count,
+        [](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) { return KwWideMean(pixels); });
+}
+
 KWCLONES void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i)
         p[i] = GreyWord(KwMean8(p[i] >> 16 & 255, p[i] >> 8 & 255, p[i] & 255), p[i]);
+}
+
+KWCLONES void BlackAndWhiteRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint8_t back) {
+    const tWideHalves amount = reinterpret_cast<tWideHalves>(KwWideRepeat(back * 0x00010001u));
+    KwForWide(
+        d, s, count, [&](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) {
+            const tWideBytes grey = KwWideMin(KwWideMean(pixels), KwWideAlpha(pixels));
+            return KwWideBlend(KwWideWithAlpha(grey, pixels), pixels, amount);
+        });
 }
 
 KWCLONES void MeanRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
@@ -62,4 +80,22 @@ HRESULT KwDibDesaturate(const tView& view, LONG bytesPerPixel, bool luminance) {
             rowFloat(KwFloatRow(rows, y), rows.width);
     }
     return S_OK;
+}
+
+HRESULT KwDibBlackAndWhite(const tView& destination, const tView& source, LONG bytesPerPixel, double amount) {
+    if (bytesPerPixel != 4) {
+        HRESULT status = KwDibCopy(destination, source, bytesPerPixel);
+        if (SUCCEEDED(status)) status = KwDibDesaturate(destination, bytesPerPixel, false);
+        return SUCCEEDED(status) ? KwDibBlend(destination, source, bytesPerPixel, 1.0 - amount) : status;
+    }
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, 4, d, s); FAILED(status)) return status;
+    const std::uint8_t back = KwByte(KwTrunc((1.0 - amount) * 255.0 + 0.5));
+    for (LONG y = 0; y < d.height; ++y)
+        BlackAndWhiteRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, back);
+    return S_OK;
+}
+
+void KwMeanRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count) {
+    SpreadMeanRow8(destination, source, count);
 }

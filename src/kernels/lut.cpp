@@ -18,12 +18,25 @@ namespace {
 using tTables = std::array<const std::uint8_t*, 4>;
 
 template <bool kMapAlpha, bool kLimit>
-void LutRow8(tPixel8* p, std::ptrdiff_t count, const std::uint8_t* table) {
+void LutRow8(tPixel8* d, const tPixel8* s, std::ptrdiff_t count, const std::uint8_t* table) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const tPixel8 in = p[i];
+        const tPixel8 in = s[i];
         const std::uint8_t a = kMapAlpha ? table[in.a] : in.a;
         const auto map = [table, a](std::uint8_t c) { return kLimit ? std::min(table[c], a) : table[c]; };
-        p[i] = {map(in.b), map(in.g), map(in.r), a};
+        d[i] = {map(in.b), map(in.g), map(in.r), a};
+    }
+}
+
+/// Any choice of channels.
+void LutSomeRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+                 unsigned channels, bool limit) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        const auto map = [&](unsigned c) { return channels >> c & 1 ? table[s[i + c]] : s[i + c]; };
+        const std::uint8_t a = map(3), top = limit ? a : 255;
+        d[i] = std::min(map(0), top);
+        d[i + 1] = std::min(map(1), top);
+        d[i + 2] = std::min(map(2), top);
+        d[i + 3] = a;
     }
 }
 
@@ -54,30 +67,30 @@ KW_VBMI [[gnu::always_inline]] inline __m512i Lookup(const tTable512& table, __m
 
 constexpr __mmask64 kBlueBytes = 0x1111111111111111; // one bit a byte; shift left for the next channels
 
-/// Calls `body(pixels, valid)` for blocks of 64 bytes, the bytes to touch in `valid`. All blocks but the first begin at
-/// aligned addresses where the pixels allow it: a third faster on memory that is not.
+/// Calls `body(offset, valid)` for blocks of 64 bytes, the bytes to touch in `valid`. All blocks but the first begin
+/// where `p` is aligned, if the pixels allow it: a third faster on memory that is not.
 template <class Body>
-KW_VBMI [[gnu::always_inline]] inline void ForBlocks(std::uint8_t* p, std::ptrdiff_t bytes, Body body) {
+KW_VBMI [[gnu::always_inline]] inline void ForBlocks(const std::uint8_t* p, std::ptrdiff_t bytes, Body body) {
     const std::ptrdiff_t head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(p) % 64);
-    for (std::ptrdiff_t step = head % 4 == 0 && head > 0 ? head : 64; bytes > 0; step = 64) {
-        const std::ptrdiff_t count = std::min(step, bytes);
-        body(p, ~__mmask64{0} >> (64 - count));
-        p += count;
-        bytes -= count;
-    }
+    std::ptrdiff_t step = head % 4 == 0 && head > 0 ? head : 64;
+    for (std::ptrdiff_t at = 0; at < bytes; at += step, step = 64)
+        body(at, ~__mmask64{0} >> (64 - std::min(step, bytes - at)));
 }
 
-KW_VBMI void LutRowVbmi(std::uint8_t* p, std::ptrdiff_t count, const std::uint8_t* table, bool mapAlpha, bool limit) {
+KW_VBMI void LutRowVbmi(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+                        unsigned channels, bool limit) {
     const tTable512 entries = LoadTable(table);
-    const __mmask64 keep = mapAlpha ? 0 : kBlueBytes << 3;
+    __mmask64 keep = 0;
+    for (unsigned c = 0; c < 4; ++c)
+        if (!(channels >> c & 1)) keep |= kBlueBytes << c;
     const __mmask64 limited = limit ? ~(kBlueBytes << 3) : 0;
     const __m512i alphaOfPixel = _mm512_set4_epi32(0x0F0F0F0F, 0x0B0B0B0B, 0x07070707, 0x03030303);
     ForBlocks(
-        p, count * 4, [&](std::uint8_t * at, __mmask64 valid) KW_VBMI __attribute__((always_inline)) {
-            const __m512i in = _mm512_maskz_loadu_epi8(valid, at);
+        d, count * 4, [&](std::ptrdiff_t at, __mmask64 valid) KW_VBMI __attribute__((always_inline)) {
+            const __m512i in = _mm512_maskz_loadu_epi8(valid, s + at);
             __m512i out = _mm512_mask_mov_epi8(Lookup(entries, in), keep, in);
             out = _mm512_mask_min_epu8(out, limited, out, _mm512_shuffle_epi8(out, alphaOfPixel));
-            _mm512_mask_storeu_epi8(at, valid, out);
+            _mm512_mask_storeu_epi8(d + at, valid, out);
         });
 }
 
@@ -93,8 +106,9 @@ KW_VBMI void LutsRowVbmi(std::uint8_t* p, std::ptrdiff_t count, const tTables& t
             }
         const tTable512 entries = LoadTable(tables[c]);
         ForBlocks(
-            p, count * 4, [&](std::uint8_t * at, __mmask64 valid) KW_VBMI __attribute__((always_inline)) {
-                _mm512_mask_storeu_epi8(at, valid & mapped, Lookup(entries, _mm512_maskz_loadu_epi8(valid, at)));
+            p, count * 4, [&](std::ptrdiff_t at, __mmask64 valid) KW_VBMI __attribute__((always_inline)) {
+                _mm512_mask_storeu_epi8(p + at, valid & mapped,
+                                        Lookup(entries, _mm512_maskz_loadu_epi8(valid, p + at)));
             });
     }
 }
@@ -113,13 +127,17 @@ template <class Entry>
 }
 
 template <class Entry>
-void LutRowFloat(tAnyFloat* p, std::ptrdiff_t count, const void* table, bool mapAlpha, bool limit) {
-    for (std::ptrdiff_t i = 0; i < count; ++i, p += 4) {
-        if (mapAlpha) p[3] = LookupFloat<Entry>(table, p[3]);
-        const float a = p[3];
-        for (int c = 0; c < 3; ++c) {
-            const float value = LookupFloat<Entry>(table, p[c]);
-            p[c] = limit && value > a ? a : value;
+void LutRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const void* table, unsigned channels,
+                 bool limit) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        const auto map = [&](unsigned c) {
+            return channels >> c & 1 ? LookupFloat<Entry>(table, s[i + c]) : float{s[i + c]};
+        };
+        const float a = map(3);
+        d[i + 3] = a;
+        for (unsigned c = 0; c < 3; ++c) {
+            const float value = map(c);
+            d[i + c] = limit && value > a ? a : value;
         }
     }
 }
@@ -158,29 +176,42 @@ bool Refused(void* table, LONG low, LONG high, LONG bytesPerPixel) {
 
 } // namespace
 
+void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const std::uint8_t* table,
+              unsigned channels, bool limitToAlpha) {
+#if defined(__x86_64__)
+    if (KwFastPaths() && KwCpuPermutesBytes())
+        return LutRowVbmi(destination, source, count, table, channels, limitToAlpha);
+#endif
+    auto* const d = reinterpret_cast<tPixel8*>(destination);
+    const auto* const s = reinterpret_cast<const tPixel8*>(source);
+    if (channels == kMapColors)
+        (limitToAlpha ? LutRow8<false, true> : LutRow8<false, false>)(d, s, count, table);
+    else if (channels == kMapAll)
+        (limitToAlpha ? LutRow8<true, true> : LutRow8<true, false>)(d, s, count, table);
+    else
+        LutSomeRow8(destination, source, count, table, channels, limitToAlpha);
+}
+
+HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPerPixel, const void* table,
+                    bool tableIs8Bit, unsigned channels, bool limitToAlpha) {
+    if (!table) return E_POINTER;
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    const auto rowFloat = tableIs8Bit ? LutRowFloat<std::uint8_t> : LutRowFloat<std::uint16_t>;
+    for (LONG y = 0; y < d.height; ++y) {
+        if (bytesPerPixel == 4)
+            KwLutRow(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, static_cast<const std::uint8_t*>(table),
+                     channels, limitToAlpha);
+        else
+            rowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, table, channels, limitToAlpha);
+    }
+    return S_OK;
+}
+
 HRESULT KwDibApplyLut(const tView& view, LONG bytesPerPixel, const void* table, bool tableIs8Bit, bool mapAlpha,
                       bool limitToAlpha) {
-    if (!table) return E_POINTER;
-    tRows rows;
-    if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
-    if (bytesPerPixel != 4) {
-        const auto row = tableIs8Bit ? LutRowFloat<std::uint8_t> : LutRowFloat<std::uint16_t>;
-        for (LONG y = 0; y < rows.height; ++y) row(KwFloatRow(rows, y), rows.width, table, mapAlpha, limitToAlpha);
-        return S_OK;
-    }
-    const auto* const entries = static_cast<const std::uint8_t*>(table);
-#if defined(__x86_64__)
-    if (KwFastPaths() && KwCpuPermutesBytes()) {
-        for (LONG y = 0; y < rows.height; ++y)
-            LutRowVbmi(rows.Row<std::uint8_t>(y), rows.width, entries, mapAlpha, limitToAlpha);
-        return S_OK;
-    }
-#endif
-    const auto row = mapAlpha       ? limitToAlpha ? LutRow8<true, true> : LutRow8<true, false>
-                           : limitToAlpha ? LutRow8<false, true>
-                                    : LutRow8<false, false>;
-    for (LONG y = 0; y < rows.height; ++y) row(rows.Row<tPixel8>(y), rows.width, entries);
-    return S_OK;
+    return KwDibMapLut(view, view, bytesPerPixel, table, tableIs8Bit, mapAlpha ? kMapAll : kMapColors, limitToAlpha);
 }
 
 HRESULT KwDibApplyLuts(const tView& view, LONG bytesPerPixel, const void* red, const void* green, const void* blue,
@@ -202,13 +233,16 @@ HRESULT KwDibApplyLuts(const tView& view, LONG bytesPerPixel, const void* red, c
     return S_OK;
 }
 
+void KwBuildBrightnessTable(std::uint8_t* table, float amount) {
+    const std::int64_t offset = KwTrunc(amount * 255.0);
+    for (std::int32_t i = 0; i < 256; ++i) table[i] = static_cast<std::uint8_t>(KwClamp(i + offset, 0, 255));
+}
+
 HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount) {
     if (bytesPerPixel == 4) {
-        const std::int64_t offset = KwTrunc(amount * 255.0);
-        std::array<std::uint8_t, 256> table;
-        for (std::int32_t i = 0; i < 256; ++i)
-            table[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(KwClamp(i + offset, 0, 255));
-        return KwDibApplyLut(view, 4, table.data(), true, false, true);
+        std::uint8_t table[256];
+        KwBuildBrightnessTable(table, amount);
+        return KwDibApplyLut(view, 4, table, true, false, true);
     }
     tRows rows;
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;

@@ -3,18 +3,33 @@
 
 #include "kernels/view.h"
 
-/// Maps blue, green and red through one table, and alpha too with `mapAlpha`. With `limitToAlpha` each colour result
-/// is limited to alpha, the mapped one with `mapAlpha`. A null table gives 0x80004003.
+/// Channels that a table maps, as bits.
+enum : unsigned { kMapBlue = 1, kMapGreen = 2, kMapRed = 4, kMapColors = 7, kMapAll = 15 };
+
+/// Maps the source's `channels` through one table into the destination; the others are copied. With `limitToAlpha` each
+/// colour result is limited to alpha, the mapped one where alpha is mapped. The views may be the same picture, but must
+/// not overlap otherwise. A null table gives 0x80004003.
 ///
 /// 4-byte form: `table` is 256 bytes, whatever `tableIs8Bit`. 16-byte form: the index is the exact value * 255,
 /// truncated, into 256 bytes, or value * 65535 into 65,536 words of 16 bits; the entry is scaled back as a float. An
 /// index outside the table takes its nearest end, not-a-number its first entry.
+HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPerPixel, const void* table,
+                    bool tableIs8Bit, unsigned channels, bool limitToAlpha);
+
+/// One row of the 4-byte form of the above; `count` in pixels.
+void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const std::uint8_t* table,
+              unsigned channels, bool limitToAlpha);
+
+/// `KwDibMapLut` in place: all colours, and alpha too with `mapAlpha`.
 HRESULT KwDibApplyLut(const tView& view, LONG bytesPerPixel, const void* table, bool tableIs8Bit, bool mapAlpha,
                       bool limitToAlpha);
 
-/// The same with a table for each channel and without a limit. A null table leaves its channel alone.
+/// In place with a table for each channel and without a limit. A null table leaves its channel alone.
 HRESULT KwDibApplyLuts(const tView& view, LONG bytesPerPixel, const void* red, const void* green, const void* blue,
                        const void* alpha, bool tableIs8Bit);
+
+/// Fills 256 bytes with i + truncate(`amount` * 255), limited to a byte.
+void KwBuildBrightnessTable(std::uint8_t* table, float amount);
 
 /// Adds `amount` (1.0 being full scale) to the colours. 4-byte form: truncate(`amount` * 255) is added, and the colour
 /// limited to 0 to alpha; alpha stays. 16-byte form: alpha gets `amount` as well and is limited to 0 to 1, then each

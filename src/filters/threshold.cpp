@@ -1,0 +1,64 @@
+#include "filters/threshold.h"
+
+#include "frame/effect.h"
+#include "kernels/arith.h"
+#include "kernels/lut.h"
+
+namespace {
+
+constexpr tTHRESHOLDPROP kDefault{0.5f};
+
+constexpr tFieldInfo kFields[] = {
+    KwNumber(KWMEMBER(tTHRESHOLDPROP, threshold),
+             {"&Threshold:", "Each colour below it becomes black, from it on full.", 0, 1, 0.01, "$.2f"}),
+};
+
+constexpr tPreset<tTHRESHOLDPROP> kPresets[] = {
+    {"25 %", {0.25f}}, {"40 %", {0.4f}}, {"50 %", {0.5f}}, {"60 %", {0.6f}}, {"75 %", {0.75f}},
+};
+
+constexpr tEffectClass kClass{
+    .iid = {0x2F4B6E11, 0x8C0A, 0x4D93, {0xB5, 0x17, 0xC2, 0x6A, 0x0E, 0x71, 0x9B, 0x03}},
+    .kind = KWKIND_FILTER,
+    .minInputs = 1,
+    .maxInputs = 1,
+    .infoFlags = 0xC1,
+    .group = tEffectGroup{1, 3},
+    .defaults = &kDefault,
+    .recordSize = sizeof(tTHRESHOLDPROP),
+    .fields = kFields,
+    .presets = kPresets,
+};
+
+} // namespace
+
+void KwBuildThresholdTable(void* table, LONG bytesPerPixel, float threshold) {
+    const bool bytes = bytesPerPixel == 4;
+    const std::int32_t from = KwTrunc(double{threshold} * (bytes ? 256.0 : 65536.0));
+    for (std::int32_t i = 0; i < (bytes ? 256 : 65536); ++i) {
+        if (bytes)
+            static_cast<std::uint8_t*>(table)[i] = i < from ? 0 : 0xFF;
+        else
+            static_cast<std::uint16_t*>(table)[i] = i < from ? 0 : 0xFFFF;
+    }
+}
+
+class DXTThreshold final : public CEffect<tTHRESHOLDPROP> {
+  public:
+    DXTThreshold(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
+
+  protected:
+    bool WritesWholeFrame() const override { return true; }
+
+    HRESULT Apply(const CEffectViews& views, const tTHRESHOLDPROP& params) override {
+        std::uint8_t table[256];
+        KwBuildThresholdTable(table, 4, params.threshold);
+        // The whole frame where both pictures have one size.
+        const bool whole = views.FramesMatch();
+        const auto view = [whole](const CKwSurface& surface) { return whole ? surface.WholeView() : surface.View(); };
+        const tView output = view(views.output), input = views.HasInput() ? view(views.first) : output;
+        return KwDibMapLut(output, input, views.BytesPerPixel(), table, true, kMapColors, true);
+    }
+};
+
+template IUnknown* KwCreate<DXTThreshold>(const tObjectMapRow&, IUnknown*);

@@ -1,0 +1,297 @@
+#include "frame/generator.h"
+
+#include <algorithm>
+
+#include "frame/dispatch.h"
+#include "frame/surface.h"
+#include "kernels/alpha.h"
+
+namespace {
+
+enum : LONG { kIdAll = 1, kIdNotifyWindow = 2, kIdCacheInfo = 3 };
+
+constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT, kMethod = DISPATCH_METHOD;
+
+constexpr tDispatchMember kMembers[] = {
+    {"GetCacheInfo", kIdCacheInfo, kMethod, KWDISP_POINTER, KWDISP_NONE},
+    {"all", kIdAll, kGet | kPut, KWDISP_POINTER, KWDISP_LONG},
+    {"get_all", kIdAll, kGet, KWDISP_POINTER, KWDISP_LONG},
+    {"put_all", kIdAll, kPut, KWDISP_POINTER, KWDISP_LONG},
+    {"NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+    {"put_NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+};
+constexpr CDispatchTable kDispatch{kMembers};
+
+template <class T>
+HRESULT Answer(T* out, T value) {
+    if (!out) return E_POINTER;
+    *out = value;
+    return S_OK;
+}
+
+/// Reads a locked area of a generator. Places outside the area read as 0. One thread at a time.
+class CGeneratorReader final : public CZeroFilled, public IDXARGBReadPtr {
+  public:
+    CGeneratorReader(IDXSurface* surface, std::unique_ptr<CGeneratorRows> rows, const RECT& area, DWORD sampleFormat)
+        : m_pSurface(surface), m_pRows(std::move(rows)), m_Area(area), m_SampleFormat(sampleFormat) {}
+
+    HRESULT QueryInterface(const IID* iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (!iid) return E_INVALIDARG;
+        if (!(*iid == IUnknown::iid) && !(*iid == IDXARGBReadPtr::iid)) return E_NOINTERFACE;
+        *out = static_cast<IDXARGBReadPtr*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG AddRef() override { return ++m_References; }
+    ULONG Release() override {
+        const ULONG left = --m_References;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    HRESULT GetSurface(const IID* iid, void** out) override { return m_pSurface->QueryInterface(iid, out); }
+    DWORD GetNativeType(DXNATIVETYPEINFO* info) override {
+        if (!info) return m_SampleFormat;
+        *info = {};
+        m_pSurface->GetColorKey(&info->dwColorKey);
+        if (std::byte* const first = m_pRows->FirstByte()) {
+            info->lPitch = m_pRows->Pitch();
+            const auto at = [&](LONG x, LONG y) { return first + std::ptrdiff_t{info->lPitch} * y + x * 4; };
+            info->pFirstByte = at(m_Area.left, m_Area.top);
+            info->pCurrentData = IsInside() ? at(Column(), Row()) : info->pFirstByte;
+        }
+        return m_SampleFormat;
+    }
+    void Move(LONG count) override { m_X += count; }
+    void MoveToRow(ULONG y) override { MoveToXY(0, y); }
+    void MoveToXY(ULONG x, ULONG y) override {
+        m_X = x;
+        m_Y = y;
+    }
+    ULONG MoveAndGetRunInfo(ULONG row, const void** runs) override {
+        MoveToRow(row);
+        if (runs) *runs = nullptr;
+        return 0;
+    }
+    DWORD* Unpack(DWORD* samples, ULONG count, BOOL move) override {
+        UnpackPremult(samples, count, move);
+        if (!samples) return samples;
+        std::for_each(samples, samples + count, [](DWORD& sample) {
+            if (sample >> 24 == 255) return;
+            tPixel8 pixel;
+            std::memcpy(&pixel, &sample, sizeof pixel);
+            KwDibUnpremultiplyPixel(pixel, 0);
+            std::memcpy(&sample, &pixel, sizeof pixel);
+        });
+        return samples;
+    }
+    DWORD* UnpackPremult(DWORD* samples, ULONG count, BOOL move) override {
+        if (samples) {
+            const bool inside = IsInside();
+            const auto held = inside ? static_cast<ULONG>(std::min<std::int64_t>(count, Width() - m_X)) : ULONG{0};
+            if (inside) m_pRows->Read(static_cast<ULONG>(Column()), static_cast<ULONG>(Row()), samples, count);
+            std::fill(samples + held, samples + count, DWORD{0});
+        }
+        if (move) m_X += count;
+        return samples;
+    }
+    void UnpackRect(const void*) override {}
+
+  private:
+    std::int64_t Width() const { return KwWidth(m_Area); }
+    bool IsInside() const { return m_X >= 0 && m_X < Width() && m_Y < KwHeight(m_Area); }
+    LONG Column() const { return static_cast<LONG>(m_Area.left + m_X); }
+    LONG Row() const { return static_cast<LONG>(m_Area.top + m_Y); }
+
+    const CModuleLock m_ModuleLock;
+    std::atomic<ULONG> m_References{1};
+    const CComPtr<IDXSurface> m_pSurface;
+    const std::unique_ptr<CGeneratorRows> m_pRows;
+    const RECT m_Area;
+    const DWORD m_SampleFormat;
+    std::int64_t m_X = 0, m_Y = 0; ///< counted from the area's corner
+};
+
+} // namespace
+
+void* CGenerator::FindInterface(const IID& iid) {
+    if (iid == m_class.iid || iid == IDispatch::iid) return static_cast<IKwGenerator*>(this);
+    if (iid == IDXSurface::iid || iid == IDXBaseObject::iid) return static_cast<IDXSurface*>(this);
+    if (iid == IDXSurfaceInit::iid) return static_cast<IDXSurfaceInit*>(this);
+    if (iid == IObjectWithSite::iid) return static_cast<IObjectWithSite*>(this);
+    if (iid == IObjectSafety::iid) return static_cast<IObjectSafety*>(this);
+    return FindParamInterface(iid);
+}
+
+// Calls by name.
+
+HRESULT CGenerator::GetTypeInfoCount(UINT* count) {
+    return Answer(count, UINT{0});
+}
+
+HRESULT CGenerator::GetTypeInfo(UINT, LCID, ITypeInfo** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT CGenerator::GetIDsOfNames(const IID*, OLECHAR** names, UINT count, LCID, LONG* ids) {
+    return kDispatch.GetIDsOfNames(names, count, ids);
+}
+
+HRESULT CGenerator::Invoke(LONG id, const IID*, LCID, WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO*,
+                           UINT* badArgument) {
+    return kDispatch.Invoke(id, flags, params, result, badArgument, [this](tDispatchCall& call) {
+        const bool put = call.kind == DISPATCH_PROPERTYPUT;
+        switch (call.id) {
+        case kIdCacheInfo:
+            return GetCacheInfo(call.pointer[0]);
+        case kIdAll:
+            return put ? put_all(call.pointer[0], call.number[1]) : get_all(call.pointer[0], call.number[1]);
+        default:
+            return put_NotifyWindow(static_cast<HWND>(call.pointer[0]), static_cast<UINT>(call.number[1]));
+        }
+    });
+}
+
+// The surface.
+
+HRESULT CGenerator::GetGenerationId(ULONG* id) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    return Answer(id, m_GenerationId);
+}
+
+HRESULT CGenerator::IncrementGenerationId(BOOL) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    ++m_GenerationId;
+    return S_OK;
+}
+
+HRESULT CGenerator::GetObjectSize(ULONG* bytes) {
+    return Answer(bytes, static_cast<ULONG>(sizeof *this));
+}
+
+HRESULT CGenerator::GetPixelFormat(GUID* format, DWORD* sampleFormat) {
+    if (sampleFormat) *sampleFormat = m_Format.sampleFormat;
+    return Answer(format, m_Format.id);
+}
+
+HRESULT CGenerator::GetBounds(DXBNDS* bounds) {
+    if (!bounds) return E_POINTER;
+    const std::scoped_lock guard(m_SurfaceLock);
+    *bounds = {};
+    bounds->Axis[0] = {0, m_Width};
+    bounds->Axis[1] = {0, m_Height};
+    bounds->Axis[2] = bounds->Axis[3] = {0, 1};
+    return S_OK;
+}
+
+HRESULT CGenerator::GetStatusFlags(DWORD* flags) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    return Answer(flags, m_StatusFlags);
+}
+
+HRESULT CGenerator::SetStatusFlags(DWORD flags) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    m_StatusFlags = flags;
+    return S_OK;
+}
+
+HRESULT CGenerator::LockSurface(const DXBNDS* bounds, ULONG, DWORD flags, const IID* iid, void** out,
+                                DWORD* generation) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (!iid) return E_POINTER;
+    if (flags & DXLOCKF_READWRITE) return E_NOTIMPL;
+    return KwGuarded([&] {
+        auto rows = OpenRows();
+        if (!rows) return E_OUTOFMEMORY;
+        const RECT frame{0, 0, rows->m_Width, rows->m_Height};
+        const RECT area = bounds ? KwRectOf(*bounds) : frame;
+        if (KwIsEmpty(area) || KwIntersect(area, frame) != area) return E_INVALIDARG;
+        auto* const reader = new CGeneratorReader(this, std::move(rows), area, m_Format.sampleFormat);
+        if (!reader) return E_OUTOFMEMORY;
+        const HRESULT status = reader->QueryInterface(iid, out);
+        reader->Release();
+        if (SUCCEEDED(status) && generation) GetGenerationId(generation);
+        return status;
+    });
+}
+
+HRESULT CGenerator::GetDirectDrawSurface(const IID*, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT CGenerator::GetColorKey(DWORD* key) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    return Answer(key, m_ColorKey);
+}
+
+HRESULT CGenerator::SetColorKey(DWORD key) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    m_ColorKey = key;
+    return S_OK;
+}
+
+HRESULT CGenerator::LockSurfaceDC(const DXBNDS*, ULONG, DWORD, IUnknown** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT CGenerator::SetAppData(std::uintptr_t data) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    m_AppData = data;
+    return S_OK;
+}
+
+HRESULT CGenerator::GetAppData(std::uintptr_t* data) {
+    const std::scoped_lock guard(m_SurfaceLock);
+    return Answer(data, m_AppData);
+}
+
+HRESULT CGenerator::InitSurface(IUnknown*, const void*, const GUID*, const DXBNDS* bounds, DWORD) {
+    if (!bounds || bounds->eType != 0) return E_INVALIDARG;
+    const RECT rect = KwRectOf(*bounds);
+    const std::int64_t width = KwWidth(rect), height = KwHeight(rect);
+    if (width < 1 || height < 1 || width > INT32_MAX || height > INT32_MAX) return E_INVALIDARG;
+    return KwGuarded([&] {
+        const std::scoped_lock guard(m_SurfaceLock);
+        if (width == m_Width && height == m_Height) return S_OK;
+        m_Width = static_cast<LONG>(width);
+        m_Height = static_cast<LONG>(height);
+        ++m_GenerationId;
+        SizeChanged();
+        return S_OK;
+    });
+}
+
+HRESULT CGenerator::SetSite(IUnknown* site) {
+    CComPtr<IUnknown> previous(site); // what is dropped ends outside the lock
+    const std::scoped_lock guard(m_SurfaceLock);
+    std::swap(m_pSite, previous);
+    return S_OK;
+}
+
+HRESULT CGenerator::GetSite(const IID* iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    CComPtr<IUnknown> site;
+    {
+        const std::scoped_lock guard(m_SurfaceLock);
+        site = m_pSite;
+    }
+    return site ? site->QueryInterface(iid, out) : E_FAIL;
+}
+
+HRESULT CGenerator::GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) {
+    return m_Safety.Get(iid, supported, enabled);
+}
+
+HRESULT CGenerator::SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) {
+    return m_Safety.Set(iid, mask, enabled);
+}

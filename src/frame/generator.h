@@ -1,0 +1,109 @@
+// Generators: a surface without an input, read row by row, bound to the parameter frame.
+#pragma once
+
+#include <memory>
+
+#include "frame/create.h"
+#include "frame/object.h"
+#include "frame/params.h"
+#include "frame/safety.h"
+#include "platform/transform.h"
+
+/// A generator's picture as it was when a reader opened it. Later changes of parameters and size do not reach it.
+class CGeneratorRows {
+  public:
+    CGeneratorRows(LONG width, LONG height) : m_Width(width), m_Height(height) {}
+    CGeneratorRows(const CGeneratorRows&) = delete;
+    CGeneratorRows& operator=(const CGeneratorRows&) = delete;
+    virtual ~CGeneratorRows() = default;
+
+    /// Writes `count` premultiplied samples of the frame's row `y` (inside the frame) from `x` on. What lies beyond the
+    /// frame's right edge may be anything.
+    virtual void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) = 0;
+    /// The memory of the frame's top left pixel, and the bytes from one row to the next row down; null for none.
+    virtual std::byte* FirstByte() const { return nullptr; }
+    virtual LONG Pitch() const { return 0; }
+
+    const LONG m_Width, m_Height; ///< of the frame
+};
+
+/// A generator without regard to its record. The surface lock guards size, generation and site; it is never held
+/// together with the parameter lock.
+class CGenerator : public CAggregable,
+                   public CParamObject,
+                   public IKwGenerator,
+                   public IDXSurface,
+                   public IDXSurfaceInit,
+                   public IObjectWithSite,
+                   public IObjectSafety {
+  public:
+    // `IUnknown`, for every table.
+    HRESULT QueryInterface(const IID* iid, void** out) override { return Outer()->QueryInterface(iid, out); }
+    ULONG AddRef() override { return Outer()->AddRef(); }
+    ULONG Release() override { return Outer()->Release(); }
+
+    HRESULT GetTypeInfoCount(UINT* count) override;
+    HRESULT GetTypeInfo(UINT index, LCID locale, ITypeInfo** out) override;
+    HRESULT GetIDsOfNames(const IID* reserved, OLECHAR** names, UINT count, LCID locale, LONG* ids) override;
+    HRESULT Invoke(LONG id, const IID* reserved, LCID locale, WORD flags, DISPPARAMS* params, VARIANT* result,
+                   EXCEPINFO* exception, UINT* badArgument) override;
+
+    HRESULT get_all(void* pvParam, LONG cbStruct) override { return GetAll(pvParam, cbStruct); }
+    HRESULT put_all(void* pvParam, LONG cbStruct) override { return PutAll(pvParam, cbStruct); }
+    HRESULT put_NotifyWindow(HWND window, UINT id) override { return PutNotifyWindow(window, id); }
+
+    HRESULT GetGenerationId(ULONG* id) override;
+    HRESULT IncrementGenerationId(BOOL refresh) override;
+    HRESULT GetObjectSize(ULONG* bytes) override;
+
+    HRESULT GetPixelFormat(GUID* format, DWORD* sampleFormat) override;
+    HRESULT GetBounds(DXBNDS* bounds) override;
+    HRESULT GetStatusFlags(DWORD* flags) override;
+    HRESULT SetStatusFlags(DWORD flags) override;
+    HRESULT LockSurface(const DXBNDS* bounds, ULONG timeout, DWORD flags, const IID* iid, void** out,
+                        DWORD* generation) override;
+    HRESULT GetDirectDrawSurface(const IID* iid, void** out) override;
+    HRESULT GetColorKey(DWORD* key) override;
+    HRESULT SetColorKey(DWORD key) override;
+    HRESULT LockSurfaceDC(const DXBNDS* bounds, ULONG timeout, DWORD flags, IUnknown** out) override;
+    HRESULT SetAppData(std::uintptr_t data) override;
+    HRESULT GetAppData(std::uintptr_t* data) override;
+
+    /// Width and height below 1 are refused. Another size steps the generation; the same size does nothing.
+    HRESULT InitSurface(IUnknown* directDraw, const void* description, const GUID* format, const DXBNDS* bounds,
+                        DWORD flags) override;
+
+    HRESULT SetSite(IUnknown* site) override;
+    HRESULT GetSite(const IID* iid, void** out) override;
+    HRESULT GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) override;
+    HRESULT SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) override;
+
+  protected:
+    /// What the surface says of its pixels.
+    struct tFormat {
+        GUID id;
+        DWORD sampleFormat;
+    };
+
+    CGenerator(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect, const tRecordSet& records,
+               const tFormat& format)
+        : CAggregable(outer), CParamObject(row, effect, records), m_Format(format) {}
+
+    void* FindInterface(const IID& iid) override;
+
+    /// The picture as it stands, null where memory is short. May throw std::bad_alloc.
+    virtual std::unique_ptr<CGeneratorRows> OpenRows() = 0;
+    /// Called under the surface lock.
+    virtual void SizeChanged() {}
+
+    mutable std::mutex m_SurfaceLock;
+    LONG m_Width = 320, m_Height = 240;
+
+  private:
+    const tFormat m_Format;
+    ULONG m_GenerationId = 1;
+    DWORD m_StatusFlags = 0, m_ColorKey = 0;
+    std::uintptr_t m_AppData = 0;
+    CComPtr<IUnknown> m_pSite;
+    CSafetyList m_Safety;
+};

@@ -1,0 +1,41 @@
+#include "kernels/black_restore.h"
+
+#include "kernels/arith.h"
+#include "kernels/unaligned.h"
+
+namespace {
+
+KWCLONES void BlackRow8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, std::int32_t threshold) {
+#pragma GCC ivdep
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t w = s[i];
+        const std::uint32_t top = std::max({w & 255, w >> 8 & 255, w >> 16 & 255});
+        d[i] = static_cast<std::int32_t>(top) <= threshold ? w & 0xFF000000 : w;
+    }
+}
+
+KWCLONES void BlackRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, float threshold) {
+    for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4) {
+        const float b = s[0], g = s[1], r = s[2], a = s[3];
+        const bool black = b <= threshold && g <= threshold && r <= threshold;
+        d[0] = black ? 0.0f : b;
+        d[1] = black ? 0.0f : g;
+        d[2] = black ? 0.0f : r;
+        d[3] = a;
+    }
+}
+
+} // namespace
+
+HRESULT KwDibBlackRestore(const tView& destination, const tView& source, LONG bytesPerPixel, double threshold) {
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    for (LONG y = 0; y < d.height; ++y) {
+        if (bytesPerPixel == 4)
+            BlackRow8(KwWordRow(d, y), KwWordRow(s, y), d.width, KwTrunc(threshold * 255.0));
+        else
+            BlackRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, static_cast<float>(threshold));
+    }
+    return S_OK;
+}

@@ -1,0 +1,273 @@
+#include "kernels/noise.h"
+
+#include <bit>
+#include <cmath>
+#include <functional>
+#include <numeric>
+
+#include "kernels/arith.h"
+#include "kernels/copy.h"
+#include "kernels/cpu.h"
+#include "kernels/unaligned.h"
+#include "kernels/wide.h"
+
+void CKwR250::Seed(std::uint32_t seed) {
+    // The home platform's rand: the same grain for the same seed everywhere.
+    std::uint32_t state = seed;
+    const auto rand15 = [&state] {
+        state = state * 214013u + 2531011u;
+        return state >> 16 & 0x7FFF;
+    };
+    for (std::size_t i = kWords; i-- > 0;) {
+        const std::uint32_t high = rand15(), middle = rand15(), low = rand15();
+        m_words[i] = low + 4 * ((high << 15) + middle);
+    }
+    // One word for each bit keeps the columns of the register independent.
+    for (std::uint32_t k = 0; k < 32; ++k) {
+        std::uint32_t& word = m_words[3 + 7 * k];
+        word = (word & (0xFFFFFFFFu >> k)) | (0x80000000u >> k);
+    }
+    m_at = kWords;
+}
+
+void CKwR250::Refill() {
+    for (std::size_t i = 0; i < kWords - kTap; ++i) m_words[i] ^= m_words[i + kTap];
+    for (std::size_t i = kWords - kTap; i < kWords; ++i) m_words[i] ^= m_words[i + kTap - kWords];
+    m_at = 0;
+}
+
+void CKwR250::Fill(std::uint32_t* out, std::ptrdiff_t count) {
+    while (count > 0) {
+        if (m_at == kWords) Refill();
+        const auto part = std::min<std::ptrdiff_t>(count, static_cast<std::ptrdiff_t>(kWords - m_at));
+        std::copy_n(m_words.data() + m_at, part, out);
+        m_at += static_cast<std::size_t>(part);
+        out += part;
+        count -= part;
+    }
+}
+
+namespace {
+
+/// A coordinate of the polar method: 16 bits brought to -1 to 1.
+double Coordinate(std::uint32_t bits) {
+    return bits * 0.000030518043793392844 - 1.0;
+}
+
+/// The value of an accepted pair.
+double Polar(double u, double v) {
+    const double s = u * u + v * v;
+    return v * std::sqrt(-2.0 * std::log(s) / s);
+}
+
+} // namespace
+
+double CKwR250::NextGaussian() {
+    for (;;) {
+        const double u = Coordinate(Next() & 0xFFFF), v = Coordinate(Next() & 0xFFFF), s = u * u + v * v;
+        if (s < 1.0 && s != 0.0) return Polar(u, v);
+    }
+}
+
+namespace {
+
+constexpr std::ptrdiff_t kBlock = 512; // pixels a step
+
+// Noise values stand three to a pixel in the order they were drawn: red, green, blue.
+
+KWCLONES void UniformNoise8(std::int32_t* noise, const std::uint32_t* random, std::ptrdiff_t count,
+                            std::int32_t level) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        // The product in 32 bits as the system has it, divided by 16384 towards zero.
+        const std::int32_t product =
+            static_cast<std::int32_t>((static_cast<std::uint32_t>(static_cast<std::int32_t>(random[i] & 255) - 127)) *
+                                      static_cast<std::uint32_t>(level));
+        noise[i] = product / 16384;
+    }
+}
+
+// Gaussian noise for bytes. A pair is two numbers of 16 bits, and its coordinates are odd multiples of 1 / 65535: whether
+// it lies inside the circle shows exactly in whole numbers, since no such pair comes nearer to the circle than 2e-10.
+// The values are then computed in single precision; where that leaves open which whole number they truncate to, the
+// definition in double precision decides. That is one value in some hundreds, so the bytes cost no call of log each.
+
+constexpr std::uint32_t kCircle = 65535u * 65535u;
+
+/// Pairs as u | v << 16, and whether each lies inside.
+KWCLONES void PackPairs(std::uint32_t* pairs, std::uint32_t* inside, const std::uint32_t* random,
+                        std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t u = random[i * 2] & 0xFFFF, v = random[i * 2 + 1] & 0xFFFF;
+        const std::uint32_t x = u * 2 - 65535, y = v * 2 - 65535;
+        const std::uint32_t square = x * x, sum = square + y * y;
+        pairs[i] = u | v << 16;
+        inside[i] = (sum >= square) & (sum < kCircle); // a sum below its part has left 32 bits
+    }
+}
+
+/// The next `count` accepted pairs; draws none beyond the last of them.
+void DrawPairs(CKwR250& generator, std::uint32_t* out, std::ptrdiff_t count) {
+    std::uint32_t random[kBlock * 2], pairs[kBlock], inside[kBlock];
+    for (std::ptrdiff_t done = 0; done < count;) {
+        const std::ptrdiff_t part = std::min(kBlock, count - done);
+        generator.Fill(random, part * 2);
+        PackPairs(pairs, inside, random, part);
+        for (std::ptrdiff_t i = 0; i < part; ++i) {
+            out[done] = pairs[i];
+            done += inside[i];
+        }
+    }
+}
+
+/// Minus the logarithm of s, which lies between 0 and 1, with z = 1 - s: the polynomial of the Cephes library on s
+/// brought to sqrt(1/2) to sqrt(2). Relative error below 6e-7.
+[[gnu::always_inline]] inline float MinusLog(float s, float z) {
+    const std::int32_t bits = std::bit_cast<std::int32_t>(s);
+    const std::int32_t exponent = (bits - 0x3F3504F3) >> 23;
+    const float scaled = std::bit_cast<float>(bits - exponent * 0x00800000) - 1.0f;
+    const float x = exponent == 0 ? -z : scaled; // near 1 the digits are in z
+    float p = 7.0376836292e-2f * x - 1.1514610310e-1f;
+    p = p * x + 1.1676998740e-1f;
+    p = p * x - 1.2420140846e-1f;
+    p = p * x + 1.4249322787e-1f;
+    p = p * x - 1.6668057665e-1f;
+    p = p * x + 2.0000714765e-1f;
+    p = p * x - 2.4999993993e-1f;
+    p = p * x + 3.3333331174e-1f;
+    return 0.5f * x * x - x * x * x * p - x - static_cast<float>(exponent) * 0.69314718f;
+}
+
+/// trunc((g - 0.5) * scale) for the value g of each pair, `doubtful` where that may be off.
+KWCLONES void PolarNoise8(std::int32_t* noise, std::uint32_t* doubtful, const std::uint32_t* pairs, std::ptrdiff_t count,
+                          float scale) {
+    constexpr float kUnit = 1.0f / 65535.0f, kUnitSquare = kUnit * kUnit;
+    const float reach = std::abs(scale);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t x = (pairs[i] & 0xFFFF) * 2 - 65535, y = (pairs[i] >> 16) * 2 - 65535;
+        const std::uint32_t sum = x * x + y * y;
+        const float s = static_cast<float>(sum) * kUnitSquare, z = static_cast<float>(kCircle - sum) * kUnitSquare;
+        const float v = static_cast<float>(static_cast<std::int32_t>(y)) * kUnit;
+        const float value = (v * std::sqrt(2.0f * MinusLog(s, z) / s) - 0.5f) * scale;
+        const std::int32_t whole = static_cast<std::int32_t>(value);
+        const float size = std::abs(value), rest = size - static_cast<float>(std::abs(whole));
+        const float margin = (size + reach) * 4e-6f; // four times the largest error
+        noise[i] = whole;
+        doubtful[i] = (rest < margin && whole != 0) || rest > 1.0f - margin ? 1 : 0;
+    }
+}
+
+/// The scale up to which single precision serves; beyond it every colour is at a limit anyway.
+constexpr double kLargestScale = 10000.0;
+
+void GaussianNoise8(std::int32_t* noise, CKwR250& generator, std::ptrdiff_t count, double level) {
+    const auto exact = [level](double g) { return KwTrunc((g - 0.5) * level * 255.0); };
+    if (!KwFastPaths() || !(std::abs(level * 255.0) < kLargestScale)) {
+        for (std::ptrdiff_t i = 0; i < count; ++i) noise[i] = exact(generator.NextGaussian());
+        return;
+    }
+    std::uint32_t pairs[kBlock * 3];
+    std::uint32_t doubtful[kBlock * 3 + 16]{};
+    DrawPairs(generator, pairs, count);
+    PolarNoise8(noise, doubtful, pairs, count, static_cast<float>(level * 255.0));
+    for (std::ptrdiff_t at = 0; at < count; at += 16) {
+        if (std::accumulate(doubtful + at, doubtful + at + 16, 0u, std::bit_or()) == 0) continue;
+        for (std::ptrdiff_t i = at; i < std::min(at + 16, count); ++i)
+            if (doubtful[i]) noise[i] = exact(Polar(Coordinate(pairs[i] & 0xFFFF), Coordinate(pairs[i] >> 16)));
+    }
+}
+
+// A value added to a byte and limited is a byte added and a byte taken away, one of them 0, each with a limit of its own.
+
+[[gnu::always_inline]] inline std::uint32_t Byte(std::int32_t value) {
+    return static_cast<std::uint32_t>(std::min(std::max(value, 0), 255));
+}
+
+KWCLONES void SpreadGrey(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        plus[i] = Byte(noise[i]) * 0x00010101;
+        minus[i] = Byte(-std::max(noise[i], -255)) * 0x00010101;
+    }
+}
+
+KWCLONES void SpreadColor(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::int32_t r = noise[i * 3], g = noise[i * 3 + 1], b = noise[i * 3 + 2];
+        plus[i] = Byte(r) << 16 | Byte(g) << 8 | Byte(b);
+        minus[i] = Byte(-std::max(r, -255)) << 16 | Byte(-std::max(g, -255)) << 8 | Byte(-std::max(b, -255));
+    }
+}
+
+/// `plus` and `minus` reach 16 pixels beyond the last.
+KWCLONES void AddRow8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus, const std::uint32_t* minus,
+                      std::ptrdiff_t count) {
+    KwForWide(
+        d, s, count, [=](const tWideBytes& pixels, std::ptrdiff_t at) __attribute__((always_inline)) {
+            tWideBytes up, down;
+            std::memcpy(&up, plus + at, sizeof up);
+            std::memcpy(&down, minus + at, sizeof down);
+            const tWideBytes more = pixels + KwWideMin(up, ~pixels);
+            return KwWideMin(more - KwWideMin(down, more), KwWideAlpha(pixels));
+        });
+}
+
+void AddRowFloat(tAnyFloat* d, const tAnyFloat* s, const double* noise, std::ptrdiff_t count, std::ptrdiff_t step) {
+    for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4, noise += step == 0 ? 1 : 3) {
+        const float alpha = s[3];
+        const auto add = [alpha](float c, double n) { return static_cast<float>(KwClamp(c + n, 0.0, alpha)); };
+        d[2] = add(s[2], noise[0]);
+        d[1] = add(s[1], noise[step]);
+        d[0] = add(s[0], noise[2 * step]);
+        d[3] = alpha;
+    }
+}
+
+/// Calls `body(y, x, count)` for the row pieces of `rows` in the order of the numbers.
+template <class Body>
+void WalkBlocks(const tRows& rows, Body&& body) {
+    for (LONG y = 0; y < rows.height; ++y)
+        for (std::ptrdiff_t x = 0; x < rows.width; x += kBlock)
+            body(y, x, std::min<std::ptrdiff_t>(kBlock, rows.width - x));
+}
+
+} // namespace
+
+HRESULT KwDibNoise(const tView& destination, const tView& source, const tNOISEPROP& record, CKwR250& generator) {
+    if (record.gaussian != 0 && record.gaussian != 1) return KwDibCopy(destination, source, 4);
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, 4, d, s); FAILED(status)) return status;
+    const bool grey = record.monochromatic == 1;
+    const std::int32_t level = KwTrunc(record.level * 16384.0);
+    std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{};
+    std::int32_t noise[kBlock * 3];
+    WalkBlocks(d, [&](LONG y, std::ptrdiff_t x, std::ptrdiff_t count) {
+        const std::ptrdiff_t values = grey ? count : count * 3;
+        if (record.gaussian == 1) {
+            GaussianNoise8(noise, generator, values, record.level);
+        } else {
+            std::uint32_t random[kBlock * 3];
+            generator.Fill(random, values);
+            UniformNoise8(noise, random, values, level);
+        }
+        (grey ? SpreadGrey : SpreadColor)(plus, minus, noise, count);
+        AddRow8(d.Row<std::uint8_t>(y) + x * 4, s.Row<std::uint8_t>(y) + x * 4, plus, minus, count);
+    });
+    return S_OK;
+}
+
+HRESULT KwDibNoiseFloat(const tView& destination, const tView& source, const tNOISEPROP& record, CKwR250& generator) {
+    if (record.gaussian != 0 && record.gaussian != 1) return KwDibCopy(destination, source, 16);
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, 16, d, s); FAILED(status)) return status;
+    const bool grey = record.monochromatic == 1;
+    const float level = static_cast<float>(record.level);
+    double noise[kBlock * 3];
+    WalkBlocks(d, [&](LONG y, std::ptrdiff_t x, std::ptrdiff_t count) {
+        for (std::ptrdiff_t i = 0; i < (grey ? count : count * 3); ++i)
+            noise[i] = record.gaussian == 1
+                           ? (generator.NextGaussian() - 0.5) * record.level
+                           : static_cast<float>(static_cast<std::int32_t>(generator.Next() & 0xFFFF) - 32767) * level *
+                                 0.000015259022f;
+        AddRowFloat(KwFloatRow(d, y) + x * 4, KwFloatRow(s, y) + x * 4, noise, count, grey ? 0 : 1);
+    });
+    return S_OK;
+}

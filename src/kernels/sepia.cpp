@@ -1,0 +1,164 @@
+#include "kernels/sepia.h"
+
+#include <array>
+
+#include "kernels/arith.h"
+#include "kernels/desaturate.h"
+#include "kernels/lut.h"
+#include "kernels/unaligned.h"
+#include "kernels/wide.h"
+
+namespace {
+
+constexpr double kThird = 0.3333333333333333, kTwoThirds = 0.6666666666666666;
+
+enum tStage { kDesaturates, kDesaturatesAndTones, kTonesGrey };
+
+tStage StageOf(double strength) {
+    return strength <= kThird ? kDesaturates : strength <= kTwoThirds ? kDesaturatesAndTones : kTonesGrey;
+}
+
+struct tTone8 {
+    std::uint32_t color;                 ///< 0x00RRGGBB
+    std::int32_t desaturation;           ///< of 256
+    std::array<std::uint8_t, 256> table; ///< weight of the tone for each grey
+};
+
+constexpr std::ptrdiff_t kBlock = 512; // pixels whose weights are looked up together
+
+/// `weights` hold that of each pixel in all of its bytes, and reach 16 pixels beyond the last.
+template <tStage kStage>
+[[gnu::always_inline]] inline void ToneRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
+                                            const tTone8& tone, const std::uint8_t* weights, bool limit) {
+    const tWideHalves desaturation =
+        reinterpret_cast<tWideHalves>(KwWideRepeat(static_cast<std::uint32_t>(tone.desaturation) * 0x00010001u));
+    const tWideBytes color = reinterpret_cast<tWideBytes>(KwWideRepeat(tone.color));
+    const tWideBytes unlimited = reinterpret_cast<tWideBytes>(KwWideRepeat(limit ? 0 : 0xFFFFFFFF));
+    KwForWide(
+        d, s, count, [&](const tWideBytes& pixels, std::ptrdiff_t at) __attribute__((always_inline)) {
+            tWideBytes value = KwWideMean(pixels);
+            if constexpr (kStage != kTonesGrey) value = KwWideBlend(pixels, value, desaturation);
+            if constexpr (kStage != kDesaturates) {
+                tWideHalves weight;
+                std::memcpy(&weight, weights + at * 4, sizeof weight);
+                value = KwWideBlend(value, color, weight & 255);
+            }
+            return KwWideWithAlpha(KwWideMin(value, KwWideAlpha(pixels) | unlimited), pixels);
+        });
+}
+
+KWCLONES void DesaturateRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
+                             const std::uint8_t* weights, bool limit) {
+    ToneRow8<kDesaturates>(d, s, count, tone, weights, limit);
+}
+KWCLONES void DesaturateAndToneRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
+                                    const std::uint8_t* weights, bool limit) {
+    ToneRow8<kDesaturatesAndTones>(d, s, count, tone, weights, limit);
+}
+KWCLONES void ToneGreyRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
+                           const std::uint8_t* weights, bool limit) {
+    ToneRow8<kTonesGrey>(d, s, count, tone, weights, limit);
+}
+
+/// The first stage with a weight that no page gives, in 32 bits.
+void DesaturateWildRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
+                        const std::uint8_t*, bool limit) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        const std::int32_t grey = static_cast<std::int32_t>(KwMean8(s[i + 2], s[i + 1], s[i]));
+        const std::uint8_t a = s[i + 3];
+        for (int c = 0; c < 3; ++c) {
+            const std::uint8_t value = KwByte(s[i + c] + KwDiv256((grey - s[i + c]) * tone.desaturation));
+            d[i + c] = limit ? std::min(value, a) : value;
+        }
+        d[i + 3] = a;
+    }
+}
+
+struct tToneF {
+    double channel[3]; ///< blue, green, red
+    double desaturation, base, falloff;
+};
+
+template <tStage kStage>
+[[gnu::always_inline]] inline void ToneRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count,
+                                                const tToneF& tone, bool limit) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        const float sum = s[i + 2] + s[i + 1] + s[i], alpha = s[i + 3];
+        const double grey = kStage == kDesaturates ? double{sum * 0.33333334f} : sum * kThird;
+        for (int c = 0; c < 3; ++c) {
+            const double value = s[i + c];
+            const double first = kStage == kTonesGrey ? grey : (grey - value) * tone.desaturation + value;
+            const double result =
+                kStage == kDesaturates ? first : (tone.channel[c] - first) * (grey * -tone.falloff + tone.base) + first;
+            const float narrow = static_cast<float>(result);
+            d[i + c] = limit && narrow > alpha ? alpha : narrow;
+        }
+        d[i + 3] = alpha;
+    }
+}
+
+KWCLONES void ToneRow(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tToneF& tone, tStage stage,
+                      bool limit) {
+    if (stage == kDesaturates)
+        ToneRowFloat<kDesaturates>(d, s, count, tone, limit);
+    else if (stage == kDesaturatesAndTones)
+        ToneRowFloat<kDesaturatesAndTones>(d, s, count, tone, limit);
+    else
+        ToneRowFloat<kTonesGrey>(d, s, count, tone, limit);
+}
+
+tTone8 BytesOf(const tSEPIAPROP& record, tStage stage) {
+    const double k = record.strength * 1.5, b = (record.strength - kThird) * 1.5;
+    tTone8 tone{};
+    const auto level = [](double channel) { return std::uint32_t{KwByte(KwTrunc(channel * 255.0))}; };
+    tone.color = level(record.color.red) << 16 | level(record.color.green) << 8 | level(record.color.blue);
+    // The first stage keeps what no byte holds, within products of 32 bits.
+    tone.desaturation = stage == kDesaturates ? KwClamp(KwTrunc(k * 255.0), -8000000, 8000000)
+                                              : KwByte(KwTrunc(KwClamp(k, 0.0, 1.0) * 255.0));
+    double weight = stage == kTonesGrey ? KwTrunc(KwClamp(b, 0.0, 1.0) * 255.0) : KwTrunc(b * 255.0);
+    for (std::uint8_t& entry : tone.table) {
+        entry = KwByte(KwTrunc(KwClamp(weight, 0.0, 255.0)));
+        weight -= record.falloff;
+    }
+    return tone;
+}
+
+} // namespace
+
+HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerPixel, const tSEPIAPROP* record,
+                   bool limitToAlpha) {
+    if (!record) return E_POINTER;
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    const tStage stage = StageOf(record->strength);
+    if (bytesPerPixel != 4) {
+        const tToneF tone{{record->color.blue, record->color.green, record->color.red},
+                          record->strength * 1.5,
+                          (record->strength - kThird) * 1.5,
+                          record->falloff};
+        for (LONG y = 0; y < d.height; ++y)
+            ToneRow(KwFloatRow(d, y), KwFloatRow(s, y), d.width, tone, stage, limitToAlpha);
+        return S_OK;
+    }
+
+    const tTone8 tone = BytesOf(*record, stage);
+    const bool wild = tone.desaturation < 0 || tone.desaturation > 255;
+    const auto row = wild                            ? DesaturateWildRow8
+                     : stage == kDesaturates           ? DesaturateRow8
+                     : stage == kDesaturatesAndTones ? DesaturateAndToneRow8
+                                                     : ToneGreyRow8;
+    std::uint8_t weights[kBlock * 4 + kWideBytes]{};
+    for (LONG y = 0; y < d.height; ++y)
+        for (std::ptrdiff_t x = 0; x < d.width; x += kBlock) {
+            auto* const to = d.Row<std::uint8_t>(y) + x * 4;
+            const auto* const from = s.Row<std::uint8_t>(y) + x * 4;
+            const std::ptrdiff_t count = std::min(kBlock, d.width - x);
+            if (stage != kDesaturates) {
+                KwMeanRow(weights, from, count);
+                KwLutRow(weights, weights, count, tone.table.data(), kMapAll, false);
+            }
+            row(to, from, count, tone, weights, limitToAlpha);
+        }
+    return S_OK;
+}
