@@ -1,0 +1,792 @@
+#include "kernels/min_max.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <span>
+
+#include "kernels/area_table.h"
+#include "kernels/arith.h"
+
+// The result is a bare extreme wherever no sample on the area's rim beats the cells of full weight. These extremes are
+// found first, for whole rows; then the rim's cells are held against them, 64 bytes of a row at a time, and weights are
+// added up for the few samples that beat them. Samples are turned over for the minimum, so that the better sample is
+// the greater byte in both filters and 0 stands for what lies outside the picture.
+
+namespace {
+
+constexpr std::ptrdiff_t kBlock = 64; ///< bytes of a row that are compared at once
+typedef std::uint8_t tBlock __attribute__((vector_size(kBlock)));
+
+using tBytes = std::unique_ptr<std::uint8_t[]>;
+
+tBytes Bytes(std::ptrdiff_t rows, std::ptrdiff_t rowBytes) {
+    return std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes));
+}
+
+KWCLONES void TurnRow(std::uint8_t* to, const std::uint8_t* from, std::ptrdiff_t count, std::uint8_t turn) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = from[i] ^ turn;
+}
+
+KWCLONES void MaxRow(std::uint8_t* __restrict to, const std::uint8_t* __restrict from, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = std::max(to[i], from[i]);
+}
+
+KWCLONES void MaxRows(std::uint8_t* __restrict to, const std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = std::max(a[i], b[i]);
+}
+
+/// Each byte becomes the greater of itself and the one `step` on, front to back.
+KWCLONES void WidenMax(std::uint8_t* row, std::ptrdiff_t step, std::ptrdiff_t count) {
+#pragma GCC ivdep
+    for (std::ptrdiff_t i = 0; i < count; ++i) row[i] = std::max(row[i], row[i + step]);
+}
+
+[[gnu::always_inline]] inline void Load(const std::uint8_t* from, tBlock& block) {
+    std::memcpy(&block, from, kBlock);
+}
+
+[[gnu::always_inline]] inline void TakeMax(tBlock& block, const std::uint8_t* other) {
+    tBlock b;
+    Load(other, b);
+    block = block > b ? block : b;
+}
+
+/// True where any byte of `block` is above that of `full`.
+[[gnu::always_inline]] inline bool Beats(const tBlock& block, const tBlock& full) {
+    const tBlock difference = (block > full ? block : full) ^ full;
+    typedef std::uint64_t tHalf __attribute__((vector_size(32)));
+    typedef std::uint64_t tQuarter __attribute__((vector_size(16)));
+    tHalf half[2];
+    std::memcpy(half, &difference, kBlock);
+    const tHalf both = half[0] | half[1];
+    tQuarter quarter[2];
+    std::memcpy(quarter, &both, sizeof both);
+    const tQuarter all = quarter[0] | quarter[1];
+    return (all[0] | all[1]) != 0;
+}
+
+/// The picture, turned, with as many zeros to each side as the area reaches, and a block more behind.
+struct tTurned {
+    LONG width, height, side;
+    std::ptrdiff_t stride;
+    tBytes memory;
+    std::uint8_t turn;
+
+    tTurned(const tRows& source, LONG sidePixels, std::uint8_t turnBits)
+        : width(source.width), height(source.height), side(sidePixels),
+          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kBlock), memory(Bytes(height, stride)),
+          turn(turnBits) {
+        for (LONG y = 0; y < height; ++y)
+            TurnRow(const_cast<std::uint8_t*>(Row(y)), source.Row<std::uint8_t>(y), std::ptrdiff_t{width} * 4, turn);
+    }
+    const std::uint8_t* Row(LONG y) const { return memory.get() + y * stride + std::ptrdiff_t{side} * 4; }
+};
+
+// --- The rim ---
+
+struct tCell {
+    std::ptrdiff_t offset; ///< bytes from the centre
+    LONG dy;
+    float weight;
+};
+
+/// A sample on the rim above the cells of full weight.
+struct tHit {
+    float weight;
+    std::uint8_t lane, sample;
+};
+
+/// Appends the hits of `count` cells for the block `at`, cell by cell, and gives the end of the hits. Eight cells are
+/// tested at once, as most hit nothing.
+KWCLONES tHit* FindHits(const std::uint8_t* at, const std::uint8_t* fullBytes, const tCell* cells, std::ptrdiff_t count,
+                        tHit* hits) {
+    tBlock full;
+    Load(fullBytes, full);
+    for (std::ptrdiff_t group = 0; group < count; group += 8) {
+        const std::ptrdiff_t end = std::min<std::ptrdiff_t>(group + 8, count);
+        tBlock best{};
+        for (std::ptrdiff_t i = group; i < end; ++i) TakeMax(best, at + cells[i].offset);
+        if (!Beats(best, full)) continue;
+        for (std::ptrdiff_t i = group; i < end; ++i) {
+            tBlock samples;
+            Load(at + cells[i].offset, samples);
+            if (!Beats(samples, full)) continue;
+            const tBlock difference = (samples > full ? samples : full) ^ full;
+            for (std::ptrdiff_t word = 0; word < kBlock; word += 8) {
+                std::uint64_t bits;
+                std::memcpy(&bits, reinterpret_cast<const std::uint8_t*>(&difference) + word, 8);
+                while (bits) {
+                    const std::ptrdiff_t byte = std::countr_zero(bits) / 8;
+                    bits &= ~(std::uint64_t{255} << byte * 8);
+                    const std::ptrdiff_t lane = word + byte;
+                    *hits++ = {cells[i].weight, static_cast<std::uint8_t>(lane), at[cells[i].offset + lane]};
+                }
+            }
+        }
+    }
+    return hits;
+}
+
+/// Weighs up the hits of one block.
+class CWeighing {
+  public:
+    CWeighing(const tTurned& picture, const tAREATABLE& area, std::size_t cells)
+        : m_picture(picture), m_area(area), m_hits(cells * kBlock), m_sorted(cells * kBlock) {}
+
+    tHit* Hits() { return m_hits.data(); }
+
+    /// Stores the values of all lanes that have hits, up to `end`, in the order of the hits.
+    void Store(const tHit* end, LONG x, LONG y, const std::uint8_t* full, std::uint8_t* to) {
+        std::array<std::uint32_t, kBlock + 1> starts{};
+        for (const tHit* hit = m_hits.data(); hit != end; ++hit) ++starts[hit->lane + 1u];
+        std::uint64_t lanes = 0;
+        for (std::size_t lane = 0; lane < kBlock; ++lane) {
+            if (starts[lane + 1] != 0) lanes |= std::uint64_t{1} << lane;
+            starts[lane + 1] += starts[lane];
+        }
+        auto next = starts;
+        for (const tHit* hit = m_hits.data(); hit != end; ++hit) m_sorted[next[hit->lane]++] = *hit;
+        for (; lanes; lanes &= lanes - 1) {
+            const int lane = std::countr_zero(lanes);
+            const auto l = static_cast<std::size_t>(lane);
+            to[lane] = Value({m_sorted.data() + starts[l], m_sorted.data() + starts[l + 1]}, x + lane / 4, y, lane & 3,
+                             full[lane]);
+        }
+    }
+
+  private:
+    /// The value of one channel, given the greatest sample of the cells of full weight.
+    std::uint8_t Value(std::span<const tHit> hits, LONG x, LONG y, LONG channel, LONG full) {
+        float sum = 0.0f, value = 0.0f;
+        const auto take = [&](LONG bin, float weight) {
+            value += (sum + weight > 1.0f ? 1.0f - sum : weight) * static_cast<float>(bin ^ m_picture.turn);
+            sum += weight;
+        };
+        LONG best = 0;
+        for (const tHit& hit : hits) best = std::max<LONG>(best, hit.sample);
+        if (hits.size() <= 8) {
+            while (best > full && sum < 1.0f) {
+                float weight = 0.0f;
+                LONG next = full;
+                for (const tHit& hit : hits) {
+                    if (hit.sample == best) weight += hit.weight;
+                    if (hit.sample < best) next = std::max<LONG>(next, hit.sample);
+                }
+                take(best, weight);
+                best = next;
+            }
+        } else {
+            for (const tHit& hit : hits) m_bins[hit.sample] += hit.weight;
+            for (LONG bin = best; bin > full && sum < 1.0f; --bin)
+                if (const float weight = m_bins[static_cast<std::size_t>(bin)]; weight > 0.0f) take(bin, weight);
+            for (const tHit& hit : hits) m_bins[hit.sample] = 0.0f;
+        }
+        // Where rounding loses the sum so far, it shows whether the bin of full cells weighs more than 1.
+        if (sum < 1.0f) take(full, sum + 1.0f > 1.0f || IsSingle(x, y, channel, full) ? 1.0f : 2.0f);
+        return static_cast<std::uint8_t>(KwTrunc(KwClamp(value, 0.0f, 255.0f)));
+    }
+
+    /// True when the samples equal to `full` weigh exactly 1.
+    bool IsSingle(LONG x, LONG y, LONG channel, LONG full) const {
+        const LONG reachX = m_area.columns - 1, reachY = m_area.rows - 1;
+        float weight = 0.0f;
+        for (LONG dy = std::max(-reachY, -y); dy <= std::min(reachY, m_picture.height - 1 - y); ++dy) {
+            const std::uint8_t* row = m_picture.Row(y + dy) + channel;
+            for (LONG dx = std::max(-reachX, -x); dx <= std::min(reachX, m_picture.width - 1 - x); ++dx)
+                if (row[(std::ptrdiff_t{x} + dx) * 4] == full) {
+                    weight += m_area.Row(std::abs(dy))[std::abs(dx)];
+                    if (weight > 1.0f) return false;
+                }
+        }
+        return true;
+    }
+
+    const tTurned& m_picture;
+    const tAREATABLE& m_area;
+    std::vector<tHit> m_hits, m_sorted;
+    std::array<float, 256> m_bins{};
+};
+
+/// The part of `cells`, which are in the order of their rows, that lies inside the picture at row `y`.
+std::span<const tCell> CellsInside(const std::vector<tCell>& cells, LONG y, LONG height) {
+    const auto first = std::ranges::lower_bound(cells, -y, {}, &tCell::dy);
+    const auto last = std::ranges::lower_bound(cells, height - y, {}, &tCell::dy);
+    return {first, last};
+}
+
+// --- Rectangle ---
+//
+// Its rim is made of rows and columns of one weight each. The two greatest values of such a piece and how often they
+// occur settle nearly all pixels: they slide along like the plain extreme, and 64 lanes are weighed up together. Where
+// they do not settle it - a third value counts, a count is too large for a byte, or the result lies so close to a whole
+// number that the order of the sums shows - the cells themselves are weighed.
+
+/// Constant lanes in memory: some compilers take a comparison's result apart into single bytes when it chooses between
+/// constants that they know.
+struct tConstants {
+    std::uint8_t zeros[kBlock] = {}, ones[kBlock], all[kBlock];
+
+    tConstants() {
+        std::memset(ones, 1, kBlock);
+        std::memset(all, 255, kBlock);
+    }
+};
+
+/// The two greatest of some samples, `value[0]` above `value[1]`, and how often they occur, 255 for more. A value that
+/// does not occur is 0.
+struct tTops {
+    tBlock value[2], count[2];
+};
+
+/// Planes of tops in memory are `plane` bytes apart: greatest, second, and their counts.
+[[gnu::always_inline]] inline void LoadTops(const std::uint8_t* from, std::ptrdiff_t plane, tTops& tops) {
+    Load(from, tops.value[0]);
+    Load(from + plane, tops.value[1]);
+    Load(from + 2 * plane, tops.count[0]);
+    Load(from + 3 * plane, tops.count[1]);
+}
+
+[[gnu::always_inline]] inline void StoreTops(const tTops& tops, std::uint8_t* to, std::ptrdiff_t plane) {
+    std::memcpy(to, &tops.value[0], kBlock);
+    std::memcpy(to + plane, &tops.value[1], kBlock);
+    std::memcpy(to + 2 * plane, &tops.count[0], kBlock);
+    std::memcpy(to + 3 * plane, &tops.count[1], kBlock);
+}
+
+/// The tops of single samples.
+[[gnu::always_inline]] inline void LoadSample(const std::uint8_t* from, const tConstants& constants, tTops& tops) {
+    Load(from, tops.value[0]);
+    Load(constants.zeros, tops.value[1]);
+    Load(constants.ones, tops.count[0]);
+    Load(constants.zeros, tops.count[1]);
+}
+
+/// Takes the tops of other samples in.
+[[gnu::always_inline]] inline void Join(tTops& a, const tTops& b) {
+    const tBlock none{};
+    const tBlock first = a.value[0] > b.value[0] ? a.value[0] : b.value[0];
+    const tBlock countA = a.value[0] == first ? a.count[0] : none, countB = b.value[0] == first ? b.count[0] : none;
+    const tBlock nextA = a.value[0] == first ? a.value[1] : a.value[0];
+    const tBlock nextB = b.value[0] == first ? b.value[1] : b.value[0];
+    const tBlock nextCountA = a.value[0] == first ? a.count[1] : a.count[0];
+    const tBlock nextCountB = b.value[0] == first ? b.count[1] : b.count[0];
+    const tBlock second = nextA > nextB ? nextA : nextB;
+    const tBlock secondA = nextA == second ? nextCountA : none, secondB = nextB == second ? nextCountB : none;
+    const tBlock room = ~countA, secondRoom = ~secondA;
+    a.value[0] = first;
+    a.value[1] = second;
+    a.count[0] = countA + (countB < room ? countB : room);
+    a.count[1] = secondA + (secondB < secondRoom ? secondB : secondRoom);
+}
+
+/// Up to a block behind `bytes` is read and written.
+KWCLONES void JoinRows(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* a, std::ptrdiff_t planeA,
+                       const std::uint8_t* b, std::ptrdiff_t planeB, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBlock) {
+        tTops tops, other;
+        LoadTops(a + i, planeA, tops);
+        LoadTops(b + i, planeB, other);
+        Join(tops, other);
+        StoreTops(tops, to + i, toPlane);
+    }
+}
+
+/// As `JoinRows` of `a` and single samples.
+KWCLONES void JoinSamples(std::uint8_t* to, const std::uint8_t* a, std::ptrdiff_t plane, const std::uint8_t* samples,
+                          const tConstants& constants, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBlock) {
+        tTops tops, other;
+        LoadTops(a + i, plane, tops);
+        LoadSample(samples + i, constants, other);
+        Join(tops, other);
+        StoreTops(tops, to + i, plane);
+    }
+}
+
+/// The greatest of `count` pixels from each on. `row` holds `bytes` and is used up.
+void SlideMax(std::uint8_t* to, std::uint8_t* row, std::ptrdiff_t bytes, LONG count, std::ptrdiff_t outBytes) {
+    std::ptrdiff_t reach = 1;
+    for (; reach * 2 <= count; reach *= 2) {
+        bytes -= reach * 4;
+        WidenMax(row, reach * 4, bytes);
+    }
+    MaxRows(to, row, row + (count - reach) * 4, outBytes);
+}
+
+/// The same with tops.
+void SlideTops(std::uint8_t* to, std::ptrdiff_t toPlane, std::uint8_t* rows, std::ptrdiff_t plane, std::ptrdiff_t bytes,
+               LONG count, std::ptrdiff_t outBytes) {
+    std::memset(to, 0, static_cast<std::size_t>(4 * toPlane));
+    std::ptrdiff_t done = 0; // pixels of the window that are joined in
+    for (std::ptrdiff_t reach = 1;; reach *= 2) {
+        if (count & reach) {
+            JoinRows(to, toPlane, to, toPlane, rows + done * 4, plane, outBytes);
+            done += reach;
+        }
+        if (reach * 2 > count) return;
+        bytes -= reach * 4;
+        JoinRows(rows, plane, rows, plane, rows + reach * 4, plane, bytes);
+    }
+}
+
+constexpr std::ptrdiff_t WholeBlocks(std::ptrdiff_t bytes) {
+    return (bytes + kBlock - 1) / kBlock * kBlock;
+}
+
+/// The greatest, or the tops, of the rows at most `reach` - 1 away, for one row after the other.
+/// (M. van Herk, "A fast algorithm for local minimum and maximum filters on rectangular and octagonal kernels", 1992.)
+class CColumnMax {
+  public:
+    CColumnMax(const tTurned& picture, const tConstants& constants, LONG reach, bool tops)
+        : m_picture(picture), m_constants(constants), m_tops(tops), m_length(2 * std::int64_t{reach} - 1),
+          m_rows(std::min<std::int64_t>(m_length, picture.height)),
+          m_plane(WholeBlocks(std::ptrdiff_t{picture.width} * 4)), m_rowBytes(m_plane * (tops ? 4 : 1)),
+          m_behind(Bytes(m_rows, m_rowBytes)), m_ahead(Bytes(1, m_rowBytes)) {
+        for (LONG y = 0; y < reach - 1; ++y) Advance();
+    }
+
+    /// Stores the next row, its planes `plane` bytes apart.
+    void Next(std::uint8_t* to, std::ptrdiff_t plane) {
+        Advance();
+        const std::int64_t place = (m_last + 1) % m_length; // of the window's first row in its block
+        const bool isBlock = place == 0 || m_last < m_length;
+        const std::uint8_t* behind = isBlock ? m_ahead.get() : m_behind.get() + place * m_rowBytes;
+        if (!m_tops)
+            MaxRows(to, m_ahead.get(), behind, m_plane);
+        else if (!isBlock)
+            JoinRows(to, plane, m_ahead.get(), m_plane, behind, m_plane, m_plane);
+        else
+            for (std::ptrdiff_t i = 0; i < 4; ++i)
+                std::memcpy(to + i * plane, m_ahead.get() + i * m_plane, static_cast<std::size_t>(m_plane));
+    }
+
+  private:
+    /// `to` becomes `from` with row `y` taken in.
+    void Take(std::uint8_t* to, const std::uint8_t* from, std::int64_t y) {
+        const std::uint8_t* samples = m_picture.Row(static_cast<LONG>(y));
+        if (m_tops)
+            JoinSamples(to, from, m_plane, samples, m_constants, m_plane);
+        else
+            MaxRows(to, from, samples, m_plane);
+    }
+
+    /// Rows go in blocks of the area's height: `m_ahead` is the greatest of the block so far, `m_behind` that of each
+    /// row of the block before up to its end. Rows below the picture count nothing.
+    void Advance() {
+        ++m_last;
+        if (m_last % m_length == 0) {
+            std::memset(m_ahead.get(), 0, static_cast<std::size_t>(m_rowBytes));
+            if (m_last > 0) {
+                const std::uint8_t* from = m_ahead.get();
+                const std::int64_t start = m_last - m_length;
+                for (std::int64_t y = std::min<std::int64_t>(m_last, m_picture.height) - 1; y >= start; --y) {
+                    std::uint8_t* to = m_behind.get() + (y - start) * m_rowBytes;
+                    Take(to, from, y);
+                    from = to;
+                }
+            }
+        }
+        if (m_last < m_picture.height) Take(m_ahead.get(), m_ahead.get(), m_last);
+    }
+
+    const tTurned& m_picture;
+    const tConstants& m_constants;
+    bool m_tops;
+    std::int64_t m_length, m_rows;
+    std::int64_t m_last = -1; ///< the last row taken in
+    std::ptrdiff_t m_plane, m_rowBytes;
+    tBytes m_behind, m_ahead;
+};
+
+/// The weights of a rectangle's rim.
+struct tRimWeights {
+    float row, column, corner;
+    float near; ///< a result at most this far from a whole number is in doubt; 0 where all sums are exact
+    std::uint8_t turn;
+};
+
+/// The eight pieces of a rectangle's rim in the order of their rows. Which of the columns comes first makes no
+/// difference to sums of one weight.
+enum { kTopLeft, kTop, kTopRight, kLeft, kRight, kBottomLeft, kBottom, kBottomRight, kPieces };
+
+/// A block of the rim: rows and columns are tops, corners are samples.
+struct tRimBlock {
+    const std::uint8_t* pieces[kPieces];
+    std::ptrdiff_t rowPlane, columnPlane;
+    const tConstants& constants;
+};
+
+constexpr int kValues = 4; ///< that are looked at in one block
+
+/// The tops of one lane.
+struct tLaneTops {
+    std::uint8_t value, next, count, nextCount;
+};
+
+[[gnu::always_inline]] inline void JoinLane(tLaneTops& a, tLaneTops b) {
+    const std::uint8_t first = std::max(a.value, b.value);
+    const bool hasA = a.value == first, hasB = b.value == first;
+    const std::uint8_t nextA = hasA ? a.next : a.value, nextB = hasB ? b.next : b.value;
+    const std::uint8_t nextCountA = hasA ? a.nextCount : a.count, nextCountB = hasB ? b.nextCount : b.count;
+    const std::uint8_t second = std::max(nextA, nextB);
+    const std::uint8_t countA = hasA ? a.count : 0, countB = hasB ? b.count : 0;
+    const std::uint8_t secondA = nextA == second ? nextCountA : 0, secondB = nextB == second ? nextCountB : 0;
+    const std::uint8_t room = static_cast<std::uint8_t>(~countA), secondRoom = static_cast<std::uint8_t>(~secondA);
+    a = {first, second, static_cast<std::uint8_t>(countA + std::min(countB, room)),
+         static_cast<std::uint8_t>(secondA + std::min(secondB, secondRoom))};
+}
+
+/// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
+/// is.
+KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
+                         std::uint8_t* to, std::uint8_t* doubts) {
+    // The highest values, how often each piece has them, and where that is not known.
+    alignas(kBlock) std::uint8_t tops[kValues][kBlock], counts[kValues][3][kBlock], unknown[kValues][kBlock];
+    // Of each piece the values not yet taken, and how often it has the first two.
+    alignas(kBlock) std::uint8_t values[3][3][kBlock], numbers[3][2][kBlock], more[kBlock];
+    tBlock full, top;
+    Load(fullBytes, full);
+    Load(rim.pieces[0], top);
+    for (int i = 1; i < kPieces; ++i) TakeMax(top, rim.pieces[i]);
+    if (!Beats(top, full)) return false;
+
+    const std::uint8_t* const* piece = rim.pieces;
+    const std::uint8_t *top0 = piece[kTop], *bottom = piece[kBottom], *left0 = piece[kLeft], *right = piece[kRight];
+    const std::uint8_t *topLeft = piece[kTopLeft], *topRight = piece[kTopRight], *bottomLeft = piece[kBottomLeft],
+                       *bottomRight = piece[kBottomRight];
+    const std::ptrdiff_t rp = rim.rowPlane, cp = rim.columnPlane;
+    for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+        tLaneTops row{top0[i], top0[i + rp], top0[i + 2 * rp], top0[i + 3 * rp]};
+        JoinLane(row, {bottom[i], bottom[i + rp], bottom[i + 2 * rp], bottom[i + 3 * rp]});
+        tLaneTops column{left0[i], left0[i + cp], left0[i + 2 * cp], left0[i + 3 * cp]};
+        JoinLane(column, {right[i], right[i + cp], right[i + 2 * cp], right[i + 3 * cp]});
+        tLaneTops corner{topLeft[i], 0, 1, 0};
+        JoinLane(corner, {topRight[i], 0, 1, 0});
+        JoinLane(corner, {bottomLeft[i], 0, 1, 0});
+        JoinLane(corner, {bottomRight[i], 0, 1, 0});
+        const std::uint8_t floor = fullBytes[i];
+        // Values that count, and a third for those below the second of a piece, whose number is not known: 0.
+        const auto clean = [&](tLaneTops & p) __attribute__((always_inline)) {
+            p = {p.value > floor ? p.value : std::uint8_t{0}, p.next > floor ? p.next : std::uint8_t{0},
+                 p.value > floor ? p.count : std::uint8_t{0}, p.next > floor ? p.nextCount : std::uint8_t{0}};
+            const std::uint8_t lower = static_cast<std::uint8_t>(std::max<std::uint8_t>(p.next, 1) - 1);
+            return lower > floor ? lower : std::uint8_t{0};
+        };
+        const std::uint8_t rowThird = clean(row), columnThird = clean(column), cornerThird = clean(corner);
+        const auto keep = [&](std::size_t p, const tLaneTops& piece, std::uint8_t third)
+            __attribute__((always_inline)) {
+            values[p][0][i] = piece.value;
+            values[p][1][i] = piece.next;
+            values[p][2][i] = third;
+            numbers[p][0][i] = piece.count;
+            numbers[p][1][i] = piece.nextCount;
+        };
+        keep(0, row, rowThird);
+        keep(1, column, columnThird);
+        keep(2, corner, cornerThird);
+    }
+    const auto greater = [](std::uint8_t a, std::uint8_t b) __attribute__((always_inline)) {
+        return a > b ? a : b;
+    };
+    for (int n = 0; n < kValues; ++n)
+        for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+            const std::uint8_t best = greater(greater(values[0][0][i], values[1][0][i]), values[2][0][i]);
+            std::uint8_t isUnknown = 0;
+            for (int p = 0; p < 3; ++p) {
+                const std::uint8_t value = values[p][0][i], next = values[p][1][i], third = values[p][2][i];
+                const std::uint8_t number = numbers[p][0][i], nextNumber = numbers[p][1][i];
+                const std::uint8_t unknownValue = number == 0 ? value : 0;
+                isUnknown = greater(isUnknown, value == best ? unknownValue : 0);
+                counts[n][p][i] = value == best ? number : 0;
+                values[p][0][i] = value == best ? next : value;
+                values[p][1][i] = value == best ? third : next;
+                values[p][2][i] = value == best ? 0 : third;
+                numbers[p][0][i] = value == best ? nextNumber : number;
+                numbers[p][1][i] = value == best ? 0 : nextNumber;
+            }
+            tops[n][i] = best;
+            unknown[n][i] = isUnknown;
+        }
+    for (std::ptrdiff_t i = 0; i < kBlock; ++i)
+        more[i] = greater(greater(values[0][0][i], values[1][0][i]), values[2][0][i]);
+
+    const LONG turn = weights.turn;
+    for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+        float sum = 0.0f, value = 0.0f, first = 0.0f;
+        LONG doubt = 0;
+#pragma GCC unroll 4
+        for (int n = 0; n < kValues; ++n) {
+            const float weight = static_cast<float>(counts[n][0][i]) * weights.row +
+                                 static_cast<float>(counts[n][1][i]) * weights.column +
+                                 static_cast<float>(counts[n][2][i]) * weights.corner;
+            const float left = 1.0f - sum, limited = weight < left ? weight : left;
+            doubt |= sum < 1.0f ? unknown[n][i] : 0;
+            doubt |= weight < 1.001f ? (counts[n][0][i] == 255) | (counts[n][1][i] == 255) : 0;
+            value += (sum < 1.0f ? limited : 0.0f) * static_cast<float>(tops[n][i] ^ turn);
+            sum += weight;
+            if (n == 0) first = weight;
+        }
+        doubt |= sum < 1.0f ? more[i] : 0;
+        value += (sum < 1.0f ? 1.0f - sum : 0.0f) * static_cast<float>(fullBytes[i] ^ turn);
+        const LONG whole = static_cast<LONG>(value);
+        const float over = value - static_cast<float>(whole);
+        const float margin = (first > 0.0f) & (first < 1.001f) ? weights.near : -1.0f;
+        doubt |= (over < margin) | (over > 1.0f - margin) ? 255 : 0;
+        to[i] = static_cast<std::uint8_t>(whole);
+        doubts[i] = doubt ? 255 : 0;
+    }
+    tBlock marks;
+    Load(doubts, marks);
+    return Beats(marks, tBlock{});
+}
+
+/// Whether sums and products of these weights up to 1 are exact: whole multiples of 1 / 256, or of 1 / 65536 for a
+/// corner.
+bool AreExact(float row, float column) {
+    return row * 256.0f == std::floor(row * 256.0f) && column * 256.0f == std::floor(column * 256.0f);
+}
+
+void FilterRect(const tTurned& picture, const tRows& destination, const tAREATABLE& area) {
+    const LONG fullX = area.FullColumns(0), fullY = area.FullRows();
+    tRimWeights weights{area.Weight(0, fullY), area.Weight(fullX, 0), area.Weight(fullX, fullY), 0.0f, picture.turn};
+    const bool hasRows = weights.row > 0.0f, hasColumns = weights.column > 0.0f;
+    const LONG width = picture.width, height = picture.height;
+    const std::ptrdiff_t stride = picture.stride, side = std::ptrdiff_t{picture.side} * 4;
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t{width} * 4, blockBytes = WholeBlocks(rowBytes);
+
+    std::vector<tCell> cells[kPieces];
+    const auto add = [&](int piece, LONG dx, LONG dy, float weight) {
+        if (weight > 0.0f) cells[piece].push_back({stride * dy + std::ptrdiff_t{dx} * 4, dy, weight});
+    };
+    for (LONG i = 1 - fullX; i < fullX; ++i) {
+        add(kTop, i, -fullY, weights.row);
+        add(kBottom, i, fullY, weights.row);
+    }
+    for (LONG i = 1 - fullY; i < fullY; ++i) {
+        add(kLeft, -fullX, i, weights.column);
+        add(kRight, fullX, i, weights.column);
+    }
+    add(kTopLeft, -fullX, -fullY, weights.corner);
+    add(kTopRight, fullX, -fullY, weights.corner);
+    add(kBottomLeft, -fullX, fullY, weights.corner);
+    add(kBottomRight, fullX, fullY, weights.corner);
+    std::size_t cellCount = 0;
+    float steps = 16.0f; // roundings on the way to a sum of 1
+    for (const auto& piece : cells) {
+        cellCount += piece.size();
+        if (!piece.empty()) steps += std::min(static_cast<float>(piece.size()), 1.0f / piece[0].weight + 1.0f);
+    }
+    if (!AreExact(weights.row, weights.column)) weights.near = 255.0f * 0x1p-24f * steps;
+    CWeighing weighing(picture, area, cellCount);
+
+    const auto constants = std::make_unique<tConstants>();
+    CColumnMax columns(picture, *constants, fullY, hasColumns);
+    const std::int64_t ringRows = std::min<std::int64_t>(2 * std::int64_t{fullY} + 1, height);
+    const tBytes ring = Bytes(hasRows ? ringRows * 4 : 0, blockBytes); // tops of the rim's row at each pixel
+    const std::ptrdiff_t scratchPlane = stride + kBlock;
+    const tBytes column = Bytes(4, stride), scratch = Bytes(4, scratchPlane), none = Bytes(4, stride);
+    const tBytes full = Bytes(1, blockBytes);
+    const std::ptrdiff_t windowBytes = rowBytes + (2 * std::ptrdiff_t{fullX} - 2) * 4;
+    const std::ptrdiff_t windowStart = side - (std::ptrdiff_t{fullX} - 1) * 4;
+    LONG slid = 0;
+    for (LONG y = 0; y < height; ++y) {
+        columns.Next(column.get() + side, stride);
+        std::memcpy(scratch.get(), column.get() + windowStart, static_cast<std::size_t>(windowBytes));
+        SlideMax(full.get(), scratch.get(), windowBytes, 2 * fullX - 1, rowBytes);
+        std::memset(full.get() + rowBytes, 255, static_cast<std::size_t>(blockBytes - rowBytes));
+        std::uint8_t* to = destination.Row<std::uint8_t>(y);
+        TurnRow(to, full.get(), rowBytes, picture.turn);
+        if (!hasRows && !hasColumns) continue;
+
+        for (; hasRows && slid < height && slid <= std::int64_t{y} + fullY; ++slid) {
+            std::memset(scratch.get(), 0, static_cast<std::size_t>(scratchPlane * 4));
+            JoinSamples(scratch.get(), scratch.get(), scratchPlane, picture.Row(slid) - side + windowStart, *constants,
+                        windowBytes);
+            SlideTops(ring.get() + slid % ringRows * 4 * blockBytes, blockBytes, scratch.get(), scratchPlane,
+                      windowBytes, 2 * fullX - 1, rowBytes);
+        }
+        const std::ptrdiff_t reach = std::ptrdiff_t{fullX} * 4;
+        tRimBlock rim{{}, blockBytes, stride, *constants};
+        std::fill_n(rim.pieces, kPieces + 0, none.get());
+        if (hasColumns) {
+            rim.pieces[kLeft] = column.get() + side - reach;
+            rim.pieces[kRight] = column.get() + side + reach;
+        }
+        if (hasRows && y - fullY >= 0) {
+            rim.pieces[kTop] = ring.get() + (y - fullY) % ringRows * 4 * blockBytes;
+            if (weights.corner > 0.0f) {
+                rim.pieces[kTopLeft] = picture.Row(y - fullY) - reach;
+                rim.pieces[kTopRight] = picture.Row(y - fullY) + reach;
+            }
+        }
+        if (hasRows && height - y > fullY) {
+            rim.pieces[kBottom] = ring.get() + (y + fullY) % ringRows * 4 * blockBytes;
+            if (weights.corner > 0.0f) {
+                rim.pieces[kBottomLeft] = picture.Row(y + fullY) - reach;
+                rim.pieces[kBottomRight] = picture.Row(y + fullY) + reach;
+            }
+        }
+        for (std::ptrdiff_t i = 0; i < rowBytes; i += kBlock) {
+            std::array<std::uint8_t, kBlock> values, doubts, floors;
+            std::memcpy(values.data(), full.get() + i, kBlock);
+            TurnRow(values.data(), values.data(), kBlock, picture.turn);
+            if (WeighBlock(rim, full.get() + i, weights, values.data(), doubts.data())) {
+                for (std::size_t lane = 0; lane < kBlock; ++lane)
+                    floors[lane] = doubts[lane] ? full[static_cast<std::size_t>(i) + lane] : 255;
+                tHit* end = weighing.Hits();
+                for (const auto& piece : cells) {
+                    const std::span<const tCell> inside = CellsInside(piece, y, height);
+                    end = FindHits(picture.Row(y) + i, floors.data(), inside.data(), std::ssize(inside), end);
+                }
+                weighing.Store(end, static_cast<LONG>(i / 4), y, floors.data(), values.data());
+            }
+            std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlock, rowBytes - i)));
+            for (const std::uint8_t*& piece : rim.pieces) piece += kBlock;
+        }
+    }
+}
+
+// --- Ellipse ---
+//
+// Along each row the greatest sample within a half width comes from tables of the greatest over powers of two; every
+// row of the area takes it at its own half width.
+
+constexpr LONG kStripPixels = 128; ///< keeps what a strip collects in the second-level cache
+
+class CEllipse {
+  public:
+    CEllipse(const tTurned& picture, const tRows& destination, const tAREATABLE& area)
+        : m_picture(picture), m_destination(destination), m_reachX(picture.side) {
+        for (LONG dy = 1 - area.rows; dy < area.rows; ++dy) {
+            const LONG full = area.FullColumns(std::abs(dy));
+            if (dy >= 0 && full > 0) m_widths.push_back(full);
+            for (LONG dx = 1 - area.columns; dx < area.columns; ++dx)
+                if (const float weight = area.Weight(std::abs(dx), std::abs(dy)); std::abs(dx) >= full && weight > 0.0f)
+                    m_cells.push_back({picture.stride * dy + std::ptrdiff_t{dx} * 4, dy, weight});
+        }
+        m_reachY = static_cast<LONG>(m_widths.size()) - 1;
+        m_ringRows = std::min<std::int64_t>(2 * std::int64_t{m_reachY} + 1, picture.height);
+        m_rowBytes = (std::ptrdiff_t{kStripPixels} + 2 * std::ptrdiff_t{m_reachX}) * 4;
+        m_levels = std::bit_width(static_cast<std::uint32_t>(2 * m_widths[0] - 1));
+        m_tables = Bytes(m_levels, m_rowBytes);
+        m_ring = Bytes(m_ringRows, kStripBytes + kBlock);
+    }
+
+    void Run(const tAREATABLE& area) {
+        CWeighing weighing(m_picture, area, m_cells.size());
+        for (m_left = 0; m_left < m_picture.width; m_left += std::min(kStripPixels, m_picture.width - m_left)) {
+            m_bytes = std::ptrdiff_t{std::min(kStripPixels, m_picture.width - m_left)} * 4;
+            for (LONG y = 0; y < m_ringRows; ++y) Clear(Collected(y));
+            LONG done = 0;
+            for (LONG y = 0; y < m_picture.height; ++y) {
+                Collect(y);
+                const LONG complete = y == m_picture.height - 1 ? y + 1 : y - m_reachY + 1;
+                for (; done < complete; ++done) Finish(done, weighing);
+            }
+        }
+    }
+
+  private:
+    static constexpr std::ptrdiff_t kStripBytes = kStripPixels * 4;
+
+    /// The greatest sample of the cells of full weight, for one row of the strip.
+    std::uint8_t* Collected(LONG y) { return m_ring.get() + y % m_ringRows * (kStripBytes + kBlock); }
+
+    void Clear(std::uint8_t* collected) {
+        std::memset(collected, 0, static_cast<std::size_t>(m_bytes));
+        std::memset(collected + m_bytes, 255, kBlock);
+    }
+
+    /// Takes row `y` into all rows that reach it.
+    void Collect(LONG y) {
+        std::uint8_t* row = m_tables.get();
+        std::ptrdiff_t valid = m_bytes + 2 * std::ptrdiff_t{m_reachX} * 4;
+        std::memcpy(row, m_picture.Row(y) + (std::ptrdiff_t{m_left} - m_reachX) * 4, static_cast<std::size_t>(valid));
+        for (LONG level = 1; level < m_levels; ++level, row += m_rowBytes) {
+            const std::ptrdiff_t step = std::ptrdiff_t{4} << (level - 1);
+            valid -= step;
+            MaxRows(row + m_rowBytes, row, row + step, valid);
+        }
+        std::array<std::uint8_t, kStripBytes> best;
+        LONG known = 0;
+        for (LONG dy = 0; dy <= m_reachY; ++dy) {
+            const LONG width = m_widths[static_cast<std::size_t>(dy)];
+            if (width != known) {
+                known = width;
+                const LONG level = std::bit_width(static_cast<std::uint32_t>(2 * width - 1)) - 1;
+                const std::uint8_t* table = m_tables.get() + level * m_rowBytes;
+                const std::ptrdiff_t first = std::ptrdiff_t{m_reachX} - width + 1;
+                const std::ptrdiff_t second = std::ptrdiff_t{m_reachX} + width - (std::ptrdiff_t{1} << level);
+                MaxRows(best.data(), table + first * 4, table + second * 4, m_bytes);
+            }
+            if (dy <= y) MaxRow(Collected(y - dy), best.data(), m_bytes);
+            if (dy > 0 && dy < m_picture.height - y) MaxRow(Collected(y + dy), best.data(), m_bytes);
+        }
+    }
+
+    void Finish(LONG y, CWeighing& weighing) {
+        std::uint8_t* full = Collected(y);
+        std::uint8_t* to = m_destination.Row<std::uint8_t>(y) + std::ptrdiff_t{m_left} * 4;
+        TurnRow(to, full, m_bytes, m_picture.turn);
+        const std::span<const tCell> cells = CellsInside(m_cells, y, m_picture.height);
+        for (std::ptrdiff_t i = 0; i < m_bytes; i += kBlock) {
+            const tHit* end = FindHits(m_picture.Row(y) + std::ptrdiff_t{m_left} * 4 + i, full + i, cells.data(),
+                                       std::ssize(cells), weighing.Hits());
+            if (end != weighing.Hits()) weighing.Store(end, m_left + static_cast<LONG>(i / 4), y, full + i, to + i);
+        }
+        Clear(full);
+    }
+
+    const tTurned& m_picture;
+    const tRows& m_destination;
+    LONG m_reachX, m_reachY;
+    std::vector<LONG> m_widths; ///< cells of full weight from the centre on, in each row of the quadrant
+    std::vector<tCell> m_cells; ///< the rim, from the top left on
+    std::int64_t m_ringRows;
+    std::ptrdiff_t m_rowBytes, m_bytes = 0;
+    LONG m_levels, m_left = 0;
+    tBytes m_tables; ///< a row, then the greatest of 2, 4, 8... of its samples from each on
+    tBytes m_ring;
+};
+
+HRESULT Filter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX, float radiusY,
+               double pixelAspect, bool circular, std::uint8_t turn) try {
+    tRowPair pair;
+    if (const HRESULT status = KwDibResolveClipTwo(destination, source, bytesPerPixel, pair); FAILED(status))
+        return status;
+    if (bytesPerPixel != 4 || pair.source.width == 0) return S_OK;
+
+    tAREATABLE area;
+    (circular ? KwBuildEllipseArea : KwBuildRectArea)(area, static_cast<float>(radiusX / pixelAspect), radiusY,
+                                                      pair.source.width, pair.source.height);
+    if (area.columns == 0 || area.Row(0)[0] < 1.0f) {
+        for (LONG y = 0; y < pair.source.height; ++y)
+            std::memset(pair.destination.Row<std::uint8_t>(y), 0, static_cast<std::size_t>(pair.source.width) * 4);
+        return S_OK;
+    }
+    const tTurned picture(pair.source, area.columns, turn);
+    if (circular)
+        CEllipse(picture, pair.destination, area).Run(area);
+    else
+        FilterRect(picture, pair.destination, area);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+} // namespace
+
+HRESULT KwDibMaxFilter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX, float radiusY,
+                       double pixelAspect, bool circular) {
+    return Filter(destination, source, bytesPerPixel, radiusX, radiusY, pixelAspect, circular, 0);
+}
+
+HRESULT KwDibMinFilter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX, float radiusY,
+                       double pixelAspect, bool circular) {
+    return Filter(destination, source, bytesPerPixel, radiusX, radiusY, pixelAspect, circular, 255);
+}

@@ -1,0 +1,244 @@
+#include "kernels/pixelate.h"
+
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "kernels/arith.h"
+#include "kernels/copy.h"
+#include "kernels/unaligned.h"
+
+namespace {
+
+/// `count` blocks along a side of `size` pixels: where each begins, in 14-bit fixed point, and its whole pixels.
+struct tBlocks {
+    LONG size, count;
+    std::int64_t step;
+
+    tBlocks(LONG size, LONG count)
+        : size(size), count(count), step(KwTrunc64(static_cast<double>(size) / count * 16384.0)) {}
+
+    std::ptrdiff_t Begin(std::ptrdiff_t i) const { return i * step >> 14; }
+    std::ptrdiff_t Pixels() const { return step >> 14; }
+    /// As cells that leave no gap: the last one goes to the end.
+    LONG CellEnd(LONG i) const { return i + 1 < count ? static_cast<LONG>(Begin(i + 1)) : size; }
+};
+
+/// Rows whose column sums fit 32 bits.
+constexpr std::ptrdiff_t kRowsAtOnce = 1 << 24;
+/// Blocks below this many pixels have sums of 31 bits.
+constexpr std::int64_t kSmallBlock = 1 << 23;
+
+KWCLONES void SetColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] = row[i];
+}
+KWCLONES void AddColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] += row[i];
+}
+
+/// Adds up each block's share of a row, or of column sums.
+template <class Total, class Value>
+[[gnu::always_inline]] inline void AddRow(Total* totals, const Value* row, const tBlocks& columns) {
+    const std::ptrdiff_t pixels = columns.Pixels(), count = columns.count;
+    const std::int64_t step = columns.step;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const Value* from = row + (i * step >> 14) * 4;
+        Total* to = totals + i * 4;
+        Total block[4]{to[0], to[1], to[2], to[3]};
+        for (std::ptrdiff_t x = 0; x < pixels; ++x)
+            for (int c = 0; c < 4; ++c) block[c] += from[x * 4 + c];
+        for (int c = 0; c < 4; ++c) to[c] = block[c];
+    }
+}
+KWCLONES void AddBlocks(std::uint32_t* totals, const std::uint8_t* row, const tBlocks& columns) {
+    AddRow(totals, row, columns);
+}
+KWCLONES void AddBlocks(std::uint32_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
+    AddRow(totals, sums, columns);
+}
+KWCLONES void AddBlocks(std::uint64_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
+    AddRow(totals, sums, columns);
+}
+KWCLONES void AddBlocks(double* totals, const tAnyFloat* row, const tBlocks& columns) {
+    const std::ptrdiff_t pixels = columns.Pixels(), count = columns.count;
+    const std::int64_t step = columns.step;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const tAnyFloat* from = row + (i * step >> 14) * 4;
+        double* to = totals + i * 4;
+        for (std::ptrdiff_t x = 0; x < pixels; ++x)
+            for (int c = 0; c < 4; ++c) to[c] += from[x * 4 + c];
+    }
+}
+
+KWCLONES void Means8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
+    // Half a unit more than the sum keeps the rounded inverse away from both neighbours of a quotient.
+    const double inverse = 1.0 / static_cast<double>(pixels);
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        out[i] = static_cast<std::uint8_t>(
+            static_cast<std::int32_t>((static_cast<std::int32_t>(totals[i]) + 0.5) * inverse));
+}
+void Means8(std::uint8_t* out, const std::uint64_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        out[i] = static_cast<std::uint8_t>(totals[i] / static_cast<std::uint64_t>(pixels));
+}
+
+/// The means of one row of blocks, for each pixel form.
+template <class Total>
+class CMeans8 {
+  public:
+    explicit CMeans8(const tBlocks& columns)
+        : m_columns(columns), m_sums(static_cast<std::size_t>(columns.size) * 4),
+          m_totals(static_cast<std::size_t>(columns.count) * 4) {}
+
+    void Row(const tRows& source, const tBlocks& rows, LONG i, std::byte* out) {
+        const LONG begin = static_cast<LONG>(rows.Begin(i)), count = static_cast<LONG>(rows.Pixels());
+        std::fill(m_totals.begin(), m_totals.end(), 0);
+        bool added = false;
+        if constexpr (std::is_same_v<Total, std::uint32_t>)
+            if ((added = count == 1)) AddBlocks(m_totals.data(), source.Row<std::uint8_t>(begin), m_columns);
+        if (!added) AddRows(source, begin, count);
+        Means8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), m_totals.size(),
+               std::ptrdiff_t{count} * m_columns.Pixels());
+    }
+
+  private:
+    void AddRows(const tRows& source, LONG begin, LONG count) {
+        for (LONG y = 0; y < count; ++y) {
+            const std::uint8_t* row = source.Row<std::uint8_t>(begin + y);
+            (y % kRowsAtOnce == 0 ? SetColumns : AddColumns)(m_sums.data(), row, m_sums.size());
+            if (y + 1 == count || y % kRowsAtOnce == kRowsAtOnce - 1)
+                AddBlocks(m_totals.data(), m_sums.data(), m_columns);
+        }
+    }
+
+    tBlocks m_columns;
+    std::vector<std::uint32_t> m_sums;
+    std::vector<Total> m_totals;
+};
+
+class CMeansFloat {
+  public:
+    explicit CMeansFloat(const tBlocks& columns)
+        : m_columns(columns), m_totals(static_cast<std::size_t>(columns.count) * 4) {}
+
+    void Row(const tRows& source, const tBlocks& rows, LONG i, std::byte* out) {
+        const LONG begin = static_cast<LONG>(rows.Begin(i)), count = static_cast<LONG>(rows.Pixels());
+        std::fill(m_totals.begin(), m_totals.end(), 0.0);
+        for (LONG y = 0; y < count; ++y) AddBlocks(m_totals.data(), KwFloatRow(source, begin + y), m_columns);
+        const double inverse = 1.0 / static_cast<double>(std::int64_t{count} * m_columns.Pixels());
+        tAnyFloat* to = reinterpret_cast<tAnyFloat*>(out);
+        for (std::size_t k = 0; k < m_totals.size(); ++k) to[k] = static_cast<float>(m_totals[k] * inverse);
+    }
+
+  private:
+    tBlocks m_columns;
+    std::vector<double> m_totals;
+};
+
+/// Levels to doubles and back, as a fill does it.
+KWCLONES void ThroughFill8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
+#pragma GCC ivdep
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        d[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(s[i] * 0.00392156862745098 * 255.0));
+}
+
+/// A row of cells from one pixel each. All but the last are written one pixel too wide, and mended by the next one, so
+/// that their width does not vary.
+KWCLONES void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
+    const std::ptrdiff_t last = columns.count - 1, pixels = columns.Pixels();
+    const std::int64_t step = columns.step;
+    for (std::ptrdiff_t i = 0; i < last; ++i) {
+        const std::uint32_t value = cells[i];
+        tAnyWord* to = out + (i * step >> 14);
+        for (std::ptrdiff_t x = 0; x <= pixels; ++x) to[x] = value;
+    }
+    const std::uint32_t value = cells[last];
+    for (std::ptrdiff_t x = last * step >> 14; x < columns.size; ++x) out[x] = value;
+}
+void SpreadRowFloat(std::byte* out, const std::byte* cells, const tBlocks& columns) {
+    for (LONG i = 0; i < columns.count; ++i)
+        for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x)
+            std::memcpy(out + x * 16, cells + std::ptrdiff_t{i} * 16, 16);
+}
+
+template <class Means>
+void Shrink(const tRows& d, const tRows& s, const tBlocks& columns, const tBlocks& rows) {
+    Means means(columns);
+    for (LONG y = 0; y < d.height; ++y) means.Row(s, rows, y, d.Row<std::byte>(y));
+}
+
+template <class Means>
+void Pixelate(const tRows& d, const tRows& s, const tBlocks& columns, const tBlocks& rows) {
+    constexpr bool kFloat = std::is_same_v<Means, CMeansFloat>;
+    constexpr std::size_t kPixel = kFloat ? 16 : 4;
+    Means means(columns);
+    std::vector<std::byte> cells(static_cast<std::size_t>(columns.count) * kPixel);
+    for (LONG i = 0; i < rows.count; ++i) {
+        means.Row(s, rows, i, cells.data());
+        const LONG begin = static_cast<LONG>(rows.Begin(i));
+        std::byte* first = d.Row<std::byte>(begin);
+        if constexpr (kFloat) {
+            SpreadRowFloat(first, cells.data(), columns);
+        } else {
+            std::uint8_t* levels = reinterpret_cast<std::uint8_t*>(cells.data());
+            ThroughFill8(levels, levels, cells.size());
+            SpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns);
+        }
+        for (LONG y = begin + 1; y < rows.CellEnd(i); ++y)
+            std::memcpy(d.Row<std::byte>(y), first, static_cast<std::size_t>(d.width) * kPixel);
+    }
+}
+
+/// Calls `body` with a null pointer of the class that makes the means.
+template <class Body>
+void WithMeans(LONG bytesPerPixel, const tBlocks& columns, const tBlocks& rows, Body&& body) {
+    if (bytesPerPixel != 4)
+        body(static_cast<CMeansFloat*>(nullptr));
+    else if (std::int64_t{columns.Pixels()} * rows.Pixels() < kSmallBlock)
+        body(static_cast<CMeans8<std::uint32_t>*>(nullptr));
+    else
+        body(static_cast<CMeans8<std::uint64_t>*>(nullptr));
+}
+
+/// How many cells stand on a side of `size` pixels.
+LONG Cells(double kept, LONG size) {
+    return kept > 0.999 ? size : KwTrunc(kept * 0.5 * size + 1.0);
+}
+
+} // namespace
+
+HRESULT KwDibAverageShrink(const tView& destination, const tView& source, LONG bytesPerPixel) try {
+    tRows d, s;
+    if (const HRESULT status = KwDibResolveClip(destination, bytesPerPixel, d); FAILED(status)) return status;
+    if (const HRESULT status = KwDibResolveClip(source, bytesPerPixel, s); FAILED(status)) return status;
+    if (d.width > s.width || d.height > s.height) return E_INVALIDARG;
+    if (d.width == 0) return S_OK;
+    const tBlocks columns(s.width, d.width), rows(s.height, d.height);
+    WithMeans(bytesPerPixel, columns, rows, [&]<class Means>(Means*) { Shrink<Means>(d, s, columns, rows); });
+    return S_OK;
+} catch (const std::exception&) {
+    return E_OUTOFMEMORY;
+}
+
+HRESULT KwDibPixelate(const tView& destination, const tView& source, LONG bytesPerPixel, double horizontal,
+                      double vertical) try {
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    if (d.width == 0) return S_OK;
+    const LONG across = Cells(horizontal, d.width), down = Cells(vertical, d.height);
+    if (across < 1 || down < 1) {
+        const HRESULT status = KwDibCopy(destination, source, bytesPerPixel);
+        return FAILED(status) ? status : E_INVALIDARG;
+    }
+    const tBlocks columns(d.width, across), rows(d.height, down);
+    if (bytesPerPixel == 4 && across == d.width && down == d.height)
+        for (LONG y = 0; y < d.height; ++y)
+            ThroughFill8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), std::ptrdiff_t{d.width} * 4);
+    else
+        WithMeans(bytesPerPixel, columns, rows, [&]<class Means>(Means*) { Pixelate<Means>(d, s, columns, rows); });
+    return S_OK;
+} catch (const std::exception&) {
+    KwDibCopy(destination, source, bytesPerPixel);
+    return E_OUTOFMEMORY;
+}

@@ -1,0 +1,148 @@
+#include "kernels/smooth_mix.h"
+
+#include <bit>
+
+#include "kernels/alpha.h"
+#include "kernels/arith.h"
+#include "kernels/blend.h"
+#include "kernels/convolve.h"
+#include "kernels/unaligned.h"
+
+namespace {
+
+/// Pixels handled at a time; the column sums of one part stay in the first cache.
+constexpr std::ptrdiff_t kPart = 512;
+
+using tLevels = const std::uint8_t*;
+
+/// The three rows a row's result comes from; at the first and last row of the picture two of them are one.
+struct tThreeRows {
+    tLevels above, here, below;
+};
+
+tThreeRows RowsAround(const tRows& rows, LONG y) {
+    const auto row = [&](LONG i) { return rows.Row<std::uint8_t>(i); };
+    return {row(std::max(y - 1, 0)), row(y), row(std::min(y, rows.height - 2) + 1)};
+}
+
+/// Weights 1-2-1 by 1-2-1, of sum 16, around the pixels [`begin`, `begin` + `count`) of a row of `width`; pixels beyond
+/// the row's ends are its end pixels.
+struct tSmoothPart {
+    std::uint16_t columns[(kPart + 2) * 4];
+
+    [[gnu::always_inline]] void Load(const tThreeRows& rows, std::ptrdiff_t begin, std::ptrdiff_t count,
+                                     std::ptrdiff_t width) {
+        const std::ptrdiff_t from = begin > 0 ? begin - 1 : begin;
+        const std::ptrdiff_t to = begin + count < width ? begin + count + 1 : width;
+        std::uint16_t* __restrict out = columns + (from - begin + 1) * 4;
+        const tLevels above = rows.above + from * 4, here = rows.here + from * 4, below = rows.below + from * 4;
+        for (std::ptrdiff_t i = 0; i < (to - from) * 4; ++i)
+            out[i] = static_cast<std::uint16_t>(above[i] + 2 * here[i] + below[i]);
+        for (int c = 0; c < 4; ++c) {
+            if (from == begin) columns[c] = columns[4 + c];
+            if (to == begin + count) columns[(count + 1) * 4 + c] = columns[count * 4 + c];
+        }
+    }
+    [[gnu::always_inline]] std::uint16_t Sum(std::ptrdiff_t i) const {
+        return static_cast<std::uint16_t>(columns[i] + 2 * columns[i + 4] + columns[i + 8]);
+    }
+};
+
+KWCLONES void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::uint16_t amount) {
+    tSmoothPart part;
+    for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
+        const std::ptrdiff_t count = std::min(kPart, width - begin);
+        part.Load(rows, begin, count, width);
+        const tLevels here = rows.here + begin * 4;
+        std::uint8_t* out = d + begin * 4;
+#pragma GCC ivdep
+        for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
+            // KwBlend8 on magnitudes, which fit 16 bits.
+            const std::uint16_t smooth = part.Sum(i) >> 4, s = here[i];
+            const std::uint16_t high = s > smooth ? s : smooth, low = s > smooth ? smooth : s;
+            const std::uint16_t step = static_cast<std::uint16_t>((high - low) * amount) >> 8;
+            out[i] = static_cast<std::uint8_t>(s > smooth ? smooth + step : smooth - step);
+        }
+    }
+}
+
+/// Division of 0 to 255 * `divisor` + `divisor` - 1 by a divisor of 1 to 17: (v + 1) * factor >> 16 >> shift.
+struct tDivision {
+    std::uint16_t limit, factor;
+    int shift;
+
+    explicit constexpr tDivision(std::uint32_t divisor)
+        : limit(static_cast<std::uint16_t>(256 * divisor - 1)),
+          factor(static_cast<std::uint16_t>(std::min(65535u, (65536u << (std::bit_width(divisor) - 1)) / divisor))),
+          shift(std::bit_width(divisor) - 1) {}
+
+    constexpr std::uint16_t operator()(std::uint16_t v) const {
+        return static_cast<std::uint16_t>(static_cast<std::uint16_t>((v + 1u) * factor >> 16) >> shift);
+    }
+};
+
+static_assert([] {
+    for (std::uint32_t d = 1; d <= 17; ++d)
+        for (std::uint32_t v = 0; v < 256 * d; ++v)
+            if (tDivision(d)(static_cast<std::uint16_t>(v)) != v / d) return false;
+    return true;
+}());
+
+KWCLONES void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
+                         tDivision division) {
+    tSmoothPart part;
+    std::uint8_t levels[kPart * 4];
+    std::uint32_t alphas[kPart];
+    for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
+        const std::ptrdiff_t count = std::min(kPart, width - begin);
+        part.Load(rows, begin, count, width);
+        const tLevels here = rows.here + begin * 4;
+        const std::int16_t limit = static_cast<std::int16_t>(division.limit);
+        for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
+            // At most 33 * 255 in magnitude.
+            std::int16_t v = static_cast<std::int16_t>(center * here[i] - part.Sum(i));
+            v = v < 0 ? std::int16_t{0} : v;
+            v = v > limit ? limit : v;
+            levels[i] = static_cast<std::uint8_t>(division(static_cast<std::uint16_t>(v)));
+        }
+        const tAnyWord* words = reinterpret_cast<const tAnyWord*>(levels);
+        for (std::ptrdiff_t i = 0; i < count; ++i) alphas[i] = (words[i] >> 24) * 0x01010101u;
+        const tLevels alpha = reinterpret_cast<tLevels>(alphas);
+        std::uint8_t* out = d + begin * 4;
+#pragma GCC ivdep
+        for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = levels[i] < alpha[i] ? levels[i] : alpha[i];
+    }
+}
+
+} // namespace
+
+HRESULT KwDibSmoothBlend(const tView& destination, const tView& source, LONG bytesPerPixel, double amount) {
+    if (bytesPerPixel != 4) {
+        const HRESULT status = KwDibSmooth3x3(destination, source, bytesPerPixel);
+        return FAILED(status) ? status : KwDibBlend(destination, source, bytesPerPixel, amount);
+    }
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    const std::uint8_t a = KwByte(KwTrunc(amount * 255.0 + 0.5));
+    for (LONG y = 0; y < d.height; ++y) SmoothBlendRow(d.Row<std::uint8_t>(y), RowsAround(s, y), d.width, a);
+    return S_OK;
+}
+
+HRESULT KwDibSharpen(const tView& destination, const tView& source, LONG bytesPerPixel, double amount) {
+    const std::int32_t t = KwTrunc(amount * 16.0);
+    const LONG divisor = KwWrap32(std::int64_t{17} - t);
+    if (divisor == 0) return E_INVALIDARG;
+    if (bytesPerPixel != 4 || t < 0 || t > 16) {
+        const LONG weights[9] = {-1, -2, -1, -2, KwWrap32(std::int64_t{29} - t), -2, -1, -2, -1};
+        const HRESULT status = KwDibConvolve3x3(destination, source, bytesPerPixel, weights, divisor);
+        return FAILED(status) ? status : KwDibClampToAlpha(destination, bytesPerPixel);
+    }
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    const tDivision division(static_cast<std::uint32_t>(divisor));
+    const std::int16_t center = static_cast<std::int16_t>(33 - t);
+    for (LONG y = 0; y < d.height; ++y) SharpenRow(d.Row<std::uint8_t>(y), RowsAround(s, y), d.width, center, division);
+    return S_OK;
+}

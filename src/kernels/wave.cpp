@@ -1,0 +1,116 @@
+#include "kernels/wave.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "kernels/arith.h"
+#include "kernels/sample.h"
+#include "kernels/unaligned.h"
+
+namespace {
+
+constexpr std::int32_t kOne = 16384; ///< one pixel, in 14-bit fixed point
+/// Columns handled at a time over the whole height, so that each column's sine is taken once and nothing is allocated.
+constexpr std::ptrdiff_t kPart = 256;
+
+/// Where a part of a row is read: 14-bit fixed point.
+struct tPositions {
+    std::int32_t x[kPart], y[kPart];
+};
+
+/// The four neighbours of a sample; on a side of a single pixel both are the same.
+struct tSource {
+    const std::byte* first;
+    std::ptrdiff_t stride, nextColumn, nextRow; ///< bytes
+    std::int32_t limitX, limitY;                ///< greatest position, 14-bit fixed point
+};
+
+[[gnu::always_inline]] inline void Locate(tPositions& at, const tSource& source, const double* shift, double y,
+                                          std::uint32_t x, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const auto along = static_cast<std::int32_t>(x + static_cast<std::uint32_t>(i) * kOne);
+        at.x[i] = KwClamp(along, 0, source.limitX);
+        at.y[i] = KwClamp(KwTrunc((shift[i] + y) * 16384.0), 0, source.limitY);
+    }
+}
+
+[[gnu::always_inline]] inline const std::byte* Address(const tSource& source, const tPositions& at, std::ptrdiff_t i,
+                                                       std::ptrdiff_t bytesPerPixel) {
+    return source.first + (at.y[i] >> 14) * source.stride + (at.x[i] >> 14) * bytesPerPixel;
+}
+
+/// `shift`: the columns' displacements down, in pixels. `x`: the first column's position.
+KWCLONES void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
+                       std::ptrdiff_t count) {
+    tPositions at;
+    Locate(at, source, shift, y, x, count);
+    std::uint32_t p00[kPart], p10[kPart], p01[kPart], p11[kPart];
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::byte* p = Address(source, at, i, 4);
+        std::memcpy(&p00[i], p, 4);
+        std::memcpy(&p10[i], p + source.nextColumn, 4);
+        std::memcpy(&p01[i], p + source.nextRow, 4);
+        std::memcpy(&p11[i], p + source.nextRow + source.nextColumn, 4);
+    }
+#pragma GCC ivdep
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const tBilinear8 sample(at.x[i] & (kOne - 1), at.y[i] & (kOne - 1));
+        std::uint32_t out = 0;
+        for (int c = 0; c < 32; c += 8)
+            out |= static_cast<std::uint32_t>(
+                       sample(p00[i] >> c & 255, p10[i] >> c & 255, p01[i] >> c & 255, p11[i] >> c & 255))
+                   << c;
+        d[i] = out;
+    }
+}
+
+KWCLONES void WaveRowFloat(tAnyFloat* d, const tSource& source, const double* shift, double y, std::uint32_t x,
+                           std::ptrdiff_t count) {
+    tPositions at;
+    Locate(at, source, shift, y, x, count);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const tBilinearF sample(at.x[i] & (kOne - 1), at.y[i] & (kOne - 1));
+        const auto pixel = [&](std::ptrdiff_t offset) __attribute__((always_inline)) {
+            return reinterpret_cast<const tAnyFloat*>(Address(source, at, i, 16) + offset);
+        };
+        const tAnyFloat* p00 = pixel(0);
+        const tAnyFloat* p10 = pixel(source.nextColumn);
+        const tAnyFloat* p01 = pixel(source.nextRow);
+        const tAnyFloat* p11 = pixel(source.nextRow + source.nextColumn);
+        for (int c = 0; c < 4; ++c) d[i * 4 + c] = sample(p00[c], p10[c], p01[c], p11[c]);
+    }
+}
+
+/// The greatest position of a sample on a side of `size` pixels.
+std::int32_t Limit(LONG size) {
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>((std::int64_t{size} - 2) * kOne, 0, INT32_MAX));
+}
+
+} // namespace
+
+HRESULT KwDibWave(const tView& destination, const tView& source, LONG bytesPerPixel, const tWAVEPROP& wave) {
+    tRows d, s;
+    if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
+        return status;
+    const LONG pixelSize = KwPixelSize(bytesPerPixel);
+    const double width = d.width, height = d.height;
+    const double ax = width * wave.verticalAmplitude, ay = height * wave.horizontalAmplitude;
+    const double kv = wave.verticalWaves * 3.141, kh = wave.horizontalWaves * 3.141;
+    const tSource from{s.first,        s.stride,       s.width > 1 ? pixelSize : 0, s.height > 1 ? s.stride : 0,
+                       Limit(s.width), Limit(s.height)};
+    for (std::ptrdiff_t begin = 0; begin < d.width; begin += kPart) {
+        const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kPart, d.width - begin);
+        double shift[kPart];
+        for (std::ptrdiff_t i = 0; i < count; ++i)
+            shift[i] = std::sin(static_cast<double>(begin + i) / width * kh + wave.horizontalPhase) * ay;
+        for (LONG y = 0; y < d.height; ++y) {
+            const std::int32_t dx = KwTrunc(std::sin(y / height * kv + wave.verticalPhase) * ax * 16384.0);
+            const std::uint32_t x = static_cast<std::uint32_t>(dx) + static_cast<std::uint32_t>(begin) * kOne;
+            if (bytesPerPixel == 4)
+                WaveRow8(KwWordRow(d, y) + begin, from, shift, y, x, count);
+            else
+                WaveRowFloat(KwFloatRow(d, y) + begin * 4, from, shift, y, x, count);
+        }
+    }
+    return S_OK;
+}

@@ -1,0 +1,166 @@
+#include "kernels/gaussian.h"
+
+#include <bit>
+
+#include "kernels/over_shapes.h"
+
+namespace {
+
+struct tArrays {
+    double n[5], d[5], m[5], bn[5], bm[5];
+};
+
+tArrays DefineCoefficients(double s) {
+    const double a0 = 1.6803f, a1 = 3.735f, b0 = 1.783f, b1 = 1.723f, c0 = -0.6803f, c1 = -0.2598f, w0 = 0.6318f,
+                 w1 = 1.997f;
+    const double k = 1 / (s * 2.50662827463), p = w0 / s, q = w1 / s;
+    const double A0 = a0 * k, A1 = a1 * k, C0 = c0 * k, C1 = c1 * k, E0 = exp(-b0 / s), E1 = exp(-b1 / s);
+    tArrays r{};
+    r.n[0] = A0 + C0;
+    r.n[1] = E0 * (A1 * sin(p) - (2 * C0 + A0) * cos(p)) + E1 * (C1 * sin(q) - (2 * A0 + C0) * cos(q));
+    r.n[2] = 2 * E0 * E1 * (r.n[0] * cos(q) * cos(p) - A1 * sin(p) * cos(q) - C1 * cos(p) * sin(q)) + A0 * E1 * E1 +
+             C0 * E0 * E0;
+    r.n[3] = E0 * E1 * E1 * (A1 * sin(p) - A0 * cos(p)) + E0 * E0 * E1 * (C1 * sin(q) - C0 * cos(q));
+    r.d[1] = -2 * E1 * cos(q) - 2 * E0 * cos(p);
+    r.d[2] = 4 * E0 * E1 * cos(p) * cos(q) + E1 * E1 + E0 * E0;
+    r.d[3] = -2 * E0 * E1 * E1 * cos(p) - 2 * E0 * E0 * E1 * cos(q);
+    r.d[4] = E0 * E0 * E1 * E1;
+    for (int i = 1; i < 5; ++i) r.m[i] = r.n[i] - r.d[i] * r.n[0];
+    double sums[3]{};
+    for (int i = 0; i < 5; ++i) sums[0] += r.n[i], sums[1] += r.m[i], sums[2] += r.d[i];
+    const double sum = 1 + sums[2];
+    for (int i = 0; i < 5; ++i) {
+        r.bn[i] = (std::abs(sum) <= 1e-17 ? 1 : sums[0] / sum) * r.d[i];
+        r.bm[i] = (std::abs(sum) <= 1e-17 ? 1 : sums[1] / sum) * r.d[i];
+    }
+    return r;
+}
+
+std::vector<double> DefineLine(const std::vector<double>& x, const tArrays& c) {
+    const int N = static_cast<int>(x.size());
+    std::vector<double> ahead(x.size()), back(x.size());
+    for (int i = 0; i < N; ++i) {
+        const int t = std::min(i, 5), j = N - 1 - i;
+        for (int k = 0; k < t; ++k) {
+            ahead[i] += c.n[k] * x[i - k] - c.d[k] * ahead[i - k];
+            back[j] += c.m[k] * x[j + k] - c.d[k] * back[j + k];
+        }
+        for (int k = t; k < 5; ++k) {
+            ahead[i] += (c.n[k] - c.bn[k]) * x[0];
+            back[j] += (c.m[k] - c.bm[k]) * x[N - 1];
+        }
+        if (std::abs(ahead[i]) < 1e-17) ahead[i] = 0;
+        if (std::abs(back[j]) < 1e-17) back[j] = 0;
+    }
+    for (int i = 0; i < N; ++i) ahead[i] += back[i];
+    return ahead;
+}
+
+void DefineBlur(CTestPicture& d, CTestPicture& s, double horizontal, double vertical, LONG channel) {
+    const auto taps = [](double r) {
+        const double reach = std::abs(r) + 1.5;
+        return DefineCoefficients(std::sqrt(-(reach * reach) / (2 * std::log(0.00392156862745098))));
+    };
+    const tArrays across = taps(horizontal), down = taps(vertical);
+    std::vector<std::vector<float>> rows;
+    for (LONG y = 0; y < s.Height(); ++y) {
+        std::vector<double> line;
+        for (LONG x = 0; x < s.Width(); ++x) line.push_back(s.At(x, y)[channel]);
+        const auto result = DefineLine(line, across);
+        rows.emplace_back(result.begin(), result.end());
+    }
+    for (LONG x = 0; x < s.Width(); ++x) {
+        std::vector<double> line;
+        for (auto& row : rows) line.push_back(static_cast<double>(row[static_cast<std::size_t>(x)]));
+        const auto result = DefineLine(line, down);
+        for (LONG y = 0; y < s.Height(); ++y) {
+            const auto bits = std::bit_cast<std::uint64_t>(result[static_cast<std::size_t>(y)] + 4503601774854144.0);
+            const auto level = static_cast<std::int32_t>(static_cast<std::uint32_t>(bits) ^ 0x80000000u);
+            d.At(x, y)[channel] = static_cast<std::uint8_t>(std::clamp(level, 0, 255));
+        }
+    }
+}
+
+TEST(Gaussian, CoefficientsFollowTheirFormulas) {
+    for (const double sigma : {0.1, 0.45, 0.6, 1.0, 3.3, 15.6, 108.0, 2000.0, 1e6, 1e12, double{INFINITY}}) {
+        const tGaussianCoefficients c = KwGaussianCoefficients(sigma);
+        const tArrays expected = DefineCoefficients(sigma);
+        EXPECT_EQ(0, std::memcmp(&c, &expected, sizeof c)) << sigma;
+    }
+}
+
+TEST(Gaussian, FallsToOnePart255AtItsReach) {
+    for (const double radius : {0.0, 1.0, -12.5, 360.0}) {
+        const double sigma = KwGaussianSigma(radius), reach = std::abs(radius) + 1.5;
+        EXPECT_NEAR(1.0 / 255.0, std::exp(-reach * reach / (2 * sigma * sigma)), 1e-15);
+    }
+}
+
+TEST(Gaussian, AllChannelsFollowTheDefinition) {
+    constexpr double kRadii[][2] = {{0, 0},    {0, 6.5}, {2.5, 0},     {1, 1},       {-3, 40},
+                                    {360, 52}, {3e5, 3}, {1e300, 1e9}, {INFINITY, 2}};
+    for (const auto& [across, down] : kRadii) {
+        SCOPED_TRACE(testing::Message() << across << ", " << down);
+        CompareOverShapes(
+            4, [&](const tView& d, const tView& s) { return KwDibGaussianBlur(d, s, 4, across, down); },
+            [&](CTestPicture& d, CTestPicture& s) {
+                for (LONG c = 0; c < 4; ++c) DefineBlur(d, s, across, down, c);
+            });
+    }
+}
+
+TEST(Gaussian, OneChannelLeavesTheOthers) {
+    for (const LONG channel : {0, 1, 2, 3, 4, -1})
+        CompareOverShapes(
+            4, [&](const tView& d, const tView& s) { return KwDibGaussianBlurChannel(d, s, 4, 4.5, 1.25, channel); },
+            [&](CTestPicture& d, CTestPicture& s) {
+                DefineBlur(d, s, 4.5, 1.25, channel >= 1 && channel <= 3 ? channel : 0);
+            });
+}
+
+TEST(Gaussian, WorksInPlace) {
+    CTestPicture s(61, 45, 4), d = s.Fill(1);
+    CTestPicture expected = d;
+    for (LONG c = 0; c < 4; ++c) DefineBlur(expected, s, 7, 9, c);
+    ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), d.View(), 4, 7, 9));
+    ExpectSame(d, expected);
+}
+
+TEST(Gaussian, AFlatPictureStaysFlat) {
+    for (const double radius : {3.0, 52.0, 360.0}) {
+        CTestPicture s(50, 40, 4), d(50, 40, 4);
+        for (LONG i = 0; i < 50 * 40; ++i) s.Pixel8(i % 50, i / 50) = {0, 7, 128, 255};
+        CTestPicture expected = s;
+        ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 4, radius, radius));
+        ExpectSame(d, expected);
+    }
+}
+
+TEST(Gaussian, NotANumberGivesEmptyPixels) {
+    const double nan = std::bit_cast<double>(0x7FF80000123456FFull);
+    for (const auto& [across, down] : {std::pair{nan, 2.0}, {2.0, nan}, {nan, nan}}) {
+        CTestPicture s(20, 20, 4), d(20, 20, 4), expected(20, 20, 4);
+        s.Fill(1), d.Fill(2);
+        ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 4, across, down));
+        ExpectSame(d, expected);
+    }
+}
+
+TEST(Gaussian, FloatPixelsStay) {
+    CTestPicture s(9, 9, 16), d(9, 9, 16);
+    s.Fill(1), d.Fill(2);
+    CTestPicture expected = d;
+    EXPECT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 16, 3, 3));
+    EXPECT_EQ(S_OK, KwDibGaussianBlurChannel(d.View(), s.View(), 16, 3, 3, 1));
+    ExpectSame(d, expected);
+}
+
+TEST(Gaussian, ClipsOfTwoSizesAreRefused) {
+    CTestPicture s(9, 9, 4), d(9, 9, 4);
+    const RECT clip{0, 0, 5, 9}, nowhere{20, 20, 25, 29};
+    EXPECT_EQ(E_INVALIDARG, KwDibGaussianBlur(d.View(), s.View(&clip), 4, 3, 3));
+    EXPECT_EQ(S_OK, KwDibGaussianBlur(d.View(&clip), s.View(&nowhere), 4, 3, 3));
+    EXPECT_EQ(E_POINTER, KwDibGaussianBlurChannel(tView{}, s.View(), 4, 3, 3, 0));
+}
+
+} // namespace
