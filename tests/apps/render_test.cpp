@@ -214,10 +214,10 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
 TEST_F(RenderTest, SignalsLeaveNothing) {
     // The pipe stays open, so that the signal meets the work half done: what was fed is more than pipe and reader hold
     // before the output is opened.
-    const Outcome outcome = shell(
-        "mkfifo pipe; exec 3<>pipe; " LARKMOOR_COMMAND_FILE
-        " render - -o out.mkv --raw 64x64:bgra:25 --effect Invert <pipe & work=$!; "
-        "head -c 2000000 /dev/zero >pipe; ls -A | grep -c part >seen; kill -TERM $work; wait $work; echo $? >status");
+    const Outcome outcome = shell("mkfifo pipe; exec 3<>pipe; " LARKMOOR_COMMAND_FILE
+                                  " render - -o out.mkv --raw 64x64:bgra:25 --effect Invert <pipe & work=$!; "
+                                  "timeout 60 head -c 2000000 /dev/zero >pipe; ls -A | grep -c part >seen; kill -TERM "
+                                  "$work; wait $work; echo $? >status");
     EXPECT_EQ(content("seen"), "1\n");
     EXPECT_EQ(content("status"), "143\n") << outcome.err;
     EXPECT_EQ(names(), (std::vector<std::string>{"pipe", "seen", "status"}));

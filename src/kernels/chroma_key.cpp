@@ -1,0 +1,172 @@
+#include "kernels/chroma_key.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "kernels/alpha.h"
+#include "kernels/color_model.h"
+#include "kernels/copy.h"
+#include "kernels/gaussian.h"
+#include "kernels/strips.h"
+#include "kernels/unaligned.h"
+
+namespace {
+
+constexpr std::ptrdiff_t kBlock = 64; // pixels
+
+/// The key, and what the thresholds need, once for a call.
+struct tKey {
+    tPixelF color;
+    tHSLADOUBLE hsl;
+    float low, high, inverse;
+};
+
+/// `KwPixelToHsl` without branches: every value is found and one of them chosen, so that a row is a vector loop.
+[[gnu::always_inline]] inline void ByteToHsl(double r, double g, double b, double& hue, double& saturation,
+                                             double& luminance) {
+    const double larger = r > g ? r : g, smaller = r < g ? r : g;
+    const double mx = larger > b ? larger : b, mn = smaller < b ? smaller : b;
+    const double sum = mx + mn, d = mx - mn;
+    luminance = sum * 0.5;
+    const double part = d / (luminance <= 0.5 ? sum : 2.0 - mx - mn);
+    const double inv = 1.0 / d;
+    const double rc = (mx - r) * inv, gc = (mx - g) * inv, bc = (mx - b) * inv;
+    const double hRed = g != mn ? 1.0 - gc : bc + 5.0;
+    const double hGreen = b != mn ? 3.0 - bc : rc + 1.0;
+    const double hBlue = r != mn ? 5.0 - rc : gc + 3.0;
+    const double h = r == mx ? hRed : g == mx ? hGreen : hBlue;
+    saturation = d > 0.0 ? part : 0.0;
+    hue = d > 0.0 ? h * 0.16666666666666666 : 0.0;
+}
+
+KWCLONES void DifferenceBlock(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count, const tKey& key) {
+    constexpr double kUnit = 0.00392156862745098;
+    constexpr float kUnitFloat = 0.003921569f; // as floats: a byte of the key's colour is then at no distance
+    constexpr double kThird = 0.33333334f, kRoot3 = 1.7320508f;
+    const float kb = key.color.b, kg = key.color.g, kr = key.color.r;
+    const double kh = key.hsl.hue, ks = key.hsl.saturation, kl = key.hsl.luminance;
+    const float low = key.low, high = key.high, inverse = key.inverse;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t pixel = pixels[i];
+        const auto b = static_cast<std::int32_t>(pixel & 255);
+        const auto g = static_cast<std::int32_t>(pixel >> 8 & 255);
+        const auto r = static_cast<std::int32_t>(pixel >> 16 & 255);
+        double h, s, l;
+        ByteToHsl(r * kUnit, g * kUnit, b * kUnit, h, s, l);
+        const double apart = std::fabs(h - kh);
+        const double dh = apart > 0.5 ? 1.0 - apart : apart;
+        const double ds = std::fabs(s - ks), dl = std::fabs(l - kl);
+        const double eb = kb - static_cast<float>(b) * kUnitFloat;
+        const double eg = kg - static_cast<float>(g) * kUnitFloat;
+        const double er = kr - static_cast<float>(r) * kUnitFloat;
+        const double e = std::sqrt(eb * eb + eg * eg + er * er) * kRoot3;
+        const float d = static_cast<float>((e + (dh + dh + dl + ds) * kThird) * 0.5);
+        const double ramp = static_cast<double>((d - low) * inverse) * 255.0;
+        const double between = ramp > 0.0 ? ramp < 255.0 ? ramp : 255.0 : 0.0; // not-a-number gives 0
+        const std::int32_t inside = d <= high ? static_cast<std::int32_t>(between) : 255;
+        const std::int32_t alpha = d < low ? 0 : inside;
+        const std::int32_t old = oldAlpha[i];
+        pixels[i] = (pixel & 0xFFFFFF) | static_cast<std::uint32_t>(alpha < old ? alpha : old) << 24;
+    }
+}
+
+/// Undoes the multiplication by alpha in one block and keeps the alpha.
+void UnpremultiplyBlock(tAnyWord* pixels, std::uint8_t* alpha, std::ptrdiff_t count) {
+    std::uint32_t all = 0xFFFFFFFF;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        alpha[i] = static_cast<std::uint8_t>(pixels[i] >> 24);
+        all &= pixels[i];
+    }
+    if (all >> 24 == 255) return;
+    auto* p = reinterpret_cast<tPixel8*>(pixels);
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        if (alpha[i] < 255) KwDibUnpremultiplyPixel(p[i], 0);
+}
+
+/// Limits the byte at `shift` to the one above it, where the pixel is not clear.
+KWCLONES void LimitRow(tAnyWord* pixels, std::ptrdiff_t count, std::uint32_t shift) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t pixel = pixels[i];
+        const std::uint32_t value = pixel >> shift & 255, limit = pixel >> (shift + 8) & 255;
+        const std::uint32_t excess = value > limit && pixel >> 24 ? value - limit : 0;
+        pixels[i] = pixel - (excess << shift);
+    }
+}
+
+KWCLONES void SpreadAlpha(tAnyWord* pixels, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) pixels[i] = (pixels[i] >> 24) * 0x01010101;
+}
+
+/// Alpha in all four channels.
+HRESULT ShowMask(const tView& view) {
+    tRows rows;
+    const HRESULT status = KwDibResolveClip(view, 4, rows);
+    for (LONG y = 0; y < rows.height; ++y) SpreadAlpha(KwWordRow(rows, y), rows.width);
+    return status;
+}
+
+} // namespace
+
+HRESULT KwDibCreateDifferenceAlpha(const tView& view, const tKWRGBADOUBLE* color, const tMASKSETTINGS* settings,
+                                   LONG bytesPerPixel) {
+    if (!color || !settings) return E_POINTER;
+    tRows rows;
+    const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows);
+    if (FAILED(status) || bytesPerPixel != 4) return status;
+    tKey key{{static_cast<float>(color->blue), static_cast<float>(color->green), static_cast<float>(color->red),
+              static_cast<float>(color->alpha)},
+             {},
+             settings->lowThreshold,
+             settings->highThreshold,
+             0};
+    key.inverse = static_cast<float>(1.0 / (key.high - key.low));
+    KwFloatPixelToHsl(key.hsl, key.color);
+    for (LONG y = 0; y < rows.height; ++y) {
+        tAnyWord* row = KwWordRow(rows, y);
+        for (std::ptrdiff_t x = 0; x < rows.width; x += kBlock) {
+            const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kBlock, rows.width - x);
+            std::uint8_t alpha[kBlock];
+            UnpremultiplyBlock(row + x, alpha, count);
+            DifferenceBlock(row + x, alpha, count, key);
+        }
+    }
+    return status;
+}
+
+HRESULT KwDibApplyChromaCorrection(const tView& view, const tKWRGBADOUBLE* key, const tMASKSETTINGS*,
+                                   LONG bytesPerPixel) {
+    if (!key) return E_POINTER;
+    tRows rows;
+    const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows);
+    if (FAILED(status) || bytesPerPixel != 4) return status;
+    const bool blue = key->blue > key->green && key->blue > key->red;
+    const bool green = !blue && key->green > key->blue && key->green > key->red;
+    if (!blue && !green) return status;
+    for (LONG y = 0; y < rows.height; ++y) LimitRow(KwWordRow(rows, y), rows.width, blue ? 0 : 8);
+    return status;
+}
+
+HRESULT KwDibChromaKey(const tView& output, const tView& input, LONG bytesPerPixel, const tCHROMAKEYPROP& record) {
+    if (bytesPerPixel != 4) return E_NOTIMPL;
+    const tKWRGBADOUBLE key{record.blue, record.green, record.red, 1.0};
+    const tMASKSETTINGS& settings = record.transparencyMask;
+    const auto extract = [&](const tView& out, const tView& in) {
+        const HRESULT status = KwDibCopy(out, in, 4);
+        return FAILED(status) ? status : KwDibCreateDifferenceAlpha(out, &key, &settings, 4);
+    };
+    const auto finish = [&](const tView& out, const tView&) {
+        const HRESULT status = KwDibApplyChromaCorrection(out, &key, &settings, 4);
+        return FAILED(status) ? status : record.maskOnly ? ShowMask(out) : KwDibPremultiply(out, 4);
+    };
+    if (!(settings.blurAmount > 0.0f))
+        return KwForStrips(output, input, 4, [&](const tView& out, const tView& in) {
+            const HRESULT status = extract(out, in);
+            return FAILED(status) ? status : finish(out, in);
+        });
+    if (const HRESULT status = KwForStrips(output, input, 4, extract); FAILED(status)) return status;
+    const double radius = settings.blurAmount * 36.0;
+    if (const HRESULT status = KwDibGaussianBlurChannel(output, output, 4, radius, radius, KW_CHANNEL_ALPHA);
+        FAILED(status))
+        return status;
+    return KwForStrips(output, output, 4, finish);
+}

@@ -1,0 +1,258 @@
+#include "kernels/shape_mix.h"
+
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include "kernels/arith.h"
+#include "kernels/mix_row.h"
+
+namespace {
+
+constexpr std::ptrdiff_t kBlock = 128;             // pixels mixed at a time
+constexpr std::ptrdiff_t kStripBytes = 128 * 1024; // of a hard mask, so that it stays in the cache
+
+/// What becomes of a pixel by its mask value.
+enum class tRule { iris, keepShape, cutShape };
+
+/// Weights of one block.
+template <class Form>
+struct tWeights {
+    typename Form::tWeight mix[kBlock];    ///< from the first picture to the second, as `KwMixRow` takes it
+    typename Form::tWeight border[kBlock]; ///< from that to the border colour; 0 for none
+    typename Form::tWeight shown[kBlock];  ///< 0 where a cutter leaves the output alone
+};
+
+/// A border pixel of full alpha never lets the two pictures mix under it: the second shows whole.
+template <tRule Rule>
+[[gnu::always_inline]] inline void FindWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border,
+                                                std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t m = mask[i] >> 24, b = border ? border[i] >> 24 : 0;
+        const std::uint32_t rim = (255 - m) * b / 255;
+        const std::uint32_t k = Rule == tRule::cutShape ? 255 - m : m;
+        const std::uint32_t under = rim == 0 || b < 255 ? k : Rule == tRule::cutShape ? 0u : 256u;
+        w.mix[i] = static_cast<std::uint16_t>(k == 0 ? 0u : k == 255 ? 256u : under);
+        w.border[i] = static_cast<std::uint16_t>(rim);
+        w.shown[i] = static_cast<std::uint16_t>(k);
+    }
+}
+
+/// `least`: the smallest weight of a border that shows.
+template <tRule Rule>
+[[gnu::always_inline]] inline void FindWeightsF(tWeights<tFormF>& w, const tAnyFloat* mask, const tAnyFloat* border,
+                                                std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const float m = mask[i * 4 + 3], b = border ? border[i * 4 + 3] : 0.0f;
+        const float rim = border ? (1.0f - m) * b : 0.0f;
+        const bool hasRim = Rule == tRule::iris ? rim > 0.0f : rim >= 0.001f;
+        const bool noRim = Rule == tRule::iris ? rim == 0.0f : !hasRim;
+        const float k = Rule == tRule::cutShape ? 1.0f - m : m;
+        const float under = noRim || b < 1.0f ? k : Rule == tRule::cutShape ? tFormF::kKeep : tFormF::kWhole;
+        w.mix[i] = k == 0.0f ? tFormF::kKeep : k >= 1.0f ? tFormF::kWhole : under;
+        w.border[i] = hasRim ? rim : 0.0f;
+        w.shown[i] = k;
+    }
+}
+
+KWCLONES void IrisWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+    FindWeights8<tRule::iris>(w, mask, border, count);
+}
+KWCLONES void KeepWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+    FindWeights8<tRule::keepShape>(w, mask, border, count);
+}
+KWCLONES void CutWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+    FindWeights8<tRule::cutShape>(w, mask, border, count);
+}
+
+void WeightsOf(tRule rule, tWeights<tForm8>& w, const std::byte* mask, const std::byte* border, std::ptrdiff_t count) {
+    auto* find = rule == tRule::iris ? IrisWeights8 : rule == tRule::keepShape ? KeepWeights8 : CutWeights8;
+    find(w, reinterpret_cast<const tAnyWord*>(mask), reinterpret_cast<const tAnyWord*>(border), count);
+}
+void WeightsOf(tRule rule, tWeights<tFormF>& w, const std::byte* mask, const std::byte* border, std::ptrdiff_t count) {
+    const auto* m = reinterpret_cast<const tAnyFloat*>(mask);
+    const auto* b = reinterpret_cast<const tAnyFloat*>(border);
+    if (rule == tRule::iris)
+        FindWeightsF<tRule::iris>(w, m, b, count);
+    else if (rule == tRule::keepShape)
+        FindWeightsF<tRule::keepShape>(w, m, b, count);
+    else
+        FindWeightsF<tRule::cutShape>(w, m, b, count);
+}
+
+/// All weights of a block are `value`.
+template <class Weight>
+bool AllAre(const Weight* weights, std::ptrdiff_t count, Weight value) {
+    bool other = false;
+    for (std::ptrdiff_t i = 0; i < count; ++i) other |= weights[i] != value;
+    return !other;
+}
+KWCLONES bool AllAre8(const std::uint16_t* weights, std::ptrdiff_t count, std::uint16_t value) {
+    std::uint16_t other = 0;
+    for (std::ptrdiff_t i = 0; i < count; ++i) other = static_cast<std::uint16_t>(other | (weights[i] ^ value));
+    return other == 0;
+}
+bool AllAre(const std::uint16_t* weights, std::ptrdiff_t count, std::uint16_t value) {
+    return AllAre8(weights, count, value);
+}
+
+/// Premultiplied over; `shown` 0 leaves the output. There `r` is 0, and 256 parts of the output are all of it.
+KWCLONES void OverRow(std::uint8_t* out, const std::uint8_t* r, const std::uint16_t* shown, std::ptrdiff_t count) {
+    std::uint16_t under[kBlock * 4];
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        for (int c = 0; c < 4; ++c) under[i * 4 + c] = static_cast<std::uint16_t>(shown[i] ? 255 - r[i * 4 + 3] : 256);
+    for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
+        const auto seen = static_cast<std::uint16_t>(static_cast<std::uint16_t>(under[i] * out[i] + 127) >> 8);
+        out[i] = static_cast<std::uint8_t>(r[i] + seen);
+    }
+}
+KWCLONES void OverRow(tAnyFloat* out, const tAnyFloat* r, const float* shown, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        for (int c = 0; c < 4; ++c)
+            if (shown[i] != 0.0f) out[i * 4 + c] = (1.0f - r[i * 4 + 3]) * out[i * 4 + c] + r[i * 4 + c];
+}
+
+void BorderRow(std::uint8_t* out, const std::uint8_t* color, const std::uint16_t* weights, std::ptrdiff_t count) {
+    KwMixRow(out, out, color, weights, count);
+}
+void BorderRow(tAnyFloat* out, const tAnyFloat* color, const float* weights, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        if (weights[i] != 0.0f)
+            for (int c = 0; c < 4; ++c) out[i * 4 + c] = KwBlendFloat(out[i * 4 + c], color[i * 4 + c], weights[i]);
+}
+
+/// What a mix takes beside its rows. A null first picture is transparent black.
+struct tMix {
+    tRows out, first, second;
+    tRule rule;
+    bool blendWithOutput;
+    const tIRISINFO* info;
+};
+
+template <class Form>
+class CMixer {
+    using tChannel = typename Form::tChannel;
+
+  public:
+    explicit CMixer(const tMix& mix) : m_mix(mix) {
+        tChannel color[4];
+        if constexpr (Form::kPixelSize == 4) {
+            const tPixel8 c = KwBorderColor8(*mix.info);
+            std::memcpy(color, &c, sizeof c);
+        } else {
+            const float c[4] = {mix.info->blue, mix.info->green, mix.info->red, mix.info->alpha};
+            std::memcpy(color, c, sizeof c);
+        }
+        for (std::ptrdiff_t i = 0; i < kBlock * 4; ++i) m_color[i] = color[i % 4];
+    }
+
+    /// Mixes a row of the picture by a row of the masks; `border` may be null.
+    void Row(LONG y, const std::byte* mask, const std::byte* border) {
+        for (std::ptrdiff_t x = 0; x < m_mix.out.width; x += kBlock) {
+            const std::ptrdiff_t at = x * Form::kPixelSize;
+            Block(m_mix.out.Row<tChannel>(y) + x * 4,
+                  m_mix.first.first ? m_mix.first.Row<const tChannel>(y) + x * 4 : m_nothing,
+                  m_mix.second.Row<const tChannel>(y) + x * 4, mask + at, border ? border + at : nullptr,
+                  std::min<std::ptrdiff_t>(kBlock, m_mix.out.width - x));
+        }
+    }
+
+  private:
+    void Block(tChannel* out, const tChannel* first, const tChannel* second, const std::byte* mask,
+               const std::byte* border, std::ptrdiff_t count) {
+        WeightsOf(m_mix.rule, m_weights, mask, border, count);
+        if (m_mix.rule == tRule::iris) std::fill_n(m_weights.shown, count, typename Form::tWeight{1});
+        if (!m_mix.blendWithOutput) {
+            Mix(out, first, second, count);
+        } else if (!AllAre(m_weights.shown, count, typename Form::tWeight{0})) {
+            Mix(m_mixed, first, second, count);
+            OverRow(out, m_mixed, m_weights.shown, count);
+        }
+        if (border && !AllAre(m_weights.border, count, typename Form::tWeight{0}))
+            BorderRow(out, m_color, m_weights.border, count);
+    }
+    void Mix(tChannel* out, const tChannel* first, const tChannel* second, std::ptrdiff_t count) {
+        const auto bytes = static_cast<std::size_t>(count * Form::kPixelSize);
+        if (AllAre(m_weights.mix, count, Form::kKeep))
+            std::memmove(out, first, bytes);
+        else if (AllAre(m_weights.mix, count, Form::kWhole))
+            std::memmove(out, second, bytes);
+        else
+            KwMixRow(out, first, second, m_weights.mix, count);
+    }
+
+    const tMix& m_mix;
+    tWeights<Form> m_weights;
+    tChannel m_color[kBlock * 4], m_mixed[kBlock * 4], m_nothing[kBlock * 4] = {};
+};
+
+/// Draws the masks and mixes through them, in strips where that gives the same masks.
+template <class Form>
+HRESULT MixThroughMasks(const tMix& mix, const RECT& shapeFrame, const RECT& part, double aspect, double progress,
+                        bool fixedSize, tIRISINFO& info) {
+    const LONG width = mix.out.width, height = mix.out.height;
+    if (width > std::numeric_limits<LONG>::max() / Form::kPixelSize) return E_OUTOFMEMORY;
+    const LONG stride = width * Form::kPixelSize;
+    const bool soft = Form::kPixelSize == 4 && info.feather > 0.0f;
+    const LONG strip = soft ? height : std::min(height, std::max<LONG>(1, static_cast<LONG>(kStripBytes / stride)));
+    const auto size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(strip);
+    const bool hasBorder = info.border > 0.0f;
+    const std::unique_ptr<std::byte[]> mask(new (std::nothrow) std::byte[size]);
+    const std::unique_ptr<std::byte[]> border(hasBorder ? new (std::nothrow) std::byte[size] : nullptr);
+    if (!mask || (hasBorder && !border)) return E_OUTOFMEMORY;
+
+    CMixer<Form> mixer(mix);
+    for (LONG y = 0; y < height;) {
+        const LONG rows = std::min(strip, height - y);
+        const RECT maskFrame{part.left, part.top + y, part.right, part.top + y + rows};
+        const RECT maskRect{0, 0, width, rows};
+        if (const HRESULT status = KwCreateMaskBorder(&shapeFrame, &maskFrame, {mask.get(), &maskRect, stride, nullptr},
+                                                      {border.get(), &maskRect, stride, nullptr}, Form::kPixelSize,
+                                                      aspect, progress, fixedSize, &info);
+            FAILED(status))
+            return status;
+        for (LONG row = 0; row < rows; ++row, ++y) {
+            const std::ptrdiff_t at = std::ptrdiff_t{row} * stride;
+            mixer.Row(y, mask.get() + at, hasBorder ? border.get() + at : nullptr);
+        }
+    }
+    return S_OK;
+}
+
+HRESULT Run(const tMix& mix, LONG bytesPerPixel, const RECT& shapeFrame, const RECT& part, double aspect,
+            double progress, bool fixedSize, tIRISINFO& info) {
+    return KwWithForm(bytesPerPixel, [&](auto form) {
+        return MixThroughMasks<decltype(form)>(mix, shapeFrame, part, aspect, progress, fixedSize, info);
+    });
+}
+
+} // namespace
+
+HRESULT KwDibIris(const tView& output, const tView& outside, const tView& inside, LONG bytesPerPixel, tIRISINFO* info,
+                  double progress, bool blendWithOutput, double aspect) {
+    if (!info) return E_POINTER;
+    tRowPair first, second;
+    if (const HRESULT status = KwDibResolveClipTwo(output, outside, bytesPerPixel, first); FAILED(status))
+        return status;
+    if (const HRESULT status = KwDibResolveClipTwo(output, inside, bytesPerPixel, second); FAILED(status))
+        return status;
+    tMix mix{first.destination, first.source, second.source, tRule::iris, blendWithOutput, info};
+    mix.out.width = std::min(first.destination.width, second.destination.width);
+    mix.out.height = std::min(first.destination.height, second.destination.height);
+    if (mix.out.width <= 0 || mix.out.height <= 0) return S_OK;
+    return Run(mix, bytesPerPixel, *outside.frame, first.sourceRect, aspect, progress, false, *info);
+}
+
+HRESULT KwDibCutter(const tView& output, const tView& input, LONG bytesPerPixel, tCUTTERINFO* info,
+                    bool blendWithOutput, double aspect) {
+    if (!info) return E_POINTER;
+    tRowPair pair;
+    if (const HRESULT status = KwDibResolveClipTwo(output, input, bytesPerPixel, pair); FAILED(status)) return status;
+    if (pair.destination.width <= 0 || pair.destination.height <= 0) return S_OK;
+    const tMix mix{pair.destination, {},
+                   pair.source,      info->shape.direction ? tRule::keepShape : tRule::cutShape,
+                   blendWithOutput,  &info->shape};
+    const double size = KwClamp(static_cast<double>(info->size), 0.0, 1.0);
+    return Run(mix, bytesPerPixel, *input.frame, pair.sourceRect, aspect, size, true, info->shape);
+}

@@ -1,0 +1,114 @@
+#include "kernels/squeeze.h"
+
+#include "kernels/arith.h"
+#include "kernels/canvas.h"
+#include "kernels/edges.h"
+
+namespace {
+
+/// A part of the first picture and where it goes.
+struct tPart {
+    tFixedRect to, from;
+};
+
+} // namespace
+
+HRESULT KwDibSqueeze(const tView& out, const tView& first, const tView& second, LONG bytesPerPixel,
+                     const tSQUEEZEPROP& prop, double progress) {
+    tCanvas canvas;
+    if (const HRESULT status = KwOpenCanvas(out, first, second, bytesPerPixel, canvas); FAILED(status)) return status;
+    if (canvas.size.width == 0) return S_OK;
+    const tFixedRect a = KwFixedFrame(*first.frame), b = KwFixedFrame(*second.frame);
+    const auto type = static_cast<std::int16_t>(prop.type);
+    const bool middle = type == 1 || type == 4;
+    const std::int64_t length = type <= 2 && type >= 0 ? a.bottom - a.top : a.right - a.left;
+    const std::int64_t travel = middle ? length >> 1 : length;
+
+    std::int64_t border = KwFixed(static_cast<double>(travel) * prop.border + 0.5);
+    std::int64_t feather = KwFixed(static_cast<double>(travel) * prop.feather + 0.5);
+    KwMinimumSoftness(border, feather);
+    if (feather < kOnePixel) feather = 0;
+    const std::int64_t total = border + 2 * feather + travel;
+    const std::int64_t q = KwFixed(static_cast<double>(total) * KwClamp(progress, 0.0, 1.0) + 0.5);
+    const std::int64_t qa = q - feather, qb = qa - border;
+    const std::int64_t sa = KwClamp(qa, 0, travel), sb = KwClamp(qb, 0, travel), pb = std::max<std::int64_t>(qb, 0);
+
+    tFixedRect toB = b;
+    tPart parts[2] = {{a, a}, {a, a}};
+    tPart &one = parts[0], &two = parts[1];
+    tEDGELINE lines[2]{};
+    int lineCount = 1;
+    switch (type) {
+    case 0:
+        toB.bottom = b.top + sb;
+        one.to.top = a.top + sa;
+        lines[0] = {a.left, a.right, a.top + qb, kEdgeReversed};
+        break;
+    case 2:
+        toB.top = b.top + travel - sb;
+        one.to.bottom = a.top + travel - sa;
+        lines[0] = {a.left, a.right, a.top + travel - qb, 0};
+        break;
+    case 3:
+        toB.right = b.left + sb;
+        one.to.left = a.left + sa;
+        lines[0] = {a.top, a.bottom, a.left + qb, kEdgeAlongY | kEdgeReversed};
+        break;
+    case 5:
+        toB.left = b.left + travel - sb;
+        one.to.right = a.left + travel - sa;
+        lines[0] = {a.top, a.bottom, a.left + travel - qb, kEdgeAlongY};
+        break;
+    case 1:
+        toB.top = b.top + travel - sb;
+        toB.bottom = b.top + travel + sb;
+        one.to.bottom = a.top + travel - sa;
+        one.from.bottom = a.top + travel;
+        two.to.top = a.top + travel + sa;
+        two.from.top = a.top + travel;
+        lines[0] = {a.left, a.right, a.top + travel - pb, 0};
+        lines[1] = {a.left, a.right, a.top + travel + pb, kEdgeReversed};
+        lineCount = 2;
+        break;
+    case 4:
+        toB.left = b.left + travel - sb;
+        toB.right = b.left + travel + sb;
+        one.to.right = a.left + travel - sa;
+        one.from.right = a.left + travel;
+        two.to.left = a.left + travel + sa;
+        two.from.left = a.left + travel;
+        lines[0] = {a.top, a.bottom, a.left + travel - pb, kEdgeAlongY};
+        lines[1] = {a.top, a.bottom, a.left + travel + pb, kEdgeAlongY | kEdgeReversed};
+        lineCount = 2;
+        break;
+    default:
+        lineCount = 0;
+        break;
+    }
+    CEdgeList edges;
+    for (int i = 0; i < lineCount; ++i)
+        if (const HRESULT status = edges.Add(lines[i]); FAILED(status)) return status;
+
+    HRESULT status = S_OK;
+    if (prop.squeezeOld) {
+        const std::span<const tPart> drawn(parts, middle ? 2 : 1);
+        // Closes the hairline between pictures that meet inside a pixel.
+        for (const tPart& p : drawn)
+            if (SUCCEEDED(status)) status = KwDrawPictureGrown(canvas, first, p.to, &p.from, true);
+        for (const tPart& p : drawn)
+            if (SUCCEEDED(status)) status = KwDrawPicture(canvas, first, p.to, &p.from, true);
+    } else {
+        status = KwDrawPicture(canvas, first, a, nullptr, false);
+    }
+    if (SUCCEEDED(status)) status = KwDrawPicture(canvas, second, toB, nullptr, true);
+    if (FAILED(status)) return status;
+
+    if (middle && feather - q + border > 0) border -= feather - q + border;
+    std::int64_t extra = feather - q;
+    if (extra < 0)
+        extra = 0;
+    else
+        border = 0;
+    return KwDibDrawEdges(edges, canvas.bits, canvas.size, canvas.stride, canvas.offset, border, feather, extra,
+                          {prop.blue, prop.green, prop.red, prop.alpha}, bytesPerPixel);
+}

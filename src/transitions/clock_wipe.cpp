@@ -1,0 +1,57 @@
+#include "frame/effect.h"
+#include "kernels/clock.h"
+#include "kernels/copy.h"
+
+namespace {
+
+enum : LONG { kClockwise, kCounterclockwise };
+
+constexpr tCLOCKPROP kDefault{kClockwise, 0, 30.0};
+
+constexpr tFieldChoice kDirections[] = {{"Clockwise", kClockwise}, {"Counterclockwise", kCounterclockwise}};
+
+constexpr tFieldInfo kFields[] = {
+    KwChoice(KWMEMBER(tCLOCKPROP, direction), "&Direction:", "Which way the hand turns.", kDirections),
+    KwNumber(KWMEMBER(tCLOCKPROP, feather),
+             {"&Feather angle:", "How wide the soft zone behind the hand is.", 0, 360, 0.01, "$.2f", "degrees"}),
+};
+
+constexpr tPreset<tCLOCKPROP> kPresets[] = {
+    {"Clockwise, Soft Edge", {kClockwise, 0, 30.0}}, {"Counter Clockwise, Soft Edge", {kCounterclockwise, 0, 30.0}},
+    {"Clockwise, Hard Edge", {kClockwise, 0, 0.0}},  {"Counter Clockwise, Hard Edge", {kCounterclockwise, 0, 0.0}},
+    {"Clockwise, Blend In", {kClockwise, 0, 220.0}}, {"Counter Clockwise, Blend In", {kCounterclockwise, 0, 220.0}},
+};
+
+constexpr tEffectClass kClass{
+    .iid = {0xA31DD7FE, 0xC551, 0x4628, {0x8C, 0x9C, 0x9A, 0xC3, 0xBB, 0x4F, 0xED, 0x6D}},
+    .kind = KWKIND_TRANSITION,
+    .minInputs = 2,
+    .maxInputs = 2,
+    .infoFlags = 0xC1,
+    .defaults = &kDefault,
+    .recordSize = sizeof(tCLOCKPROP),
+    .fields = kFields,
+    .presets = kPresets,
+};
+
+} // namespace
+
+class DXTKwClock final : public CEffect<tCLOCKPROP> {
+  public:
+    DXTKwClock(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
+
+  protected:
+    HRESULT Apply(const CEffectViews& views, const tCLOCKPROP& params) override {
+        const LONG bytesPerPixel = views.BytesPerPixel();
+        // Both inputs are clipped to one area.
+        const tView second = views.second.View();
+        return views.ForStrips([&](const tView& output, const tView* first) {
+            const HRESULT status = KwDibCopy(output, *first, bytesPerPixel);
+            if (FAILED(status)) return status;
+            return KwDibClock(output, {second.bits, second.frame, second.stride, first->clip}, bytesPerPixel, &params,
+                              m_Progress);
+        });
+    }
+};
+
+template IUnknown* KwCreate<DXTKwClock>(const tObjectMapRow&, IUnknown*);
