@@ -6,6 +6,7 @@
 #include "host/names.h"
 #include "host/object.h"
 #include "host/samples.h"
+#include "host/text_fields.h"
 
 namespace larkmoor {
 namespace {
@@ -59,6 +60,11 @@ void Effect::State::check(HRESULT status, const char* doing) const {
 }
 
 std::vector<std::byte> Effect::State::record() const {
+    if (info->textField()) {
+        const auto stream = createMemoryStream();
+        check(need<IKwParamRamp>("tell its settings")->SaveParams(stream.Get()), "tell its settings");
+        return streamContent(stream.Get());
+    }
     std::vector<std::byte> bytes(info->defaults.size());
     if (bytes.empty()) return bytes;
     const auto size = static_cast<LONG>(bytes.size());
@@ -68,6 +74,18 @@ std::vector<std::byte> Effect::State::record() const {
 }
 
 void Effect::State::setRecord(std::span<const std::byte> bytes) {
+    if (const tFieldInfo* const text = info->textField()) {
+        // The front of a record leaves the rest as it is.
+        std::vector<std::byte> whole(bytes.begin(), bytes.end());
+        if (bytes.size() <= static_cast<std::size_t>(text->offset)) {
+            whole = record();
+            std::copy(bytes.begin(), bytes.end(), whole.begin());
+        }
+        checkRecord(whole);
+        const auto stream = createMemoryStream(whole);
+        check(need<IKwParamRamp>("take its settings")->LoadParams(stream.Get()), "take its settings");
+        return;
+    }
     if (bytes.size() > info->defaults.size())
         throw Error(
             fmt::format("the record of {} has {} bytes, not {}", info->name, info->defaults.size(), bytes.size()));
@@ -76,6 +94,13 @@ void Effect::State::setRecord(std::span<const std::byte> bytes) {
     std::vector<std::byte> copy(bytes.begin(), bytes.end());
     const auto size = static_cast<LONG>(copy.size());
     check(generator ? generator->put_all(copy.data(), size) : effect->put_all(copy.data(), size), "take its settings");
+}
+
+void Effect::State::checkRecord(std::span<const std::byte> bytes) const {
+    std::size_t wanted = info->defaults.size();
+    if (const tFieldInfo* const text = info->textField()) wanted = textEnd(*text, bytes);
+    if (bytes.size() != wanted)
+        throw Error(fmt::format("the record of {} has {} bytes, not {}", info->name, wanted, bytes.size()));
 }
 
 const EffectInfo& Effect::info() const {
@@ -136,10 +161,7 @@ void Effect::loadState(std::span<const std::byte> state) {
 }
 
 void Effect::setRamp(std::span<const std::byte> from, std::span<const std::byte> to) {
-    for (const auto& record : {from, to})
-        if (record.size() != info().defaults.size())
-            throw Error(fmt::format("the record of {} has {} bytes, not {}", info().name, info().defaults.size(),
-                                    record.size()));
+    for (const auto& record : {from, to}) m_state->checkRecord(record);
     const auto ramp = m_state->need<IKwParamRamp>("be animated");
     const auto first = createMemoryStream(from), second = createMemoryStream(to);
     m_state->check(ramp->SetRampRecords(first.Get(), second.Get()), "be animated");

@@ -11,6 +11,8 @@
 #include "fmt/format.h"
 #include "host/module.h"
 #include "host/names.h"
+#include "host/text_fields.h"
+#include "platform/font.h"
 
 namespace larkmoor {
 namespace {
@@ -29,8 +31,8 @@ std::size_t elementSize(tFieldType type) {
     return type == KWTYPE_DOUBLE ? 8 : type == KWTYPE_BYTES ? 1 : 4;
 }
 
-bool hasTextForm(const tFieldInfo& field) {
-    return field.kind != KWFIELD_TEXT && field.kind != KWFIELD_FONT;
+bool isFont(const tFieldInfo& field) {
+    return field.type == KWTYPE_BYTES && field.count == sizeof(tLOGFONT);
 }
 
 std::size_t countOf(const tFieldInfo& field) {
@@ -252,8 +254,9 @@ std::optional<std::vector<double>> parseValues(const tFieldInfo& field, std::str
 } // namespace
 
 std::string fieldText(const tFieldInfo& field, std::span<const std::byte> record) {
-    if (!hasTextForm(field)) return {};
+    if (field.kind == KWFIELD_TEXT) return loadText(field, record);
     checkPlace(field, record.size());
+    if (field.kind == KWFIELD_FONT) return isFont(field) ? loadFont(field, record) : std::string();
     if (countOf(field) == 0) return {};
     if (field.kind == KWFIELD_SWITCH || field.kind == KWFIELD_CHOICE) {
         const double value = loadNumber(field, record, 0);
@@ -271,8 +274,15 @@ std::string fieldText(const tFieldInfo& field, std::span<const std::byte> record
 
 void setFieldText(const tFieldInfo& field, std::span<std::byte> record, std::string_view text) {
     const std::string name = inQuotes(textOf(field.name));
-    if (!hasTextForm(field)) throw Error(fmt::format("the field {} cannot be set as text", name));
+    if (field.kind == KWFIELD_TEXT || (field.kind == KWFIELD_FONT && !isFont(field)))
+        throw Error(fmt::format("the field {} cannot be set as text here", name));
     checkPlace(field, record.size());
+    if (field.kind == KWFIELD_FONT) {
+        if (storeFont(field, record, text)) return;
+        throw Error(fmt::format("the field {} takes a font as family, style and pixels, such as \"Liberation Sans Bold "
+                                "72\", not {}",
+                                name, inQuotes(text)));
+    }
     const auto order = shownOrder(field);
     const auto values = parseValues(field, trimmed(text));
     std::vector<std::byte> changed(record.begin(), record.end());
@@ -280,6 +290,19 @@ void setFieldText(const tFieldInfo& field, std::span<std::byte> record, std::str
     for (std::size_t i = 0; fits && i < order.size(); ++i) fits = storeNumber(field, changed, order[i], (*values)[i]);
     if (!fits) throw Error(fmt::format("the field {} takes {}, not {}", name, takenText(field), inQuotes(text)));
     std::copy(changed.begin(), changed.end(), record.begin());
+}
+
+void setFieldText(const tFieldInfo& field, std::vector<std::byte>& record, std::string_view text) {
+    if (field.kind == KWFIELD_TEXT)
+        storeText(field, record, text);
+    else
+        setFieldText(field, std::span(record), text);
+}
+
+const tFieldInfo* EffectInfo::textField() const {
+    const auto found =
+        std::find_if(fields.begin(), fields.end(), [](const tFieldInfo& row) { return row.kind == KWFIELD_TEXT; });
+    return found == fields.end() ? nullptr : &*found;
 }
 
 const tFieldInfo& EffectInfo::field(std::string_view wanted) const {

@@ -63,16 +63,31 @@ bool describe(IUnknown* object, EffectInfo& info) {
             name = text;
         return record;
     };
-    std::string unnamed;
-    info.defaults = recordOf(-1, unnamed);
     for (LONG i = 0; i < row.fieldCount; ++i) {
         tFieldInfo field{};
         if (SUCCEEDED(told->GetField(i, &field, sizeof field))) info.fields.push_back(field);
     }
+    std::string unnamed;
+    info.defaults = recordOf(-1, unnamed);
     for (LONG i = 0; i < row.presetCount; ++i) {
         PresetInfo preset;
         preset.record = recordOf(i, preset.name);
         info.presets.push_back(std::move(preset));
+    }
+    if (info.textField()) {
+        // Told records hold pointers; the object itself writes them out.
+        const auto ramp = KwQuery<IKwParamRamp>(object);
+        const auto presets = KwQuery<IKwPresets>(object);
+        const auto saved = [&] {
+            const auto stream = createMemoryStream();
+            if (ramp) ramp->SaveParams(stream.Get());
+            return streamContent(stream.Get());
+        };
+        info.defaults = saved();
+        for (LONG i = 0; i < row.presetCount && presets; ++i) {
+            presets->Apply(i);
+            info.presets[static_cast<std::size_t>(i)].record = saved();
+        }
     }
     return true;
 }

@@ -22,6 +22,10 @@ struct PresetInfo {
 };
 
 /// What can be known of an effect without rendering. Texts of fields belong to the loaded module.
+///
+/// A record is the bytes that the effect's interface takes, with one exception: where a field is a text, the record is
+/// in the form that it is saved in, its text in place of a pointer (a 32-bit count at the field's offset, then that
+/// many 16-bit characters). Records with different texts have different sizes.
 struct EffectInfo {
     std::string name;        ///< the description without the maker's word: "Gaussian Blur"
     std::string description; ///< as the module tells it
@@ -34,6 +38,8 @@ struct EffectInfo {
     std::vector<tFieldInfo> fields;
     std::vector<PresetInfo> presets;
 
+    /// The field that is a text, or null.
+    const tFieldInfo* textField() const;
     /// A field by name or by label without its mnemonic, without regard to case, blanks, `-` and `_`.
     /// Throws Error that names the nearest right ones.
     const tFieldInfo& field(std::string_view name) const;
@@ -43,9 +49,12 @@ struct EffectInfo {
 
 /// Reads or writes one field of a record's bytes as text in plain "C" form: a number; on/off, yes/no, true/false, 1/0;
 /// a choice by its text or number; a colour as #RRGGBB, #RRGGBBAA or comma-separated numbers 0 to 1 in the order red,
-/// green, blue, alpha; a point as x,y. Writing throws Error with a sentence that tells what the field takes.
+/// green, blue, alpha; a point as x,y; a font as family, style and pixels ("Liberation Sans Bold 72", each part but the
+/// family may be missing); a text in UTF-8 with \n for a line break, \t for a tab and \\ for a backslash. Writing
+/// throws Error with a sentence that tells what the field takes. A text changes the size of its record.
 std::string fieldText(const tFieldInfo& field, std::span<const std::byte> record);
 void setFieldText(const tFieldInfo& field, std::span<std::byte> record, std::string_view text);
+void setFieldText(const tFieldInfo& field, std::vector<std::byte>& record, std::string_view text);
 
 class Effect;
 

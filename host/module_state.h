@@ -33,6 +33,8 @@ struct Effect::State {
 
     std::vector<std::byte> record() const;
     void setRecord(std::span<const std::byte> record);
+    /// Throws Error where the size is not that of a whole record.
+    void checkRecord(std::span<const std::byte> record) const;
     /// Throws StatusError in the effect's name when `status` is a failure of `doing`.
     void check(HRESULT status, const char* doing) const;
     /// An interface that the effect cannot do without for `doing`.

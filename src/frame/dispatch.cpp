@@ -15,7 +15,9 @@ bool SameName(const OLECHAR* wide, const char* name) {
 }
 
 /// The number that a variant holds or refers to; false for other kinds.
-bool ReadNumber(const VARIANT& value, double& out) {
+bool ReadNumber(const VARIANT& given, double& out) {
+    const bool nested = given.vt == (VT_VARIANT | VT_BYREF) && given.byref;
+    const VARIANT& value = nested ? *static_cast<const VARIANT*>(given.byref) : given;
     const bool byRef = (value.vt & VT_BYREF) != 0;
     if (byRef && !value.byref) return false;
     const auto get = [&]<class T>(const T& held) {
@@ -28,6 +30,10 @@ bool ReadNumber(const VARIANT& value, double& out) {
     case VT_I2:
     case VT_BOOL:
         return get(value.iVal);
+    case VT_UI2:
+        return get(static_cast<std::uint16_t>(value.iVal));
+    case VT_I1:
+        return get(static_cast<std::int8_t>(value.bVal));
     case VT_UI1:
         return get(value.bVal);
     case VT_I4:
@@ -71,6 +77,36 @@ bool ReadPointer(const VARIANT& value, void*& out) {
     return false;
 }
 
+/// Writes a property's value to where a variant refers to, if that is a number of the size; false for other kinds.
+/// Without a value it only looks at the kind.
+bool WriteNumber(const VARIANT& target, const double* value) {
+    if (!(target.vt & VT_BYREF) || !target.byref) return false;
+    const auto put = [&]<class T>(T number) {
+        if (value) std::memcpy(target.byref, &number, sizeof number);
+        return true;
+    };
+    const double number = value ? *value : 0.0;
+    switch (target.vt & ~VT_BYREF) {
+    case VT_I4:
+    case VT_INT:
+    case VT_UI4:
+    case VT_UINT:
+        return put(KwTrunc(number));
+    case VT_R4:
+        return put(static_cast<float>(number));
+    case VT_R8:
+        return put(number);
+    case VT_VARIANT: {
+        VARIANT held{};
+        held.vt = VT_R8;
+        held.dblVal = number;
+        return put(held);
+    }
+    default:
+        return false;
+    }
+}
+
 bool TakesArguments(const tDispatchMember& member, WORD kind) {
     return kind != DISPATCH_PROPERTYGET || member.first == KWDISP_POINTER;
 }
@@ -94,14 +130,18 @@ HRESULT CDispatchTable::Prepare(LONG id, WORD flags, const DISPPARAMS* params, U
                                 const tDispatchMember*& member) const {
     // A caller may ask for method and property-get at once and take whichever there is.
     if (flags & DISPATCH_PROPERTYPUTREF) flags |= DISPATCH_PROPERTYPUT;
+    const auto kindsOf = [flags](const tDispatchMember& row) {
+        const bool called = (flags & DISPATCH_METHOD) && row.id > KWDISP_GETTER;
+        return called ? row.kind : static_cast<WORD>(row.kind & flags);
+    };
     for (const tDispatchMember& row : m_members)
-        if (row.id == id && (row.kind & flags)) {
+        if (row.id == id && kindsOf(row)) {
             member = &row;
             break;
         }
     if (!member) return DISP_E_MEMBERNOTFOUND;
-    call.id = id;
-    const WORD kinds = member->kind & flags;
+    call.id = id & (KWDISP_GETTER - 1);
+    const WORD kinds = kindsOf(*member);
     call.kind = static_cast<WORD>(kinds & DISPATCH_PROPERTYPUT ? DISPATCH_PROPERTYPUT
                                   : kinds & DISPATCH_METHOD    ? DISPATCH_METHOD
                                                                : DISPATCH_PROPERTYGET);
@@ -112,7 +152,7 @@ HRESULT CDispatchTable::Prepare(LONG id, WORD flags, const DISPPARAMS* params, U
     // A plain property is got through the result, or through its one argument by reference.
     if (!TakesArguments(*member, call.kind)) {
         if (given > 1) return DISP_E_BADPARAMCOUNT;
-        if (given == 1 && (!params->rgvarg || !(params->rgvarg[0].vt & VT_BYREF) || !params->rgvarg[0].byref)) {
+        if (given == 1 && (!params->rgvarg || !WriteNumber(params->rgvarg[0], nullptr))) {
             if (badArgument) *badArgument = 0;
             return DISP_E_TYPEMISMATCH;
         }
@@ -128,7 +168,7 @@ HRESULT CDispatchTable::Prepare(LONG id, WORD flags, const DISPPARAMS* params, U
             if (badArgument) *badArgument = at;
             return DISP_E_TYPEMISMATCH;
         }
-        call.number[i] = KwTrunc(number);
+        call.number[i] = KwWrap32(KwTrunc64(number));
         if (i == 0) call.real = static_cast<float>(number);
     }
     return S_OK;
@@ -140,21 +180,12 @@ void CDispatchTable::Return(const tDispatchMember& member, const tDispatchCall& 
         if (result) *result = {};
         return;
     }
-    if (params && params->cArgs == 1) {
-        VARIANT& target = params->rgvarg[0];
-        if ((target.vt & ~VT_BYREF) == VT_R8) {
-            const double value =
-                member.first == KWDISP_FLOAT ? double{call.resultFloat} : static_cast<double>(call.resultLong);
-            std::memcpy(target.byref, &value, sizeof value);
-        } else if (member.first == KWDISP_FLOAT) {
-            std::memcpy(target.byref, &call.resultFloat, sizeof call.resultFloat);
-        } else {
-            std::memcpy(target.byref, &call.resultLong, sizeof call.resultLong);
-        }
-    }
+    const bool isFloat = member.first == KWDISP_FLOAT;
+    const double value = isFloat ? static_cast<double>(call.resultFloat) : static_cast<double>(call.resultLong);
+    if (params && params->cArgs == 1) WriteNumber(params->rgvarg[0], &value);
     if (!result) return;
     *result = {};
-    if (member.first == KWDISP_FLOAT) {
+    if (isFloat) {
         result->vt = VT_R4;
         result->fltVal = call.resultFloat;
     } else {

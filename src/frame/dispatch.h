@@ -8,17 +8,21 @@
 /// What a member takes or gives, in the types that the dual interfaces use.
 enum tDispatchType : LONG { KWDISP_NONE, KWDISP_LONG, KWDISP_FLOAT, KWDISP_POINTER };
 
+/// Added to the id of a property for the operation that gets or puts it, under its own name. An operation may be
+/// called as a method as well.
+inline constexpr LONG KWDISP_GETTER = 0x10000, KWDISP_PUTTER = 0x20000;
+
 /// A member of a dual interface. A property is got through a pointer that may also be handed in by reference.
 struct tDispatchMember {
-    const char* name; ///< compared without regard to case
-    LONG id;
+    const char* name;            ///< compared without regard to case
+    LONG id;                     ///< below 0x10000, plus one of the two above for an operation
     WORD kind;                   ///< `DISPATCH_PROPERTYGET`, `DISPATCH_PROPERTYPUT` or `DISPATCH_METHOD`, or several
     tDispatchType first, second; ///< arguments, in the order of the member's declaration
 };
 
 /// The arguments of one call, brought to the member's types.
 struct tDispatchCall {
-    LONG id;
+    LONG id;   ///< the property's
     WORD kind; ///< the one kind that was asked for
     void* pointer[2];
     LONG number[2];

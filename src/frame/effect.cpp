@@ -20,20 +20,20 @@ constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT, kMethod
 // Each member answers to its property's name and to that of the operation itself.
 constexpr tDispatchMember kMembers[] = {
     {"Capabilities", kIdCapabilities, kGet, KWDISP_LONG, KWDISP_NONE},
-    {"get_Capabilities", kIdCapabilities, kGet, KWDISP_LONG, KWDISP_NONE},
+    {"get_Capabilities", kIdCapabilities + KWDISP_GETTER, kGet, KWDISP_LONG, KWDISP_NONE},
     {"Progress", kIdProgress, kGet | kPut, KWDISP_FLOAT, KWDISP_NONE},
-    {"get_Progress", kIdProgress, kGet, KWDISP_FLOAT, KWDISP_NONE},
-    {"put_Progress", kIdProgress, kPut, KWDISP_FLOAT, KWDISP_NONE},
+    {"get_Progress", kIdProgress + KWDISP_GETTER, kGet, KWDISP_FLOAT, KWDISP_NONE},
+    {"put_Progress", kIdProgress + KWDISP_PUTTER, kPut, KWDISP_FLOAT, KWDISP_NONE},
     {"StepResolution", kIdStepResolution, kGet, KWDISP_FLOAT, KWDISP_NONE},
-    {"get_StepResolution", kIdStepResolution, kGet, KWDISP_FLOAT, KWDISP_NONE},
+    {"get_StepResolution", kIdStepResolution + KWDISP_GETTER, kGet, KWDISP_FLOAT, KWDISP_NONE},
     {"Duration", kIdDuration, kGet | kPut, KWDISP_FLOAT, KWDISP_NONE},
-    {"get_Duration", kIdDuration, kGet, KWDISP_FLOAT, KWDISP_NONE},
-    {"put_Duration", kIdDuration, kPut, KWDISP_FLOAT, KWDISP_NONE},
+    {"get_Duration", kIdDuration + KWDISP_GETTER, kGet, KWDISP_FLOAT, KWDISP_NONE},
+    {"put_Duration", kIdDuration + KWDISP_PUTTER, kPut, KWDISP_FLOAT, KWDISP_NONE},
     {"all", kIdAll, kGet | kPut, KWDISP_POINTER, KWDISP_LONG},
-    {"get_all", kIdAll, kGet, KWDISP_POINTER, KWDISP_LONG},
-    {"put_all", kIdAll, kPut, KWDISP_POINTER, KWDISP_LONG},
+    {"get_all", kIdAll + KWDISP_GETTER, kGet, KWDISP_POINTER, KWDISP_LONG},
+    {"put_all", kIdAll + KWDISP_PUTTER, kPut, KWDISP_POINTER, KWDISP_LONG},
     {"NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
-    {"put_NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+    {"put_NotifyWindow", kIdNotifyWindow + KWDISP_PUTTER, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
 };
 constexpr CDispatchTable kDispatch{kMembers};
 

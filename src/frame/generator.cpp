@@ -15,10 +15,10 @@ constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT, kMethod
 constexpr tDispatchMember kMembers[] = {
     {"GetCacheInfo", kIdCacheInfo, kMethod, KWDISP_POINTER, KWDISP_NONE},
     {"all", kIdAll, kGet | kPut, KWDISP_POINTER, KWDISP_LONG},
-    {"get_all", kIdAll, kGet, KWDISP_POINTER, KWDISP_LONG},
-    {"put_all", kIdAll, kPut, KWDISP_POINTER, KWDISP_LONG},
+    {"get_all", kIdAll + KWDISP_GETTER, kGet, KWDISP_POINTER, KWDISP_LONG},
+    {"put_all", kIdAll + KWDISP_PUTTER, kPut, KWDISP_POINTER, KWDISP_LONG},
     {"NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
-    {"put_NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+    {"put_NotifyWindow", kIdNotifyWindow + KWDISP_PUTTER, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
 };
 constexpr CDispatchTable kDispatch{kMembers};
 

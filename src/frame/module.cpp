@@ -31,7 +31,10 @@ class CClassFactory final : public IClassFactory {
     HRESULT CreateInstance(IUnknown* outer, const IID* iid, void** out) override {
         if (!out) return E_POINTER;
         *out = nullptr;
+        if (!iid) return E_INVALIDARG;
         if (!m_row.create) return CLASS_E_CLASSNOTAVAILABLE;
+        // An outer object has to own the inner unknown: any other interface counts on the outer object alone.
+        if (outer && !(*iid == IUnknown::iid)) return CLASS_E_NOAGGREGATION;
         return KwGuarded([&] {
             IUnknown* const object = m_row.create(m_row, outer);
             if (!object) return E_OUTOFMEMORY;

@@ -40,7 +40,7 @@ void CParamObject::ToDefault(std::byte* record) {
 }
 
 void CParamObject::CopyRecord(std::byte* to, const std::byte* from) {
-    std::memcpy(to, from, m_class.recordSize);
+    if (m_class.recordSize) std::memcpy(to, from, m_class.recordSize);
 }
 
 void CParamObject::SetDefaults() {
@@ -64,6 +64,7 @@ void CParamObject::UpdateWork(void* copy) {
 }
 
 void CParamObject::PostToPage() {
+    const std::scoped_lock guard(m_ParamLock); // none is posted once a window has been taken away
     if (m_NotifyWnd && m_NotifyWnd->post) m_NotifyWnd->post(m_NotifyWnd, WM_COMMAND, m_NotifyId, 0);
 }
 

@@ -56,9 +56,7 @@ HRESULT Answer(T* out, T value) {
 
 template <class T>
 CComPtr<T> QueryService(IServiceProvider* provider, const GUID& service, const IID& iid) {
-    CComPtr<T> found;
-    if (FAILED(provider->QueryService(&service, &iid, found.ReceiveVoid()))) found.Detach();
-    return found;
+    return KwReceived<T>([&](void** out) { return provider->QueryService(&service, &iid, out); });
 }
 
 } // namespace
@@ -117,8 +115,9 @@ void CTransformBase::DropServices() {
 
 HRESULT CTransformBase::GetSite(const IID* iid, void** out) {
     if (!out) return E_POINTER;
-    const std::scoped_lock guard(m_Lock);
     *out = nullptr;
+    if (!iid) return E_POINTER;
+    const std::scoped_lock guard(m_Lock);
     return m_pSite ? m_pSite->QueryInterface(iid, out) : E_FAIL;
 }
 
@@ -127,6 +126,7 @@ HRESULT CTransformBase::GetSite(const IID* iid, void** out) {
 HRESULT CTransformBase::Setup(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs, ULONG numOutputs,
                               DWORD flags) {
     const std::scoped_lock guard(m_Lock);
+    if (m_Executing) return E_UNEXPECTED; // a surface called back: the frame still stands on what is bound
     if (numInputs == 0 && numOutputs == 0) {
         UnbindAll();
         ReleaseObjects();
@@ -168,13 +168,17 @@ void CTransformBase::UnbindAll() {
 HRESULT CTransformBase::Bind(IUnknown* object, tTransformInput& row) {
     if (!object) return S_OK;
     row.object = object;
-    HRESULT status = object->QueryInterface(&IDXSurface::iid, row.surface.ReceiveVoid());
-    if (FAILED(status)) {
-        row.surface.Detach();
-        CComPtr<IUnknown> direct;
-        if (m_pSurfaceFactory && SUCCEEDED(object->QueryInterface(&kDirectDrawSurfaceId, direct.ReceiveVoid())))
-            status = m_pSurfaceFactory->CreateFromDDSurface(direct.Get(), nullptr, 0, nullptr, &IDXSurface::iid,
-                                                            row.surface.ReceiveVoid());
+    HRESULT status = S_OK;
+    row.surface =
+        KwReceived<IDXSurface>([&](void** out) { return status = object->QueryInterface(&IDXSurface::iid, out); });
+    if (FAILED(status) && m_pSurfaceFactory) {
+        const auto direct =
+            KwReceived<IUnknown>([&](void** out) { return object->QueryInterface(&kDirectDrawSurfaceId, out); });
+        if (direct)
+            row.surface = KwReceived<IDXSurface>([&](void** out) {
+                return status = m_pSurfaceFactory->CreateFromDDSurface(direct.Get(), nullptr, 0, nullptr,
+                                                                       &IDXSurface::iid, out);
+            });
     }
     if (SUCCEEDED(status) && !row.surface) status = E_NOINTERFACE;
     if (SUCCEEDED(status)) {
@@ -211,13 +215,11 @@ HRESULT CTransformBase::MakeInputsSameSize() {
         if (const HRESULT status = row.surface->GetBounds(&bounds); FAILED(status)) return status;
         if (std::equal(std::begin(bounds.Axis), std::end(bounds.Axis), std::begin(all.Axis))) continue;
 
-        CComPtr<IDXSurfaceModifier> modifier;
-        HRESULT status = m_pTransformFactory->QueryService(&CLSID_DXSurfaceModifier, &IDXSurfaceModifier::iid,
-                                                           modifier.ReceiveVoid());
-        if (FAILED(status)) {
-            modifier.Detach();
-            return status;
-        }
+        HRESULT status = S_OK;
+        const auto modifier = KwReceived<IDXSurfaceModifier>([&](void** out) {
+            return status = m_pTransformFactory->QueryService(&CLSID_DXSurfaceModifier, &IDXSurfaceModifier::iid, out);
+        });
+        if (FAILED(status)) return status;
         if (!modifier) return E_FAIL;
         POINT origin{0, 0};
         if (m_OptionFlags & kOptionCenterInputs)
@@ -315,7 +317,7 @@ HRESULT CTransformBase::SetMiscFlags(DWORD flags) {
 }
 
 HRESULT CTransformBase::GetMiscFlags(DWORD* flags) {
-    return Answer(flags, m_MiscFlags);
+    return Answer(flags, m_MiscFlags.load());
 }
 
 HRESULT CTransformBase::SetQuality(float quality) {
@@ -392,10 +394,17 @@ HRESULT CTransformBase::MapBoundsIn2Out(const DXBNDS* in, ULONG count, ULONG out
     if (outIndex != 0 || (count > 0 && !in)) return E_INVALIDARG;
     if (!out) return E_POINTER;
     const std::scoped_lock guard(m_Lock);
-    *out = {};
-    const bool meshInputs = (m_OptionFlags & kOptionMeshInputs) != 0;
-    const bool meshOutput = (m_OptionFlags & kOptionMeshOutput) != 0;
     DXBNDS all{};
+    const HRESULT status = UniteInputs(in, count, all);
+    *out = {}; // may be one of `in`
+    if (FAILED(status)) return status;
+    *out = all;
+    const bool meshOutput = (m_OptionFlags & kOptionMeshOutput) != 0;
+    out->eType = meshOutput ? 2 : 0;
+    return meshOutput ? ComputeMeshBounds(*out) : ComputeBounds(*out);
+}
+
+HRESULT CTransformBase::UniteInputs(const DXBNDS* in, ULONG count, DXBNDS& all) const {
     bool any = false;
     const auto unite = [&](const DXBNDS& bounds) {
         if (any)
@@ -405,7 +414,7 @@ HRESULT CTransformBase::MapBoundsIn2Out(const DXBNDS* in, ULONG count, ULONG out
         any = true;
     };
     for (ULONG i = 0; i < count; ++i) {
-        if (in[i].eType != (meshInputs ? 2 : 0)) return E_INVALIDARG;
+        if (in[i].eType != (m_OptionFlags & kOptionMeshInputs ? 2 : 0)) return E_INVALIDARG;
         unite(in[i]);
     }
     for (ULONG i = 0; count == 0 && i < m_NumInputs; ++i) {
@@ -414,13 +423,13 @@ HRESULT CTransformBase::MapBoundsIn2Out(const DXBNDS* in, ULONG count, ULONG out
         if (const HRESULT status = m_pInputs[i].surface->GetBounds(&bounds); FAILED(status)) return status;
         unite(bounds);
     }
-    *out = all;
-    out->eType = meshOutput ? 2 : 0;
-    return meshOutput ? ComputeMeshBounds(*out) : ComputeBounds(*out);
+    return S_OK;
 }
 
 HRESULT CTransformBase::ComputeBounds(DXBNDS& bounds) {
-    if (m_NumInputs > 0 || !m_Output.surface) return S_OK;
+    for (ULONG i = 0; i < m_NumInputs; ++i)
+        if (m_pInputs[i].surface) return S_OK;
+    if (!m_Output.surface) return S_OK;
     DXBNDS output{};
     const HRESULT status = m_Output.surface->GetBounds(&output);
     if (SUCCEEDED(status)) std::copy(std::begin(output.Axis), std::end(output.Axis), std::begin(bounds.Axis));
@@ -456,6 +465,13 @@ HRESULT CTransformBase::PlaceAndClip(tWorkInfo& info, const DXBNDS* clip, const 
 HRESULT CTransformBase::Execute(const GUID* request, const DXBNDS* clip, const DXVEC* placement) {
     const std::scoped_lock guard(m_Lock);
     if (!m_Output.surface) return DXTERR_UNINITIALIZED;
+    const auto executing = std::exchange(m_Executing, true);
+    const HRESULT status = ExecuteBound(request, clip, placement);
+    m_Executing = executing;
+    return status;
+}
+
+HRESULT CTransformBase::ExecuteBound(const GUID* request, const DXBNDS* clip, const DXVEC* placement) {
     if (m_MaxBands == 0 || HasMesh()) {
         if ((clip && !(m_MiscFlags & kMiscCustomClip)) || (placement && !(m_MiscFlags & kMiscCustomPlacement)))
             return E_INVALIDARG;
@@ -470,9 +486,11 @@ HRESULT CTransformBase::Execute(const GUID* request, const DXBNDS* clip, const D
 
     ULONG bands = 1;
     if (m_NumProcessors > 1 && m_pTaskManager) {
-        const std::int64_t area = Length(info.OutputBounds.Axis[0]) * Length(info.OutputBounds.Axis[1]);
-        bands = static_cast<ULONG>(std::min<std::int64_t>(
-            {(area >> 12) + 1, m_MaxBands, kMaxBands, m_NumProcessors, Length(info.DoBounds.Axis[1])}));
+        // Each length is below 2^32, so that the product fits without a sign.
+        const auto area = static_cast<std::uint64_t>(Length(info.OutputBounds.Axis[0])) *
+                          static_cast<std::uint64_t>(Length(info.OutputBounds.Axis[1]));
+        bands = static_cast<ULONG>(std::min<std::int64_t>({static_cast<std::int64_t>(area >> 12) + 1, m_MaxBands,
+                                                           kMaxBands, m_NumProcessors, Length(info.DoBounds.Axis[1])}));
     }
     if (const HRESULT status = BeginWork(info, bands); FAILED(status)) return status;
     bands = std::clamp<ULONG>(bands, 1, kMaxBands);
@@ -498,15 +516,15 @@ HRESULT CTransformBase::RunBands(const tWorkInfo& info, ULONG bands, const GUID*
     DXTASKINFO tasks[kMaxBands];
     DWORD ids[kMaxBands]{};
 
-    const DXBNDS::tAxis whole = info.DoBounds.Axis[1];
-    const LONG toOutput = Limited(std::int64_t{info.OutputBounds.Axis[1].Min} - whole.Min);
-    const LONG height = static_cast<LONG>(Length(whole));
-    LONG bandHeight = height / static_cast<LONG>(bands);
-    LONG y = 0;
+    const std::int64_t height = Length(info.DoBounds.Axis[1]);
+    std::int64_t bandHeight = height / bands;
+    std::int64_t y = 0;
     for (ULONG i = 0; i < bands; ++i) {
         pieces[i] = info;
-        pieces[i].DoBounds.Axis[1] = {whole.Min + y, whole.Min + y + bandHeight};
-        pieces[i].OutputBounds.Axis[1] = {whole.Min + y + toOutput, whole.Min + y + bandHeight + toOutput};
+        for (DXBNDS* const part : {&pieces[i].DoBounds, &pieces[i].OutputBounds}) {
+            const std::int64_t top = part->Axis[1].Min + y;
+            part->Axis[1] = {static_cast<LONG>(top), static_cast<LONG>(top + bandHeight)};
+        }
         tasks[i] = {&CTransformBase::RunTask, &pieces[i], nullptr, 0, request};
         y += bandHeight;
         // The rows left over go to the next band only while they are fewer than a band and a bit; otherwise the last
@@ -514,8 +532,9 @@ HRESULT CTransformBase::RunBands(const tWorkInfo& info, ULONG bands, const GUID*
         if (height - bandHeight - y < bandHeight) bandHeight = height - y;
     }
 
+    const CComPtr<IDXTaskManager> manager = m_pTaskManager; // a task may change the site
     m_Busy = TRUE;
-    const HRESULT status = m_pTaskManager->ScheduleTasks(tasks, m_BandEvents, ids, bands, m_TaskTimeout);
+    const HRESULT status = manager->ScheduleTasks(tasks, m_BandEvents, ids, bands, m_TaskTimeout);
     m_Busy = FALSE;
     if (FAILED(status)) return status;
     for (ULONG i = 0; i < bands; ++i)
@@ -552,10 +571,10 @@ HRESULT CTransformBase::PointPick(const DXVEC* point, ULONG* inputIndex, DXVEC* 
         if (FAILED(MapBoundsOut2In(0, &spot, indices[i], &place)) || FAILED(surface->GetBounds(&bounds)) ||
             !IntersectBounds(bounds, place))
             continue;
-        CComPtr<IDXARGBReadPtr> read;
-        if (FAILED(surface->LockSurface(&bounds, 0, DXLOCKF_READ, &IDXARGBReadPtr::iid, read.ReceiveVoid(), nullptr)) ||
-            !read)
-            continue;
+        const auto read = KwReceived<IDXARGBReadPtr>([&](void** out) {
+            return surface->LockSurface(&bounds, 0, DXLOCKF_READ, &IDXARGBReadPtr::iid, out, nullptr);
+        });
+        if (!read) continue;
         DWORD sample = 0;
         read->MoveToXY(0, 0);
         read->Unpack(&sample, 1, FALSE);

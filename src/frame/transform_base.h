@@ -119,7 +119,7 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     CComPtr<IDXTaskManager> m_pTaskManager;
     CComPtr<IUnknown> m_pDirectDraw;
     CComPtr<IUnknown> m_pDirect3DRM;
-    DWORD m_MiscFlags = 0x06030003;
+    std::atomic<DWORD> m_MiscFlags = 0x06030003; ///< read without the lock
     ULONG m_NumProcessors = 1;
     ULONG m_GenerationId = 1;
     ULONG m_ParamGeneration = 0;
@@ -148,6 +148,9 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     HRESULT Bind(IUnknown* object, tTransformInput& row);
     HRESULT MakeInputsSameSize();
     void UpdateEffectiveFlags();
+    /// The union of the given blocks or, with `count` 0, of the bounds of the connected inputs.
+    HRESULT UniteInputs(const DXBNDS* in, ULONG count, DXBNDS& all) const;
+    HRESULT ExecuteBound(const GUID* request, const DXBNDS* clip, const DXVEC* placement);
     /// Intersects and places; S_FALSE where nothing is left.
     HRESULT PlaceAndClip(tWorkInfo& info, const DXBNDS* clip, const DXVEC* placement);
     HRESULT RunWork(const tWorkInfo& info, BOOL* pContinue) noexcept;
@@ -155,5 +158,6 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     static void RunTask(void* data, BOOL* pContinue);
 
     CSafetyList m_Safety;
+    bool m_Executing = false;
     HANDLE m_BandEvents[kMaxBands]{};
 };

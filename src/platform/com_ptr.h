@@ -47,11 +47,19 @@ class CComPtr {
     T* m_p = nullptr;
 };
 
+/// What `call(void** out)` hands out with a reference, or empty where it fails: what a failed call left behind is not
+/// looked at.
+template <class T, class Call>
+CComPtr<T> KwReceived(Call&& call) {
+    CComPtr<T> found;
+    if (FAILED(call(found.ReceiveVoid()))) found.Detach();
+    return found;
+}
+
 /// `T` of an object, or empty. A null object has no interfaces. A host that answers success without a pointer is
 /// taken as having none.
 template <class T>
 CComPtr<T> KwQuery(IUnknown* object) {
-    CComPtr<T> found;
-    if (object && FAILED(object->QueryInterface(&T::iid, found.ReceiveVoid()))) found.Detach();
-    return found;
+    if (!object) return {};
+    return KwReceived<T>([&](void** out) { return object->QueryInterface(&T::iid, out); });
 }

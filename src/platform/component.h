@@ -49,6 +49,8 @@ enum : WORD {
     VT_R4 = 4,
     VT_R8 = 5,
     VT_BOOL = 11,
+    VT_VARIANT = 12,
+    VT_I1 = 16,
     VT_UI1 = 17,
     VT_UI2 = 18,
     VT_UI4 = 19,

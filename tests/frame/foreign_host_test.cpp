@@ -6,8 +6,10 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -31,6 +33,9 @@ constexpr Id kPresets{0x36A22460, 0x0CC9, 0x11D0, {0x85, 0x74, 0x00, 0xA0, 0xC9,
 constexpr Id kRamp{0x8D506FC4, 0x9541, 0x11D2, {0x96, 0x01, 0x00, 0xC0, 0x4F, 0x8E, 0xDC, 0x2D}};
 constexpr Id kInfo{0x709BA0D3, 0xF965, 0x11D1, {0x9A, 0xA9, 0x00, 0xA0, 0xC9, 0x9B, 0x12, 0xC5}};
 constexpr Id kPersistStream{0x7FD52380, 0x4E07, 0x101B, {0xAE, 0x2D, 0x08, 0x00, 0x2B, 0x2E, 0xC7, 0x13}};
+constexpr Id kPersistStorage{0x0000010A, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+constexpr Id kPropertyBag{0x37D84F60, 0x42CB, 0x11CE, {0x81, 0x35, 0x00, 0xAA, 0x00, 0x4B, 0xB8, 0x51}};
+constexpr Id kAdditiveDissolve{0x5B934F21, 0x5251, 0x11D2, {0x95, 0xCC, 0x00, 0xC0, 0x4F, 0x8E, 0xDC, 0x2D}};
 constexpr Id kSpecifyPages{0xB196B28B, 0xBAB4, 0x101A, {0xB6, 0x9C, 0x00, 0xAA, 0x00, 0x34, 0x1D, 0x07}};
 constexpr Id kDispatch{0x00020400, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 constexpr Id kEffect{0xE31FB81B, 0x1335, 0x11D1, {0x81, 0x89, 0x00, 0x00, 0xF8, 0x75, 0x57, 0xDB}};
@@ -326,6 +331,20 @@ TEST_F(ForeignHost, WalksTheObjectMap) {
     EXPECT_EQ(static_cast<Status>(0x80004003), GetClassObject(kInvert, nullptr));
 }
 
+TEST_F(ForeignHost, TheModuleLeavesTheProcess) {
+    // A copy of the file, as others in this process may hold the module itself.
+    const std::string path = testing::TempDir() + "module_to_unload.so";
+    std::filesystem::copy_file(LARKMOOR_MODULE_FILE, path, std::filesystem::copy_options::overwrite_existing);
+    void* const usual = std::exchange(m_library, dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+    ASSERT_TRUE(m_library) << dlerror();
+    MakeInvert();
+    Release(std::exchange(m_object, nullptr));
+    EXPECT_EQ(0, Function<Status()>("DllCanUnloadNow")());
+    dlclose(std::exchange(m_library, usual));
+    EXPECT_EQ(nullptr, dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD)) << "something pins it";
+    std::filesystem::remove(path);
+}
+
 TEST_F(ForeignHost, InvertsEveryAlphaAndColour) {
     MakeInvert();
     Surface in = MakeSurface(4, 0, 0, 256, 256), out = MakeSurface(4, 0, 0, 256, 256);
@@ -443,11 +462,126 @@ TEST_F(ForeignHost, WithoutAnInputTheOutputIsInvertedInPlace) {
     MakeInvert();
     SetAmount(0.25);
     Surface out = MakeSurface(4, 0, 0, 3, 3);
-    for (auto& byte : out.memory) byte = 255;
-    ASSERT_EQ(0, Setup(nullptr, &out));
-    ASSERT_EQ(0, Execute());
-    EXPECT_EQ(0, out.At(1, 1)[0]);
-    EXPECT_EQ(255, out.At(1, 1)[3]);
+    void *none = nullptr, *target = &out;
+    for (const unsigned inputs : {0u, 1u}) { // none at all, and one that is not connected
+        for (auto& byte : out.memory) byte = 255;
+        ASSERT_EQ(0, Call(m_transform, 6, static_cast<void*>(&none), inputs, static_cast<void*>(&target), 1u, 0u));
+        ASSERT_EQ(0, Execute());
+        EXPECT_EQ(0, out.At(1, 1)[0]);
+        EXPECT_EQ(255, out.At(1, 1)[3]);
+    }
+    Setup(nullptr, nullptr);
+}
+
+TEST_F(ForeignHost, NullPointersGiveAStatus) {
+    MakeInvert();
+    constexpr auto kPointer = static_cast<Status>(0x80004003), kInvalid = static_cast<Status>(0x80070057);
+    void* const none = nullptr;
+    void* factory = nullptr;
+    ASSERT_EQ(0, GetClassObject(kInvert, &factory));
+    EXPECT_EQ(kPointer, Call(factory, 3, none, &kUnknown, none));
+    void* out = &out;
+    EXPECT_EQ(kInvalid, Call(factory, 3, none, none, &out));
+    EXPECT_EQ(nullptr, out);
+    EXPECT_EQ(kPointer, Call(m_object, 0, &kUnknown, none));
+    EXPECT_EQ(kInvalid, Call(m_object, 0, none, &out));
+
+    void* const site = Query(m_object, kObjectWithSite);
+    EXPECT_EQ(kPointer, Call(site, 4, &kUnknown, none));
+    EXPECT_EQ(kPointer, Call(site, 4, none, &out));
+    EXPECT_EQ(0, Call(site, 3, none));
+    EXPECT_EQ(static_cast<Status>(0x80004005), Call(site, 4, &kUnknown, &out));
+    Surface surface = MakeSurface(4, 0, 0, 2, 2);
+    EXPECT_EQ(static_cast<Status>(0x887A0001), Setup(&surface, &surface)) << "no site";
+    EXPECT_EQ(0, Call(site, 3, static_cast<void*>(&m_factory)));
+    Release(site);
+
+    EXPECT_EQ(kPointer, Call(m_transform, 3, none));
+    EXPECT_EQ(kPointer, Call(m_transform, 5, none));
+    EXPECT_EQ(kInvalid, Call(m_transform, 6, none, 1u, none, 1u, 0u));
+    EXPECT_EQ(kInvalid, Call(m_transform, 6, none, 0u, none, 1u, 0u));
+    EXPECT_EQ(kInvalid, Call(m_transform, 6, none, 0xFFFFFFFFu, none, 0xFFFFFFFFu, 0u));
+    EXPECT_EQ(kPointer, Call(m_transform, 8, none, 0u, 0u, none));
+    EXPECT_EQ(kInvalid, Call(m_transform, 8, none, 1u, 0u, none));
+    EXPECT_EQ(kInvalid, Call(m_transform, 9, 0u, none, 0u, none));
+    EXPECT_EQ(kPointer, Call(m_transform, 11, none));
+    EXPECT_EQ(0, Call(m_transform, 12, 0, 0u, none, none, none, none));
+    for (const int getter : {7, 8, 10, 11}) EXPECT_EQ(kPointer, Call(m_dual, getter, none)) << getter;
+    for (const int block : {13, 14}) EXPECT_EQ(kInvalid, Call(m_dual, block, none, 8)) << block;
+    EXPECT_EQ(0, Call(m_dual, 15, none, 0u));
+    EXPECT_EQ(kPointer, Call(m_dual, 3, none));
+    EXPECT_EQ(kPointer, Call(m_dual, 4, 0u, 0u, none));
+    EXPECT_EQ(kPointer, Call(m_dual, 5, &kUnknown, none, 1u, 0u, none));
+
+    const struct {
+        Id id;
+        std::vector<int> slots; // that take nothing but pointers
+        Status status;
+    } rows[] = {{kPersistStream, {3, 5}, kPointer},  {kPersistStream, {7}, kInvalid},
+                {kPersistStorage, {3, 6}, kPointer}, {kPropertyBag, {3}, kPointer},
+                {kRamp, {4, 5}, kPointer},           {kPresets, {3}, kInvalid},
+                {kSpecifyPages, {3}, kPointer}};
+    for (const auto& row : rows) {
+        void* const face = Query(m_object, row.id);
+        ASSERT_TRUE(face);
+        for (const int slot : row.slots) EXPECT_EQ(row.status, Call(face, slot, none)) << slot;
+        Release(face);
+    }
+    void* const ramp = Query(m_object, kRamp);
+    EXPECT_EQ(kPointer, Call(ramp, 6, none, none, none, 0.5));
+    EXPECT_EQ(kPointer, Call(ramp, 7, none, none));
+    EXPECT_EQ(0, Call(ramp, 9, none));
+    Release(ramp);
+    void* const presets = Query(m_object, kPresets);
+    EXPECT_EQ(kInvalid, Call(presets, 4, 0, none, 8));
+    char16_t name[2] = {u'x', u'y'};
+    EXPECT_EQ(kInvalid, Call(presets, 4, 0, static_cast<void*>(name), -1));
+    EXPECT_EQ(0, Call(presets, 4, 0, static_cast<void*>(name), 1));
+    EXPECT_EQ(u'\0', name[0]);
+    EXPECT_EQ(u'y', name[1]);
+    Release(presets);
+    void* const info = Query(m_object, kInfo);
+    EXPECT_EQ(kPointer, Call(info, 3, none, 32u));
+    Release(info);
+    void* const storage = Query(m_object, kPersistStorage);
+    EXPECT_EQ(kPointer, Call(storage, 7, none, 1));
+    EXPECT_EQ(0, Call(storage, 5, none)) << "the storage of InitNew is not looked at";
+    EXPECT_EQ(0, Call(storage, 8, none));
+    Release(storage);
+}
+
+TEST_F(ForeignHost, BoundsMayBeMappedInPlace) {
+    MakeInvert();
+    Bounds both[2] = {BoundsOf(1, 2, 5, 6), BoundsOf(-3, 0, 2, 9)};
+    ASSERT_EQ(0, Call(m_transform, 8, static_cast<const Bounds*>(both), 2u, 0u, &both[1]));
+    EXPECT_EQ(-3, both[1].axis[0][0]);
+    EXPECT_EQ(5, both[1].axis[0][1]);
+    EXPECT_EQ(0, both[1].axis[1][0]);
+    EXPECT_EQ(9, both[1].axis[1][1]);
+}
+
+TEST_F(ForeignHost, WildClipsAndPlacementsStayInside) {
+    MakeInvert();
+    constexpr std::int32_t kLow = INT32_MIN, kHigh = INT32_MAX;
+    Surface in = MakeSurface(4, 0, 0, 6, 5), out = MakeSurface(4, 0, 0, 6, 5);
+    ASSERT_EQ(0, Setup(&in, &out));
+    for (const Bounds& clip : {BoundsOf(kLow, kLow, kHigh, kHigh), BoundsOf(kHigh, kHigh, kLow, kLow),
+                               BoundsOf(5, 4, kHigh, kHigh), BoundsOf(3, 3, 3, 9), BoundsOf(kLow, 0, 1, 1)})
+        for (const std::int32_t x : {kLow, kLow + 1, -5, 0, 5, kHigh - 1, kHigh})
+            for (const std::int32_t y : {kLow, 0, kHigh}) {
+                const Vector place{0, 0, {x, y, 0, 0}, {}};
+                const Status status = Execute(&clip, &place);
+                EXPECT_TRUE(status == 0 || status == 1) << status;
+                EXPECT_EQ(0, in.locks + out.locks);
+            }
+    // Surfaces at the ends of the coordinates.
+    Surface far = MakeSurface(4, kHigh - 6, kHigh - 5, 6, 5), near = MakeSurface(4, kLow, kLow, 6, 5);
+    ASSERT_EQ(0, Setup(&far, &near));
+    const Vector corner{0, 0, {kLow, kLow, 0, 0}, {}};
+    *far.At(kHigh - 6, kHigh - 5) = 255;
+    far.At(kHigh - 6, kHigh - 5)[3] = 255;
+    EXPECT_EQ(0, Execute(nullptr, &corner));
+    EXPECT_EQ(255, near.At(kLow, kLow)[1]);
     Setup(nullptr, nullptr);
 }
 
@@ -537,6 +671,25 @@ TEST_F(ForeignHost, IdentityBlocksAndPages) {
     Release(pages);
 }
 
+TEST_F(ForeignHost, AnEffectWithoutARecordStillAnswers) {
+    m_object = Create(kAdditiveDissolve, kUnknown);
+    EXPECT_EQ(nullptr, Query(m_object, kPersistStream));
+    EXPECT_EQ(nullptr, Query(m_object, kRamp));
+    EXPECT_EQ(nullptr, Query(m_object, kPresets));
+    void* const bag = Query(m_object, kPropertyBag);
+    EXPECT_EQ(0, Call(bag, 4));
+    Release(bag);
+    void* const dual = Query(m_object, kEffect);
+    std::uint8_t byte = 7;
+    EXPECT_EQ(0, Call(dual, 13, static_cast<void*>(&byte), -1));
+    EXPECT_EQ(7, byte);
+    EXPECT_EQ(0, Call(dual, 14, static_cast<void*>(&byte), INT32_MAX));
+    Release(dual);
+    void* const storage = Query(m_object, kPersistStorage);
+    EXPECT_EQ(static_cast<Status>(0x80004005), Call(storage, 5, static_cast<void*>(nullptr)));
+    Release(storage);
+}
+
 TEST_F(ForeignHost, CallsByName) {
     MakeInvert();
     struct Variant {
@@ -589,6 +742,58 @@ TEST_F(ForeignHost, CallsByName) {
     ASSERT_EQ(0, invoke(idOf(u"all"), 2, nullptr));
     EXPECT_EQ(0.375, amount);
     EXPECT_EQ(static_cast<Status>(0x80020003), invoke(99, 2, nullptr));
+
+    // An operation's own name may be called as a method.
+    amount = 0;
+    ASSERT_EQ(0, invoke(idOf(u"get_all"), 1, nullptr));
+    EXPECT_EQ(0.375, amount);
+    amount = 0.625;
+    ASSERT_EQ(0, invoke(idOf(u"put_all"), 1, nullptr));
+    EXPECT_EQ(0.625, Amount());
+    EXPECT_EQ(static_cast<Status>(0x80020003), invoke(idOf(u"all"), 1, nullptr)) << "which of the two?";
+    argument = {3, {}, {.whole = 1}, nullptr};
+    params = {&argument, nullptr, 1, 0};
+    ASSERT_EQ(0, invoke(idOf(u"put_Progress"), 1, nullptr));
+
+    // A number by reference arrives in the type it refers to, and nothing is written beyond that.
+    struct {
+        std::uint16_t type;
+        int bytes;
+        Status status;
+    } const targets[] = {{0x4002, 0, static_cast<Status>(0x80020005)}, // 16-bit: no room
+                         {0x4011, 0, static_cast<Status>(0x80020005)}, // a byte
+                         {0x4003, 4, 0},
+                         {0x4004, 4, 0},
+                         {0x4005, 8, 0},
+                         {0x400C, 24, 0}, // another variant
+                         {3, 0, static_cast<Status>(0x80020005)}};
+    for (const auto& target : targets) {
+        std::array<std::uint8_t, 32> room;
+        room.fill(0xA5);
+        argument = {target.type, {}, {.pointer = room.data()}, nullptr};
+        params = {&argument, nullptr, 1, 0};
+        EXPECT_EQ(target.status, invoke(idOf(u"Progress"), 2, nullptr)) << target.type;
+        for (std::size_t i = static_cast<std::size_t>(target.bytes); i < room.size(); ++i)
+            ASSERT_EQ(0xA5, room[i]) << target.type;
+        std::int32_t whole = 0;
+        std::memcpy(&whole, room.data(), 4);
+        EXPECT_TRUE(target.type != 0x4003 || whole == 1);
+    }
+
+    // The id of a window message keeps all 32 bits.
+    struct Window {
+        void (*post)(void* self, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
+        std::uintptr_t id;
+    } window{[](void* self, std::uint32_t, std::uintptr_t id, std::intptr_t) { static_cast<Window*>(self)->id = id; },
+             0};
+    block[0] = {19, {}, {.whole = -2}, nullptr};
+    block[1] = {21, {}, {.pointer = &window}, nullptr};
+    params = {block, nullptr, 2, 0};
+    ASSERT_EQ(0, invoke(idOf(u"put_NotifyWindow"), 1, nullptr));
+    void* const presets = Query(m_object, kPresets);
+    Call(presets, 5, 0);
+    Release(presets);
+    EXPECT_EQ(0xFFFFFFFEu, window.id);
     EXPECT_EQ(static_cast<Status>(0x8002000E), (params = {}, invoke(idOf(u"all"), 4, nullptr)));
 }
 
@@ -615,6 +820,10 @@ TEST_F(ForeignHost, CanBeAggregated) {
     outer.table = kOuterTable;
     void* factory = nullptr;
     ASSERT_EQ(0, GetClassObject(kInvert, &factory));
+    // An outer object can own nothing but the inner unknown.
+    EXPECT_EQ(static_cast<Status>(0x80040110), Call(factory, 3, static_cast<void*>(&outer), &kTransform, &outer.inner));
+    EXPECT_EQ(nullptr, outer.inner);
+    EXPECT_EQ(1, outer.references);
     ASSERT_EQ(0, Call(factory, 3, static_cast<void*>(&outer), &kUnknown, &outer.inner));
     Release(factory);
     void* const dual = Query(outer.inner, kInvertDual);

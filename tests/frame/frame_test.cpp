@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <functional>
+#include <thread>
 #include <vector>
 
 #include "frame/effect.h"
@@ -115,6 +118,119 @@ TEST_F(Frame, BandsCutTheRowsAsTheSystemDoes) {
         }
         EXPECT_EQ(row.heights, heights) << row.width << "x" << row.height;
     }
+}
+
+TEST_F(Frame, BandsReachAcrossAllCoordinates) {
+    CProbe& probe = Make(kOneInput, 4);
+    const Surface in = Surface::create(PixelFormat::PremultipliedArgb32, 128, 64, INT32_MAX - 128, INT32_MAX - 64);
+    const Surface out = Surface::create(PixelFormat::PremultipliedArgb32, 128, 64, INT32_MIN, INT32_MIN);
+    ASSERT_EQ(S_OK, Setup(probe, {in}, out));
+    const DXVEC corner{.Axis = {INT32_MIN, INT32_MIN, 0, 0}};
+    ASSERT_EQ(S_OK, probe.Execute(nullptr, nullptr, &corner));
+    const auto bands = probe.Bands();
+    ASSERT_EQ(3u, bands.size());
+    EXPECT_EQ((RECT{INT32_MAX - 128, INT32_MAX - 43, INT32_MAX, INT32_MAX - 22}), bands[1].in);
+    EXPECT_EQ((RECT{INT32_MIN, INT32_MIN + 21, INT32_MIN + 128, INT32_MIN + 42}), bands[1].out);
+}
+
+/// A surface that says wild bounds, and calls back when it is asked for them.
+struct CWildSurface final : IDXSurface {
+    HRESULT QueryInterface(const IID* iid, void** out) override {
+        *out = *iid == IUnknown::iid || *iid == IDXSurface::iid || *iid == IDXBaseObject::iid ? this : nullptr;
+        return *out ? S_OK : E_NOINTERFACE;
+    }
+    ULONG AddRef() override { return 2; }
+    ULONG Release() override { return 1; }
+    HRESULT GetGenerationId(ULONG* id) override { return *id = 1, S_OK; }
+    HRESULT IncrementGenerationId(BOOL) override { return S_OK; }
+    HRESULT GetObjectSize(ULONG*) override { return E_NOTIMPL; }
+    HRESULT GetPixelFormat(GUID* format, DWORD*) override { return *format = DDPF_PMARGB32, S_OK; }
+    HRESULT GetBounds(DXBNDS* out) override {
+        *out = bounds;
+        if (callBack) callBack();
+        return S_OK;
+    }
+    HRESULT GetStatusFlags(DWORD*) override { return E_NOTIMPL; }
+    HRESULT SetStatusFlags(DWORD) override { return E_NOTIMPL; }
+    HRESULT LockSurface(const DXBNDS*, ULONG, DWORD, const IID*, void**, DWORD*) override { return E_FAIL; }
+    HRESULT GetDirectDrawSurface(const IID*, void**) override { return E_NOTIMPL; }
+    HRESULT GetColorKey(DWORD*) override { return E_NOTIMPL; }
+    HRESULT SetColorKey(DWORD) override { return E_NOTIMPL; }
+    HRESULT LockSurfaceDC(const DXBNDS*, ULONG, DWORD, IUnknown**) override { return E_NOTIMPL; }
+    HRESULT SetAppData(std::uintptr_t) override { return E_NOTIMPL; }
+    HRESULT GetAppData(std::uintptr_t*) override { return E_NOTIMPL; }
+
+    DXBNDS bounds{};
+    std::function<void()> callBack;
+};
+
+TEST_F(Frame, WildBoundsAreRefusedByTheViews) {
+    CProbe& probe = Make(kOneInput, 4);
+    CWildSurface wild;
+    const DXBNDS::tAxis all{INT32_MIN, INT32_MAX}, one{0, 1};
+    wild.bounds = {.Axis = {all, all, one, one}};
+    IUnknown* const surface = &wild;
+    ASSERT_EQ(S_OK, probe.Setup(&surface, 1, &surface, 1, 0));
+    const DXVEC corner{.Axis = {INT32_MIN, INT32_MIN, 0, 0}};
+    EXPECT_EQ(S_OK, probe.Execute(nullptr, nullptr, &corner));
+    EXPECT_EQ(4u, probe.Bands().size());
+    for (const DXBNDS::tAxis& axis : {all, DXBNDS::tAxis{5, -5}, DXBNDS::tAxis{INT32_MAX, INT32_MIN}}) {
+        wild.bounds = {.Axis = {axis, axis, one, one}};
+        CKwSurface view;
+        EXPECT_FALSE(view.Lock(&wild, &DDPF_PMARGB32, FALSE));
+        CKwSurface copy;
+        EXPECT_FALSE(copy.Lock(&wild, &KWPF_FLOAT128, TRUE, &wild.bounds));
+    }
+    probe.Setup(nullptr, 0, nullptr, 0, 0);
+}
+
+TEST_F(Frame, NothingIsBoundAnewDuringAFrame) {
+    CProbe& probe = Make(kOneInput);
+    CWildSurface surface;
+    surface.bounds = {.Axis = {{0, 4}, {0, 4}, {0, 1}, {0, 1}}};
+    IUnknown* const bound = &surface;
+    ASSERT_EQ(S_OK, probe.Setup(&bound, 1, &bound, 1, 0));
+    HRESULT unbound = S_OK;
+    surface.callBack = [&] {
+        unbound = probe.Setup(nullptr, 0, nullptr, 0, 0);
+        probe.SetSite(nullptr);
+    };
+    EXPECT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
+    EXPECT_EQ(E_UNEXPECTED, unbound);
+    surface.callBack = nullptr;
+    EXPECT_EQ(S_OK, probe.Setup(nullptr, 0, nullptr, 0, 0));
+    EXPECT_EQ(DXTERR_UNINITIALIZED, probe.Execute(nullptr, nullptr, nullptr));
+}
+
+TEST_F(Frame, ParametersMayChangeFromOtherThreadsDuringBands) {
+    CProbe& probe = Make(kOneInput, 4);
+    larkmoor::MessageQueue page;
+    const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 128, 128);
+    ASSERT_EQ(S_OK, Setup(probe, {picture}, picture));
+    std::atomic<bool> done = false;
+    std::thread setter([&] {
+        while (!done) {
+            const float value = 3.0f;
+            const tTESTPROP record{value, 3, value, value};
+            probe.put_all(const_cast<tTESTPROP*>(&record), sizeof record);
+            probe.put_NotifyWindow(&page, 1);
+            probe.InitNew();
+            probe.put_NotifyWindow(nullptr, 0);
+            probe.SetRampPos(0.5);
+            DWORD flags = 0;
+            probe.GetMiscFlags(&flags);
+            probe.IsDirty();
+        }
+    });
+    for (DWORD i = 0; i < 50; ++i) {
+        probe.SetMiscFlags(i & 3);
+        probe.put_Progress(0.5f);
+        EXPECT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
+    }
+    done = true;
+    setter.join();
+    for (const tTESTPROP& record : probe.m_records)
+        EXPECT_EQ(record.number == 3.0f ? 3 : 2, record.whole) << "a record is seen whole";
 }
 
 TEST_F(Frame, OneProcessorMeansOneBand) {

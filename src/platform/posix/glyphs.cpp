@@ -22,6 +22,7 @@ namespace {
 constexpr LONG kDefaultHeight = 16, kMostHeight = 4096;
 constexpr FT_Pos kMostBox = 8192;                   ///< pixels a side
 constexpr std::size_t kMostPixels = 64u << 20;      ///< of all glyphs that are kept
+constexpr std::size_t kMostTold = 100;              ///< families
 constexpr FT_Matrix kSlant{65536, 13930, 0, 65536}; ///< 12 degrees
 
 template <auto Free>
@@ -70,7 +71,7 @@ void TellReplaced(const std::string& family, FcPattern* found) {
     static std::mutex lock;
     static std::set<std::string> told;
     const std::scoped_lock guard(lock);
-    if (!told.insert(family).second) return;
+    if (told.size() >= kMostTold || !told.insert(family).second) return;
     FcChar8* name = nullptr;
     FcPatternGetString(found, FC_FAMILY, 0, &name);
     std::fprintf(stderr, "larkmoor: the font family \"%s\" is not installed; \"%s\" takes its place\n", family.c_str(),

@@ -1,0 +1,306 @@
+#include "kernels/test_pattern.h"
+
+#include <algorithm>
+#include <atomic>
+#include <set>
+#include <thread>
+
+#include "generators/generator.h"
+
+namespace {
+
+struct tBar {
+    double x0, x1, y0, y1;
+    DWORD color;
+};
+
+std::vector<tBar> Sevenths(std::initializer_list<DWORD> colors, double y0, double y1) {
+    std::vector<tBar> bars;
+    for (const DWORD color : colors) {
+        const double at = static_cast<double>(bars.size());
+        bars.push_back({at / 7, (at + 1) / 7, y0, y1, 0xFF000000 | color});
+    }
+    return bars;
+}
+
+/// The tables once more, in the order of their numbers.
+std::vector<tBar> TableOf(ULONG type) {
+    const DWORD first = type == 6 || type == 8 ? 0xEBEBEB : 0xB4B4B4;
+    const auto whole = [&](double y1) {
+        return Sevenths({first, 0xB4B410, 0x10B4B4, 0x10B410, 0xB410B4, 0xB41010, 0x1010B4}, 0, y1);
+    };
+    if (type == 7 || type == 8) return whole(1);
+    if (type == 0 || type == 6) {
+        auto bars = whole(2.0 / 3);
+        const DWORD blue = type == 6 ? 0x1010EB : 0x1010B4;
+        const auto lower =
+            Sevenths({blue, 0x101010, 0xB410B4, 0x101010, 0x10B4B4, 0x101010, 0xB4B4B4}, 2.0 / 3, 3.0 / 4);
+        bars.insert(bars.end(), lower.begin(), lower.end());
+        if (type == 0) {
+            bars.push_back({0, 1.0 / 6, 0.75, 1, 0xFF102871});
+            bars.push_back({1.0 / 6, 2.0 / 6, 0.75, 1, 0xFFEBEBEB});
+            bars.push_back({2.0 / 6, 3.0 / 6, 0.75, 1, 0xFF4600A5});
+        } else {
+            bars.push_back({0, 0.5, 0.75, 1, 0xFF101010});
+        }
+        bars.push_back({15.0 / 21, 16.0 / 21, 0.75, 1, 0xFF070707});
+        bars.push_back({17.0 / 21, 18.0 / 21, 0.75, 1, 0xFF292929});
+        return bars;
+    }
+    if (type == 3)
+        return {{0.1, 0.2, 0.1, 0.9, 0xFF070707}, {0.3, 0.4, 0.1, 0.9, 0xFF292929}, {0.5, 0.9, 0.1, 0.3, 0xFFEBEBEB},
+                {0.5, 0.9, 0.3, 0.5, 0xFFB4B4B4}, {0.5, 0.9, 0.5, 0.7, 0xFF7D7D7D}, {0.5, 0.9, 0.7, 0.9, 0xFF464646}};
+    const DWORD mask = type == 2 ? 0xFFFFFF00 : 0xFFFFFFFF, low = type == 2 ? 0x10 : 0;
+    std::vector<tBar> bars;
+    const double edges[] = {0.1, 0.3, 0.5, 0.7, 0.9};
+    const DWORD greys[] = {0xFFEBEBEB, 0xFFB4B4B4, 0xFF7D7D7D, 0xFF464646};
+    for (int i = 0; i < 4; ++i) bars.push_back({edges[i], edges[i + 1], 0.1, 0.9, (greys[i] & mask) | low});
+    return bars;
+}
+
+/// The definition, sample by sample and run by run.
+std::vector<DWORD> Literal(ULONG type, LONG width, LONG height, ULONG x, ULONG y, ULONG count) {
+    std::vector<DWORD> row;
+    const double v = static_cast<double>(y) / height;
+    if (type == 4 || type == 5) {
+        for (ULONG i = 0; i < count; ++i) {
+            const double u = static_cast<double>(i + x) / width, t = static_cast<double>(i) / count * 255.0;
+            const bool inside = u >= 0.1 && v >= 0.1 && u <= 0.9 && v <= 0.9;
+            const DWORD grey = inside ? static_cast<DWORD>(u * 255.0) : 0;
+            row.push_back(type == 4 ? inside ? 0xFF000000 | grey * 0x10101 : 0xFF101010
+                                    : 0xFF000000 | static_cast<DWORD>(255.0 - t) << 16 | static_cast<DWORD>(t) << 8 |
+                                          static_cast<DWORD>(v * 255.0));
+        }
+        return row;
+    }
+    const auto table = TableOf(type);
+    while (row.size() < count) {
+        const double u = (static_cast<double>(row.size()) + x) / width;
+        const auto hit = std::find_if(table.begin(), table.end(),
+                                      [&](const tBar& b) { return b.x0 <= u && u <= b.x1 && b.y0 <= v && v <= b.y1; });
+        if (hit == table.end()) {
+            row.push_back(0xFF101010);
+            continue;
+        }
+        const float remainder = static_cast<float>(hit->x1 - u);
+        row.insert(row.end(), static_cast<std::size_t>(static_cast<int>(width * double{remainder} - 0.5) + 1),
+                   hit->color);
+    }
+    return row;
+}
+
+using tRuns = std::vector<std::pair<ULONG, DWORD>>;
+
+tRuns RunsOf(const std::vector<DWORD>& row) {
+    tRuns runs;
+    for (ULONG i = 0; i < row.size(); ++i)
+        if (i == 0 || row[i] != row[i - 1]) runs.emplace_back(i, row[i] & 0xFFFFFF);
+    return runs;
+}
+
+std::vector<DWORD> Filled(ULONG type, LONG width, LONG height, ULONG x, ULONG y, ULONG count) {
+    std::vector<DWORD> row(count);
+    KwFillTestPattern(type, width, height, {row.data(), count, x, y}, count);
+    return row;
+}
+
+TEST(TestPattern, BarsHaveTheirEdgesAtNtscSize) {
+    const auto row = [](ULONG type, ULONG y) { return RunsOf(Filled(type, 720, 486, 0, y, 720)); };
+    const tRuns bars{{0, 0xB4B4B4},   {103, 0xB4B410}, {206, 0x10B4B4}, {309, 0x10B410},
+                     {412, 0xB410B4}, {515, 0xB41010}, {618, 0x1010B4}};
+    EXPECT_EQ(bars, row(0, 0));
+    EXPECT_EQ(bars, row(0, 324)) << "two thirds belong to the row above";
+    EXPECT_EQ((tRuns{{0, 0x1010B4},
+                     {103, 0x101010},
+                     {206, 0xB410B4},
+                     {309, 0x101010},
+                     {412, 0x10B4B4},
+                     {515, 0x101010},
+                     {618, 0xB4B4B4}}),
+              row(0, 325));
+    EXPECT_EQ((tRuns{{0, 0x102871},
+                     {121, 0xEBEBEB},
+                     {241, 0x4600A5},
+                     {361, 0x101010},
+                     {515, 0x070707},
+                     {549, 0x101010},
+                     {583, 0x292929},
+                     {618, 0x101010}}),
+              row(0, 365));
+    EXPECT_EQ((tRuns{{0, 0x101010}, {515, 0x070707}, {549, 0x101010}, {583, 0x292929}, {618, 0x101010}}), row(6, 485));
+}
+
+TEST(TestPattern, FollowsTheDefinitionAtEverySize) {
+    const LONG sizes[][2] = {{720, 486}, {1920, 1080}, {319, 241}, {21, 12}, {7, 3},
+                             {100, 10},  {1, 1},       {1, 50},    {50, 1}};
+    for (const auto& [width, height] : sizes)
+        for (ULONG type = 0; type < kTestPatterns; ++type) {
+            CTestPatternRows rows(type, width, height);
+            const LONG step = height > 500 ? 7 : 1;
+            for (LONG y = 0; y < height; y += step) {
+                const ULONG count = static_cast<ULONG>(width);
+                auto expected = Literal(type, width, height, 0, static_cast<ULONG>(y), count);
+                expected.resize(count);
+                std::vector<DWORD> row(count + 1, 0xDEAD);
+                rows.Fill({row.data(), count, 0, static_cast<ULONG>(y)});
+                ASSERT_EQ(0xDEADu, row.back());
+                row.pop_back();
+                ASSERT_EQ(expected, row) << "type " << type << " at " << width << "x" << height << " row " << y;
+                ASSERT_EQ(expected, Filled(type, width, height, 0, static_cast<ULONG>(y), count));
+            }
+        }
+}
+
+TEST(TestPattern, EdgesThatShow) {
+    EXPECT_EQ(0xFFB4B4B4, Filled(0, 1, 1, 0, 0, 1)[0]);
+    EXPECT_EQ(0xFFB4B4B4, Filled(7, 7, 1, 1, 0, 1)[0]) << "an edge belongs to the bar before it";
+    EXPECT_EQ(0xFF101010, Filled(1, 100, 100, 5, 50, 1)[0]);
+    EXPECT_EQ(0xFF101010, Filled(1, 100, 100, 50, 95, 1)[0]);
+    EXPECT_EQ(0xFFEBEBEB, Filled(1, 100, 100, 10, 50, 1)[0]);
+    const auto ramp = Filled(4, 100, 10, 0, 5, 100);
+    EXPECT_EQ(0xFF191919, ramp[10]);
+    EXPECT_EQ(0xFFE5E5E5, ramp[90]);
+    EXPECT_EQ(0xFF101010, ramp[91]);
+    EXPECT_EQ(0xFFFF0000, Filled(5, 100, 10, 0, 0, 100)[0]);
+    EXPECT_EQ(Filled(5, 100, 10, 0, 3, 50), Filled(5, 100, 10, 50, 3, 50)) << "a request of half a row sweeps all";
+    EXPECT_EQ(Filled(0, 64, 48, 0, 10, 64), Filled(9, 64, 48, 0, 10, 64));
+    EXPECT_EQ(Filled(0, 64, 48, 0, 10, 64), Filled(0xFFFFFFFF, 64, 48, 0, 10, 64));
+}
+
+TEST(TestPattern, ARunGoesOnToItsEndWhereThereIsRoom) {
+    std::vector<DWORD> row(800, 0xDEAD);
+    KwFillTestPattern(0, 720, 486, {row.data(), 10, 100, 0}, row.size());
+    EXPECT_EQ((tRuns{{0, 0xB4B4B4}, {3, 0xB4B410}, {106, 0xDEAD}}), RunsOf(row));
+}
+
+TEST(TestPattern, SizesAndTheirGeneration) {
+    tGenerator bars("DXSTestp");
+    DXBNDS bounds{};
+    ASSERT_EQ(S_OK, bars.surface->GetBounds(&bounds));
+    EXPECT_EQ(320, bounds.Axis[0].Max);
+    EXPECT_EQ(240, bounds.Axis[1].Max);
+    const ULONG before = bars.Generation();
+    EXPECT_EQ(S_OK, bars.Size(320, 240));
+    EXPECT_EQ(before, bars.Generation());
+    EXPECT_EQ(S_OK, bars.Size(64, 48));
+    EXPECT_EQ(S_OK, bars.Size(64, 48));
+    EXPECT_EQ(before + 1, bars.Generation());
+    for (const LONG wrong : {0, -1, INT32_MIN}) {
+        EXPECT_EQ(E_INVALIDARG, bars.Size(wrong, 48));
+        EXPECT_EQ(E_INVALIDARG, bars.Size(64, wrong));
+    }
+    EXPECT_EQ(E_INVALIDARG, bars.sized->InitSurface(nullptr, nullptr, nullptr, nullptr, 0));
+    EXPECT_EQ(before + 1, bars.Generation());
+    ASSERT_EQ(S_OK, bars.Size(INT32_MAX, INT32_MAX));
+    const auto rows = bars.Lock();
+    rows->MoveToXY(INT32_MAX - 2u, INT32_MAX - 1u);
+    DWORD samples[8];
+    rows->Unpack(samples, 8, TRUE);
+    EXPECT_EQ(0xFF101010, samples[0]);
+    EXPECT_EQ(0u, samples[3]) << "beyond the frame";
+}
+
+TEST(TestPattern, ReadersSeeThePictureTheyOpened) {
+    tGenerator bars("DXSTestp");
+    ASSERT_EQ(S_OK, bars.Size(70, 20));
+    EXPECT_EQ(S_OK, bars.persist->IsDirty());
+    ULONG type = 7;
+    ASSERT_EQ(S_OK, bars.dual->put_all(&type, 4));
+    const DXBNDS part = tGenerator::Bounds(35, 5, 60, 15);
+    const auto rows = bars.Lock(&part);
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(S_FALSE, bars.persist->IsDirty());
+    ULONG other = 5;
+    bars.dual->put_all(&other, 4);
+    ASSERT_EQ(S_OK, bars.Size(10, 10));
+    std::vector<DWORD> row(26, 0xDEAD);
+    rows->MoveToXY(0, 9);
+    EXPECT_EQ(row.data(), rows->Unpack(row.data(), 25, TRUE));
+    EXPECT_EQ(0xDEADu, row.back());
+    row.pop_back();
+    EXPECT_EQ(Filled(7, 70, 20, 35, 14, 25), row);
+    DWORD one = 1;
+    rows->Unpack(&one, 1, FALSE);
+    EXPECT_EQ(0u, one) << "moved behind the area";
+    rows->Move(-1);
+    rows->UnpackPremult(&one, 1, FALSE);
+    EXPECT_EQ(row[24], one);
+    rows->MoveToRow(10);
+    rows->Unpack(&one, 1, FALSE);
+    EXPECT_EQ(0u, one);
+
+    for (const DXBNDS& wrong :
+         {tGenerator::Bounds(0, 0, 11, 10), tGenerator::Bounds(-1, 0, 5, 5), tGenerator::Bounds(4, 4, 4, 5)})
+        EXPECT_FALSE(bars.Lock(&wrong));
+    void* out = &one;
+    EXPECT_EQ(E_NOTIMPL, bars.surface->LockSurface(nullptr, 0, 1, &IDXARGBReadPtr::iid, &out, nullptr));
+    EXPECT_EQ(E_NOINTERFACE, bars.surface->LockSurface(nullptr, 0, 0, &IID_KwFloatReadPtr, &out, nullptr));
+    EXPECT_EQ(nullptr, out);
+    bars.dual->put_all(&other, 4);
+    EXPECT_EQ(E_INVALIDARG, bars.dual->get_all(nullptr, 4));
+    ULONG got = 0;
+    EXPECT_EQ(S_OK, bars.dual->get_all(&got, 4));
+    EXPECT_EQ(5u, got);
+    EXPECT_EQ(S_FALSE, bars.persist->IsDirty()) << "asking takes the record";
+}
+
+TEST(TestPattern, ARampStaysAtItsStart) {
+    tGenerator bars("DXSTestp");
+    const ULONG from[1] = {7}, to[1] = {3};
+    const auto a = larkmoor::createMemoryStream(std::as_bytes(std::span(from)));
+    const auto b = larkmoor::createMemoryStream(std::as_bytes(std::span(to)));
+    const auto out = larkmoor::createMemoryStream();
+    ASSERT_EQ(S_OK, bars.ramp->Interpolate(out.Get(), a.Get(), b.Get(), 0.7));
+    const auto bytes = larkmoor::streamContent(out.Get());
+    ASSERT_EQ(4u, bytes.size());
+    EXPECT_EQ(0, std::memcmp(from, bytes.data(), 4));
+}
+
+TEST(TestPattern, CallsByNameAndCache) {
+    tGenerator bars("DXSTestp");
+    std::vector<std::byte> cache(256, std::byte{0x77});
+    EXPECT_EQ(E_POINTER, bars.dual->GetCacheInfo(nullptr));
+    char16_t name[] = u"getCACHEinfo";
+    OLECHAR* names = name;
+    LONG id = 0;
+    ASSERT_EQ(S_OK, bars.dual->GetIDsOfNames(nullptr, &names, 1, 0, &id));
+    VARIANT argument{};
+    argument.vt = VT_PTR;
+    argument.byref = cache.data();
+    DISPPARAMS arguments{&argument, nullptr, 1, 0};
+    ASSERT_EQ(S_OK, bars.dual->Invoke(id, nullptr, 0, DISPATCH_METHOD, &arguments, nullptr, nullptr, nullptr));
+    EXPECT_EQ(64, std::count(cache.begin(), cache.end(), std::byte{0}));
+    const IID known[] = {IDispatch::iid,       IDXSurface::iid,    IDXBaseObject::iid,       IDXSurfaceInit::iid,
+                         IObjectWithSite::iid, IObjectSafety::iid, IPersistPropertyBag::iid, IKwPresets::iid};
+    for (const IID& iid : known) {
+        CComPtr<IUnknown> face;
+        EXPECT_EQ(S_OK, bars.object->QueryInterface(&iid, face.ReceiveVoid()));
+    }
+    CComPtr<IUnknown> none;
+    EXPECT_EQ(E_NOINTERFACE, bars.object->QueryInterface(&IDXEffect::iid, none.ReceiveVoid()));
+    none.Detach();
+}
+
+TEST(TestPattern, ParametersMayChangeWhileItIsRead) {
+    tGenerator bars("DXSTestp");
+    ASSERT_EQ(S_OK, bars.Size(70, 8));
+    ULONG first = 7;
+    bars.dual->put_all(&first, 4);
+    std::atomic<bool> stop{false};
+    std::thread changing([&] {
+        for (ULONG i = 0; !stop; ++i) {
+            ULONG type = 7 + i % 2;
+            bars.dual->put_all(&type, 4);
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        const auto picture = bars.Picture(70, 8);
+        std::set<DWORD> firsts;
+        for (std::size_t y = 0; y < 8; ++y) firsts.insert(picture[y * 70]);
+        EXPECT_EQ(1u, firsts.size());
+    }
+    stop = true;
+    changing.join();
+}
+
+} // namespace
