@@ -112,7 +112,7 @@ void OpenCvMedian(benchmark::State& state) {
     cv::setNumThreads(1);
     tPictures& p = FullHd();
     cv::Mat from = MatOf(p.from), to = MatOf(p.to);
-    for (auto _ : state) cv::medianBlur(from, to, 2 * static_cast<int>(state.range(0)) / 10 + 1);
+    for (auto _ : state) cv::medianBlur(from, to, 2 * (static_cast<int>(state.range(0)) / 10) + 1);
 }
 
 template <int Shape>
@@ -126,22 +126,30 @@ void OpenCvDilate(benchmark::State& state) {
 }
 #endif
 
-// Radii in tenths of a pixel: small, middle and large, whole and broken.
-#define RADII                                                                                                          \
-    ->Arg(20)->Arg(23)->Arg(77)->Arg(240)->Arg(244)->Arg(480)->Arg(957)->Arg(960)->Unit(benchmark::kMillisecond)
-BENCHMARK(Copy)->Unit(benchmark::kMillisecond);
-BENCHMARK(Median<false>) RADII;
-BENCHMARK(Median<true>) RADII;
-BENCHMARK(Max<false>) RADII;
-BENCHMARK(Min<false>) RADII;
-BENCHMARK(Max<true>) RADII;
-BENCHMARK(Min<true>) RADII;
-BENCHMARK(MedianBySize)->Arg(480)->Arg(960)->Arg(1920)->Arg(3840)->Unit(benchmark::kMillisecond);
-BENCHMARK(MaxBySize)->Arg(480)->Arg(960)->Arg(1920)->Arg(3840)->Unit(benchmark::kMillisecond);
+/// Radii in tenths of a pixel: small, middle and large, whole and broken.
+void Radii(benchmark::internal::Benchmark* bench) {
+    for (const int tenths : {20, 23, 77, 240, 244, 480, 957, 960}) bench->Arg(tenths);
+    bench->Unit(benchmark::kMillisecond);
+}
+
+void Widths(benchmark::internal::Benchmark* bench) {
+    for (const int width : {480, 960, 1920, 3840}) bench->Arg(width);
+    bench->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(Copy)->Name("area/copy")->Unit(benchmark::kMillisecond);
+BENCHMARK(Median<false>)->Name("median/rectangle")->Apply(Radii);
+BENCHMARK(Median<true>)->Name("median/ellipse")->Apply(Radii);
+BENCHMARK(Max<false>)->Name("max/rectangle")->Apply(Radii);
+BENCHMARK(Min<false>)->Name("min/rectangle")->Apply(Radii);
+BENCHMARK(Max<true>)->Name("max/ellipse")->Apply(Radii);
+BENCHMARK(Min<true>)->Name("min/ellipse")->Apply(Radii);
+BENCHMARK(MedianBySize)->Name("median/size")->Apply(Widths);
+BENCHMARK(MaxBySize)->Name("max/size")->Apply(Widths);
 #ifdef LARKMOOR_BENCH_OPENCV
-BENCHMARK(OpenCvMedian) RADII;
-BENCHMARK(OpenCvDilate<cv::MORPH_RECT>) RADII;
-BENCHMARK(OpenCvDilate<cv::MORPH_ELLIPSE>) RADII;
+BENCHMARK(OpenCvMedian)->Name("median/opencv")->Apply(Radii);
+BENCHMARK(OpenCvDilate<cv::MORPH_RECT>)->Name("max/opencv rectangle")->Apply(Radii);
+BENCHMARK(OpenCvDilate<cv::MORPH_ELLIPSE>)->Name("max/opencv ellipse")->Apply(Radii);
 #endif
 
 } // namespace

@@ -1,5 +1,5 @@
-// The filters of colour and level as a host runs them, at 1920x1080 in 4-byte pixels, one thread; where OpenCV was found
-// also its nearest operations on the same pictures.
+// The filters of colour and level as a host runs them, at 1920x1080 in 4-byte pixels, one thread; where OpenCV was
+// found also its nearest operations on the same pictures.
 #include "host/module.h"
 #include "row.h"
 
@@ -35,7 +35,7 @@ class CRender {
     void Prepare(CBenchPicture& d, CBenchPicture& s) {
         if (m_opaque)
             for (std::size_t i = 3; i < s.Bytes(); i += 4) s.Data()[i] = 255;
-        static const Module module = Module::load();
+        static const Module module = Module::load(LARKMOOR_MODULE_FILE);
         m_render = std::make_shared<Effect>(module.create(module.find(m_effect)));
         if (m_preset) m_render->applyPreset(m_preset);
         for (const auto& [field, value] : m_settings) m_render->set(field, value);

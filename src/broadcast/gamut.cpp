@@ -18,8 +18,7 @@ static_assert(sizeof(tGAMUTPROP) == 32);
 constexpr tGAMUTPROP kDefault{0.0, 1.0, 0, 1, 0, 0};
 
 constexpr tFieldInfo kFields[] = {
-    KwNumber(KWMEMBER(tGAMUTPROP, lowBound),
-             {"Low bounds:", "How far the lower knee reaches.", 0, 1, 0.001, "$.3f"}),
+    KwNumber(KWMEMBER(tGAMUTPROP, lowBound), {"Low bounds:", "How far the lower knee reaches.", 0, 1, 0.001, "$.3f"}),
     KwNumber(KWMEMBER(tGAMUTPROP, highBound),
              {"Upper bounds:", "How far the upper knee reaches.", 0, 1, 0.001, "$.3f"}),
     KwSwitch(KWMEMBER(tGAMUTPROP, invert), "&Invert out of range colors", "Shows what is still outside 16 to 235."),

@@ -30,87 +30,108 @@ void AdjustRow8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, const tHSL
     }
 }
 
-// The same without branches, eight pixels at a time. A colour is told by its largest, middle and smallest channel and
-// by its sixth of the hue circle: only the middle one depends on the hue, the other two take part in everything.
+// The same without branches, 16 pixels at a time. A colour is told by its largest, middle and smallest channel and by
+// its sixth of the hue circle: only the middle one depends on the hue, the other two take part in everything.
 
-using tReals [[gnu::vector_size(64)]] = double;
-using tWholes [[gnu::vector_size(32)]] = std::int32_t;
+using tWholes [[gnu::vector_size(64)]] = std::int32_t;
+using tHalfWholes [[gnu::vector_size(32)]] = std::int32_t;
+using tReals [[gnu::vector_size(64)]] = double; // of 8 pixels
 
-[[gnu::always_inline]] inline tReals RealsOf(const tWholes& v) {
+/// What the doubles need of a pixel, and what they give.
+struct tHues {
+    tWholes top, middle, bottom;
+    tWholes from;  ///< the hue is this less or plus the middle channel's distance from the top
+    tWholes falls; ///< 1 for less, 0 for plus
+};
+struct tLevels {
+    tHalfWholes high, between, low; ///< 0 to 255
+    tHalfWholes sextant;
+};
+
+[[gnu::always_inline]] inline tReals RealsOf(const tHalfWholes& v) {
     return __builtin_convertvector(v, tReals);
 }
-[[gnu::always_inline]] inline tWholes Truncated(const tReals& v) {
-    return __builtin_convertvector(v, tWholes);
+template <int kPart>
+[[gnu::always_inline]] inline tReals Part(const tWholes& v) {
+    constexpr int k = kPart * 8;
+    return RealsOf(__builtin_shufflevector(v, v, k, k + 1, k + 2, k + 3, k + 4, k + 5, k + 6, k + 7));
+}
+[[gnu::always_inline]] inline tWholes Joined(const tHalfWholes& a, const tHalfWholes& b) {
+    return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+}
+[[gnu::always_inline]] inline tHalfWholes Truncated(const tReals& v) {
+    return __builtin_convertvector(v, tHalfWholes);
 }
 [[gnu::always_inline]] inline tReals Limited(const tReals& v) {
     return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v;
 }
 
-/// Words 0xAARRGGBB of eight pixels. Each operation is that of the plain form on the same operands, or has an exact
-/// result, so the bytes are the same. Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six
-/// parts and all conversions fit.
-[[gnu::always_inline]] inline tWholes Adjusted(const tWholes& word, const tHSLADJUSTPROP& by) {
-    const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
-    const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
-    const tWholes top = larger > b ? larger : b, bottom = smaller < b ? smaller : b;
-    const tWholes middle = r + g + b - top - bottom;
-    const tWholes grey = top == bottom;
-
-    // The hue is 1, 3 or 5 less or plus the middle channel's distance from the top.
-    const tWholes redTop = r == top, greenTop = g == top;
-    const tWholes falls = redTop ? g != bottom : greenTop ? b != bottom : r != bottom;
-    const tWholes from = redTop ? (falls ? 1 : tWholes{} + 5) : greenTop ? (falls ? 3 : tWholes{} + 1)
-                                                                        : (falls ? 5 : tWholes{} + 3);
-
+/// Each operation is that of the plain form on the same operands, or has an exact result, so the bytes are the same.
+/// Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six parts and all conversions fit.
+template <int kPart>
+[[gnu::always_inline]] inline tLevels Adjusted(const tHues& hues, const tHSLADJUSTPROP& by) {
     constexpr double kUnit = 0.00392156862745098;
-    const tReals mx = RealsOf(top) * kUnit, mn = RealsOf(bottom) * kUnit, mid = RealsOf(middle) * kUnit;
-    const tReals sum = mx + mn, d = mx - mn, half = sum * 0.5;
     const tReals one = tReals{} + 1.0;
-    const auto isGrey = d <= 0.0;
+    const tReals mx = Part<kPart>(hues.top) * kUnit, mn = Part<kPart>(hues.bottom) * kUnit;
+    const tReals sum = mx + mn, d = mx - mn, half = sum * 0.5;
     const tReals spread = half <= 0.5 ? sum : 2.0 - mx - mn;
-    tReals saturation = d / (isGrey ? one : spread);
-    const tReals distance = (mx - mid) * (1.0 / (isGrey ? one : d));
-    const tReals h = RealsOf(grey ? 0 : from) + distance * RealsOf(falls | 1);
+    // A grey has the saturation 0 / 1.
+    tReals saturation = d / (d <= 0.0 ? one : spread);
+    const tReals distance = (mx - Part<kPart>(hues.middle) * kUnit) * (1.0 / (d <= 0.0 ? one : d));
+    const tReals h = Part<kPart>(hues.from) + distance * (1.0 - 2.0 * Part<kPart>(hues.falls));
     tReals hue = h * 0.16666666666666666 + by.addHue;
     hue = hue > 1.0 ? hue - 1.0 : hue;
     saturation = Limited(saturation * by.saturation);
     const tReals luminance = Limited(half * by.luminance);
 
-    const tReals M = luminance <= 0.5 ? (saturation + 1.0) * luminance
-                                      : luminance + saturation - luminance * saturation;
+    const tReals M =
+        luminance <= 0.5 ? (saturation + 1.0) * luminance : luminance + saturation - luminance * saturation;
     const tReals m = 2.0 * luminance - M, h6 = hue * 6.0;
-    const tWholes sextant = Truncated(h6);
-    const tReals f = (M - m) / (M <= 0.0 ? one : M) * (h6 - RealsOf(sextant)) * M;
-    const tWholes odd = (sextant & 1) != 0;
-    const tReals between = RealsOf(odd) < 0.0 ? M - f : m + f;
-
-    const tWholes high = Truncated(M * 255.0) & 255, low = Truncated(m * 255.0) & 255;
-    const tWholes other = Truncated(between * 255.0) & 255;
-    const tWholes redHigh = (sextant == 0) | (sextant >= 5), redOther = (sextant == 1) | (sextant == 4);
-    const tWholes greenHigh = (sextant == 1) | (sextant == 2);
-    const tWholes greenOther = (sextant == 0) | (sextant == 3) | (sextant == 6);
-    const tWholes blueHigh = (sextant == 3) | (sextant == 4), blueOther = (sextant == 2) | (sextant == 5);
-    const tWholes alpha = word >> 24 & 255;
-    const auto capped = [&](const tWholes& isHigh, const tWholes& isOther) __attribute__((always_inline)) {
-        const tWholes value = isHigh ? high : isOther ? other : low;
-        return value < alpha ? value : alpha;
-    };
-    return (word & static_cast<std::int32_t>(0xFF000000)) | capped(redHigh, redOther) << 16 |
-           capped(greenHigh, greenOther) << 8 | capped(blueHigh, blueOther);
+    tLevels levels;
+    levels.sextant = Truncated(h6);
+    const tReals rest = h6 - RealsOf(levels.sextant);
+    const tReals f = (M - m) / (M <= 0.0 ? one : M) * rest * M;
+    const tReals odd = RealsOf(levels.sextant & 1);
+    levels.between = Truncated((odd > 0.0 ? M - f : m + f) * 255.0) & 255;
+    levels.high = Truncated(M * 255.0) & 255;
+    levels.low = Truncated(m * 255.0) & 255;
+    return levels;
 }
 
 KWCLONES void AdjustRowWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
-    tWholes words;
-    for (; count >= 8; count -= 8, d += sizeof words, s += sizeof words) {
-        std::memcpy(&words, s, sizeof words);
-        words = Adjusted(words, by);
-        std::memcpy(d, &words, sizeof words);
-    }
-    if (count <= 0) return;
-    words = tWholes{};
-    std::memcpy(&words, s, static_cast<std::size_t>(count) * 4);
-    words = Adjusted(words, by);
-    std::memcpy(d, &words, static_cast<std::size_t>(count) * 4);
+    KwForWide(
+        d, s, count, [&by](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) {
+            const tWholes word = reinterpret_cast<tWholes>(pixels), none = word ^ word;
+            const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
+            const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
+            tHues hues;
+            hues.top = larger > b ? larger : b;
+            hues.bottom = smaller < b ? smaller : b;
+            hues.middle = r + g + b - hues.top - hues.bottom;
+            // Red, green and blue stand at 0, 2 and 4; the hue lies before or behind the largest of them. A grey is at
+            // 0.
+            const tWholes next = r == hues.top ? g : g == hues.top ? b : r;
+            const tWholes base = r == hues.top ? none : g == hues.top ? none + 2 : none + 4;
+            hues.falls = next != hues.bottom ? none + 1 : none;
+            const tWholes from = base - 1 + hues.falls * 2;
+            hues.from = hues.top == hues.bottom ? none : from < 0 ? none + 5 : from;
+
+            const tLevels first = Adjusted<0>(hues, by), second = Adjusted<1>(hues, by);
+            const tWholes sextant = Joined(first.sextant, second.sextant);
+            const tWholes high = Joined(first.high, second.high), low = Joined(first.low, second.low);
+            const tWholes between = Joined(first.between, second.between);
+            // Red is the highest channel in the sixths 0 and 5, the lowest in 2 and 3; green follows two sixths behind,
+            // and blue two behind that. The end of the circle has the colour of its start.
+            const tWholes sixth = sextant < 5 ? sextant : none + 5;
+            const auto channel = [&](int shift) __attribute__((always_inline)) {
+                const tWholes moved = sixth - shift, place = moved < 0 ? moved + 6 : moved;
+                const tWholes mirrored = 5 - place, distance = place < mirrored ? place : mirrored;
+                return distance == 0 ? high : distance == 1 ? between : low;
+            };
+            const tWholes red = channel(0), green = channel(2), blue = channel(4);
+            const tWideBytes colors = reinterpret_cast<tWideBytes>(red << 16 | green << 8 | blue);
+            return KwWideWithAlpha(KwWideMin(colors, KwWideAlpha(pixels)), pixels);
+        });
 }
 
 void AdjustRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {

@@ -22,11 +22,11 @@ bool KwBuildLevelsTable(void* table, LONG bytesPerPixel, const tLEVELSPROP* reco
     const double scale = bytes ? 255.0 : 65535.0;
     for (std::int32_t i = 0; i < (bytes ? 256 : 65536); ++i) {
         std::int64_t entry = 0;
-        if (i >= inHigh) {
-            entry = outHigh;
-        } else if (i >= inLow) {
+        if (i >= inLow && i < inHigh) {
             entry = invGamma == 1.0 ? sum / 16384 : KwTrunc(std::pow(sum * unit, invGamma) * scale) & 0xFF;
             sum = KwWrap32(std::int64_t{sum} + slope);
+        } else if (i >= inLow) {
+            entry = outHigh;
         }
         if (bytes)
             static_cast<std::uint8_t*>(table)[i] = static_cast<std::uint8_t>(entry);

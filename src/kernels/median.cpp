@@ -2,9 +2,9 @@
 
 #include <array>
 #include <cstring>
+#include <exception>
 #include <limits>
 #include <memory>
-#include <new>
 #include <type_traits>
 
 #include "kernels/area_table.h"
@@ -149,9 +149,12 @@ template <class Vector>
 [[gnu::always_inline]] inline auto Total(const Vector& lanes) {
     using tElement = std::remove_cvref_t<decltype(lanes[0])>;
     if constexpr (sizeof(Vector) <= 16) {
-        tElement sum = 0;
-        for (std::size_t i = 0; i < sizeof(Vector) / sizeof(tElement); ++i) sum += lanes[i];
-        return sum;
+        if constexpr (sizeof(tElement) == 8) {
+            return lanes[0] + lanes[1];
+        } else {
+            const Vector pairs = lanes + __builtin_shuffle(lanes, Vector{2, 3, 0, 1});
+            return pairs[0] + pairs[1];
+        }
     } else {
         typedef tElement tHalf __attribute__((vector_size(sizeof(Vector) / 2)));
         tHalf half[2];
@@ -463,6 +466,6 @@ HRESULT KwDibPercentileFilter(const tView& destination, const tView& source, LON
         FilterRect(pair, area, q);
     }
     return S_OK;
-} catch (const std::bad_alloc&) {
+} catch (const std::exception&) { // no memory, or a size beyond any
     return E_OUTOFMEMORY;
 }

@@ -5,8 +5,8 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <memory>
-#include <new>
 #include <span>
 
 #include "kernels/area_table.h"
@@ -132,6 +132,13 @@ KWCLONES tHit* FindHits(const std::uint8_t* at, const std::uint8_t* fullBytes, c
     return hits;
 }
 
+/// The same for one lane.
+tHit* FindLaneHits(const std::uint8_t* at, std::uint8_t full, std::span<const tCell> cells, tHit* hits) {
+    for (const tCell& cell : cells)
+        if (const std::uint8_t sample = at[cell.offset]; sample > full) *hits++ = {cell.weight, 0, sample};
+    return hits;
+}
+
 /// Weighs up the hits of one block.
 class CWeighing {
   public:
@@ -140,7 +147,7 @@ class CWeighing {
 
     tHit* Hits() { return m_hits.data(); }
 
-    /// Stores the values of all lanes that have hits, up to `end`, in the order of the hits.
+    /// Stores the values of all lanes that have hits, these up to `end`.
     void Store(const tHit* end, LONG x, LONG y, const std::uint8_t* full, std::uint8_t* to) {
         std::array<std::uint32_t, kBlock + 1> starts{};
         for (const tHit* hit = m_hits.data(); hit != end; ++hit) ++starts[hit->lane + 1u];
@@ -159,7 +166,6 @@ class CWeighing {
         }
     }
 
-  private:
     /// The value of one channel, given the greatest sample of the cells of full weight.
     std::uint8_t Value(std::span<const tHit> hits, LONG x, LONG y, LONG channel, LONG full) {
         float sum = 0.0f, value = 0.0f;
@@ -191,6 +197,7 @@ class CWeighing {
         return static_cast<std::uint8_t>(KwTrunc(KwClamp(value, 0.0f, 255.0f)));
     }
 
+  private:
     /// True when the samples equal to `full` weigh exactly 1.
     bool IsSingle(LONG x, LONG y, LONG channel, LONG full) const {
         const LONG reachX = m_area.columns - 1, reachY = m_area.rows - 1;
@@ -421,99 +428,91 @@ struct tRimBlock {
     const tConstants& constants;
 };
 
-constexpr int kValues = 4; ///< that are looked at in one block
+constexpr int kValues = 3; ///< that are looked at in one block
+constexpr int kLists = 5;  ///< that they come from: two rows, two columns, and the corners
 
-/// The tops of one lane.
-struct tLaneTops {
-    std::uint8_t value, next, count, nextCount;
-};
-
-[[gnu::always_inline]] inline void JoinLane(tLaneTops& a, tLaneTops b) {
-    const std::uint8_t first = std::max(a.value, b.value);
-    const bool hasA = a.value == first, hasB = b.value == first;
-    const std::uint8_t nextA = hasA ? a.next : a.value, nextB = hasB ? b.next : b.value;
-    const std::uint8_t nextCountA = hasA ? a.nextCount : a.count, nextCountB = hasB ? b.nextCount : b.count;
-    const std::uint8_t second = std::max(nextA, nextB);
-    const std::uint8_t countA = hasA ? a.count : 0, countB = hasB ? b.count : 0;
-    const std::uint8_t secondA = nextA == second ? nextCountA : 0, secondB = nextB == second ? nextCountB : 0;
-    const std::uint8_t room = static_cast<std::uint8_t>(~countA), secondRoom = static_cast<std::uint8_t>(~secondA);
-    a = {first, second, static_cast<std::uint8_t>(countA + std::min(countB, room)),
-         static_cast<std::uint8_t>(secondA + std::min(secondB, secondRoom))};
+[[gnu::always_inline]] inline std::uint8_t Greater(std::uint8_t a, std::uint8_t b) {
+    return a > b ? a : b;
 }
+
+/// Adds up to 255.
+[[gnu::always_inline]] inline std::uint8_t AddCounts(std::uint8_t a, std::uint8_t b) {
+    const std::uint8_t room = static_cast<std::uint8_t>(~a);
+    return static_cast<std::uint8_t>(a + (b < room ? b : room));
+}
+
+/// The values of a list that are yet to be taken, and how often the first two occur. The third stands for all values
+/// below the second: their number is not known, and kept as 0.
+struct alignas(kBlock) tList {
+    std::uint8_t values[3][kBlock], numbers[2][kBlock];
+};
 
 /// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
 /// is.
 KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
                          std::uint8_t* to, std::uint8_t* doubts) {
-    // The highest values, how often each piece has them, and where that is not known.
-    alignas(kBlock) std::uint8_t tops[kValues][kBlock], counts[kValues][3][kBlock], unknown[kValues][kBlock];
-    // Of each piece the values not yet taken, and how often it has the first two.
-    alignas(kBlock) std::uint8_t values[3][3][kBlock], numbers[3][2][kBlock], more[kBlock];
     tBlock full, top;
     Load(fullBytes, full);
     Load(rim.pieces[0], top);
     for (int i = 1; i < kPieces; ++i) TakeMax(top, rim.pieces[i]);
     if (!Beats(top, full)) return false;
 
-    const std::uint8_t* const* piece = rim.pieces;
-    const std::uint8_t *top0 = piece[kTop], *bottom = piece[kBottom], *left0 = piece[kLeft], *right = piece[kRight];
-    const std::uint8_t *topLeft = piece[kTopLeft], *topRight = piece[kTopRight], *bottomLeft = piece[kBottomLeft],
-                       *bottomRight = piece[kBottomRight];
-    const std::ptrdiff_t rp = rim.rowPlane, cp = rim.columnPlane;
-    for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
-        tLaneTops row{top0[i], top0[i + rp], top0[i + 2 * rp], top0[i + 3 * rp]};
-        JoinLane(row, {bottom[i], bottom[i + rp], bottom[i + 2 * rp], bottom[i + 3 * rp]});
-        tLaneTops column{left0[i], left0[i + cp], left0[i + 2 * cp], left0[i + 3 * cp]};
-        JoinLane(column, {right[i], right[i + cp], right[i + 2 * cp], right[i + 3 * cp]});
-        tLaneTops corner{topLeft[i], 0, 1, 0};
-        JoinLane(corner, {topRight[i], 0, 1, 0});
-        JoinLane(corner, {bottomLeft[i], 0, 1, 0});
-        JoinLane(corner, {bottomRight[i], 0, 1, 0});
-        const std::uint8_t floor = fullBytes[i];
-        // Values that count, and a third for those below the second of a piece, whose number is not known: 0.
-        const auto clean = [&](tLaneTops & p) __attribute__((always_inline)) {
-            p = {p.value > floor ? p.value : std::uint8_t{0}, p.next > floor ? p.next : std::uint8_t{0},
-                 p.value > floor ? p.count : std::uint8_t{0}, p.next > floor ? p.nextCount : std::uint8_t{0}};
-            const std::uint8_t lower = static_cast<std::uint8_t>(std::max<std::uint8_t>(p.next, 1) - 1);
-            return lower > floor ? lower : std::uint8_t{0};
-        };
-        const std::uint8_t rowThird = clean(row), columnThird = clean(column), cornerThird = clean(corner);
-        const auto keep = [&](std::size_t p, const tLaneTops& piece, std::uint8_t third)
-            __attribute__((always_inline)) {
-            values[p][0][i] = piece.value;
-            values[p][1][i] = piece.next;
-            values[p][2][i] = third;
-            numbers[p][0][i] = piece.count;
-            numbers[p][1][i] = piece.nextCount;
-        };
-        keep(0, row, rowThird);
-        keep(1, column, columnThird);
-        keep(2, corner, cornerThird);
+    tTops corners, other;
+    LoadSample(rim.pieces[kTopLeft], rim.constants, corners);
+    for (const int corner : {kTopRight, kBottomLeft, kBottomRight}) {
+        LoadSample(rim.pieces[corner], rim.constants, other);
+        Join(corners, other);
     }
-    const auto greater = [](std::uint8_t a, std::uint8_t b) __attribute__((always_inline)) {
-        return a > b ? a : b;
-    };
-    for (int n = 0; n < kValues; ++n)
+    alignas(kBlock) std::uint8_t cornerTops[4 * kBlock];
+    StoreTops(corners, cornerTops, kBlock);
+    const std::uint8_t* const sources[kLists] = {rim.pieces[kTop], rim.pieces[kBottom], rim.pieces[kLeft],
+                                                 rim.pieces[kRight], cornerTops};
+    const std::ptrdiff_t planes[kLists] = {rim.rowPlane, rim.rowPlane, rim.columnPlane, rim.columnPlane, kBlock};
+    tList lists[kLists];
+    for (int p = 0; p < kLists; ++p) {
+        const std::uint8_t* source = sources[p];
+        const std::ptrdiff_t plane = planes[p];
+        tList& list = lists[p];
         for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
-            const std::uint8_t best = greater(greater(values[0][0][i], values[1][0][i]), values[2][0][i]);
-            std::uint8_t isUnknown = 0;
-            for (int p = 0; p < 3; ++p) {
-                const std::uint8_t value = values[p][0][i], next = values[p][1][i], third = values[p][2][i];
-                const std::uint8_t number = numbers[p][0][i], nextNumber = numbers[p][1][i];
-                const std::uint8_t unknownValue = number == 0 ? value : 0;
-                isUnknown = greater(isUnknown, value == best ? unknownValue : 0);
-                counts[n][p][i] = value == best ? number : 0;
-                values[p][0][i] = value == best ? next : value;
-                values[p][1][i] = value == best ? third : next;
-                values[p][2][i] = value == best ? 0 : third;
-                numbers[p][0][i] = value == best ? nextNumber : number;
-                numbers[p][1][i] = value == best ? 0 : nextNumber;
-            }
-            tops[n][i] = best;
-            unknown[n][i] = isUnknown;
+            const std::uint8_t floor = fullBytes[i], value = source[i], next = source[i + plane];
+            const std::uint8_t number = source[i + 2 * plane], nextNumber = source[i + 3 * plane];
+            const std::uint8_t below = static_cast<std::uint8_t>(Greater(next, 1) - 1);
+            list.values[0][i] = value > floor ? value : 0;
+            list.values[1][i] = next > floor ? next : 0;
+            list.values[2][i] = below > floor ? below : 0;
+            list.numbers[0][i] = value > floor ? number : 0;
+            list.numbers[1][i] = next > floor ? nextNumber : 0;
         }
-    for (std::ptrdiff_t i = 0; i < kBlock; ++i)
-        more[i] = greater(greater(values[0][0][i], values[1][0][i]), values[2][0][i]);
+    }
+    // The highest values, how often they occur in rows, columns and corners, and where that is not known.
+    alignas(kBlock) std::uint8_t tops[kValues + 1][kBlock], counts[kValues][3][kBlock], unknown[kValues][kBlock];
+    for (int n = 0; n <= kValues; ++n)
+        for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+            const std::uint8_t best = Greater(Greater(Greater(lists[0].values[0][i], lists[1].values[0][i]),
+                                                      Greater(lists[2].values[0][i], lists[3].values[0][i])),
+                                              lists[4].values[0][i]);
+            tops[n][i] = best;
+            if (n == kValues) continue;
+            std::uint8_t taken[kLists], isUnknown = 0;
+#pragma GCC unroll 5
+            for (int p = 0; p < kLists; ++p) {
+                tList& list = lists[p];
+                const std::uint8_t value = list.values[0][i], next = list.values[1][i], third = list.values[2][i];
+                const std::uint8_t number = list.numbers[0][i], nextNumber = list.numbers[1][i];
+                const std::uint8_t hidden = number == 0 ? value : 0;
+                taken[p] = value == best ? number : 0;
+                isUnknown = Greater(isUnknown, value == best ? hidden : 0);
+                list.values[0][i] = value == best ? next : value;
+                list.values[1][i] = value == best ? third : next;
+                list.values[2][i] = value == best ? 0 : third;
+                list.numbers[0][i] = value == best ? nextNumber : number;
+                list.numbers[1][i] = value == best ? 0 : nextNumber;
+            }
+            unknown[n][i] = isUnknown;
+            counts[n][0][i] = AddCounts(taken[0], taken[1]);
+            counts[n][1][i] = AddCounts(taken[2], taken[3]);
+            counts[n][2][i] = taken[4];
+        }
 
     const LONG turn = weights.turn;
     for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
@@ -531,7 +530,7 @@ KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, co
             sum += weight;
             if (n == 0) first = weight;
         }
-        doubt |= sum < 1.0f ? more[i] : 0;
+        doubt |= sum < 1.0f ? tops[kValues][i] : 0;
         value += (sum < 1.0f ? 1.0f - sum : 0.0f) * static_cast<float>(fullBytes[i] ^ turn);
         const LONG whole = static_cast<LONG>(value);
         const float over = value - static_cast<float>(whole);
@@ -612,7 +611,7 @@ void FilterRect(const tTurned& picture, const tRows& destination, const tAREATAB
         }
         const std::ptrdiff_t reach = std::ptrdiff_t{fullX} * 4;
         tRimBlock rim{{}, blockBytes, stride, *constants};
-        std::fill_n(rim.pieces, kPieces + 0, none.get());
+        std::ranges::fill(rim.pieces, none.get());
         if (hasColumns) {
             rim.pieces[kLeft] = column.get() + side - reach;
             rim.pieces[kRight] = column.get() + side + reach;
@@ -631,20 +630,24 @@ void FilterRect(const tTurned& picture, const tRows& destination, const tAREATAB
                 rim.pieces[kBottomRight] = picture.Row(y + fullY) + reach;
             }
         }
+        std::span<const tCell> inside[kPieces];
+        for (int piece = 0; piece < kPieces; ++piece) inside[piece] = CellsInside(cells[piece], y, height);
         for (std::ptrdiff_t i = 0; i < rowBytes; i += kBlock) {
-            std::array<std::uint8_t, kBlock> values, doubts, floors;
+            std::array<std::uint8_t, kBlock> values, doubts;
             std::memcpy(values.data(), full.get() + i, kBlock);
             TurnRow(values.data(), values.data(), kBlock, picture.turn);
-            if (WeighBlock(rim, full.get() + i, weights, values.data(), doubts.data())) {
-                for (std::size_t lane = 0; lane < kBlock; ++lane)
-                    floors[lane] = doubts[lane] ? full[static_cast<std::size_t>(i) + lane] : 255;
-                tHit* end = weighing.Hits();
-                for (const auto& piece : cells) {
-                    const std::span<const tCell> inside = CellsInside(piece, y, height);
-                    end = FindHits(picture.Row(y) + i, floors.data(), inside.data(), std::ssize(inside), end);
+            if (WeighBlock(rim, full.get() + i, weights, values.data(), doubts.data()))
+                for (std::ptrdiff_t lane = 0; lane < kBlock; ++lane) {
+                    if (!doubts[static_cast<std::size_t>(lane)]) continue;
+                    const std::uint8_t floor = full[static_cast<std::size_t>(i + lane)];
+                    tHit* end = weighing.Hits();
+                    for (int piece = 0; piece < kPieces; ++piece)
+                        if (rim.pieces[piece][lane] > floor)
+                            end = FindLaneHits(picture.Row(y) + i + lane, floor, inside[piece], end);
+                    values[static_cast<std::size_t>(lane)] =
+                        weighing.Value({weighing.Hits(), end}, static_cast<LONG>((i + lane) / 4), y,
+                                       static_cast<LONG>(lane & 3), floor);
                 }
-                weighing.Store(end, static_cast<LONG>(i / 4), y, floors.data(), values.data());
-            }
             std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlock, rowBytes - i)));
             for (const std::uint8_t*& piece : rim.pieces) piece += kBlock;
         }
@@ -775,7 +778,7 @@ HRESULT Filter(const tView& destination, const tView& source, LONG bytesPerPixel
     else
         FilterRect(picture, pair.destination, area);
     return S_OK;
-} catch (const std::bad_alloc&) {
+} catch (const std::exception&) { // no memory, or a size beyond any
     return E_OUTOFMEMORY;
 }
 

@@ -26,21 +26,29 @@ struct tTone8 {
 
 constexpr std::ptrdiff_t kBlock = 512; // pixels whose weights are looked up together
 
-/// `weights` hold that of each pixel in all of its bytes, and reach 16 pixels beyond the last.
+/// Grey and weight of each pixel of a block, both in all of its bytes. The first stage reads neither.
+struct tGreys {
+    alignas(kWideBytes) std::uint8_t grey[kBlock * 4 + kWideBytes]{}, weight[kBlock * 4 + kWideBytes]{};
+};
+
 template <tStage kStage>
 [[gnu::always_inline]] inline void ToneRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
-                                            const tTone8& tone, const std::uint8_t* weights, bool limit) {
+                                            const tTone8& tone, const tGreys& greys, bool limit) {
     const tWideHalves desaturation =
         reinterpret_cast<tWideHalves>(KwWideRepeat(static_cast<std::uint32_t>(tone.desaturation) * 0x00010001u));
     const tWideBytes color = reinterpret_cast<tWideBytes>(KwWideRepeat(tone.color));
     const tWideBytes unlimited = reinterpret_cast<tWideBytes>(KwWideRepeat(limit ? 0 : 0xFFFFFFFF));
     KwForWide(
         d, s, count, [&](const tWideBytes& pixels, std::ptrdiff_t at) __attribute__((always_inline)) {
-            tWideBytes value = KwWideMean(pixels);
+            tWideBytes value;
+            if constexpr (kStage == kDesaturates)
+                value = KwWideMean(pixels);
+            else
+                std::memcpy(&value, greys.grey + at * 4, sizeof value);
             if constexpr (kStage != kTonesGrey) value = KwWideBlend(pixels, value, desaturation);
             if constexpr (kStage != kDesaturates) {
                 tWideHalves weight;
-                std::memcpy(&weight, weights + at * 4, sizeof weight);
+                std::memcpy(&weight, greys.weight + at * 4, sizeof weight);
                 value = KwWideBlend(value, color, weight & 255);
             }
             return KwWideWithAlpha(KwWideMin(value, KwWideAlpha(pixels) | unlimited), pixels);
@@ -48,21 +56,21 @@ template <tStage kStage>
 }
 
 KWCLONES void DesaturateRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                             const std::uint8_t* weights, bool limit) {
-    ToneRow8<kDesaturates>(d, s, count, tone, weights, limit);
+                             const tGreys& greys, bool limit) {
+    ToneRow8<kDesaturates>(d, s, count, tone, greys, limit);
 }
 KWCLONES void DesaturateAndToneRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                                    const std::uint8_t* weights, bool limit) {
-    ToneRow8<kDesaturatesAndTones>(d, s, count, tone, weights, limit);
+                                    const tGreys& greys, bool limit) {
+    ToneRow8<kDesaturatesAndTones>(d, s, count, tone, greys, limit);
 }
 KWCLONES void ToneGreyRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                           const std::uint8_t* weights, bool limit) {
-    ToneRow8<kTonesGrey>(d, s, count, tone, weights, limit);
+                           const tGreys& greys, bool limit) {
+    ToneRow8<kTonesGrey>(d, s, count, tone, greys, limit);
 }
 
 /// The first stage with a weight that no page gives, in 32 bits.
-void DesaturateWildRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                        const std::uint8_t*, bool limit) {
+void DesaturateWildRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone, const tGreys&,
+                        bool limit) {
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
         const std::int32_t grey = static_cast<std::int32_t>(KwMean8(s[i + 2], s[i + 1], s[i]));
         const std::uint8_t a = s[i + 3];
@@ -145,20 +153,20 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
     const tTone8 tone = BytesOf(*record, stage);
     const bool wild = tone.desaturation < 0 || tone.desaturation > 255;
     const auto row = wild                            ? DesaturateWildRow8
-                     : stage == kDesaturates           ? DesaturateRow8
+                     : stage == kDesaturates         ? DesaturateRow8
                      : stage == kDesaturatesAndTones ? DesaturateAndToneRow8
                                                      : ToneGreyRow8;
-    std::uint8_t weights[kBlock * 4 + kWideBytes]{};
+    tGreys greys;
     for (LONG y = 0; y < d.height; ++y)
         for (std::ptrdiff_t x = 0; x < d.width; x += kBlock) {
             auto* const to = d.Row<std::uint8_t>(y) + x * 4;
             const auto* const from = s.Row<std::uint8_t>(y) + x * 4;
             const std::ptrdiff_t count = std::min(kBlock, d.width - x);
             if (stage != kDesaturates) {
-                KwMeanRow(weights, from, count);
-                KwLutRow(weights, weights, count, tone.table.data(), kMapAll, false);
+                KwMeanRow(greys.grey, from, count);
+                KwLutRow(greys.weight, greys.grey, count, tone.table.data(), kMapAll, false);
             }
-            row(to, from, count, tone, weights, limitToAlpha);
+            row(to, from, count, tone, greys, limitToAlpha);
         }
     return S_OK;
 }

@@ -48,8 +48,8 @@ using tWideWords [[gnu::vector_size(kWideBytes)]] = std::uint32_t;
 }
 
 /// Stores `rule(source bytes, index of the first pixel)` to the destination, 16 pixels at a time; what is left at both
-/// ends goes through copies. Blocks begin where the destination is aligned, which saves a third of the time. Rows may be
-/// the same, but must not overlap otherwise.
+/// ends goes through copies. Blocks begin where the destination is aligned, which saves a third of the time. Rows may
+/// be the same, but must not overlap otherwise.
 template <class Rule>
 [[gnu::always_inline]] inline void KwForWide(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, Rule rule) {
     const std::ptrdiff_t bytes = count * 4;

@@ -3,22 +3,22 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <map>
 #include <utility>
 #include <vector>
 
 #include "kernels/picture.h"
 
-/// The weight of the cell at an offset.
+/// The weight of the cell at an offset, for offsets inside a picture.
 class CReferenceArea {
   public:
-    CReferenceArea(float radiusX, float radiusY, bool circular) : m_rx(radiusX), m_ry(radiusY), m_circular(circular) {}
+    CReferenceArea(CTestPicture& picture, float radiusX, float radiusY, bool circular)
+        : m_rx(radiusX), m_ry(radiusY), m_circular(circular), m_columns(picture.Width()) {
+        for (LONG dy = 0; dy < picture.Height(); ++dy)
+            for (LONG dx = 0; dx < picture.Width(); ++dx) m_weights.push_back(Compute(dx, dy));
+    }
 
-    float Weight(LONG dx, LONG dy) {
-        const std::pair<LONG, LONG> key{std::abs(dx), std::abs(dy)};
-        const auto [at, isNew] = m_known.try_emplace(key, 0.0f);
-        if (isNew) at->second = Compute(key.first, key.second);
-        return at->second;
+    float Weight(LONG dx, LONG dy) const {
+        return m_weights[static_cast<std::size_t>(std::abs(dy) * m_columns + std::abs(dx))];
     }
 
   private:
@@ -59,12 +59,13 @@ class CReferenceArea {
 
     float m_rx, m_ry;
     bool m_circular;
-    std::map<std::pair<LONG, LONG>, float> m_known;
+    LONG m_columns;
+    std::vector<float> m_weights;
 };
 
 /// Calls `body` with the four samples and the weight of every cell of the area around (x, y) that lies in the picture.
 template <class Body>
-void ForEachCell(CTestPicture& picture, CReferenceArea& area, LONG x, LONG y, Body&& body) {
+void ForEachCell(CTestPicture& picture, const CReferenceArea& area, LONG x, LONG y, Body&& body) {
     for (LONG row = 0; row < picture.Height(); ++row)
         for (LONG column = 0; column < picture.Width(); ++column)
             if (const float weight = area.Weight(column - x, row - y); weight != 0.0f)

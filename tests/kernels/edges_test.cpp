@@ -116,6 +116,29 @@ TEST(Edges, RectanglesHaveRoundCornersAndAnUntouchedCore) {
             }
 }
 
+TEST(Edges, WideRowsHaveNoSeams) {
+    for (const tInt left : {380 * kPixel + 5, 505 * kPixel, 530 * kPixel}) {
+        CEdgeList list;
+        ASSERT_EQ(S_OK, list.AddRectangle({left, 9 * kPixel, left + 540 * kPixel, 30 * kPixel + 77}));
+        Compare({list.Lines().begin(), list.Lines().end()}, 1100, 45, 21 * kPixel, 12 * kPixel + 3, 0);
+    }
+}
+
+TEST(Edges, AnyListFollowsTheDefinition) {
+    std::minstd_rand random(11);
+    const auto some = [&](tInt most) { return static_cast<tInt>(random() % static_cast<unsigned>(most)); };
+    for (int round = 0; round < 150; ++round) {
+        std::vector<tEDGELINE> lines;
+        for (int i = 0; i < 1 + round % 6; ++i) {
+            const tInt from = some(50 * kPixel) - 10 * kPixel;
+            lines.push_back(
+                {from, from + some(40 * kPixel), some(50 * kPixel) - 10 * kPixel, static_cast<LONG>(some(4))});
+        }
+        Compare(lines, 41, 37, some(9 * kPixel), some(12 * kPixel), round % 3 ? 0 : some(3 * kPixel),
+                {-some(5 * kPixel), some(5 * kPixel)});
+    }
+}
+
 TEST(Edges, TwoFacingEdges) {
     for (const tInt e : {-2 * kPixel, 4 * kPixel, 10 * kPixel})
         Compare({{0, 21 * kPixel, e, 1}, {0, 21 * kPixel, 21 * kPixel - e, 3}}, 21, 21, 3 * kPixel, 4 * kPixel, 500);

@@ -19,7 +19,7 @@ std::uint8_t Extract(const std::array<float, 256>& bins, bool maximum) {
 }
 
 void Reference(CTestPicture& to, CTestPicture& from, float rx, float ry, bool circular, bool maximum) {
-    CReferenceArea area(rx, ry, circular);
+    const CReferenceArea area(from, rx, ry, circular);
     for (LONG y = 0; y < from.Height(); ++y)
         for (LONG x = 0; x < from.Width(); ++x) {
             std::array<std::array<float, 256>, 4> bins{};
