@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "media/alpha.h"
 #include "media/av.h"
 #include "output_file.h"
 
@@ -63,6 +64,7 @@ Step planStep(const Module& module, const EffectRequest& request) {
     using Kind = EffectRequest::Kind;
     Step step;
     step.info = asUsage([&] { return &module.find(request.name); });
+    step.over = request.over;
     Effect effect = module.create(*step.info);
     for (const auto& [kind, text] : request.options) {
         switch (kind) {
@@ -117,29 +119,47 @@ Chain::Chain(const Module& module, std::span<const Step> steps) {
         Effect effect = module.create(*step.info);
         effect.setRecord(step.record);
         if (step.ramp) effect.setRamp(step.ramp->first, step.ramp->second);
-        m_effects.push_back(std::move(effect));
-        m_ramped.push_back(step.ramp.has_value());
+        m_links.push_back({std::move(effect), step.ramp.has_value(), step.over});
     }
 }
 
-void Chain::place(std::size_t effect, double position) {
-    if (m_ramped[effect]) m_effects[effect].setRampPosition(position);
+void Chain::place(Link& link, double position) {
+    if (link.ramped) link.effect.setRampPosition(position);
+}
+
+void Chain::layOver(Link& link, const Surface& from, const Surface& to, double position) {
+    const bool first = !link.drawn;
+    if (first) {
+        const ImageView shape = from.view();
+        link.drawn = Surface::create(shape.format, shape.width, shape.height);
+        link.drawn.setInfo(from.info());
+    }
+    if (first || link.ramped) {
+        place(link, position);
+        link.effect.generate(link.drawn);
+    }
+    larkmoor::layOver(link.drawn.view(), from.view(), to.view());
 }
 
 void Chain::filter(const Surface& input, Surface output, double position) {
     const ImageView shape = input.view();
     Surface from = input;
-    for (std::size_t i = 0; i < m_effects.size(); ++i) {
+    for (std::size_t i = 0; i < m_links.size(); ++i) {
+        Link& link = m_links[i];
         Surface to = output;
-        if (i + 1 < m_effects.size()) {
+        if (i + 1 < m_links.size()) {
             Surface& between = m_between[i % 2];
             if (!between) between = Surface::create(shape.format, shape.width, shape.height);
             between.setInfo(input.info());
             to = between;
         }
-        to.clear();
-        place(i, position);
-        m_effects[i].render(std::span(&from, 1), to);
+        if (link.over) {
+            layOver(link, from, to, position);
+        } else {
+            to.clear();
+            place(link, position);
+            link.effect.render(std::span(&from, 1), to);
+        }
         to.touch();
         from = to;
     }
@@ -147,15 +167,15 @@ void Chain::filter(const Surface& input, Surface output, double position) {
 
 void Chain::join(const Surface& from, const Surface& to, Surface output, double progress) {
     output.clear();
-    place(0, progress);
-    m_effects[0].setProgress(static_cast<float>(progress));
+    place(m_links[0], progress);
+    m_links[0].effect.setProgress(static_cast<float>(progress));
     const std::array inputs{from, to};
-    m_effects[0].render(inputs, output);
+    m_links[0].effect.render(inputs, output);
 }
 
 void Chain::generate(const Surface& output, double position) {
-    place(0, position);
-    m_effects[0].generate(output);
+    place(m_links[0], position);
+    m_links[0].effect.generate(output);
 }
 
 } // namespace larkmoor

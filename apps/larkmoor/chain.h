@@ -15,6 +15,7 @@ namespace larkmoor {
 struct EffectRequest {
     enum class Kind { Preset, Set, Ramp, LoadState, SaveState };
     std::string name;
+    bool over = false;                                 ///< a generator whose picture is laid over what came before it
     std::vector<std::pair<Kind, std::string>> options; ///< as given, in order
 };
 
@@ -24,6 +25,7 @@ struct Step {
     std::vector<std::byte> record;
     std::optional<std::pair<std::vector<std::byte>, std::vector<std::byte>>> ramp; ///< records at both ends
     std::vector<std::string> saveTo;                                               ///< files for the persisted form
+    bool over = false;                                                             ///< as in the request
 };
 
 /// Presets, fields and states in the order given, ramps last. Throws UsageError for names and values that do not fit.
@@ -37,9 +39,10 @@ class Chain {
   public:
     Chain(const Module& module, std::span<const Step> steps);
 
-    bool empty() const { return m_effects.empty(); }
+    bool empty() const { return m_links.empty(); }
 
-    /// Runs filters one after the other. `output` has the form and size of `input` and is cleared first.
+    /// Runs filters and generators to be laid over, one after the other; at least one. `output` has the form and size
+    /// of `input`, and is not its memory.
     /// @param position of the ramps, 0 to 1.
     void filter(const Surface& input, Surface output, double position);
 
@@ -50,10 +53,16 @@ class Chain {
     void generate(const Surface& output, double position);
 
   private:
-    void place(std::size_t effect, double position);
+    /// An effect, and whether it changes from frame to frame.
+    struct Link {
+        Effect effect;
+        bool ramped = false, over = false;
+        Surface drawn = {}; ///< the picture of a generator that is laid over; kept as long as it does not change
+    };
+    static void place(Link& link, double position);
+    static void layOver(Link& link, const Surface& from, const Surface& to, double position);
 
-    std::vector<Effect> m_effects;
-    std::vector<bool> m_ramped;
+    std::vector<Link> m_links;
     Surface m_between[2];
 };
 

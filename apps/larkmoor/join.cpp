@@ -106,7 +106,7 @@ void join(const Module& module, const JoinRequest& request) {
         throw UsageError(fmt::format("{} is no transition; `larkmoor list` names them", info.name));
     const OutputRequest& out = request.output;
 
-    const ReadOptions options{.raw = {}, .start = 0, .frames = -1, .threads = out.threads};
+    const ReadOptions options{.threads = out.threads};
     Reader a(request.first, options), b(request.second, options);
     VideoFacts video = a.video();
     if (a.isPicture() && !b.isPicture()) video.rate = b.video().rate;

@@ -25,12 +25,19 @@ std::string inputCount(const EffectInfo& info) {
     return fmt::format("{} to {}", info.minInputs, info.maxInputs);
 }
 
+std::string idText(const GUID& id) {
+    return fmt::format("{{{:08X}-{:04X}-{:04X}-{:02X}{:02X}-{:02X}}}", id.Data1, id.Data2, id.Data3, id.Data4[0],
+                       id.Data4[1], fmt::join(id.Data4 + 2, id.Data4 + 8, ""));
+}
+
 void list(const Module& module, bool json) {
     if (json) {
         auto rows = nlohmann::ordered_json::array();
         for (const EffectInfo& e : module.effects())
             rows.push_back({{"name", e.name},
                             {"class", e.className},
+                            {"classId", idText(e.clsid)},
+                            {"interfaceId", idText(e.iid)},
                             {"kind", kindName(e.kind)},
                             {"minInputs", e.minInputs},
                             {"maxInputs", e.maxInputs}});

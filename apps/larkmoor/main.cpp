@@ -19,10 +19,15 @@ constexpr int exitFailed = 1, exitUsage = 2;
 /// The options of effects as they stand on the command line, where their order counts.
 class EffectOptions {
   public:
-    /// @param opener the option that starts an effect, or empty when the verb has one effect only.
-    void add(CLI::App& app, const std::string& opener, const std::string& openerHelp) {
+    /// @param chain options that start an effect are wanted; otherwise the verb has one effect only.
+    void add(CLI::App& app, bool chain) {
         using Kind = EffectRequest::Kind;
-        if (!opener.empty()) m_opener = option(app, opener, openerHelp, "NAME");
+        if (chain) {
+            m_effect =
+                option(app, "--effect", "An effect; several make a chain, each with the options after it", "NAME");
+            m_over = option(app, "--over-effect",
+                            "A generator whose picture is laid over what came before it, such as Text", "NAME");
+        }
         m_kinds[option(app, "--preset", "A preset of the effect, by name or number", "NAME")] = Kind::Preset;
         m_kinds[option(app, "--set", "A field's value", "FIELD=VALUE")] = Kind::Set;
         m_kinds[option(app, "--ramp", "A field's value from the first frame to the last", "FIELD=FROM:TO")] =
@@ -37,15 +42,16 @@ class EffectOptions {
         if (first) effects.push_back(*first);
         std::map<const CLI::Option*, std::size_t> seen;
         for (const CLI::Option* given : app.parse_order()) {
-            if (given != m_opener && !m_kinds.contains(given)) continue;
+            const bool opens = given == m_effect || given == m_over;
+            if (!opens && !m_kinds.contains(given)) continue;
             const std::string& value = given->results().at(seen[given]++);
-            if (given == m_opener) {
-                effects.push_back({value, {}});
+            if (opens) {
+                effects.push_back({value, given == m_over, {}});
                 continue;
             }
             if (effects.empty())
-                throw UsageError(fmt::format("{} has to come after the {} it belongs to", given->get_name(),
-                                             m_opener ? m_opener->get_name() : "effect"));
+                throw UsageError(
+                    fmt::format("{} has to come after the --effect or --over-effect it belongs to", given->get_name()));
             effects.back().options.emplace_back(m_kinds.at(given), value);
         }
         return effects;
@@ -56,7 +62,8 @@ class EffectOptions {
         return app.add_option(name, m_texts, help)->type_name(type)->allow_extra_args(false)->take_all();
     }
 
-    CLI::Option* m_opener = nullptr;
+    CLI::Option* m_effect = nullptr;
+    CLI::Option* m_over = nullptr;
     std::map<const CLI::Option*, EffectRequest::Kind> m_kinds;
     std::vector<std::string> m_texts;
 };
@@ -121,12 +128,15 @@ int work(int count, char** arguments) {
     RenderRequest rendering;
     EffectOptions renderEffects;
     OutputOptions renderOutput;
-    std::string start;
+    std::string start, sequenceRate;
     CLI::App& renderApp =
         *app.add_subcommand("render", "Render a clip, a picture or a numbered sequence through effects");
     renderApp.add_option("IN", rendering.input, "What to read, or - for bare frames on standard input")->required();
     renderOutput.add(renderApp);
-    renderEffects.add(renderApp, "--effect", "An effect; several make a chain, each with the options after it");
+    renderEffects.add(renderApp, true);
+    renderApp.add_option("--over", rendering.over, "A clip or picture to lay the result over")->type_name("CLIP");
+    renderApp.add_option("--rate", sequenceRate, "Frames a second of a numbered sequence; 25 by default")
+        ->type_name("R");
     renderApp.add_option("--start", start, "Where to start: seconds or HH:MM:SS.mmm")->type_name("TIME");
     renderApp.add_option("--frames", rendering.frames, "How many frames to render at most")
         ->check(CLI::Range(std::int64_t{1}, INT64_MAX))
@@ -143,7 +153,7 @@ int work(int count, char** arguments) {
     joinApp.add_option("--transition", joining.transition.name, "The transition's name")->required()->type_name("NAME");
     joinApp.add_option("--duration", joinDuration, "How long the clips overlap; one second by default")
         ->type_name("TIME");
-    joinEffects.add(joinApp, "", "");
+    joinEffects.add(joinApp, false);
 
     GenerateRequest generating;
     EffectOptions generateEffects;
@@ -155,7 +165,7 @@ int work(int count, char** arguments) {
     generateApp.add_option("--size", size, "Of the pictures")->required()->type_name("WxH");
     generateApp.add_option("--rate", rate, "Frames a second; 25 by default")->type_name("R");
     generateApp.add_option("--duration", generateDuration, "How long; five seconds by default")->type_name("TIME");
-    generateEffects.add(generateApp, "", "");
+    generateEffects.add(generateApp, false);
 
     try {
         app.parse(count, arguments);
@@ -170,7 +180,9 @@ int work(int count, char** arguments) {
     if (renderApp.parsed()) {
         rendering.output = renderOutput.request();
         rendering.effects = renderEffects.collect(renderApp);
-        if (rendering.effects.empty()) throw UsageError("no --effect given; `larkmoor list` names them");
+        if (rendering.effects.empty() && rendering.over.empty())
+            throw UsageError("no --effect given; `larkmoor list` names them");
+        if (!sequenceRate.empty()) rendering.rate = parseRate(sequenceRate);
         if (!start.empty()) rendering.start = parseTime(start);
     } else if (joinApp.parsed()) {
         joining.output = joinOutput.request();

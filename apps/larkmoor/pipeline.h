@@ -13,7 +13,7 @@ namespace larkmoor {
 /// One frame on its way.
 struct Job {
     std::int64_t index = 0;      ///< in the output, from 0
-    FramePtr first, second;      ///< decoded pictures: none to generate, one to filter, two to join
+    FramePtr first, second;      ///< decoded pictures: none to generate, one to filter, two to join or to lay over
     bool plain = false;          ///< the first picture goes out as it came
     bool fromSecond = false;     ///< and is of a transition's second clip
     double position = 0;         ///< of ramps, or a transition's progress: 0 to 1

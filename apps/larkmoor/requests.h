@@ -29,6 +29,8 @@ struct OutputRequest {
 struct RenderRequest {
     std::string input;
     std::vector<EffectRequest> effects;
+    std::string over;               ///< a clip to lay the pictures over; empty for none
+    std::optional<AVRational> rate; ///< of a numbered sequence
     double start = 0;
     std::int64_t frames = -1;
     OutputRequest output;

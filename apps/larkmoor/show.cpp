@@ -78,9 +78,16 @@ Json fieldJson(const tFieldInfo& field, const EffectInfo& info) {
 }
 
 void showJson(const EffectInfo& info) {
-    Json out{{"name", info.name},           {"description", info.description}, {"class", info.className},
-             {"kind", kindName(info.kind)}, {"minInputs", info.minInputs},     {"maxInputs", info.maxInputs},
-             {"fields", Json::array()},     {"presets", Json::array()}};
+    Json out{{"name", info.name},
+             {"description", info.description},
+             {"class", info.className},
+             {"classId", idText(info.clsid)},
+             {"interfaceId", idText(info.iid)},
+             {"kind", kindName(info.kind)},
+             {"minInputs", info.minInputs},
+             {"maxInputs", info.maxInputs},
+             {"fields", Json::array()},
+             {"presets", Json::array()}};
     for (const tFieldInfo& field : info.fields) out["fields"].push_back(fieldJson(field, info));
     for (const PresetInfo& preset : info.presets) {
         Json values = Json::object();

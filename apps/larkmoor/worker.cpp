@@ -9,7 +9,8 @@ namespace larkmoor {
 namespace {
 
 PixelFormat formFor(const WorkPlan& plan) {
-    if (!plan.steps.empty() && plan.steps.front().info->kind == EffectKind::Generator) return PixelFormat::Argb32;
+    if (!plan.steps.empty() && plan.steps.front().info->kind == EffectKind::Generator && !plan.steps.front().over)
+        return PixelFormat::Argb32;
     return needsFloat(plan.video.format) ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
 }
 
@@ -31,10 +32,41 @@ Surface Worker::surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& imp
         if (!facts.premultiplied) premultiply(viewOf(frame));
         return Surface::wrap(viewOf(frame));
     }
-    if (!memory) memory = Surface::create(m_form, size.width, size.height);
-    importer.run(frame, memory.view(), facts.premultiplied);
+    importer.run(frame, scratch(memory).view(), facts.premultiplied);
     memory.touch();
     return memory;
+}
+
+Surface Worker::scratch(Surface& memory) const {
+    if (!memory) memory = Surface::create(m_form, m_plan.video.width, m_plan.video.height);
+    return memory;
+}
+
+void Worker::draw(Job& job, Surface output) {
+    const tSurfaceInfo info = infoFor(job);
+    output.setInfo(info);
+    if (!job.first) {
+        m_chain.generate(output, job.position);
+        return;
+    }
+    Surface first = surfaceOf(*job.first, m_plan.video, m_firstImporter, m_first);
+    first.setInfo(info);
+    if (!job.second) {
+        m_chain.filter(first, output, job.position);
+        return;
+    }
+    Surface second = surfaceOf(*job.second, m_plan.second, m_secondImporter, m_second);
+    second.setInfo(info);
+    if (!m_chain.empty() && m_plan.steps.front().info->kind == EffectKind::Transition) {
+        m_chain.join(first, second, output, job.position);
+        return;
+    }
+    if (!m_chain.empty()) {
+        scratch(m_front).setInfo(info);
+        m_chain.filter(first, m_front, job.position);
+        first = m_front;
+    }
+    layOver(first.view(), second.view(), output.view());
 }
 
 void Worker::run(Job& job) {
@@ -66,24 +98,9 @@ void Worker::run(Job& job) {
     if (target.format == AV_PIX_FMT_BGRA && m_form != PixelFormat::Float128) {
         output = Surface::wrap(viewOf(out, m_form));
     } else {
-        if (!m_output) m_output = Surface::create(m_form, video.width, video.height);
-        output = m_output;
+        output = scratch(m_output);
     }
-    const tSurfaceInfo info = infoFor(job);
-    output.setInfo(info);
-    if (!job.first) {
-        m_chain.generate(output, job.position);
-    } else {
-        Surface first = surfaceOf(*job.first, video, m_firstImporter, m_first);
-        first.setInfo(info);
-        if (job.second) {
-            Surface second = surfaceOf(*job.second, m_plan.second, m_secondImporter, m_second);
-            second.setInfo(info);
-            m_chain.join(first, second, output, job.position);
-        } else {
-            m_chain.filter(first, output, job.position);
-        }
-    }
+    draw(job, output);
     output.touch();
     m_exporter.run(output.view(), out, m_plan.sink.premultiplied());
 }

@@ -14,7 +14,7 @@ struct WorkPlan {
     const Module& module;
     std::span<const Step> steps;
     VideoFacts video;  ///< of the pictures that come in, or are to be generated
-    VideoFacts second; ///< of a transition's second clip
+    VideoFacts second; ///< of a transition's second clip, or of the one below the pictures
     const FrameSink& sink;
     const FramePool& frames; ///< in the sink's format
 };
@@ -28,6 +28,8 @@ class Worker {
 
   private:
     Surface surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& importer, Surface& memory);
+    Surface scratch(Surface& memory) const;
+    void draw(Job& job, Surface output);
     tSurfaceInfo infoFor(const Job& job) const;
 
     const WorkPlan& m_plan;
@@ -35,7 +37,7 @@ class Worker {
     Chain m_chain;
     Importer m_firstImporter, m_secondImporter;
     Exporter m_exporter;
-    Surface m_first, m_second, m_output;
+    Surface m_first, m_second, m_front, m_output;
 };
 
 } // namespace larkmoor

@@ -114,6 +114,33 @@ TEST(Alpha, MultipliesAndDividesToTheNearest) {
     EXPECT_EQ(bright[1], 255);
 }
 
+TEST(Alpha, LaysOneOverTheOtherToTheNearest) {
+    // Every alpha above every colour below, in a width that leaves a rest behind any vector.
+    constexpr int width = 257, height = 256;
+    std::vector<std::uint8_t> front(width * height * 4), back(front.size()), out(front.size());
+    std::mt19937 random(3);
+    for (std::size_t i = 0; i < front.size(); ++i) {
+        back[i] = static_cast<std::uint8_t>(i / 4 % width % 256);
+        front[i] = static_cast<std::uint8_t>(i % 4 == 3 ? i / 4 / width : random());
+    }
+    const auto view = [](std::vector<std::uint8_t>& pixels) {
+        return ImageView{reinterpret_cast<std::byte*>(pixels.data()), width, height, 4 * width};
+    };
+    layOver(view(front), view(back), view(out));
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const int clear = 255 - front[i | 3];
+        ASSERT_EQ(out[i], std::min(255, front[i] + (back[i] * clear + 127) / 255)) << i;
+    }
+    float above[8] = {0.25f, 0.5f, 2.0f, 0.5f, 0, 0, 0, 0}, below[8] = {1, 0.5f, 4.0f, 1, 0.1f, 0.2f, 0.3f, 0.4f};
+    float mixed[8];
+    const auto floats = [](float* pixels) {
+        return ImageView{reinterpret_cast<std::byte*>(pixels), 2, 1, 32, PixelFormat::Float128};
+    };
+    layOver(floats(above), floats(below), floats(mixed));
+    const float want[8] = {0.75f, 0.75f, 4.0f, 1, 0.1f, 0.2f, 0.3f, 0.4f};
+    for (int i = 0; i < 8; ++i) EXPECT_EQ(mixed[i], want[i]) << i;
+}
+
 TEST(Values, TimesRatesAndSizes) {
     EXPECT_EQ(parseTime("90.5"), 90.5);
     EXPECT_EQ(parseTime("1:30.5"), 90.5);

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "apps/command.h"
 
 namespace {
@@ -87,7 +89,17 @@ TEST_F(RenderTest, SoundStampsTagsAndChaptersPass) {
     const Outcome webm = larkmoor("render in.mkv -o out.webm --effect Invert --frames 5");
     ASSERT_EQ(webm.status, 0) << webm.err;
     EXPECT_NE(webm.err.find("encoded anew as opus"), std::string::npos);
-    EXPECT_EQ(probe("out.webm", "stream=codec_type"), "video\naudio\n");
+    EXPECT_EQ(probe("out.webm", "stream=codec_name"), "vp9\nopus\nwebvtt\n");
+
+    // Text finds its way into a movie file, too, at the times it had.
+    const Outcome movie = larkmoor("render in.mkv -o out.mp4 --effect Invert");
+    ASSERT_EQ(movie.status, 0) << movie.err;
+    const auto text = [&](const std::string& file) {
+        return shell("ffmpeg -nostdin -v error -i " + file + " -map 0:s -f srt -").out;
+    };
+    EXPECT_NE(movie.err.find("encoded anew as mov_text"), std::string::npos);
+    EXPECT_NE(text("in.mkv").find("hello"), std::string::npos);
+    EXPECT_EQ(text("out.mp4"), text("in.mkv"));
 }
 
 TEST_F(RenderTest, StartAndFramesCutAllStreams) {
@@ -116,6 +128,8 @@ TEST_F(RenderTest, SequencesKeepTheirNumbers) {
     const Outcome gap = larkmoor("render in%03d.png -o gap.mkv --codec ffv1 --effect Invert");
     EXPECT_EQ(gap.status, 0);
     EXPECT_NE(gap.err.find("no number 100"), std::string::npos);
+    ASSERT_EQ(larkmoor("render in%03d.png -o slow.mkv --codec ffv1 --rate 10 --effect Invert").status, 0);
+    EXPECT_EQ(probe("slow.mkv", "stream=r_frame_rate"), "10/1\n");
     EXPECT_EQ(larkmoor("render in%03d.png -o one.png --effect Invert").status, 1);
     EXPECT_FALSE(exists("one.png"));
 }
@@ -144,6 +158,100 @@ TEST_F(RenderTest, RampsRunFromTheFirstFrameToTheLast) {
               0);
     EXPECT_NEAR(static_cast<unsigned char>(content("out.raw")[0]), 40, 1);
     EXPECT_EQ(larkmoor("render - --raw 2x2:gray:25 -o - --effect Invert --ramp amount=0:1 </dev/zero").status, 2);
+}
+
+TEST_F(RenderTest, ClearPicturesLieOverAnotherClip) {
+    clip("above.png", "-vf format=bgra,geq=r=X:g=Y:b='X+Y':a='X*3' -frames:v 1 -pix_fmt rgba");
+    clip("below.png", "-frames:v 1 -pix_fmt rgb24");
+    for (const std::string name : {"above", "below"}) ffmpeg("-i " + name + ".png -f rawvideo -pix_fmt bgra " + name);
+    const Outcome outcome = larkmoor("render above.png -o out.raw --raw bgra --over below.png");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    const std::string above = content("above"), below = content("below"), out = content("out.raw");
+    ASSERT_EQ(out.size(), above.size());
+    const auto at = [](const std::string& picture, std::size_t i) { return static_cast<unsigned char>(picture[i]); };
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const int alpha = at(above, i | 3);
+        const int colour = i % 4 == 3 ? alpha : (at(above, i) * alpha + 127) / 255;
+        ASSERT_EQ(at(out, i), colour + (at(below, i) * (255 - alpha) + 127) / 255) << i;
+    }
+}
+
+TEST_F(RenderTest, TheClipBelowIsCutOrHeldToTheOneAbove) {
+    clip("clear.mkv", "-vf format=bgra,colorchannelmixer=aa=0 -c:v ffv1");
+    for (const std::string seconds : {"0.4", "2"}) clip("b" + seconds + ".mkv", "-pix_fmt bgr0 -c:v ffv1", seconds);
+    ASSERT_EQ(larkmoor("render clear.mkv -o long.mkv --pixel-format bgr0 --over b2.mkv --threads 3").status, 0);
+    EXPECT_EQ(frames("long.mkv", "bgr0"), frames("b2.mkv", "bgr0").substr(0, frames("long.mkv", "bgr0").size()));
+    const Outcome held = larkmoor("render clear.mkv -o held.mkv --pixel-format bgr0 --over b0.4.mkv");
+    ASSERT_EQ(held.status, 0);
+    EXPECT_NE(held.err.find("b0.4.mkv ends first"), std::string::npos);
+    std::string want = frames("b0.4.mkv", "bgr0");
+    const std::string last = want.substr(want.size() / 10 * 9);
+    for (int i = 10; i < 25; ++i) want += last;
+    EXPECT_EQ(frames("held.mkv", "bgr0"), want);
+    // A clip that drops frames keeps step with the one below by time.
+    clip("gaps.mkv", "-vf \"select='not(between(n,5,9))',format=bgra,colorchannelmixer=aa=0\" -vsync vfr -c:v ffv1");
+    ASSERT_EQ(larkmoor("render gaps.mkv -o late.mkv --pixel-format bgr0 --over b2.mkv").status, 0);
+    const std::string late = frames("late.mkv", "bgr0"), all = frames("b2.mkv", "bgr0");
+    ASSERT_EQ(std::ranges::count(late, '\n'), 20);
+    EXPECT_EQ(late.substr(late.size() / 20 * 19), all.substr(all.size() / 50 * 24, all.size() / 50));
+}
+
+MATCHER_P(Within, distance, "") {
+    return std::abs(std::get<0>(arg) - std::get<1>(arg)) <= distance;
+}
+
+TEST_F(RenderTest, AKeyedPictureLiesOverAClip) {
+    ffmpeg("-f lavfi -i color=0x00FF00:size=96x64:rate=25:duration=0.2 -vf "
+           "format=bgr0,drawbox=x=32:y=16:w=32:h=32:color=red:t=fill -c:v ffv1 green.mkv");
+    ffmpeg("-f lavfi -i color=0x2040C0:size=48x32:rate=25:duration=0.2 -vf format=bgr0 -c:v ffv1 blue.mkv");
+    const Outcome outcome = larkmoor("render green.mkv -o out.raw --raw bgr24 --effect 'Chroma Keyer' "
+                                     "--preset 'Pure Green Screen' --over blue.mkv");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.err.find("48x32 to 96x64"), std::string::npos);
+    const std::string out = content("out.raw");
+    ASSERT_EQ(out.size(), 5u * 96 * 64 * 3);
+    const auto pixel = [&](std::size_t frame, std::size_t x, std::size_t y) {
+        std::vector<int> bytes;
+        for (std::size_t c = 0; c < 3; ++c)
+            bytes.push_back(static_cast<unsigned char>(out[((frame * 64 + y) * 96 + x) * 3 + c]));
+        return bytes;
+    };
+    for (const std::size_t frame : {0, 4}) {
+        // Scaling takes its way through luma and chroma.
+        for (const auto& [x, y] : {std::pair<std::size_t, std::size_t>(2, 2), {93, 61}})
+            EXPECT_THAT(pixel(frame, x, y), testing::Pointwise(Within(2), {0xC0, 0x40, 0x20}));
+        const std::vector<int> box = pixel(frame, 48, 32);
+        EXPECT_GT(box[2], 240);
+        EXPECT_LT(std::max(box[0], box[1]), 10);
+    }
+}
+
+TEST_F(RenderTest, GeneratorsLieOverThePicture) {
+    clip("in.mkv", "-vf format=gray,geq=lum=40 -pix_fmt bgr0 -c:v ffv1", "0.2");
+    // The pattern covers everything.
+    ASSERT_EQ(larkmoor("render in.mkv -o bars.raw --raw bgra --effect Invert --over-effect 'Test Pattern'").status, 0);
+    ASSERT_EQ(larkmoor("generate 'Test Pattern' -o one.raw --raw bgra --size 96x64 --duration 0.2").status, 0);
+    EXPECT_TRUE(content("bars.raw") == content("one.raw"));
+
+    const std::string title =
+        " --effect Invert --over-effect Text --set text=Wind --set font='Liberation Sans Bold 20' "
+        "--set fore=#FF0000FF --ramp tracking=0.5:1.5 --effect Invert ";
+    for (const std::string threads : {"1", "3"})
+        ASSERT_EQ(
+            larkmoor("render in.mkv -y -o title" + threads + ".raw --raw bgr24 --threads " + threads + title).status,
+            0);
+    const std::string out = content("title1.raw");
+    EXPECT_TRUE(out == content("title3.raw"));
+    constexpr std::size_t frame = 96 * 64 * 3;
+    ASSERT_EQ(out.size(), 5 * frame);
+    EXPECT_NE(out.substr(0, frame), out.substr(4 * frame));
+    for (std::size_t f = 0; f < 5; ++f) {
+        // Red, inverted by the effect that comes after it, on a ground that was inverted twice.
+        const std::string picture = out.substr(f * frame, frame);
+        EXPECT_EQ(picture.substr(0, 3), "\x28\x28\x28");
+        EXPECT_NE(picture.find(std::string("\xFF\xFF\0", 3)), std::string::npos) << f;
+    }
 }
 
 TEST_F(RenderTest, StatesComeBack) {
@@ -179,6 +287,13 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
         {"render in.mp4 -o none/x.mp4 --effect Invert", 1, "no such folder"},
         {"render in.mp4 -o /dev/full --raw bgra --effect Invert", 1, "No space left"},
         {"render in.mp4 -o x.mp4", 2, "--effect"},
+        {"render in.mp4 -o x.mp4 --over none.mp4", 1, "none.mp4"},
+        {"render in.mp4 -o x.mp4 --over a.wav", 1, "no pictures"},
+        {"render in.mp4 -o x.mp4 --over -", 2, "--raw"},
+        {"render in.mp4 -o x.mp4 --over-effect Invert", 2, "lay over"},
+        {"render in.mp4 -o x.mp4 --effect 'Test Pattern'", 2, "--over-effect"},
+        {"render in.mp4 -o x.mp4 --effect Invert --rate 10", 2, "--rate"},
+        {"render in.mp4 -o x.mp4 --effect Invert --rate fast", 2, "frame rate"},
         {"render in.mp4 -o x.xyz --effect Invert", 2, "ending"},
         {"render in.mp4 -o x.mp4 --effect Invrt", 2, "Invert"},
         {"render in.mp4 -o x.mp4 --effect Invert --set amont=1", 2, "amount"},
@@ -226,6 +341,12 @@ TEST_F(RenderTest, SignalsLeaveNothing) {
 TEST_F(RenderTest, ListAndShowTellOfInvert) {
     EXPECT_NE(larkmoor("list").out.find("DXTInvert"), std::string::npos);
     EXPECT_NE(larkmoor("list --json").out.find("\"class\": \"DXTInvert\""), std::string::npos);
+    for (const std::string verb : {"list", "show invert"}) {
+        const std::string json = larkmoor(verb + " --json").out;
+        for (const std::string key : {"classId", "interfaceId"})
+            EXPECT_THAT(json,
+                        testing::ContainsRegex("\"" + key + "\": \"\\{[0-9A-F]{8}-([0-9A-F]{4}-){3}[0-9A-F]{12}\\}\""));
+    }
     EXPECT_NE(larkmoor("show invert").out.find("amount"), std::string::npos);
     EXPECT_NE(larkmoor("show DXTInvert --json").out.find("\"default\": \"1\""), std::string::npos);
     EXPECT_EQ(larkmoor("--help").status, 0);

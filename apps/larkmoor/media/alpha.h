@@ -13,4 +13,9 @@ void premultiply(const ImageView& image);
 /// becomes 0. Opaque pixels keep their bytes.
 void unpremultiply(const ImageView& image);
 
+/// Lays one premultiplied picture over another: front + back * (1 - the front's alpha), rounded to nearest and limited
+/// to full scale in the 8-bit form (Porter and Duff, "Compositing digital images", 1984).
+/// @param front, back, out three different pictures of one size and form.
+void layOver(const ImageView& front, const ImageView& back, const ImageView& out);
+
 } // namespace larkmoor

@@ -213,6 +213,20 @@ bool ContainerSink::reencodeSound(const AVStream& from, Passage& passage) {
     return true;
 }
 
+bool ContainerSink::reencodeSubtitles(const AVStream& from, Passage& passage) {
+    if (from.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) return false;
+    try {
+        passage.subtitles = std::make_unique<SubtitleEncoder>(m_container, from);
+    } catch (const Error&) {
+        return false;
+    }
+    passage.stream = addStream();
+    avCheck(avcodec_parameters_from_context(passage.stream->codecpar, &passage.subtitles->context()),
+            "write " + m_name);
+    passage.stream->time_base = from.time_base;
+    return true;
+}
+
 void ContainerSink::passStreams(Reader& source) {
     if (isPictureContainer(m_container)) return;
     const AVFormatContext& from = source.container();
@@ -221,16 +235,16 @@ void ContainerSink::passStreams(Reader& source) {
         const bool cover = stream.disposition & AV_DISPOSITION_ATTACHED_PIC;
         if (&stream == &source.videoStream() || (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !cover)) continue;
         Passage passage;
-        if (!copyStream(stream, passage) && !reencodeSound(stream, passage)) {
+        if (!copyStream(stream, passage) && !reencodeSound(stream, passage) && !reencodeSubtitles(stream, passage)) {
             const AVMediaType type = stream.codecpar->codec_type;
             if (type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_SUBTITLE)
                 warn(fmt::format("{} does not take {}; it is left out", m_name, kindOf(stream)));
             continue;
         }
         if (!passage.stream) continue;
-        if (passage.encoder)
+        if (passage.encoder || passage.subtitles)
             warn(fmt::format("{} does not take {}; it is encoded anew as {}", m_name, kindOf(stream),
-                             avcodec_get_name(passage.encoder->context().codec_id)));
+                             avcodec_get_name(passage.stream->codecpar->codec_id)));
         copyMetadata(stream.metadata, &passage.stream->metadata);
         passage.stream->disposition = stream.disposition;
         passage.unit = stream.time_base;
@@ -330,6 +344,10 @@ void ContainerSink::writeSide(PacketPtr packet) {
     Passage& passage = found->second;
     if (passage.encoder) {
         passSound(passage, packet.get());
+        return;
+    }
+    if (passage.subtitles) {
+        passage.subtitles->write(*packet, [&](PacketPtr text) { put(std::move(text), *passage.stream, passage.unit); });
         return;
     }
     // Stamps out of order, as some clips have them, are moved as little as a muxer needs.

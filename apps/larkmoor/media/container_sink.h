@@ -7,6 +7,7 @@
 #include "media/audio_encoder.h"
 #include "media/encoder.h"
 #include "media/sink.h"
+#include "media/subtitle_encoder.h"
 
 namespace larkmoor {
 
@@ -19,8 +20,8 @@ class ContainerSink : public FrameSink {
                   const EncodeOptions& options, const Reader* like);
     ~ContainerSink() override;
 
-    /// Carries the other streams of a clip: copied where the container takes them, sound encoded anew where it does
-    /// not, else left out with a warning. Call before `begin`.
+    /// Carries the other streams of a clip: copied where the container takes them, sound and text encoded anew where
+    /// it does not, else left out with a warning. Call before `begin`.
     void passStreams(Reader& source);
 
     /// Sound that comes as samples through `writeSound`. Call before `begin`.
@@ -45,6 +46,7 @@ class ContainerSink : public FrameSink {
         std::int64_t lastStamp = AV_NOPTS_VALUE;
         CodecPtr decoder;
         std::unique_ptr<AudioEncoder> encoder;
+        std::unique_ptr<SubtitleEncoder> subtitles;
     };
 
     void drain();
@@ -54,6 +56,7 @@ class ContainerSink : public FrameSink {
     bool copyStream(const AVStream& from, Passage& passage);
     void attachCover(const AVStream& from);
     bool reencodeSound(const AVStream& from, Passage& passage);
+    bool reencodeSubtitles(const AVStream& from, Passage& passage);
     void copyChapters(const Reader& from);
     [[noreturn]] void fail(int code) const;
 

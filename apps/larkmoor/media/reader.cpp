@@ -108,7 +108,10 @@ void Reader::open() {
         m_files = (gap == numbers.end() ? numbers.back() : *gap) - numbers.front() + 1;
         kind = av_find_input_format("image2");
         settings.set("start_number", std::to_string(numbers.front()));
+        if (m_options.rate) settings.set("framerate", fmt::format("{}/{}", m_options.rate->num, m_options.rate->den));
     }
+    if (m_options.rate && !m_number)
+        throw UsageError(fmt::format("--rate is for a numbered sequence, and {} is none", m_name));
 
     AVFormatContext* context = nullptr;
     const int status = avformat_open_input(&context, url.c_str(), kind, settings.get());

@@ -20,10 +20,11 @@ struct RawFormat {
 };
 
 struct ReadOptions {
-    std::optional<RawFormat> raw; ///< read the input as bare frames of this kind
-    double start = 0;             ///< seconds from the start of the clip
-    std::int64_t frames = -1;     ///< at most so many; -1 for all
-    int threads = 1;              ///< for decoding
+    std::optional<RawFormat> raw;   ///< read the input as bare frames of this kind
+    std::optional<AVRational> rate; ///< of a numbered sequence; 25 without it
+    double start = 0;               ///< seconds from the start of the clip
+    std::int64_t frames = -1;       ///< at most so many; -1 for all
+    int threads = 1;                ///< for decoding
 };
 
 /// What a clip's pictures are, read off the first of them.
