@@ -1,0 +1,184 @@
+#include "descriptions.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <fmt/format.h>
+
+namespace larkmoor::frei0r {
+namespace {
+
+/// Whole numbers with up to this many values are offered as a list.
+constexpr double kLongestList = 256;
+
+std::string xml(std::string_view text) {
+    std::string escaped;
+    for (const char c : text) switch (c) {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        default:
+            escaped += c;
+        }
+    return escaped;
+}
+
+/// Between double quotes, which MLT's reader does not know how to escape.
+std::string yaml(std::string text) {
+    std::ranges::replace(text, '"', '\'');
+    return '"' + text + '"';
+}
+
+std::string colorText(const f0r_param_color_t& color) {
+    const auto byte = [](float channel) { return std::lround(std::clamp(channel, 0.0f, 1.0f) * 255); };
+    return fmt::format("0x{:02x}{:02x}{:02x}ff", byte(color.r), byte(color.g), byte(color.b));
+}
+
+std::string initialText(const Parameter& parameter) {
+    if (const auto* color = std::get_if<f0r_param_color_t>(&parameter.initial)) return colorText(*color);
+    if (const auto* text = std::get_if<std::string>(&parameter.initial)) return *text;
+    return fmt::format("{:.15g}", std::get<double>(parameter.initial));
+}
+
+/// Values with their words, for a list.
+struct List {
+    std::vector<std::string> values, words;
+};
+
+List listOf(const Parameter& parameter) {
+    List list;
+    const auto add = [&](double value, std::string word) {
+        list.values.push_back(fmt::format("{:.15g}", value));
+        // Commas stand between the words.
+        for (std::size_t at; (at = word.find(',')) != std::string::npos;) word.replace(at, 1, " /");
+        list.words.push_back(std::move(word));
+    };
+    for (std::size_t i = 0; i < parameter.choices.size(); ++i)
+        add(parameter.normal(static_cast<double>(i)), parameter.choices[i]);
+    if (list.values.empty() && parameter.whole && parameter.maximum - parameter.minimum < kLongestList)
+        for (double value = parameter.minimum; value <= parameter.maximum; ++value)
+            add(parameter.normal(value), fmt::format("{}", value));
+    return list;
+}
+
+std::string joined(const std::vector<std::string>& texts, const char* between) {
+    return fmt::format("{}", fmt::join(texts, between));
+}
+
+std::string kdenliveParameter(const Parameter& parameter, std::size_t index) {
+    std::string title = parameter.title, shape;
+    if (parameter.role == Role::Progress) {
+        shape = R"(type="switch" default="0=0;-1=1" min="0=0;-1=1" max="0=1;-1=0")";
+        title = "Reverse";
+    } else if (parameter.type == F0R_PARAM_BOOL) {
+        shape = fmt::format(R"(type="bool" default="{}")", initialText(parameter));
+    } else if (parameter.type == F0R_PARAM_COLOR) {
+        shape = fmt::format(R"(type="color" default="{}")", initialText(parameter));
+    } else if (parameter.type == F0R_PARAM_STRING) {
+        shape = fmt::format(R"(type="keywords" default="{}" paramlist="")", xml(initialText(parameter)));
+    } else if (const List list = listOf(parameter); !list.values.empty()) {
+        return fmt::format("    <parameter type=\"list\" name=\"{}\" default=\"{}\" paramlist=\"{}\">\n"
+                           "        <paramlistdisplay>{}</paramlistdisplay>\n"
+                           "        <name>{}</name>\n        <comment>{}</comment>\n    </parameter>\n",
+                           index, initialText(parameter), joined(list.values, ";"), xml(joined(list.words, ",")),
+                           xml(title), xml(parameter.help));
+    } else {
+        // A slider shows the number times a factor, so a range that does not begin at 0 is shown in per cent.
+        const bool fromZero = parameter.minimum == 0 && parameter.maximum > 0;
+        if (!fromZero)
+            title += fmt::format(" ({:g} to {:g}{}{})", parameter.minimum, parameter.maximum,
+                                 parameter.unit.empty() ? "" : " ", parameter.unit);
+        const double factor = fromZero ? parameter.maximum : 100;
+        const std::string suffix = fromZero ? parameter.unit : "%";
+        const int decimals = std::clamp(3 - static_cast<int>(std::floor(std::log10(factor))), 0, 3);
+        const bool animated = !parameter.field || parameter.field->ramp != KWRAMP_START;
+        shape = fmt::format(R"(type="{}" default="{}" min="0" max="{:.10g}" factor="{:.10g}" decimals="{}"{})",
+                            animated ? "animated" : "constant", initialText(parameter), factor, factor, decimals,
+                            suffix.empty() ? "" : " suffix=\" " + xml(suffix) + '"');
+    }
+    return fmt::format("    <parameter {} name=\"{}\">\n        <name>{}</name>\n        <comment>{}</comment>\n"
+                       "    </parameter>\n",
+                       shape, index, xml(title), xml(parameter.help));
+}
+
+const char* kindOf(const Plugin& plugin, const char* filter, const char* transition, const char* source) {
+    return plugin.type == F0R_PLUGIN_TYPE_MIXER2 ? transition : plugin.type == F0R_PLUGIN_TYPE_SOURCE ? source : filter;
+}
+
+std::string valueText(const Parameter& parameter) {
+    switch (parameter.type) {
+    case F0R_PARAM_BOOL:
+        return "switch";
+    case F0R_PARAM_COLOR:
+        return "colour";
+    case F0R_PARAM_STRING:
+        return "text";
+    default:
+        return parameter.choices.empty() ? "number" : "choice";
+    }
+}
+
+/// A cell of a table.
+std::string cell(std::string text) {
+    for (std::size_t at = 0; (at = text.find('|', at)) != std::string::npos; at += 2) text.insert(at, 1, '\\');
+    return text;
+}
+
+} // namespace
+
+Description kdenliveOf(const Plugin& plugin) {
+    const char* const kind = kindOf(plugin, "effect", "transition", "generator");
+    std::string text =
+        fmt::format("<?xml version=\"1.0\"?>\n<!DOCTYPE kpartgui>\n<{0} tag=\"frei0r.{1}\" id=\"frei0r.{1}\">\n"
+                    "    <name>{2} (Larkmoor)</name>\n    <description>{3}</description>\n"
+                    "    <author>Larkmoor</author>\n",
+                    kind, plugin.fileName, xml(plugin.info->name), xml(plugin.explanation));
+    for (std::size_t i = 0; i < plugin.parameters.size(); ++i) text += kdenliveParameter(plugin.parameters[i], i);
+    return {fmt::format("kdenlive/{}s/frei0r_{}.xml", kind, plugin.fileName), text + fmt::format("</{}>\n", kind)};
+}
+
+Description mltOf(const Plugin& plugin) {
+    const char* const kind = kindOf(plugin, "filter", "transition", "producer");
+    std::string text = fmt::format("schema_version: 7.0\ntype: {}\nidentifier: frei0r.{}\ntitle: {}\nversion: {}.{}\n"
+                                   "creator: Larkmoor\nlanguage: en\ntags:\n  - Video\ndescription: {}\n",
+                                   kind, plugin.fileName, yaml(plugin.title), LARKMOOR_MAJOR, LARKMOOR_MINOR,
+                                   yaml(plugin.explanation));
+    if (!plugin.parameters.empty()) text += "parameters:\n";
+    for (std::size_t i = 0; i < plugin.parameters.size(); ++i) {
+        const Parameter& parameter = plugin.parameters[i];
+        const bool number = parameter.type == F0R_PARAM_DOUBLE;
+        const char* const type = number                              ? "float"
+                                 : parameter.type == F0R_PARAM_BOOL  ? "boolean"
+                                 : parameter.type == F0R_PARAM_COLOR ? "color"
+                                                                     : "string";
+        text += fmt::format("  - identifier: {}\n    title: {}\n    type: {}\n    description: {}\n", i,
+                            yaml(parameter.title), type, yaml(parameter.explanation));
+        if (number) text += "    minimum: 0\n    maximum: 1\n";
+        if (parameter.type != F0R_PARAM_STRING) text += fmt::format("    default: {}\n", initialText(parameter));
+        text += fmt::format("    readonly: no\n    mutable: yes\n    animation: {}\n", number ? "yes" : "no");
+    }
+    return {fmt::format("mlt-7/frei0r/{}_frei0r.{}.yml", kind, plugin.fileName), text};
+}
+
+std::string referenceOf(const Plugin& plugin) {
+    std::string text = fmt::format("## {}\n\n{}.\n", plugin.fileName, plugin.explanation);
+    if (plugin.parameters.empty()) return text + "\nNo parameters.\n";
+    text += "\n| # | name | type | meaning |\n| --- | --- | --- | --- |\n";
+    for (std::size_t i = 0; i < plugin.parameters.size(); ++i) {
+        const Parameter& parameter = plugin.parameters[i];
+        text += fmt::format("| {} | `{}` | {} | {} |\n", i, parameter.name, valueText(parameter),
+                            cell(parameter.explanation));
+    }
+    return text;
+}
+
+} // namespace larkmoor::frei0r
