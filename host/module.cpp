@@ -12,6 +12,9 @@
 namespace larkmoor {
 namespace {
 
+/// The module's libraries keep caches for the life of the process, so they stay once they were loaded.
+constexpr int kOpenMode = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
+
 namespace fs = std::filesystem;
 
 constexpr const char* kFileName = "liblarkmoor.so";
@@ -94,7 +97,7 @@ bool describe(IUnknown* object, EffectInfo& info) {
 
 } // namespace
 
-Module::State::State(const std::string& file) : path(file), library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+Module::State::State(const std::string& file) : path(file), library(dlopen(file.c_str(), kOpenMode)) {
     if (!library) throw Error(fmt::format("the module {} cannot be loaded: {}", path, dlerrorText()));
     getClassObject = function<decltype(getClassObject)>(library, "DllGetClassObject");
     try {
@@ -177,7 +180,7 @@ Module Module::load(const std::string& path) {
         }
         looked += file.string() + ", ";
     }
-    if (void* const found = dlopen(kFileName, RTLD_NOW | RTLD_LOCAL)) {
+    if (void* const found = dlopen(kFileName, kOpenMode)) {
         take(kFileName);
         dlclose(found);
         return module;

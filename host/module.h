@@ -58,7 +58,7 @@ void setFieldText(const tFieldInfo& field, std::vector<std::byte>& record, std::
 
 class Effect;
 
-/// The loaded module. Copies share it; it stays loaded while any copy or effect lives.
+/// The loaded module. Copies share it; once loaded it stays until the process ends.
 class Module {
   public:
     /// Loads `path`, or without one the file that LARKMOOR_MODULE names, the one beside the program, in the `lib`
