@@ -64,14 +64,6 @@ class CEffectViews {
                            [&](const tView& o, const tView& i) { return body(o, HasInput() ? &i : nullptr); });
     }
 
-    /// The same over the whole frames, where `FramesMatch()`; without a clip of either.
-    template <class Body>
-    HRESULT ForWholeStrips(Body&& body) const {
-        const tView whole = output.WholeView();
-        return KwForStrips(whole, HasInput() ? first.WholeView() : whole, BytesPerPixel(),
-                           [&](const tView& o, const tView& i) { return body(o, HasInput() ? &i : nullptr); });
-    }
-
     /// Whether the first input's frame, where there is one, has the size of the output's.
     bool FramesMatch() const {
         return !HasInput() || (KwWidth(first.m_Frame) == KwWidth(output.m_Frame) &&
