@@ -22,3 +22,11 @@ KWEXPORT void KwWndCenter(HWND window);
 /// Shows a http, https or mailto address in the user's browser. FALSE where it cannot be started.
 KWEXPORT BOOL Internet_BrowseWebPage(const char* url);
 }
+
+struct tMESSAGE;
+extern "C" {
+/// Lets the host answer the module's messages, such as a page's About box; null takes that away. See
+/// `support/messages.h` for what is shown.
+KWEXPORT void KwSetMessageCallback(UINT (*callback)(void* context, const tMESSAGE& message, bool* silenced),
+                                   void* context);
+}

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "platform/font.h"
 
@@ -41,3 +43,6 @@ class CGlyphFont {
     /// Null where the glyph cannot be had. Valid until the next call, whose pixels may take the place.
     virtual const tGlyph* Glyph(ULONG index) = 0;
 };
+
+/// Families of the TrueType faces that are installed, each once, in no order.
+std::vector<std::string> KwFontFamilies();

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+#include "platform/exports.h"
 #include "support/named_strings.h"
 
 namespace {
@@ -107,6 +108,10 @@ LONG Show(tMESSAGE& message, bool* silenced) {
 
 void SetMessageCallback(tMessageCallback callback, void* context) noexcept {
     Set(&tHost::message, callback, context);
+}
+
+void KwSetMessageCallback(tMessageCallback callback, void* context) {
+    SetMessageCallback(callback, context);
 }
 
 void SetSoundCallback(tSoundCallback callback, void* context) noexcept {

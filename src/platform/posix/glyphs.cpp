@@ -78,8 +78,13 @@ void TellReplaced(const std::string& family, FcPattern* found) {
                  name ? reinterpret_cast<const char*>(name) : "another");
 }
 
-std::optional<tChoice> Choose(const tLOGFONT& font) {
+FcConfig* Fonts() {
     static const tConfig config(FcInitLoadConfigAndFonts());
+    return config.get();
+}
+
+std::optional<tChoice> Choose(const tLOGFONT& font) {
+    FcConfig* const config = Fonts();
     const std::string family(font.lfFaceName, strnlen(font.lfFaceName, sizeof font.lfFaceName));
     const tPattern wanted(FcPatternCreate());
     if (!config || !wanted) return std::nullopt;
@@ -91,10 +96,10 @@ std::optional<tChoice> Choose(const tLOGFONT& font) {
                                                                    : FC_WEIGHT_REGULAR);
     FcPatternAddInteger(wanted.get(), FC_SLANT, font.lfItalic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
     FcPatternAddBool(wanted.get(), FC_SCALABLE, FcTrue);
-    FcConfigSubstitute(config.get(), wanted.get(), FcMatchPattern);
+    FcConfigSubstitute(config, wanted.get(), FcMatchPattern);
     FcDefaultSubstitute(wanted.get());
     FcResult result{};
-    const tPattern found(FcFontMatch(config.get(), wanted.get(), &result));
+    const tPattern found(FcFontMatch(config, wanted.get(), &result));
     FcChar8* file = nullptr;
     if (!found || FcPatternGetString(found.get(), FC_FILE, 0, &file) != FcResultMatch) return std::nullopt;
     if (!IsGeneric(family) && !IsSameFamily(wanted.get(), found.get())) TellReplaced(family, found.get());
@@ -233,4 +238,17 @@ std::unique_ptr<CGlyphFont> CGlyphFont::Open(const tLOGFONT& font, LONG scaleX, 
     FT_Face face = nullptr;
     if (FT_New_Face(library, choice->file.c_str(), choice->index, &face) != 0) return nullptr;
     return std::make_unique<CFreeTypeFont>(std::move(owned), tFace(face), *choice, font.lfHeight, scaleX, scaleY);
+}
+
+std::vector<std::string> KwFontFamilies() {
+    const tPattern wanted(FcPatternCreate());
+    const std::unique_ptr<FcObjectSet, tFree<&FcObjectSetDestroy>> asked(FcObjectSetBuild(FC_FAMILY, nullptr));
+    if (!Fonts() || !wanted || !asked) return {};
+    FcPatternAddString(wanted.get(), FC_FONTFORMAT, Bytes("TrueType"));
+    const std::unique_ptr<FcFontSet, tFree<&FcFontSetDestroy>> found(FcFontList(Fonts(), wanted.get(), asked.get()));
+    std::set<std::string> names;
+    for (int i = 0; found && i < found->nfont; ++i)
+        if (FcChar8* name = nullptr; FcPatternGetString(found->fonts[i], FC_FAMILY, 0, &name) == FcResultMatch)
+            names.insert(reinterpret_cast<const char*>(name));
+    return {names.begin(), names.end()};
 }

@@ -1,0 +1,783 @@
+#include "pages/page.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "pages/controls/logo.h"
+#include "pages/dialog_size.h"
+#include "pages/utf.h"
+#include "platform/effect.h"
+#include "support/messages.h"
+#include "support/value_format.h"
+#include "support/value_read.h"
+
+namespace {
+
+constexpr LONG kExStyle = -20;            // GWL_EXSTYLE
+constexpr DWORD kControlParent = 0x10000; // WS_EX_CONTROLPARENT
+constexpr HRESULT kNoHelp = KwStatus(0x8004E046);
+constexpr std::size_t kEditBytes = 260; ///< an edit is read up to this, the ending zero included
+
+/// What WM_STYLECHANGING points to.
+struct tStyleChange {
+    DWORD oldStyle, newStyle;
+};
+
+constexpr UINT kHandleReplace = 2052, kHandleGet = 2053, kMostHandles = 2061, kLeastHandles = 2062;
+
+template <class T>
+T Read(const std::byte* at) {
+    T value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+template <class T>
+void Write(std::byte* at, T value) {
+    std::memcpy(at, &value, sizeof value);
+}
+
+std::size_t ElementSize(tFieldType type) {
+    return type == KWTYPE_DOUBLE ? sizeof(double) : sizeof(float);
+}
+
+/// The ampersands of a text doubled, for a menu.
+std::string MenuText(const std::string& text) {
+    std::string out(2 * text.size() + 1, '\0');
+    out.resize(DoubleAmpersands(out, text.c_str()));
+    return out;
+}
+
+/// A text of the platform's own memory, the receiver's to free; null where that is short. ASCII only.
+OLECHAR* NewText(std::string_view text) {
+    auto* const copy = static_cast<OLECHAR*>(std::calloc(text.size() + 1, sizeof(OLECHAR)));
+    if (copy) std::copy(text.begin(), text.end(), copy);
+    return copy;
+}
+
+} // namespace
+
+/// The effect's own dual interface, taken for one use.
+class CPropPageBase::CEffectLink {
+  public:
+    explicit CEffectLink(const CPropPageBase& page) {
+        if (page.m_objects.empty()) return;
+        IUnknown* const object = page.m_objects.front().Get();
+        if (page.m_class.kind == 0)
+            m_generator = Received<IKwGenerator>(object, page.m_class.iid);
+        else
+            m_effect = Received<IKwEffect>(object, page.m_class.iid);
+    }
+    explicit operator bool() const { return m_effect || m_generator; }
+    HRESULT get_all(void* record, LONG size) {
+        return m_effect ? m_effect->get_all(record, size) : m_generator ? m_generator->get_all(record, size) : E_FAIL;
+    }
+    HRESULT put_all(void* record, LONG size) {
+        return m_effect ? m_effect->put_all(record, size) : m_generator ? m_generator->put_all(record, size) : E_FAIL;
+    }
+    HRESULT put_NotifyWindow(HWND window, UINT id) {
+        return m_effect      ? m_effect->put_NotifyWindow(window, id)
+               : m_generator ? m_generator->put_NotifyWindow(window, id)
+                             : E_FAIL;
+    }
+
+  private:
+    template <class T>
+    static CComPtr<T> Received(IUnknown* object, const IID& iid) {
+        return KwReceived<T>([&](void** out) { return object->QueryInterface(&iid, out); });
+    }
+    CComPtr<IKwEffect> m_effect;
+    CComPtr<IKwGenerator> m_generator;
+};
+
+/// Keeps the page and its controls while one of its calls runs, whatever the toolkit does within a notice.
+class CPropPageBase::CBusy {
+  public:
+    explicit CBusy(CPropPageBase& page) : m_self(page.Outer()), m_count(page.m_busy) { ++m_count; }
+    CBusy(const CBusy&) = delete;
+    CBusy& operator=(const CBusy&) = delete;
+    ~CBusy() { --m_count; }
+
+  private:
+    const CComPtr<IUnknown> m_self;
+    LONG& m_count;
+};
+
+CPropPageBase::CPropPageBase(const tObjectMapRow& row, IUnknown* outer, const tPageInfo& info)
+    : CAggregable(outer), m_row(row), m_info(info) {}
+
+CPropPageBase::~CPropPageBase() {
+    if (m_open) OnDestroy();
+}
+
+void* CPropPageBase::FindInterface(const IID& iid) {
+    if (iid == IPropertyPage::iid) return static_cast<IPropertyPage*>(this);
+    if (iid == IKwPage::iid) return static_cast<IKwPage*>(this);
+    return nullptr;
+}
+
+// --- the host's side
+
+HRESULT CPropPageBase::SetPageSite(IUnknown* site) {
+    m_pPageSite = site;
+    return S_OK;
+}
+
+HRESULT CPropPageBase::Activate(HWND parent, const RECT* place, BOOL) {
+    return KwGuarded([&] {
+        if (m_open || m_busy || !CEffectLink(*this)) return E_UNEXPECTED;
+        const CBusy busy(*this);
+        if (place) Move(place);
+        OnInitDialog(parent);
+        return S_OK;
+    });
+}
+
+HRESULT CPropPageBase::Deactivate() {
+    return KwGuarded([&] {
+        if (!m_open) return E_UNEXPECTED;
+        OnDestroy();
+        return S_OK;
+    });
+}
+
+HRESULT CPropPageBase::GetPageInfo(PROPPAGEINFO* info) {
+    if (!info) return E_POINTER;
+    info->pszTitle = NewText(m_info.title);
+    info->size = GetDialogSize(m_info.size, nullptr);
+    info->pszDocString = nullptr;
+    info->pszHelpFile = nullptr;
+    info->dwHelpContext = static_cast<DWORD>(m_info.helpTopic);
+    return info->pszTitle ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT CPropPageBase::SetObjects(ULONG count, IUnknown** objects) {
+    if (count > 0 && !objects) return E_POINTER;
+    return KwGuarded([&]() -> HRESULT {
+        if (m_busy) return E_UNEXPECTED;
+        const CBusy busy(*this);
+        std::vector<CComPtr<IUnknown>> taken;
+        tClassInfo info{};
+        std::vector<tFieldInfo> fields;
+        if (count > 0) {
+            taken.assign(objects, objects + count);
+            const auto known = KwQuery<IKwParamInfo>(taken.front().Get());
+            // A page stands behind its effect in the object map.
+            if (!known || FAILED(known->GetClassInfo(&info, sizeof info)) || !(info.clsid == (&m_row - 1)->clsid))
+                return E_NOINTERFACE;
+            for (LONG i = 0; i < info.fieldCount; ++i) {
+                fields.emplace_back();
+                known->GetField(i, &fields.back(), sizeof(tFieldInfo));
+            }
+        }
+        const bool open = m_open;
+        const HWND window = m_hWnd;
+        if (open) OnDestroy();
+        m_controls.clear();
+        m_objects = std::move(taken);
+        m_class = info;
+        m_fields = std::move(fields);
+        m_Params.assign(static_cast<std::size_t>(info.recordSize), std::byte{});
+        if (m_objects.empty()) return S_OK;
+        MakeControls();
+        if (open) OnInitDialog(window);
+        return S_OK;
+    });
+}
+
+HRESULT CPropPageBase::Show(UINT) {
+    return S_OK;
+}
+
+HRESULT CPropPageBase::Move(const RECT* place) {
+    if (!place) return E_POINTER;
+    m_pixels = {KwWrap32(std::int64_t{place->right} - place->left), KwWrap32(std::int64_t{place->bottom} - place->top)};
+    return S_OK;
+}
+
+HRESULT CPropPageBase::IsPageDirty() {
+    return m_bDirty ? S_OK : S_FALSE;
+}
+
+HRESULT CPropPageBase::Apply() {
+    return KwGuarded([&] {
+        const CBusy busy(*this);
+        if (m_open) ApplyChanges();
+        return m_open ? S_OK : E_UNEXPECTED;
+    });
+}
+
+HRESULT CPropPageBase::Help(const OLECHAR*) {
+    return ShowHelp();
+}
+
+HRESULT CPropPageBase::TranslateAccelerator(MSG*) {
+    return S_FALSE; // the toolkit's keys come as events
+}
+
+// --- the toolkit's side
+
+HRESULT CPropPageBase::SetPageSink(IKwPageSink* sink) {
+    m_sink = sink;
+    return S_OK;
+}
+
+HRESULT CPropPageBase::GetDialog(SIZE* size, const char** title) {
+    if (!size) return E_POINTER;
+    *size = m_info.size;
+    if (title) *title = m_info.title;
+    return S_OK;
+}
+
+HRESULT CPropPageBase::GetControl(LONG index, tPageControl* out, ULONG size) {
+    if (!out) return E_POINTER;
+    if (index < 0 || static_cast<std::size_t>(index) >= m_controls.size()) return E_INVALIDARG;
+    return Describe(m_controls[static_cast<std::size_t>(index)], out, size);
+}
+
+HRESULT CPropPageBase::FindControl(LONG id, tPageControl* out, ULONG size) {
+    if (!out) return E_POINTER;
+    const tBound* const bound = Find(id);
+    return bound ? Describe(*bound, out, size) : E_INVALIDARG;
+}
+
+HRESULT CPropPageBase::Describe(const tBound& bound, tPageControl* out, ULONG size) const {
+    tPageControl told{};
+    told.id = bound.item->id;
+    told.kind = bound.item->kind;
+    told.place = bound.item->place;
+    told.buddy = told.kind == KWCONTROL_TRACKBAR ? 0 : bound.item->buddy;
+    told.visible = bound.visible;
+    told.enabled = bound.enabled;
+    told.text = told.help = "";
+    if (told.kind == KWCONTROL_RADIO) {
+        const tBound* const before = &bound == m_controls.data() ? nullptr : &bound - 1;
+        told.groupStart = !before || before->item->kind != KWCONTROL_RADIO ||
+                          std::string_view(before->item->field) != bound.item->field;
+    }
+    if (const tFieldInfo* const field = Field(*bound.item); field && field->help) told.help = field->help;
+    bound.control->Describe(told);
+    std::memcpy(out, &told, std::min<std::size_t>(size, sizeof told));
+    return S_OK;
+}
+
+HRESULT CPropPageBase::GetItem(LONG id, LONG index, const char** text) {
+    if (!text) return E_POINTER;
+    const tBound* const bound = Find(id);
+    *text = bound ? bound->control->Item(index) : nullptr;
+    return *text ? S_OK : E_INVALIDARG;
+}
+
+HRESULT CPropPageBase::GetDetail(LONG id, void* out, ULONG size) {
+    const tBound* const bound = Find(id);
+    return bound ? bound->control->Detail(out, size) : E_INVALIDARG;
+}
+
+HRESULT CPropPageBase::PaintPart(LONG id, LONG part, void* bits, LONG width, LONG height, LONG pitch) {
+    const tBound* const bound = Find(id);
+    return bound ? bound->control->Paint(part, bits, width, height, pitch) : E_INVALIDARG;
+}
+
+HRESULT CPropPageBase::GetMenuItem(LONG control, LONG index, tPageMenuItem* out, ULONG size) {
+    if (!out) return E_POINTER;
+    return KwGuarded([&]() -> HRESULT {
+        tPageMenuItem item{};
+        if (control != 0) {
+            const tBound* const bound = Find(control);
+            const HRESULT status = bound ? bound->control->MenuItem(index, item) : E_INVALIDARG;
+            if (FAILED(status)) return status;
+        } else {
+            if (index == 0) MakeMenu();
+            if (index < 0 || static_cast<std::size_t>(index) >= m_menu.size()) return E_INVALIDARG;
+            const tMenuRow& row = m_menu[static_cast<std::size_t>(index)];
+            item = row.item;
+            item.text = row.text.c_str();
+        }
+        std::memcpy(out, &item, std::min<std::size_t>(size, sizeof item));
+        return S_OK;
+    });
+}
+
+HRESULT CPropPageBase::SendEvent(LONG id, const tPageEvent* event) {
+    if (!event) return E_POINTER;
+    return KwGuarded([&]() -> HRESULT {
+        tBound* const bound = Find(id);
+        if (!bound || !m_open) return E_INVALIDARG;
+        const CBusy busy(*this);
+        if (!bound->enabled && event->kind != KWEVENT_SIZE && event->kind != KWEVENT_TIMER &&
+            event->kind != KWEVENT_CANCEL)
+            return S_FALSE;
+        // A spinner looks at its edit's keys and focus first.
+        for (tBound& other : m_controls) {
+            if (other.item->kind != KWCONTROL_SPINNER || other.item->buddy != id) continue;
+            auto& spinner = static_cast<CSpinner&>(*other.control);
+            if (event->kind == KWEVENT_FOCUS || event->kind == KWEVENT_BLUR)
+                spinner.BuddyFocus(event->kind == KWEVENT_FOCUS);
+            else if ((event->kind == KWEVENT_KEY || event->kind == KWEVENT_KEY_UP) && spinner.BuddyKey(*event) == S_OK)
+                return S_OK;
+        }
+        return bound->control->Event(*event);
+    });
+}
+
+HRESULT CPropPageBase::SendControl(LONG id, UINT message, std::uintptr_t wParam, std::intptr_t lParam,
+                                   std::intptr_t* result) {
+    return KwGuarded([&]() -> HRESULT {
+        tBound* const bound = Find(id);
+        if (!bound) return E_INVALIDARG;
+        const CBusy busy(*this);
+        const std::intptr_t answer = bound->control->Message(message, wParam, lParam);
+        if (result) *result = answer;
+        return S_OK;
+    });
+}
+
+HRESULT CPropPageBase::SendPage(UINT message, std::uintptr_t wParam, std::intptr_t lParam, std::intptr_t* result) {
+    return KwGuarded([&]() -> HRESULT {
+        if (!m_open) return E_UNEXPECTED;
+        const CBusy busy(*this);
+        const std::intptr_t answer = OnDialog(message, wParam, lParam);
+        if (result) *result = answer;
+        return S_OK;
+    });
+}
+
+// --- the dialog
+
+void CPropPageBase::MakeControls() {
+    m_items.assign({tPageItem{.kind = KWCONTROL_LOGO, .id = kPageLogo, .place = {0, 0, m_info.size.cx, kLogoHeight}}});
+    m_items.insert(m_items.end(), m_info.items.begin(), m_info.items.end());
+    for (const tPageItem& item : m_items) m_controls.push_back({&item, MakeControl(item)});
+    ControlsMade();
+}
+
+std::unique_ptr<CPageControl> CPropPageBase::MakeControl(const tPageItem& item) {
+    IControlOwner& owner = *this;
+    const tFieldInfo* const field = Field(item);
+    const char* const label = item.text ? item.text : field && field->label ? field->label : "";
+    switch (item.kind) {
+    case KWCONTROL_EDIT:
+    case KWCONTROL_TEXT:
+        return std::make_unique<CEdit>(owner, item.id);
+    case KWCONTROL_CHECK:
+        return std::make_unique<CCheck>(owner, item.id, label);
+    case KWCONTROL_RADIO: {
+        const char* text = item.text ? item.text : "";
+        for (LONG i = 0; field && !item.text && i < field->choiceCount; ++i)
+            if (field->choices[i].value == item.value) text = field->choices[i].text;
+        return std::make_unique<CCheck>(owner, item.id, text);
+    }
+    case KWCONTROL_LIST: {
+        auto list = std::make_unique<CList>(owner, item.id, item.sorted);
+        for (LONG i = 0; field && i < field->choiceCount; ++i)
+            list->Add(field->choices[i].text, field->choices[i].value);
+        return list;
+    }
+    case KWCONTROL_TRACKBAR: {
+        auto bar = std::make_unique<CTrackbar>(owner, item.id);
+        bar->Message(KWPOS_SET_MIN, 0, item.scale->minimum);
+        bar->Message(KWPOS_SET_MAX, 0, item.scale->maximum);
+        return bar;
+    }
+    case KWCONTROL_SPINNER:
+        return std::make_unique<CSpinner>(owner, item.id, item.buddy);
+    case KWCONTROL_COLOR:
+        return std::make_unique<CColorPicker>(owner, item.id, item.style);
+    case KWCONTROL_PLACEMENT: {
+        auto placement = std::make_unique<CPlacement>(owner, item.id, item.style);
+        for (const UINT limit : {kMostHandles, kLeastHandles}) placement->Message(limit, 1, 0);
+        return placement;
+    }
+    case KWCONTROL_LOGO: {
+        auto logo = std::make_unique<CLogo>(owner, item.id);
+        logo->Message(kLogoReset, 0, 0);
+        logo->SetCaption(m_info.title);
+        logo->Message(kLogoAddLink, kPageAbout, reinterpret_cast<std::intptr_t>("About"));
+        logo->Message(kLogoAddLink, kPageHelp, reinterpret_cast<std::intptr_t>("?"));
+        return logo;
+    }
+    case KWCONTROL_LABEL:
+    case KWCONTROL_GROUP:
+        break;
+    }
+    auto text = std::make_unique<CStaticText>(owner, item.id);
+    text->SetText(label);
+    return text;
+}
+
+void CPropPageBase::OnInitDialog(HWND window) {
+    m_open = true;
+    m_hWnd = window;
+    UpdatePage();
+    CEffectLink(*this).put_NotifyWindow(window, static_cast<UINT>(kPageRefresh));
+}
+
+void CPropPageBase::OnDestroy() {
+    CEffectLink(*this).put_NotifyWindow(nullptr, 0);
+    m_open = false;
+    m_hWnd = nullptr;
+}
+
+std::intptr_t CPropPageBase::OnDialog(UINT message, std::uintptr_t wParam, std::intptr_t lParam) {
+    switch (message) {
+    case WM_COMMAND:
+        OnCommand(static_cast<LONG>(wParam & 0xFFFF), static_cast<UINT>(wParam >> 16 & 0xFFFF));
+        return 0;
+    case WM_DESTROY:
+        OnDestroy();
+        return 0;
+    case WM_HELP:
+        ShowHelp();
+        return 1;
+    case WM_CONTEXTMENU:
+        ShowPageMenu(static_cast<std::int16_t>(lParam & 0xFFFF), static_cast<std::int16_t>(lParam >> 16 & 0xFFFF));
+        return 0;
+    case WM_STYLECHANGING:
+        if (static_cast<LONG>(wParam) != kExStyle) return 1;
+        if (lParam) reinterpret_cast<tStyleChange*>(lParam)->newStyle |= kControlParent;
+        return 0;
+    default:
+        return 0;
+    }
+}
+
+std::intptr_t CPropPageBase::OnControlMessage(CPageControl& from, UINT message, std::uintptr_t wParam,
+                                              std::intptr_t lParam) {
+    if (!m_open) return 0;
+    tBound* const bound = Find(from.Id());
+    if (!bound) return 0;
+    switch (message) {
+    case WM_HSCROLL:
+        OnHScroll(*bound, static_cast<LONG>(wParam & 0xFFFF));
+        break;
+    case WM_COMMAND:
+        OnCommand(static_cast<LONG>(wParam & 0xFFFF), static_cast<UINT>(wParam >> 16 & 0xFFFF));
+        break;
+    case WM_NOTIFY:
+        if (bound->item->kind != KWCONTROL_PLACEMENT) break;
+        if (const LONG code = reinterpret_cast<const tPlacementNotice*>(lParam)->code;
+            code == KWPLACEMENT_MOVED || code == KWPLACEMENT_RESET)
+            OnPlacement(*bound);
+        break;
+    default:
+        break;
+    }
+    return 0;
+}
+
+void CPropPageBase::OnControlNotice(const tPageNotice& notice) {
+    Notify(notice.code, notice.control, notice.x, notice.y);
+}
+
+HRESULT CPropPageBase::Notify(LONG code, LONG control, LONG x, LONG y) {
+    const tPageNotice notice{code, control, x, y};
+    const CComPtr<IKwPageSink> sink = m_sink; // which may be taken away within its call
+    return sink ? sink->OnPageNotice(&notice) : E_FAIL;
+}
+
+void CPropPageBase::OnCommand(LONG id, UINT notification) {
+    if (id >= kPagePresetFirst && id <= kPagePresetLast) {
+        if (const auto presets = KwQuery<IKwPresets>(m_objects.front().Get())) presets->Apply(id - kPagePresetFirst);
+        return;
+    }
+    switch (id) {
+    case kPageHelp:
+        ShowHelp();
+        return;
+    case kPageAbout:
+        ShowAbout();
+        return;
+    case kPageRefresh:
+        UpdatePage();
+        return;
+    default:
+        break;
+    }
+    tBound* const bound = Find(id);
+    if (!bound || OnControl(id, notification)) return;
+    const tFieldInfo* const field = Field(*bound->item);
+    switch (bound->item->kind) {
+    case KWCONTROL_EDIT:
+        if (notification == EN_KILLFOCUS && field) OnEdit(*bound);
+        return;
+    case KWCONTROL_CHECK:
+        if (!field) return;
+        SetNumber(*field, static_cast<CCheck&>(*bound->control).IsChecked() ? 1 : 0);
+        break;
+    case KWCONTROL_RADIO:
+        if (!field) return;
+        SetNumber(*field, bound->item->value);
+        break;
+    case KWCONTROL_LIST:
+        if (notification != CBN_SELCHANGE || !field) return;
+        SetNumber(*field, static_cast<CList&>(*bound->control).SelectedData(KwTrunc(Number(*field))));
+        break;
+    case KWCONTROL_COLOR:
+        OnColor(*bound);
+        return;
+    default:
+        return;
+    }
+    ApplyChanges();
+    ShowRecord();
+}
+
+void CPropPageBase::OnHScroll(tBound& bound, LONG code) {
+    if (bound.item->kind == KWCONTROL_SPINNER) {
+        OnSpin(static_cast<CSpinner&>(*bound.control), code);
+        return;
+    }
+    const tPageItem& item = *bound.item;
+    const tFieldInfo* const field = Field(item);
+    // The end of a gesture brings no position of its own.
+    if (item.kind != KWCONTROL_TRACKBAR || !field || code >= KWSCROLL_END) return;
+    const LONG position =
+        TrackbarScroll(code, static_cast<CTrackbar&>(*bound.control), item.scale->smallStep, item.scale->largeStep);
+    SetNumber(*field, item.scale->toValue(position));
+    Push(*field, false);
+    ShowMate(bound);
+    ApplyChanges();
+    ShowRecord(bound.control.get());
+}
+
+double CPropPageBase::ReadEdit(const CEdit& edit, double present, double minimum, double maximum, double step) {
+    const std::string text = edit.Text().substr(0, kEditBytes - 1);
+    if (text.empty()) return present;
+    const double value = std::min(std::max(ReadDouble(text.c_str(), nullptr), minimum), maximum);
+    // A step that was typed counts as one although binary fractions fall short of it, those of floats by up to 1e-7 of
+    // the value. A record that holds no number takes any.
+    const double slack = 1e-7 * std::max(std::fabs(value), step);
+    return std::fabs(value - present) < step - slack ? present : value;
+}
+
+void CPropPageBase::OnEdit(tBound& bound) {
+    const tFieldInfo& field = *Field(*bound.item);
+    double minimum = field.minimum, maximum = field.maximum;
+    for (const tPagePair& pair : m_info.pairs) {
+        const tFieldInfo *const low = FieldNamed(pair.low), *const high = FieldNamed(pair.high);
+        if (low == &field && pair.lowEdit == tPairEdit::STOPS) maximum = std::min(maximum, Number(*high));
+        if (high == &field && pair.highEdit == tPairEdit::STOPS) minimum = std::max(minimum, Number(*low));
+    }
+    const double present = Number(field);
+    const double value = ReadEdit(static_cast<CEdit&>(*bound.control), present, minimum, maximum, field.step);
+    if (value == present || (std::isnan(value) && std::isnan(present))) {
+        ShowRecord();
+        return;
+    }
+    SetNumber(field, value);
+    Push(field, true);
+    ApplyChanges();
+    ShowRecord();
+}
+
+void CPropPageBase::Push(const tFieldInfo& field, bool fromEdit) {
+    for (const tPagePair& pair : m_info.pairs) {
+        const tFieldInfo *const low = FieldNamed(pair.low), *const high = FieldNamed(pair.high);
+        if (low == &field && (!fromEdit || pair.lowEdit == tPairEdit::PUSHES) && Number(*low) > Number(*high))
+            SetNumber(*high, Number(*low));
+        if (high == &field && (!fromEdit || pair.highEdit == tPairEdit::PUSHES) && Number(*high) < Number(*low))
+            SetNumber(*low, Number(*high));
+    }
+}
+
+void CPropPageBase::OnColor(tBound& bound) {
+    const tPageItem& item = *bound.item;
+    const tFieldInfo* const field = Field(item);
+    if (!field) return;
+    float color[4]{};
+    bound.control->Message(kColorPickGet, 0, reinterpret_cast<std::intptr_t>(color));
+    const std::string_view letters = item.elements ? item.elements : field->components;
+    for (std::size_t i = 0; i < letters.size(); ++i)
+        if (const std::size_t at = std::string_view("bgra").find(letters[i]); at != std::string_view::npos)
+            SetNumber(*field, color[at], static_cast<LONG>(i));
+    ApplyChanges();
+    ShowRecord(bound.control.get());
+}
+
+void CPropPageBase::OnPlacement(tBound& bound) {
+    const tFieldInfo* const x = Field(*bound.item);
+    if (!x) return;
+    tPlacementHandle handle{};
+    if (!bound.control->Message(kHandleGet, 0, reinterpret_cast<std::intptr_t>(&handle))) return;
+    const tFieldInfo* const y = bound.item->secondField ? FieldNamed(bound.item->secondField) : nullptr;
+    SetNumber(*x, handle.x);
+    if (y)
+        SetNumber(*y, handle.y);
+    else
+        SetNumber(*x, handle.y, 1);
+    ApplyChanges();
+    ShowRecord(bound.control.get());
+}
+
+// --- showing
+
+void CPropPageBase::UpdatePage() {
+    CEffectLink(*this).get_all(m_Params.data(), m_class.recordSize);
+    ShowRecord();
+}
+
+void CPropPageBase::ApplyChanges() {
+    m_bDirty = true;
+    CEffectLink(*this).put_all(m_Params.data(), m_class.recordSize);
+    m_bDirty = false;
+    Notify(KWNOTICE_APPLIED);
+}
+
+void CPropPageBase::ShowRecord(const CPageControl* except) {
+    for (tBound& bound : m_controls) {
+        if (bound.item->enabledBy) {
+            const tFieldInfo* const gate = FieldNamed(bound.item->enabledBy);
+            const bool enabled = gate && Number(*gate) != 0;
+            if (enabled != bound.enabled) {
+                bound.enabled = enabled;
+                Notify(KWNOTICE_CHANGED, bound.item->id);
+            }
+        }
+        if (bound.control.get() != except) Show(bound);
+    }
+    for (const tBound& bound : m_controls)
+        if (bound.item->showsMate) ShowMate(bound);
+}
+
+void CPropPageBase::Show(tBound& bound) {
+    const tPageItem& item = *bound.item;
+    const tFieldInfo* const field = Field(item);
+    if (!field) return;
+    switch (item.kind) {
+    case KWCONTROL_EDIT: {
+        const double value = Number(*field);
+        auto& edit = static_cast<CEdit&>(*bound.control);
+        edit.SetText(field->kind == KWFIELD_WHOLE ? FormatText(field->format, KwTrunc(value))
+                                                  : FormatText(field->format, value));
+        return;
+    }
+    case KWCONTROL_CHECK:
+        static_cast<CCheck&>(*bound.control).SetChecked(Number(*field) != 0);
+        return;
+    case KWCONTROL_RADIO:
+        // One of two is chosen by 0, the other by anything else.
+        static_cast<CCheck&>(*bound.control)
+            .SetChecked(field->choiceCount == 2 ? (Number(*field) != 0) == (item.value != 0)
+                                                : Number(*field) == item.value);
+        return;
+    case KWCONTROL_LIST: {
+        auto& list = static_cast<CList&>(*bound.control);
+        list.Select(list.FindData(KwTrunc(Number(*field))));
+        return;
+    }
+    case KWCONTROL_TRACKBAR:
+        bound.control->Message(KWPOS_SET, 1, item.scale->toPosition(Number(*field)));
+        return;
+    case KWCONTROL_COLOR: {
+        float color[4] = {0, 0, 0, 1};
+        const std::string_view letters = item.elements ? item.elements : field->components;
+        for (std::size_t i = 0; i < letters.size(); ++i)
+            if (const std::size_t at = std::string_view("bgra").find(letters[i]); at != std::string_view::npos)
+                color[at] = static_cast<float>(Number(*field, static_cast<LONG>(i)));
+        bound.control->Message(kColorPickSet, 0, reinterpret_cast<std::intptr_t>(color));
+        return;
+    }
+    case KWCONTROL_PLACEMENT: {
+        tPlacementHandle handle{};
+        if (!bound.control->Message(kHandleGet, 0, reinterpret_cast<std::intptr_t>(&handle))) return;
+        handle.x = Number(*field);
+        const tFieldInfo* const y = item.secondField ? FieldNamed(item.secondField) : nullptr;
+        handle.y = y ? Number(*y) : Number(*field, 1);
+        bound.control->Message(kHandleReplace, 0, reinterpret_cast<std::intptr_t>(&handle));
+        return;
+    }
+    default:
+        return;
+    }
+}
+
+void CPropPageBase::ShowMate(const tBound& bound) {
+    if (bound.item->kind != KWCONTROL_TRACKBAR || bound.item->buddy == 0) return;
+    if (tBound* const mate = Find(bound.item->buddy))
+        mate->control->Message(KWPOS_SET_DEFAULT, 0, bound.control->Message(KWPOS_GET, 0, 0));
+}
+
+void CPropPageBase::ShowControl(LONG id, bool visible) {
+    tBound* const bound = Find(id);
+    if (!bound || bound->visible == visible) return;
+    bound->visible = visible;
+    Notify(KWNOTICE_CHANGED, id);
+}
+
+CPropPageBase::tBound* CPropPageBase::Find(LONG id) {
+    const auto found = std::ranges::find_if(m_controls, [&](const tBound& bound) { return bound.item->id == id; });
+    return found == m_controls.end() ? nullptr : &*found;
+}
+
+// --- the record
+
+const tFieldInfo* CPropPageBase::FieldNamed(std::string_view name) const {
+    const auto found = std::ranges::find_if(m_fields, [&](const tFieldInfo& field) { return field.name == name; });
+    return name.empty() || found == m_fields.end() ? nullptr : &*found;
+}
+
+double CPropPageBase::Number(const tFieldInfo& field, LONG element) const {
+    const std::byte* const at =
+        m_Params.data() + field.offset + static_cast<std::size_t>(element) * ElementSize(field.type);
+    switch (field.type) {
+    case KWTYPE_LONG:
+        return Read<LONG>(at);
+    case KWTYPE_FLOAT:
+        return double{Read<float>(at)};
+    case KWTYPE_DOUBLE:
+        return Read<double>(at);
+    case KWTYPE_BYTES:
+        break;
+    }
+    return 0;
+}
+
+void CPropPageBase::SetNumber(const tFieldInfo& field, double value, LONG element) {
+    std::byte* const at = m_Params.data() + field.offset + static_cast<std::size_t>(element) * ElementSize(field.type);
+    switch (field.type) {
+    case KWTYPE_LONG:
+        return Write<LONG>(at, KwTrunc(value));
+    case KWTYPE_FLOAT:
+        return Write<float>(at, static_cast<float>(value));
+    case KWTYPE_DOUBLE:
+        return Write<double>(at, value);
+    case KWTYPE_BYTES:
+        break;
+    }
+}
+
+// --- help, About, menu
+
+HRESULT CPropPageBase::ShowHelp() {
+    return SUCCEEDED(Notify(KWNOTICE_HELP, 0, m_info.helpTopic)) ? S_OK : kNoHelp;
+}
+
+void CPropPageBase::ShowAbout() {
+    const std::string text = FormatText("%s\n\nOne of Larkmoor's video effects.", m_class.description);
+    ShowMessage(m_hWnd, text.c_str(), "About", MB_OK | MB_ICONASTERISK);
+}
+
+void CPropPageBase::ShowPageMenu(LONG x, LONG y) {
+    if (x < 0 || y < 0) {
+        const SIZE size = m_pixels.cx > 0 && m_pixels.cy > 0 ? m_pixels : GetDialogSize(m_info.size, nullptr);
+        x = size.cx / 2;
+        y = size.cy / 4;
+    }
+    Notify(KWNOTICE_MENU, 0, x, y);
+}
+
+void CPropPageBase::MakeMenu() {
+    m_menu.clear();
+    m_menu.push_back({{0, -1, FALSE, nullptr}, "Presets"});
+    LONG count = 0;
+    const auto presets = m_objects.empty() ? nullptr : KwQuery<IKwPresets>(m_objects.front().Get());
+    if (presets) presets->GetCount(&count);
+    for (LONG i = 0; i < count && kPagePresetFirst + i <= kPagePresetLast; ++i) {
+        WCHAR name[kEditBytes]{};
+        presets->GetName(i, name, static_cast<LONG>(std::size(name)));
+        m_menu.push_back({{kPagePresetFirst + i, 0, FALSE, nullptr},
+                          MenuText(KwUtf8(std::u16string_view(name, std::char_traits<WCHAR>::length(name))))});
+    }
+    m_menu.push_back({{0, -1, TRUE, nullptr}, ""});
+    m_menu.push_back({{kPageHelp, -1, FALSE, nullptr}, "?"});
+    m_menu.push_back({{kPageAbout, -1, FALSE, nullptr}, "About"});
+}
