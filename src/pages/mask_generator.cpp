@@ -12,8 +12,7 @@ constexpr auto kItems = KwItems(KwDropDown(KwRow(0), kPageMargin, 42, 80, "type"
                                 KwSlider(KwRow(4), kColumns, "highOut", 1076, 1327, kThousandths));
 
 // Typed bounds may cross: that turns the mask over.
-constexpr tPagePair kPairs[] = {{"lowIn", "highIn", tPairEdit::PASSES, tPairEdit::PASSES},
-                                {"lowOut", "highOut", tPairEdit::PASSES, tPairEdit::PASSES}};
+constexpr tPagePair kPairs[] = {{"lowIn", "highIn"}, {"lowOut", "highOut"}};
 
 constexpr tPageInfo kPage{
     .title = "Mask Generator", .size = {225, 105}, .helpTopic = 1022, .items = kItems, .pairs = kPairs};

@@ -57,7 +57,7 @@ struct tPageItem {
 };
 
 /// What an edit does at the partner of its field.
-enum class tPairEdit { STOPS, PUSHES, PASSES };
+enum class tPairEdit { STOPS, PUSHES };
 
 /// Two fields that bound each other. A trackbar that goes past its partner takes it along.
 struct tPagePair {

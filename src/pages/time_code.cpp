@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr tPageColumns kColumns = KwColumns(259, 72);
+constexpr tPageColumns kColumns = KwColumns(259, 78);
 
 constexpr tPageScale kStretch{0,
                               1500,
@@ -11,9 +11,9 @@ constexpr tPageScale kStretch{0,
                               [](double v) { return KwRoundAway((v - 0.5) * 1000); },
                               [](LONG p) { return p * 1.5 * 0.00066666666 + 0.5; }};
 
-constexpr auto kItems = KwItems(KwDropDown(KwRow(0), kPageMargin, 72, 170, "format", 1477, true),
-                                KwDropDown(KwRow(1), kPageMargin, 72, 80, "horizontal", 1474, true),
-                                KwDropDown(KwRow(2), kPageMargin, 72, 80, "vertical", 1475, true),
+constexpr auto kItems = KwItems(KwDropDown(KwRow(0), kPageMargin, 78, 164, "format", 1477, true),
+                                KwDropDown(KwRow(1), kPageMargin, 78, 80, "horizontal", 1474, true),
+                                KwDropDown(KwRow(2), kPageMargin, 78, 80, "vertical", 1475, true),
                                 KwSlider(KwRow(3), kColumns, "width", 1478, 1479, kStretch, {.mate = 1097}),
                                 KwSlider(KwRow(4), kColumns, "height", 1097, 1098, kStretch, {.mate = 1478}));
 

@@ -34,7 +34,8 @@ struct IPropertyPage : IUnknown {
     virtual HRESULT Activate(HWND parent, const RECT* place, BOOL modal) = 0;
     virtual HRESULT Deactivate() = 0;
     virtual HRESULT GetPageInfo(PROPPAGEINFO* info) = 0;
-    /// The first object is the effect. Null objects let go of it.
+    /// The first object is the effect; none lets go of it. E_NOINTERFACE for an object of another class, E_UNEXPECTED
+    /// within a call of the page, as `Activate`.
     virtual HRESULT SetObjects(ULONG count, IUnknown** objects) = 0;
     virtual HRESULT Show(UINT command) = 0;
     virtual HRESULT Move(const RECT* place) = 0;

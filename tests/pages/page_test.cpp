@@ -1,0 +1,659 @@
+// The rules that all pages follow, each on the page where it shows.
+#include <cmath>
+
+#include "frame/effect_class.h"
+#include "pages/open_page.h"
+#include "support/messages.h"
+
+namespace {
+
+constexpr HRESULT kNoHelp = KwStatus(0x8004E046);
+
+// --- edits
+
+struct tEditCase {
+    const char* effect;
+    LONG id;
+    const char* field;
+    const char* before; ///< of the field
+    const char* typed;
+    double after;
+    const char* shown;
+    std::vector<std::pair<const char*, const char*>> first{};
+    const char* other = nullptr; ///< a field that is pushed, and its value then
+    double otherAfter = 0;
+};
+
+const tEditCase kEdits[] = {
+    {"DXTInvert", 1383, "amount", "0.5", "0.25", 0.25, "0.250"},
+    {"DXTInvert", 1383, "amount", "0.5", "  .75 of it", 0.75, "0.750"},
+    {"DXTInvert", 1383, "amount", "0.5", "2", 1, "1.000"},
+    {"DXTInvert", 1383, "amount", "0.5", "-1", 0, "0.000"},
+    {"DXTInvert", 1383, "amount", "0.5", "", 0.5, "0.500"},
+    {"DXTInvert", 1383, "amount", "0.5", "abc", 0, "0.000"},
+    {"DXTInvert", 1383, "amount", "0.5", "-", 0, "0.000"},
+    {"DXTInvert", 1383, "amount", "0.5", "0.5009", 0.5, "0.500"},
+    {"DXTInvert", 1383, "amount", "0.5", "0.4991", 0.5, "0.500"},
+    {"DXTInvert", 1383, "amount", "0.5", "0.501", 0.501, "0.501"},
+    {"DXTInvert", 1383, "amount", "0.1", "0.101", 0.101, "0.101"}, // a step, although the doubles fall short of it
+    {"DXTInvert", 1383, "amount", "0.9995", "7", 0.9995, "1.000"}, // clamped and then too near
+    {"DXTInvert", 1383, "amount", "5", "1", 1, "1.000"},
+    {"DXTThreshold", 1125, "threshold", "0.5", "0.509", 0.5, "0.50"},
+    {"DXTThreshold", 1125, "threshold", "0.5", "0.511", 0.511, "0.51"},
+    {"DXTKwWipe", 1172, "angle", "10", "10.05", 10, "10.0"},
+    {"DXTKwWipe", 1172, "angle", "10", "999", 360, "360.0"},
+    {"DXTKwIris", 1240, "repeatX", "2", "2.9", 2, "2"},
+    {"DXTKwIris", 1240, "repeatX", "2", "3.9", 3, "3"},
+    {"DXTKwIris", 1240, "repeatX", "2", "500", 100, "100"},
+    {"DXTKwIris", 1240, "repeatX", "2", "x", 1, "1"},
+    {"DXTTimeCode", 1479, "width", "1", "0.1", 0.5, "0.500"},
+    {"DXTTimeCode", 1479, "width", "1", "3", 2, "2.000"},
+    {"DXTLevels", 1068, "gamma", "1", "9", 5, "5.000"},
+    {"DXTLevels", 1068, "gamma", "1", "0", 0.45, "0.450"},
+    // An edit stops at its partner.
+    {"DXTLevels", 1064, "inputStart", "0", "0.75", 0.5, "0.500", {{"inputEnd", "0.5"}}, "inputEnd", 0.5},
+    {"DXTLevels", 1065, "inputEnd", "1", "0.125", 0.25, "0.250", {{"inputStart", "0.25"}}, "inputStart", 0.25},
+    {"DXTLevels", 1066, "outputStart", "0", "0.75", 0.5, "0.500", {{"outputEnd", "0.5"}}, "outputEnd", 0.5},
+    {"DXTLevels", 1067, "outputEnd", "1", "0.125", 0.25, "0.250", {{"outputStart", "0.25"}}, "outputStart", 0.25},
+    {"DXTKwMask", 1324, "lowIn", "0", "0.75", 0.5, "0.500", {{"highIn", "0.5"}}, "highIn", 0.5},
+    {"DXTKwMask", 1327, "highOut", "1", "0.25", 0.5, "0.500", {{"lowOut", "0.5"}}, "lowOut", 0.5},
+    // The limits of luma push those of the composite signal, which stop at them.
+    {"DXTBroadcastColors", 1481, "lumaMin", "0", "-7", -7, "-7.00", {{"compositeMin", "-5"}}, "compositeMin", -7},
+    {"DXTBroadcastColors", 1481, "lumaMin", "0", "-3", -3, "-3.00", {{"compositeMin", "-5"}}, "compositeMin", -5},
+    {"DXTBroadcastColors", 1481, "lumaMin", "0", "-99", -8, "-8.00"},
+    {"DXTBroadcastColors", 1481, "lumaMin", "0", "0.009", 0, "0.00"},
+    {"DXTBroadcastColors", 1481, "lumaMin", "0", "0.01", 0.01, "0.01"},
+    {"DXTBroadcastColors",
+     1482,
+     "lumaMax",
+     "100",
+     "108",
+     108,
+     "108.00",
+     {{"compositeMax", "105"}},
+     "compositeMax",
+     108},
+    {"DXTBroadcastColors", 1484, "compositeMin", "-20", "30", 5, "5.00", {{"lumaMin", "5"}}, "lumaMin", 5},
+    {"DXTBroadcastColors", 1485, "compositeMax", "120", "70", 90, "90.00", {{"lumaMax", "90"}}, "lumaMax", 90},
+    {"DXTBroadcastColors", 1485, "compositeMax", "120", "500", 148, "148.00"},
+};
+
+TEST(Page, EditsReadClampAndStep) {
+    for (const tEditCase& test : kEdits) {
+        SCOPED_TRACE(std::string(test.effect) + " " + test.field + " " + test.before + " -> " + test.typed);
+        tOpenPage page(test.effect);
+        for (const auto& [field, value] : test.first) page.Set(field, value);
+        page.Set(test.field, test.before);
+        const double before = page.Number(test.field);
+        page.Type(test.id, test.typed);
+        EXPECT_NEAR(page.Number(test.field), test.after, 1e-6);
+        EXPECT_EQ(page.Text(test.id), test.shown);
+        if (test.other) {
+            EXPECT_EQ(page.Number(test.other), test.otherAfter);
+        }
+        EXPECT_EQ(page.sink->Count(KWNOTICE_APPLIED), before != page.Number(test.field));
+    }
+}
+
+TEST(Page, EditsReplaceWhatIsNoNumber) {
+    tOpenPage page("DXTInvert");
+    for (const double wild : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300}) {
+        page.effect.setRecord(std::as_bytes(std::span(&wild, 1)));
+        page.Command(kPageRefresh);
+        page.Type(1383, "0.5");
+        EXPECT_EQ(page.Number("amount"), 0.5);
+        EXPECT_EQ(page.Text(1383), "0.500");
+    }
+}
+
+TEST(Page, AnEditIsReadUpToItsLength) {
+    tOpenPage page("DXTInvert");
+    page.Type(1383, std::string(256, ' ') + "0.5");
+    EXPECT_EQ(page.Number("amount"), 0.5);
+    page.Type(1383, std::string(258, ' ') + "0.5");
+    EXPECT_EQ(page.Number("amount"), 0);
+    page.Type(1383, std::string(100000, '1'));
+    EXPECT_EQ(page.Number("amount"), 1);
+}
+
+// Text that is not left yet changes nothing.
+TEST(Page, AnEditWaitsForTheFocusToLeave) {
+    tOpenPage page("DXTInvert");
+    page.Send(1383, KWEVENT_TEXT, 0, 0, 0, 0, 0, "0.25");
+    EXPECT_EQ(page.Number("amount"), 1);
+    page.Command(1383, EN_KILLFOCUS - 1);
+    EXPECT_EQ(page.Number("amount"), 1);
+    page.Command(1383, EN_KILLFOCUS);
+    EXPECT_EQ(page.Number("amount"), 0.25);
+}
+
+// --- trackbars
+
+struct tScaleCase {
+    const char* effect;
+    LONG bar;
+    const char *field, *value;
+    LONG position;
+};
+
+TEST(Page, ValuesBecomePositions) {
+    constexpr tScaleCase kCases[] = {
+        {"DXTInvert", 1435, "amount", "0.4999", 499}, // truncated
+        {"DXTInvert", 1435, "amount", "7", 1000},
+        {"DXTInvert", 1435, "amount", "-7", 0},
+        {"DXTInvert", 1435, "amount", "1e300", 0}, // as a conversion that does not fit
+        {"DXTThreshold", 1124, "threshold", "0.299", 29},
+        {"Dissolve", 1251, "red", "0.4999", 499},
+        {"DXTBlackRestore", 1464, "threshold", "0.4999", 499},
+        {"DXTKwPush", 1211, "border", "0.4999", 499},
+        {"DXTKwIris", 1235, "feather", "0.299", 29},
+        {"DXSText", 1312, "tracking", "1.2349", 1234},
+        {"DXTSepia", 1109, "strength", "0.4999", 500}, // rounded half away from zero
+        {"DXTSepia", 1109, "strength", "0.4994", 499},
+        {"DXTBrightnessContrast", 1017, "brightness", "0.125", 13},
+        {"DXTBrightnessContrast", 1017, "brightness", "-0.125", -13},
+        {"DXTBrightnessContrast", 1017, "brightness", "-9", -100},
+        {"DXTLevels", 1061, "gamma", "1", 121},
+        {"DXTLevels", 1061, "gamma", "5", 1000},
+        {"DXTLevels", 1061, "gamma", "0", 0},
+        {"DXTHSLAdjust", 1023, "saturation", "1.496", 150},
+        {"DXTPixelate", 1091, "horizontal", "0.88", 12}, // to the right it is coarser
+        {"DXTPixelate", 1091, "horizontal", "1", 0},
+        {"DXTPixelate", 1091, "horizontal", "0.375", 63},
+        {"DXTWave", 1127, "verticalWaves", "5.4", 540},
+        {"DXTWave", 1130, "horizontalAmplitude", "0.5", 1600},
+        {"DXTWave", 1131, "verticalPhase", "3.141592653589793", 1600},
+        {"DXTKwWipe", 1171, "angle", "90.06", 901},
+        {"DXTTimeCode", 1478, "width", "1.25", 750},
+        {"DXTTimeCode", 1478, "width", "0", 0},
+    };
+    for (const tScaleCase& test : kCases) {
+        tOpenPage page(test.effect);
+        page.Set(test.field, test.value);
+        EXPECT_EQ(page.Value(test.bar), test.position) << test.effect << " " << test.field << " " << test.value;
+    }
+}
+
+TEST(Page, PositionsBecomeValues) {
+    struct tCase {
+        const char* effect;
+        LONG bar;
+        const char* field;
+        double (*value)(LONG position);
+    };
+    constexpr tCase kCases[] = {
+        {"DXTInvert", 1435, "amount", [](LONG p) { return p * 0.001; }},
+        {"DXTSepia", 1109, "strength", [](LONG p) { return p * 0.001; }},
+        {"DXTThreshold", 1124, "threshold", [](LONG p) { return double(float(p * 0.01)); }},
+        {"DXTBrightnessContrast", 1017, "brightness", [](LONG p) { return p * 0.01; }},
+        {"DXTHSLAdjust", 1024, "luminance", [](LONG p) { return p * 2 * 0.005; }},
+        {"DXTLevels", 1061, "gamma", [](LONG p) { return p * 4.55 * 0.001 + 0.45; }},
+        {"DXTPixelate", 1092, "vertical", [](LONG p) { return 1.0 - p * 0.01; }},
+        {"DXTFloatMedian", 1094, "offset", [](LONG p) { return double(float(p * 0.001)); }},
+        {"DXTChromaKeyFilter", 1164, "transparencyMask.blurAmount", [](LONG p) { return double(float(p * 0.001)); }},
+        {"DXTTimeCode", 1097, "height", [](LONG p) { return double(float(p * 1.5 * 0.00066666666 + 0.5)); }},
+        {"DXTKwIris", 1239, "repeatX", [](LONG p) { return double(p); }},
+    };
+    for (const tCase& test : kCases) {
+        tOpenPage page(test.effect);
+        const tPageControl bar = page.Control(test.bar);
+        for (LONG position = bar.minimum; position <= bar.maximum; ++position) {
+            page.Drag(test.bar, position);
+            ASSERT_EQ(page.Number(test.field), test.value(position)) << test.effect << " " << position;
+        }
+    }
+}
+
+TEST(Page, KeysStep) {
+    struct tCase {
+        LONG key;
+        ULONG modifiers;
+        LONG from, to;
+    };
+    constexpr tCase kCases[] = {
+        {KWKEY_RIGHT, 0, 500, 501},
+        {KWKEY_LEFT, 0, 500, 499},
+        {KWKEY_PAGE_DOWN, 0, 500, 600},
+        {KWKEY_PAGE_UP, 0, 500, 400},
+        {KWKEY_PAGE_DOWN, KWMOD_CTRL, 0, 1000},
+        {KWKEY_PAGE_DOWN, 0, 950, 1000},
+        {KWKEY_HOME, 0, 500, 0},
+        {KWKEY_END, 0, 500, 1000},
+    };
+    tOpenPage page("DXTInvert");
+    for (const tCase& test : kCases) {
+        page.Drag(1435, test.from);
+        EXPECT_EQ(page.Key(1435, test.key, test.modifiers), S_OK);
+        EXPECT_EQ(page.Value(1435), test.to) << test.key;
+        EXPECT_EQ(page.Number("amount"), test.to * 0.001);
+    }
+    page.sink->notices.clear();
+    page.Key(1435, KWKEY_LEFT);
+    EXPECT_EQ(page.sink->Count(KWNOTICE_APPLIED), 1);
+    EXPECT_EQ(page.sink->Count(KWNOTICE_SETTLED, 1435), 1);
+    EXPECT_EQ(page.sink->Count(KWNOTICE_CHANGED, 1383), 1);
+}
+
+TEST(Page, TrackbarsPushTheirPartner) {
+    struct tCase {
+        const char* effect;
+        LONG bar, partnerEdit;
+        const char *field, *partner, *before;
+        LONG position;
+        double partnerAfter;
+        const char* shown;
+    };
+    constexpr tCase kCases[] = {
+        {"DXTLevels", 1053, 1065, "inputStart", "inputEnd", "0.5", 700, 0.7, "0.700"},
+        {"DXTLevels", 1053, 1065, "inputStart", "inputEnd", "0.5", 499, 0.5, "0.500"},
+        {"DXTLevels", 1055, 1064, "inputEnd", "inputStart", "0.25", 100, 0.1, "0.100"},
+        {"DXTLevels", 1057, 1067, "outputStart", "outputEnd", "0.5", 700, 0.7, "0.700"},
+        {"DXTLevels", 1059, 1066, "outputEnd", "outputStart", "0.25", 100, 0.1, "0.100"},
+        {"DXTKwMask", 1069, 1325, "lowIn", "highIn", "0.5", 700, 0.7, "0.700"},
+        {"DXTKwMask", 1070, 1324, "highIn", "lowIn", "0.25", 100, 0.1, "0.100"},
+        {"DXTKwMask", 1075, 1327, "lowOut", "highOut", "0.5", 700, 0.7, "0.700"},
+        {"DXTKwMask", 1076, 1326, "highOut", "lowOut", "0.25", 100, 0.1, "0.100"},
+    };
+    for (const tCase& test : kCases) {
+        tOpenPage page(test.effect);
+        page.Set(test.partner, test.before);
+        page.Drag(test.bar, test.position);
+        EXPECT_EQ(page.Number(test.field), test.position * 0.001) << test.field;
+        EXPECT_NEAR(page.Number(test.partner), test.partnerAfter, 1e-15) << test.field;
+        EXPECT_EQ(page.Text(test.partnerEdit), test.shown) << test.field;
+    }
+}
+
+// The blur's two reaches mark each other from the beginning, the timecode's two stretches from the first move on.
+TEST(Page, TrackbarsMarkTheirMate) {
+    tOpenPage blur("DXTGaussianBlur");
+    blur.Set("horizontalRange", "0.1");
+    EXPECT_EQ(blur.Control(1433).mark, 100);
+    EXPECT_EQ(blur.Control(1006).mark, 250);
+    blur.Drag(1433, 700);
+    EXPECT_EQ(blur.Control(1006).mark, 700);
+    EXPECT_EQ(blur.Value(1006), 100);
+
+    tOpenPage code("DXTTimeCode");
+    EXPECT_EQ(code.Control(1097).mark, 750);
+    code.Drag(1478, 900);
+    EXPECT_EQ(code.Control(1097).mark, 900);
+    EXPECT_EQ(code.Control(1478).mark, 750);
+    EXPECT_EQ(code.Value(1097), 500);
+    EXPECT_EQ(code.Number("height"), 1);
+    // A double-click on the thumb brings it level.
+    tTrackbarDetail detail{};
+    code.Send(1097, KWEVENT_SIZE, 300, 12);
+    code.model->GetDetail(1097, &detail, sizeof detail);
+    code.Send(1097, KWEVENT_DOUBLE_PRESS, detail.thumb.left, detail.thumb.top);
+    EXPECT_EQ(code.Value(1097), 900);
+    EXPECT_EQ(code.Number("height"), code.Number("width"));
+    EXPECT_EQ(code.Control(1478).mark, 900);
+}
+
+// --- single pages
+
+TEST(Page, GamutSwitchesItsBounds) {
+    struct tRow {
+        LONG check, bar, edit;
+        const char *gate, *bound;
+    };
+    for (const tRow& row :
+         {tRow{1399, 1391, 1390, "smoothLow", "lowBound"}, {1400, 1394, 1393, "smoothUpper", "highBound"}}) {
+        tOpenPage page("DXTGamut");
+        page.Set(row.gate, "0");
+        const double before = page.Number(row.bound);
+        EXPECT_FALSE(page.Control(row.bar).enabled);
+        EXPECT_FALSE(page.Control(row.edit).enabled);
+        EXPECT_EQ(page.Send(row.edit, KWEVENT_TEXT, 0, 0, 0, 0, 0, "0.5"), S_FALSE);
+        EXPECT_EQ(page.Key(row.bar, KWKEY_END), S_FALSE);
+        EXPECT_EQ(page.Number(row.bound), before);
+        page.sink->notices.clear();
+        page.Click(row.check);
+        EXPECT_TRUE(page.Control(row.bar).enabled);
+        EXPECT_TRUE(page.Control(row.edit).enabled);
+        EXPECT_GE(page.sink->Count(KWNOTICE_CHANGED, row.bar), 1);
+        page.Type(row.edit, "0.5");
+        EXPECT_EQ(page.Number(row.bound), 0.5);
+    }
+}
+
+TEST(Page, DissolveShowsWhatTheModeHas) {
+    tOpenPage page("Dissolve");
+    for (LONG mode = 0; mode < 10; ++mode) {
+        if (mode % 2)
+            page.Choose(1247, mode);
+        else
+            page.Set("mode", std::to_string(mode));
+        const bool speeds = mode == 3 || mode == 4, color = mode == 8;
+        for (const LONG id : {1251, 1252, 1253, 1254, 1255, 1256, 1257, 1258, 1261, 1262, 1263, 1264, 1270, 1271})
+            EXPECT_EQ(page.Control(id).visible, speeds) << mode << " " << id;
+        EXPECT_EQ(page.Control(1249).visible, color) << mode;
+        EXPECT_EQ(page.Control(1248).visible, speeds || color) << mode;
+        if (speeds || color) {
+            EXPECT_EQ(page.Text(1248), mode == 3   ? "Color Bleed Speed"
+                                       : mode == 4 ? "Color Morph Speed"
+                                                   : "Fade-through &Color");
+        }
+    }
+}
+
+TEST(Page, ChromaKeyerShowsTheNamedMask) {
+    tOpenPage page("DXTChromaKeyFilter");
+    page.Set("colorCorrectionMask.lowThreshold", "0.25");
+    page.Set("selectedMask", "1");
+    EXPECT_EQ(page.Text(1320), "0.250");
+    page.Type(1321, "0.75");
+    page.Drag(1164, 125);
+    EXPECT_EQ(page.Number("colorCorrectionMask.highThreshold"), 0.75);
+    EXPECT_EQ(page.Number("colorCorrectionMask.blurAmount"), 0.125);
+    EXPECT_EQ(page.Number("transparencyMask.highThreshold"), 1);
+    EXPECT_EQ(page.Number("transparencyMask.blurAmount"), 0);
+    page.Set("selectedMask", "0");
+    EXPECT_EQ(page.Text(1321), "1.000");
+}
+
+TEST(Page, ARadioButtonStandsForAllThatIsNotNought) {
+    tOpenPage page("DXTKwClock");
+    page.Set("direction", "0");
+    EXPECT_EQ(page.Value(1181), 1);
+    EXPECT_EQ(page.Value(1182), 0);
+    std::vector<std::byte> record = page.effect.record();
+    record[0] = std::byte{7};
+    page.effect.setRecord(record);
+    page.Command(kPageRefresh);
+    EXPECT_EQ(page.Value(1181), 0);
+    EXPECT_EQ(page.Value(1182), 1);
+    EXPECT_TRUE(page.Control(1181).groupStart);
+    EXPECT_FALSE(page.Control(1182).groupStart);
+}
+
+// --- presets, menu, help, About
+
+TEST(Page, APresetComesBackAsAMessage) {
+    tOpenPage page("DXTInvert");
+    page.Command(kPagePresetFirst + 2);
+    EXPECT_EQ(page.Number("amount"), 0.75);
+    EXPECT_EQ(page.Text(1383), "1.000");
+    const auto posted = page.queue.take();
+    ASSERT_EQ(posted.size(), 1u);
+    EXPECT_EQ(posted[0].message, UINT{WM_COMMAND});
+    EXPECT_EQ(posted[0].wParam, std::uintptr_t{kPageRefresh});
+    page.Page(WM_COMMAND, posted[0].wParam, posted[0].lParam);
+    EXPECT_EQ(page.Text(1383), "0.750");
+    EXPECT_EQ(page.Value(1435), 750);
+    page.Command(kPagePresetFirst + 4);
+    page.Command(kPagePresetLast);
+    EXPECT_EQ(page.Number("amount"), 0.75);
+    EXPECT_EQ(page.Deliver(), 0u);
+}
+
+TEST(Page, TheMenuListsPresets) {
+    for (const larkmoor::EffectInfo& info : PageModule().effects()) {
+        if (info.className == "DXTAdditiveDissolve") continue;
+        tOpenPage page(info);
+        const bool answers = static_cast<bool>(KwQuery<IKwPresets>(page.effect.object()));
+        std::vector<std::string> rows;
+        tPageMenuItem item{};
+        for (LONG i = 0; page.model->GetMenuItem(0, i, &item, sizeof item) == S_OK; ++i) {
+            const std::size_t presets = answers ? info.presets.size() : 0;
+            const auto preset = static_cast<std::size_t>(i - 1);
+            rows.emplace_back(item.text);
+            if (i == 0 || preset >= presets) {
+                EXPECT_EQ(item.parent, -1);
+                continue;
+            }
+            std::string name;
+            for (const char c : info.presets[preset].name) name += c == '&' ? "&&" : std::string(1, c);
+            EXPECT_EQ(rows.back(), name);
+            EXPECT_EQ(item.id, kPagePresetFirst + i - 1);
+            EXPECT_EQ(item.parent, 0);
+        }
+        ASSERT_GE(rows.size(), 4u) << info.name;
+        EXPECT_EQ(rows.size(), 4 + (answers ? info.presets.size() : 0)) << info.name;
+        EXPECT_EQ(rows.front(), "Presets");
+        EXPECT_EQ(rows[rows.size() - 2], "?");
+        EXPECT_EQ(rows.back(), "About");
+        EXPECT_EQ(item.id, kPageAbout);
+        EXPECT_EQ(page.model->GetMenuItem(0, -1, &item, sizeof item), E_INVALIDARG);
+        EXPECT_EQ(page.model->GetMenuItem(0, 0, nullptr, 0), E_POINTER);
+    }
+}
+
+TEST(Page, TheContextMenuHasItsPlace) {
+    tOpenPage page("DXTInvert");
+    const auto at = [&](LONG x, LONG y) {
+        page.sink->notices.clear();
+        page.Page(WM_CONTEXTMENU, 0, (x & 0xFFFF) | (y & 0xFFFF) << 16);
+        EXPECT_EQ(page.sink->notices.size(), 1u);
+        const tPageNotice& notice = page.sink->notices.front();
+        EXPECT_EQ(notice.code, KWNOTICE_MENU);
+        EXPECT_EQ(notice.control, 0);
+        return std::pair{notice.x, notice.y};
+    };
+    EXPECT_EQ(at(30, 40), std::pair(30, 40));
+    EXPECT_EQ(at(0, 0), std::pair(0, 0));
+    EXPECT_EQ(at(-1, -1), std::pair(220, 20)); // of 440 by 82
+    const RECT place{10, 20, 310, 220};
+    EXPECT_EQ(page.page->Move(&place), S_OK);
+    EXPECT_EQ(at(-1, 5), std::pair(150, 50));
+    EXPECT_EQ(at(5, -1), std::pair(150, 50));
+}
+
+TEST(Page, ThePageKeepsItsExtendedStyle) {
+    tOpenPage page("DXTInvert");
+    DWORD style[2] = {0, 0x20};
+    EXPECT_EQ(page.Page(WM_STYLECHANGING, static_cast<std::uintptr_t>(-20), reinterpret_cast<std::intptr_t>(style)), 0);
+    EXPECT_EQ(style[1], 0x10020u);
+    EXPECT_EQ(page.Page(WM_STYLECHANGING, static_cast<std::uintptr_t>(-16), reinterpret_cast<std::intptr_t>(style)), 1);
+    EXPECT_EQ(page.Page(WM_STYLECHANGING, static_cast<std::uintptr_t>(-20), 0), 0);
+}
+
+TEST(Page, HelpIsTheToolkits) {
+    tOpenPage page("DXTInvert");
+    page.Command(kPageHelp);
+    EXPECT_EQ(page.Page(WM_HELP), 1);
+    EXPECT_EQ(page.page->Help(nullptr), S_OK);
+    ASSERT_EQ(page.sink->Count(KWNOTICE_HELP, 0), 3);
+    for (const tPageNotice& notice : page.sink->notices) EXPECT_TRUE(notice.code != KWNOTICE_HELP || notice.x == 1028);
+    page.sink->answer = E_FAIL;
+    EXPECT_EQ(page.page->Help(nullptr), kNoHelp);
+    page.model->SetPageSink(nullptr);
+    EXPECT_EQ(page.page->Help(nullptr), kNoHelp);
+}
+
+// Messages have a callback of the module's inside, so this page is made there.
+TEST(Page, AboutGoesThroughTheMessages) {
+    const auto make = [](std::string_view className) {
+        for (const tObjectMapRow& row : KwObjectMap())
+            if (className == row.className) return CComPtr<IUnknown>::Adopt(row.create(row, nullptr));
+        return CComPtr<IUnknown>();
+    };
+    const auto effect = make("DXTInvert"), object = make("DXTInvertPropPage");
+    const auto page = KwQuery<IPropertyPage>(object.Get());
+    const auto model = KwQuery<IKwPage>(object.Get());
+    IUnknown* objects[] = {effect.Get()};
+    larkmoor::MessageQueue window;
+    ASSERT_EQ(page->SetObjects(1, objects), S_OK);
+    ASSERT_EQ(page->Activate(&window, nullptr, FALSE), S_OK);
+
+    struct tShown {
+        std::string title, text;
+        HWND parent;
+        LONG icon;
+        int count = 0;
+    } shown;
+    SetMessageCallback(
+        [](void* self, const tMESSAGE& message, bool*) {
+            auto& noted = *static_cast<tShown*>(self);
+            noted = {message.title, message.text, message.parent, message.icon, noted.count + 1};
+            return static_cast<UINT>(IDOK);
+        },
+        &shown);
+    EXPECT_EQ(model->SendPage(WM_COMMAND, kPageAbout, 0, nullptr), S_OK);
+    SetMessageCallback(nullptr, nullptr);
+    EXPECT_EQ(shown.count, 1);
+    EXPECT_EQ(shown.title, "About");
+    EXPECT_NE(shown.text.find("Invert"), std::string::npos);
+    EXPECT_EQ(shown.parent, &window);
+    EXPECT_EQ(page->Deactivate(), S_OK);
+}
+
+// --- life
+
+TEST(Page, TheNotifyWindowIsClearedAtTheEnd) {
+    const auto told = [](tOpenPage& page) {
+        page.effect.applyPreset("0");
+        return page.queue.take().size();
+    };
+    {
+        tOpenPage page("DXTInvert");
+        EXPECT_EQ(told(page), 1u);
+        EXPECT_EQ(page.page->Deactivate(), S_OK);
+        EXPECT_EQ(told(page), 0u);
+        EXPECT_EQ(page.page->Activate(&page.queue, nullptr, FALSE), S_OK);
+        EXPECT_EQ(told(page), 1u);
+        EXPECT_EQ(page.page->SetObjects(0, nullptr), S_OK);
+        EXPECT_EQ(told(page), 0u);
+    }
+    {
+        tOpenPage page("DXTInvert");
+        page.Page(WM_DESTROY);
+        EXPECT_EQ(told(page), 0u);
+    }
+    {
+        tOpenPage page("DXSTestp"); // a generator has another interface for it
+        EXPECT_EQ(told(page), 1u);
+        page.model.Reset();
+        page.page.Reset();
+        page.object.Reset();
+        EXPECT_EQ(told(page), 0u);
+    }
+}
+
+TEST(Page, AnotherEffectTakesOver) {
+    tOpenPage page("DXTInvert");
+    larkmoor::Effect other = PageModule().create(PageModule().find("DXTInvert"));
+    other.set("amount", "0.25");
+    page.Take(other);
+    EXPECT_EQ(page.Text(1383), "0.250");
+    page.effect.applyPreset("0");
+    EXPECT_EQ(page.queue.take().size(), 0u);
+    other.applyPreset("60% Inversion");
+    EXPECT_EQ(page.Deliver(), 1u);
+    EXPECT_EQ(page.Text(1383), "0.600");
+}
+
+TEST(Page, ObjectsOfOtherClassesAreRefused) {
+    tOpenPage page("DXTInvert");
+    const larkmoor::Effect other = PageModule().create(PageModule().find("DXTSharpen"));
+    IUnknown* const wrong[] = {other.object(), page.object.Get(), nullptr};
+    for (IUnknown* object : wrong) EXPECT_EQ(page.page->SetObjects(1, &object), E_NOINTERFACE);
+    EXPECT_EQ(page.page->SetObjects(1, nullptr), E_POINTER);
+    page.Type(1383, "0.25"); // the page goes on with what it has
+    EXPECT_EQ(page.Number("amount"), 0.25);
+}
+
+TEST(Page, CallsInAnyOrder) {
+    tOpenPage page("DXTInvert", false);
+    const tPageEvent click{.kind = KWEVENT_CLICK};
+    tPageControl control{};
+    EXPECT_EQ(page.page->Deactivate(), E_UNEXPECTED);
+    EXPECT_EQ(page.page->Apply(), E_UNEXPECTED);
+    EXPECT_EQ(page.model->SendEvent(1383, &click), E_INVALIDARG);
+    EXPECT_EQ(page.model->SendPage(WM_COMMAND, kPageRefresh, 0, nullptr), E_UNEXPECTED);
+    EXPECT_EQ(page.model->SendControl(1435, 1552, 1, 7, nullptr), S_OK);
+    EXPECT_EQ(page.page->Activate(&page.queue, nullptr, FALSE), S_OK);
+    EXPECT_EQ(page.page->Activate(&page.queue, nullptr, FALSE), E_UNEXPECTED);
+    EXPECT_EQ(page.Value(1435), 1000);
+    EXPECT_EQ(page.page->Apply(), S_OK);
+    EXPECT_EQ(page.page->IsPageDirty(), S_FALSE);
+    page.Type(1383, "0.5");
+    EXPECT_EQ(page.page->IsPageDirty(), S_FALSE); // every change is live
+    EXPECT_EQ(page.page->SetObjects(0, nullptr), S_OK);
+    EXPECT_EQ(page.model->GetControl(0, &control, sizeof control), E_INVALIDARG);
+    EXPECT_EQ(page.page->Activate(&page.queue, nullptr, FALSE), E_UNEXPECTED);
+    EXPECT_EQ(page.page->TranslateAccelerator(nullptr), S_FALSE);
+    EXPECT_EQ(page.page->Show(1), S_OK);
+    EXPECT_EQ(page.page->SetPageSite(page.object.Get()), S_OK);
+    EXPECT_EQ(page.page->SetPageSite(nullptr), S_OK);
+    tPageMenuItem item{};
+    EXPECT_EQ(page.model->GetMenuItem(0, 0, &item, sizeof item), S_OK);
+}
+
+TEST(Page, NullPointersAndUnknownIds) {
+    tOpenPage page("DXTKwZoom");
+    tPageControl control{};
+    const char* text = nullptr;
+    EXPECT_EQ(page.model->GetDialog(nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(page.model->GetControl(0, nullptr, 0), E_POINTER);
+    EXPECT_EQ(page.model->GetControl(-1, &control, sizeof control), E_INVALIDARG);
+    EXPECT_EQ(page.model->FindControl(1211, nullptr, 0), E_POINTER);
+    EXPECT_EQ(page.model->FindControl(9999, &control, sizeof control), E_INVALIDARG);
+    EXPECT_EQ(page.model->GetItem(1211, 0, nullptr), E_POINTER);
+    EXPECT_EQ(page.model->GetItem(1211, 0, &text), E_INVALIDARG);
+    EXPECT_EQ(page.model->SendEvent(1211, nullptr), E_POINTER);
+    EXPECT_EQ(page.Send(9999, KWEVENT_CLICK), E_INVALIDARG);
+    EXPECT_EQ(page.Send(1212, KWEVENT_TEXT), E_POINTER);
+    EXPECT_EQ(page.model->SendControl(9999, 1546, 0, 0, nullptr), E_INVALIDARG);
+    EXPECT_EQ(page.model->PaintPart(9999, 1, nullptr, 1, 1, 4), E_INVALIDARG);
+    EXPECT_EQ(page.model->GetDetail(9999, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(page.model->GetDetail(1212, &control, sizeof control), E_NOTIMPL);
+    for (const LONG id : {1211, 1215, 1217, 1457}) EXPECT_EQ(page.model->GetDetail(id, nullptr, 8), E_POINTER) << id;
+    EXPECT_EQ(page.page->Move(nullptr), E_POINTER);
+    EXPECT_EQ(page.page->GetPageInfo(nullptr), E_POINTER);
+    void* out = &control;
+    EXPECT_EQ(page.page->QueryInterface(&IKwEffectInfo::iid, &out), E_NOINTERFACE);
+
+    // A caller of an older version gets what it knows of.
+    std::memset(&control, 0xEE, sizeof control);
+    EXPECT_EQ(page.model->FindControl(1211, &control, sizeof control.id), S_OK);
+    EXPECT_EQ(control.id, 1211);
+    EXPECT_EQ(static_cast<ULONG>(control.kind), 0xEEEEEEEE);
+}
+
+TEST(Page, TellsItsPixels) {
+    tOpenPage page("DXTInvert", false);
+    PROPPAGEINFO info{.cb = sizeof info};
+    EXPECT_EQ(page.page->GetPageInfo(&info), S_OK);
+    EXPECT_EQ(info.size.cx, 440);
+    EXPECT_EQ(info.size.cy, 82);
+    EXPECT_EQ(std::u16string_view(info.pszTitle), u"Invert");
+    EXPECT_EQ(info.dwHelpContext, 1028u);
+    std::free(info.pszTitle);
+}
+
+TEST(Page, WorksWithoutASink) {
+    tOpenPage page("DXTGamut");
+    page.model->SetPageSink(nullptr);
+    page.Click(1399);
+    page.Type(1390, "0.5");
+    page.Page(WM_CONTEXTMENU, 0, -1);
+    EXPECT_EQ(page.Number("lowBound"), 0.5);
+}
+
+// A toolkit may do anything within a notice.
+TEST(Page, KeepsItsControlsWithinANotice) {
+    {
+        tOpenPage page("DXTKwPush");
+        page.sink->then = [&](const tPageNotice&) {
+            EXPECT_EQ(page.page->SetObjects(0, nullptr), E_UNEXPECTED);
+            page.page->Deactivate();
+            page.model->SetPageSink(nullptr);
+        };
+        page.Click(1205);
+        EXPECT_EQ(page.Send(1205, KWEVENT_CLICK), E_INVALIDARG); // closed since
+    }
+    tOpenPage page("DXTKwPush");
+    const tPageEvent click{.kind = KWEVENT_CLICK};
+    IKwPage* const last = page.model.Get();
+    page.object.Reset();
+    page.sink->then = [&](const tPageNotice&) {
+        page.page.Reset();
+        page.model.Reset();
+    };
+    EXPECT_EQ(last->SendEvent(1205, &click), S_OK);
+    EXPECT_FALSE(page.model);
+}
+
+} // namespace
