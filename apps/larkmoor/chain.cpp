@@ -1,5 +1,6 @@
 #include "chain.h"
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iterator>
@@ -44,9 +45,9 @@ void addRamp(Step& step, const std::string& text) {
     if (field.ramp == KWRAMP_START)
         throw UsageError(
             fmt::format("{} of {} does not change gradually; --set gives it one value", field.name, step.info->name));
-    if (!step.ramp) step.ramp.emplace(step.record, step.record);
-    setFieldText(field, step.ramp->first, range.substr(0, colon));
-    setFieldText(field, step.ramp->second, range.substr(colon + 1));
+    if (!step.ramp) step.ramp = Ramp{step.record, step.record, {}};
+    setFieldText(field, step.ramp->from, range.substr(0, colon));
+    setFieldText(field, step.ramp->to, range.substr(colon + 1));
 }
 
 std::vector<std::byte> readFile(const std::string& path) {
@@ -56,6 +57,17 @@ std::vector<std::byte> readFile(const std::string& path) {
     std::vector<std::byte> out(bytes.size());
     std::memcpy(out.data(), bytes.data(), bytes.size());
     return out;
+}
+
+/// A surface for pictures between effects: of the form and size of another one, kept from frame to frame.
+Surface& between(Surface& memory, const Surface& like) {
+    const ImageView wanted = like.view();
+    const PixelFormat format = wanted.format == PixelFormat::Argb32 ? PixelFormat::PremultipliedArgb32 : wanted.format;
+    const ImageView is = memory ? memory.view() : ImageView{};
+    if (is.width != wanted.width || is.height != wanted.height || is.format != format)
+        memory = Surface::create(format, wanted.width, wanted.height);
+    memory.setInfo(like.info());
+    return memory;
 }
 
 } // namespace
@@ -114,50 +126,93 @@ void saveStates(const Module& module, const Step& step, bool overwrite) {
     }
 }
 
-Chain::Chain(const Module& module, std::span<const Step> steps) {
-    for (const Step& step : steps) {
-        Effect effect = module.create(*step.info);
-        effect.setRecord(step.record);
-        if (step.ramp) effect.setRamp(step.ramp->first, step.ramp->second);
-        m_links.push_back({std::move(effect), step.ramp.has_value(), step.over});
+void settleRamps(Recipe& recipe, std::optional<std::int64_t> total, const std::string& name) {
+    const auto settle = [&](Step& step) {
+        if (!step.ramp || step.ramp->frames) return;
+        if (!total)
+            throw UsageError(fmt::format("the number of frames of {} cannot be told; a ramp needs --frames, or a first "
+                                         "and last frame in a project",
+                                         name));
+        step.ramp->frames.emplace(0, std::max<std::int64_t>(0, *total - 1));
+    };
+    if (recipe.generates()) settle(*recipe.head);
+    for (Step& step : recipe.effects) settle(step);
+}
+
+Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors) : m_processors(processors) {
+    if (recipe.head) m_head = makeLink(module, *recipe.head);
+    for (const Step& step : recipe.effects) m_links.push_back(makeLink(module, step));
+}
+
+Chain::Link Chain::makeLink(const Module& module, const Step& step) const {
+    Link link{{.info = step.info}, module.create(*step.info, m_processors)};
+    change(link, step);
+    return link;
+}
+
+void Chain::change(Link& link, const Step& step) {
+    if (link.step.ramp && !step.ramp) link.effect.clearRamp();
+    if (link.step.record != step.record) link.effect.setRecord(step.record);
+    if (step.ramp && link.step.ramp != step.ramp) link.effect.setRamp(step.ramp->from, step.ramp->to);
+    if (link.step.record != step.record || link.step.ramp != step.ramp) link.drawn = {};
+    link.step = step;
+}
+
+void Chain::update(const Module& module, const Recipe& recipe) {
+    const auto set = [&](Link& link, const Step& step) {
+        if (link.step.info == step.info && link.step.over == step.over)
+            change(link, step);
+        else
+            link = makeLink(module, step);
+    };
+    if (!recipe.head)
+        m_head.reset();
+    else if (m_head)
+        set(*m_head, *recipe.head);
+    else
+        m_head = makeLink(module, *recipe.head);
+    while (m_links.size() > recipe.effects.size()) m_links.pop_back();
+    for (std::size_t i = 0; i < recipe.effects.size(); ++i) {
+        if (i < m_links.size())
+            set(m_links[i], recipe.effects[i]);
+        else
+            m_links.push_back(makeLink(module, recipe.effects[i]));
     }
 }
 
-void Chain::place(Link& link, double position) {
-    if (link.ramped) link.effect.setRampPosition(position);
+void Chain::place(Link& link, const Moment& moment) {
+    if (!link.step.ramp) return;
+    double position = moment.progress;
+    if (const auto& frames = link.step.ramp->frames) {
+        const auto [first, last] = *frames;
+        position = moment.index <= first ? 0
+                   : moment.index >= last
+                       ? 1
+                       : static_cast<double>(moment.index - first) / static_cast<double>(last - first);
+    }
+    link.effect.setRampPosition(position);
 }
 
-void Chain::layOver(Link& link, const Surface& from, const Surface& to, double position) {
-    const bool first = !link.drawn;
-    if (first) {
-        const ImageView shape = from.view();
-        link.drawn = Surface::create(shape.format, shape.width, shape.height);
-        link.drawn.setInfo(from.info());
-    }
-    if (first || link.ramped) {
-        place(link, position);
+void Chain::layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment) {
+    const Surface before = link.drawn;
+    between(link.drawn, from);
+    if (link.drawn.get() != before.get() || link.step.ramp) {
+        place(link, moment);
         link.effect.generate(link.drawn);
     }
     larkmoor::layOver(link.drawn.view(), from.view(), to.view());
 }
 
-void Chain::filter(const Surface& input, Surface output, double position) {
-    const ImageView shape = input.view();
+void Chain::filter(const Surface& input, Surface output, const Moment& moment) {
     Surface from = input;
     for (std::size_t i = 0; i < m_links.size(); ++i) {
         Link& link = m_links[i];
-        Surface to = output;
-        if (i + 1 < m_links.size()) {
-            Surface& between = m_between[i % 2];
-            if (!between) between = Surface::create(shape.format, shape.width, shape.height);
-            between.setInfo(input.info());
-            to = between;
-        }
-        if (link.over) {
-            layOver(link, from, to, position);
+        Surface to = i + 1 < m_links.size() ? between(m_between[i % 2], input) : output;
+        if (link.step.over) {
+            layOver(link, from, to, moment);
         } else {
             to.clear();
-            place(link, position);
+            place(link, moment);
             link.effect.render(std::span(&from, 1), to);
         }
         to.touch();
@@ -165,17 +220,42 @@ void Chain::filter(const Surface& input, Surface output, double position) {
     }
 }
 
-void Chain::join(const Surface& from, const Surface& to, Surface output, double progress) {
+void Chain::join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment) {
     output.clear();
-    place(m_links[0], progress);
-    m_links[0].effect.setProgress(static_cast<float>(progress));
+    place(link, moment);
+    link.effect.setProgress(static_cast<float>(moment.progress));
     const std::array inputs{from, to};
-    m_links[0].effect.render(inputs, output);
+    link.effect.render(inputs, output);
+    output.touch();
 }
 
-void Chain::generate(const Surface& output, double position) {
-    place(m_links[0], position);
-    m_links[0].effect.generate(output);
+void Chain::generate(Link& link, const Surface& output, const Moment& moment) {
+    place(link, moment);
+    const ImageView view = output.view();
+    if (view.format != PixelFormat::PremultipliedArgb32) return link.effect.generate(output);
+    // A generator's own form is straight colour; it becomes premultiplied as a clip's does.
+    ImageView straight = view;
+    straight.format = PixelFormat::Argb32;
+    Surface drawn = Surface::wrap(straight);
+    drawn.setInfo(output.info());
+    link.effect.generate(drawn);
+    premultiply(view);
+    Surface(output).touch();
+}
+
+bool Chain::run(const Surface& first, const Surface& second, Surface output, const Moment& moment) {
+    const bool generates = !first, joins = first && second && m_head;
+    if (!generates && !joins && m_links.empty()) return false;
+    Surface picture = first;
+    if (generates || joins) {
+        picture = m_links.empty() ? output : between(m_base, output);
+        if (generates)
+            generate(*m_head, picture, moment);
+        else
+            join(*m_head, first, second, picture, moment);
+    }
+    if (!m_links.empty()) filter(picture, output, moment);
+    return true;
 }
 
 } // namespace larkmoor

@@ -19,13 +19,38 @@ struct EffectRequest {
     std::vector<std::pair<Kind, std::string>> options; ///< as given, in order
 };
 
+/// The way from one record to another while the output runs.
+struct Ramp {
+    std::vector<std::byte> from, to;
+    /// First and last frame of the output, outside of which the ends hold. Without it the whole output, or all of a
+    /// transition.
+    std::optional<std::pair<std::int64_t, std::int64_t>> frames;
+
+    friend bool operator==(const Ramp&, const Ramp&) = default;
+};
+
 /// One effect with everything about it settled.
 struct Step {
     const EffectInfo* info = nullptr;
     std::vector<std::byte> record;
-    std::optional<std::pair<std::vector<std::byte>, std::vector<std::byte>>> ramp; ///< records at both ends
-    std::vector<std::string> saveTo;                                               ///< files for the persisted form
-    bool over = false;                                                             ///< as in the request
+    std::optional<Ramp> ramp;
+    std::vector<std::string> saveTo; ///< files for the persisted form
+    bool over = false;               ///< as in the request
+};
+
+/// What makes pictures: perhaps a generator or a transition, then filters and generators to be laid over.
+struct Recipe {
+    std::optional<Step> head;
+    std::vector<Step> effects;
+
+    bool generates() const { return head && head->info->kind == EffectKind::Generator; }
+    bool joins() const { return head && head->info->kind == EffectKind::Transition; }
+};
+
+/// Where a picture stands in the output.
+struct Moment {
+    std::int64_t index = 0; ///< of the frame, from 0
+    double progress = 0;    ///< of a transition, 0 to 1
 };
 
 /// Presets, fields and states in the order given, ramps last. Throws UsageError for names and values that do not fit.
@@ -34,36 +59,45 @@ Step planStep(const Module& module, const EffectRequest& request);
 /// Writes the files that `--save-state` asked for.
 void saveStates(const Module& module, const Step& step, bool overwrite);
 
+/// Gives ramps over the whole output its length. Throws UsageError where there is such a ramp and the length is not
+/// known.
+/// @param name of what is rendered, for the sentence.
+void settleRamps(Recipe& recipe, std::optional<std::int64_t> total, const std::string& name);
+
 /// Effect objects for one frame in flight.
 class Chain {
   public:
-    Chain(const Module& module, std::span<const Step> steps);
+    /// @param processors for one frame's work; one where frames run in parallel.
+    Chain(const Module& module, const Recipe& recipe, unsigned processors = 1);
 
-    bool empty() const { return m_links.empty(); }
+    /// Takes over other settings; objects are made anew only where the effects themselves are others.
+    void update(const Module& module, const Recipe& recipe);
 
-    /// Runs filters and generators to be laid over, one after the other; at least one. `output` has the form and size
-    /// of `input`, and is not its memory.
-    /// @param position of the ramps, 0 to 1.
-    void filter(const Surface& input, Surface output, double position);
-
-    /// Runs the one transition. `output` is cleared first.
-    void join(const Surface& from, const Surface& to, Surface output, double progress);
-
-    /// Runs the one generator into a straight 8-bit surface.
-    void generate(const Surface& output, double position);
+    /// Runs the recipe. `output` has the form and size of the inputs, and is not their memory.
+    /// @param first the picture to start from; empty for a generator's own.
+    /// @param second the other picture of a transition; empty where there is none at this moment.
+    /// @param output a generator alone draws straight colour into an 8-bit output of that form; all else premultiplied.
+    /// @return false, with nothing written, when there was nothing to do: the picture is `first`.
+    bool run(const Surface& first, const Surface& second, Surface output, const Moment& moment);
 
   private:
-    /// An effect, and whether it changes from frame to frame.
     struct Link {
+        Step step;
         Effect effect;
-        bool ramped = false, over = false;
         Surface drawn = {}; ///< the picture of a generator that is laid over; kept as long as it does not change
     };
-    static void place(Link& link, double position);
-    static void layOver(Link& link, const Surface& from, const Surface& to, double position);
+    Link makeLink(const Module& module, const Step& step) const;
+    static void change(Link& link, const Step& step);
+    static void place(Link& link, const Moment& moment);
+    static void layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment);
+    static void generate(Link& link, const Surface& output, const Moment& moment);
+    static void join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment);
+    void filter(const Surface& input, Surface output, const Moment& moment);
 
+    unsigned m_processors;
+    std::optional<Link> m_head;
     std::vector<Link> m_links;
-    Surface m_between[2];
+    Surface m_base, m_between[2];
 };
 
 } // namespace larkmoor

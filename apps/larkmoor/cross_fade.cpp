@@ -22,6 +22,14 @@ void CrossFade::overlapAt(double start, double duration) {
 }
 
 void CrossFade::writeUntil(double seconds) {
+    advance(seconds, true);
+}
+
+void CrossFade::skipUntil(double seconds) {
+    advance(seconds, false);
+}
+
+void CrossFade::advance(double seconds, bool write) {
     if (!m_sink) return;
     const std::int64_t end = std::llround(seconds * m_facts.rate);
     const int channels = m_facts.layout.nb_channels;
@@ -54,7 +62,7 @@ void CrossFade::writeUntil(double seconds) {
                                             in * second[static_cast<std::size_t>(s)]);
             }
         }
-        m_sink->writeSound(*frame);
+        if (write) m_sink->writeSound(*frame);
         m_written += count;
     }
 }

@@ -19,10 +19,15 @@ class CrossFade {
     /// From `start` on, in seconds of the output, the second clip comes in, for `duration` at equal power.
     void overlapAt(double start, double duration);
 
+    /// Leaves the sound up to a time out; the output then begins there.
+    void skipUntil(double seconds);
+
     /// Writes the sound up to a time of the output. The overlap has to be known before it is reached.
     void writeUntil(double seconds);
 
   private:
+    void advance(double seconds, bool write);
+
     SoundSource m_first, m_second;
     SoundFacts m_facts;
     ContainerSink* m_sink = nullptr;

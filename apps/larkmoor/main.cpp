@@ -8,7 +8,8 @@
 #include <fmt/format.h>
 
 #include "output_file.h"
-#include "requests.h"
+#include "progress.h"
+#include "render_project.h"
 
 using namespace larkmoor;
 
@@ -131,7 +132,8 @@ int work(int count, char** arguments) {
     std::string start, sequenceRate;
     CLI::App& renderApp =
         *app.add_subcommand("render", "Render a clip, a picture or a numbered sequence through effects");
-    renderApp.add_option("IN", rendering.input, "What to read, or - for bare frames on standard input")->required();
+    renderApp.add_option("IN", rendering.input, "What to read: a clip, a picture, a project, or - for bare frames")
+        ->required();
     renderOutput.add(renderApp);
     renderEffects.add(renderApp, true);
     renderApp.add_option("--over", rendering.over, "A clip or picture to lay the result over")->type_name("CLIP");
@@ -180,7 +182,13 @@ int work(int count, char** arguments) {
     if (renderApp.parsed()) {
         rendering.output = renderOutput.request();
         rendering.effects = renderEffects.collect(renderApp);
-        if (rendering.effects.empty() && rendering.over.empty())
+        if (isProject(rendering.input)) {
+            for (const char* option : {"--effect", "--over-effect", "--over", "--rate", "--start", "--frames"})
+                if (renderApp.count(option) > 0)
+                    throw UsageError(fmt::format("{} is a project, which has its source and effects in it; {} does not "
+                                                 "go with one",
+                                                 rendering.input, option));
+        } else if (rendering.effects.empty() && rendering.over.empty())
             throw UsageError("no --effect given; `larkmoor list` names them");
         if (!sequenceRate.empty()) rendering.rate = parseRate(sequenceRate);
         if (!start.empty()) rendering.start = parseTime(start);
@@ -200,7 +208,12 @@ int work(int count, char** arguments) {
     const Module module = Module::load(modulePath);
     if (listApp.parsed()) list(module, json);
     if (showApp.parsed()) show(module, shown, json);
-    if (renderApp.parsed()) render(module, rendering);
+    if (renderApp.parsed()) {
+        if (isProject(rendering.input))
+            renderProject(module, loadProject(module, rendering.input), rendering.output, watchTerminal());
+        else
+            render(module, rendering);
+    }
     if (joinApp.parsed()) join(module, joining);
     if (generateApp.parsed()) generate(module, generating);
     return 0;

@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include "progress.h"
-
 namespace larkmoor {
 
 Output::Output(const OutputRequest& request, const VideoFacts& video, const Reader* like)
@@ -32,27 +30,6 @@ Output::Output(const OutputRequest& request, const VideoFacts& video, const Read
 void Output::finish() {
     m_sink->finish();
     m_file.commit();
-}
-
-std::int64_t run(const Module& module, std::span<const Step> steps, const VideoFacts& video, const VideoFacts& second,
-                 Output& output, int threads, std::optional<std::int64_t> total, const std::function<bool(Job&)>& read,
-                 const std::function<void(const Job&)>& written) {
-    const FramePool frames(output.sink().target().format, video.width, video.height);
-    const WorkPlan plan{module, steps, video, second, output.sink(), frames};
-    Pool<Worker> workers([&] { return std::make_unique<Worker>(plan); });
-    Progress progress(total);
-    std::int64_t count = 0;
-    runPipeline(threads, {.read = read,
-                          .work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); },
-                          .write =
-                              [&](Job& job) {
-                                  for (PacketPtr& packet : job.side) output.sink().writeSide(std::move(packet));
-                                  if (job.output) output.sink().write(std::move(job.output));
-                                  if (written) written(job);
-                                  ++count;
-                                  progress.step();
-                              }});
-    return count;
 }
 
 } // namespace larkmoor

@@ -1,13 +1,11 @@
-// An opened output of any kind, and the run that fills it.
+// An opened output of any kind.
 #pragma once
 
-#include <functional>
-#include <optional>
+#include <memory>
 
 #include "media/container_sink.h"
 #include "output_file.h"
 #include "requests.h"
-#include "worker.h"
 
 namespace larkmoor {
 
@@ -29,10 +27,5 @@ class Output {
     std::unique_ptr<FrameSink> m_sink;
     ContainerSink* m_container = nullptr;
 };
-
-/// Frames from `read` through workers into the output, with progress. Returns the number of frames.
-std::int64_t run(const Module& module, std::span<const Step> steps, const VideoFacts& video, const VideoFacts& second,
-                 Output& output, int threads, std::optional<std::int64_t> total, const std::function<bool(Job&)>& read,
-                 const std::function<void(const Job&)>& written = {});
 
 } // namespace larkmoor

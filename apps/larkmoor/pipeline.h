@@ -14,9 +14,9 @@ namespace larkmoor {
 struct Job {
     std::int64_t index = 0;      ///< in the output, from 0
     FramePtr first, second;      ///< decoded pictures: none to generate, one to filter, two to join or to lay over
-    bool plain = false;          ///< the first picture goes out as it came
+    bool plain = false;          ///< the first picture is outside of any transition
     bool fromSecond = false;     ///< and is of a transition's second clip
-    double position = 0;         ///< of ramps, or a transition's progress: 0 to 1
+    double position = 0;         ///< a transition's progress, 0 to 1
     std::int64_t time100ns = 0;  ///< of the frame in its clip
     std::vector<PacketPtr> side; ///< goes before the frame
     FramePtr output;

@@ -9,8 +9,7 @@
 
 namespace larkmoor {
 
-Progress::Progress(std::optional<std::int64_t> total)
-    : m_total(total), m_shown(::isatty(STDERR_FILENO) == 1), m_start(Clock::now()), m_printed(m_start) {}
+Progress::Progress() : m_shown(::isatty(STDERR_FILENO) == 1), m_start(Clock::now()), m_printed(m_start) {}
 
 Progress::~Progress() {
     if (!m_shown || m_done == 0) return;
@@ -18,8 +17,9 @@ Progress::~Progress() {
     std::fputc('\n', stderr);
 }
 
-void Progress::step() {
-    ++m_done;
+void Progress::show(std::int64_t done, std::optional<std::int64_t> total) {
+    m_done = done;
+    m_total = total;
     if (!m_shown) return;
     const auto now = Clock::now();
     if (now - m_printed < std::chrono::milliseconds(200)) return;
@@ -39,6 +39,12 @@ void Progress::print(Clock::time_point now) const {
     }
     fmt::print(stderr, "{}\x1b[K", line);
     std::fflush(stderr);
+}
+
+Watch watchTerminal() {
+    const auto progress = std::make_shared<Progress>();
+    return {
+        .progress = [progress](std::int64_t done, std::optional<std::int64_t> total) { progress->show(done, total); }};
 }
 
 } // namespace larkmoor

@@ -5,15 +5,17 @@
 #include <cstdint>
 #include <optional>
 
+#include "film.h"
+
 namespace larkmoor {
 
 /// A line on standard error, rewritten a few times a second: frames, percent, frames a second, time left. Silent when
 /// standard error is no terminal.
 class Progress {
   public:
-    explicit Progress(std::optional<std::int64_t> total);
+    Progress();
     ~Progress();
-    void step();
+    void show(std::int64_t done, std::optional<std::int64_t> total);
 
   private:
     using Clock = std::chrono::steady_clock;
@@ -24,5 +26,8 @@ class Progress {
     bool m_shown;
     Clock::time_point m_start, m_printed;
 };
+
+/// Shows a run's progress on the terminal.
+Watch watchTerminal();
 
 } // namespace larkmoor

@@ -9,14 +9,13 @@ namespace larkmoor {
 namespace {
 
 PixelFormat formFor(const WorkPlan& plan) {
-    if (!plan.steps.empty() && plan.steps.front().info->kind == EffectKind::Generator && !plan.steps.front().over)
-        return PixelFormat::Argb32;
+    if (plan.recipe.generates() && plan.recipe.effects.empty()) return PixelFormat::Argb32;
     return needsFloat(plan.video.format) ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
 }
 
 } // namespace
 
-Worker::Worker(const WorkPlan& plan) : m_plan(plan), m_form(formFor(plan)), m_chain(plan.module, plan.steps) {}
+Worker::Worker(const WorkPlan& plan) : m_plan(plan), m_form(formFor(plan)), m_chain(plan.module, plan.recipe) {}
 
 tSurfaceInfo Worker::infoFor(const Job& job) const {
     return {av_q2d(m_plan.video.aspect), av_q2d(m_plan.video.rate), job.time100ns};
@@ -44,35 +43,32 @@ Surface Worker::scratch(Surface& memory) const {
 
 void Worker::draw(Job& job, Surface output) {
     const tSurfaceInfo info = infoFor(job);
+    const Moment moment{job.index, job.position};
     output.setInfo(info);
-    if (!job.first) {
-        m_chain.generate(output, job.position);
+    Surface first, second;
+    if (job.first) {
+        // A transition's first clip and its second one differ in what their numbers mean.
+        first = surfaceOf(*job.first, job.fromSecond ? m_plan.second : m_plan.video, m_firstImporter, m_first);
+        first.setInfo(info);
+    }
+    if (job.second) {
+        second = surfaceOf(*job.second, m_plan.second, m_secondImporter, m_second);
+        second.setInfo(info);
+    }
+    if (!second || m_plan.recipe.joins()) {
+        m_chain.run(first, second, output, moment);
         return;
     }
-    Surface first = surfaceOf(*job.first, m_plan.video, m_firstImporter, m_first);
-    first.setInfo(info);
-    if (!job.second) {
-        m_chain.filter(first, output, job.position);
-        return;
-    }
-    Surface second = surfaceOf(*job.second, m_plan.second, m_secondImporter, m_second);
-    second.setInfo(info);
-    if (!m_chain.empty() && m_plan.steps.front().info->kind == EffectKind::Transition) {
-        m_chain.join(first, second, output, job.position);
-        return;
-    }
-    if (!m_chain.empty()) {
-        scratch(m_front).setInfo(info);
-        m_chain.filter(first, m_front, job.position);
-        first = m_front;
-    }
-    layOver(first.view(), second.view(), output.view());
+    scratch(m_above).setInfo(info);
+    const Surface above = m_chain.run(first, {}, m_above, moment) ? m_above : first;
+    layOver(above.view(), second.view(), output.view());
 }
 
 void Worker::run(Job& job) {
     const Target& target = m_plan.sink.target();
     const VideoFacts& video = m_plan.video;
-    if (job.plain && job.first->format == target.format && colourOf(*job.first) == target.colour &&
+    const bool plain = job.plain && m_plan.recipe.effects.empty();
+    if (plain && job.first->format == target.format && colourOf(*job.first) == target.colour &&
         job.first->width == video.width && job.first->height == video.height) {
         job.output = std::move(job.first);
         return;
@@ -87,8 +83,7 @@ void Worker::run(Job& job) {
     }
     tag(out, target.colour);
 
-    if (job.plain) {
-        // A transition's first clip and its second one differ in what their numbers mean.
+    if (plain) {
         const VideoFacts& facts = job.fromSecond ? m_plan.second : video;
         m_exporter.run(surfaceOf(*job.first, facts, m_firstImporter, m_first).view(), out, m_plan.sink.premultiplied());
         return;

@@ -12,7 +12,7 @@ namespace larkmoor {
 /// What all workers of one run share.
 struct WorkPlan {
     const Module& module;
-    std::span<const Step> steps;
+    const Recipe& recipe;
     VideoFacts video;  ///< of the pictures that come in, or are to be generated
     VideoFacts second; ///< of a transition's second clip, or of the one below the pictures
     const FrameSink& sink;
@@ -37,7 +37,7 @@ class Worker {
     Chain m_chain;
     Importer m_firstImporter, m_secondImporter;
     Exporter m_exporter;
-    Surface m_first, m_second, m_front, m_output;
+    Surface m_first, m_second, m_above, m_output;
 };
 
 } // namespace larkmoor

@@ -70,6 +70,8 @@ class CommandTest : public testing::Test {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
+    std::string path(const std::string& name) const { return m_folder + "/" + name; }
+
     bool exists(const std::string& name) const { return std::filesystem::exists(m_folder + "/" + name); }
 
     /// Every file's name but the test's own, hidden ones included.

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -16,7 +17,8 @@ namespace {
 
 std::mutex lastLock;
 std::string lastComplaint;
-std::atomic<bool> endedEarly = false;
+std::set<const void*> endedEarly;
+std::function<void(std::string_view)> warningTaker;
 std::atomic<bool> verboseLog = false;
 
 void takeLog(void* object, int level, const char* format, va_list arguments) {
@@ -27,8 +29,8 @@ void takeLog(void* object, int level, const char* format, va_list arguments) {
         std::vsnprintf(line, sizeof(line), format, copy);
         va_end(copy);
         line[std::strcspn(line, "\n")] = 0;
-        if (std::strstr(line, "ended prematurely")) endedEarly = true;
         const std::lock_guard guard(lastLock);
+        if (std::strstr(line, "ended prematurely")) endedEarly.insert(object);
         lastComplaint = line;
     }
     if (verboseLog) av_log_default_callback(object, level, format, arguments);
@@ -44,8 +46,14 @@ void quietLog(bool verbose) {
     av_log_set_callback(takeLog);
 }
 
-bool prematureEnd() {
-    return endedEarly;
+void forgetEnd(const AVFormatContext& container) {
+    const std::lock_guard guard(lastLock);
+    endedEarly.erase(&container);
+}
+
+bool prematureEnd(const AVFormatContext& container) {
+    const std::lock_guard guard(lastLock);
+    return endedEarly.contains(&container);
 }
 
 FramePtr newFrame() {
@@ -79,7 +87,16 @@ int avCheck(int code, std::string_view what) {
     return code;
 }
 
+void takeWarnings(std::function<void(std::string_view)> taker) {
+    const std::lock_guard guard(lastLock);
+    warningTaker = std::move(taker);
+}
+
 void warn(std::string_view sentence) {
+    {
+        const std::lock_guard guard(lastLock);
+        if (warningTaker) return warningTaker(sentence);
+    }
     fmt::print(stderr, "larkmoor: {}\n", sentence);
 }
 

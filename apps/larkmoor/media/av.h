@@ -1,6 +1,7 @@
 // FFmpeg's objects as values that free themselves, and its errors as sentences.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -63,10 +64,15 @@ int avCheck(int code, std::string_view what);
 /// Keeps FFmpeg's log off standard error unless `verbose`; its last complaint is remembered for `avReason`.
 void quietLog(bool verbose);
 
-/// Whether a container ended before its own structure said it would, as far as it complained of it.
-bool prematureEnd();
+/// Whether a container ended before its own structure said it would, as far as it complained of it since it was last
+/// forgotten.
+bool prematureEnd(const AVFormatContext& container);
+void forgetEnd(const AVFormatContext& container);
 
 /// One line on standard error, "larkmoor: " before it.
 void warn(std::string_view sentence);
+/// From here on what `warn` says goes to `taker` instead, on whatever thread it is said; an empty one ends that. The
+/// taker must not warn.
+void takeWarnings(std::function<void(std::string_view)> taker);
 
 } // namespace larkmoor

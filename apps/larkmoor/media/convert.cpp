@@ -23,6 +23,8 @@ constexpr int rowAlignment = 64;
 /// Interpolated chroma on both ways, exact rounding, the same bytes on every processor.
 constexpr int scalerFlags = SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_ACCURATE_RND | SWS_BITEXACT;
 
+constexpr int draftFlags = SWS_AREA | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND | SWS_BITEXACT;
+
 const int* coefficients(AVColorSpace space, int width, int height) {
     return sws_getCoefficients(space == AVCOL_SPC_UNSPECIFIED || space == AVCOL_SPC_RGB ? usualMatrix(width, height)
                                                                                         : space);
@@ -201,7 +203,7 @@ void Scaler::prepare(const Side& from, const Side& to) {
     av_opt_set_int(c, "dstw", to.width, 0);
     av_opt_set_int(c, "dsth", to.height, 0);
     av_opt_set_int(c, "dst_format", to.format, 0);
-    av_opt_set_int(c, "sws_flags", scalerFlags, 0);
+    av_opt_set_int(c, "sws_flags", m_draft ? draftFlags : scalerFlags, 0);
     placeChroma(c, "src_h_chr_pos", "src_v_chr_pos", source, from.colour.chroma);
     placeChroma(c, "dst_h_chr_pos", "dst_v_chr_pos", target, to.colour.chroma);
     const bool fullIn = isFullRange(source, from.colour.range), fullOut = isFullRange(target, to.colour.range);
@@ -292,6 +294,10 @@ void Exporter::run(const ImageView& picture, AVFrame& out, bool premultiplied) {
         return;
     }
     m_scaler.run(*source, out);
+}
+
+void narrowPicture(const ImageView& floats, const ImageView& bytes) {
+    narrow<std::uint8_t>(floats, bytes);
 }
 
 ImageView viewOf(const AVFrame& frame, PixelFormat format) {

@@ -15,6 +15,9 @@ namespace larkmoor {
 /// A pixel format conversion of FFmpeg's that keeps its tables from frame to frame. Not shared between threads.
 class Scaler {
   public:
+    /// @param draft averages areas when it makes pictures smaller, instead of the filters that keep detail.
+    explicit Scaler(bool draft = false) : m_draft(draft) {}
+
     /// From one frame's pixels to another's; sizes, formats and colour tags are read off the frames.
     void run(const AVFrame& from, AVFrame& to);
 
@@ -31,11 +34,15 @@ class Scaler {
     };
     std::unique_ptr<SwsContext, Free> m_context;
     Side m_from, m_to;
+    bool m_draft;
 };
 
 /// Fills a premultiplied picture (8-bit or float) from a decoded frame. Not shared between threads.
 class Importer {
   public:
+    /// @param draft as of `Scaler`, for frames that are of another size than the picture.
+    explicit Importer(bool draft = false) : m_scaler(draft) {}
+
     /// @param premultiplied the frame's colour is multiplied by its alpha already.
     void run(const AVFrame& frame, const ImageView& out, bool premultiplied);
 
@@ -56,6 +63,9 @@ class Exporter {
     Scaler m_scaler;
     std::vector<std::byte> m_narrow;
 };
+
+/// Float pixels as 8-bit ones, rounded to nearest and limited to full scale.
+void narrowPicture(const ImageView& floats, const ImageView& bytes);
 
 /// The pixels of a frame in the pixel form of effects, without a copy; the frame has to be of AV_PIX_FMT_BGRA or
 /// AV_PIX_FMT_BGR0.

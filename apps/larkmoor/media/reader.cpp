@@ -40,28 +40,39 @@ std::int64_t stampOf(const AVPacket& packet) {
 
 } // namespace
 
-Reader::Reader(const std::string& path, const ReadOptions& options)
-    : m_path(path), m_name(path == "-" ? "standard input" : path), m_options(options), m_packet(newPacket()) {
+Reader::Reader(const std::string& path, const ReadOptions& options, Closed)
+    : m_path(path), m_name(path == "-" ? "standard input" : path), m_options(options), m_packet(newPacket()) {}
+
+Reader::Reader(const std::string& path, const ReadOptions& options) : Reader(path, options, Closed{}) {
     open();
     openDecoder();
 
     m_clipStart = m_format->start_time == AV_NOPTS_VALUE ? 0 : m_format->start_time;
     m_origin = m_clipStart;
     std::int64_t from = std::numeric_limits<std::int64_t>::min();
-    if (options.start > 0) {
+    // What cannot seek is read from its start.
+    const auto seek = [&](std::int64_t to) {
+        avformat_seek_file(m_format.get(), m_stream->index, std::numeric_limits<std::int64_t>::min(), to, to, 0);
+    };
+    if (options.from) {
+        from = options.from->stamp;
+        seek(options.from->seek);
+    } else if (options.start > 0) {
         const std::int64_t target = m_clipStart + static_cast<std::int64_t>(options.start * AV_TIME_BASE + 0.5);
         from = av_rescale_q(target, microseconds, m_stream->time_base);
-        // What cannot seek is read from its start.
-        avformat_seek_file(m_format.get(), m_stream->index, std::numeric_limits<std::int64_t>::min(), from, from, 0);
+        seek(from);
     }
     do m_first = decodeStamped();
     while (m_first && m_first->pts < from);
+    for (std::int64_t i = 0; !options.from && m_first && i < options.skip; ++i) m_first = decodeStamped();
     if (!m_first) {
+        if (m_decoded > 0 && options.skip > 0)
+            throw Error(fmt::format("{} has no frame {}; it has {}", m_name, options.skip, m_decoded));
         if (m_decoded > 0) throw Error(fmt::format("{} has no frame at or after --start {}", m_name, options.start));
         throw Error(m_firstError < 0 ? fmt::format("cannot decode {}: {}", m_name, avReason(m_firstError))
                                      : fmt::format("{} holds no frame that can be decoded", m_name));
     }
-    if (options.start > 0) m_origin = av_rescale_q(m_first->pts, m_stream->time_base, microseconds);
+    if (isCut()) m_origin = av_rescale_q(m_first->pts, m_stream->time_base, microseconds);
 
     const AVFrame& f = *m_first;
     m_facts.width = f.width;
@@ -76,6 +87,82 @@ Reader::Reader(const std::string& path, const ReadOptions& options)
     const AVRational rate = av_guess_frame_rate(m_format.get(), m_stream, nullptr);
     if (rate.num > 0 && rate.den > 0) m_facts.rate = rate;
     if (m_number) *m_number += static_cast<int>(av_rescale_q(f.pts, m_stream->time_base, av_inv_q(m_facts.rate)));
+}
+
+std::optional<FramePlace> FrameTable::place(std::int64_t frame) const {
+    if (!exact || frame < 0 || frame >= count()) return {};
+    const std::int64_t stamp = stamps[static_cast<std::size_t>(frame)];
+    const auto after = std::ranges::upper_bound(keys, stamp, {}, [](const FramePlace& key) { return key.stamp; });
+    if (after == keys.begin()) return {};
+    return FramePlace{stamp, std::prev(after)->seek};
+}
+
+FrameTable Reader::table(const std::string& path, ReadOptions options) {
+    options.start = 0;
+    options.skip = 0;
+    options.from.reset();
+    options.frames = -1;
+    const Reader first(path, options);
+    FrameTable table;
+    if (first.isPicture()) {
+        table.stamps = {first.firstStamp()};
+        return table;
+    }
+    if (first.m_files > 0) {
+        const std::int64_t step =
+            std::max<std::int64_t>(1, av_rescale_q(1, av_inv_q(first.m_facts.rate), first.m_stream->time_base));
+        for (int i = 0; i < first.m_files; ++i) {
+            table.stamps.push_back(first.firstStamp() + i * step);
+            table.keys.push_back({table.stamps.back(), table.stamps.back()});
+        }
+        table.exact = true;
+        return table;
+    }
+    Reader packets(path, options, Closed{});
+    packets.open();
+    for (unsigned i = 0; i < packets.m_format->nb_streams; ++i)
+        if (static_cast<int>(i) != packets.m_stream->index) packets.m_format->streams[i]->discard = AVDISCARD_ALL;
+    table.exact = true;
+    AVPacket& packet = *packets.m_packet;
+    for (int status = 0; (status = av_read_frame(packets.m_format.get(), &packet)) != AVERROR_EOF;) {
+        if (status == AVERROR(EAGAIN)) continue;
+        // What is broken is told when it is decoded.
+        if (status < 0) break;
+        const bool shown = packet.stream_index == packets.m_stream->index && !(packet.flags & AV_PKT_FLAG_DISCARD);
+        const std::int64_t stamp = packet.pts;
+        const std::int64_t seek = packet.dts == AV_NOPTS_VALUE ? stamp : std::min(stamp, packet.dts);
+        const bool key = packet.flags & AV_PKT_FLAG_KEY;
+        av_packet_unref(&packet);
+        if (!shown) continue;
+        if (stamp == AV_NOPTS_VALUE) table.exact = false;
+        // The first frames may not decode, where a recording begins between key frames.
+        if (stamp != AV_NOPTS_VALUE && stamp < first.firstStamp()) continue;
+        table.stamps.push_back(stamp);
+        if (key && stamp != AV_NOPTS_VALUE) table.keys.push_back({stamp, seek});
+    }
+    std::ranges::sort(table.stamps);
+    std::ranges::sort(table.keys, {}, [](const FramePlace& key) { return key.stamp; });
+    if (std::ranges::adjacent_find(table.stamps) != table.stamps.end() || table.stamps.empty() ||
+        table.stamps.front() != first.firstStamp())
+        table.exact = false;
+    return table;
+}
+
+std::unique_ptr<Reader> Reader::openAt(const std::string& path, ReadOptions options, std::int64_t frame,
+                                       const FrameTable& table) {
+    options.start = 0;
+    options.skip = frame;
+    options.from = frame > 0 ? table.place(frame) : std::nullopt;
+    if (options.from) {
+        try {
+            auto reader = std::make_unique<Reader>(path, options);
+            if (reader->firstStamp() == options.from->stamp) return reader;
+        } catch (const Error&) {
+            // Some key frames cannot be begun at.
+        }
+        options.from.reset();
+    }
+    return std::make_unique<Reader>(path, options);
 }
 
 void Reader::open() {
@@ -113,7 +200,10 @@ void Reader::open() {
     if (m_options.rate && !m_number)
         throw UsageError(fmt::format("--rate is for a numbered sequence, and {} is none", m_name));
 
-    AVFormatContext* context = nullptr;
+    AVFormatContext* context = avformat_alloc_context();
+    if (!context) throw std::bad_alloc();
+    // Another one may have stood in the same memory.
+    forgetEnd(*context);
     const int status = avformat_open_input(&context, url.c_str(), kind, settings.get());
     if (status < 0) throw Error(fmt::format("cannot open {}: {}", m_name, avReason(status)));
     m_format.reset(context);
@@ -163,7 +253,7 @@ std::optional<std::int64_t> Reader::expectedFrames() const {
         count = 1;
     } else if (m_files > 0) {
         count = m_files - av_rescale_q(m_origin - m_clipStart, microseconds, av_inv_q(m_facts.rate));
-    } else if (m_stream->nb_frames > 0 && m_options.start <= 0) {
+    } else if (m_stream->nb_frames > 0 && !isCut()) {
         count = m_stream->nb_frames;
     } else {
         std::int64_t length = AV_NOPTS_VALUE;
@@ -201,7 +291,7 @@ bool Reader::readPacket() {
     if (status == AVERROR_EOF) {
         const int io = m_format->pb ? m_format->pb->error : 0;
         if (io < 0 && io != AVERROR_EOF) throw Error(fmt::format("cannot read {}: {}", m_name, avReason(io)));
-        if (prematureEnd()) throw Error(fmt::format("cannot read {}: it is cut short", m_name));
+        if (prematureEnd(*m_format)) throw Error(fmt::format("cannot read {}: it is cut short", m_name));
         return false;
     }
     if (status < 0) throw Error(fmt::format("cannot read {}: broken or cut short: {}", m_name, avReason(status)));
@@ -299,7 +389,7 @@ void Reader::take(PacketPtr packet) {
     const auto stream = static_cast<std::size_t>(packet->stream_index);
     // A stream that turned up after the header has nowhere to go.
     if (stream >= m_selected.size() || (m_selecting && !m_selected[stream])) return;
-    if (m_options.start > 0 && !m_selecting && m_held.size() > 100000) m_held.pop_front();
+    if (isCut() && !m_selecting && m_held.size() > 100000) m_held.pop_front();
     m_held.push_back(std::move(packet));
 }
 
@@ -314,7 +404,7 @@ PacketPtr Reader::place(PacketPtr packet) const {
         return packet;
     }
     const std::int64_t start = stampOf(*packet);
-    if (m_options.start > 0 && start != AV_NOPTS_VALUE && start < 0) {
+    if (isCut() && start != AV_NOPTS_VALUE && start < 0) {
         // Sound cannot be cut within a packet; a subtitle can.
         if (stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE || start + packet->duration <= 0) return {};
         packet->duration += start;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,10 +20,18 @@ struct RawFormat {
     AVRational rate{25, 1};
 };
 
+/// Where a frame is found without decoding all before it, in the stream's unit.
+struct FramePlace {
+    std::int64_t stamp = 0; ///< its time stamp
+    std::int64_t seek = 0;  ///< decoding time stamp of a key frame from which it can be decoded
+};
+
 struct ReadOptions {
     std::optional<RawFormat> raw;   ///< read the input as bare frames of this kind
     std::optional<AVRational> rate; ///< of a numbered sequence; 25 without it
     double start = 0;               ///< seconds from the start of the clip
+    std::int64_t skip = 0;          ///< frames from `start` to leave out
+    std::optional<FramePlace> from; ///< a short way to the first frame, instead of `start` and `skip`
     std::int64_t frames = -1;       ///< at most so many; -1 for all
     int threads = 1;                ///< for decoding
 };
@@ -45,6 +54,17 @@ struct ReadFrame {
     std::vector<PacketPtr> side; ///< packets of selected streams that came before it, in the same time
 };
 
+/// The frames of a clip in the order they are shown, as far as its container tells.
+struct FrameTable {
+    std::vector<std::int64_t> stamps; ///< time stamps, ascending
+    std::vector<FramePlace> keys;     ///< key frames, by time stamp
+    bool exact = false;               ///< each frame has a stamp of its own
+
+    std::int64_t count() const { return static_cast<std::int64_t>(stamps.size()); }
+    /// The way to a frame of the table; none without exact stamps or to the first frames.
+    std::optional<FramePlace> place(std::int64_t frame) const;
+};
+
 class Reader {
   public:
     /// Opens `path` ("-" for standard input, with `options.raw`) and decodes the first frame of the range.
@@ -57,6 +77,18 @@ class Reader {
     const std::string& path() const { return m_path; }
     bool isPicture() const { return m_picture; }                   ///< one still picture
     std::optional<int> sequenceNumber() const { return m_number; } ///< of the first frame of the range
+
+    /// Reads the time stamps of a clip's frames, all of the file but without decoding. The range in `options` does not
+    /// count.
+    static FrameTable table(const std::string& path, ReadOptions options);
+
+    /// The clip from a frame on, counted from 0: by the short way of the table where that leads to the very frame, else
+    /// by decoding all before it. Throws Error when there is no such frame.
+    static std::unique_ptr<Reader> openAt(const std::string& path, ReadOptions options, std::int64_t frame,
+                                          const FrameTable& table);
+
+    /// Time stamp of the next frame as the container has it. Call before `next`.
+    std::int64_t firstStamp() const { return m_first->pts; }
 
     /// Frames in the range as far as the container tells, by its count or by duration and rate.
     std::optional<std::int64_t> expectedFrames() const;
@@ -74,6 +106,9 @@ class Reader {
     std::optional<std::int64_t> rangeEnd() const;
 
   private:
+    struct Closed {};
+    Reader(const std::string& path, const ReadOptions& options, Closed);
+    bool isCut() const { return m_options.start > 0 || m_options.skip > 0 || m_options.from; }
     void open();
     void openDecoder();
     bool readPacket();

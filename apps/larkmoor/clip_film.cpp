@@ -1,0 +1,113 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "film.h"
+#include "media/conform.h"
+
+namespace larkmoor {
+
+namespace {
+
+/// The clip below the pictures: its frame at the time of each of them.
+class Below {
+  public:
+    /// @param video of the pictures above, whose size, aspect and rate the clip is brought to.
+    Below(const std::string& path, const VideoFacts& video, int threads)
+        : m_reader(path, {.threads = threads}), m_frames(m_reader, video), m_unit(video.timeBase),
+          m_period(av_inv_q(video.rate)) {
+        if (!m_frames.changes().empty()) warn(fmt::format("{} is resampled: {}", path, m_frames.changes()));
+    }
+
+    const VideoFacts& video() const { return m_reader.video(); }
+
+    /// The frame for a time stamp in the unit of the pictures above; stamps ascend. The last one stays.
+    FramePtr at(std::int64_t stamp) {
+        for (const std::int64_t number = av_rescale_q(stamp, m_unit, m_period); !m_frame || m_number < number;) {
+            FramePtr frame = m_ended ? nullptr : m_frames.next();
+            if (!frame && !m_frame) throw Error(fmt::format("{} holds no frame", m_reader.path()));
+            if (!frame) {
+                if (!m_ended && !m_reader.isPicture())
+                    warn(fmt::format("{} ends first; its last frame stays", m_reader.path()));
+                m_ended = true;
+                break;
+            }
+            m_frame = std::move(frame);
+            ++m_number;
+        }
+        return shareFrame(*m_frame);
+    }
+
+  private:
+    Reader m_reader;
+    Conformer m_frames;
+    AVRational m_unit, m_period;
+    FramePtr m_frame;
+    std::int64_t m_number = -1;
+    bool m_ended = false;
+};
+
+class ClipFilm final : public Film {
+  public:
+    ClipFilm(const ClipRequest& request, const OutputRequest& output) {
+        ReadOptions options{.rate = request.rate, .start = request.start, .threads = output.threads};
+        if (request.range.out) options.frames = *request.range.out - request.range.in;
+        const bool raw = isRawPath(request.path);
+        if (raw && output.raw) {
+            if (!output.raw->width) throw UsageError("raw frames as input need --raw WxH:FORMAT:RATE");
+            options.raw = RawFormat{output.raw->width, output.raw->height, output.raw->format, output.raw->rate};
+        }
+        if (output.raw && !raw && !isRawPath(output.path))
+            throw UsageError(
+                fmt::format("--raw is for bare frames, and neither {} nor {} are such", request.path, output.path));
+        if (request.range.in > 0) {
+            const FrameTable table = Reader::table(request.path, options);
+            m_reader = Reader::openAt(request.path, options, request.range.in, table);
+            m_total = std::max<std::int64_t>(1, table.count() - request.range.in);
+            if (options.frames >= 0) m_total = std::min(*m_total, options.frames);
+        } else {
+            m_reader = std::make_unique<Reader>(request.path, options);
+            m_total = m_reader->expectedFrames();
+        }
+        if (!request.over.empty()) m_below.emplace(request.over, m_reader->video(), output.threads);
+    }
+
+    const VideoFacts& video() const override { return m_reader->video(); }
+    VideoFacts second() const override { return m_below ? m_below->video() : VideoFacts{}; }
+    const Reader* like() const override { return m_reader.get(); }
+    std::optional<std::int64_t> total() const override { return m_total; }
+    std::string name() const override { return m_reader->path(); }
+
+    void begin(ContainerSink& container) override {
+        container.passStreams(*m_reader);
+        container.begin(m_reader->sequenceNumber().value_or(1));
+    }
+
+    bool read(Job& job) override {
+        ReadFrame read = m_reader->next();
+        if (!read.frame) return false;
+        job.plain = !m_below;
+        if (m_below) job.second = m_below->at(read.frame->pts);
+        job.first = std::move(read.frame);
+        job.side = std::move(read.side);
+        job.time100ns = read.time100ns;
+        return true;
+    }
+
+    void end(FrameSink& sink) override {
+        for (PacketPtr& packet : m_reader->rest()) sink.writeSide(std::move(packet));
+    }
+
+  private:
+    std::unique_ptr<Reader> m_reader;
+    std::optional<std::int64_t> m_total;
+    std::optional<Below> m_below;
+};
+
+} // namespace
+
+std::unique_ptr<Film> clipFilm(const ClipRequest& request, const OutputRequest& output) {
+    return std::make_unique<ClipFilm>(request, output);
+}
+
+} // namespace larkmoor

@@ -1,0 +1,42 @@
+#include "film.h"
+
+#include <atomic>
+
+#include "output.h"
+#include "worker.h"
+
+namespace larkmoor {
+
+bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
+    const std::optional<std::int64_t> total = film.total();
+    settleRamps(recipe, total, film.name());
+    Output output(request, film.video(), film.like());
+    FrameSink& sink = output.sink();
+    if (ContainerSink* container = output.container()) film.begin(*container);
+
+    const FramePool frames(sink.target().format, film.video().width, film.video().height);
+    const WorkPlan plan{module, recipe, film.video(), film.second(), sink, frames};
+    Pool<Worker> workers([&] { return std::make_unique<Worker>(plan); });
+    std::atomic<bool> cancelled = false;
+    const auto isCancelled = [&] {
+        if (watch.cancelled && watch.cancelled()) cancelled = true;
+        return cancelled.load();
+    };
+    std::int64_t count = 0;
+    runPipeline(request.threads, {.read = [&](Job& job) { return !isCancelled() && film.read(job); },
+                                  .work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); },
+                                  .write =
+                                      [&](Job& job) {
+                                          for (PacketPtr& packet : job.side) sink.writeSide(std::move(packet));
+                                          if (job.output) sink.write(std::move(job.output));
+                                          film.written(job);
+                                          ++count;
+                                          if (watch.progress) watch.progress(count, total);
+                                      }});
+    if (isCancelled()) return false;
+    film.end(sink);
+    output.finish();
+    return true;
+}
+
+} // namespace larkmoor

@@ -1,0 +1,91 @@
+// The pictures that a run begins with, in order, and what goes with them into the output.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "chain.h"
+#include "media/container_sink.h"
+#include "pipeline.h"
+#include "requests.h"
+
+namespace larkmoor {
+
+class Film {
+  public:
+    virtual ~Film() = default;
+
+    /// What the pictures are.
+    virtual const VideoFacts& video() const = 0;
+    /// What the other pictures of a job are: of a transition's second clip, or of the clip below.
+    virtual VideoFacts second() const { return {}; }
+    /// The clip whose metadata and codec count for the output; null for none.
+    virtual const Reader* like() const { return nullptr; }
+    /// Frames, as far as can be told beforehand.
+    virtual std::optional<std::int64_t> total() const = 0;
+    /// For people.
+    virtual std::string name() const = 0;
+
+    /// Adds what goes beside the pictures and begins the file.
+    virtual void begin(ContainerSink& container) = 0;
+    /// Fills the next job; false at the end.
+    virtual bool read(Job& job) = 0;
+    /// Called after a job's frame was written, in order, perhaps while another is read.
+    virtual void written(const Job&) {}
+    /// What is to be written after the last frame.
+    virtual void end(FrameSink&) {}
+};
+
+/// Part of what a film has: frames counted from its start.
+struct Range {
+    std::int64_t in = 0;
+    std::optional<std::int64_t> out; ///< the frame after the last
+};
+
+struct ClipRequest {
+    std::string path;
+    std::string over;               ///< a clip to lay the pictures over; empty for none
+    std::optional<AVRational> rate; ///< of a numbered sequence
+    double start = 0;               ///< seconds; only without `range.in`
+    Range range;                    ///< from `start` on
+};
+
+/// A clip, a picture, a numbered sequence or bare frames, each frame with its own time stamp, and the clip's other
+/// streams.
+std::unique_ptr<Film> clipFilm(const ClipRequest& request, const OutputRequest& output);
+
+/// Two clips that overlap, at a steady rate, and their sound. Throws UsageError for an overlap of no frames or too
+/// many.
+/// @param rate of the first, where that is a numbered sequence.
+/// @param overlap in seconds.
+std::unique_ptr<Film> joinFilm(const std::string& first, std::optional<AVRational> rate, const std::string& second,
+                               double overlap, const Range& range, const OutputRequest& output);
+
+/// What the pictures of two joined clips are.
+VideoFacts joinFacts(const VideoFacts& first, bool firstIsPicture, const VideoFacts& second, bool secondIsPicture);
+/// What a clip that has `frames` at its own rate adds to an output of another rate.
+std::optional<std::int64_t> steadyFrames(std::optional<std::int64_t> frames, AVRational is, AVRational wanted);
+/// Frames of an overlap in seconds. Throws UsageError for none or too many.
+std::int64_t overlapFrames(double seconds, AVRational rate);
+/// Progress of a transition at a frame of its overlap.
+double joinProgress(std::int64_t step, std::int64_t overlap);
+
+/// Pictures of a generator's: nothing but their size, rate and number.
+std::unique_ptr<Film> generatorFilm(int width, int height, AVRational rate, double seconds, const Range& range);
+
+/// What a generator's pictures are.
+VideoFacts generatorFacts(int width, int height, AVRational rate);
+/// Frames in `seconds`, at least one.
+std::int64_t framesIn(double seconds, AVRational rate);
+
+/// What a run tells and asks while it works, both on threads of its own.
+struct Watch {
+    std::function<void(std::int64_t done, std::optional<std::int64_t> total)> progress;
+    std::function<bool()> cancelled;
+};
+
+/// Renders a film through a recipe into the output. Returns false, with nothing written, when it was cancelled.
+bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest& output, const Watch& watch);
+
+} // namespace larkmoor

@@ -1,0 +1,79 @@
+// A piece of work as a value and as a readable file: a source, effects on it, a range.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "host/module.h"
+#include "media/av.h"
+
+namespace larkmoor {
+
+/// How an effect's record moves while the output runs.
+struct ProjectRamp {
+    std::vector<std::byte> record; ///< at the end; the effect's own record is the start
+    /// First and last frame of the output, which hold before and after; the whole output without it (of a transition
+    /// the overlap).
+    std::optional<std::pair<std::int64_t, std::int64_t>> frames;
+};
+
+struct ProjectEffect {
+    const EffectInfo* info = nullptr;
+    bool on = true;
+    bool over = false; ///< a generator whose picture is laid over what came before it
+    std::vector<std::byte> record;
+    std::optional<ProjectRamp> ramp;
+};
+
+/// A clip, a picture or a numbered sequence.
+struct ProjectClip {
+    std::string path;               ///< absolute once loaded
+    std::optional<AVRational> rate; ///< frames a second of a numbered sequence; 25 without it
+};
+
+struct ProjectGenerator {
+    ProjectEffect generator;
+    int width = 1920, height = 1080;
+    AVRational rate{25, 1};
+    double duration = 5; ///< seconds
+};
+
+/// What comes after the clip.
+struct ProjectSecond {
+    std::string path;
+    ProjectEffect transition;
+    double duration = 1; ///< of the overlap, in seconds
+};
+
+/// The pictures are the clip's, those that a transition makes of two clips, or a generator's; `in` and `out` cut them,
+/// and the effects that are on follow in order.
+struct Project {
+    std::variant<ProjectClip, ProjectGenerator> source;
+    std::optional<ProjectSecond> second; ///< with a clip only
+    std::int64_t in = 0;                 ///< first frame, counted in the pictures before any cut
+    std::optional<std::int64_t> out;     ///< the frame after the last; without it all are used
+    std::vector<ProjectEffect> effects;
+};
+
+/// An effect with its default record.
+ProjectEffect projectEffect(const EffectInfo& info);
+
+/// Whether `path` is named as projects are.
+bool isProject(const std::string& path);
+
+/// The file's content. Records come back to the byte.
+/// @param folder that the file is to stand in; paths below it are told from there, others whole.
+/// Throws Error with a sentence that begins with the place, such as "effects[2].fields.amount: ...".
+std::string projectText(const Project& project, const std::filesystem::path& folder);
+Project parseProject(const Module& module, const std::string& text, const std::filesystem::path& folder);
+
+Project loadProject(const Module& module, const std::string& path);
+/// The file appears whole or not at all.
+void saveProject(const Project& project, const std::string& path, bool overwrite);
+
+} // namespace larkmoor

@@ -1,0 +1,41 @@
+#include "render_project.h"
+
+namespace larkmoor {
+
+namespace {
+
+Step stepOf(const ProjectEffect& effect) {
+    Step step{.info = effect.info, .record = effect.record, .over = effect.over};
+    if (effect.ramp) step.ramp = Ramp{effect.record, effect.ramp->record, effect.ramp->frames};
+    return step;
+}
+
+std::unique_ptr<Film> filmOf(const Project& project, const OutputRequest& output) {
+    const Range range{project.in, project.out};
+    if (const auto* made = std::get_if<ProjectGenerator>(&project.source))
+        return generatorFilm(made->width, made->height, made->rate, made->duration, range);
+    const auto& clip = std::get<ProjectClip>(project.source);
+    if (project.second)
+        return joinFilm(clip.path, clip.rate, project.second->path, project.second->duration, range, output);
+    return clipFilm({.path = clip.path, .over = {}, .rate = clip.rate, .range = range}, output);
+}
+
+} // namespace
+
+Recipe recipeOf(const Project& project) {
+    Recipe recipe;
+    if (const auto* made = std::get_if<ProjectGenerator>(&project.source))
+        recipe.head = stepOf(made->generator);
+    else if (project.second)
+        recipe.head = stepOf(project.second->transition);
+    for (const ProjectEffect& effect : project.effects)
+        if (effect.on) recipe.effects.push_back(stepOf(effect));
+    return recipe;
+}
+
+bool renderProject(const Module& module, const Project& project, const OutputRequest& output, const Watch& watch) {
+    const auto film = filmOf(project, output);
+    return render(module, *film, recipeOf(project), output, watch);
+}
+
+} // namespace larkmoor
