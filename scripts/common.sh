@@ -35,16 +35,19 @@ build() {
         fi
         say "building $* in build/$preset"
         cmake --build "$dir" --target "$@" >&2 || fail "the build in build/$preset failed"
-        mv "$dir/.building" "$dir/.built"
+        for target; do cp -p "$dir/.building" "$dir/.built.$target"; done
     ) 9>"$dir/.lock"
 }
 
-# True when nothing that the command is built from changed since it was built, so that the build tool need not be asked.
-# A source that went away shows in its folder's time.
-command_is_current() {
-    local dir=$root/build/release
-    local built=$dir/.built
-    [[ -x $dir/bin/larkmoor && -f $built && $(<"$built") == "$root" ]] &&
-        [[ -z $(find "$root"/{src,host,apps,cmake,CMakeLists.txt,CMakePresets.json,scripts/packages.txt} \
-            /var/lib/dpkg/status -newer "$built" -print -quit 2>/dev/null) ]]
+# program_is_current NAME: true when nothing that the program is built from changed since it was built, alone or with all
+# else, so that the build tool need not be asked. A source that went away shows in its folder's time.
+program_is_current() {
+    local dir=$root/build/release built
+    [[ -x $dir/bin/$1 ]] || return 1
+    for built in "$dir/.built.$1" "$dir/.built.all"; do
+        [[ -f $built && $(<"$built") == "$root" ]] &&
+            [[ -z $(find "$root"/{src,host,apps,cmake,CMakeLists.txt,CMakePresets.json,scripts/packages.txt} \
+                /var/lib/dpkg/status -newer "$built" -print -quit 2>/dev/null) ]] && return 0
+    done
+    return 1
 }

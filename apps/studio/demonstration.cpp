@@ -1,0 +1,46 @@
+#include "demonstration.h"
+
+namespace larkmoor {
+
+namespace {
+
+ProjectEffect effect(const Module& module, const char* name,
+                     std::initializer_list<std::pair<const char*, const char*>> fields) {
+    ProjectEffect made = projectEffect(module.find(name));
+    for (const auto& [field, text] : fields) setFieldText(made.info->field(field), made.record, text);
+    return made;
+}
+
+void rampTo(ProjectEffect& effect, std::initializer_list<std::pair<const char*, const char*>> fields) {
+    ProjectRamp ramp{effect.record, {}};
+    for (const auto& [field, text] : fields) setFieldText(effect.info->field(field), ramp.record, text);
+    effect.ramp = std::move(ramp);
+}
+
+} // namespace
+
+Project demonstrationProject(const Module& module) {
+    Project project;
+    project.source = ProjectGenerator{effect(module, "Test Pattern", {{"type", "Gradient"}}), 1280, 720, {25, 1}, 8};
+    ProjectEffect wave = effect(module, "Wave",
+                                {{"verticalWaves", "3"},
+                                 {"horizontalWaves", "5"},
+                                 {"verticalAmplitude", "0.04"},
+                                 {"horizontalAmplitude", "0.06"},
+                                 {"verticalPhase", "0"},
+                                 {"horizontalPhase", "0"}});
+    rampTo(wave, {{"verticalPhase", "6.283"}, {"horizontalPhase", "6.283"}});
+    ProjectEffect hue = effect(module, "HSL Adjust", {{"addHue", "0"}, {"saturation", "1.2"}});
+    rampTo(hue, {{"addHue", "0.45"}});
+    ProjectEffect title = effect(
+        module, "Text",
+        {{"text", "Larkmoor"}, {"font", "Liberation Sans Bold 220"}, {"back", "#00000000"}, {"fore", "#FFFFFFFF"}});
+    title.over = true;
+    const ProjectEffect time =
+        effect(module, "Timecode",
+               {{"format", "SMPTE EBU (25 fps, Video)"}, {"vertical", "Bottom"}, {"width", "0.5"}, {"height", "0.5"}});
+    project.effects = {wave, hue, title, time};
+    return project;
+}
+
+} // namespace larkmoor

@@ -1,0 +1,33 @@
+// Which generator to begin with, and what its pictures are.
+#pragma once
+
+#include <QComboBox>
+#include <QDialog>
+#include <QDoubleSpinBox>
+#include <QSpinBox>
+
+#include "host/module.h"
+#include "media/av.h"
+
+namespace larkmoor {
+
+class GeneratorDialog : public QDialog {
+    Q_OBJECT
+
+  public:
+    explicit GeneratorDialog(const Module& module, QWidget* parent = nullptr);
+
+    const EffectInfo& generator() const;
+    QSize size() const { return {m_width->value(), m_height->value()}; }
+    /// Throws UsageError.
+    AVRational rate() const;
+    double seconds() const { return m_seconds->value(); }
+
+  private:
+    const Module& m_module;
+    QComboBox *m_kind, *m_rate;
+    QSpinBox *m_width, *m_height;
+    QDoubleSpinBox* m_seconds;
+};
+
+} // namespace larkmoor

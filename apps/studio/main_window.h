@@ -1,0 +1,147 @@
+// The studio's window.
+#pragma once
+
+#include <QAction>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QMainWindow>
+#include <QProgressDialog>
+#include <QStackedWidget>
+#include <QTimer>
+
+#include "autosave.h"
+#include "document.h"
+#include "exporter.h"
+#include "page_panel.h"
+#include "preview_feed.h"
+#include "stack_panel.h"
+#include "thumbnails.h"
+#include "widgets/effect_list.h"
+#include "widgets/picture_view.h"
+#include "widgets/scope_view.h"
+#include "widgets/timeline.h"
+#include "widgets/transport.h"
+
+class QDragEnterEvent;
+class QDropEvent;
+
+namespace larkmoor {
+
+/// Where a studio keeps what is the user's own; empty for the usual places.
+struct StudioFolders {
+    QString presets, autosave, cache;
+};
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+  public:
+    explicit MainWindow(Module module, StudioFolders folders = {}, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    /// A project, a clip, a picture or a numbered sequence, in place of what is open. Failures are shown.
+    bool open(const QString& path);
+    /// Joins a second clip behind the first.
+    void addSecond(const QString& path);
+    void addEffect(const QString& className);
+    void startGenerator(const EffectInfo& info, QSize size, AVRational rate, double seconds);
+    bool saveTo(const QString& path);
+    /// Offers what other studios left behind.
+    void offerLostWork();
+
+    Document& document() { return m_document; }
+    PagePanel& pagePanel() { return *m_page; }
+    PictureView& picture() { return *m_picture; }
+    Timeline& timeline() { return *m_timeline; }
+    Transport& transport() { return *m_transport; }
+    EffectList& effectList() { return *m_effects; }
+    StackPanel& stack() { return *m_stack; }
+    ScopeView& scope() { return *m_scope; }
+    qint64 frame() const { return m_frame; }
+    void setFrame(qint64 frame);
+    void play(bool on);
+    /// False from a request until its picture is shown.
+    bool isIdle() const { return !m_feed.isBusy(); }
+
+  signals:
+    /// A picture reached the screen's widgets.
+    void frameShown(qint64 frame, bool half, double milliseconds);
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+  private:
+    void makeWidgets();
+    void makeMenus();
+    QAction* add(QMenu* menu, const QString& text, const QKeySequence& keys, const std::function<void()>& act);
+    void makeWelcome();
+
+    void started();
+    void showDocument();
+    void showTitle();
+    void showLimits();
+    void showRamp();
+    void showZoom();
+    void refresh();
+    void take(const PreviewResult& result);
+    double rate() const { return av_q2d(m_facts.rate); }
+    void tick();
+    void fillEffects();
+    void renderThumbnails();
+    QString timeText(qint64 frame, int format) const;
+
+    bool mayLeave();
+    bool save();
+    bool saveAs();
+    void askOpen();
+    void askSequence();
+    void askSecond();
+    void askReplace();
+    void askGenerator();
+    void openDemonstration();
+    void exportFilm();
+    void saveFrame();
+    void showShortcuts();
+    void remember(const QString& path);
+    void showRecent();
+    void fail(const QString& sentence);
+    void setTheme(const QString& name);
+    bool attempt(const std::function<void()>& action);
+
+    Module m_module;
+    StudioFolders m_folders;
+    Document m_document;
+    Autosave m_autosave;
+    PreviewFeed m_feed;
+    Thumbnails m_thumbnails;
+
+    QStackedWidget* m_pages;
+    QWidget *m_welcome, *m_work;
+    PictureView* m_picture;
+    Transport* m_transport;
+    Timeline* m_timeline;
+    StackPanel* m_stack;
+    EffectList* m_effects;
+    PagePanel* m_page;
+    ScopeView* m_scope;
+    QLabel *m_status, *m_pixel, *m_zoom;
+    QMenu* m_recent;
+    std::vector<QAction*> m_needsProject;
+
+    PictureFacts m_facts;
+    std::string m_source; ///< what `m_facts` were told of
+    qint64 m_frame = 0;
+    Surface m_before;
+    bool m_dragging = false, m_scrubbing = false, m_loop = true;
+    double m_lastFull = 0; ///< milliseconds of the last frame at full size
+    bool m_shownHalf = false;
+    QTimer m_settle, m_player, m_thumbnailsDue;
+    QElapsedTimer m_playClock;
+    qint64 m_playFrom = 0;
+    std::unique_ptr<Exporter> m_maker; ///< of the demonstration clip
+};
+
+} // namespace larkmoor

@@ -1,0 +1,38 @@
+// A colour picker of a page.
+#pragma once
+
+#include <array>
+
+#include "control_widget.h"
+#include "edit_link.h"
+
+namespace larkmoor {
+
+class ColorWidget : public ControlWidget {
+  public:
+    ColorWidget(PageLink& page, LONG id, QWidget* parent);
+    ~ColorWidget() override;
+
+    void refresh() override;
+    /// The edits that are there, in the order of tabs.
+    std::vector<QLineEdit*> edits() const;
+    void commitEdits();
+    /// Lets the user pick a colour of the screen and tells it to the model.
+    void pickFromScreen();
+
+  protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    struct Edit {
+        QLineEdit* widget = nullptr;
+        EditLink* link = nullptr;
+    };
+    void paintParts(QPainter& painter, const tColorPickDetail& detail);
+    void paintButton(QPainter& painter, const tColorPickDetail& detail, LONG part);
+
+    std::array<Edit, KWPART_ALPHA_EDIT + 1> m_edits;
+};
+
+} // namespace larkmoor

@@ -1,0 +1,259 @@
+#include "page_panel.h"
+
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QInputDialog>
+#include <QMenu>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace larkmoor {
+
+PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
+    : QWidget(parent), m_document(document), m_user(std::move(presets)), m_scroll(new QScrollArea(this)),
+      m_title(new QLabel(this)), m_ramp(new QPushButton(tr("&Ramp"), this)),
+      m_start(new QRadioButton(tr("&Start"), this)), m_end(new QRadioButton(tr("En&d"), this)),
+      m_strip(new PresetStrip(this)), m_save(new QToolButton(this)), m_more(new QToolButton(this)) {
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
+    m_title->setWordWrap(true);
+    m_title->setAlignment(Qt::AlignCenter);
+    m_ramp->setCheckable(true);
+    m_ramp->setToolTip(tr("Settings that move from a start to an end over a range of frames"));
+    m_start->setToolTip(tr("The page shows the settings at the ramp's start"));
+    m_end->setToolTip(tr("The page shows the settings at the ramp's end"));
+    m_start->setChecked(true);
+    m_save->setText(tr("Save preset…"));
+    m_save->setToolTip(tr("Keep these settings as a preset of your own"));
+    m_more->setText(QStringLiteral("…"));
+    m_more->setAccessibleName(tr("More about presets"));
+    m_more->setPopupMode(QToolButton::InstantPopup);
+    auto* const more = new QMenu(m_more);
+    more->addAction(tr("&Save settings to a file…"), this, [this] {
+        const QString path = QFileDialog::getSaveFileName(this, tr("Save settings"), {}, tr("Settings (*.state)"));
+        if (!path.isEmpty()) attempt([&] { saveState(path); });
+    });
+    more->addAction(tr("&Load settings from a file…"), this, [this] {
+        const QString path =
+            QFileDialog::getOpenFileName(this, tr("Load settings"), {}, tr("Settings (*.state);;All files (*)"));
+        if (!path.isEmpty()) attempt([&] { loadState(path); });
+    });
+    m_more->setMenu(more);
+    m_strip->setContextMenuPolicy(Qt::CustomContextMenu);
+
+    auto* const ramp = new QHBoxLayout;
+    ramp->addWidget(m_ramp);
+    ramp->addWidget(m_start);
+    ramp->addWidget(m_end);
+    ramp->addStretch();
+    ramp->addWidget(m_save);
+    ramp->addWidget(m_more);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_title);
+    layout->addWidget(m_scroll, 1);
+    layout->addLayout(ramp);
+    layout->addWidget(m_strip);
+
+    connect(m_strip, &PresetStrip::chosen, this, &PagePanel::choosePreset);
+    connect(m_strip, &QWidget::customContextMenuRequested, this, &PagePanel::presetMenu);
+    connect(m_ramp, &QPushButton::clicked, this, &PagePanel::toggleRamp);
+    connect(m_start, &QRadioButton::toggled, this, &PagePanel::show);
+    connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
+    connect(&m_document, &Document::changed, this, &PagePanel::show);
+    connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
+    connect(&m_document, &Document::started, this, [this] { m_info = nullptr; });
+    select();
+}
+
+PagePanel::~PagePanel() {
+    delete m_page; // it closes the page, which the effect has to outlive
+}
+
+void PagePanel::select() {
+    m_start->setChecked(true);
+    show();
+}
+
+const std::vector<std::byte>* PagePanel::shownRecord() const {
+    const ProjectEffect* const effect = m_document.selectedEffect();
+    if (!effect) return nullptr;
+    return effect->ramp && m_end->isChecked() ? &effect->ramp->record : &effect->record;
+}
+
+void PagePanel::show() {
+    const ProjectEffect* const effect = m_document.selectedEffect();
+    const EffectInfo* const info = effect ? effect->info : nullptr;
+    if (info != m_info || !(m_slot == m_document.selected())) {
+        m_info = info;
+        m_slot = m_document.selected();
+        showPage();
+    } else if (m_effect) {
+        m_setting = true;
+        m_effect->setRecord(*shownRecord());
+        m_setting = false;
+    }
+    showRamp();
+}
+
+void PagePanel::showPage() {
+    delete m_page;
+    m_page = nullptr;
+    m_effect.reset();
+    m_title->clear();
+    if (m_info) {
+        attempt([&] {
+            m_effect = std::make_unique<LiveEffect>(m_document.module(), *m_info, *shownRecord());
+            connect(m_effect.get(), &LiveEffect::recordChanged, this, &PagePanel::takeRecord);
+            if (CComPtr<IPropertyPage> page = m_effect->page()) {
+                m_page = new PageView(std::move(page));
+                m_scroll->setWidget(m_page);
+                // A page is never cut from side to side; downwards it can be long.
+                m_scroll->setMinimumWidth(m_page->sizeHint().width() +
+                                          m_scroll->verticalScrollBar()->sizeHint().width());
+                connect(m_page, &PageView::applied, this, [this] { emit dragging(true); });
+                connect(m_page, &PageView::settled, this, [this] {
+                    m_document.settle();
+                    emit dragging(false);
+                });
+                connect(m_page, &PageView::helpWanted, this, &PagePanel::helpWanted);
+            } else {
+                m_title->setText(tr("%1 has nothing to set.").arg(QString::fromStdString(m_info->name)));
+            }
+        });
+    } else if (m_document.project()) {
+        m_title->setText(tr("Add an effect, or select one to see its settings."));
+    }
+    m_title->setVisible(!m_title->text().isEmpty());
+    m_scroll->setVisible(m_page != nullptr);
+    showPresets();
+}
+
+void PagePanel::showPresets() {
+    m_records.clear();
+    QStringList names;
+    if (m_info) {
+        for (const PresetInfo& preset : m_info->presets) {
+            names << QString::fromStdString(preset.name);
+            m_records.push_back(preset.record);
+        }
+        m_ownPresets = static_cast<int>(m_records.size());
+        for (const QString& name : m_user.names(*m_info)) {
+            try {
+                Effect effect = m_document.module().create(*m_info);
+                effect.loadState(m_user.load(*m_info, name));
+                m_records.push_back(effect.record());
+                names << name;
+            } catch (const Error&) {
+                // A file that is no state of this effect is no preset of it.
+            }
+        }
+    }
+    m_strip->setPresets(names);
+    m_strip->setVisible(!names.isEmpty());
+    for (QWidget* each : std::initializer_list<QWidget*>{m_save, m_more}) each->setVisible(m_info && m_effect);
+    emit presetsChanged();
+}
+
+void PagePanel::showRamp() {
+    const ProjectEffect* const effect = m_document.selectedEffect();
+    const bool can = effect && std::ranges::any_of(effect->info->fields,
+                                                   [](const tFieldInfo& field) { return field.ramp != KWRAMP_START; });
+    const bool on = can && effect->ramp.has_value();
+    m_ramp->setVisible(can);
+    m_ramp->setChecked(on);
+    m_start->setVisible(on);
+    m_end->setVisible(on);
+    if (!on && m_end->isChecked()) m_start->setChecked(true);
+    const auto record = shownRecord();
+    int current = -1;
+    for (int i = 0; record && i < static_cast<int>(m_records.size()); ++i)
+        if (m_records[static_cast<std::size_t>(i)] == *record && current < 0) current = i;
+    m_strip->setCurrent(current);
+}
+
+void PagePanel::takeRecord() {
+    if (m_setting || !m_effect) return;
+    setRecord(tr("Change %1").arg(QString::fromStdString(m_info->name)), m_effect->record());
+}
+
+void PagePanel::setRecord(const QString& text, std::vector<std::byte> record) {
+    const Slot slot = m_slot;
+    const bool end = m_end->isChecked();
+    const QString key = QStringLiteral("record/%1/%2/%3").arg(static_cast<int>(slot.kind)).arg(slot.index).arg(end);
+    m_document.change(
+        text,
+        [&](Project& project) {
+            ProjectEffect& effect = *effectIn(project, slot);
+            (effect.ramp && end ? effect.ramp->record : effect.record) = std::move(record);
+        },
+        key);
+}
+
+void PagePanel::choosePreset(int index) {
+    if (!m_info || index < 0 || index >= static_cast<int>(m_records.size())) return;
+    m_document.settle();
+    setRecord(tr("Apply a preset"), m_records[static_cast<std::size_t>(index)]);
+    m_document.settle();
+}
+
+void PagePanel::toggleRamp(bool on) {
+    const Slot slot = m_slot;
+    m_document.change(on ? tr("Ramp") : tr("Remove the ramp"), [&](Project& project) {
+        ProjectEffect& effect = *effectIn(project, slot);
+        if (on)
+            effect.ramp = ProjectRamp{effect.record, {}};
+        else
+            effect.ramp.reset();
+    });
+    if (on) m_end->setChecked(true);
+}
+
+void PagePanel::saveState(const QString& path) {
+    if (m_page) m_page->commitEdits();
+    UserPresets::writeFile(path, m_effect->state());
+}
+
+void PagePanel::loadState(const QString& path) {
+    m_document.settle();
+    m_effect->loadState(UserPresets::readFile(path));
+    m_document.settle();
+}
+
+void PagePanel::saveUserPreset(const QString& name) {
+    if (m_page) m_page->commitEdits();
+    m_user.save(*m_info, name, m_effect->state());
+    showPresets();
+    showRamp();
+}
+
+void PagePanel::askToSave() {
+    bool ok = false;
+    const QString name = QInputDialog::getText(this, tr("Save preset"), tr("&Name:"), QLineEdit::Normal, {}, &ok);
+    if (ok) attempt([&] { saveUserPreset(name); });
+}
+
+void PagePanel::presetMenu(const QPoint& position) {
+    const int index = m_strip->indexAt(position).row();
+    if (index < m_ownPresets || !m_info) return;
+    const QString name = m_strip->model()->index(index, 0).data().toString();
+    QMenu menu(this);
+    menu.addAction(tr("&Remove \"%1\"").arg(name), this, [&] {
+        attempt([&] {
+            m_user.remove(*m_info, name);
+            showPresets();
+            showRamp();
+        });
+    });
+    menu.exec(m_strip->viewport()->mapToGlobal(position));
+}
+
+void PagePanel::attempt(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        emit failed(QString::fromStdString(error.what()));
+    }
+}
+
+} // namespace larkmoor

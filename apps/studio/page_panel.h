@@ -1,0 +1,82 @@
+// The selected effect: its settings page, its ramp and its presets.
+#pragma once
+
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QToolButton>
+
+#include "document.h"
+#include "live_effect.h"
+#include "page/page_view.h"
+#include "user_presets.h"
+#include "widgets/preset_strip.h"
+
+namespace larkmoor {
+
+class PagePanel : public QWidget {
+    Q_OBJECT
+
+  public:
+    PagePanel(Document& document, UserPresets presets, QWidget* parent = nullptr);
+    ~PagePanel() override;
+
+    /// Null where nothing with a page is selected.
+    PageView* page() const { return m_page; }
+    LiveEffect* effect() const { return m_effect.get(); }
+    PresetStrip* presets() const { return m_strip; }
+    /// Which end of a ramp the page shows.
+    bool showsEnd() const { return m_end->isChecked(); }
+    QPushButton* rampButton() const { return m_ramp; }
+    QRadioButton* endButton() const { return m_end; }
+
+    /// The records behind the strip: the effect's own presets, then the user's.
+    const std::vector<std::vector<std::byte>>& presetRecords() const { return m_records; }
+    void setPresetThumbnail(int index, const QImage& image) { m_strip->setThumbnail(index, image); }
+
+    void saveState(const QString& path);
+    void loadState(const QString& path);
+    void saveUserPreset(const QString& name);
+
+  signals:
+    /// The user began or ended to change something step by step.
+    void dragging(bool active);
+    void helpWanted(int topic);
+    /// The strip has other entries.
+    void presetsChanged();
+    void failed(QString sentence);
+
+  private:
+    void select();
+    void show();
+    void showPage();
+    void showPresets();
+    void showRamp();
+    void takeRecord();
+    void setRecord(const QString& text, std::vector<std::byte> record);
+    void choosePreset(int index);
+    void toggleRamp(bool on);
+    void askToSave();
+    void presetMenu(const QPoint& position);
+    void attempt(const std::function<void()>& action);
+    const std::vector<std::byte>* shownRecord() const;
+
+    Document& m_document;
+    UserPresets m_user;
+    const EffectInfo* m_info = nullptr;
+    Slot m_slot;
+    std::unique_ptr<LiveEffect> m_effect;
+    QScrollArea* m_scroll;
+    PageView* m_page = nullptr;
+    QLabel* m_title;
+    QPushButton* m_ramp;
+    QRadioButton *m_start, *m_end;
+    PresetStrip* m_strip;
+    QToolButton *m_save, *m_more;
+    std::vector<std::vector<std::byte>> m_records;
+    int m_ownPresets = 0; ///< of the effect; the user's follow
+    bool m_setting = false;
+};
+
+} // namespace larkmoor

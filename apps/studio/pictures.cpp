@@ -1,0 +1,109 @@
+// Takes the pictures of docs/studio.md: each settings page, and the studio at work.
+#include <cstdio>
+
+#include <QApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include "demonstration.h"
+#include "main_window.h"
+#include "media/av.h"
+#include "render_project.h"
+#include "theme.h"
+
+using namespace larkmoor;
+
+namespace {
+
+void write(const QPixmap& picture, const QString& path) {
+    if (!picture.save(path, "PNG")) throw Error("cannot write " + path.toStdString());
+}
+
+void settle(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+void takePages(const Module& module, const QString& folder) {
+    for (const EffectInfo& info : module.effects()) {
+        std::vector<std::byte> record = info.defaults;
+        if (info.className == "Dissolve") setFieldText(info.field("mode"), record, "Color Bleed");
+        LiveEffect effect(module, info, record);
+        CComPtr<IPropertyPage> page = effect.page();
+        if (!page) continue;
+        PageView view(std::move(page));
+        view.resize(view.sizeHint());
+        view.show();
+        settle(50);
+        write(view.grab(), folder + '/' + QString::fromStdString(info.className) + ".png");
+    }
+}
+
+void waitForPicture(MainWindow& window) {
+    QEventLoop loop;
+    QObject::connect(&window, &MainWindow::frameShown, &loop, &QEventLoop::quit);
+    QTimer::singleShot(20000, &loop, &QEventLoop::quit);
+    if (!window.isIdle()) loop.exec();
+    settle(2500); // thumbnails and the smooth picture come a moment later
+}
+
+void takeStudio(const Module& module, const QString& folder) {
+    const QTemporaryDir own;
+    const QString clip = own.filePath("demonstration.mp4");
+    OutputRequest out;
+    out.path = clip.toStdString();
+    renderProject(module, demonstrationProject(module), out);
+    for (const char* theme : {"light", "dark"}) {
+        const StudioFolders folders{own.filePath("presets"), own.filePath("autosave"), own.path()};
+        MainWindow window(module, folders);
+        applyTheme(theme);
+        window.resize(1360, 840);
+        window.show();
+        if (QString(theme) == "light") {
+            settle(200);
+            write(window.grab(), folder + "/studio-start.png");
+        }
+        window.open(clip);
+        const bool light = QString(theme) == "light";
+        window.addEffect(light ? "DXTKwCCutter" : "DXTLevels");
+        window.addEffect(light ? "DXTWave" : "DXTBroadcastColors");
+        if (light) {
+            window.pagePanel().rampButton()->click();
+            window.picture().setMode(PictureView::Mode::Split);
+        }
+        window.setFrame(60);
+        waitForPicture(window);
+        write(window.grab(), folder + (light ? "/studio.png" : "/studio-dark.png"));
+        window.document().close();
+    }
+    applyTheme("light");
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count != 2) {
+        std::fputs("usage: larkmoor-studio-pictures FOLDER\n", stderr);
+        return 2;
+    }
+    QApplication application(count, arguments);
+    QApplication::setApplicationName("larkmoor-studio-pictures");
+    QApplication::setOrganizationName("larkmoor");
+    try {
+        quietLog(false);
+        applyTheme("light");
+        const QString folder = arguments[1];
+        QDir().mkpath(folder);
+        const Module module = Module::load();
+        takePages(module, folder);
+        takeStudio(module, folder);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "larkmoor-studio-pictures: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,45 @@
+#include "theme.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <QStyle>
+#include <QStyleFactory>
+
+namespace larkmoor {
+
+namespace {
+
+QPalette darkPalette() {
+    QPalette palette;
+    const QColor window(45, 45, 48), base(30, 30, 32), text(222, 222, 222), dim(128, 128, 128), accent(64, 128, 204);
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::WindowText, text);
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::AlternateBase, window);
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::PlaceholderText, dim);
+    palette.setColor(QPalette::Button, window);
+    palette.setColor(QPalette::ButtonText, text);
+    palette.setColor(QPalette::BrightText, Qt::white);
+    palette.setColor(QPalette::ToolTipBase, base);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::Link, accent.lighter());
+    palette.setColor(QPalette::Highlight, accent);
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, dim);
+    return palette;
+}
+
+} // namespace
+
+void applyTheme(const QString& name) {
+    static const QString desktop = QApplication::style()->objectName();
+    const bool own = name == "light" || name == "dark";
+    QApplication::setStyle(QStyleFactory::create(own ? QStringLiteral("Fusion") : desktop));
+    QApplication::setPalette(name == "dark"    ? darkPalette()
+                             : name == "light" ? QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette()
+                                               : QPalette());
+}
+
+} // namespace larkmoor

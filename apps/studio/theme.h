@@ -1,0 +1,11 @@
+// Light and dark.
+#pragma once
+
+#include <QString>
+
+namespace larkmoor {
+
+/// "light", "dark", or as the desktop has it.
+void applyTheme(const QString& name);
+
+} // namespace larkmoor

@@ -1,0 +1,158 @@
+#include "widgets/effect_list.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+#include "widgets/thumbnail_delegate.h"
+
+namespace larkmoor {
+namespace {
+
+/// Says so when a search has left nothing.
+class EntryView : public QListView {
+  protected:
+    void paintEvent(QPaintEvent* event) override {
+        QListView::paintEvent(event);
+        if (!model() || model()->rowCount() > 0) return;
+        QPainter painter(viewport());
+        painter.setPen(palette().color(QPalette::Disabled, QPalette::Text));
+        painter.drawText(viewport()->rect().adjusted(12, 12, -12, -12), Qt::AlignCenter | Qt::TextWordWrap,
+                         EffectList::tr("No effect has these words in its name or kind."));
+    }
+};
+
+} // namespace
+
+void EffectList::Filter::setWords(const QStringList& words) {
+    m_words = words;
+    invalidateFilter();
+}
+
+bool EffectList::Filter::filterAcceptsRow(int row, const QModelIndex& parent) const {
+    const QModelIndex index = sourceModel()->index(row, 0, parent);
+    // A line break keeps a word from matching across both texts.
+    const QString text =
+        index.data(Qt::DisplayRole).toString() + QLatin1Char('\n') + index.data(ThumbnailDelegate::kKind).toString();
+    return std::all_of(m_words.begin(), m_words.end(),
+                       [&](const QString& word) { return text.contains(word, Qt::CaseInsensitive); });
+}
+
+EffectList::EffectList(QWidget* parent)
+    : QWidget(parent), m_filter(new QLineEdit), m_view(new EntryView), m_add(new QPushButton(tr("&Add"))),
+      m_model(new QStandardItemModel(this)), m_proxy(new Filter(this)) {
+    m_filter->setPlaceholderText(tr("Search effects"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setAccessibleName(tr("Search effects"));
+    m_filter->installEventFilter(this);
+
+    auto* delegate = new ThumbnailDelegate({128, 72}, true, this);
+    m_proxy->setSourceModel(m_model);
+    m_view->setModel(m_proxy);
+    m_view->setItemDelegate(delegate);
+    m_view->setViewMode(QListView::IconMode);
+    m_view->setMovement(QListView::Static);
+    m_view->setResizeMode(QListView::Adjust);
+    m_view->setUniformItemSizes(true);
+    m_view->setGridSize(delegate->cell() + QSize(2, 2));
+    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_view->setMouseTracking(true);
+    m_view->setAccessibleName(tr("Effects"));
+    m_view->installEventFilter(this);
+    m_add->setToolTip(tr("Adds the effect to the stack (Enter)"));
+    m_add->setAutoDefault(false);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(6);
+    column->addWidget(m_filter);
+    column->addWidget(m_view, 1);
+    column->addWidget(m_add);
+    setFocusProxy(m_filter);
+
+    connect(m_filter, &QLineEdit::textChanged, this, &EffectList::setFilter);
+    connect(m_view, &QListView::doubleClicked, this, &EffectList::choose);
+    connect(m_add, &QPushButton::clicked, this, &EffectList::choose);
+    connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this, [this] {
+        m_add->setEnabled(m_view->currentIndex().isValid());
+        emit currentChanged(currentKey());
+    });
+    filterChanged();
+}
+
+void EffectList::setEntries(const std::vector<EffectEntry>& entries) {
+    const QString current = currentKey();
+    m_model->clear();
+    for (const EffectEntry& entry : entries) {
+        auto* item = new QStandardItem(entry.name);
+        item->setData(entry.kind, ThumbnailDelegate::kKind);
+        item->setData(entry.key, ThumbnailDelegate::kKey);
+        item->setData(entry.thumbnail, ThumbnailDelegate::kImage);
+        item->setToolTip(entry.kind.isEmpty() ? entry.name : tr("%1 (%2)").arg(entry.name, entry.kind));
+        item->setData(item->toolTip(), Qt::AccessibleTextRole);
+        m_model->appendRow(item);
+        if (entry.key == current) m_view->setCurrentIndex(m_proxy->mapFromSource(item->index()));
+    }
+    filterChanged();
+}
+
+void EffectList::setThumbnail(const QString& key, const QImage& image) {
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        if (QStandardItem* item = m_model->item(row); item->data(ThumbnailDelegate::kKey).toString() == key)
+            item->setData(image, ThumbnailDelegate::kImage);
+}
+
+void EffectList::setFilter(const QString& words) {
+    if (m_filter->text() != words) {
+        m_filter->setText(words); // comes back here
+        return;
+    }
+    m_proxy->setWords(words.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    filterChanged();
+}
+
+// Enter in the field adds the first match unless another is chosen.
+void EffectList::filterChanged() {
+    if (!m_view->currentIndex().isValid() && m_proxy->rowCount() > 0) m_view->setCurrentIndex(m_proxy->index(0, 0));
+    m_add->setEnabled(m_view->currentIndex().isValid());
+    m_view->viewport()->update();
+}
+
+QString EffectList::currentKey() const {
+    return m_view->currentIndex().data(ThumbnailDelegate::kKey).toString();
+}
+
+QStringList EffectList::shownKeys() const {
+    QStringList keys;
+    for (int row = 0; row < m_proxy->rowCount(); ++row)
+        keys << m_proxy->index(row, 0).data(ThumbnailDelegate::kKey).toString();
+    return keys;
+}
+
+void EffectList::choose() {
+    if (m_view->currentIndex().isValid()) emit chosen(currentKey());
+}
+
+bool EffectList::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) {
+        choose();
+        return true;
+    }
+    if (watched == m_filter) {
+        if (key->key() == Qt::Key_Down && m_proxy->rowCount() > 0) {
+            m_view->setFocus(Qt::TabFocusReason);
+            return true;
+        }
+        if (key->key() == Qt::Key_Escape && !m_filter->text().isEmpty()) {
+            m_filter->clear();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+} // namespace larkmoor
