@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "media/alpha.h"
+#include "host/alpha.h"
 #include "media/av.h"
 #include "output_file.h"
 

@@ -9,7 +9,7 @@
 
 #include <fmt/format.h>
 
-#include "media/alpha.h"
+#include "host/alpha.h"
 #include "media/conform.h"
 #include "media/convert.h"
 #include "platform/font.h"

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "media/alpha.h"
+#include "host/alpha.h"
 
 namespace larkmoor {
 

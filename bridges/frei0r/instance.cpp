@@ -10,8 +10,8 @@
 #include <fmt/format.h>
 
 #include "guarded_text.h"
+#include "host/alpha.h"
 #include "kernels/arith.h"
-#include "media/alpha.h"
 
 namespace larkmoor::frei0r {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "media/alpha.h"
+#include "host/alpha.h"
 #include "media/convert.h"
 #include "media/sequence.h"
 #include "media/yuv_rows.h"
@@ -99,13 +99,15 @@ TEST(Alpha, MultipliesAndDividesToTheNearest) {
     const ImageView view{reinterpret_cast<std::byte*>(pixels.data()), 256, 256, 1024};
     premultiply(view);
     for (std::size_t i = 0; i < 256 * 256; ++i) ASSERT_EQ(pixels[4 * i], (i % 256 * (i / 256) + 127) / 255) << i;
+    // Every colour under every alpha, above it too.
+    for (std::size_t i = 0; i < 256 * 256; ++i) pixels[4 * i] = pixels[4 * i + 2] = static_cast<std::uint8_t>(i % 256);
     unpremultiply(view);
     for (std::size_t i = 0; i < 256 * 256; ++i) {
-        const int colour = static_cast<int>(i % 256), alpha = static_cast<int>(i / 256);
-        if (alpha == 0)
-            ASSERT_EQ(pixels[4 * i], 0);
-        else
-            ASSERT_NEAR(pixels[4 * i], colour, 128.0 / alpha + 0.5) << i;
+        const std::size_t colour = i % 256, alpha = i / 256;
+        const std::size_t divided = alpha == 0 ? 0 : std::min<std::size_t>(255, (colour * 255 + alpha / 2) / alpha);
+        ASSERT_EQ(pixels[4 * i], divided) << i;
+        ASSERT_EQ(pixels[4 * i + 2], divided) << i;
+        ASSERT_EQ(pixels[4 * i + 3], alpha) << i;
     }
     // Colour above alpha, as an effect may leave it, ends at full scale.
     std::uint8_t bright[4] = {200, 100, 50, 100};

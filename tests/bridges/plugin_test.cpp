@@ -17,7 +17,7 @@
 #include "catalog.h"
 #include "descriptions.h"
 #include "guarded_text.h"
-#include "media/alpha.h"
+#include "host/alpha.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "media/alpha.h"
+#include "host/alpha.h"
 #include "media/yuv_rows.h"
 
 extern "C" {

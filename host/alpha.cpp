@@ -1,4 +1,4 @@
-#include "media/alpha.h"
+#include "host/alpha.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -26,12 +26,20 @@ KWCLONES void premultiplyRow(std::uint8_t* row, int width) {
     }
 }
 
-void unpremultiplyRow(std::uint8_t* row, int width) {
-    for (std::uint8_t* p = row; p != row + 4 * static_cast<std::ptrdiff_t>(width); p += 4) {
-        const std::uint32_t a = p[3];
-        if (a == 255) continue;
-        for (int c = 0; c < 3; ++c)
-            p[c] = a == 0 ? 0 : static_cast<std::uint8_t>(std::min<std::uint32_t>(255, (p[c] * 255u + a / 2) / a));
+/// Quotients of whole numbers as small as these come out of floats with the right whole part: rounding moves them by
+/// less than the distance to the next whole number.
+KWCLONES void unpremultiplyRow(std::uint32_t* row, int width) {
+    for (int x = 0; x < width; ++x) {
+        const std::uint32_t pixel = row[x], a = pixel >> 24;
+        const auto divisor = static_cast<float>(static_cast<std::int32_t>(a ? a : 1));
+        const auto divided = [&](std::uint32_t c) {
+            const auto n = static_cast<std::int32_t>(c * 255 + a / 2);
+            const auto quotient = static_cast<std::int32_t>(static_cast<float>(n) / divisor);
+            return static_cast<std::uint32_t>(quotient < 255 ? quotient : 255);
+        };
+        const std::uint32_t out = (pixel & 0xFF000000u) | divided(pixel & 255) | divided(pixel >> 8 & 255) << 8 |
+                                  divided(pixel >> 16 & 255) << 16;
+        row[x] = a ? out : 0;
     }
 }
 
@@ -104,7 +112,7 @@ void unpremultiply(const ImageView& image) {
         if (image.format == PixelFormat::Float128)
             unpremultiplyRow(reinterpret_cast<float*>(row), image.width);
         else if (leastBits(reinterpret_cast<const std::uint32_t*>(row), image.width) != 255)
-            unpremultiplyRow(reinterpret_cast<std::uint8_t*>(row), image.width);
+            unpremultiplyRow(reinterpret_cast<std::uint32_t*>(row), image.width);
     }
 }
 
