@@ -70,7 +70,7 @@ ExportDialog::ExportDialog(const Document& document, const QString& path, QWidge
     connect(m_ownQuality, &QCheckBox::toggled, m_quality, &QWidget::setEnabled);
     connect(m_export, &QPushButton::clicked, this, &ExportDialog::start);
     connect(m_close, &QPushButton::clicked, this, &ExportDialog::reject);
-    connect(&m_exporter, &Exporter::progress, this, &ExportDialog::show, Qt::QueuedConnection);
+    connect(&m_exporter, &Exporter::progress, this, &ExportDialog::showProgress, Qt::QueuedConnection);
     connect(&m_exporter, &Exporter::finished, this, &ExportDialog::finish);
 }
 
@@ -108,7 +108,7 @@ void ExportDialog::start() {
     }
 }
 
-void ExportDialog::show(qint64 done, qint64 total) {
+void ExportDialog::showProgress(qint64 done, qint64 total) {
     if (!m_exporter.isRunning()) return;
     // The bar counts in ints.
     m_bar->setRange(0, total > 0 ? static_cast<int>(std::min<qint64>(total, INT_MAX)) : 0);

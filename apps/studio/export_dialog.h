@@ -35,7 +35,7 @@ class ExportDialog : public QDialog {
 
   private:
     void start();
-    void show(qint64 done, qint64 total);
+    void showProgress(qint64 done, qint64 total);
     void finish(bool done, const QString& sentence);
 
     const Document& m_document;

@@ -39,6 +39,16 @@ GeneratorDialog::GeneratorDialog(const Module& module, QWidget* parent)
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
+void GeneratorDialog::show(const ProjectGenerator& source) {
+    setWindowTitle(tr("Source"));
+    m_kind->setCurrentIndex(m_kind->findData(QString::fromStdString(source.generator.info->className)));
+    m_width->setValue(source.width);
+    m_height->setValue(source.height);
+    m_rate->setCurrentText(source.rate.den == 1 ? QString::number(source.rate.num)
+                                                : QStringLiteral("%1/%2").arg(source.rate.num).arg(source.rate.den));
+    m_seconds->setValue(source.duration);
+}
+
 const EffectInfo& GeneratorDialog::generator() const {
     return m_module.find(m_kind->currentData().toString().toStdString());
 }

@@ -6,8 +6,7 @@
 #include <QDoubleSpinBox>
 #include <QSpinBox>
 
-#include "host/module.h"
-#include "media/av.h"
+#include "project.h"
 
 namespace larkmoor {
 
@@ -16,6 +15,10 @@ class GeneratorDialog : public QDialog {
 
   public:
     explicit GeneratorDialog(const Module& module, QWidget* parent = nullptr);
+
+    /// Shows what is to be changed.
+    void show(const ProjectGenerator& source);
+    using QDialog::show;
 
     const EffectInfo& generator() const;
     QSize size() const { return {m_width->value(), m_height->value()}; }

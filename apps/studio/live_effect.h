@@ -23,7 +23,6 @@ class LiveEffect : public QObject {
     void setRecord(std::span<const std::byte> record);
     /// The persisted form.
     std::vector<std::byte> state() const { return m_effect.saveState(); }
-    void loadState(std::span<const std::byte> state) { m_effect.loadState(state); }
 
     /// Its page with this object set; null where the class has none.
     CComPtr<IPropertyPage> page();

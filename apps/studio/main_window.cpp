@@ -9,6 +9,7 @@
 #include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QInputDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -94,6 +95,16 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     connect(&m_document, &Document::titleChanged, this, &MainWindow::showTitle);
     connect(&m_feed, &PreviewFeed::rendered, this, &MainWindow::take);
     connect(&m_feed, &PreviewFeed::failed, this, [this](const QString& sentence) { m_status->setText(sentence); });
+    // Notes about clips come from the threads that read and write them.
+    takeWarnings([this](std::string_view sentence) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, note = text(std::string(sentence))] {
+                m_note->setText(note);
+                m_note->setToolTip(note);
+            },
+            Qt::QueuedConnection);
+    });
     started();
     showRecent();
     const QSettings settings;
@@ -102,6 +113,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
 }
 
 MainWindow::~MainWindow() {
+    takeWarnings({});
     m_player.stop();
 }
 
@@ -117,10 +129,14 @@ void MainWindow::makeWidgets() {
     m_page = new PagePanel(m_document, UserPresets(m_folders.presets));
     m_scope = new ScopeView;
     m_status = new QLabel;
+    m_note = new QLabel;
     m_pixel = new QLabel;
     m_zoom = new QLabel;
     m_pixel->setTextFormat(Qt::PlainText);
-    statusBar()->addWidget(m_status, 1);
+    m_note->setTextFormat(Qt::PlainText);
+    m_note->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long note must not widen the window
+    statusBar()->addWidget(m_status);
+    statusBar()->addWidget(m_note, 1);
     statusBar()->addPermanentWidget(m_pixel);
     statusBar()->addPermanentWidget(m_zoom);
 
@@ -296,6 +312,7 @@ void MainWindow::makeMenus() {
     file->addSeparator();
     needs(add(file, tr("Add a second &clip…"), {}, [this] { askSecond(); }));
     needs(add(file, tr("Re&place the clip…"), {}, [this] { askReplace(); }));
+    needs(add(file, tr("So&urce settings…"), {}, [this] { askSource(); }));
     file->addSeparator();
     needs(add(file, tr("&Save project"), QKeySequence::Save, [this] { save(); }));
     needs(add(file, tr("Save project &as…"), QKeySequence::SaveAs, [this] { saveAs(); }));
@@ -432,6 +449,7 @@ void MainWindow::started() {
     m_picture->setPictures({}, {});
     m_scope->setPicture({});
     m_status->clear();
+    m_note->clear();
     m_facts = {};
     m_source.clear();
     m_feed.forget();
@@ -723,6 +741,45 @@ void MainWindow::askGenerator() {
     GeneratorDialog dialog(m_module, this);
     if (dialog.exec() != QDialog::Accepted) return;
     attempt([&] { startGenerator(dialog.generator(), dialog.size(), dialog.rate(), dialog.seconds()); });
+}
+
+void MainWindow::askSource() {
+    const Project& project = *m_document.project();
+    if (const auto* const generator = std::get_if<ProjectGenerator>(&project.source)) {
+        GeneratorDialog dialog(m_module, this);
+        dialog.show(*generator);
+        if (dialog.exec() != QDialog::Accepted) return;
+        attempt([&] {
+            ProjectGenerator source = *generator;
+            if (source.generator.info != &dialog.generator()) source.generator = projectEffect(dialog.generator());
+            source.width = dialog.size().width();
+            source.height = dialog.size().height();
+            source.rate = dialog.rate();
+            source.duration = dialog.seconds();
+            m_document.change(tr("Change the source"), [&](Project& next) { next.source = source; });
+        });
+        return;
+    }
+    const auto& clip = std::get<ProjectClip>(project.source);
+    if (!isSequence(clip.path)) {
+        QMessageBox::information(this, tr("Source"),
+                                 tr("%1\n\n%2 × %3 pixels, %4 frames a second, %5 frames")
+                                     .arg(text(clip.path))
+                                     .arg(m_facts.width)
+                                     .arg(m_facts.height)
+                                     .arg(rate(), 0, 'g', 5)
+                                     .arg(m_facts.frames));
+        return;
+    }
+    bool ok = false;
+    const QString asked = QInputDialog::getText(this, tr("Source"), tr("&Frames a second:"), QLineEdit::Normal,
+                                                QString::number(rate(), 'g', 6), &ok);
+    if (!ok) return;
+    attempt([&] {
+        ProjectClip source = clip;
+        source.rate = parseRate(asked.trimmed().toStdString());
+        m_document.change(tr("Change the source"), [&](Project& next) { next.source = source; });
+    });
 }
 
 void MainWindow::openDemonstration() {

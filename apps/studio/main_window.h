@@ -101,6 +101,7 @@ class MainWindow : public QMainWindow {
     void askSecond();
     void askReplace();
     void askGenerator();
+    void askSource();
     void openDemonstration();
     void exportFilm();
     void saveFrame();
@@ -127,7 +128,7 @@ class MainWindow : public QMainWindow {
     EffectList* m_effects;
     PagePanel* m_page;
     ScopeView* m_scope;
-    QLabel *m_status, *m_pixel, *m_zoom;
+    QLabel *m_status, *m_note, *m_pixel, *m_zoom;
     QMenu* m_recent;
     std::vector<QAction*> m_needsProject;
 

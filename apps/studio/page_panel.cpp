@@ -5,19 +5,38 @@
 #include <QInputDialog>
 #include <QMenu>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 namespace larkmoor {
 
+namespace {
+
+/// The record of a saved state. Effects also take states that are cut short; here such a file is another's.
+std::vector<std::byte> recordOf(const Module& module, const EffectInfo& info, std::span<const std::byte> state) {
+    Effect effect = module.create(info);
+    effect.loadState(state);
+    if (effect.saveState().size() != state.size()) throw Error("The file does not hold settings of " + info.name + ".");
+    return effect.record();
+}
+
+} // namespace
+
 PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     : QWidget(parent), m_document(document), m_user(std::move(presets)), m_scroll(new QScrollArea(this)),
-      m_title(new QLabel(this)), m_ramp(new QPushButton(tr("&Ramp"), this)),
+      m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
+      m_duration(new QDoubleSpinBox(this)), m_ramp(new QPushButton(tr("&Ramp"), this)),
       m_start(new QRadioButton(tr("&Start"), this)), m_end(new QRadioButton(tr("En&d"), this)),
       m_strip(new PresetStrip(this)), m_save(new QToolButton(this)), m_more(new QToolButton(this)) {
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
     m_title->setWordWrap(true);
     m_title->setAlignment(Qt::AlignCenter);
+    m_durationLabel->setBuddy(m_duration);
+    m_duration->setRange(0.01, 86400);
+    m_duration->setSingleStep(0.1);
+    m_duration->setSuffix(tr(" s"));
+    m_duration->setKeyboardTracking(false); // a number half typed is none
     m_ramp->setCheckable(true);
     m_ramp->setToolTip(tr("Settings that move from a start to an end over a range of frames"));
     m_start->setToolTip(tr("The page shows the settings at the ramp's start"));
@@ -48,10 +67,15 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     ramp->addStretch();
     ramp->addWidget(m_save);
     ramp->addWidget(m_more);
+    auto* const duration = new QHBoxLayout;
+    duration->addWidget(m_durationLabel);
+    duration->addWidget(m_duration);
+    duration->addStretch();
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_title);
     layout->addWidget(m_scroll, 1);
+    layout->addLayout(duration);
     layout->addLayout(ramp);
     layout->addWidget(m_strip);
 
@@ -60,6 +84,8 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     connect(m_ramp, &QPushButton::clicked, this, &PagePanel::toggleRamp);
     connect(m_start, &QRadioButton::toggled, this, &PagePanel::show);
     connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
+    connect(m_duration, &QDoubleSpinBox::valueChanged, this, &PagePanel::setDuration);
+    connect(m_duration, &QDoubleSpinBox::editingFinished, this, [this] { m_document.settle(); });
     connect(&m_document, &Document::changed, this, &PagePanel::show);
     connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
     connect(&m_document, &Document::started, this, [this] { m_info = nullptr; });
@@ -94,6 +120,33 @@ void PagePanel::show() {
         m_setting = false;
     }
     showRamp();
+    showDuration();
+}
+
+void PagePanel::showDuration() {
+    const Document::Snapshot project = m_document.project();
+    const double* seconds = nullptr;
+    if (project && m_slot.kind == Slot::Kind::Transition && project->second) seconds = &project->second->duration;
+    if (project && m_slot.kind == Slot::Kind::Source)
+        if (const auto* const generator = std::get_if<ProjectGenerator>(&project->source))
+            seconds = &generator->duration;
+    m_durationLabel->setVisible(seconds);
+    m_duration->setVisible(seconds);
+    const QSignalBlocker quiet(m_duration);
+    if (seconds) m_duration->setValue(*seconds);
+}
+
+void PagePanel::setDuration(double seconds) {
+    const Slot slot = m_slot;
+    m_document.change(
+        tr("Change the duration"),
+        [&](Project& project) {
+            if (slot.kind == Slot::Kind::Transition && project.second) project.second->duration = seconds;
+            if (auto* const generator = std::get_if<ProjectGenerator>(&project.source);
+                generator && slot.kind == Slot::Kind::Source)
+                generator->duration = seconds;
+        },
+        "duration");
 }
 
 void PagePanel::showPage() {
@@ -140,9 +193,7 @@ void PagePanel::showPresets() {
         m_ownPresets = static_cast<int>(m_records.size());
         for (const QString& name : m_user.names(*m_info)) {
             try {
-                Effect effect = m_document.module().create(*m_info);
-                effect.loadState(m_user.load(*m_info, name));
-                m_records.push_back(effect.record());
+                m_records.push_back(recordOf(m_document.module(), *m_info, m_user.load(*m_info, name)));
                 names << name;
             } catch (const Error&) {
                 // A file that is no state of this effect is no preset of it.
@@ -215,8 +266,9 @@ void PagePanel::saveState(const QString& path) {
 }
 
 void PagePanel::loadState(const QString& path) {
+    std::vector<std::byte> record = recordOf(m_document.module(), *m_info, UserPresets::readFile(path));
     m_document.settle();
-    m_effect->loadState(UserPresets::readFile(path));
+    setRecord(tr("Load settings"), std::move(record));
     m_document.settle();
 }
 

@@ -1,6 +1,7 @@
 // The selected effect: its settings page, its ramp and its presets.
 #pragma once
 
+#include <QDoubleSpinBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
@@ -30,6 +31,8 @@ class PagePanel : public QWidget {
     bool showsEnd() const { return m_end->isChecked(); }
     QPushButton* rampButton() const { return m_ramp; }
     QRadioButton* endButton() const { return m_end; }
+    /// Of a transition or a generator, in seconds.
+    QDoubleSpinBox* durationField() const { return m_duration; }
 
     /// The records behind the strip: the effect's own presets, then the user's.
     const std::vector<std::vector<std::byte>>& presetRecords() const { return m_records; }
@@ -53,6 +56,8 @@ class PagePanel : public QWidget {
     void showPage();
     void showPresets();
     void showRamp();
+    void showDuration();
+    void setDuration(double seconds);
     void takeRecord();
     void setRecord(const QString& text, std::vector<std::byte> record);
     void choosePreset(int index);
@@ -69,7 +74,8 @@ class PagePanel : public QWidget {
     std::unique_ptr<LiveEffect> m_effect;
     QScrollArea* m_scroll;
     PageView* m_page = nullptr;
-    QLabel* m_title;
+    QLabel *m_title, *m_durationLabel;
+    QDoubleSpinBox* m_duration;
     QPushButton* m_ramp;
     QRadioButton *m_start, *m_end;
     PresetStrip* m_strip;
