@@ -43,6 +43,8 @@ Autosave::~Autosave() {
 void Autosave::due() {
     if (!m_document.isChanged()) {
         clear();
+    } else if (m_document.history().isClean()) {
+        flush(); // recovered work, whose own file is about to go
     } else if (!m_timer.isActive()) {
         m_timer.start(); // not started anew by each change: a long drag is saved, too
     }

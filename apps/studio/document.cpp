@@ -143,8 +143,10 @@ void Document::save(const QString& path) {
 
 void Document::change(const QString& text, const std::function<void(Project&)>& edit, const QString& key) {
     if (!m_project) return;
+    emit aboutToChange();
     Project next = *m_project;
     edit(next);
+    if (m_fitter) m_fitter(next);
     if (same(next, *m_project)) return;
     // Only a step of the same key that was the last one takes the new one in.
     const bool merges = !key.isEmpty() && key == m_mergeKey;
@@ -159,6 +161,7 @@ void Document::change(const QString& text, const std::function<void(Project&)>& 
 void Document::select(Slot slot) {
     slot = nearest(slot);
     if (slot == m_selected) return;
+    emit aboutToChange();
     m_selected = slot;
     settle();
     emit selectionChanged();

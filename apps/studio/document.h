@@ -52,6 +52,8 @@ class Document : public QObject {
     /// @param edit changes a copy; a copy that comes out the same makes no step.
     void change(const QString& text, const std::function<void(Project&)>& edit, const QString& key = {});
     void settle() { m_mergeKey.clear(); }
+    /// What brings a changed project back into what is possible, as part of the step.
+    void setFitter(std::function<void(Project&)> fitter) { m_fitter = std::move(fitter); }
 
     Slot selected() const { return m_selected; }
     void select(Slot slot);
@@ -60,6 +62,8 @@ class Document : public QObject {
   signals:
     /// Another project, or none.
     void started();
+    /// The state or the selection is to change: whoever holds something half done hands it in now.
+    void aboutToChange();
     /// The same one in another state.
     void changed();
     void selectionChanged();
@@ -73,6 +77,7 @@ class Document : public QObject {
     Module m_module;
     Snapshot m_project;
     QUndoStack m_history;
+    std::function<void(Project&)> m_fitter;
     QString m_path, m_mergeKey;
     Slot m_selected;
     bool m_recovered = false;

@@ -18,6 +18,17 @@ QString timeLeft(qint64 milliseconds, qint64 done, qint64 total) {
     return ExportDialog::tr("%1:%2 left").arg(seconds / 60).arg(seconds % 60, 2, 10, QChar('0'));
 }
 
+namespace {
+
+bool isSource(const Project& project, const QString& path) {
+    const QFileInfo file(path);
+    const auto* const clip = std::get_if<ProjectClip>(&project.source);
+    return (clip && QFileInfo(QString::fromStdString(clip->path)) == file) ||
+           (project.second && QFileInfo(QString::fromStdString(project.second->path)) == file);
+}
+
+} // namespace
+
 ExportDialog::ExportDialog(const Document& document, const QString& path, QWidget* parent)
     : QDialog(parent), m_document(document), m_exporter(document.module()), m_path(new QLineEdit(path)),
       m_codec(new QLineEdit), m_pixelFormat(new QComboBox), m_ownQuality(new QCheckBox(tr("&Quality:"))),
@@ -89,7 +100,9 @@ OutputRequest ExportDialog::request() const {
 void ExportDialog::start() {
     try {
         OutputRequest out = request();
-        if (QFileInfo::exists(m_path->text().trimmed())) {
+        if (const QString path = m_path->text().trimmed(); QFileInfo::exists(path)) {
+            if (isSource(*m_document.project(), path))
+                throw UsageError("The project is made of this file; choose another name.");
             const auto answer = QMessageBox::question(
                 this, tr("Export"), tr("%1 is there already. Replace it?").arg(QFileInfo(m_path->text()).fileName()));
             if (answer != QMessageBox::Yes) return;

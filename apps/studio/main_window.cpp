@@ -95,6 +95,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     connect(&m_document, &Document::titleChanged, this, &MainWindow::showTitle);
     connect(&m_feed, &PreviewFeed::rendered, this, &MainWindow::take);
     connect(&m_feed, &PreviewFeed::failed, this, [this](const QString& sentence) { m_status->setText(sentence); });
+    m_document.setFitter([this](Project& project) { fitCut(project); });
     // Notes about clips come from the threads that read and write them.
     takeWarnings([this](std::string_view sentence) {
         QMetaObject::invokeMethod(
@@ -115,6 +116,9 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
 MainWindow::~MainWindow() {
     takeWarnings({});
     m_player.stop();
+    // The panels work on the document, and an edit on its way out still says what was typed.
+    m_document.disconnect(this);
+    delete takeCentralWidget();
 }
 
 // --- what is seen
@@ -501,6 +505,18 @@ void MainWindow::showRamp() {
     const qint64 last = project->out.value_or(m_facts.frames) - project->in - 1;
     auto [from, to] = effect->ramp->frames.value_or(std::pair<std::int64_t, std::int64_t>(0, last));
     m_timeline->setRamp(FrameRange{static_cast<int>(from + project->in), static_cast<int>(to + project->in)});
+}
+
+/// Another source may have fewer pictures than were cut.
+void MainWindow::fitCut(Project& project) {
+    if ((project.in == 0 && !project.out) || sourceKey(project) == m_source) return;
+    try {
+        const std::int64_t frames = m_feed.facts(project).frames;
+        if (project.out && *project.out >= frames) project.out.reset();
+        if (project.in >= frames) project.in = 0;
+    } catch (const Error&) {
+        // What is wrong with the source is told when it is shown.
+    }
 }
 
 /// The scopes show the limits of the broadcast effect that is selected.

@@ -83,6 +83,7 @@ class MainWindow : public QMainWindow {
     void showDocument();
     void showTitle();
     void showLimits();
+    void fitCut(Project& project);
     void showRamp();
     void showZoom();
     void refresh();

@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QInputDialog>
 #include <QMenu>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
@@ -86,6 +87,9 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
     connect(m_duration, &QDoubleSpinBox::valueChanged, this, &PagePanel::setDuration);
     connect(m_duration, &QDoubleSpinBox::editingFinished, this, [this] { m_document.settle(); });
+    connect(&m_document, &Document::aboutToChange, this, [this] {
+        if (m_page && !m_taking) m_page->commitEdits();
+    });
     connect(&m_document, &Document::changed, this, &PagePanel::show);
     connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
     connect(&m_document, &Document::started, this, [this] { m_info = nullptr; });
@@ -225,6 +229,7 @@ void PagePanel::showRamp() {
 
 void PagePanel::takeRecord() {
     if (m_setting || !m_effect) return;
+    const QScopedValueRollback<bool> taking(m_taking, true);
     setRecord(tr("Change %1").arg(QString::fromStdString(m_info->name)), m_effect->record());
 }
 

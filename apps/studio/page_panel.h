@@ -81,8 +81,9 @@ class PagePanel : public QWidget {
     PresetStrip* m_strip;
     QToolButton *m_save, *m_more;
     std::vector<std::vector<std::byte>> m_records;
-    int m_ownPresets = 0; ///< of the effect; the user's follow
-    bool m_setting = false;
+    int m_ownPresets = 0;   ///< of the effect; the user's follow
+    bool m_setting = false; ///< the document's record goes to the page
+    bool m_taking = false;  ///< and the other way
 };
 
 } // namespace larkmoor

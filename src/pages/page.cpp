@@ -477,6 +477,7 @@ HRESULT CPropPageBase::Notify(LONG code, LONG control, LONG x, LONG y) {
 void CPropPageBase::OnCommand(LONG id, UINT notification) {
     if (id >= kPagePresetFirst && id <= kPagePresetLast) {
         if (const auto presets = KwQuery<IKwPresets>(m_objects.front().Get())) presets->Apply(id - kPagePresetFirst);
+        Notify(KWNOTICE_SETTLED);
         return;
     }
     switch (id) {

@@ -219,7 +219,7 @@ struct tPageMenuItem {
 enum tPageNoticeCode : LONG {
     KWNOTICE_CHANGED = 1, ///< the control is to be drawn again; control 0: all of them
     KWNOTICE_APPLIED = 2, ///< the record went to the effect
-    KWNOTICE_SETTLED = 3, ///< what the user did is at its end: a drag was let go, an edit left, a key came up
+    KWNOTICE_SETTLED = 3, ///< what the user did is at its end: a drag let go, an edit left, a key up, a preset applied
     KWNOTICE_CAPTURE = 4, ///< `x` 1: the control wants the mouse; 0: no longer
     KWNOTICE_TIMER = 5,   ///< timer `x` of the control every `y` milliseconds; 0: no longer
     KWNOTICE_FOCUS = 6,   ///< the control wants the focus

@@ -61,6 +61,7 @@ void EditLink::commit() {
     send(KWEVENT_BLUR);
     send(KWEVENT_FOCUS);
     m_shown = text();
+    if (m_line) setText(m_shown); // what was taken is the window's to undo
 }
 
 void EditLink::restore() {
@@ -118,12 +119,24 @@ bool EditLink::keyPressed(const QKeyEvent& event) {
     }
 }
 
+bool EditLink::canUndo() const {
+    return m_line ? m_line->isUndoAvailable() : m_lines->document()->isUndoAvailable();
+}
+bool EditLink::canRedo() const {
+    return m_line ? m_line->isRedoAvailable() : m_lines->document()->isRedoAvailable();
+}
+
 bool EditLink::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
     case QEvent::ShortcutOverride: {
         const auto& key = static_cast<QKeyEvent&>(*event);
         if (isStep(key) || (key.key() == Qt::Key_Escape && m_modified)) {
             event->accept();
+            return true;
+        }
+        // With nothing of its own to take back the edit leaves these keys to the window.
+        if ((key.matches(QKeySequence::Undo) && !canUndo()) || (key.matches(QKeySequence::Redo) && !canRedo())) {
+            event->ignore();
             return true;
         }
         break;

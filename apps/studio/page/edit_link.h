@@ -39,6 +39,8 @@ class EditLink : public QObject {
     void restore();
     bool keyPressed(const QKeyEvent& event);
     bool isStep(const QKeyEvent& event) const;
+    bool canUndo() const;
+    bool canRedo() const;
     HRESULT sendKey(LONG kind, const QKeyEvent& event);
 
     PageLink& m_page;

@@ -1,0 +1,709 @@
+// The studio as a person works with it: the real window, the real command beside it.
+#include <gmock/gmock.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDragEnterEvent>
+#include <QListWidget>
+#include <QMimeData>
+#include <QPlainTextEdit>
+
+#include "export_dialog.h"
+#include "main_window.h"
+#include "studio.h"
+
+namespace larkmoor {
+
+namespace {
+
+using Kind = Slot::Kind;
+using testing::HasSubstr;
+
+class StudioWindowTest : public StudioTest {
+  protected:
+    StudioWindowTest() { renew(); }
+
+    std::unique_ptr<MainWindow> newWindow() const {
+        auto made = std::make_unique<MainWindow>(studioModule(),
+                                                 StudioFolders{file("presets"), file("autosave"), file("cache")});
+        made->show();
+        QApplication::setActiveWindow(made.get());
+        return made;
+    }
+    void renew() {
+        window.reset();
+        window = newWindow();
+        shown = std::make_unique<QSignalSpy>(window.get(), &MainWindow::frameShown);
+    }
+
+    Document& document() { return window->document(); }
+    QUndoStack& history() { return window->document().history(); }
+    PagePanel& panel() { return window->pagePanel(); }
+    std::string text() { return textOf(document()); }
+    void idle() {
+        await([&] { return window->isIdle(); });
+    }
+
+    void makeClip(const std::string& name = "in.mkv", const std::string& more = "") const {
+        clip(name, "-c:v ffv1 -pix_fmt yuv420p -g 1 " + more);
+    }
+    void openClip() {
+        makeClip();
+        ASSERT_TRUE(window->open(file("in.mkv")));
+        idle();
+        ASSERT_GE(shown->count(), 1);
+    }
+    void openGenerator(int width, int height, double seconds) {
+        window->startGenerator(studioModule().find("Test Pattern"), {width, height}, {25, 1}, seconds);
+        idle();
+    }
+
+    /// By the list, as with the keyboard.
+    void addByName(const char* words) {
+        QLineEdit* const field = window->effectList().filterField();
+        field->setFocus();
+        field->selectAll();
+        QTest::keyClicks(field, words);
+        QTest::keyClick(field, Qt::Key_Return);
+        idle();
+    }
+
+    TrackbarWidget& trackbar(std::size_t index = 0) {
+        const auto all = reachable<TrackbarWidget>(*panel().page());
+        EXPECT_LT(index, all.size());
+        return *all.at(index);
+    }
+    void dragTrackbar(TrackbarWidget& bar, std::vector<int> by) {
+        tTrackbarDetail detail{};
+        KwQuery<IKwPage>(panel().effect()->page().Get())->GetDetail(bar.id(), &detail, sizeof detail);
+        const QPoint thumb = rectOf(detail.thumb).center();
+        QTest::mousePress(&bar, Qt::LeftButton, {}, thumb);
+        for (const int x : by) moveMouse(bar, thumb + QPoint(x, 0));
+        QTest::mouseRelease(&bar, Qt::LeftButton, {}, thumb + QPoint(by.back(), 0));
+    }
+    QLineEdit& type(const QString& value, std::size_t index = 0, bool enter = true) {
+        const auto all = reachable<QLineEdit>(*panel().page());
+        EXPECT_LT(index, all.size());
+        QLineEdit& edit = *all.at(index);
+        edit.setFocus();
+        edit.selectAll();
+        QTest::keyClicks(&edit, value);
+        if (enter) QTest::keyClick(&edit, Qt::Key_Return);
+        return edit;
+    }
+    void dragTimeline(QPointF from, std::vector<double> to) {
+        Timeline& timeline = window->timeline();
+        QTest::mousePress(&timeline, Qt::LeftButton, {}, from.toPoint());
+        for (const double x : to) moveMouse(timeline, {x, from.y()});
+        QTest::mouseRelease(&timeline, Qt::LeftButton, {}, QPointF(to.back(), from.y()).toPoint());
+    }
+
+    /// By the dialog's own button. Empty for success.
+    QString exportTo(const std::string& name) {
+        ExportDialog dialog(document(), file(name), window.get());
+        dialog.show();
+        QSignalSpy finished(&dialog.exporter(), &Exporter::finished);
+        QTest::mouseClick(dialog.exportButton(), Qt::LeftButton);
+        EXPECT_TRUE(!finished.isEmpty() || !dialog.exporter().isRunning() || finished.wait(kPatience));
+        return finished.isEmpty() ? "never begun" : finished[0][1].toString();
+    }
+    /// The studio's export and the command's rendering of the saved project are the same file.
+    void expectSameBytes(const std::string& ending) {
+        SCOPED_TRACE(ending);
+        ASSERT_TRUE(window->saveTo(file("same.larkmoor")));
+        EXPECT_EQ(exportTo("studio." + ending), "");
+        const Outcome command = larkmoor("render same.larkmoor -y -o command." + ending);
+        ASSERT_EQ(command.status, 0) << command.err;
+        EXPECT_GT(content("studio." + ending).size(), 1000u);
+        EXPECT_TRUE(content("studio." + ending) == content("command." + ending));
+    }
+    /// All steps back and forth, saved and loaded: always the same text.
+    void expectHistoryAndFile(const std::string& opened) {
+        const std::string done = text();
+        const int steps = history().count();
+        for (int i = 0; i < steps; ++i) {
+            history().undo();
+            idle();
+        }
+        EXPECT_EQ(text(), opened);
+        for (int i = 0; i < steps; ++i) {
+            history().redo();
+            idle();
+        }
+        EXPECT_EQ(text(), done);
+        ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+        EXPECT_FALSE(window->isWindowModified());
+        const auto other = newWindow();
+        ASSERT_TRUE(other->open(file("p.larkmoor")));
+        EXPECT_EQ(textOf(other->document()), done);
+        EXPECT_FALSE(other->document().isChanged());
+        await([&] { return other->isIdle(); });
+    }
+
+    std::unique_ptr<MainWindow> window;
+    std::unique_ptr<QSignalSpy> shown;
+};
+
+// --- end to end
+
+TEST_F(StudioWindowTest, AClipFromOpeningToTheSameBytesAsTheCommand) {
+    openClip();
+    const std::string opened = text();
+
+    addByName("quick blur");
+    ASSERT_EQ(document().project()->effects.size(), 1u);
+    EXPECT_EQ(panel().effect()->info().name, "Quick Blur");
+    addByName("bright contr");
+    ASSERT_EQ(document().project()->effects.size(), 2u);
+    ASSERT_EQ(panel().effect()->info().name, "Brightness and Contrast");
+    EXPECT_EQ(history().count(), 2);
+
+    const auto record = [&] { return document().project()->effects[1].record; };
+    const auto defaults = record();
+    dragTrackbar(trackbar(), {5, 10, 15, 20});
+    const auto dragged = record();
+    EXPECT_NE(dragged, defaults);
+    EXPECT_EQ(history().count(), 3) << "a drag is one step";
+    type("-0.25");
+    EXPECT_NE(record(), dragged);
+    EXPECT_EQ(history().count(), 4);
+    EXPECT_EQ(panel().effect()->record(), record());
+    idle();
+
+    Timeline& timeline = window->timeline();
+    const QPointF ruler(timeline.xOfFrame(2), 6);
+    dragTimeline(ruler, {timeline.xOfFrame(5), timeline.xOfFrame(20), timeline.xOfFrame(12)});
+    EXPECT_EQ(window->frame(), 12);
+    idle();
+    EXPECT_EQ(shown->last()[0].toLongLong(), 12);
+    EXPECT_EQ(history().count(), 4) << "looking changes nothing";
+
+    QTest::mouseClick(panel().rampButton(), Qt::LeftButton);
+    ASSERT_TRUE(document().project()->effects[1].ramp);
+    EXPECT_TRUE(panel().showsEnd());
+    ASSERT_TRUE(timeline.ramp());
+    type("0.5");
+    EXPECT_NE(document().project()->effects[1].ramp->record, record());
+    dragTimeline(timeline.keyframe(true), {timeline.xOfFrame(22), timeline.xOfFrame(20)});
+    EXPECT_EQ(document().project()->effects[1].ramp->frames, (std::pair<std::int64_t, std::int64_t>(0, 20)));
+    EXPECT_EQ(history().count(), 7);
+    dragTimeline(timeline.inHandle(), {timeline.xOfFrame(3), timeline.xOfFrame(4)});
+    EXPECT_GT(document().project()->in, 0);
+    EXPECT_EQ(history().count(), 8);
+    idle();
+
+    expectHistoryAndFile(opened);
+    expectSameBytes("mkv");
+    expectSameBytes("mp4");
+}
+
+TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
+    openClip();
+    const std::string opened = text();
+    makeClip("second.mkv", "-vf hue=h=90");
+    window->addSecond(file("second.mkv"));
+    idle();
+    EXPECT_EQ(document().selected(), (Slot{Kind::Transition, 0}));
+    EXPECT_EQ(window->stack().list()->count(), 2);
+    addByName("linear wipe");
+    EXPECT_EQ(document().project()->second->transition.info->name, "Linear Wipe");
+    EXPECT_EQ(panel().effect()->info().name, "Linear Wipe");
+    const auto defaults = document().project()->second->transition.record;
+    dragTrackbar(trackbar(), {10, 25});
+    EXPECT_NE(document().project()->second->transition.record, defaults);
+    addByName("sepia");
+    EXPECT_EQ(history().count(), 4);
+    expectHistoryAndFile(opened);
+    expectSameBytes("mkv");
+}
+
+TEST_F(StudioWindowTest, AGenerator) {
+    openGenerator(160, 90, 1);
+    ASSERT_EQ(panel().effect()->info().name, "Test Pattern");
+    const std::string opened = text();
+    const auto lists = reachable<QComboBox>(*panel().page());
+    ASSERT_FALSE(lists.empty());
+    QTest::keyClick(lists[0], Qt::Key_Down);
+    EXPECT_EQ(history().count(), 1);
+    EXPECT_NE(text(), opened);
+    addByName("text");
+    ASSERT_EQ(document().project()->effects.size(), 1u);
+    EXPECT_TRUE(document().project()->effects[0].over);
+    const auto fields = reachable<QPlainTextEdit>(*panel().page());
+    ASSERT_FALSE(fields.empty());
+    fields[0]->setFocus();
+    fields[0]->selectAll();
+    QTest::keyClicks(fields[0], "Gr");
+    fields[0]->insertPlainText(QStringLiteral("\u00fc\u00dfe\n\u4f60"));
+    window->timeline().setFocus(); // leaving it reads it
+    EXPECT_EQ(fieldText(*panel().effect()->info().textField(), document().project()->effects[0].record), "Grüße\\n你");
+    addByName("wave");
+    expectHistoryAndFile(opened);
+    expectSameBytes("mkv");
+}
+
+TEST_F(StudioWindowTest, WhatIsBeingTypedIsSavedAndExported) {
+    openClip();
+    addByName("bright contr");
+    const auto defaults = document().project()->effects[0].record;
+    type("0.75", 0, false);
+    ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+    EXPECT_NE(document().project()->effects[0].record, defaults);
+    EXPECT_FALSE(document().isChanged());
+    EXPECT_EQ(projectText(loadProject(studioModule(), path("p.larkmoor")), "/"), text());
+}
+
+TEST_F(StudioWindowTest, WhatIsBeingTypedIsHandedInBeforeAnythingElseHappens) {
+    // By tool buttons and shortcuts, which leave the focus where it is.
+    const std::vector<std::pair<const char*, std::function<void()>>> deeds{
+        {"duplicate", [this] { window->stack().duplicateSelected(); }},
+        {"move", [this] { window->stack().moveSelected(-1); }},
+        {"select",
+         [this] {
+             document().select({Kind::Effect, 0});
+         }},
+        {"cut", [this] { emit window->transport().inRequested(); }},
+    };
+    for (const auto& [name, act] : deeds) {
+        SCOPED_TRACE(name);
+        openClip();
+        addByName("sepia");
+        addByName("bright contr");
+        const auto defaults = document().project()->effects[1].record;
+        type("0.75", 0, false);
+        window->setFrame(3);
+        act();
+        int changed = 0, kept = 0;
+        for (const ProjectEffect& effect : document().project()->effects)
+            if (effect.info->name == "Brightness and Contrast")
+                ++(fieldText(effect.info->field("brightness"), effect.record) == "0.75" ? changed : kept);
+        EXPECT_EQ(kept, 0);
+        EXPECT_GE(changed, 1);
+        idle();
+        history().setIndex(2);
+        EXPECT_EQ(document().project()->effects[1].record, defaults);
+        idle();
+    }
+}
+
+TEST_F(StudioWindowTest, AWindowThatGoesAwayAmidTypingTakesNothingAlong) {
+    openClip();
+    addByName("bright contr");
+    type("0.75", 0, false);
+    renew();
+    EXPECT_EQ(document().project(), nullptr);
+}
+
+TEST_F(StudioWindowTest, RemovingTheSecondClipLeavesACutThatTheFirstOneHas) {
+    openClip();
+    clip("second.mkv", "-c:v ffv1 -pix_fmt yuv420p", "2");
+    window->addSecond(file("second.mkv"));
+    idle();
+    window->setFrame(30); // behind the first clip's last
+    emit window->transport().inRequested();
+    idle();
+    ASSERT_EQ(document().project()->in, 30);
+    Answers answers;
+    document().select({Kind::Transition, 0});
+    window->stack().removeSelected();
+    idle();
+    EXPECT_LE(window->timeline().inOut().to, 24);
+    EXPECT_EQ(exportTo("out.mkv"), "");
+    EXPECT_TRUE(exists("out.mkv"));
+}
+
+TEST_F(StudioWindowTest, EachThingDoneOnAPageIsAStepOfItsOwn) {
+    openClip();
+    addByName("bright contr");
+    auto steps = [&, last = history().count()]() mutable {
+        return history().count() - std::exchange(last, history().count());
+    };
+    type("-0.25");
+    EXPECT_EQ(steps(), 1) << "an edit";
+    type("-0.5");
+    EXPECT_EQ(steps(), 1) << "the same edit once more";
+    type("0.5", 1);
+    EXPECT_EQ(steps(), 1) << "another edit";
+    const auto wheel = [&](int turn) {
+        TrackbarWidget& bar = trackbar();
+        bar.setFocus();
+        const QPointF at = bar.rect().center();
+        QWheelEvent event(at, bar.mapToGlobal(at), {}, {0, turn}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&bar, &event);
+    };
+    wheel(120);
+    EXPECT_EQ(steps(), 1) << "a notch of the wheel";
+    QTest::keyClick(&trackbar(), Qt::Key_Right);
+    EXPECT_EQ(steps(), 1) << "a key";
+    dragTrackbar(trackbar(), {4, 8});
+    EXPECT_EQ(steps(), 1) << "a drag";
+    tTrackbarDetail detail{};
+    const auto model = KwQuery<IKwPage>(panel().effect()->page().Get());
+    model->GetDetail(trackbar().id(), &detail, sizeof detail);
+    const QPoint thumb = rectOf(detail.thumb).center();
+    const std::string before = text();
+    QTest::mousePress(&trackbar(), Qt::LeftButton, {}, thumb);
+    moveMouse(trackbar(), thumb + QPoint(9, 0));
+    EXPECT_NE(text(), before);
+    QTest::keyClick(&trackbar(), Qt::Key_Escape);
+    EXPECT_EQ(text(), before);
+    QTest::mouseRelease(&trackbar(), Qt::LeftButton, {}, thumb + QPoint(9, 0));
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(steps(), 0) << "a drag that was taken back";
+    idle();
+}
+
+// --- the stack
+
+TEST_F(StudioWindowTest, AClickOnACheckMarkSwitches) {
+    openClip();
+    addByName("sepia");
+    addByName("invert");
+    QListWidget& list = *window->stack().list();
+    for (const bool on : {false, true}) {
+        QStyleOptionViewItem option;
+        option.initFrom(&list);
+        option.features = QStyleOptionViewItem::HasCheckIndicator;
+        option.rect = list.visualItemRect(list.item(1));
+        const QRect box = list.style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, &list);
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, box.center());
+        idle();
+        EXPECT_EQ(document().project()->effects[0].on, on);
+    }
+    EXPECT_EQ(history().count(), 4);
+    EXPECT_EQ(document().selected(), (Slot{Kind::Effect, 1})) << "a check mark selects nothing";
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.item(1)).center());
+    EXPECT_EQ(panel().effect()->info().name, "Sepia");
+    EXPECT_EQ(history().count(), 4);
+}
+
+// --- presets
+
+TEST_F(StudioWindowTest, AClickInTheStripSetsTheRecord) {
+    openClip();
+    addByName("gaussian");
+    PresetStrip& strip = *panel().presets();
+    ASSERT_GT(strip.count(), 1);
+    const int last = strip.count() - 1;
+    strip.scrollTo(strip.model()->index(last, 0));
+    QTest::mouseClick(strip.viewport(), Qt::LeftButton, {}, strip.visualRect(strip.model()->index(last, 0)).center());
+    EXPECT_EQ(document().project()->effects[0].record, panel().presetRecords()[static_cast<std::size_t>(last)]);
+    EXPECT_EQ(panel().effect()->record(), document().project()->effects[0].record);
+    EXPECT_EQ(history().count(), 2);
+    EXPECT_EQ(strip.currentIndex().row(), last);
+    history().undo();
+    EXPECT_EQ(document().project()->effects[0].record, document().project()->effects[0].info->defaults);
+    QTest::keyClick(&strip, Qt::Key_Return);
+    idle();
+}
+
+TEST_F(StudioWindowTest, APresetOfThePagesMenuIsOneStep) {
+    openClip();
+    addByName("levels");
+    const EffectInfo& info = panel().effect()->info();
+    const auto model = KwQuery<IKwPage>(panel().effect()->page().Get());
+    for (std::size_t i = 0; i < info.presets.size(); ++i) {
+        SCOPED_TRACE(info.presets[i].name);
+        const int before = history().count();
+        const bool differs = document().project()->effects[0].record != info.presets[i].record;
+        model->SendPage(WM_COMMAND, static_cast<std::uintptr_t>(kPagePresetFirst) + i, 0, nullptr);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(document().project()->effects[0].record, info.presets[i].record);
+        EXPECT_EQ(history().count(), before + differs);
+    }
+    idle();
+}
+
+// --- failures
+
+TEST_F(StudioWindowTest, WhatCannotBeOpenedIsToldInASentence) {
+    openClip();
+    addByName("sepia");
+    const std::string before = text();
+    write("text.mp4", "This is no film.\n");
+    write("broken.larkmoor", "{\"larkmoor project\": 1,");
+    write("empty.larkmoor", "");
+    write("newer.larkmoor", R"({"larkmoor project": 99, "source": {"kind": "clip", "path": "in.mkv"}})");
+    write("unknown.larkmoor", R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.mkv"},
+                                  "effects": [{"effect": "DXTInvrt"}]})");
+    write("gone.larkmoor", R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "gone.mkv"}})");
+    struct Case {
+        const char *name, *told;
+    };
+    for (const auto& [name, told] : std::initializer_list<Case>{{"missing.mp4", "missing.mp4"},
+                                                                {"text.mp4", "text.mp4"},
+                                                                {"broken.larkmoor", "broken.larkmoor"},
+                                                                {"empty.larkmoor", "empty.larkmoor"},
+                                                                {"newer.larkmoor", "another version"},
+                                                                {"unknown.larkmoor", "Invert"},
+                                                                {"gone.larkmoor", "gone.mkv"}}) {
+        SCOPED_TRACE(name);
+        Answers answers;
+        EXPECT_FALSE(window->open(file(name)));
+        ASSERT_EQ(answers.texts.size(), 1);
+        EXPECT_THAT(answers.texts[0].toStdString(), HasSubstr(told));
+        EXPECT_EQ(text(), before) << "what was open stays";
+        window->setFrame(window->frame() + 1);
+        idle();
+        EXPECT_EQ(shown->last()[0].toLongLong(), window->frame()) << "and works";
+    }
+    history().undo();
+    EXPECT_TRUE(document().project()->effects.empty());
+    for (const char* name : {"missing.mkv", "text.mp4"}) {
+        Answers answers;
+        const std::string now = text();
+        window->addSecond(file(name));
+        EXPECT_EQ(answers.texts.size(), 1) << name;
+        EXPECT_EQ(text(), now);
+    }
+    idle();
+    openGenerator(64, 48, 1);
+    Answers answers;
+    window->addSecond(file("in.mkv"));
+    EXPECT_EQ(answers.texts.size(), 1);
+}
+
+TEST_F(StudioWindowTest, ProjectsOfOneFrameWork) {
+    ffmpeg("-f lavfi -i testsrc2=size=31x17 -frames:v 1 still.png");
+    ASSERT_TRUE(window->open(file("still.png")));
+    idle();
+    addByName("sepia");
+    window->setFrame(5);
+    EXPECT_EQ(window->frame(), 0);
+    window->play(true);
+    emit window->transport().inRequested();
+    emit window->transport().outRequested();
+    emit window->transport().lastRequested();
+    idle();
+    ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+    EXPECT_EQ(exportTo("studio.png"), "");
+    ASSERT_EQ(larkmoor("render p.larkmoor -o command.png").status, 0);
+    EXPECT_TRUE(content("studio.png") == content("command.png"));
+}
+
+TEST_F(StudioWindowTest, ACancelledExportLeavesNoFile) {
+    openGenerator(640, 360, 400);
+    const auto before = names();
+    ExportDialog dialog(document(), file("out.mkv"), window.get());
+    dialog.show();
+    QSignalSpy progress(&dialog.exporter(), &Exporter::progress), finished(&dialog.exporter(), &Exporter::finished);
+    QTest::mouseClick(dialog.exportButton(), Qt::LeftButton);
+    ASSERT_TRUE(!progress.isEmpty() || progress.wait(kPatience));
+    QTest::keyClick(&dialog, Qt::Key_Escape); // the first cancels, the next one closes
+    EXPECT_TRUE(dialog.isVisible());
+    ASSERT_TRUE(!finished.isEmpty() || finished.wait(kPatience));
+    EXPECT_FALSE(finished[0][0].toBool());
+    EXPECT_EQ(finished[0][1].toString(), "");
+    EXPECT_EQ(names(), before);
+    EXPECT_TRUE(dialog.exportButton()->isEnabled());
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+    EXPECT_FALSE(dialog.isVisible());
+}
+
+TEST_F(StudioWindowTest, AnExportThatIsDestroyedAmidItsWorkLeavesNoFile) {
+    openGenerator(640, 360, 400);
+    const auto before = names();
+    {
+        Exporter exporter(studioModule());
+        QSignalSpy progress(&exporter, &Exporter::progress);
+        OutputRequest out;
+        out.path = path("out.mkv");
+        exporter.start(document().project(), out);
+        ASSERT_TRUE(!progress.isEmpty() || progress.wait(kPatience));
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(names(), before);
+}
+
+TEST_F(StudioWindowTest, AnExportThatFailsSaysWhy) {
+    openClip();
+    EXPECT_THAT(exportTo("no such folder/out.mkv").toStdString(), HasSubstr("no such folder"));
+    EXPECT_NE(exportTo("out.nothing"), "");
+    const std::string source = content("in.mkv");
+    {
+        Answers answers(QMessageBox::Yes);
+        EXPECT_NE(exportTo("in.mkv"), "") << "the source itself";
+        EXPECT_EQ(content("in.mkv"), source);
+    }
+    write("there.mkv", "something else");
+    {
+        Answers answers(QMessageBox::No);
+        EXPECT_EQ(exportTo("there.mkv"), "never begun");
+        EXPECT_EQ(answers.texts.size(), 1);
+        EXPECT_EQ(content("there.mkv"), "something else");
+    }
+    Answers answers(QMessageBox::Yes);
+    EXPECT_EQ(exportTo("there.mkv"), "");
+    EXPECT_NE(content("there.mkv"), "something else");
+}
+
+TEST_F(StudioWindowTest, LeavingAsksAndListens) {
+    openClip();
+    addByName("sepia");
+    {
+        Answers answers(QMessageBox::Cancel);
+        EXPECT_FALSE(window->close());
+        EXPECT_EQ(answers.texts.size(), 1);
+        EXPECT_TRUE(window->isVisible());
+    }
+    ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+    addByName("invert");
+    {
+        Answers answers(QMessageBox::Save);
+        EXPECT_TRUE(window->close());
+        EXPECT_EQ(answers.texts.size(), 1);
+    }
+    EXPECT_EQ(loadProject(studioModule(), path("p.larkmoor")).effects.size(), 2u);
+}
+
+TEST_F(StudioWindowTest, ADropOpensAndSettingsThatAreNoneAreToldOf) {
+    makeClip();
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(file("in.mkv"))});
+    QDragEnterEvent enter({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(window.get(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(window.get(), &drop);
+    ASSERT_TRUE(document().project());
+    addByName("sepia");
+    Answers answers;
+    write("no.state", "no settings at all");
+    EXPECT_THROW(panel().loadState(file("no.state")), Error);
+    emit panel().failed("It does not work.");
+    EXPECT_EQ(answers.texts, QStringList("It does not work."));
+    EXPECT_EQ(history().count(), 1);
+}
+
+TEST_F(StudioWindowTest, TheDemonstrationIsOneClickAway) {
+    auto* const button = window->findChild<QPushButton*>("demonstration");
+    ASSERT_NE(button, nullptr);
+    Answers answers;
+    QTest::mouseClick(button, Qt::LeftButton);
+    await([&] { return document().project() != nullptr || !answers.texts.isEmpty(); });
+    EXPECT_EQ(answers.texts, QStringList());
+    idle();
+    EXPECT_GE(shown->count(), 1);
+}
+
+// --- the picture
+
+TEST_F(StudioWindowTest, TheNewestFrameWinsWhileScrubbing) {
+    openGenerator(640, 360, 40);
+    for (const char* name : {"quick blur", "wave"}) addByName(name);
+    const qsizetype before = shown->count();
+    qint64 last = 0;
+    for (int i = 1; i <= 300; ++i) window->setFrame(last = (i * 37) % 1000);
+    EXPECT_FALSE(window->isIdle());
+    idle();
+    EXPECT_EQ(shown->last()[0].toLongLong(), last);
+    EXPECT_LT(shown->count() - before, 300);
+}
+
+TEST_F(StudioWindowTest, AnotherProjectIsNotShownOldPictures) {
+    openGenerator(640, 360, 40);
+    addByName("wave");
+    for (int i = 1; i < 20; ++i) window->setFrame(i);
+    makeClip();
+    ASSERT_TRUE(window->open(file("in.mkv")));
+    const qsizetype before = shown->count();
+    idle();
+    QCoreApplication::processEvents();
+    ASSERT_EQ(shown->count(), before + 1);
+    EXPECT_EQ(shown->last()[0].toLongLong(), 0);
+    EXPECT_EQ(window->picture().fullSize(), QSize(96, 64));
+    document().close();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(shown->count(), before + 1);
+}
+
+TEST_F(StudioWindowTest, EveryEffectComesAndGoes) {
+    openClip();
+    makeClip("second.mkv", "-vf negate");
+    window->addSecond(file("second.mkv"));
+    idle();
+    window->setFrame(window->timeline().frameCount() / 2);
+    idle();
+    for (const EffectInfo& info : studioModule().effects()) {
+        SCOPED_TRACE(info.name);
+        Answers answers;
+        const qsizetype before = shown->count();
+        window->addEffect(QString::fromStdString(info.className));
+        idle();
+        EXPECT_GT(shown->count(), before) << "no picture";
+        ASSERT_NE(panel().effect(), nullptr);
+        EXPECT_EQ(&panel().effect()->info(), &info);
+        if (panel().page()) {
+            EXPECT_TRUE(panel().page()->isVisible());
+            EXPECT_FALSE(panel().page()->title().isEmpty());
+            // Every control once, as it comes.
+            for (TrackbarWidget* bar : reachable<TrackbarWidget>(*panel().page())) QTest::keyClick(bar, Qt::Key_Right);
+            for (QCheckBox* box : reachable<QCheckBox>(*panel().page())) QTest::mouseClick(box, Qt::LeftButton);
+            for (QComboBox* list : reachable<QComboBox>(*panel().page())) QTest::keyClick(list, Qt::Key_Down);
+            for (QLineEdit* edit : reachable<QLineEdit>(*panel().page())) {
+                if (!edit->isVisible() || !edit->isEnabled()) continue;
+                edit->setFocus();
+                QTest::keyClicks(edit, "7e");
+            }
+            panel().page()->commitEdits();
+            idle();
+        } else {
+            const auto labels = reachable<QLabel>(panel());
+            EXPECT_TRUE(std::ranges::any_of(labels, [](QLabel* label) { return !label->text().isEmpty(); }));
+        }
+        for (int index = 0; index < panel().presets()->count(); ++index) emit panel().presets()->chosen(index);
+        idle();
+        EXPECT_EQ(answers.texts, QStringList());
+        if (info.kind == EffectKind::Transition) continue;
+        ASSERT_EQ(document().project()->effects.size(), 1u);
+        window->stack().removeSelected();
+        idle();
+        EXPECT_TRUE(document().project()->effects.empty());
+    }
+    history().setIndex(0);
+    idle();
+    EXPECT_FALSE(document().project()->second);
+}
+
+// --- a crash
+
+TEST_F(StudioWindowTest, LostWorkIsOfferedAtTheNextStart) {
+    openClip();
+    ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+    addByName("sepia");
+    const std::string wanted = text();
+    // The folder as a killed studio leaves it.
+    QStringList found;
+    await([&] {
+        found = QDir(file("autosave")).entryList({"*.larkmoor"});
+        return !found.isEmpty() && QFile::exists(file("autosave") + '/' + found[0] + ".path");
+    });
+    const QString left = file("autosave") + "/left.larkmoor";
+    ASSERT_TRUE(QFile::copy(file("autosave") + '/' + found[0], left));
+    ASSERT_TRUE(QFile::copy(file("autosave") + '/' + found[0] + ".path", left + ".path"));
+    renew();
+    {
+        Answers answers(QMessageBox::Cancel);
+        window->offerLostWork();
+        ASSERT_EQ(answers.texts.size(), 1);
+        EXPECT_THAT(answers.texts[0].toStdString(), HasSubstr("p.larkmoor"));
+        EXPECT_TRUE(QFile::exists(left)) << "offered again next time";
+        EXPECT_EQ(document().project(), nullptr);
+    }
+    Answers answers(QMessageBox::Open);
+    window->offerLostWork();
+    EXPECT_EQ(text(), wanted);
+    EXPECT_TRUE(document().isChanged());
+    EXPECT_EQ(document().path(), file("p.larkmoor"));
+    EXPECT_FALSE(QFile::exists(left));
+    EXPECT_FALSE(QDir(file("autosave")).entryList({"*.larkmoor"}).isEmpty()) << "a second crash loses nothing either";
+    idle();
+    ASSERT_TRUE(window->saveTo(document().path()));
+    EXPECT_TRUE(QDir(file("autosave")).entryList({"*.larkmoor"}).isEmpty());
+    window->offerLostWork();
+    EXPECT_EQ(answers.texts.size(), 1);
+}
+
+} // namespace
+
+} // namespace larkmoor
