@@ -45,10 +45,25 @@ enum ThumbnailGroup { kEffectThumbnails, kPresetThumbnails };
 
 const char* const kRecent = "recent";
 const char* const kTheme = "theme";
+const char* const kFolder = "folder";
 
 QString clipFilter() {
     return MainWindow::tr("Clips, pictures and projects (*.larkmoor *.mp4 *.mov *.mkv *.webm *.avi *.mxf *.mpg *.m2ts "
                           "*.ts *.png *.jpg *.jpeg *.tif *.tiff *.bmp *.webp *.exr *.dpx);;All files (*)");
+}
+
+/// Where the user was last.
+QString lastFolder() {
+    return QSettings().value(kFolder, QDir::homePath()).toString();
+}
+
+/// What a file of this project may be called, without an ending: the name of the project, else of its clip.
+QString suggestedName(const Document& document) {
+    if (!document.path().isEmpty()) return QFileInfo(document.path()).path() + '/' + document.name();
+    const auto* const clip = std::get_if<ProjectClip>(&document.project()->source);
+    if (!clip) return lastFolder() + '/' + document.name();
+    const QFileInfo file(QString::fromStdString(clip->path));
+    return file.path() + '/' + file.completeBaseName().remove('%') + "-larkmoor";
 }
 
 QString text(const std::string& utf8) {
@@ -179,7 +194,7 @@ void MainWindow::makeWidgets() {
     m_transport->setFormatter([this](qint64 frame, int format) { return timeText(frame, format); });
     m_timeline->setTimeFormat([this](qint64 frame) { return timeText(frame, m_transport->timeFormat()); });
 
-    connect(m_stack, &StackPanel::addRequested, m_effects, [this] { m_effects->filterField()->setFocus(); });
+    connect(m_stack, &StackPanel::addRequested, this, &MainWindow::searchEffects);
     connect(m_effects, &EffectList::chosen, this, &MainWindow::addEffect);
     connect(m_page, &PagePanel::dragging, this, [this](bool active) {
         m_dragging = active;
@@ -335,8 +350,7 @@ void MainWindow::makeMenus() {
     redo->setShortcut(QKeySequence::Redo);
     edit->addActions({undo, redo});
     edit->addSeparator();
-    needs(
-        add(edit, tr("&Add an effect"), QKeySequence(tr("Ctrl+F")), [this] { m_effects->filterField()->setFocus(); }));
+    needs(add(edit, tr("&Add an effect"), QKeySequence(tr("Ctrl+F")), [this] { searchEffects(); }));
     needs(add(edit, tr("&Duplicate the effect"), QKeySequence(tr("Ctrl+D")), [this] { m_stack->duplicateSelected(); }));
     needs(
         add(edit, tr("Re&move the effect"), QKeySequence(tr("Ctrl+Backspace")), [this] { m_stack->removeSelected(); }));
@@ -707,16 +721,21 @@ void MainWindow::addEffect(const QString& className) {
     });
 }
 
+void MainWindow::searchEffects() {
+    m_effects->filterField()->setFocus();
+    m_effects->filterField()->selectAll();
+}
+
 void MainWindow::askOpen() {
     if (!mayLeave()) return;
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open"), {}, clipFilter());
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open"), lastFolder(), clipFilter());
     if (!path.isEmpty()) open(path);
 }
 
 void MainWindow::askSequence() {
     if (!mayLeave()) return;
     const QString path =
-        QFileDialog::getOpenFileName(this, tr("Open the first picture of a sequence"), {},
+        QFileDialog::getOpenFileName(this, tr("Open the first picture of a sequence"), lastFolder(),
                                      tr("Pictures (*.png *.jpg *.jpeg *.tif *.tiff *.bmp *.exr *.dpx)"));
     if (path.isEmpty()) return;
     // The last digits of the name count the pictures.
@@ -735,12 +754,12 @@ void MainWindow::askSequence() {
 }
 
 void MainWindow::askSecond() {
-    const QString path = QFileDialog::getOpenFileName(this, tr("Second clip"), {}, clipFilter());
+    const QString path = QFileDialog::getOpenFileName(this, tr("Second clip"), lastFolder(), clipFilter());
     if (!path.isEmpty()) addSecond(path);
 }
 
 void MainWindow::askReplace() {
-    const QString path = QFileDialog::getOpenFileName(this, tr("Replace the clip"), {}, clipFilter());
+    const QString path = QFileDialog::getOpenFileName(this, tr("Replace the clip"), lastFolder(), clipFilter());
     if (path.isEmpty()) return;
     attempt([&] {
         Project next = *m_document.project();
@@ -854,8 +873,8 @@ bool MainWindow::save() {
 }
 
 bool MainWindow::saveAs() {
-    QString path =
-        QFileDialog::getSaveFileName(this, tr("Save project"), m_document.path(), tr("Projects (*.larkmoor)"));
+    QString path = QFileDialog::getSaveFileName(
+        this, tr("Save project"), suggestedName(m_document) + QStringLiteral(".larkmoor"), tr("Projects (*.larkmoor)"));
     if (path.isEmpty()) return false;
     if (!isProject(path.toStdString())) path += QStringLiteral(".larkmoor");
     return saveTo(path);
@@ -864,8 +883,7 @@ bool MainWindow::saveAs() {
 void MainWindow::exportFilm() {
     if (PageView* const page = m_page->page()) page->commitEdits();
     play(false);
-    const QString folder = m_document.path().isEmpty() ? QDir::homePath() : QFileInfo(m_document.path()).path();
-    ExportDialog dialog(m_document, folder + '/' + m_document.name() + QStringLiteral(".mp4"), this);
+    ExportDialog dialog(m_document, suggestedName(m_document) + QStringLiteral(".mp4"), this);
     connect(&dialog, &ExportDialog::exported, this,
             [this](const QString& path) { m_status->setText(tr("%1 is written.").arg(path)); });
     dialog.exec();
@@ -873,7 +891,8 @@ void MainWindow::exportFilm() {
 
 void MainWindow::saveFrame() {
     const QString path =
-        QFileDialog::getSaveFileName(this, tr("Save this frame"), {}, tr("Pictures (*.png *.tif *.jpg)"));
+        QFileDialog::getSaveFileName(this, tr("Save this frame"), suggestedName(m_document) + QStringLiteral(".png"),
+                                     tr("Pictures (*.png *.tif *.jpg)"));
     if (path.isEmpty()) return;
     // One frame of the project, by the way of every export; the ramps keep their places.
     Project one = *m_document.project();
@@ -921,6 +940,7 @@ void MainWindow::remember(const QString& path) {
     paths.removeAll(whole);
     paths.prepend(whole);
     settings.setValue(kRecent, paths.mid(0, kMostRecent));
+    settings.setValue(kFolder, QFileInfo(whole).path());
     showRecent();
 }
 

@@ -97,6 +97,7 @@ class MainWindow : public QMainWindow {
     bool mayLeave();
     bool save();
     bool saveAs();
+    void searchEffects();
     void askOpen();
     void askSequence();
     void askSecond();
