@@ -19,11 +19,11 @@ mkdir -p "$root/docs/pages"
 rm -f "$root"/docs/pages/*.png
 for picture in "$work"/pictures/*.png; do
     name=$(basename "$picture")
-    to=$root/docs/pages/$name
-    [[ $name != studio* ]] || to=$root/docs/$name
-    # Windows have few colours, the more so without dithering.
+    # Windows have few colours, films have many.
+    to=$root/docs/pages/$name dither=none
+    [[ $name != studio* ]] || to=$root/docs/$name dither=bayer:bayer_scale=4
     ffmpeg -v error -nostdin -y -i "$picture" \
-        -vf 'split[a][b];[a]palettegen=reserve_transparent=0[p];[b][p]paletteuse=dither=none' -frames:v 1 "$to"
+        -vf "split[a][b];[a]palettegen=reserve_transparent=0[p];[b][p]paletteuse=dither=$dither" -frames:v 1 "$to"
 done
 
 {

@@ -99,20 +99,25 @@ class StudioWindowTest : public StudioTest {
     }
 
     /// By the dialog's own button. Empty for success.
-    QString exportTo(const std::string& name) {
+    QString exportTo(const std::string& name, const char* codec = "") {
         ExportDialog dialog(document(), file(name), window.get());
+        for (QLineEdit* edit : dialog.findChildren<QLineEdit*>())
+            if (edit->toolTip().startsWith("An encoder")) edit->setText(codec);
+        EXPECT_EQ(dialog.request().encode.codec, codec);
         dialog.show();
         QSignalSpy finished(&dialog.exporter(), &Exporter::finished);
         QTest::mouseClick(dialog.exportButton(), Qt::LeftButton);
         EXPECT_TRUE(!finished.isEmpty() || !dialog.exporter().isRunning() || finished.wait(kPatience));
         return finished.isEmpty() ? "never begun" : finished[0][1].toString();
     }
-    /// The studio's export and the command's rendering of the saved project are the same file.
-    void expectSameBytes(const std::string& ending) {
+    /// The studio's export and the command's rendering of the saved project are the same file. Not with libx264, which
+    /// now and then encodes the same pictures otherwise.
+    void expectSameBytes(const std::string& ending, const char* codec) {
         SCOPED_TRACE(ending);
         ASSERT_TRUE(window->saveTo(file("same.larkmoor")));
-        EXPECT_EQ(exportTo("studio." + ending), "");
-        const Outcome command = larkmoor("render same.larkmoor -y -o command." + ending);
+        EXPECT_EQ(exportTo("studio." + ending, codec), "");
+        const Outcome command =
+            larkmoor("render same.larkmoor -y --codec " + std::string(codec) + " -o command." + ending);
         ASSERT_EQ(command.status, 0) << command.err;
         EXPECT_GT(content("studio." + ending).size(), 1000u);
         EXPECT_TRUE(content("studio." + ending) == content("command." + ending));
@@ -193,8 +198,8 @@ TEST_F(StudioWindowTest, AClipFromOpeningToTheSameBytesAsTheCommand) {
     idle();
 
     expectHistoryAndFile(opened);
-    expectSameBytes("mkv");
-    expectSameBytes("mp4");
+    expectSameBytes("mkv", "ffv1");
+    expectSameBytes("mp4", "mpeg4");
 }
 
 TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
@@ -214,7 +219,7 @@ TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
     addByName("sepia");
     EXPECT_EQ(history().count(), 4);
     expectHistoryAndFile(opened);
-    expectSameBytes("mkv");
+    expectSameBytes("mkv", "ffv1");
 }
 
 TEST_F(StudioWindowTest, AGenerator) {
@@ -239,7 +244,7 @@ TEST_F(StudioWindowTest, AGenerator) {
     EXPECT_EQ(fieldText(*panel().effect()->info().textField(), document().project()->effects[0].record), "Grüße\\n你");
     addByName("wave");
     expectHistoryAndFile(opened);
-    expectSameBytes("mkv");
+    expectSameBytes("mkv", "ffv1");
 }
 
 TEST_F(StudioWindowTest, WhatIsBeingTypedIsSavedAndExported) {
