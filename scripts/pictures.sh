@@ -21,7 +21,7 @@ for picture in "$work"/pictures/*.png; do
     name=$(basename "$picture")
     # Windows have few colours, films have many.
     to=$root/docs/pages/$name dither=none
-    [[ $name != studio* ]] || to=$root/docs/$name dither=bayer:bayer_scale=4
+    [[ $name != studio* ]] || to=$root/docs/$name dither=bayer:bayer_scale=2
     ffmpeg -v error -nostdin -y -i "$picture" \
         -vf "split[a][b];[a]palettegen=reserve_transparent=0[p];[b][p]paletteuse=dither=$dither" -frames:v 1 "$to"
 done
