@@ -70,6 +70,15 @@ void Autosave::clear() {
 
 std::vector<LostWork> Autosave::lost() const {
     std::vector<LostWork> found;
+    // Studios that were killed with nothing unsaved leave their locks alone.
+    for (const QFileInfo& file : QDir(m_folder).entryInfoList({'*' + kLock}, QDir::Files)) {
+        QString path = file.filePath();
+        path.chop(kLock.size());
+        if (path == m_file || QFileInfo::exists(path)) continue;
+        QLockFile lock(path + kLock);
+        lock.setStaleLockTime(0);
+        lock.tryLock(0); // let go of, it takes the file along
+    }
     for (const QFileInfo& file :
          QDir(m_folder).entryInfoList({QStringLiteral("*.larkmoor")}, QDir::Files, QDir::Time)) {
         const QString path = file.filePath();

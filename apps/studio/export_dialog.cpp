@@ -56,7 +56,9 @@ ExportDialog::ExportDialog(const Document& document, const QString& path, QWidge
     file->addWidget(browse);
     auto* const form = new QFormLayout(m_fields);
     form->setContentsMargins(0, 0, 0, 0);
-    form->addRow(tr("&File:"), file);
+    auto* const fileLabel = new QLabel(tr("&File:")); // a row of several has no buddy of its own
+    fileLabel->setBuddy(m_path);
+    form->addRow(fileLabel, file);
     form->addRow(tr("En&coder:"), m_codec);
     form->addRow(tr("&Pixel format:"), m_pixelFormat);
     form->addRow(m_ownQuality, m_quality);
@@ -100,7 +102,7 @@ OutputRequest ExportDialog::request() const {
 void ExportDialog::start() {
     try {
         OutputRequest out = request();
-        if (const QString path = m_path->text().trimmed(); QFileInfo::exists(path)) {
+        if (const QString path = m_path->text().trimmed(); QFileInfo(path).isFile()) {
             if (isSource(*m_document.project(), path))
                 throw UsageError("The project is made of this file; choose another name.");
             const auto answer = QMessageBox::question(

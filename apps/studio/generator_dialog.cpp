@@ -31,7 +31,9 @@ GeneratorDialog::GeneratorDialog(const Module& module, QWidget* parent)
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     auto* const form = new QFormLayout(this);
     form->addRow(tr("&Generator:"), m_kind);
-    form->addRow(tr("&Size:"), size);
+    auto* const sizeLabel = new QLabel(tr("&Size:")); // a row of several has no buddy of its own
+    sizeLabel->setBuddy(m_width);
+    form->addRow(sizeLabel, size);
     form->addRow(tr("&Frames a second:"), m_rate);
     form->addRow(tr("&Duration:"), m_seconds);
     form->addRow(buttons);

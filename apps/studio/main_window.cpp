@@ -15,6 +15,7 @@
 #include <QMimeData>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QScreen>
 #include <QSettings>
 #include <QSplitter>
 #include <QStandardPaths>
@@ -125,7 +126,8 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     showRecent();
     const QSettings settings;
     setTheme(settings.value(kTheme, "system").toString());
-    if (!restoreGeometry(settings.value("geometry").toByteArray())) resize(1400, 880);
+    if (!restoreGeometry(settings.value("geometry").toByteArray()))
+        resize(QSize(1400, 880).boundedTo(screen()->availableSize() - QSize(20, 40)));
 }
 
 MainWindow::~MainWindow() {
@@ -202,6 +204,11 @@ void MainWindow::makeWidgets() {
         if (!active && m_shownHalf) refresh();
     });
     connect(m_page, &PagePanel::failed, this, &MainWindow::fail);
+    // Once the splitter has its own width.
+    connect(m_page, &PagePanel::pageWidthChanged, this, &MainWindow::makeRoom, Qt::QueuedConnection);
+    connect(m_page, &PagePanel::rampEndShown, this, [this](bool end) {
+        if (const auto ramp = m_timeline->ramp(); ramp && !m_player.isActive()) setFrame(end ? ramp->to : ramp->from);
+    });
     connect(m_page, &PagePanel::presetsChanged, this, [this] { m_thumbnailsDue.start(); });
     connect(m_page, &PagePanel::helpWanted, this, [this](int) {
         if (const LiveEffect* const effect = m_page->effect()) {
@@ -616,7 +623,7 @@ QString MainWindow::timeText(qint64 frame, int format) const {
                           .ticksPerBeat = 960};
     char written[128];
     // Half a unit of 100 ns keeps a frame from falling back to the one before it.
-    FormatTime(written, how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5), true);
+    FormatTime(written, how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5), false);
     return QString::fromUtf8(written);
 }
 
@@ -656,11 +663,14 @@ void MainWindow::tick() {
 // --- opening
 
 bool MainWindow::open(const QString& path) {
-    return attempt([&] {
+    bool opened = false;
+    attempt([&] {
         if (isProject(path.toStdString())) {
             Project project = loadProject(m_module, path.toStdString());
+            bool changed = false;
+            if (!findClips(project, changed)) return;
             m_feed.facts(project);
-            m_document.start(std::move(project), QFileInfo(path).absoluteFilePath());
+            m_document.start(std::move(project), QFileInfo(path).absoluteFilePath(), changed);
         } else {
             Project project;
             project.source = ProjectClip{QFileInfo(path).absoluteFilePath().toStdString(), {}};
@@ -668,7 +678,9 @@ bool MainWindow::open(const QString& path) {
             m_document.start(std::move(project), {});
         }
         remember(path);
+        opened = true;
     });
+    return opened;
 }
 
 void MainWindow::startGenerator(const EffectInfo& info, QSize size, AVRational rate, double seconds) {
@@ -849,6 +861,41 @@ void MainWindow::openDemonstration() {
     m_maker->start(std::make_shared<const Project>(demonstrationProject(m_module)), out);
 }
 
+/// Asks where clips are that are not where the project has them. False when the user gives up.
+bool MainWindow::findClips(Project& project, bool& changed) {
+    std::vector<std::string*> paths;
+    if (auto* const clip = std::get_if<ProjectClip>(&project.source)) paths.push_back(&clip->path);
+    if (project.second) paths.push_back(&project.second->path);
+    for (std::string* path : paths) {
+        if (isSequence(*path)) continue;
+        while (!QFileInfo::exists(text(*path))) {
+            QMessageBox box(QMessageBox::Question, tr("Larkmoor"),
+                            tr("The clip %1 is not there any more. Where is it now?").arg(text(*path)),
+                            QMessageBox::Cancel, this);
+            const QAbstractButton* const find = box.addButton(tr("&Find it…"), QMessageBox::AcceptRole);
+            box.exec();
+            if (box.clickedButton() != find) return false;
+            const QString found =
+                QFileDialog::getOpenFileName(this, QFileInfo(text(*path)).fileName(), lastFolder(), clipFilter());
+            if (found.isEmpty()) continue;
+            *path = found.toStdString();
+            changed = true;
+        }
+    }
+    return true;
+}
+
+/// The right side as wide as its page where the window has that, the film giving way.
+void MainWindow::makeRoom(int pageWidth) {
+    QList<int> sizes = m_work->sizes();
+    constexpr int kLeastFilm = 320;
+    const int more = std::min(pageWidth - sizes[2], sizes[1] - kLeastFilm);
+    if (more <= 0) return;
+    sizes[1] -= more;
+    sizes[2] += more;
+    m_work->setSizes(sizes);
+}
+
 // --- saving
 
 bool MainWindow::mayLeave() {
@@ -923,9 +970,16 @@ void MainWindow::offerLostWork() {
                         QMessageBox::Open | QMessageBox::Discard | QMessageBox::Cancel, this);
         const int answer = box.exec();
         if (answer == QMessageBox::Cancel) return; // they are offered again next time
-        if (answer == QMessageBox::Open &&
-            !attempt([&] { m_document.start(loadProject(m_module, work.file.toStdString()), work.original, true); }))
-            return;
+        bool opened = answer != QMessageBox::Open;
+        attempt([&] {
+            if (opened) return;
+            Project project = loadProject(m_module, work.file.toStdString());
+            bool changed = false;
+            if (!findClips(project, changed)) return;
+            m_document.start(std::move(project), work.original, true);
+            opened = true;
+        });
+        if (!opened) return;
         Autosave::forget(work);
         if (answer == QMessageBox::Open) return;
     }

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QProgressDialog>
+#include <QSplitter>
 #include <QStackedWidget>
 #include <QTimer>
 
@@ -46,6 +47,8 @@ class MainWindow : public QMainWindow {
     void addEffect(const QString& className);
     void startGenerator(const EffectInfo& info, QSize size, AVRational rate, double seconds);
     bool saveTo(const QString& path);
+    /// A note to the user that asks nothing.
+    void tell(const QString& sentence) { m_note->setText(sentence); }
     /// Offers what other studios left behind.
     void offerLostWork();
 
@@ -95,6 +98,8 @@ class MainWindow : public QMainWindow {
     QString timeText(qint64 frame, int format) const;
 
     bool mayLeave();
+    bool findClips(Project& project, bool& changed);
+    void makeRoom(int pageWidth);
     bool save();
     bool saveAs();
     void searchEffects();
@@ -122,7 +127,8 @@ class MainWindow : public QMainWindow {
     Thumbnails m_thumbnails;
 
     QStackedWidget* m_pages;
-    QWidget *m_welcome, *m_work;
+    QWidget* m_welcome;
+    QSplitter* m_work;
     PictureView* m_picture;
     Transport* m_transport;
     Timeline* m_timeline;

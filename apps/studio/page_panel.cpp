@@ -3,7 +3,9 @@
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QInputDialog>
+#include <QKeyEvent>
 #include <QMenu>
+#include <QMessageBox>
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QSignalBlocker>
@@ -84,6 +86,9 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     connect(m_strip, &QWidget::customContextMenuRequested, this, &PagePanel::presetMenu);
     connect(m_ramp, &QPushButton::clicked, this, &PagePanel::toggleRamp);
     connect(m_start, &QRadioButton::toggled, this, &PagePanel::show);
+    for (QRadioButton* each : {m_start, m_end})
+        connect(each, &QRadioButton::clicked, this, [this] { emit rampEndShown(m_end->isChecked()); });
+    m_strip->installEventFilter(this);
     connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
     connect(m_duration, &QDoubleSpinBox::valueChanged, this, &PagePanel::setDuration);
     connect(m_duration, &QDoubleSpinBox::editingFinished, this, [this] { m_document.settle(); });
@@ -92,7 +97,7 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     });
     connect(&m_document, &Document::changed, this, &PagePanel::show);
     connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
-    connect(&m_document, &Document::started, this, [this] { m_info = nullptr; });
+    connect(&m_document, &Document::started, this, [this] { m_fresh = true; });
     select();
 }
 
@@ -114,7 +119,8 @@ const std::vector<std::byte>* PagePanel::shownRecord() const {
 void PagePanel::show() {
     const ProjectEffect* const effect = m_document.selectedEffect();
     const EffectInfo* const info = effect ? effect->info : nullptr;
-    if (info != m_info || !(m_slot == m_document.selected())) {
+    if (m_fresh || info != m_info || !(m_slot == m_document.selected())) {
+        m_fresh = false;
         m_info = info;
         m_slot = m_document.selected();
         showPage();
@@ -165,9 +171,7 @@ void PagePanel::showPage() {
             if (CComPtr<IPropertyPage> page = m_effect->page()) {
                 m_page = new PageView(std::move(page));
                 m_scroll->setWidget(m_page);
-                // A page is never cut from side to side; downwards it can be long.
-                m_scroll->setMinimumWidth(m_page->sizeHint().width() +
-                                          m_scroll->verticalScrollBar()->sizeHint().width());
+                emit pageWidthChanged(m_page->sizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
                 connect(m_page, &PageView::applied, this, [this] { emit dragging(true); });
                 connect(m_page, &PageView::settled, this, [this] {
                     m_document.settle();
@@ -263,14 +267,17 @@ void PagePanel::toggleRamp(bool on) {
             effect.ramp.reset();
     });
     if (on) m_end->setChecked(true);
+    if (on) emit rampEndShown(true); // what is changed now is to be seen
 }
 
 void PagePanel::saveState(const QString& path) {
+    if (!m_effect) return;
     if (m_page) m_page->commitEdits();
     UserPresets::writeFile(path, m_effect->state());
 }
 
 void PagePanel::loadState(const QString& path) {
+    if (!m_effect) return;
     std::vector<std::byte> record = recordOf(m_document.module(), *m_info, UserPresets::readFile(path));
     m_document.settle();
     setRecord(tr("Load settings"), std::move(record));
@@ -287,22 +294,45 @@ void PagePanel::saveUserPreset(const QString& name) {
 void PagePanel::askToSave() {
     bool ok = false;
     const QString name = QInputDialog::getText(this, tr("Save preset"), tr("&Name:"), QLineEdit::Normal, {}, &ok);
-    if (ok) attempt([&] { saveUserPreset(name); });
+    if (!ok) return;
+    const bool there = m_user.names(*m_info).contains(name);
+    if (there &&
+        QMessageBox::question(this, tr("Save preset"), tr("There is a preset \"%1\" already. Replace it?").arg(name)) !=
+            QMessageBox::Yes)
+        return;
+    attempt([&] { saveUserPreset(name); });
 }
 
 void PagePanel::presetMenu(const QPoint& position) {
-    const int index = m_strip->indexAt(position).row();
+    // By the keyboard it comes from no item's place.
+    const QModelIndex under = m_strip->indexAt(position);
+    const int index = under.isValid() ? under.row() : m_strip->currentIndex().row();
+    if (index < m_ownPresets || !m_info) return;
+    QMenu menu(this);
+    menu.addAction(tr("&Remove \"%1\"").arg(m_strip->model()->index(index, 0).data().toString()), this,
+                   [&] { removePreset(index); });
+    menu.exec(m_strip->viewport()->mapToGlobal(position));
+}
+
+void PagePanel::removePreset(int index) {
     if (index < m_ownPresets || !m_info) return;
     const QString name = m_strip->model()->index(index, 0).data().toString();
-    QMenu menu(this);
-    menu.addAction(tr("&Remove \"%1\"").arg(name), this, [&] {
-        attempt([&] {
-            m_user.remove(*m_info, name);
-            showPresets();
-            showRamp();
-        });
+    if (QMessageBox::question(this, tr("Remove preset"), tr("Remove the preset \"%1\"?").arg(name)) != QMessageBox::Yes)
+        return;
+    attempt([&] {
+        m_user.remove(*m_info, name);
+        showPresets();
+        showRamp();
     });
-    menu.exec(m_strip->viewport()->mapToGlobal(position));
+}
+
+bool PagePanel::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_strip && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
+        removePreset(m_strip->currentIndex().row());
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void PagePanel::attempt(const std::function<void()>& action) {

@@ -46,6 +46,10 @@ class PagePanel : public QWidget {
     /// The user began or ended to change something step by step.
     void dragging(bool active);
     void helpWanted(int topic);
+    /// A page of this width, in pixels, is shown.
+    void pageWidthChanged(int width);
+    /// The user turned to an end of the ramp.
+    void rampEndShown(bool end);
     /// The strip has other entries.
     void presetsChanged();
     void failed(QString sentence);
@@ -64,12 +68,15 @@ class PagePanel : public QWidget {
     void toggleRamp(bool on);
     void askToSave();
     void presetMenu(const QPoint& position);
+    void removePreset(int index);
     void attempt(const std::function<void()>& action);
     const std::vector<std::byte>* shownRecord() const;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     Document& m_document;
     UserPresets m_user;
     const EffectInfo* m_info = nullptr;
+    bool m_fresh = true; ///< nothing of this project was shown yet
     Slot m_slot;
     std::unique_ptr<LiveEffect> m_effect;
     QScrollArea* m_scroll;
