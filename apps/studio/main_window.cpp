@@ -623,7 +623,8 @@ QString MainWindow::timeText(qint64 frame, int format) const {
                           .ticksPerBeat = 960};
     char written[128];
     // Half a unit of 100 ns keeps a frame from falling back to the one before it.
-    FormatTime(written, how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5), false);
+    FormatTime(written, how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5),
+               format == kTimeFrames); // frames are whole, all other formats tell them apart by their fraction
     return QString::fromUtf8(written);
 }
 
