@@ -11,6 +11,7 @@
 #include "export_dialog.h"
 #include "main_window.h"
 #include "studio.h"
+#include "support/time_format.h"
 
 namespace larkmoor {
 
@@ -417,6 +418,39 @@ TEST_F(StudioWindowTest, APresetOfThePagesMenuIsOneStep) {
         EXPECT_EQ(history().count(), before + differs);
     }
     idle();
+}
+
+TEST_F(StudioWindowTest, TimesTellEachFrameFromTheNext) {
+    openClip();
+    for (const LONG format : {kTimeFrames, kTimeClock, kTimeSeconds, kTimeClockFrames, kTimeSmpteEbu, kTimeCd}) {
+        window->transport().setTimeFormat(format);
+        window->setFrame(3);
+        const QString third = window->transport().timeText();
+        window->setFrame(4);
+        EXPECT_NE(window->transport().timeText(), third) << format;
+    }
+    idle();
+}
+
+TEST_F(StudioWindowTest, TheEndOfARampIsShownAsItIsSet) {
+    openClip();
+    addByName("levels");
+    QTest::mouseClick(panel().rampButton(), Qt::LeftButton);
+    EXPECT_EQ(window->frame(), window->timeline().ramp()->to);
+    panel().rampButton()->click(); // off again
+    EXPECT_FALSE(window->timeline().ramp());
+    idle();
+}
+
+TEST_F(StudioWindowTest, AProjectAsksForAClipThatWentAway) {
+    openClip();
+    ASSERT_TRUE(window->saveTo(file("moved.larkmoor")));
+    ASSERT_TRUE(QFile::rename(file("in.mkv"), file("elsewhere.mkv")));
+    Answers answers(QMessageBox::Cancel);
+    EXPECT_FALSE(window->open(file("moved.larkmoor")));
+    ASSERT_FALSE(answers.texts.isEmpty());
+    EXPECT_TRUE(answers.texts[0].contains("in.mkv"));
+    EXPECT_TRUE(document().project()); // what was open still is
 }
 
 // --- failures
