@@ -67,6 +67,20 @@ QString suggestedName(const Document& document) {
     return file.path() + '/' + file.completeBaseName().remove('%') + "-larkmoor";
 }
 
+/// The name of the numbered sequence that a picture is one of; empty for a name without a number. The last digits
+/// count.
+QString sequencePath(const QString& picture) {
+    const QFileInfo file(picture);
+    const QString base = file.completeBaseName();
+    qsizetype end = base.size();
+    while (end > 0 && !base[end - 1].isDigit()) --end;
+    qsizetype begin = end;
+    while (begin > 0 && base[begin - 1].isDigit()) --begin;
+    if (begin == end) return {};
+    const QString number = end - begin > 1 ? QStringLiteral("%0%1d").arg(end - begin) : QStringLiteral("%d");
+    return file.path() + '/' + base.left(begin) + number + base.mid(end) + '.' + file.suffix();
+}
+
 QString text(const std::string& utf8) {
     return QString::fromStdString(utf8);
 }
@@ -184,7 +198,8 @@ void MainWindow::makeWidgets() {
     work->addWidget(right);
     work->setStretchFactor(1, 1);
     work->setSizes({320, 640, 440});
-    work->setChildrenCollapsible(false);
+    // What is pushed to nothing would not be found again.
+    for (QSplitter* each : {left, right, work}) each->setChildrenCollapsible(false);
     m_work = work;
 
     makeWelcome();
@@ -294,6 +309,7 @@ void MainWindow::makeWelcome() {
     const auto choice = [&](const QString& label, const std::function<void()>& act) {
         auto* const made = new QPushButton(label);
         made->setMinimumWidth(360);
+        made->setAutoDefault(true); // Enter presses the one with the focus
         connect(made, &QPushButton::clicked, this, act);
         layout->addWidget(made);
         return made;
@@ -341,7 +357,7 @@ void MainWindow::makeMenus() {
     needs(add(file, tr("So&urce settings…"), {}, [this] { askSource(); }));
     file->addSeparator();
     needs(add(file, tr("&Save project"), QKeySequence::Save, [this] { save(); }));
-    needs(add(file, tr("Save project &as…"), QKeySequence::SaveAs, [this] { saveAs(); }));
+    needs(add(file, tr("Save project &as…"), QKeySequence(tr("Ctrl+Shift+S")), [this] { saveAs(); }));
     needs(add(file, tr("&Export…"), QKeySequence(tr("Ctrl+E")), [this] { exportFilm(); }));
     needs(add(file, tr("Save this &frame…"), QKeySequence(tr("Ctrl+Shift+E")), [this] { saveFrame(); }));
     file->addSeparator();
@@ -475,6 +491,7 @@ void MainWindow::started() {
     m_scope->setPicture({});
     m_status->clear();
     m_note->clear();
+    focusWork();
     m_facts = {};
     m_source.clear();
     m_feed.forget();
@@ -751,19 +768,12 @@ void MainWindow::askSequence() {
         QFileDialog::getOpenFileName(this, tr("Open the first picture of a sequence"), lastFolder(),
                                      tr("Pictures (*.png *.jpg *.jpeg *.tif *.tiff *.bmp *.exr *.dpx)"));
     if (path.isEmpty()) return;
-    // The last digits of the name count the pictures.
-    const QFileInfo file(path);
-    const QString base = file.completeBaseName();
-    qsizetype end = base.size();
-    while (end > 0 && !base[end - 1].isDigit()) --end;
-    qsizetype begin = end;
-    while (begin > 0 && base[begin - 1].isDigit()) --begin;
-    if (begin == end) {
-        fail(tr("%1 has no number in its name; the pictures of a sequence are numbered.").arg(file.fileName()));
-        return;
-    }
-    const QString number = end - begin > 1 ? QStringLiteral("%0%1d").arg(end - begin) : QStringLiteral("%d");
-    open(file.path() + '/' + base.left(begin) + number + base.mid(end) + '.' + file.suffix());
+    const QString sequence = sequencePath(path);
+    if (sequence.isEmpty())
+        fail(tr("%1 has no number in its name; the pictures of a sequence are numbered.")
+                 .arg(QFileInfo(path).fileName()));
+    else
+        open(sequence);
 }
 
 void MainWindow::askSecond() {
@@ -1054,7 +1064,14 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 
 void MainWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
-    m_picture->setFocus();
+    focusWork();
+}
+
+void MainWindow::focusWork() {
+    if (m_document.project())
+        m_picture->setFocus();
+    else
+        m_welcome->findChild<QPushButton*>("open")->setFocus();
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
@@ -1062,22 +1079,29 @@ void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void MainWindow::dropEvent(QDropEvent* event) {
-    const QList<QUrl> urls = event->mimeData()->urls();
-    if (urls.isEmpty()) return;
-    const QString path = urls.first().toLocalFile();
+    QStringList paths;
+    for (const QUrl& url : event->mimeData()->urls())
+        if (url.isLocalFile()) paths << url.toLocalFile();
+    if (paths.isEmpty()) return;
+    paths.sort();
+    // The numbered pictures of one name are one sequence.
+    if (const QString sequence = sequencePath(paths[0]); paths.size() > 1 && !sequence.isEmpty())
+        if (std::ranges::all_of(paths, [&](const QString& path) { return sequencePath(path) == sequence; }))
+            paths = {sequence};
     const auto* const clip = m_document.project() ? std::get_if<ProjectClip>(&m_document.project()->source) : nullptr;
-    if (!clip || isProject(path.toStdString())) {
-        if (mayLeave()) open(path);
-        return;
+    if (clip && paths.size() == 1 && !isProject(paths[0].toStdString())) {
+        QMenu menu(this);
+        QAction* const opens = menu.addAction(tr("&Open"));
+        QAction* const joins = menu.addAction(tr("Use as the &second clip"));
+        menu.addSeparator();
+        menu.addAction(tr("&Cancel"));
+        const QAction* const chosen = menu.exec(mapToGlobal(event->position().toPoint()));
+        if (chosen == joins) addSecond(paths[0]);
+        if (chosen != opens) return;
     }
-    QMenu menu(this);
-    QAction* const opens = menu.addAction(tr("&Open"));
-    QAction* const joins = menu.addAction(tr("Use as the &second clip"));
-    menu.addSeparator();
-    menu.addAction(tr("&Cancel"));
-    const QAction* const chosen = menu.exec(mapToGlobal(event->position().toPoint()));
-    if (chosen == opens && mayLeave()) open(path);
-    if (chosen == joins) addSecond(path);
+    if (!mayLeave() || !open(paths[0])) return;
+    if (paths.size() > 1) addSecond(paths[1]);
+    if (paths.size() > 2) tell(tr("Two of %1 files are open.").arg(paths.size()));
 }
 
 } // namespace larkmoor

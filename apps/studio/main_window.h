@@ -85,6 +85,7 @@ class MainWindow : public QMainWindow {
     void started();
     void showDocument();
     void showTitle();
+    void focusWork();
     void showLimits();
     void fitCut(Project& project);
     void showRamp();

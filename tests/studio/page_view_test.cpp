@@ -90,6 +90,13 @@ TEST_F(PageViewTest, EscapePutsTheOldTextBack) {
     EXPECT_TRUE(page->sentOf(P::NUMBER, KWEVENT_BLUR).empty());
 }
 
+TEST_F(PageViewTest, DoubleClickSelectsTheWholeNumber) {
+    auto* const edit = widget<QLineEdit>(P::NUMBER);
+    edit->setText("5.400");
+    QTest::mouseDClick(edit, Qt::LeftButton, {}, edit->rect().center());
+    EXPECT_EQ(edit->selectedText(), "5.400");
+}
+
 TEST_F(PageViewTest, CommitReadsWhatIsTyped) {
     auto* const edit = widget<QLineEdit>(P::NUMBER);
     edit->setFocus();

@@ -518,6 +518,16 @@ TEST_F(TimelineTest, BearsAnyNumbers) {
 
 // ---- the transport ----
 
+TEST(StudioTimeline, AStillIsNotCoveredByItsPlayhead) {
+    Timeline line;
+    present(line, {628, line.sizeHint().height()});
+    line.setFrameCount(1);
+    const QImage seen = line.grab().toImage();
+    const QPoint at(static_cast<int>(line.xOfFrame(0)) - 100, line.height() - 12);
+    EXPECT_EQ(seen.pixel(at), seen.pixel(at + QPoint(200, 0)));
+    EXPECT_EQ(qRed(seen.pixel(at)), qGreen(seen.pixel(at)));
+}
+
 TEST(StudioTransport, AsksAndShowsWhatItIsTold) {
     Transport bar;
     present(bar, bar.sizeHint());
@@ -611,7 +621,13 @@ TEST(StudioEffectList, TakesThumbnailsLater) {
     QCoreApplication::processEvents();
     const QModelIndex first = list.view()->model()->index(0, 0);
     const QPoint at = list.view()->visualRect(first).topLeft() + QPoint(60, 30);
-    EXPECT_EQ(list.view()->viewport()->grab().toImage().pixel(at), 0xffff0000u);
+    const auto seen = [&](QPoint point) { return list.view()->viewport()->grab().toImage().pixel(point); };
+    EXPECT_EQ(seen(at), 0xffff0000u);
+    QImage clear(112, 63, QImage::Format_ARGB32_Premultiplied);
+    clear.fill(Qt::transparent);
+    list.setThumbnail("a", clear);
+    QCoreApplication::processEvents();
+    EXPECT_NE(seen(at), seen(at + QPoint(4, 0))) << "checkers under transparency";
 }
 
 TEST(StudioPresetStrip, ChoosesByClickAndKeys) {

@@ -160,6 +160,11 @@ bool EditLink::eventFilter(QObject* watched, QEvent* event) {
             return true;
         }
         break;
+    case QEvent::MouseButtonDblClick:
+        // A number is one word, whatever the mark between its digits.
+        if (!m_line) break;
+        selectAll();
+        return true;
     case QEvent::FocusIn:
         if (static_cast<QFocusEvent&>(*event).reason() != Qt::PopupFocusReason) send(KWEVENT_FOCUS);
         break;

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <memory>
 
+#include "widgets/checkerboard.h"
+
 namespace larkmoor {
 namespace {
 
@@ -27,15 +29,6 @@ QImage greyOfAlpha(const QImage& picture) {
         for (int x = 0; x < picture.width(); ++x) to[x] = 0xff000000u | (from[x] >> 24) * 0x010101u;
     }
     return grey;
-}
-
-QImage checkerboard(int cell) {
-    QImage tile(2 * cell, 2 * cell, QImage::Format_RGB32);
-    tile.fill(QColor(102, 102, 102));
-    QPainter painter(&tile);
-    painter.fillRect(0, 0, cell, cell, QColor(153, 153, 153));
-    painter.fillRect(cell, cell, cell, cell, QColor(153, 153, 153));
-    return tile;
 }
 
 QRgb pixelAt(const QImage& picture, QPointF point, QSize fullSize) {
@@ -270,11 +263,8 @@ void PictureView::paintEvent(QPaintEvent*) {
         painter.fillRect(room, around);
         painter.setClipping(false);
         if (!m_alphaView) {
-            const int cell = qRound(8 * ratio);
-            static QImage tile;
-            if (tile.width() != 2 * cell) tile = checkerboard(cell);
             painter.setBrushOrigin(target.topLeft());
-            painter.fillRect(visible, QBrush(tile));
+            painter.fillRect(visible, checkerboard(qRound(8 * ratio)));
         }
         if (m_mode == Mode::Split) {
             const int line = target.left() + qRound(m_split * target.width());

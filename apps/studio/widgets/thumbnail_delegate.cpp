@@ -5,6 +5,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include "widgets/checkerboard.h"
+
 namespace larkmoor {
 namespace {
 
@@ -59,6 +61,10 @@ void ThumbnailDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
             size);
         painter->fillRect(frame, empty);
         painter->setRenderHint(QPainter::SmoothPixmapTransform);
+        if (image.hasAlphaChannel()) {
+            painter->setBrushOrigin(place.topLeft());
+            painter->fillRect(place, checkerboard(4));
+        }
         painter->drawImage(place, image);
     }
 

@@ -545,7 +545,8 @@ void Timeline::paintRamp(QPainter& painter, const QRectF& lane) const {
 void Timeline::paintPlayhead(QPainter& painter, const Lanes& lanes) const {
     const double x = xOfFrame(m_frame);
     if (x < 0 || x > width()) return;
-    if (perFrame() >= 4) {
+    // A still would be one cell from side to side.
+    if (perFrame() >= 4 && m_count > 1) {
         QColor cell = kPlayhead;
         cell.setAlpha(50);
         painter.fillRect(

@@ -175,6 +175,7 @@ Transport::Transport(QWidget* parent) : QWidget(parent), m_time(new QLabel), m_f
     m_time->setAccessibleName(tr("Time"));
     m_formats->setAccessibleName(tr("Time format"));
     m_formats->setToolTip(tr("Time format"));
+    m_formats->setMinimumWidth(10 * fontMetrics().averageCharWidth()); // a narrow window cuts the names short
     row->addStretch();
     row->addWidget(m_time);
     row->addSpacing(8);
