@@ -67,18 +67,8 @@ QString suggestedName(const Document& document) {
     return file.path() + '/' + file.completeBaseName().remove('%') + "-larkmoor";
 }
 
-/// The name of the numbered sequence that a picture is one of; empty for a name without a number. The last digits
-/// count.
 QString sequencePath(const QString& picture) {
-    const QFileInfo file(picture);
-    const QString base = file.completeBaseName();
-    qsizetype end = base.size();
-    while (end > 0 && !base[end - 1].isDigit()) --end;
-    qsizetype begin = end;
-    while (begin > 0 && base[begin - 1].isDigit()) --begin;
-    if (begin == end) return {};
-    const QString number = end - begin > 1 ? QStringLiteral("%0%1d").arg(end - begin) : QStringLiteral("%d");
-    return file.path() + '/' + base.left(begin) + number + base.mid(end) + '.' + file.suffix();
+    return QString::fromStdString(sequenceOf(picture.toStdString()));
 }
 
 QString text(const std::string& utf8) {
@@ -197,7 +187,8 @@ void MainWindow::makeWidgets() {
     work->addWidget(film);
     work->addWidget(right);
     work->setStretchFactor(1, 1);
-    work->setSizes({320, 640, 440});
+    work->setSizes({320, 640, m_sideWidth});
+    connect(work, &QSplitter::splitterMoved, this, [this] { m_sideWidth = m_work->sizes()[2]; });
     // What is pushed to nothing would not be found again.
     for (QSplitter* each : {left, right, work}) each->setChildrenCollapsible(false);
     m_work = work;
@@ -896,14 +887,15 @@ bool MainWindow::findClips(Project& project, bool& changed) {
     return true;
 }
 
-/// The right side as wide as its page where the window has that, the film giving way.
+/// The right side as wide as the user left it, or as its page where that is wider; the film gives way, and gets its
+/// room back with the next page.
 void MainWindow::makeRoom(int pageWidth) {
-    QList<int> sizes = m_work->sizes();
     constexpr int kLeastFilm = 320;
-    const int more = std::min(pageWidth - sizes[2], sizes[1] - kLeastFilm);
-    if (more <= 0) return;
-    sizes[1] -= more;
-    sizes[2] += more;
+    QList<int> sizes = m_work->sizes();
+    const int both = sizes[1] + sizes[2];
+    if (both <= kLeastFilm) return; // not laid out yet
+    sizes[2] = std::min(std::max(m_sideWidth, pageWidth), both - kLeastFilm);
+    sizes[1] = both - sizes[2];
     m_work->setSizes(sizes);
 }
 

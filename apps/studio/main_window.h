@@ -130,6 +130,7 @@ class MainWindow : public QMainWindow {
     QStackedWidget* m_pages;
     QWidget* m_welcome;
     QSplitter* m_work;
+    int m_sideWidth = 440; ///< of the right side, as the user has it
     PictureView* m_picture;
     Transport* m_transport;
     Timeline* m_timeline;

@@ -1,6 +1,7 @@
 #include "page_panel.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QInputDialog>
 #include <QKeyEvent>
@@ -50,10 +51,13 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     m_more->setText(QStringLiteral("…"));
     m_more->setAccessibleName(tr("More about presets"));
     m_more->setPopupMode(QToolButton::InstantPopup);
+    m_more->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }")); // the dots say it
     auto* const more = new QMenu(m_more);
     more->addAction(tr("&Save settings to a file…"), this, [this] {
-        const QString path = QFileDialog::getSaveFileName(this, tr("Save settings"), {}, tr("Settings (*.state)"));
-        if (!path.isEmpty()) attempt([&] { saveState(path); });
+        QString path = QFileDialog::getSaveFileName(this, tr("Save settings"), {}, tr("Settings (*.state)"));
+        if (path.isEmpty()) return;
+        if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".state");
+        attempt([&] { saveState(path); });
     });
     more->addAction(tr("&Load settings from a file…"), this, [this] {
         const QString path =
@@ -75,7 +79,7 @@ PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
     duration->addWidget(m_duration);
     duration->addStretch();
     auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setContentsMargins(0, 0, 4, 0);
     layout->addWidget(m_title);
     layout->addWidget(m_scroll, 1);
     layout->addLayout(duration);

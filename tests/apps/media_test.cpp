@@ -201,5 +201,18 @@ TEST(Targets, AreNearestToTheSource) {
                  UsageError);
 }
 
+TEST(Sequence, IsFoundByTheLastDigitsOfAName) {
+    constexpr std::pair<const char*, const char*> rows[] = {
+        {"/a/b_0012.png", "/a/b_%04d.png"},
+        {"shot7.exr", "shot%d.exr"},
+        {"9.png", "%d.png"},
+        {"t2_033_final.tif", "t2_%03d_final.tif"},
+        {"/5%/x_01.png", "/5%%/x_%02d.png"},
+        {"/x1/plain.png", ""},
+        {"", ""},
+    };
+    for (const auto& [file, sequence] : rows) EXPECT_EQ(sequenceOf(file), sequence) << file;
+}
+
 } // namespace
 } // namespace larkmoor

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <filesystem>
 
+#include <fmt/format.h>
+
 extern "C" {
 #include <libavformat/avformat.h>
 }
@@ -39,6 +41,27 @@ std::vector<int> sequenceNumbers(const std::string& path) {
     }
     std::ranges::sort(numbers);
     return numbers;
+}
+
+std::string sequenceOf(const std::string& file) {
+    const fs::path path(file);
+    const std::string stem = path.stem().string();
+    constexpr const char* digits = "0123456789";
+    const std::size_t last = stem.find_last_of(digits);
+    if (last == std::string::npos) return {};
+    const std::size_t before = stem.find_last_not_of(digits, last);
+    const std::size_t first = before == std::string::npos ? 0 : before + 1;
+    const std::size_t count = last - first + 1;
+    const std::string number = count > 1 ? fmt::format("%0{}d", count) : "%d";
+    // A "%" of the name's own stands doubled.
+    const auto literal = [](const std::string& text) {
+        std::string doubled;
+        for (const char c : text) doubled.append(c == '%' ? 2 : 1, c);
+        return doubled;
+    };
+    const std::string name =
+        literal(stem.substr(0, first)) + number + literal(stem.substr(last + 1) + path.extension().string());
+    return (fs::path(literal(path.parent_path().string())) / name).string();
 }
 
 } // namespace larkmoor
