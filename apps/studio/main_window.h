@@ -117,7 +117,6 @@ class MainWindow : public QMainWindow {
     void remember(const QString& path);
     void showRecent();
     void fail(const QString& sentence);
-    void setTheme(const QString& name);
     bool attempt(const std::function<void()>& action);
 
     Module m_module;

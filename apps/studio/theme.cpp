@@ -2,12 +2,15 @@
 
 #include <QApplication>
 #include <QPalette>
+#include <QSettings>
 #include <QStyle>
 #include <QStyleFactory>
 
 namespace larkmoor {
 
 namespace {
+
+const char* const kTheme = "theme";
 
 QPalette darkPalette() {
     QPalette palette;
@@ -40,6 +43,15 @@ void applyTheme(const QString& name) {
     QApplication::setPalette(name == "dark"    ? darkPalette()
                              : name == "light" ? QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette()
                                                : QPalette());
+}
+
+QString chosenTheme() {
+    return QSettings().value(kTheme, "system").toString();
+}
+
+void chooseTheme(const QString& name) {
+    applyTheme(name);
+    QSettings().setValue(kTheme, name);
 }
 
 } // namespace larkmoor

@@ -122,13 +122,13 @@ TEST(ProjectText, WildRecordsComeBackToTheByte) {
 TEST(ProjectText, PathsFollowTheFolder) {
     const struct {
         const char *path, *stored;
-    } rows[] = {{"/work/film/in.mp4", "\"in.mp4\""},
-                {"/work/film/clips/f%04d.png", "\"clips/f%04d.png\""},
-                {"/work/films/in.mp4", "\"/work/films/in.mp4\""},
-                {"/work/film/../in.mp4", "\"/work/in.mp4\""}};
+    } rows[] = {{"/media/film/in.mp4", "\"in.mp4\""},
+                {"/media/film/clips/f%04d.png", "\"clips/f%04d.png\""},
+                {"/media/films/in.mp4", "\"/media/films/in.mp4\""},
+                {"/media/film/../in.mp4", "\"/media/in.mp4\""}};
     for (const auto& row : rows) {
         Project project{.source = ProjectClip{row.path, {}}, .second = {}, .out = {}, .effects = {}};
-        const std::string text = projectText(project, "/work/film");
+        const std::string text = projectText(project, "/media/film");
         EXPECT_THAT(text, HasSubstr(std::string("\"path\": ") + row.stored));
         const Project moved = parseProject(module(), text, "/moved/film");
         const bool below = row.stored[1] != '/';
