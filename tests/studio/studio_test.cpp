@@ -453,6 +453,25 @@ TEST_F(StudioWindowTest, AProjectAsksForAClipThatWentAway) {
     EXPECT_TRUE(document().project()); // what was open still is
 }
 
+TEST_F(StudioWindowTest, TheColorPickersButtonsHaveKeys) {
+    openClip();
+    addByName("sepia");
+    const auto model = KwQuery<IKwPage>(panel().effect()->page().Get());
+    constexpr LONG picker = 1107;
+    tColorPickDetail detail{};
+    for (const LONG space : {1, 0}) {
+        const auto keys = reachable<QAbstractButton>(*panel().page());
+        const auto key = std::ranges::find_if(
+            keys, [](const QAbstractButton* each) { return each->accessibleName() == "Change the color space"; });
+        ASSERT_NE(key, keys.end());
+        (*key)->setFocus();
+        QTest::keyClick(*key, Qt::Key_Space);
+        ASSERT_EQ(model->GetDetail(picker, &detail, sizeof detail), S_OK);
+        EXPECT_EQ(detail.colorSpace, space);
+    }
+    idle();
+}
+
 // --- failures
 
 TEST_F(StudioWindowTest, WhatCannotBeOpenedIsToldInASentence) {

@@ -1,5 +1,6 @@
 #include "color_widget.h"
 
+#include <QAbstractButton>
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QPainter>
@@ -52,6 +53,24 @@ void paintDropper(QPainter& painter, const QRectF& place, const QColor& colour) 
     painter.restore();
 }
 
+/// The keyboard's way to a part that the mouse reaches through the model. It draws nothing but its focus.
+class PartKey : public QAbstractButton {
+  public:
+    PartKey(const QString& name, QWidget* parent) : QAbstractButton(parent) {
+        setAccessibleName(name);
+        setFocusPolicy(Qt::TabFocus);
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        if (!hasFocus()) return;
+        QPainter painter(this);
+        painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+        painter.drawRect(rect().adjusted(1, 1, -1, -1));
+    }
+};
+
 } // namespace
 
 ColorWidget::ColorWidget(PageLink& page, LONG id, QWidget* parent) : ControlWidget(page, id, parent) {
@@ -63,6 +82,20 @@ ColorWidget::ColorWidget(PageLink& page, LONG id, QWidget* parent) : ControlWidg
         edit->setAlignment(Qt::AlignRight);
         m_edits[part] = {edit, new EditLink(page, id, part, *edit)};
     }
+    const auto addKey = [this](LONG part, const char* name) {
+        auto* const key = new PartKey(QString::fromLatin1(name), this);
+        connect(key, &QAbstractButton::clicked, this, [this, part] { press(part); });
+        m_keys.emplace_back(part, key);
+    };
+    addKey(KWPART_SPACE, "Change the color space");
+    addKey(KWPART_PICKER, "Pick a color from the screen");
+    addKey(KWPART_GAMUT, "Correct the color");
+}
+
+void ColorWidget::press(LONG part) {
+    const QPoint at = rectOf(detail<tColorPickDetail>().parts[part]).center();
+    send({.kind = KWEVENT_PRESS, .x = at.x(), .y = at.y()});
+    send({.kind = KWEVENT_RELEASE, .x = at.x(), .y = at.y()});
 }
 
 ColorWidget::~ColorWidget() {
@@ -92,6 +125,10 @@ void ColorWidget::refresh() {
         edit.widget->setGeometry(rectOf(detail.parts[part]));
         edit.widget->setVisible(detail.edits[part] && !rectOf(detail.parts[part]).isEmpty());
         edit.link->show(texts[part]);
+    }
+    for (const auto& [part, key] : m_keys) {
+        key->setGeometry(rectOf(detail.parts[part]));
+        key->setVisible(!rectOf(detail.parts[part]).isEmpty());
     }
     update();
 }

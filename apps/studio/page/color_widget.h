@@ -2,6 +2,8 @@
 #pragma once
 
 #include <array>
+#include <utility>
+#include <vector>
 
 #include "control_widget.h"
 #include "edit_link.h"
@@ -29,10 +31,13 @@ class ColorWidget : public ControlWidget {
         QLineEdit* widget = nullptr;
         EditLink* link = nullptr;
     };
+    /// As by the mouse.
+    void press(LONG part);
     void paintParts(QPainter& painter, const tColorPickDetail& detail);
     void paintButton(QPainter& painter, const tColorPickDetail& detail, LONG part);
 
     std::array<Edit, KWPART_ALPHA_EDIT + 1> m_edits;
+    std::vector<std::pair<LONG, QWidget*>> m_keys; ///< of the buttons, by their parts
 };
 
 } // namespace larkmoor
