@@ -235,7 +235,7 @@ void MainWindow::makeWidgets() {
 
 void MainWindow::started() {
     play(false);
-    m_before = {};
+    m_before = m_listed = {};
     m_lastFull = 0;
     const bool open = m_document.project() != nullptr;
     m_pages->setCurrentWidget(open ? m_work : m_welcome);
@@ -349,10 +349,11 @@ void MainWindow::take(const PreviewResult& result) {
         tr("%1 ms%2").arg(result.milliseconds, 0, 'f', 1).arg(result.half ? tr(" at half size") : QString()));
     showZoom();
     const bool first = !m_before;
+    const bool another = result.before.get() != m_before.get();
     m_before = result.before;
     if (first)
         renderThumbnails();
-    else
+    else if (another)
         m_thumbnailsDue.start();
     emit frameShown(result.frame, result.half, result.milliseconds);
 }
@@ -370,6 +371,8 @@ void MainWindow::renderThumbnails() {
             presets.push_back({&effect->info(), record,
                                [this, i = i++](const QImage& image) { m_page->setPresetThumbnail(i, image); }});
     m_thumbnails.make(kPresetThumbnails, m_before, std::move(presets));
+    if (m_listed.get() == m_before.get()) return; // another page came, not another picture
+    m_listed = m_before;
     std::vector<ThumbnailJob> effects;
     for (const EffectInfo& info : m_module.effects()) {
         // The default of many effects leaves the picture alone; their last preset shows what they are for.

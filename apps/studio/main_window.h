@@ -59,7 +59,6 @@ class MainWindow : public QMainWindow {
     Transport& transport() { return *m_transport; }
     EffectList& effectList() { return *m_effects; }
     StackPanel& stack() { return *m_stack; }
-    ScopeView& scope() { return *m_scope; }
     qint64 frame() const { return m_frame; }
     void setFrame(qint64 frame);
     void play(bool on);
@@ -145,6 +144,7 @@ class MainWindow : public QMainWindow {
     std::string m_source; ///< what `m_facts` were told of
     qint64 m_frame = 0;
     Surface m_before;
+    Surface m_listed; ///< the picture that the list of effects was tried on
     bool m_dragging = false, m_scrubbing = false, m_loop = true;
     double m_lastFull = 0; ///< milliseconds of the last frame at full size
     bool m_shownHalf = false;
