@@ -75,10 +75,8 @@ EffectList::EffectList(QWidget* parent)
     connect(m_filter, &QLineEdit::textChanged, this, &EffectList::setFilter);
     connect(m_view, &QListView::doubleClicked, this, &EffectList::choose);
     connect(m_add, &QPushButton::clicked, this, &EffectList::choose);
-    connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this, [this] {
-        m_add->setEnabled(m_view->currentIndex().isValid());
-        emit currentChanged(currentKey());
-    });
+    connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this] { m_add->setEnabled(m_view->currentIndex().isValid()); });
     filterChanged();
 }
 

@@ -40,7 +40,6 @@ class EffectList : public QWidget {
   signals:
     /// By Enter in the field or the list, a double-click, or the button.
     void chosen(QString key);
-    void currentChanged(QString key);
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

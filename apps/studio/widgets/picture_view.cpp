@@ -122,11 +122,6 @@ void PictureView::setSafeFrames(bool on) {
     update();
 }
 
-void PictureView::setPlaceholder(const QString& text) {
-    m_placeholder = text;
-    update();
-}
-
 void PictureView::setFit() {
     m_fit = true;
     changed();
@@ -252,8 +247,6 @@ void PictureView::paintEvent(QPaintEvent*) {
         palette().color(QPalette::Window).darker(palette().color(QPalette::Window).value() > 127 ? 125 : 160);
     if (fullSize().isEmpty()) {
         painter.fillRect(rect(), around);
-        painter.setPen(palette().color(QPalette::WindowText));
-        painter.drawText(rect().adjusted(16, 16, -16, -16), Qt::AlignCenter | Qt::TextWordWrap, m_placeholder);
     } else {
         const double ratio = devicePixelRatioF();
         painter.scale(1 / ratio, 1 / ratio);

@@ -61,9 +61,6 @@ class PictureView : public QWidget {
     QPointF toPicture(QPointF position) const;
     QPointF toWidget(QPointF point) const;
 
-    /// What is shown while there is no picture.
-    void setPlaceholder(const QString& text);
-
     /// Draws the pictures smoothly now, without waiting to be idle.
     void refine();
 
@@ -130,7 +127,6 @@ class PictureView : public QWidget {
     bool m_fit = true;
     double m_zoom = 1;
     QPointF m_centre; ///< picture coordinates at the widget's centre, used when not fit
-    QString m_placeholder;
     QTimer m_idle;
     bool m_smooth = false;
     Drag m_drag = Drag::None;

@@ -13,7 +13,6 @@ class CSpinner : public CPositionControl {
     /// `tTrackbarDetail`.
     HRESULT Detail(void* out, ULONG size) const override;
 
-    LONG EditId() const { return m_editId; }
     /// A key event of the edit. S_FALSE for one that stays the edit's: all but Page Up, Page Down, Up, Down, and with
     /// Ctrl, Home and End.
     HRESULT BuddyKey(const tPageEvent& event);
