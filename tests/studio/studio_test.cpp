@@ -223,6 +223,23 @@ TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
     expectSameBytes("mkv", "ffv1");
 }
 
+TEST_F(StudioWindowTest, TheOverlapFollowsItsDuration) {
+    openClip();
+    makeClip("second.mkv");
+    window->addSecond(file("second.mkv"));
+    idle();
+    const int frames = window->timeline().frameCount();
+    EXPECT_EQ(panel().durationField()->value(), 1);
+    panel().durationField()->setValue(0.4); // of 25 frames a second: 15 fewer are shared
+    idle();
+    EXPECT_EQ(document().project()->second->duration, 0.4);
+    EXPECT_EQ(window->timeline().frameCount(), frames + 15);
+    history().undo();
+    idle();
+    EXPECT_EQ(window->timeline().frameCount(), frames);
+    EXPECT_EQ(panel().durationField()->value(), 1);
+}
+
 TEST_F(StudioWindowTest, AGenerator) {
     openGenerator(160, 90, 1);
     ASSERT_EQ(panel().effect()->info().name, "Test Pattern");
