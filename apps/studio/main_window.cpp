@@ -412,6 +412,7 @@ void MainWindow::play(bool on) {
     } else if (m_player.isActive()) {
         m_player.stop();
         refresh();
+        m_thumbnailsDue.start(); // there were none while it played
     }
     m_transport->setPlaying(on);
 }
