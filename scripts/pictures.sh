@@ -28,7 +28,7 @@ done
 
 {
     printf '# Settings pages\n\n'
-    printf 'The page of every effect with its default settings, as the studio shows it. `scripts/pictures.sh` takes them.\n'
+    printf 'The page of every effect with its default settings (Dissolve with Color Bleed chosen), as the studio shows it. `scripts/pictures.sh` takes them.\n'
     "$root/build/release/bin/larkmoor" list --json |
         jq -r '.[] | "\(.name)\t\(.class)"' | while IFS=$'\t' read -r name class; do
         [[ -f $root/docs/pages/$class.png ]] || continue
