@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 namespace larkmoor {
 

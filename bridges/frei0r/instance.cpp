@@ -9,9 +9,9 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include "base/arith.h"
 #include "guarded_text.h"
 #include "host/alpha.h"
-#include "kernels/arith.h"
 
 namespace larkmoor::frei0r {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
+#include "base/arith.h"
 #include "frame/effect.h"
-#include "kernels/arith.h"
 #include "kernels/copy.h"
 #include "kernels/lut.h"
 #include "kernels/strips.h"

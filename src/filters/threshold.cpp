@@ -1,7 +1,7 @@
 #include "filters/threshold.h"
 
+#include "base/arith.h"
 #include "frame/effect.h"
-#include "kernels/arith.h"
 #include "kernels/lut.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "frame/dispatch.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "base/object.h"
 #include "frame/create.h"
-#include "frame/object.h"
 #include "frame/params.h"
 #include "frame/safety.h"
 #include "platform/transform.h"

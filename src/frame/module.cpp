@@ -3,8 +3,8 @@
 #include <array>
 #include <mutex>
 
+#include "base/object.h"
 #include "frame/effect_class.h"
-#include "frame/object.h"
 #include "platform/exports.h"
 
 namespace {

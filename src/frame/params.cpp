@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "frame/object.h"
+#include "base/object.h"
 
 namespace {
 

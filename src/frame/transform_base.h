@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "frame/object.h"
+#include "base/object.h"
 #include "frame/safety.h"
 #include "platform/com_ptr.h"
 #include "platform/effect.h"

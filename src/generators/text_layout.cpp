@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/copy.h"
 #include "kernels/glyph_blend.h"
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/arith.h"
 #include "frame/effect.h"
-#include "kernels/arith.h"
 #include "kernels/copy.h"
 #include "kernels/unaligned.h"
 #include "platform/glyphs.h"

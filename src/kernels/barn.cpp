@@ -1,6 +1,6 @@
 #include "kernels/barn.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/canvas.h"
 #include "kernels/edges.h"
 

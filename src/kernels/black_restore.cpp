@@ -1,6 +1,7 @@
 #include "kernels/black_restore.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/unaligned.h"
 
 namespace {

@@ -3,7 +3,8 @@
 #include <bit>
 #include <cstring>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/sample.h"
 #include "kernels/unaligned.h"
 

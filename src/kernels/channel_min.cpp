@@ -4,7 +4,8 @@
 #include <exception>
 #include <vector>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/copy.h"
 
 namespace {

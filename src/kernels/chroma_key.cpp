@@ -1,5 +1,6 @@
 #include "kernels/chroma_key.h"
 
+#include "kernels/clones.h"
 #include <algorithm>
 #include <cmath>
 

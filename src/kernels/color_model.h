@@ -2,7 +2,7 @@
 // computer graphics", 1978. Inline, so that row loops clone it. Not-a-number and infinities give some defined colour.
 #pragma once
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/view.h"
 
 /// Hue in turns, 0 up to and including 1; the others 0 to 1. Alpha travels beside.

@@ -3,7 +3,8 @@
 #include <array>
 #include <cmath>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/unaligned.h"
 
 namespace {

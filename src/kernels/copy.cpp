@@ -4,7 +4,8 @@
 #include <cstring>
 #include <functional>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/unaligned.h"
 
 namespace {

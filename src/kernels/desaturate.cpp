@@ -1,6 +1,7 @@
 #include "kernels/desaturate.h"
 
 #include "kernels/blend.h"
+#include "kernels/clones.h"
 #include "kernels/color_model.h"
 #include "kernels/copy.h"
 #include "kernels/unaligned.h"

@@ -1,7 +1,8 @@
 #include "kernels/dissolve.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/byte_block.h"
+#include "kernels/clones.h"
 
 namespace {
 

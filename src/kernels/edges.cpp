@@ -5,7 +5,8 @@
 #include <new>
 #include <type_traits>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/mix_row.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #include "kernels/exports.h"
 
+#include "base/guard.h"
 #include "kernels/channel_min.h"
 #include "kernels/lut.h"
 #include "kernels/wipe.h"
-#include "platform/guard.h"
 
 HRESULT KwDibBrightness(void* bits, const RECT* frame, LONG stride, const RECT* clip, LONG bytesPerPixel,
                         float amount) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 void BuildGamutCurve(std::uint8_t* table, double lowBound, double highBound, bool smoothLow, bool smoothUpper) {
     const double a = (double{static_cast<float>(lowBound)} + 1.0) * 16.0;

@@ -8,7 +8,8 @@
 #include <memory>
 #include <new>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/copy.h"
 
 #ifdef __linux__

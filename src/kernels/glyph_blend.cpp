@@ -2,7 +2,8 @@
 
 #include <cmath>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/unaligned.h"
 
 namespace {

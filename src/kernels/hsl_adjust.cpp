@@ -1,5 +1,6 @@
 #include "kernels/hsl_adjust.h"
 
+#include "kernels/clones.h"
 #include <bit>
 #include <cmath>
 

@@ -1,8 +1,9 @@
 #include "kernels/invert.h"
 
+#include "base/arith.h"
 #include "kernels/alpha.h"
-#include "kernels/arith.h"
 #include "kernels/blend.h"
+#include "kernels/clones.h"
 #include "kernels/copy.h"
 #include "kernels/strips.h"
 #include "kernels/unaligned.h"

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 bool KwBuildLevelsTable(void* table, LONG bytesPerPixel, const tLEVELSPROP* record) {
     if (!table || !record) return false;

@@ -3,7 +3,8 @@
 #include <array>
 #include <cstring>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/cpu.h"
 #include "kernels/unaligned.h"
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <new>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/gaussian.h"
 #include "kernels/shape_fill.h"
 

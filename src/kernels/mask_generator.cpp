@@ -2,7 +2,8 @@
 
 #include <array>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/desaturate.h"
 #include "kernels/lut.h"
 #include "kernels/unaligned.h"

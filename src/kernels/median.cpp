@@ -7,8 +7,9 @@
 #include <memory>
 #include <type_traits>
 
+#include "base/arith.h"
 #include "kernels/area_table.h"
-#include "kernels/arith.h"
+#include "kernels/clones.h"
 
 namespace {
 

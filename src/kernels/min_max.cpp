@@ -9,8 +9,9 @@
 #include <memory>
 #include <span>
 
+#include "base/arith.h"
 #include "kernels/area_table.h"
-#include "kernels/arith.h"
+#include "kernels/clones.h"
 
 // The result is a bare extreme wherever no sample on the area's rim beats the cells of full weight. These extremes are
 // found first, for whole rows; then the rim's cells are held against them, 64 bytes of a row at a time, and weights are

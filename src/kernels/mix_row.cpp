@@ -1,6 +1,7 @@
 #include "kernels/mix_row.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 
 namespace {
 

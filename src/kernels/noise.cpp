@@ -5,7 +5,8 @@
 #include <functional>
 #include <numeric>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/copy.h"
 #include "kernels/cpu.h"
 #include "kernels/unaligned.h"

@@ -1,6 +1,6 @@
 #include "kernels/push.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/canvas.h"
 #include "kernels/edges.h"
 

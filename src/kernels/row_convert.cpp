@@ -4,7 +4,8 @@
 #include <array>
 #include <cstring>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 
 namespace {
 

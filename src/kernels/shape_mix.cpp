@@ -5,7 +5,8 @@
 #include <memory>
 #include <new>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/mix_row.h"
 
 namespace {

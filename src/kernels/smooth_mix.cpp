@@ -2,9 +2,10 @@
 
 #include <bit>
 
+#include "base/arith.h"
 #include "kernels/alpha.h"
-#include "kernels/arith.h"
 #include "kernels/blend.h"
+#include "kernels/clones.h"
 #include "kernels/convolve.h"
 #include "kernels/unaligned.h"
 

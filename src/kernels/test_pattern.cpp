@@ -4,7 +4,7 @@
 #include <new>
 #include <span>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/copy.h"
 
 namespace {

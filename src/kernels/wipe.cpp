@@ -4,7 +4,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
+#include "kernels/clones.h"
 #include "kernels/curve.h"
 #include "kernels/fixed.h"
 #include "kernels/mix_row.h"

@@ -1,6 +1,6 @@
 #include "kernels/zoom.h"
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/canvas.h"
 #include "kernels/edges.h"
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/object.h"
 #include "frame/create.h"
-#include "frame/object.h"
 #include "pages/controls/color_picker.h"
 #include "pages/controls/placement.h"
 #include "pages/controls/plain.h"

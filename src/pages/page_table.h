@@ -6,8 +6,8 @@
 #include <cmath>
 #include <span>
 
+#include "base/arith.h"
 #include "frame/effect_class.h"
-#include "kernels/arith.h"
 #include "platform/page.h"
 
 /// How a trackbar's position and a value follow from each other.

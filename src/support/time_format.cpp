@@ -4,7 +4,7 @@
 #include <limits>
 #include <string_view>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "support/value_format.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "support/named_strings.h"
 #include "support/strings.h"
 #include "support/text_sink.h"

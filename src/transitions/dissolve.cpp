@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
+#include "base/arith.h"
 #include "frame/effect.h"
-#include "kernels/arith.h"
 
 namespace {
 

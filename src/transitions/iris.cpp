@@ -1,5 +1,5 @@
+#include "base/arith.h"
 #include "frame/effect.h"
-#include "kernels/arith.h"
 #include "kernels/shape_mix.h"
 #include "transitions/shape_fields.h"
 

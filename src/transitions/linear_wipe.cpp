@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "base/arith.h"
 #include "frame/effect.h"
-#include "kernels/arith.h"
 #include "kernels/wipe.h"
 
 namespace {

@@ -1,5 +1,5 @@
+#include "base/arith.h"
 #include "filter.h"
-#include "kernels/arith.h"
 #include "kernels/cpu.h"
 #include "kernels/noise.h"
 

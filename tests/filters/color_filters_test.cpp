@@ -1,7 +1,7 @@
 // Black and White, Sepia, HSL Adjust.
+#include "base/arith.h"
 #include "filter.h"
 #include "filters/black_and_white.h"
-#include "kernels/arith.h"
 #include "kernels/cpu.h"
 #include "kernels/hsl_adjust.h"
 #include "kernels/sepia.h"

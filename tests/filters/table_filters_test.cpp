@@ -1,10 +1,10 @@
 // Brightness and Contrast, Levels, Threshold: the tables and what is made of them.
 #include <array>
 
+#include "base/arith.h"
 #include "filter.h"
 #include "filters/brightness_contrast.h"
 #include "filters/threshold.h"
-#include "kernels/arith.h"
 #include "kernels/cpu.h"
 #include "kernels/levels.h"
 #include "kernels/lut.h"

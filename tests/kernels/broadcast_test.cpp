@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 #include "kernels/picture.h"
 
 namespace {

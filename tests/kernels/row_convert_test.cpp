@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 namespace {
 

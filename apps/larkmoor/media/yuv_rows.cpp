@@ -10,7 +10,7 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 namespace larkmoor {
 

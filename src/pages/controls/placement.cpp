@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "kernels/arith.h"
+#include "base/arith.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <atomic>
 #include <cstddef>
 
+#include "base/guard.h"
 #include "platform/component.h"
-#include "platform/guard.h"
 
 /// Objects of the module stand in zero-filled memory, padding included. Members still state their own initial values:
 /// the language ends the life of what stood there before a constructor ran. A null result is "out of memory".

@@ -5,16 +5,8 @@
 #include <limits>
 #include <type_traits>
 
-/// Clones a row loop for newer processors; the loader picks one. The clones differ in speed alone: no fused
-/// multiply-add is allowed in this project, so every clone gives the same bytes.
-#if defined(__x86_64__) && defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-#define KWCLONES __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
-#else
-#define KWCLONES
-#endif
-
-/// Truncates towards zero. What does not fit a 32-bit integer, not-a-number included, gives the least integer: the
-/// result of the processor's own conversion on the system's home platform.
+/// Truncates towards zero. What does not fit a 32-bit integer, not-a-number included, gives the least integer: what
+/// the conversion instructions of x86 give.
 constexpr std::int32_t KwTrunc(double value) {
     return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
                                                          : std::numeric_limits<std::int32_t>::min();

@@ -1,4 +1,4 @@
-#include "frame/object.h"
+#include "base/object.h"
 
 #include <cstdlib>
 
