@@ -1,0 +1,59 @@
+# Words for looking into media files, for the table in tests/apps/material_test.cpp and for scripts/media.sh. Plain sh,
+# sourced. FFmpeg's own reading is the measure.
+
+ff() { ffmpeg -nostdin -v error -y "$@"; }
+
+# make NAME OPTIONS...: a small moving clip of two seconds, 25 frames each.
+make() {
+    made=$1
+    shift
+    ff -f lavfi -i "testsrc2=size=${size:-96x64}:rate=25:duration=${seconds:-2}" "$@" "$made"
+}
+
+# look STREAM ENTRIES FILE: what ffprobe shows of a stream (v, a:1, ...), values only, one section a line.
+look() { ffprobe -v error -select_streams "$1" -show_entries "$2" -of csv=p=0 "$3"; }
+
+# tag KEY FILE: one value of the video stream.
+tag() { look v:0 "stream=$1" "$2" | head -n 1 | tr -d ','; }
+
+# pictures FILE [PIXEL_FORMAT]: a digest of each picture, upright.
+pictures() { ff -i "$1" -map 0:v:0 -fps_mode passthrough ${2:+-pix_fmt "$2"} -f framemd5 - | sed -n 's/^0,.*, *//p'; }
+
+# count FILE: pictures in it.
+count() { pictures "$1" | wc -l; }
+
+# stamps FILE [STREAM]: time stamps of the packets, in order of time, from the first on, in milliseconds.
+stamps() {
+    look "${2:-v:0}" packet=pts_time "$1" | tr -d ',' | sort -n |
+        awk 'NR == 1 { first = $1 } { printf "%.0f\n", ($1 - first) * 1000 }'
+}
+
+# sound FILE [N]: a digest of a sound stream's samples.
+sound() { ff -i "$1" -map "0:a:${2:-0}" -f md5 -; }
+
+# psnr A B: the mean PSNR of the pictures in dB; "inf" for none that differ.
+psnr() {
+    ffmpeg -nostdin -v info -i "$1" -i "$2" -lavfi "[0:v]settb=1/1000,setpts=N[a];[1:v]settb=1/1000,setpts=N[b];[a][b]psnr" \
+        -f null - 2>&1 | sed -n 's/.*average:\([^ ]*\).*/\1/p'
+}
+
+# atLeast MINIMUM VALUE: numbers, inf included.
+atLeast() { [ "$2" = inf ] || awk "BEGIN { exit !($2 >= $1) }" || { echo "$2 is less than $1"; return 1; }; }
+
+# same A B: two texts are the same, and not empty.
+same() {
+    if [ -n "$1" ] && [ "$1" = "$2" ]; then return 0; fi
+    printf '%s\n-- against --\n%s\n' "$1" "$2"
+    return 1
+}
+
+# poke FILE PER_MILLE COUNT: changes bytes from a place on.
+poke() {
+    at=$(($(wc -c <"$1") * $2 / 1000))
+    tail -c +"$((at + 1))" "$1" | head -c "$3" | tr '\000-\377' '\201-\377\000-\200' >.poked
+    dd if=.poked of="$1" bs=1 seek="$at" conv=notrunc status=none
+    rm .poked
+}
+
+# cutTo FILE PER_MILLE: leaves that much of it.
+cutTo() { truncate -s "$(($(wc -c <"$1") * $2 / 1000))" "$1"; }
