@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/arith.h"
+#include "kernels/clones.h"
 
 namespace larkmoor {
 

@@ -12,6 +12,7 @@
 #include "base/arith.h"
 #include "guarded_text.h"
 #include "host/alpha.h"
+#include "kernels/clones.h"
 
 namespace larkmoor::frei0r {
 namespace {

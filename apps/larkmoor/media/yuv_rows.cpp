@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include "base/arith.h"
+#include "kernels/clones.h"
 
 namespace larkmoor {
 
