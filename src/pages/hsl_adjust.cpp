@@ -5,7 +5,7 @@ namespace {
 constexpr tPageColumns kColumns = KwColumns(210, 48);
 
 constexpr tPageScale kFactor{
-    0, 200, 1, 20, [](double v) { return KwRoundAway(v * 0.5 * 200); }, [](LONG p) { return p * 2 * 0.005; }};
+    0, 200, 1, 20, [](double v) { return KwRoundAway(v * 0.5 * 200); }, [](LONG p) { return p * 2.0 * 0.005; }};
 
 constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "addHue", 1022, 1029, kHundredths),
                                 KwSlider(KwRow(1), kColumns, "saturation", 1023, 1030, kFactor),

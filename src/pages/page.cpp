@@ -285,6 +285,7 @@ HRESULT CPropPageBase::SendEvent(LONG id, const tPageEvent* event) {
     return KwGuarded([&]() -> HRESULT {
         tBound* const bound = Find(id);
         if (!bound || !m_open) return E_INVALIDARG;
+        if (m_busy >= kDeepest) return E_UNEXPECTED;
         const CBusy busy(*this);
         if (!bound->enabled && event->kind != KWEVENT_SIZE && event->kind != KWEVENT_TIMER &&
             event->kind != KWEVENT_CANCEL)
@@ -307,6 +308,7 @@ HRESULT CPropPageBase::SendControl(LONG id, UINT message, std::uintptr_t wParam,
     return KwGuarded([&]() -> HRESULT {
         tBound* const bound = Find(id);
         if (!bound) return E_INVALIDARG;
+        if (m_busy >= kDeepest) return E_UNEXPECTED;
         const CBusy busy(*this);
         const std::intptr_t answer = bound->control->Message(message, wParam, lParam);
         if (result) *result = answer;
@@ -316,7 +318,7 @@ HRESULT CPropPageBase::SendControl(LONG id, UINT message, std::uintptr_t wParam,
 
 HRESULT CPropPageBase::SendPage(UINT message, std::uintptr_t wParam, std::intptr_t lParam, std::intptr_t* result) {
     return KwGuarded([&]() -> HRESULT {
-        if (!m_open) return E_UNEXPECTED;
+        if (!m_open || m_busy >= kDeepest) return E_UNEXPECTED;
         const CBusy busy(*this);
         const std::intptr_t answer = OnDialog(message, wParam, lParam);
         if (result) *result = answer;

@@ -97,6 +97,8 @@ class CPropPageBase : public CAggregable, public IPropertyPage, public IKwPage, 
     };
     class CEffectLink;
     class CBusy;
+    /// Calls within notices within calls: with a toolkit that answers each notice by an event there would be no end.
+    static constexpr LONG kDeepest = 6;
 
     void* FindInterface(const IID& iid) override;
     std::intptr_t OnControlMessage(CPageControl& from, UINT message, std::uintptr_t wParam,

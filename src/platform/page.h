@@ -259,6 +259,7 @@ struct IKwPage : IUnknown {
     virtual HRESULT PaintPart(LONG id, LONG part, void* bits, LONG width, LONG height, LONG pitch) = 0;
     /// The menu of a control, or with 0 of the page, by index. E_INVALIDARG behind the last.
     virtual HRESULT GetMenuItem(LONG control, LONG index, tPageMenuItem* out, ULONG size) = 0;
+    /// From within a notice too, six calls deep; E_UNEXPECTED beyond, and so for the next two.
     virtual HRESULT SendEvent(LONG id, const tPageEvent* event) = 0;
     /// A message to a control, by number. `result` may be null.
     virtual HRESULT SendControl(LONG id, UINT message, std::uintptr_t wParam, std::intptr_t lParam,

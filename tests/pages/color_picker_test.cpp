@@ -18,8 +18,10 @@ constexpr LONG kId = 1107;
 
 struct tOwner : IControlOwner {
     int commands = 0;
+    LONG lets = 0; ///< a notice that lets the mouse go
     std::vector<tPageNotice> notices;
     CColorPicker* echo = nullptr;
+    CColorPicker* control = nullptr;
 
     std::intptr_t OnControlMessage(CPageControl& from, UINT message, std::uintptr_t wParam, std::intptr_t) override {
         EXPECT_EQ(message, UINT{WM_COMMAND});
@@ -36,6 +38,7 @@ struct tOwner : IControlOwner {
     void OnControlNotice(const tPageNotice& notice) override {
         EXPECT_EQ(notice.control, kId);
         notices.push_back(notice);
+        if (notice.code == lets) control->Event({KWEVENT_CANCEL, 0, 0, 0, 0, 0, nullptr});
     }
     int Count(LONG code, LONG x = 0) const {
         return static_cast<int>(
@@ -323,6 +326,25 @@ TEST(ColorPicker, GreyKeepsItsHueWhileDragged) {
     p.Key(0, KWKEY_ESCAPE);
     EXPECT_EQ(p.Get(), (tPickColor{1, 0, 0, 1}));
     EXPECT_NEAR(p.Detail().hue, 4.0 / 6, 1e-12);
+}
+
+TEST(ColorPicker, ADragMayEndWithinItsNotices) {
+    for (const LONG part : {3, 4, 5, 6, 8})
+        for (const LONG notice : {KWNOTICE_CAPTURE, KWNOTICE_CHANGED}) {
+            tPicker p;
+            p.owner.control = &p.control;
+            p.owner.lets = notice;
+            EXPECT_EQ(p.Press(part), S_OK);
+            EXPECT_EQ(p.Detail().dragPart, 0);
+            EXPECT_EQ(p.owner.Count(KWNOTICE_CAPTURE, 0), 1);
+            p.owner.lets = 0;
+            const tPickColor left = p.Get();
+            p.Send(KWEVENT_MOVE, 320, 60, 1);
+            EXPECT_EQ(p.Get(), left);
+            if (notice == KWNOTICE_CAPTURE) {
+                EXPECT_EQ(left, (tPickColor{0, 0, 0, 1})) << "let go before it began";
+            }
+        }
 }
 
 TEST(ColorPicker, Field) {

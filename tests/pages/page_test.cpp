@@ -632,6 +632,33 @@ TEST(Page, WorksWithoutASink) {
     EXPECT_EQ(page.Number("lowBound"), 0.5);
 }
 
+// A toolkit that answers each notice comes to an end.
+TEST(Page, CallsWithinNoticesHaveAnEnd) {
+    tOpenPage page("DXTKwPush");
+    int refused = 0;
+    page.sink->then = [&](const tPageNotice& notice) {
+        if (notice.code != KWNOTICE_SETTLED) return;
+        refused += page.Send(1205, KWEVENT_CLICK) == E_UNEXPECTED;
+        refused += page.model->SendPage(WM_COMMAND, kPageRefresh, 0, nullptr) == E_UNEXPECTED;
+        refused += page.model->SendControl(1211, 1546, 0, 0, nullptr) == E_UNEXPECTED;
+    };
+    page.Click(1205);
+    EXPECT_EQ(refused, 3);
+    EXPECT_EQ(page.sink->Count(KWNOTICE_SETTLED), 6);
+    page.sink->then = nullptr;
+    page.Click(1205);
+}
+
+// A wheel turned far is one step of the page.
+TEST(Page, AnEventAppliesOnce) {
+    tOpenPage page("DXTInvert");
+    page.Send(1435, KWEVENT_WHEEL, 0, 0, -120 * 250);
+    EXPECT_EQ(page.Value(1435), 750);
+    page.Send(1435, KWEVENT_WHEEL, 0, 0, INT32_MIN);
+    EXPECT_EQ(page.Value(1435), 0);
+    EXPECT_EQ(page.sink->Count(KWNOTICE_APPLIED), 2);
+}
+
 // A toolkit may do anything within a notice.
 TEST(Page, KeepsItsControlsWithinANotice) {
     {

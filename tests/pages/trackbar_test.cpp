@@ -324,15 +324,19 @@ TEST(Trackbar, Wheel) {
     t.Send(KWEVENT_WHEEL, 0, 60);
     EXPECT_EQ(t.owner.Take(), "");
     t.Send(KWEVENT_WHEEL, 0, 200);
-    EXPECT_EQ(t.owner.Take(), "1:52 1:54 8:54 settled");
+    EXPECT_EQ(t.owner.Take(), "1:54 8:54 settled");
     t.Send(KWEVENT_WHEEL, 0, 99);
     EXPECT_EQ(t.owner.Take(), "");
     t.Send(KWEVENT_WHEEL, 0, -110); // what was left of the other direction is dropped
     EXPECT_EQ(t.owner.Take(), "");
     t.Send(KWEVENT_WHEEL, 0, -10);
     EXPECT_EQ(t.owner.Take(), "0:52 8:52 settled");
-    for (const LONG turn : {kMin, kMax}) t.Send(KWEVENT_WHEEL, 0, turn);
-    EXPECT_EQ(t.Pos(), 100);
+    t.owner.small = kMax;
+    for (const LONG turn : {kMin, kMax}) t.Send(KWEVENT_WHEEL, 0, turn); // a step each, however far
+    EXPECT_EQ(t.owner.Take(), "0:0 8:0 settled 1:100 8:100 settled");
+    t.owner.small = 2;
+    t.Send(KWEVENT_KEY, 0, KWKEY_LEFT);
+    EXPECT_EQ(t.owner.Take(), "0:98");
 
     CBar reversed(KWTBS_REVERSED);
     reversed.Send(KWEVENT_WHEEL, 0, 120);

@@ -379,6 +379,7 @@ HRESULT CColorPicker::Press(LONG x, LONG y) {
 }
 
 void CColorPicker::DragTo(LONG x, LONG y) {
+    if (!m_dragPart) return; // let go within a notice
     const RECT place = Place(m_dragPart);
     const double across = Along(std::int64_t{x} - m_grip, place.left, place.right);
     if (m_dragPart == KWPART_FIELD)

@@ -20,7 +20,8 @@ void tPositionRange::SetRange(LONG newMin, LONG newMax) {
         defaultPos = static_cast<LONG>((std::int64_t{min} + max) / 2);
 }
 
-LONG StepPosition(LONG code, LONG pos, LONG min, LONG max, LONG smallStep, LONG largeStep, bool ctrl, bool reversed) {
+LONG StepPosition(LONG code, LONG pos, LONG min, LONG max, std::int64_t smallStep, LONG largeStep, bool ctrl,
+                  bool reversed) {
     const std::int64_t low = std::min(min, max), high = std::max(min, max);
     std::int64_t large = largeStep;
     if (large == 0) large = std::max<std::int64_t>((std::int64_t{max} - min + 5) / 10, 1);
@@ -55,8 +56,8 @@ LONG StepPosition(LONG code, LONG pos, LONG min, LONG max, LONG smallStep, LONG 
 
 LONG TrackbarScroll(LONG code, CPositionControl& control, LONG smallStep, LONG largeStep) {
     const tPositionRange& range = control.Range();
-    const LONG to = StepPosition(code, range.pos, range.min, range.max, smallStep, largeStep, control.CtrlHeld(),
-                                 control.Reversed());
+    const LONG to = StepPosition(code, range.pos, range.min, range.max, std::int64_t{smallStep} * control.Steps(),
+                                 largeStep, control.CtrlHeld(), control.Reversed());
     return static_cast<LONG>(control.Message(KWPOS_SET, 1, to));
 }
 
@@ -113,7 +114,8 @@ bool CPositionControl::MoveTo(std::int64_t pos) {
     return true;
 }
 
-void CPositionControl::Scroll(LONG code) {
+void CPositionControl::Scroll(LONG code, LONG steps) {
+    m_steps = steps;
     const std::uintptr_t word = static_cast<std::uint16_t>(m_range.pos);
     SendToOwner(WM_HSCROLL, static_cast<std::uint16_t>(code) | word << 16, reinterpret_cast<std::intptr_t>(this));
     if (code == KWSCROLL_END) Notice(KWNOTICE_SETTLED);
@@ -121,11 +123,10 @@ void CPositionControl::Scroll(LONG code) {
 
 LONG CPositionControl::Notches(LONG turn) {
     constexpr LONG kNotch = 120;
-    constexpr LONG kMost = 100; // of one event: nobody turns further, and each of them is a call
     if ((turn < 0) != (m_turn < 0)) m_turn = 0;
     const std::int64_t sum = std::int64_t{m_turn} + turn;
     m_turn = static_cast<LONG>(sum % kNotch);
-    return static_cast<LONG>(std::clamp<std::int64_t>(sum / kNotch, -kMost, kMost));
+    return static_cast<LONG>(sum / kNotch);
 }
 
 void CPositionControl::SetRepeat(LONG milliseconds) {

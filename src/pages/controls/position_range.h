@@ -44,7 +44,8 @@ struct tPositionRange {
 
 /// Where scroll code `code` leads from `pos`, within the range. A large step of 0 stands for a tenth of the range, at
 /// least 1; Ctrl makes it ten times as large; `reversed` lets codes 0, 2 and 6 lead up. Other codes leave `pos`.
-LONG StepPosition(LONG code, LONG pos, LONG min, LONG max, LONG smallStep, LONG largeStep, bool ctrl, bool reversed);
+LONG StepPosition(LONG code, LONG pos, LONG min, LONG max, std::int64_t smallStep, LONG largeStep, bool ctrl,
+                  bool reversed);
 
 class CPositionControl : public CPageControl {
   public:
@@ -56,6 +57,8 @@ class CPositionControl : public CPageControl {
     const tPositionRange& Range() const { return m_range; }
     /// Whether Ctrl was held in the event that sent the last scroll code.
     bool CtrlHeld() const { return m_ctrl; }
+    /// How many small steps the last scroll code stands for: the notches of a wheel's turn.
+    LONG Steps() const { return m_steps; }
     virtual bool Reversed() const { return false; }
 
   protected:
@@ -69,7 +72,7 @@ class CPositionControl : public CPageControl {
     /// Sets the position, clamped; false where it stays.
     bool MoveTo(std::int64_t pos);
     /// WM_HSCROLL with the control at `lParam`; after the last code of what the user does, the toolkit is told too.
-    void Scroll(LONG code);
+    void Scroll(LONG code, LONG steps = 1);
     void HoldCtrl(const tPageEvent& event) { m_ctrl = (event.modifiers & KWMOD_CTRL) != 0; }
     /// Whole notches of a wheel's turn; the rest waits for more of the same direction.
     LONG Notches(LONG turn);
@@ -80,6 +83,7 @@ class CPositionControl : public CPageControl {
   private:
     tPositionRange m_range;
     bool m_ctrl = false;
+    LONG m_steps = 1;
     LONG m_turn = 0; ///< of the wheel, -119 to 119
     LONG m_repeat = 0;
 };

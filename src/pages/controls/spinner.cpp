@@ -32,8 +32,9 @@ HRESULT CSpinner::Event(const tPageEvent& event) {
         if (m_pressed) return S_OK;
         HoldCtrl(event);
         const LONG notches = Notches(event.value);
-        for (LONG i = 0; i < std::abs(notches); ++i) Step(notches > 0 ? KWSCROLL_LINE_DOWN : KWSCROLL_LINE_UP);
-        if (notches) Scroll(KWSCROLL_END);
+        if (notches == 0) return S_OK;
+        Step(notches > 0 ? KWSCROLL_LINE_DOWN : KWSCROLL_LINE_UP, std::abs(notches));
+        Scroll(KWSCROLL_END);
         return S_OK;
     }
     case KWEVENT_KEY:
@@ -101,9 +102,10 @@ LONG CSpinner::ButtonAt(LONG x, LONG y) const {
     return y < m_height / 2 ? 1 : 2;
 }
 
-void CSpinner::Step(LONG code) {
+void CSpinner::Step(LONG code, LONG size) {
     const tPositionRange& range = Range();
-    if (MoveTo(StepPosition(code, range.pos, range.min, range.max, 1, 0, CtrlHeld(), false))) Scroll(KWSCROLL_POSITION);
+    if (MoveTo(StepPosition(code, range.pos, range.min, range.max, size, 0, CtrlHeld(), false)))
+        Scroll(KWSCROLL_POSITION);
 }
 
 void CSpinner::StepPressed() {

@@ -24,7 +24,7 @@ class CSpinner : public CPositionControl {
     /// 1 up, 2 down, 0 for none.
     LONG ButtonAt(LONG x, LONG y) const;
     LONG Shown() const { return m_over ? m_pressed : 0; }
-    void Step(LONG code);
+    void Step(LONG code, LONG size = 1);
     void StepPressed();
     HRESULT Press(const tPageEvent& event);
     HRESULT Release();

@@ -204,9 +204,9 @@ void CTrackbar::Abandon() {
 HRESULT CTrackbar::Wheel(LONG turn) {
     if (m_held != tHeld::NOTHING) return S_OK;
     const LONG notches = Notches(turn);
-    const LONG code = (notches > 0) != Reversed() ? KWSCROLL_LINE_DOWN : KWSCROLL_LINE_UP;
-    for (LONG i = 0; i < std::abs(notches); ++i) Scroll(code);
-    if (notches) Scroll(KWSCROLL_END);
+    if (notches == 0) return S_OK;
+    Scroll((notches > 0) != Reversed() ? KWSCROLL_LINE_DOWN : KWSCROLL_LINE_UP, std::abs(notches));
+    Scroll(KWSCROLL_END);
     return S_OK;
 }
 
