@@ -37,19 +37,21 @@ eKwLevel Allowed() {
     return Offered();
 }
 
-std::atomic<eKwLevel>& Current() {
-    static std::atomic<eKwLevel> level{Allowed()};
-    return level;
-}
-
 } // namespace
 
-eKwLevel KwLevel() {
-    return Current().load(std::memory_order_relaxed);
+constinit std::atomic<int> kw_level::current{kUnknown};
+
+eKwLevel kw_level::Find() {
+    const eKwLevel found = Allowed();
+    int expected = kUnknown; // a limit that was set meanwhile stands
+    current.compare_exchange_strong(expected, static_cast<int>(found), std::memory_order_relaxed);
+    return expected == kUnknown ? found : static_cast<eKwLevel>(expected);
 }
 
 eKwLevel KwLimitLevel(eKwLevel limit) {
-    return Current().exchange(std::min(limit, Offered()), std::memory_order_relaxed);
+    const eKwLevel before = KwLevel();
+    kw_level::current.store(static_cast<int>(std::min(limit, Offered())), std::memory_order_relaxed);
+    return before;
 }
 
 std::span<const eKwLevel> KwLevels() {

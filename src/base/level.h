@@ -1,6 +1,7 @@
 // Which bodies of a row loop run: the plain definition, or the fastest that the processor takes.
 #pragma once
 
+#include <atomic>
 #include <span>
 
 /// The processors that bodies are made for, each a superset of the one before: the names of the x86-64 psABI, then the
@@ -23,3 +24,14 @@ std::span<const eKwLevel> KwLevels();
 
 /// "plain" to "vbmi".
 const char* KwLevelName(eKwLevel level);
+
+namespace kw_level {
+inline constexpr int kUnknown = -1;
+extern constinit std::atomic<int> current;
+eKwLevel Find();
+} // namespace kw_level
+
+inline eKwLevel KwLevel() {
+    const int level = kw_level::current.load(std::memory_order_relaxed);
+    return level == kw_level::kUnknown ? kw_level::Find() : static_cast<eKwLevel>(level);
+}

@@ -1,0 +1,156 @@
+// The vocabulary of row loops over 4-byte pixels: blocks of 16 pixels as bytes, as 16-bit halves for products of bytes,
+// and as words 0xAARRGGBB. The plain loop over bytes, which compilers widen to 32 bits, takes three times as long.
+// Everything here is inlined into the loop, so that its clones use the widest registers they know.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "base/bodies.h"
+
+inline constexpr std::ptrdiff_t kBlockBytes = 64;
+using tBytes [[gnu::vector_size(kBlockBytes)]] = std::uint8_t;
+using tHalves [[gnu::vector_size(kBlockBytes)]] = std::uint16_t;
+using tWords [[gnu::vector_size(kBlockBytes)]] = std::uint32_t;
+
+/// One word in every place.
+KWINLINE inline tWords KwRepeated(std::uint32_t word) {
+    return tWords{} + word;
+}
+/// One pixel in every place.
+KWINLINE inline tBytes KwPixels(std::uint32_t word) {
+    return reinterpret_cast<tBytes>(KwRepeated(word));
+}
+
+KWINLINE inline tBytes KwSmaller(const tBytes& a, const tBytes& b) {
+    return a < b ? a : b;
+}
+
+KWINLINE inline tBytes KwDistance(const tBytes& a, const tBytes& b) {
+    return a < b ? b - a : a - b;
+}
+
+/// The sum, limited to 255.
+KWINLINE inline tBytes KwSum(const tBytes& a, const tBytes& b) {
+    const tBytes room = ~a;
+    return a + KwSmaller(b, room);
+}
+
+/// The difference, limited to 0.
+KWINLINE inline tBytes KwRest(const tBytes& a, const tBytes& b) {
+    return a - KwSmaller(b, a);
+}
+
+/// `mask`'s bits from `a`, the others from `b`.
+KWINLINE inline tBytes KwPick(const tWords& mask, const tBytes& a, const tBytes& b) {
+    return reinterpret_cast<tBytes>((reinterpret_cast<tWords>(a) & mask) | (reinterpret_cast<tWords>(b) & ~mask));
+}
+
+/// The colours of one and the alpha of another.
+KWINLINE inline tBytes KwWithAlpha(const tBytes& colors, const tBytes& alpha) {
+    return KwPick(KwRepeated(0x00FFFFFF), colors, alpha);
+}
+
+/// The low byte of each word in all four bytes of its pixel; the other bytes have to be 0.
+KWINLINE inline tBytes KwSpread(const tWords& levels) {
+    const tWords pairs = levels | levels << 8;
+    return reinterpret_cast<tBytes>(pairs | pairs << 16);
+}
+
+/// Each pixel's alpha in all of its bytes.
+KWINLINE inline tBytes KwAlphas(const tBytes& pixels) {
+    return KwSpread(reinterpret_cast<tWords>(pixels) >> 24);
+}
+
+KWINLINE inline tBytes KwLimitedToAlpha(const tBytes& pixels) {
+    return KwSmaller(pixels, KwAlphas(pixels));
+}
+
+/// Red, green and blue together, 0 to 765.
+KWINLINE inline tWords KwColorSums(const tBytes& pixels) {
+    const tWords w = reinterpret_cast<tWords>(pixels);
+    return (w & 255) + (w >> 8 & 255) + (w >> 16 & 255);
+}
+
+/// The mean of the three colours in all bytes of its pixel: `KwMean8`.
+KWINLINE inline tBytes KwMeans(const tBytes& pixels) {
+    return KwSpread(KwColorSums(pixels) * 0xAAABu >> 17);
+}
+
+/// `body(half)` of every byte, as a half; results are bytes again.
+template <class Body>
+KWINLINE inline tBytes KwByHalves(const tBytes& v, Body body) {
+    const tHalves h = reinterpret_cast<tHalves>(v);
+    return reinterpret_cast<tBytes>(body(h & 255) | body(h >> 8) << 8);
+}
+
+/// An amount, 0 to 255, for every channel of a pixel: of the bytes at even places, and at odd ones.
+struct tAmounts {
+    tHalves even, odd;
+};
+
+/// @param word the amounts as bytes, in the order of a pixel
+KWINLINE inline tAmounts KwAmounts(std::uint32_t word) {
+    return {reinterpret_cast<tHalves>(KwRepeated(word & 0x00FF00FF)),
+            reinterpret_cast<tHalves>(KwRepeated(word >> 8 & 0x00FF00FF))};
+}
+/// The same amount for all channels.
+KWINLINE inline tAmounts KwAmountOfAll(std::uint8_t amount) {
+    return KwAmounts(amount * 0x01010101u);
+}
+/// Each byte as the amount for the byte at its place.
+KWINLINE inline tAmounts KwAmounts(const tBytes& amounts) {
+    const tHalves h = reinterpret_cast<tHalves>(amounts);
+    return {h & 255, h >> 8};
+}
+/// Each pixel's alpha as the amount for its channels.
+KWINLINE inline tAmounts KwAlphaAmounts(const tBytes& pixels) {
+    const tWords alpha = reinterpret_cast<tWords>(pixels) >> 24;
+    const tHalves both = reinterpret_cast<tHalves>(alpha | alpha << 16);
+    return {both, both};
+}
+
+/// `KwBlend8` for each byte, by the size of the difference.
+KWINLINE inline tBytes KwBlended(const tBytes& d, const tBytes& s, const tAmounts& a) {
+    const tHalves size = reinterpret_cast<tHalves>(KwDistance(d, s));
+    const tBytes step = reinterpret_cast<tBytes>(((size & 255) * a.even >> 8) | ((size >> 8) * a.odd & 0xFF00));
+    return d < s ? d + step : d - step;
+}
+
+/// Loads a block, or the bytes of it that there are, with zeros behind them.
+KWINLINE inline tBytes KwLoad(const std::uint8_t* from, std::ptrdiff_t bytes = kBlockBytes) {
+    tBytes block{};
+    std::memcpy(&block, from, static_cast<std::size_t>(bytes));
+    return block;
+}
+
+/// Sets `out` to `rule(blocks of the inputs...)`, whole pixels at a time; `bytes` is a multiple of 4. A rule may take
+/// the offset of its block in bytes first. `out` may be one of the inputs, but must not overlap them otherwise. Blocks
+/// begin where the target is aligned, which saves a third of the time; what is left at both ends goes through copies.
+template <class Rule, class... Inputs>
+KWINLINE inline void KwForEachBlock(std::uint8_t* out, std::ptrdiff_t bytes, Rule rule, const Inputs*... inputs) {
+    std::ptrdiff_t at = 0;
+    const auto part = [&](std::ptrdiff_t size) KWINLINE {
+        tBytes result;
+        if constexpr (requires { rule(at, KwLoad(inputs)...); })
+            result = rule(at, KwLoad(inputs + at, size)...);
+        else
+            result = rule(KwLoad(inputs + at, size)...);
+        std::memcpy(out + at, &result, static_cast<std::size_t>(size));
+        at += size;
+    };
+    const auto head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(out) % kBlockBytes);
+    if (head > 0 && head % 4 == 0 && head < bytes) part(head);
+    while (bytes - at >= kBlockBytes) part(kBlockBytes);
+    if (at < bytes) part(bytes - at);
+}
+template <class Rule>
+KWINLINE inline void KwForBlocks(std::uint8_t* out, std::ptrdiff_t bytes, const std::uint8_t* a, Rule rule) {
+    KwForEachBlock(out, bytes, rule, a);
+}
+template <class Rule>
+KWINLINE inline void KwForBlocks(std::uint8_t* out, std::ptrdiff_t bytes, const std::uint8_t* a, const std::uint8_t* b,
+                                 Rule rule) {
+    KwForEachBlock(out, bytes, rule, a, b);
+}
