@@ -36,10 +36,11 @@ TEST_P(Material, IsReadAndWritten) {
     ASSERT_EQ(made.status, 0) << made.err;
     const Outcome run = words(std::string(LARKMOOR_COMMAND_FILE " render ") + row.run);
     EXPECT_EQ(run.status, row.status) << run.err;
-    if (row.says && !*row.says)
+    if (row.says && !*row.says) {
         EXPECT_EQ(run.err, "");
-    else if (row.says)
+    } else if (row.says) {
         EXPECT_NE(run.err.find(row.says), std::string::npos) << run.err;
+    }
     for (const char* line : row.holds) {
         const Outcome held = words(line);
         EXPECT_EQ(held.status, 0) << line << "\n" << held.out << held.err;
