@@ -48,6 +48,18 @@ inline CLSID PageClassOf(IUnknown* effect) {
     return found;
 }
 
+namespace larkmoor {
+inline void PrintTo(const EffectInfo& info, std::ostream* out) {
+    *out << info.className;
+}
+} // namespace larkmoor
+
+inline std::vector<larkmoor::EffectInfo> EffectsWithPages() {
+    std::vector<larkmoor::EffectInfo> all(PageModule().effects().begin(), PageModule().effects().end());
+    std::erase_if(all, [](const auto& info) { return PageClassOf(PageModule().create(info).object()) == CLSID{}; });
+    return all;
+}
+
 struct tOpenPage {
     larkmoor::Effect effect;
     larkmoor::MessageQueue queue; ///< the window, which outlives the page

@@ -1,0 +1,344 @@
+// What holds for every page, every control and every field.
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <map>
+#include <random>
+
+#include "frame/effect_class.h"
+#include "pages/open_page.h"
+
+namespace {
+
+constexpr LONG kDissolveMode = 1247;
+
+class EveryPage : public testing::TestWithParam<larkmoor::EffectInfo> {
+  protected:
+    /// With every switch on, so that no control is off.
+    struct tPage : tOpenPage {
+        explicit tPage(const larkmoor::EffectInfo& info) : tOpenPage(info) {
+            for (const tPageControl& control : Controls()) {
+                if (control.kind == KWCONTROL_CHECK && !control.value) Click(control.id);
+                if (control.id != kPageLogo) Send(control.id, KWEVENT_SIZE, 200, 90);
+            }
+            sink->notices.clear();
+        }
+        std::vector<tPageControl> Of(tPageControlKind kind) const {
+            std::vector<tPageControl> all = Controls();
+            std::erase_if(all, [=](const tPageControl& control) { return control.kind != kind; });
+            return all;
+        }
+    };
+};
+INSTANTIATE_TEST_SUITE_P(Pages, EveryPage, testing::ValuesIn(EffectsWithPages()),
+                         [](const auto& info) { return info.param.className; });
+
+/// The trackbar's edit: the next one, in the order of tabs.
+LONG EditOf(const std::vector<tPageControl>& controls, LONG bar) {
+    auto at = std::ranges::find(controls, bar, &tPageControl::id);
+    while (at->kind != KWCONTROL_EDIT) ++at;
+    return at->id;
+}
+
+// --- how controls stand
+
+bool Meet(const RECT& a, const RECT& b) {
+    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+}
+bool Holds(const RECT& outer, const RECT& inner) {
+    return outer.left <= inner.left && outer.top <= inner.top && outer.right >= inner.right &&
+           outer.bottom >= inner.bottom;
+}
+
+TEST_P(EveryPage, ControlsStandApart) {
+    tOpenPage page(GetParam());
+    SIZE size{};
+    page.model->GetDialog(&size, nullptr);
+    const LONG modes = GetParam().className == "Dissolve" ? 10 : 1;
+    for (LONG mode = 0; mode < modes; ++mode) {
+        if (modes > 1) page.Choose(kDissolveMode, mode);
+        const std::vector<tPageControl> all = page.Controls();
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            EXPECT_TRUE(Holds({0, 0, size.cx, size.cy}, all[i].place)) << all[i].id << " " << all[i].text;
+            EXPECT_TRUE(all[i].place.left < all[i].place.right && all[i].place.top < all[i].place.bottom);
+            if (all[i].buddy) page.Control(all[i].buddy);
+            for (std::size_t k = i + 1; k < all.size(); ++k) {
+                EXPECT_TRUE(all[i].id == 0 || all[i].id != all[k].id) << all[i].id << " twice";
+                if (!all[i].visible || !all[k].visible) continue;
+                const bool framed = (all[i].kind == KWCONTROL_GROUP && Holds(all[i].place, all[k].place)) ||
+                                    (all[k].kind == KWCONTROL_GROUP && Holds(all[k].place, all[i].place));
+                EXPECT_TRUE(framed || !Meet(all[i].place, all[k].place))
+                    << all[i].id << " '" << all[i].text << "' meets " << all[k].id << " '" << all[k].text << "'";
+            }
+        }
+    }
+}
+
+TEST_P(EveryPage, MnemonicsAreUnique) {
+    tOpenPage page(GetParam());
+    std::string taken;
+    for (const tPageControl& control : page.Controls()) {
+        const bool label = control.kind == KWCONTROL_LABEL || control.kind == KWCONTROL_GROUP ||
+                           control.kind == KWCONTROL_CHECK || control.kind == KWCONTROL_RADIO;
+        const char* const mark = label ? std::strchr(control.text, '&') : nullptr;
+        if (!mark) continue;
+        const char letter = static_cast<char>(std::tolower(static_cast<unsigned char>(mark[1])));
+        // Text has one twice from the beginning; a toolkit steps from one to the other.
+        const bool shared = letter == 't' && GetParam().className == "DXSText";
+        EXPECT_TRUE(shared || taken.find(letter) == std::string::npos) << control.text;
+        taken += letter;
+    }
+}
+
+// --- positions, values and texts
+
+// A scale that truncates may come back one position short, binary fractions being what they are; never more.
+TEST_P(EveryPage, APositionBecomesAValueAndThePositionAgain) {
+    tPage page(GetParam());
+    for (const tPageControl& bar : page.Of(KWCONTROL_TRACKBAR)) {
+        const LONG span = bar.maximum - bar.minimum;
+        double before = 0;
+        for (LONG at = 0; at <= span; at += std::max(span / 97, LONG{1})) {
+            const LONG position = bar.minimum + at;
+            page.Drag(bar.id, position);
+            const std::string shown = page.Text(EditOf(page.Controls(), bar.id));
+            page.Command(kPageRefresh);
+            const LONG back = page.Value(bar.id);
+            EXPECT_TRUE(back == position || back == position - 1) << bar.id << " " << position << " is " << back;
+            if (at == 0 || position == bar.maximum) {
+                EXPECT_EQ(back, position) << bar.id << ": an end is exact";
+            }
+            const double value = std::stod(shown);
+            const bool falls = GetParam().className == "DXTPixelate";
+            EXPECT_TRUE(at == 0 || (falls ? value <= before : value >= before)) << bar.id << " " << position;
+            before = value;
+        }
+    }
+}
+
+// Each edit that shows a number takes what it shows without a change, and what was typed shows again.
+TEST_P(EveryPage, ATextBecomesAValueAndTheTextAgain) {
+    tPage page(GetParam());
+    for (const tPageControl& edit : page.Of(KWCONTROL_EDIT)) {
+        page.Type(edit.id, "-99999");
+        const std::string low = page.Text(edit.id);
+        page.Type(edit.id, "99999");
+        const std::string high = page.Text(edit.id);
+        ASSERT_LT(std::stod(low), std::stod(high)) << edit.id;
+        // An end holds.
+        for (const char* text : {"99999", "9999999999"}) {
+            page.sink->notices.clear();
+            page.Type(edit.id, text);
+            EXPECT_EQ(page.Text(edit.id), high) << edit.id;
+            EXPECT_EQ(page.sink->Count(KWNOTICE_APPLIED), 0) << edit.id;
+        }
+        const std::size_t point = high.find('.');
+        const int decimals = point == std::string::npos ? 0 : static_cast<int>(high.size() - point - 1);
+        const double step = std::pow(10, -decimals), from = std::stod(low);
+        const long count = std::lround((std::stod(high) - from) / step);
+        for (long i = 0; i < count; i += std::max(count / 199, 1L))
+            for (const long k : {i, i + 1}) { // and the least step from there counts
+                char text[64];
+                std::snprintf(text, sizeof text, "%.*f", decimals, from + static_cast<double>(k) * step);
+                page.Type(edit.id, text);
+                EXPECT_EQ(page.Text(edit.id), text) << edit.id;
+                page.sink->notices.clear();
+                page.Type(edit.id, text);
+                page.Send(edit.id, KWEVENT_BLUR);
+                EXPECT_EQ(page.sink->Count(KWNOTICE_APPLIED), 0) << edit.id << " " << text;
+            }
+    }
+}
+
+// What is set from elsewhere is shown, and leaving each edit changes nothing.
+TEST_P(EveryPage, ShownValuesStay) {
+    tPage page(GetParam());
+    for (int run = 0; run <= 37; ++run) {
+        // The same share of each range keeps partners in order.
+        for (const tFieldInfo& field : GetParam().fields)
+            if (field.kind == KWFIELD_NUMBER)
+                page.effect.set(field.name,
+                                std::to_string(field.minimum + run / 37.0 * (field.maximum - field.minimum)));
+        page.Command(kPageRefresh);
+        const std::vector<std::byte> record = page.effect.record();
+        for (const tPageControl& edit : page.Of(KWCONTROL_EDIT)) {
+            page.Send(edit.id, KWEVENT_BLUR);
+            page.Type(edit.id, page.Text(edit.id));
+        }
+        EXPECT_TRUE(page.effect.record() == record) << run;
+    }
+}
+
+TEST_P(EveryPage, EndsHold) {
+    tPage page(GetParam());
+    for (const tPageControl& bar : page.Of(KWCONTROL_TRACKBAR))
+        for (const auto& [end, wheel, keys] : {std::tuple{bar.maximum, 240, std::pair{KWKEY_END, KWKEY_PAGE_DOWN}},
+                                               std::tuple{bar.minimum, -240, std::pair{KWKEY_HOME, KWKEY_PAGE_UP}}}) {
+            page.Key(bar.id, keys.first);
+            EXPECT_EQ(page.Value(bar.id), end) << bar.id;
+            const std::vector<std::byte> record = page.effect.record();
+            page.Key(bar.id, keys.second, KWMOD_CTRL);
+            page.Send(bar.id, KWEVENT_WHEEL, 0, 0, wheel);
+            page.model->SendControl(bar.id, 1552, 1, std::int64_t{wheel} * INT32_MAX, nullptr);
+            EXPECT_EQ(page.Value(bar.id), end) << bar.id;
+            EXPECT_TRUE(page.effect.record() == record) << bar.id;
+        }
+}
+
+// --- what no page may fall over
+
+/// What a person, a toolkit and a hostile one may send, at random.
+class CMonkey {
+  public:
+    explicit CMonkey(tOpenPage& page) : m_page(page), m_controls(page.Controls()) {
+        std::erase_if(m_controls, [](const tPageControl& control) { return control.id == kPageLogo; }); // it talks
+    }
+    void Act() {
+        const tPageControl& control = m_controls[Below(m_controls.size())];
+        if (Below(20) == 0) return Message(control);
+        static const char* const texts[] = {"",    "0.5", "1e300", "-1e300", "nan",     "inf",  "abc",         "12,5",
+                                            "100", "0",   "\xFF",  "a\nb",   "a\r\n\n", "%s$d", "\xE2\x82\xAC"};
+        m_page.Send(control.id, static_cast<LONG>(Below(19)), Place(), Place(), Number(), static_cast<ULONG>(Below(4)),
+                    static_cast<LONG>(Below(16)), texts[Below(std::size(texts))]);
+    }
+    std::size_t Below(std::size_t end) { return m_random() / 7 % end; }
+
+  private:
+    LONG Place() { return Below(20) == 0 ? Wild() : static_cast<LONG>(Below(400)) - 50; }
+    LONG Wild() {
+        static constexpr LONG wild[] = {INT32_MIN, INT32_MAX, -1, 0, 1, 5000, 65536};
+        return wild[Below(std::size(wild))];
+    }
+    LONG Number() {
+        static constexpr LONG numbers[] = {
+            0,          1,           KWKEY_TAB,  KWKEY_RETURN, KWKEY_ESCAPE,  KWKEY_UP,        KWKEY_DOWN,
+            KWKEY_LEFT, KWKEY_RIGHT, KWKEY_HOME, KWKEY_END,    KWKEY_PAGE_UP, KWKEY_PAGE_DOWN, KWKEY_NUMPAD0,
+            120,        -120,        0x112233,   -1,           2060};
+        return Below(10) == 0 ? Wild() : numbers[Below(std::size(numbers))];
+    }
+    void Message(const tPageControl& control) {
+        if (control.kind == KWCONTROL_TRACKBAR || control.kind == KWCONTROL_SPINNER)
+            m_page.model->SendControl(control.id, static_cast<UINT>(1549 + Below(5)), Below(2), Wild(), nullptr);
+        else
+            m_page.model->SendPage(Below(2) ? WM_COMMAND : WM_HSCROLL,
+                                   (Below(3) ? static_cast<std::uintptr_t>(control.id) : 40500 + Below(3)) |
+                                       (Below(4) == 0 ? 512u << 16 : Below(2) << 16),
+                                   0, nullptr);
+    }
+
+    tOpenPage& m_page;
+    std::vector<tPageControl> m_controls;
+    std::minstd_rand m_random{20};
+};
+
+/// The fixed part of a record with every number of a kind; not-a-number fills it with ones.
+void Fill(tOpenPage& page, double value) {
+    const larkmoor::EffectInfo& info = page.effect.info();
+    std::vector<std::byte> record = page.effect.record();
+    if (const tFieldInfo* const text = info.textField()) record.resize(static_cast<std::size_t>(text->offset));
+    if (std::isnan(value)) std::ranges::fill(record, std::byte{0xFF});
+    for (const tFieldInfo& field : info.fields)
+        for (LONG i = 0; i < field.count && field.type != KWTYPE_BYTES && !std::isnan(value); ++i) {
+            const auto put = [&](auto number) {
+                std::memcpy(record.data() + field.offset + static_cast<std::size_t>(i) * sizeof number, &number,
+                            sizeof number);
+            };
+            if (field.type == KWTYPE_DOUBLE)
+                put(value);
+            else if (field.type == KWTYPE_FLOAT)
+                put(static_cast<float>(std::clamp<double>(value, -FLT_MAX, FLT_MAX)));
+            else
+                put(static_cast<LONG>(std::clamp<double>(value, INT32_MIN, INT32_MAX)));
+        }
+    page.effect.setRecord(record);
+    page.Command(kPageRefresh);
+}
+
+// Whatever the numbers of an event are, it costs a step or two of the page: each applies the record and shows it.
+TEST_P(EveryPage, StandsWildRecordsAndEventsInFewSteps) {
+    for (const double value : {std::nan(""), 1e300, -1e300, 0.0}) {
+        tPage page(GetParam());
+        const std::size_t most = 2 * page.Controls().size() + 8;
+        CMonkey monkey(page);
+        Fill(page, value);
+        int applied = 0;
+        for (int i = 0; i < 3000; ++i) {
+            page.sink->notices.clear();
+            monkey.Act();
+            applied += page.sink->Count(KWNOTICE_APPLIED);
+            ASSERT_LE(page.sink->Count(KWNOTICE_APPLIED), 2);
+            ASSERT_LE(page.sink->notices.size(), most);
+            if (i % 100 == 99) page.Deliver();
+        }
+        EXPECT_GT(applied, 10);
+        Fill(page, value);
+        // Whatever went on, an edit still takes a number.
+        for (const tPageControl& edit : page.Of(KWCONTROL_EDIT)) {
+            if (!page.Control(edit.id).enabled) continue;
+            page.Type(edit.id, "1");
+            EXPECT_TRUE(std::isfinite(std::stod(page.Text(edit.id)))) << edit.id;
+        }
+    }
+}
+
+// A toolkit may answer a notice by any event, by closing the page or by leaving it.
+TEST_P(EveryPage, StandsAnswersWithinNotices) {
+    tPage page(GetParam());
+    CMonkey monkey(page), within(page);
+    int closed = 0;
+    page.sink->then = [&](const tPageNotice&) {
+        if (within.Below(8) == 0) within.Act();
+        if (within.Below(100) != 0) return;
+        ++closed;
+        page.page->Deactivate();
+        EXPECT_EQ(page.page->SetObjects(0, nullptr), E_UNEXPECTED);
+    };
+    for (int i = 0; i < 3000; ++i) {
+        monkey.Act();
+        page.sink->notices.clear();
+        page.page->Activate(&page.queue, nullptr, FALSE);
+    }
+    EXPECT_GT(closed, 0);
+    page.sink->then = nullptr;
+    for (const tPageControl& control : page.Controls()) page.Send(control.id, KWEVENT_CANCEL);
+    for (const tPageControl& control : page.Of(KWCONTROL_TRACKBAR)) {
+        tTrackbarDetail detail{};
+        page.model->GetDetail(control.id, &detail, sizeof detail);
+        EXPECT_FALSE(detail.tracking);
+    }
+}
+
+// --- partners
+
+struct tPair {
+    const char *effect, *low, *high;
+};
+class Partners : public testing::TestWithParam<tPair> {};
+INSTANTIATE_TEST_SUITE_P(Pages, Partners,
+                         testing::Values(tPair{"DXTLevels", "inputStart", "inputEnd"},
+                                         tPair{"DXTLevels", "outputStart", "outputEnd"},
+                                         tPair{"DXTKwMask", "lowIn", "highIn"}, tPair{"DXTKwMask", "lowOut", "highOut"},
+                                         tPair{"DXTBroadcastColors", "compositeMin", "lumaMin"},
+                                         tPair{"DXTBroadcastColors", "lumaMax", "compositeMax"}),
+                         [](const auto& info) { return std::string(info.param.effect) + info.param.low; });
+
+TEST_P(Partners, LowIsNeverAboveHigh) {
+    tOpenPage page(GetParam().effect);
+    std::minstd_rand random{5};
+    std::vector<tPageControl> controls = page.Controls();
+    std::erase_if(controls, [](const auto& c) { return c.kind != KWCONTROL_TRACKBAR && c.kind != KWCONTROL_EDIT; });
+    int equal = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const tPageControl& control = controls[random() / 7 % controls.size()];
+        if (control.kind == KWCONTROL_TRACKBAR)
+            page.Drag(control.id, static_cast<LONG>(random() / 7 % 1001));
+        else
+            page.Type(control.id, std::to_string(static_cast<double>(random() / 7 % 3000) / 10 - 100));
+        const double low = page.Number(GetParam().low), high = page.Number(GetParam().high);
+        ASSERT_LE(low, high) << control.id;
+        equal += low == high;
+    }
+    EXPECT_GT(equal, 100);
+}
+
+} // namespace
