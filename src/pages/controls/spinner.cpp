@@ -120,6 +120,7 @@ HRESULT CSpinner::Press(const tPageEvent& event) {
     m_over = true;
     Changed();
     Notice(KWNOTICE_CAPTURE, 1);
+    if (!m_pressed) return S_OK; // let go within the notice
     SetRepeat(kRepeatDelay);
     StepPressed();
     return S_OK;

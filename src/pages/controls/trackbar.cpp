@@ -157,6 +157,7 @@ HRESULT CTrackbar::Press(const tPageEvent& event) {
         m_pointer = event.x;
         m_rightward = event.x > ThumbLeft();
         Notice(KWNOTICE_CAPTURE, 1);
+        if (m_held != tHeld::CHANNEL) return S_OK; // let go within the notice
         SetRepeat(kRepeatDelay);
         StepPage();
     }
