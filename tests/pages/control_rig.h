@@ -5,6 +5,7 @@
 //
 //   size W,H  press X,Y  double X,Y  right X,Y  move X,Y  release  cancel  leave  wheel N  timer N  pick N
 //   key NAME  up NAME  focus PART  blur PART  text PART WORDS  msg NUMBER,WPARAM,LPARAM  show
+//   tip @PART  set R,G,B,A of a colour picker; set X,Y  add X,Y,CONFINED,SELECTABLE of a placement
 //   when WORD do STEP       the next time that the control says WORD, STEP happens within
 //
 // An event may end in "+ctrl" or "+shift". A place may be "@PART" for the middle of a part of a colour picker, and
@@ -39,7 +40,7 @@ class CControlRig : public IControlOwner {
     explicit CControlRig(T... arguments) : control(*this, kId, arguments...) {}
 
     /// The log of a script.
-    std::string Run(std::string_view script) {
+    std::string Play(std::string_view script) {
         m_log.clear();
         while (!script.empty()) {
             const std::size_t end = script.find("; ");
@@ -50,8 +51,10 @@ class CControlRig : public IControlOwner {
             script.remove_prefix(end == std::string_view::npos ? script.size() : end + 2);
         }
         m_begun = false;
-        return std::exchange(m_log, {});
+        return Take();
     }
+    /// What the control said since the last script.
+    std::string Take() { return std::exchange(m_log, {}); }
     HRESULT Send(LONG kind, LONG x = 0, LONG y = 0, LONG value = 0, ULONG modifiers = 0, LONG part = 0,
                  const char* text = nullptr) {
         return control.Event({kind, x, y, value, modifiers, part, text});
@@ -169,6 +172,12 @@ class CControlRig : public IControlOwner {
             return;
         }
         if (verb == "show") return Say(Show());
+        if (verb == "tip") {
+            Step("move " + std::string(step));
+            if constexpr (std::is_same_v<C, CColorPicker>) Say(Detail<tColorPickDetail>().tip);
+            return;
+        }
+        if (verb == "set" || verb == "add") return Set(verb == "add", step);
         if (verb == "msg") {
             const auto message = static_cast<UINT>(Number(Word(step, ',')));
             const auto wParam = static_cast<std::uintptr_t>(Number(Word(step, ',')));
@@ -214,6 +223,24 @@ class CControlRig : public IControlOwner {
         }
         if (const HRESULT status = control.Event(event); status != S_OK)
             Say(status == S_FALSE ? "no" : std::to_string(status));
+    }
+
+    void Set(bool add, std::string_view step) {
+        const auto next = [&](double otherwise) {
+            return step.empty() ? otherwise : std::strtod(std::string(Word(step, ',')).c_str(), nullptr);
+        };
+        if constexpr (std::is_same_v<C, CColorPicker>) {
+            float color[4]{};
+            for (const int channel : {2, 1, 0, 3}) color[channel] = static_cast<float>(next(1));
+            EXPECT_EQ(Message(kColorPickSet, 0, color), 0);
+        } else {
+            tPlacementHandle handle;
+            handle.x = next(0);
+            handle.y = next(0);
+            handle.confined = static_cast<ULONG>(next(1));
+            handle.selectable = static_cast<ULONG>(next(1));
+            EXPECT_EQ(Message(add ? 2051 : 2052, static_cast<std::uintptr_t>(Message(2054)), &handle), !add);
+        }
     }
 
     template <class... T>

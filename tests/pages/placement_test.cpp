@@ -1,48 +1,16 @@
+#include "pages/controls/placement.h"
+
 #include <cmath>
 #include <limits>
-#include <random>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "pages/controls/placement.h"
+#include "pages/control_rig.h"
 
 namespace {
 
-constexpr LONG kId = 1234;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-// Writes down what the control says, in order: "2104" for a notification, "capture 1", "changed" and so on.
-struct Owner : IControlOwner {
-    std::intptr_t OnControlMessage(CPageControl& from, UINT message, std::uintptr_t wParam,
-                                   std::intptr_t lParam) override {
-        EXPECT_EQ(message, WM_NOTIFY);
-        EXPECT_EQ(wParam, static_cast<std::uintptr_t>(kId));
-        notices.push_back(*reinterpret_cast<const tPlacementNotice*>(lParam));
-        EXPECT_EQ(notices.back().window, nullptr);
-        EXPECT_EQ(notices.back().id, kId);
-        log << notices.back().code << ' ';
-        if (answer) answer(from, notices.back());
-        return 0;
-    }
-    void OnControlNotice(const tPageNotice& notice) override {
-        EXPECT_EQ(notice.control, kId);
-        constexpr const char* names[] = {"", "changed", "applied", "settled", "capture", "timer", "focus", "menu"};
-        log << names[notice.code];
-        if (notice.code == KWNOTICE_CAPTURE) log << notice.x;
-        if (notice.code == KWNOTICE_TIMER || notice.code == KWNOTICE_MENU) log << notice.x << ',' << notice.y;
-        log << ' ';
-    }
-    std::string Log() { return std::exchange(log, std::ostringstream{}).str(); }
-
-    std::vector<tPlacementNotice> notices;
-    std::ostringstream log;
-    void (*answer)(CPageControl&, const tPlacementNotice&) = nullptr;
-};
+constexpr ULONG kEcho = 1u << 31; ///< the page writes back what it is told
 
 tPlacementHandle Handle(double x, double y, ULONG confined = 1, ULONG selectable = 1, ULONG kind = 2) {
     tPlacementHandle handle;
@@ -54,67 +22,166 @@ tPlacementHandle Handle(double x, double y, ULONG confined = 1, ULONG selectable
     return handle;
 }
 
-// An area of 100 by 200 pixels from (8, 8).
-class Placement : public testing::Test {
-  protected:
-    Placement() { MakeSize(116, 216); }
-
-    void MakeSize(LONG x, LONG y) {
-        Send(KWEVENT_SIZE, x, y);
-        owner.Log();
+/// An area of 100 by 200 pixels from (8, 8).
+struct tPlacement : CControlRig<CPlacement> {
+    explicit tPlacement(ULONG style = 0) : CControlRig(style) {
+        echoes = style & kEcho;
+        Play("size 116,216");
     }
-    HRESULT Send(LONG kind, LONG x = 0, LONG y = 0, LONG value = 0, ULONG modifiers = 0) {
-        return control.Event({kind, x, y, value, modifiers, 0, nullptr});
-    }
-    HRESULT Key(LONG key, ULONG modifiers = 0) { return Send(KWEVENT_KEY, 0, 0, key, modifiers); }
-    std::intptr_t Message(UINT message, std::uintptr_t wParam = 0, std::intptr_t lParam = 0) {
-        return control.Message(message, wParam, lParam);
-    }
-    std::intptr_t Message(UINT message, std::uintptr_t wParam, void* block) {
-        return control.Message(message, wParam, reinterpret_cast<std::intptr_t>(block));
-    }
-    void Add(tPlacementHandle handle) { EXPECT_EQ(Message(2051, 0, &handle), 0); }
-    void Replace(std::uintptr_t index, tPlacementHandle handle) { EXPECT_EQ(Message(2052, index, &handle), 1); }
     tPlacementHandle At(std::uintptr_t index) {
         tPlacementHandle handle;
         EXPECT_EQ(Message(2053, index, &handle), 1);
         return handle;
     }
-    tPlacementDetail Detail() {
-        tPlacementDetail detail{};
-        EXPECT_EQ(control.Detail(&detail, sizeof detail), S_OK);
-        return detail;
-    }
-
-    Owner owner;
-    CPlacement control{owner, kId, 0};
 };
 
-TEST_F(Placement, BeginsWithOneHandleInTheMiddle) {
-    EXPECT_EQ(Message(2050), 1);
-    EXPECT_EQ(Message(2054), 0);
-    EXPECT_EQ(At(0), tPlacementHandle{});
-    EXPECT_EQ(At(0).x, 0.5);
-    EXPECT_EQ(At(0).y, 0.5);
-    EXPECT_EQ(At(0).kind, 2u);
+constexpr tScript kScripts[] = {
+    {0, "show; msg 2054,0,0; msg 2050,0,0", "free 0.5,0.5!; =0; =1"},
+    {0,
+     "set 0.3,0.4; press 41,90; move 41,90; move 51,110; show; move 100000,-100000; show; release; show; release; move "
+     "1,1; cancel",
+     "*; focus capture 2102 *; 2104; 2104 *; held 0.4,0.5!; 2104 *; held 1,0!; 2102 free * settled; free 1,0!; no; no; "
+     "no"},
+    {0, "set 0.5,0.5,0; press 58,108; move 208,-92; show; move -2147483648,2147483647; show",
+     "*; focus capture 2102 *; 2104 *; held 2,-0.5!; 2104 *; held -1000,1000!"},
+    {0, "size 116,16; set 0.5,0.25; press 58,8; move 68,100; show",
+     "*; *; focus capture 2102 *; 2104 *; held 0.6,0.25!"},
+    {0, "key escape; press 58,108; move 68,108; key escape; show; move 0,0; release; cancel",
+     "no; focus capture 2102 *; 2104 *; free 2104 * settled; free 0.5,0.5!; no; no; no"},
+    {0, "press 58,108; cancel; press 58,108; press 0,0; show",
+     "focus capture 2102 *; 2102 free * settled; focus capture 2102 *; 2102 free * settled focus; free 0.5,0.5!"},
+    {0, "press 58,115; press 58,114; show; key home; key tab; key 65; wheel 120; up home",
+     "focus; focus capture 2102 *; held 0.5,0.5!; 2104 *; ; no; no; "},
+    {0, "press 52,108; release; press 51,108", "focus capture 2102 *; 2102 free * settled; focus"},
+    {0,
+     "add 0.5,0.5; add 0.5,0.5; add 0,0; press 58,108; show; release; msg 2065,1,0; press 58,108; show; release; msg "
+     "2065,3,0; press 58,108; show",
+     "*; *; *; focus capture 2102 *; held 0.5,0.5! 0.5,0.5 0.5,0.5 0,0; 2102 free * settled; * =0; focus capture 2102 "
+     "*; held 0.5,0.5 0.5,0.5! 0.5,0.5 0,0; 2102 free * settled; * =0; focus capture 2102 *; held 0.5,0.5 0.5,0.5 "
+     "0.5,0.5! 0,0"},
+    {0, "double 33,58; show; double 115,0; show; double 33,58; release; msg 2061,3,0; double 80,80; show",
+     "focus 2101 * settled; free 0.5,0.5 0.25,0.25!; focus 2101 * settled; free 0.5,0.5 0.25,0.25 1,0!; focus capture "
+     "2102 *; 2102 free * settled; =0; focus; free 0.5,0.5 0.25,0.25! 1,0"},
+    {0, "key pageup; show; key pagedown; show; key home; show; key end; up end; show",
+     "2104 *; free 0.5,0!; 2104 *; free 0.5,1!; 2104 *; free 0,1!; 2104 *; settled; free 1,1!"},
+    {0,
+     "msg 2066,20,200; msg 2067,30,300; key left; show; key right; key right; show; key up; show; key down; key down; "
+     "show; key left+ctrl; show; key right+ctrl; key up+ctrl; show; key down+ctrl; key down+ctrl; show",
+     "=0; =0; 2104 *; free 0.48,0.5!; 2104 *; 2104 *; free 0.52,0.5!; 2104 *; free 0.52,0.47!; 2104 *; 2104 *; free "
+     "0.52,0.53!; 2104 *; free 0.32,0.53!; 2104 *; 2104 *; free 0.52,0.23!; 2104 *; 2104 *; free 0.52,0.83!"},
+    {0,
+     "key left; key up; show; key right+ctrl; key down+ctrl; show; key home+ctrl; show; key return; up return; key 12; "
+     "key 114; key -1; up 32; up 41; up 33; up 40",
+     "2104 *; 2104 *; free 0.49,0.49!; 2104 *; 2104 *; free 0.59,0.59!; 2104 *; free 0,0.59!; no; no; no; no; no; no; "
+     "no; settled; settled"},
+    {0,
+     "set 5,-5,0; key left; show; msg 2066,-1,-250; set 0.5,0.5; key right; show; set 0.5,0.5; key right+ctrl; show; "
+     "msg 2066,0,-2147483648; key right+ctrl; show; msg 2066,0,1000000; key right+ctrl; show",
+     "*; 2104 *; free 1,0!; =0; *; 2104 *; free 1,0.5!; *; 2104 *; free 0.25,0.5!; =0; 2104 *; free 0,0.5!; =0; 2104 "
+     "*; free 1,0.5!"},
+    {0,
+     "add 0.1,0.1,1,0; add 0.1,0.1,1,1; add 0.1,0.1,1,2; add 0.1,0.1,1,1; add 0.1,0.1,1,0; key tab; msg 2054,0,0; key "
+     "tab; msg 2054,0,0; key tab; msg 2054,0,0; key tab+shift; key tab+shift; msg 2054,0,0; key tab+shift; press "
+     "58,108; key tab; msg 2054,0,0",
+     "*; *; *; *; *; 2102 *; =2; 2102 *; =4; no; =4; 2102 *; 2102 *; =0; no; focus capture 2102 *; ; =0"},
+    {0,
+     "msg 2064,5,0; msg 2050,0,0; msg 2061,3,0; msg 2050,0,0; msg 2064,9,0; msg 2050,0,0; msg 2062,2,0; msg 2050,0,0; "
+     "msg 2064,0,0; msg 2050,0,0; msg 2061,10,0; msg 2062,6,0; msg 2050,0,0; msg 2061,4,0; msg 2050,0,0; msg 2064,0,0; "
+     "msg 2050,0,0; msg 2062,0,0; msg 2061,0,0; msg 2050,0,0",
+     "* =0; =5; * =0; =3; * =0; =3; =0; =3; * =0; =2; =0; * =0; =6; * =0; =4; * =0; =4; =0; * =0; =0"},
+    {0,
+     "msg 2061,0,0; msg 2064,7,0; msg 2050,0,0; msg 2061,-1,0; msg 2064,2147483647,0; msg 2050,0,0; msg "
+     "2061,4294967295,0; msg 2064,2147483647,0; msg 2050,0,0; msg 2062,9223372036854775807,0; msg 2064,1,0; msg "
+     "2050,0,0; msg 2061,1,0; msg 2050,0,0",
+     "* =0; * =0; =0; =0; * =0; =0; =0; * =0; =1000; =0; * =0; =1000; * =0; =1"},
+    {0,
+     "add 0.1,0; add 0.2,0; msg 2065,2,0; msg 2059,0,0; show; msg 2059,0,0; show; msg 2062,1,0; msg 2059,0,0; show; "
+     "msg 2059,-1,0; msg 2059,7,0",
+     "*; *; * =0; * =0; free 0.1,0 0.2,0!; * =0; free 0.2,0!; =0; =0; free 0.2,0!; =0; =0"},
+    {0, "add 0.1,0; add 0.2,0; msg 2065,1,0; msg 2059,1,0; show; msg 2059,1,0; show; add 0.3,0; msg 2059,1,0; show",
+     "*; *; * =0; * =0; free 0.5,0.5 0.2,0!; * =0; free 0.5,0.5!; *; * =0; free 0.5,0.5!"},
+    {0, "add 0,0; msg 2065,1,0; msg 2065,2,0; msg 2065,4294967296,0; msg 2065,-1,0; msg 2054,0,0; msg 2063,0,0",
+     "*; * =0; =0; =0; =0; =1; * =0"},
+    {0, "msg 2061,0,0; key left; key tab; press 58,108; double 58,108; show; msg 2061,5,0; msg 273,2151,0; show",
+     "* =0; no; no; focus; focus; free; =0; 2103 * settled =0; free 0.5,0.5!"},
+    {0,
+     "add 0.1,0.1; add 0.1,0.1; set 0,0; msg 2065,2,0; right 20,30; msg 273,2151,0; show; msg 273,2152,0; press "
+     "58,108; msg 273,2151,0; show",
+     "*; *; *; * =0; menu20,30; 2103 * settled =0; free 0.5,0.5!; =0; focus capture 2102 *; free 2103 * settled =0; "
+     "free 0.5,0.5!"},
+    {2, "right 1,2", "2107"},
+    {4294967293, "right 1,2", "menu1,2"},
+    {0, "add 0.1,0.5; msg 2065,0,0; press 58,108; msg 2059,1,0; show; msg 2059,0,0; show; move 68,108; release",
+     "*; * =0; focus capture 2102 *; * =0; held 0.5,0.5!; free settled * =0; free; no; no"},
+    {0, "add 0.9,0.5; press 58,108; msg 2065,1,0; press 58,108; msg 2065,0,0; msg 2064,1,0; show; msg 2061,0,0; show",
+     "*; focus capture 2102 *; free settled * =0; focus capture 2102 *; * =0; * =0; held 0.5,0.5!; free settled * =0; "
+     "free"},
+    {0,
+     "add 0.1,0.5; add 0.5,0.9; msg 2065,1,0; press 18,108; msg 2059,0,0; show; move 28,108; show; msg 2064,0,0; show",
+     "*; *; * =0; focus capture 2102 *; * =0; held 0.1,0.5! 0.5,0.9; 2104 *; held 0.2,0.5! 0.5,0.9; free settled * =0; "
+     "free"},
+    {kEcho, "press 58,108; move 59,108; move 68,108; show; release; key left; show",
+     "focus capture 2102 * *; 2104 * *; 2104 * *; held 0.6,0.5!; 2102 * free * settled; 2104 * *; free 0.59,0.5!"},
+    {0,
+     "press 58,108; when 2104 do msg 2064,0,0; move 70,108; show; msg 2064,1,0; when 2102 do msg 2064,0,0; press "
+     "58,108; show; move 60,60",
+     "focus capture 2102 *; ; 2104 free settled * =0 *; free; * =0; ; focus capture 2102 free settled * =0 *; free; "
+     "no"},
+    {0,
+     "press 58,108; when 2102 do msg 2064,0,0; release; show; msg 2064,3,0; when 2104 do msg 2059,0,0; key left; show",
+     "focus capture 2102 *; ; 2102 free settled * =0; free; * =0; ; 2104 * =0 *; free 0.5,0.5! 0.5,0.5"},
+    {0,
+     "when capture do cancel; press 58,108; show; when focus do msg 2064,0,0; press 58,108; show; when 2101 do msg "
+     "2061,0,0; double 20,20; msg 2061,5,0; when 2101 do msg 2059,0,0; double 20,20; show",
+     "; focus capture 2102 free * settled 2102 *; free 0.5,0.5!; ; focus * =0; free; ; focus 2101 * =0 * settled; =0; "
+     "; focus 2101 * =0 * settled; free"},
+    {0,
+     "add 0.1,0.1; when 2102 do msg 2064,1,0; key tab; show; press 58,108; when free do press 58,108; key escape; "
+     "show; release",
+     "*; ; 2102 * =0 *; free 0.5,0.5!; focus capture 2102 *; ; free focus capture 2102 * 2104 * settled; held "
+     "0.5,0.5!; 2102 free * settled"},
+    {0,
+     "press 58,108; when free do msg 2061,0,0; key escape; show; msg 2061,2,0; msg 273,2151,0; press 58,108; when free "
+     "do msg 2061,0,0; msg 273,2151,0; show",
+     "focus capture 2102 *; ; free * =0 2104 * settled; free; =0; 2103 * settled =0; focus capture 2102 *; ; free * =0 "
+     "2103 * settled =0; free"},
+};
+
+TEST(Placement, Scripts) {
+    for (const tScript& test : kScripts) EXPECT_EQ(tPlacement(test.style).Play(test.script), test.log) << test.script;
 }
 
-TEST_F(Placement, AsksForItsTimerOnce) {
-    Owner other;
-    CPlacement fresh(other, kId, 0);
-    EXPECT_EQ(other.Log(), "");
-    fresh.Event({KWEVENT_SIZE, 50, 50, 0, 0, 0, nullptr});
-    fresh.Event({KWEVENT_SIZE, 60, 50, 0, 0, 0, nullptr});
-    EXPECT_EQ(other.Log(), "timer2060,500 changed changed ");
-    const bool lit = control.Lit();
-    EXPECT_EQ(Send(KWEVENT_TIMER, 0, 0, 2060), S_OK);
-    EXPECT_NE(control.Lit(), lit);
-    EXPECT_EQ(Send(KWEVENT_TIMER, 0, 0, 2061), S_FALSE);
-    EXPECT_NE(control.Lit(), lit);
-    EXPECT_EQ(owner.Log(), "changed ");
+// What the control tells beside the code: the handle after the change, and before it or where the drag began.
+TEST(Placement, NoticesHoldBothRecords) {
+    const struct {
+        const char* script;
+        std::vector<std::pair<tPlacementHandle, tPlacementHandle>> told; ///< before, after
+    } rows[] = {
+        {"press 58,108; move 68,128; move 108,8; release",
+         {{Handle(0.5, 0.5), Handle(0.5, 0.5)},
+          {Handle(0.5, 0.5), Handle(0.6, 0.6)},
+          {Handle(0.5, 0.5), Handle(1, 0)},
+          {Handle(1, 0), Handle(1, 0)}}},
+        {"press 58,108; move 68,108; key escape",
+         {{Handle(0.5, 0.5), Handle(0.5, 0.5)},
+          {Handle(0.5, 0.5), Handle(0.6, 0.5)},
+          {Handle(0.6, 0.5), Handle(0.5, 0.5)}}},
+        {"key home; key down", {{Handle(0.5, 0.5), Handle(0, 0.5)}, {Handle(0, 0.5), Handle(0, 0.51)}}},
+        {"double 33,58", {{Handle(0.25, 0.25), Handle(0.25, 0.25)}}},
+        {"msg 2061,0,0; msg 273,2151,0", {{Handle(0.5, 0.5), Handle(0.5, 0.5)}}},
+    };
+    for (const auto& row : rows) {
+        tPlacement p;
+        p.Play(row.script);
+        ASSERT_EQ(p.handles.size(), row.told.size()) << row.script;
+        for (std::size_t i = 0; i < row.told.size(); ++i) {
+            EXPECT_EQ(p.handles[i].before, row.told[i].first) << row.script << " " << i;
+            EXPECT_EQ(p.handles[i].after, row.told[i].second) << row.script << " " << i;
+        }
+    }
 }
 
-TEST_F(Placement, AreaLeavesRoomForFrameAndHandle) {
+TEST(Placement, AreaLeavesRoomForFrameAndHandle) {
     constexpr LONG most = std::numeric_limits<LONG>::max(), least = std::numeric_limits<LONG>::min();
     const struct {
         LONG x, y;
@@ -125,12 +192,18 @@ TEST_F(Placement, AreaLeavesRoomForFrameAndHandle) {
                 {0, -5, {0, 0, 0, 0}},
                 {most, least, {8, 0, most - 8, 0}}};
     for (const auto& row : rows) {
-        MakeSize(row.x, row.y);
-        EXPECT_EQ(Detail().area, row.area) << row.x << 'x' << row.y;
+        tPlacement p;
+        p.Send(KWEVENT_SIZE, row.x, row.y);
+        EXPECT_EQ(p.Detail<tPlacementDetail>().area, row.area) << row.x << 'x' << row.y;
     }
+    CControlRig<CPlacement> fresh(0u);
+    EXPECT_EQ(fresh.Play("size 50,50; size 60,50"), "timer2060,500 *; *") << "asks for its timer once";
+    const bool lit = fresh.control.Lit();
+    EXPECT_EQ(fresh.Play("timer 2060; timer 2061"), "*; no");
+    EXPECT_NE(fresh.control.Lit(), lit);
 }
 
-TEST_F(Placement, AddTakesPlacesFrom0To1Only) {
+TEST(Placement, AddTakesPlacesFrom0To1Only) {
     const struct {
         double x, y;
         bool taken;
@@ -142,20 +215,17 @@ TEST_F(Placement, AddTakesPlacesFrom0To1Only) {
                 {-1e-300, 0, false},
                 {kNaN, 0.2, false},
                 {0.2, kInfinity, false}};
+    tPlacement p;
     for (const auto& row : rows) {
-        const auto before = Message(2050);
-        Add(Handle(row.x, row.y, 0, 0, 4));
-        EXPECT_EQ(Message(2050), before + 1);
-        EXPECT_EQ(At(before), row.taken ? Handle(row.x, row.y, 0, 0, 4) : tPlacementHandle{}) << row.x << ',' << row.y;
+        tPlacementHandle handle = Handle(row.x, row.y, 0, 0, 4);
+        const auto before = static_cast<std::uintptr_t>(p.Message(2050));
+        EXPECT_EQ(p.Message(2051, 0, &handle), 0);
+        EXPECT_EQ(p.At(before), row.taken ? handle : tPlacementHandle{}) << row.x << ',' << row.y;
     }
-    EXPECT_EQ(Message(2051), 0);
-    EXPECT_EQ(Message(2050), 10);
-    EXPECT_EQ(At(9), tPlacementHandle{});
-    EXPECT_EQ(Message(2054), 0);
-    EXPECT_TRUE(owner.notices.empty());
+    EXPECT_TRUE(p.handles.empty());
 }
 
-TEST_F(Placement, ReplaceKeepsRecordsDrawable) {
+TEST(Placement, ReplaceKeepsRecordsDrawable) {
     const struct {
         tPlacementHandle given, kept;
     } rows[] = {{Handle(0.1, 0.9, 7, 3, 4), Handle(0.1, 0.9, 7, 3, 4)},
@@ -164,429 +234,54 @@ TEST_F(Placement, ReplaceKeepsRecordsDrawable) {
                 {Handle(1.5, -2), Handle(1.5, -2)},
                 {Handle(1e300, -1e300), Handle(1000, -1000)},
                 {Handle(kNaN, -kInfinity), Handle(0.5, 0.5)}};
+    tPlacement p;
     for (const auto& row : rows) {
-        Replace(0, row.given);
-        EXPECT_EQ(At(0), row.kept);
+        unsigned char bytes[sizeof row.given + 1]; // blocks need no alignment
+        std::memcpy(bytes + 1, &row.given, sizeof row.given);
+        EXPECT_EQ(p.Message(2052, 0, bytes + 1), 1);
+        std::memset(bytes, 0, sizeof bytes);
+        EXPECT_EQ(p.Message(2053, 0, bytes + 1), 1);
+        EXPECT_EQ(std::memcmp(bytes + 1, &row.kept, sizeof row.kept), 0);
     }
     tPlacementHandle endless;
     std::memset(endless.label, 'x', sizeof endless.label);
-    Replace(0, endless);
-    EXPECT_EQ(std::string(At(0).label), std::string(27, 'x'));
-    EXPECT_EQ(Message(2052, 1, &endless), 0);
-    EXPECT_EQ(Message(2052, ~std::uintptr_t{0}, &endless), 0);
-    EXPECT_EQ(Message(2053, 1, &endless), 0);
-    EXPECT_TRUE(owner.notices.empty());
+    EXPECT_EQ(p.Message(2052, 0, &endless), 1);
+    EXPECT_EQ(std::string(p.At(0).label), std::string(27, 'x'));
+    for (const std::uintptr_t bad : {std::uintptr_t{1}, std::uintptr_t{1} << 32, ~std::uintptr_t{0}})
+        for (const UINT message : {2052, 2053}) EXPECT_EQ(p.Message(message, bad, &endless), 0);
+    EXPECT_TRUE(p.handles.empty());
 }
 
-TEST_F(Placement, BlocksNeedNoAlignment) {
-    unsigned char bytes[sizeof(tPlacementHandle) + 1];
-    const tPlacementHandle handle = Handle(0.25, 0.125);
-    std::memcpy(bytes + 1, &handle, sizeof handle);
-    EXPECT_EQ(Message(2052, 0, bytes + 1), 1);
-    std::memset(bytes, 0, sizeof bytes);
-    EXPECT_EQ(Message(2053, 0, bytes + 1), 1);
-    EXPECT_EQ(std::memcmp(bytes + 1, &handle, sizeof handle), 0);
+TEST(Placement, MessagesTakeNullPointersAndKeepWords) {
+    tPlacement p;
+    for (UINT message = 2048; message < 2080; ++message)
+        EXPECT_EQ(p.Message(message), message == 2050 || message == 2079) << message;
+    ULONG words[3] = {1, 2, 0xFFFFFFFF}, out[3] = {}, word = 0;
+    EXPECT_EQ(p.Message(2069, 0, words), 0);
+    EXPECT_EQ(p.Message(2068, 0, out), 0);
+    EXPECT_TRUE(std::equal(words, words + 3, out));
+    EXPECT_EQ(p.Message(2079, 0xABCDEF01), 1);
+    EXPECT_EQ(p.Message(2078, reinterpret_cast<std::uintptr_t>(&word)), 1);
+    EXPECT_EQ(word, 0xABCDEF01);
+    LONG area[2] = {-1, -1};
+    EXPECT_EQ(p.control.Detail(area, 4), S_OK);
+    EXPECT_EQ(area[0], 8);
+    EXPECT_EQ(area[1], -1);
 }
 
-TEST_F(Placement, DragTellsInOrder) {
-    Replace(0, Handle(0.3, 0.4)); // pixel (38, 88)
-    owner.Log();
-    EXPECT_EQ(Send(KWEVENT_PRESS, 41, 90), S_OK);
-    EXPECT_EQ(owner.Log(), "focus capture1 2102 changed ");
-    EXPECT_TRUE(Detail().tracking);
-    Send(KWEVENT_MOVE, 41, 90, 1);
-    EXPECT_EQ(owner.Log(), "2104 "); // told, but nothing to draw
-    EXPECT_NEAR(At(0).x, 0.3, 1e-12);
-    EXPECT_NEAR(At(0).y, 0.4, 1e-12);
-    Send(KWEVENT_MOVE, 51, 110, 1);
-    EXPECT_EQ(owner.Log(), "2104 changed ");
-    EXPECT_NEAR(At(0).x, 0.4, 1e-12);
-    EXPECT_NEAR(At(0).y, 0.5, 1e-12);
-    Send(KWEVENT_MOVE, 100000, -100000, 1);
-    EXPECT_EQ(At(0).x, 1);
-    EXPECT_EQ(At(0).y, 0);
-    owner.Log();
-    EXPECT_EQ(Send(KWEVENT_RELEASE, 0, 0), S_OK);
-    EXPECT_EQ(owner.Log(), "2102 capture0 changed settled ");
-    EXPECT_FALSE(Detail().tracking);
-
-    ASSERT_EQ(owner.notices.size(), 5u);
-    EXPECT_EQ(owner.notices[0].before, Handle(0.3, 0.4));
-    EXPECT_EQ(owner.notices[0].after, Handle(0.3, 0.4));
-    for (int i = 1; i < 4; ++i) EXPECT_EQ(owner.notices[i].before, Handle(0.3, 0.4)) << i;
-    EXPECT_EQ(owner.notices[3].after, Handle(1, 0));
-    EXPECT_EQ(owner.notices[4].before, Handle(1, 0));
-    EXPECT_EQ(owner.notices[4].after, Handle(1, 0));
-}
-
-TEST_F(Placement, FreeHandleFollowsBeyondTheArea) {
-    Replace(0, Handle(0.5, 0.5, 0));
-    Send(KWEVENT_PRESS, 58, 108);
-    Send(KWEVENT_MOVE, 208, -92, 1);
-    EXPECT_EQ(At(0), Handle(2, -0.5, 0));
-    Send(KWEVENT_MOVE, std::numeric_limits<LONG>::min(), std::numeric_limits<LONG>::max(), 1);
-    EXPECT_EQ(At(0), Handle(-1000, 1000, 0));
-}
-
-TEST_F(Placement, AxisWithoutLengthKeepsItsShare) {
-    MakeSize(116, 16);
-    Replace(0, Handle(0.5, 0.25));
-    Send(KWEVENT_PRESS, 58, 8);
-    Send(KWEVENT_MOVE, 68, 100, 1);
-    EXPECT_EQ(At(0), Handle(0.6, 0.25));
-}
-
-TEST_F(Placement, EscapeTakesTheDragBack) {
-    EXPECT_EQ(Key(KWKEY_ESCAPE), S_FALSE);
-    Send(KWEVENT_PRESS, 58, 108);
-    Send(KWEVENT_MOVE, 68, 108, 1);
-    owner.Log();
-    EXPECT_EQ(Key(KWKEY_ESCAPE), S_OK);
-    EXPECT_EQ(owner.Log(), "capture0 2104 changed settled ");
-    EXPECT_EQ(At(0), tPlacementHandle{});
-    EXPECT_EQ(owner.notices.back().after, tPlacementHandle{});
-    EXPECT_EQ(owner.notices.back().before, Handle(0.6, 0.5));
-    EXPECT_EQ(Send(KWEVENT_MOVE, 0, 0, 1), S_FALSE);
-    EXPECT_EQ(Send(KWEVENT_RELEASE), S_FALSE);
-    EXPECT_EQ(Send(KWEVENT_CANCEL), S_FALSE);
-    EXPECT_EQ(owner.Log(), "");
-}
-
-TEST_F(Placement, CancelAndASecondPressEndADragAsARelease) {
-    Send(KWEVENT_PRESS, 58, 108);
-    owner.Log();
-    EXPECT_EQ(Send(KWEVENT_CANCEL), S_OK);
-    EXPECT_EQ(owner.Log(), "2102 capture0 changed settled ");
-    Send(KWEVENT_PRESS, 58, 108);
-    owner.Log();
-    Send(KWEVENT_PRESS, 0, 0);
-    EXPECT_EQ(owner.Log(), "2102 capture0 changed settled focus ");
-}
-
-TEST_F(Placement, PressOnNothingTakesTheFocusAlone) {
-    EXPECT_EQ(Send(KWEVENT_PRESS, 58, 115), S_OK); // 7 pixels below the centre
-    EXPECT_EQ(owner.Log(), "focus ");
-    Send(KWEVENT_PRESS, 58, 114);
-    EXPECT_EQ(owner.Log(), "focus capture1 2102 changed ");
-}
-
-TEST_F(Placement, CurrentHandleIsHitFirstThenTheLast) {
-    Add(tPlacementHandle{});
-    Add(tPlacementHandle{});
-    const struct { LONG current, x, hit; } rows[] = {{0, 58, 0}, {1, 58, 1}, {2, 58, 2}, {3, 58, 2}};
-    Add(Handle(0, 0));
-    for (const auto& row : rows) {
-        Message(2065, row.current);
-        Send(KWEVENT_PRESS, row.x, 108);
-        EXPECT_EQ(Message(2054), row.hit) << row.current;
-        EXPECT_EQ(owner.notices.back().index, row.hit);
-        Send(KWEVENT_RELEASE);
-    }
-}
-
-TEST_F(Placement, DoubleClickAddsWhereNothingIs) {
-    EXPECT_EQ(Send(KWEVENT_DOUBLE_PRESS, 33, 58), S_OK);
-    EXPECT_EQ(owner.Log(), "focus 2101 changed settled ");
-    EXPECT_EQ(Message(2054), 1);
-    EXPECT_EQ(At(1), Handle(0.25, 0.25));
-    EXPECT_EQ(owner.notices.back().index, 1);
-    EXPECT_EQ(owner.notices.back().after, At(1));
-    EXPECT_FALSE(Detail().tracking);
-    Send(KWEVENT_DOUBLE_PRESS, 115, 0); // in the frame: the nearest corner
-    EXPECT_EQ(At(2), Handle(1, 0));
-    owner.Log();
-    Send(KWEVENT_DOUBLE_PRESS, 33, 58);
-    EXPECT_EQ(owner.Log(), "focus capture1 2102 changed ");
-    Send(KWEVENT_RELEASE);
-    Message(2061, 3);
-    owner.Log();
-    Send(KWEVENT_DOUBLE_PRESS, 80, 80);
-    EXPECT_EQ(owner.Log(), "focus ");
-    EXPECT_EQ(Message(2050), 3);
-}
-
-TEST_F(Placement, KeysMoveTheCurrentHandle) {
-    Message(2066, 20, 200);
-    Message(2067, 30, 300);
-    const struct {
-        LONG key;
-        ULONG modifiers;
-        double x, y;
-    } rows[] = {{KWKEY_PAGE_UP, 0, 0.5, 0},
-                {KWKEY_PAGE_DOWN, 0, 0.5, 1},
-                {KWKEY_HOME, 0, 0, 0.5},
-                {KWKEY_END, 0, 1, 0.5},
-                {KWKEY_LEFT, 0, 0.48, 0.5},
-                {KWKEY_RIGHT, 0, 0.52, 0.5},
-                {KWKEY_UP, 0, 0.5, 0.47},
-                {KWKEY_DOWN, 0, 0.5, 0.53},
-                {KWKEY_LEFT, KWMOD_CTRL, 0.3, 0.5},
-                {KWKEY_RIGHT, KWMOD_CTRL | KWMOD_SHIFT, 0.7, 0.5},
-                {KWKEY_UP, KWMOD_CTRL, 0.5, 0.2},
-                {KWKEY_DOWN, KWMOD_CTRL, 0.5, 0.8},
-                {KWKEY_HOME, KWMOD_CTRL, 0, 0.5}};
-    for (const auto& row : rows) {
-        Replace(0, tPlacementHandle{});
-        owner.Log();
-        EXPECT_EQ(Key(row.key, row.modifiers), S_OK);
-        EXPECT_EQ(Send(KWEVENT_KEY_UP, 0, 0, row.key), S_OK);
-        EXPECT_EQ(owner.Log(), "2104 changed settled ") << row.key;
-        EXPECT_DOUBLE_EQ(At(0).x, row.x) << row.key;
-        EXPECT_DOUBLE_EQ(At(0).y, row.y) << row.key;
-        EXPECT_EQ(owner.notices.back().before, tPlacementHandle{});
-        EXPECT_EQ(owner.notices.back().after, At(0));
-    }
-    for (LONG key : {LONG{KWKEY_RETURN}, LONG{KWKEY_CLEAR}, LONG{KWKEY_F3}, LONG{65}, LONG{-1}}) {
-        EXPECT_EQ(Key(key), S_FALSE);
-        EXPECT_EQ(Send(KWEVENT_KEY_UP, 0, 0, key), S_FALSE);
-    }
-}
-
-TEST_F(Placement, KeysKeepBothSharesFrom0To1) {
-    Replace(0, Handle(5, -5, 0));
-    Key(KWKEY_LEFT);
-    EXPECT_EQ(At(0), Handle(1, 0, 0));
-    const struct {
-        std::uintptr_t plain;
-        std::intptr_t ctrl;
-        ULONG modifiers;
-        double x;
-    } rows[] = {{~std::uintptr_t{0}, 0, 0, 1}, // the plain step is unsigned
-                {0, -250, KWMOD_CTRL, 0.25},   // the other is not
-                {0, 1'000'000, KWMOD_CTRL, 1},
-                {0, std::numeric_limits<LONG>::min(), KWMOD_CTRL, 0}};
-    for (const auto& row : rows) {
-        Message(2066, row.plain, row.ctrl);
-        Replace(0, tPlacementHandle{});
-        Key(KWKEY_RIGHT, row.modifiers);
-        EXPECT_EQ(At(0).x, row.x);
-    }
-    Replace(0, tPlacementHandle{});
-    Key(KWKEY_DOWN);
-    EXPECT_DOUBLE_EQ(At(0).y, 0.51);
-    Key(KWKEY_UP, KWMOD_CTRL);
-    EXPECT_DOUBLE_EQ(At(0).y, 0.41);
-}
-
-TEST_F(Placement, TabStopsAtSelectableHandles) {
-    for (ULONG selectable : {0u, 1u, 2u, 1u, 0u}) Add(Handle(0.1, 0.1, 1, selectable));
-    Message(2065, 0);
-    owner.Log();
-    const struct {
-        ULONG modifiers;
-        HRESULT result;
-        LONG current;
-    } rows[] = {{0, S_OK, 2},           {0, S_OK, 4},           {0, S_FALSE, 4}, // leaves the control
-                {KWMOD_SHIFT, S_OK, 2}, {KWMOD_SHIFT, S_OK, 0}, {KWMOD_SHIFT, S_FALSE, 0}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(Key(KWKEY_TAB, row.modifiers), row.result);
-        EXPECT_EQ(Message(2054), row.current);
-        EXPECT_EQ(owner.Log(), row.result == S_OK ? "2102 changed " : "");
-        EXPECT_EQ(owner.notices.back().index, row.current);
-    }
-    Send(KWEVENT_PRESS, 58, 108);
-    owner.Log();
-    EXPECT_EQ(Key(KWKEY_TAB), S_OK); // a drag keeps the focus and its handle
-    EXPECT_EQ(owner.Log(), "");
-    EXPECT_EQ(Message(2054), 0);
-}
-
-TEST_F(Placement, CountsStayWithinTheirLimits) {
-    const struct {
-        UINT message;
-        std::uintptr_t count;
-        LONG length;
-    } rows[] = {{2064, 5, 5},
-                {2061, 3, 3},
-                {2064, 9, 3},
-                {2062, 2, 3},
-                {2064, 0, 2},
-                {2061, 10, 2},
-                {2062, 6, 6},
-                {2061, 4, 4}, // the greatest prevails
-                {2064, 0, 4},
-                {2062, 0, 4},
-                {2061, 0, 0},
-                {2064, 7, 0},
-                {2061, ~std::uintptr_t{0}, 0}, // -1
-                {2061, 0xFFFFFFFF, 0},
-                {2064, 0x7FFFFFFF, 1000},
-                {2062, ~std::uintptr_t{0} >> 1, 1000},
-                {2064, 1, 1000},
-                {2061, 1, 1}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(Message(row.message, row.count), 0);
-        EXPECT_EQ(Message(2050), row.length) << row.message << ' ' << row.count;
-        EXPECT_LE(Message(2054), std::max(row.length - 1, 0));
-    }
-    EXPECT_TRUE(owner.notices.empty());
-}
-
-TEST_F(Placement, RemovingKeepsTheCurrentHandle) {
-    const struct {
-        LONG current, removed, then;
-    } rows[] = {{2, 0, 1}, {2, 1, 1}, {0, 2, 0}, {1, 1, 1}, {2, 2, 1}, {2, 3, 2}, {0, -1, 0}};
-    for (const auto& row : rows) {
-        Message(2064, 1);
-        for (double x : {0.1, 0.2}) Add(Handle(x, 0));
-        Message(2065, row.current);
-        Message(2059, row.removed);
-        EXPECT_EQ(Message(2054), row.then) << row.current << ' ' << row.removed;
-        EXPECT_EQ(Message(2050), row.removed < 0 || row.removed > 2 ? 3 : 2);
-        Message(2064, 0);
-        Message(2064, 1);
-    }
-    Message(2062, 1);
-    Message(2059, 0);
-    EXPECT_EQ(Message(2050), 1);
-}
-
-TEST_F(Placement, CurrentHandleIsSetByGoodIndicesOnly) {
-    Add(tPlacementHandle{});
-    Message(2065, 1);
-    owner.Log();
-    for (std::uintptr_t bad : {std::uintptr_t{2}, std::uintptr_t{0x100000000}, ~std::uintptr_t{0}}) Message(2065, bad);
-    EXPECT_EQ(Message(2054), 1);
-    EXPECT_EQ(owner.Log(), "");
-}
-
-TEST_F(Placement, EmptyListIsQuiet) {
-    Message(2061, 0);
-    owner.Log();
-    EXPECT_EQ(Key(KWKEY_LEFT), S_FALSE);
-    EXPECT_EQ(Key(KWKEY_TAB), S_FALSE);
-    Send(KWEVENT_PRESS, 58, 108);
-    Send(KWEVENT_DOUBLE_PRESS, 58, 108);
-    EXPECT_EQ(owner.Log(), "focus focus ");
-    Message(2061, 5);
-    Message(WM_COMMAND, 2151);
-    EXPECT_EQ(Message(2050), 1);
-}
-
-TEST_F(Placement, ResetLeavesOneHandleInTheMiddle) {
-    for (int i = 0; i < 3; ++i) Add(Handle(0.1, 0.1));
-    Replace(0, Handle(0, 0));
-    Message(2065, 2);
-    owner.Log();
-    EXPECT_EQ(Send(KWEVENT_RIGHT_PRESS, 20, 30), S_OK);
-    EXPECT_EQ(owner.Log(), "menu20,30 ");
+TEST(Placement, TheMenuHasReset) {
     tPageMenuItem item{};
-    EXPECT_EQ(control.MenuItem(0, item), S_OK);
+    tPlacement p, styled(kPlacementRightPressStyle);
+    EXPECT_EQ(p.control.MenuItem(0, item), S_OK);
     EXPECT_EQ(item.id, 2151);
     EXPECT_EQ(item.parent, -1);
     EXPECT_STREQ(item.text, "Reset");
-    EXPECT_EQ(control.MenuItem(1, item), E_INVALIDARG);
-    EXPECT_EQ(control.MenuItem(-1, item), E_INVALIDARG);
-    Message(WM_COMMAND, item.id);
-    EXPECT_EQ(owner.Log(), "2103 changed settled ");
-    EXPECT_EQ(Message(2050), 1);
-    EXPECT_EQ(Message(2054), 0);
-    EXPECT_EQ(At(0), tPlacementHandle{});
-    Message(WM_COMMAND, 2152);
-    EXPECT_EQ(owner.Log(), "");
-    Send(KWEVENT_PRESS, 58, 108);
-    owner.Log();
-    Message(WM_COMMAND, 2151);
-    EXPECT_EQ(owner.Log(), "capture0 2103 changed settled ");
+    for (const LONG index : {1, -1}) EXPECT_EQ(p.control.MenuItem(index, item), E_INVALIDARG);
+    EXPECT_EQ(styled.control.MenuItem(0, item), E_INVALIDARG);
 }
 
-TEST_F(Placement, StyleBitAsksForTheRightPress) {
-    Owner other;
-    CPlacement styled(other, kId, 2);
-    EXPECT_EQ(styled.Event({KWEVENT_RIGHT_PRESS, 1, 2, 0, 0, 0, nullptr}), S_OK);
-    EXPECT_EQ(other.Log(), "2107 ");
-    tPageMenuItem item{};
-    EXPECT_EQ(styled.MenuItem(0, item), E_INVALIDARG);
-    CPlacement plain(other, kId, ~2u);
-    plain.Event({KWEVENT_RIGHT_PRESS, 1, 2, 0, 0, 0, nullptr});
-    EXPECT_EQ(other.Log(), "menu1,2 ");
-}
-
-TEST_F(Placement, DragEndsWithItsHandle) {
-    const struct {
-        UINT message;
-        std::uintptr_t wParam;
-        bool ends;
-    } rows[] = {{2059, 1, true}, {2059, 0, false}, {2059, 2, false}, {2061, 1, true}, {2061, 2, false},
-                {2064, 1, true}, {2064, 2, false}, {2065, 0, true},  {2065, 1, false}};
-    for (const auto& row : rows) {
-        Message(2061, 1000);
-        Message(2064, 0);
-        for (double x : {0.1, 0.5, 0.9}) Add(Handle(x, 0.5));
-        Send(KWEVENT_PRESS, 58, 108);
-        ASSERT_EQ(Message(2054), 1);
-        owner.Log();
-        Message(row.message, row.wParam);
-        EXPECT_EQ(owner.Log(), row.ends ? "capture0 settled changed " : "changed ") << row.message << ' ' << row.wParam;
-        EXPECT_EQ(Detail().tracking, !row.ends);
-        Send(KWEVENT_MOVE, 68, 108, 1);
-        Send(KWEVENT_RELEASE);
-    }
-}
-
-// A page writes the record that it was told back into the control, and may empty the list.
-TEST_F(Placement, OwnerMaySendMessagesFromWithin) {
-    owner.answer = [](CPageControl& from, const tPlacementNotice& notice) {
-        tPlacementHandle handle = notice.after;
-        handle.x = static_cast<float>(handle.x);
-        from.Message(2052, notice.index, reinterpret_cast<std::intptr_t>(&handle));
-    };
-    Send(KWEVENT_PRESS, 58, 108);
-    for (LONG x = 58; x <= 68; ++x) Send(KWEVENT_MOVE, x, 108, 1);
-    EXPECT_EQ(At(0).x, 0.6f);
-    EXPECT_TRUE(Detail().tracking);
-    owner.answer = [](CPageControl& from, const tPlacementNotice&) { from.Message(2064, 0, 0); };
-    Send(KWEVENT_MOVE, 70, 108, 1);
-    EXPECT_FALSE(Detail().tracking);
-    Message(2064, 1);
-    Send(KWEVENT_PRESS, 58, 108); // the handle goes within the notification
-    EXPECT_FALSE(Detail().tracking);
-    owner.answer = nullptr;
-    Message(2064, 1);
-    Send(KWEVENT_PRESS, 58, 108);
-    owner.Log();
-    owner.answer = [](CPageControl& from, const tPlacementNotice&) { from.Message(2064, 0, 0); };
-    Send(KWEVENT_RELEASE);
-    EXPECT_EQ(owner.Log(), "2102 capture0 settled changed "); // let go once
-    for (int i = 0; i < 4; ++i) {
-        Message(2064, 3);
-        Message(2065, 2);
-        Send(KWEVENT_PRESS, 58, 108);
-        Send(KWEVENT_RELEASE);
-        Message(2064, 3);
-        Key(KWKEY_LEFT);
-        Send(KWEVENT_DOUBLE_PRESS, 20 + i, 20);
-    }
-    EXPECT_EQ(Message(2050), 0);
-}
-
-TEST_F(Placement, WordsAreKept) {
-    ULONG words[3] = {1, 2, 0xFFFFFFFF}, out[3] = {};
-    EXPECT_EQ(Message(2069, 0, words), 0);
-    EXPECT_EQ(Message(2068, 0, out), 0);
-    EXPECT_TRUE(std::equal(words, words + 3, out));
-    ULONG word = 0;
-    EXPECT_EQ(Message(2079, 0xABCDEF01), 1);
-    EXPECT_EQ(Message(2078, reinterpret_cast<std::uintptr_t>(&word)), 1);
-    EXPECT_EQ(word, 0xABCDEF01);
-}
-
-TEST_F(Placement, EveryMessageTakesNullPointers) {
-    for (UINT message = 2048; message < 2080; ++message) {
-        const auto result = Message(message);
-        EXPECT_EQ(result, message == 2050 || message == 2079 ? 1 : 0) << message;
-    }
-    Message(2063);
-    EXPECT_EQ(control.Detail(nullptr, 100), E_POINTER);
-    LONG area[2] = {-1, -1};
-    EXPECT_EQ(control.Detail(area, 4), S_OK);
-    EXPECT_EQ(area[0], 8);
-    EXPECT_EQ(area[1], -1);
-    EXPECT_EQ(Send(KWEVENT_WHEEL, 58, 108, 120), S_FALSE);
-    EXPECT_EQ(Send(-1), S_FALSE);
-}
-
-TEST_F(Placement, WithstandsRandomEventsAndMessages) {
+TEST(Placement, StandsRandomEventsAndMessages) {
+    tPlacement p;
     std::mt19937 engine(20);
     const auto random = [&] { return static_cast<ULONG>(engine()); };
     const auto pick = [&]<class T>(std::initializer_list<T> from) { return from.begin()[random() % from.size()]; };
@@ -609,21 +304,21 @@ TEST_F(Placement, WithstandsRandomEventsAndMessages) {
         const UINT message = 2048 + random() % 32;
         switch (random() % 3) {
         case 0:
-            Message(message, message == 2078 ? reinterpret_cast<std::uintptr_t>(words) : number(),
-                    message == 2068 || message == 2069 ? static_cast<void*>(words) : &handle);
+            p.Message(message, message == 2078 ? reinterpret_cast<std::uintptr_t>(words) : number(),
+                      message == 2068 || message == 2069 ? static_cast<void*>(words) : &handle);
             break;
         default:
-            if (random() % 20 == 0) Message(2061, 1000);
-            Send(static_cast<LONG>(random() % 20), number(), number(),
-                 random() % 2 ? number() : static_cast<LONG>(9 + random() % 32), random());
+            if (random() % 20 == 0) p.Message(2061, 1000);
+            p.Send(static_cast<LONG>(random() % 20), number(), number(),
+                   random() % 2 ? number() : static_cast<LONG>(9 + random() % 32), random());
             break;
         }
-        const tPlacementDetail detail = Detail();
+        const tPlacementDetail detail = p.Detail<tPlacementDetail>();
         ASSERT_LE(detail.count, 1000);
         ASSERT_GE(detail.selected, 0);
         ASSERT_TRUE(detail.selected < detail.count || (detail.selected == 0 && !detail.tracking));
         if (detail.count == 0) continue;
-        handle = At(detail.selected);
+        handle = p.At(detail.selected);
         ASSERT_LE(std::abs(handle.x), 1000);
         ASSERT_LE(std::abs(handle.y), 1000);
     }

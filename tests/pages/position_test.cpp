@@ -11,7 +11,7 @@ constexpr LONG kMax = std::numeric_limits<LONG>::max();
 
 /// A bar of 211 by 20 pixels from 0 to 100: two pixels a position, the thumb 11 wide.
 struct tBar : CControlRig<CTrackbar> {
-    explicit tBar(ULONG style = 0) : CControlRig(style) { Run("size 211,20; focus; msg 1552,1,50"); }
+    explicit tBar(ULONG style = 0) : CControlRig(style) { Play("size 211,20; focus; msg 1552,1,50"); }
 };
 
 TEST(Trackbar, DefaultOfARange) {
@@ -179,7 +179,7 @@ constexpr tScript kScripts[] = {
 };
 
 TEST(Trackbar, Scripts) {
-    for (const tScript& test : kScripts) EXPECT_EQ(tBar(test.style).Run(test.script), test.log) << test.script;
+    for (const tScript& test : kScripts) EXPECT_EQ(tBar(test.style).Play(test.script), test.log) << test.script;
 }
 
 TEST(Trackbar, Keys) {
@@ -192,7 +192,7 @@ TEST(Trackbar, Keys) {
             tBar t(reversed * KWTBS_REVERSED);
             t.moves = false;
             const std::string key = std::to_string(c.key);
-            EXPECT_EQ(t.Run("key " + key + "; up " + key),
+            EXPECT_EQ(t.Play("key " + key + "; up " + key),
                       std::to_string(reversed ? c.reversedCode : c.code) + ":50; 8:50 settled");
         }
 }
@@ -247,8 +247,8 @@ void StandsRandomEvents(T... arguments) {
             const RECT thumb = t.template Detail<tTrackbarDetail>().thumb;
             ASSERT_TRUE(0 <= thumb.left && thumb.left <= thumb.right);
         }
-        t.Run("cancel");
-        EXPECT_EQ(t.Run("timer 1"), "no") << "nothing runs on";
+        t.Play("cancel");
+        EXPECT_EQ(t.Play("timer 1"), "no") << "nothing runs on";
     }
 }
 
@@ -288,23 +288,23 @@ constexpr tScript kSpinnerScripts[] = {
 TEST(Spinner, Scripts) {
     for (const tScript& test : kSpinnerScripts) {
         CControlRig<CSpinner> t(LONG{1306});
-        t.Run("msg 1550,0,4; msg 1551,0,800; msg 1552,1,72; size 16,20");
-        EXPECT_EQ(t.Run(test.script), test.log) << test.script;
+        t.Play("msg 1550,0,4; msg 1551,0,800; msg 1552,1,72; size 16,20");
+        EXPECT_EQ(t.Play(test.script), test.log) << test.script;
     }
 }
 
 TEST(Spinner, ShowsItsParts) {
     CControlRig<CSpinner> t(LONG{1306});
-    t.Run("size 16,20");
+    t.Play("size 16,20");
     tPageControl shown{};
     t.control.Describe(shown);
     EXPECT_EQ(shown.buddy, 1306);
     EXPECT_EQ(t.Detail<tTrackbarDetail>().up, (RECT{0, 0, 16, 10}));
     EXPECT_EQ(t.Detail<tTrackbarDetail>().down, (RECT{0, 10, 16, 20}));
-    t.Run("msg 1552,1,5");
+    t.Play("msg 1552,1,5");
     t.control.BuddyFocus(true);
     t.control.BuddyFocus(false);
-    EXPECT_EQ(t.Run(""), "9:5 8:5 settled");
+    EXPECT_EQ(t.Take(), "9:5 8:5 settled");
 }
 
 } // namespace
