@@ -10,11 +10,14 @@
 /// use.
 #define KWINLINE __attribute__((always_inline))
 
-/// Before a loop whose rounds do not depend on each other though their pointers may be the same.
+/// Before a loop whose rounds do not depend on each other though their pointers may be the same, and before one of a
+/// few rounds, at most 16, that are written out.
 #if defined(__clang__)
 #define KWNODEPENDENCE _Pragma("clang loop vectorize(assume_safety)")
+#define KWUNROLL _Pragma("clang loop unroll(full)")
 #else
 #define KWNODEPENDENCE _Pragma("GCC ivdep")
+#define KWUNROLL _Pragma("GCC unroll 16")
 #endif
 
 /// One body and the least level that it needs.

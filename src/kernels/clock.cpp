@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -61,7 +61,7 @@ typename Form::tWeight ExactWeight(const tHand& hand, double x, double y) {
 /// Angles for pixels on one side of the vertical through the centre: the arc tangent's own series after a turn that
 /// brings the tangent below 0.42.
 template <class Number, int kTerms>
-[[gnu::always_inline]] inline void QuickAngles(Number* angles, Number x, Number step, Number y, std::int32_t count) {
+KWINLINE inline void QuickAngles(Number* angles, Number x, Number step, Number y, std::int32_t count) {
     const Number v = y < 0 ? -y : y;
     const bool left = step > 0 ? x < 0 : x + step * static_cast<Number>(count - 1) < 0;
     // The octant's angle is added to or taken from one of these.
@@ -74,7 +74,7 @@ template <class Number, int kTerms>
         const Number t = (turned ? small - large : small) / (turned ? small + large : large);
         const Number z = t * t;
         Number p = Number(1) / (2 * kTerms + 1);
-#pragma GCC unroll 16
+        KWUNROLL
         for (int k = kTerms - 1; k >= 0; --k) p = Number(1) / static_cast<Number>(2 * k + 1) - z * p;
         const Number octant = (turned ? Number(kEighth) : 0) + t * p;
         const Number quadrant = u > v ? Number(kQuarter) - octant : octant;
@@ -84,8 +84,8 @@ template <class Number, int kTerms>
 
 /// Weights by quick angles; `open` is set where a step is too close for them. Only for pixels whose soft angle is the
 /// feather itself, so that there is no radius in them.
-KWCLONES void QuickWeights(std::uint16_t* weights, std::uint8_t* open, const tHand& hand, const tSweepRow& row,
-                           std::int32_t from, std::int32_t count) {
+KWINLINE inline void QuickWeights8(std::uint16_t* weights, std::uint8_t* open, const tHand& hand, const tSweepRow& row,
+                                   std::int32_t from, std::int32_t count) {
     constexpr float kAngleError = 4e-6f; // several units in the last place of a full turn
     float angles[kChunk];
     QuickAngles<float, 8>(angles, static_cast<float>(row.X(from)), static_cast<float>(row.step),
@@ -105,9 +105,10 @@ KWCLONES void QuickWeights(std::uint16_t* weights, std::uint8_t* open, const tHa
         weights[i] = static_cast<std::uint16_t>(t >= 1.0f ? 256 : low);
     }
 }
+constexpr CKwBodies kQuickWeights8(KwClones<QuickWeights8>);
 
-KWCLONES void QuickWeights(float* weights, std::uint8_t* open, const tHand& hand, const tSweepRow& row,
-                           std::int32_t from, std::int32_t count) {
+KWINLINE inline void QuickWeightsF(float* weights, std::uint8_t* open, const tHand& hand, const tSweepRow& row,
+                                   std::int32_t from, std::int32_t count) {
     constexpr double kAngleError = 1e-10;
     double angles[kChunk];
     QuickAngles<double, 13>(angles, row.X(from), row.step, row.y, count);
@@ -123,11 +124,15 @@ KWCLONES void QuickWeights(float* weights, std::uint8_t* open, const tHand& hand
         weights[i] = t >= 1.0 ? tFormF::kWhole : t <= 0.0 ? tFormF::kKeep : low;
     }
 }
+constexpr CKwBodies kQuickWeightsF(KwClones<QuickWeightsF>);
 
 template <class Form>
 void SoftWeights(typename Form::tWeight* weights, const tHand& hand, const tSweepRow& row, LONG from, LONG count) {
     std::uint8_t open[kChunk];
-    QuickWeights(weights, open, hand, row, from, count);
+    if constexpr (Form::kPixelSize == 4)
+        kQuickWeights8(weights, open, hand, row, from, count);
+    else
+        kQuickWeightsF(weights, open, hand, row, from, count);
     for (LONG i = 0; i < count; ++i)
         if (open[i]) weights[i] = ExactWeight<Form>(hand, row.X(from + i), row.y);
 }

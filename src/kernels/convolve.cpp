@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 namespace {
@@ -13,88 +13,88 @@ namespace {
 /// i + left and i + right of the three rows. The inner pixels are one loop for the compiler. (The rows stay out of the
 /// template's arguments, which would lose that their floats may lie anywhere.)
 template <class Rule>
-[[gnu::always_inline]] inline void ForRow(std::ptrdiff_t width, Rule rule) {
+KWINLINE inline void ForRow(std::ptrdiff_t width, Rule rule) {
     const std::ptrdiff_t last = (width - 1) * 4, step = width > 1 ? 4 : 0;
     for (std::ptrdiff_t i = 0; i < 4; ++i) rule(i, 0, step);
-#pragma GCC ivdep
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 4; i < last; ++i) rule(i, -4, 4);
     for (std::ptrdiff_t i = last; i < last + 4; ++i) rule(i, -step, 0);
 }
 
-KWCLONES void SmoothRow8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at, const std::uint8_t* down,
-                         std::ptrdiff_t width) {
-    ForRow(
-        width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) __attribute__((always_inline)) {
-            const std::uint16_t sum =
-                static_cast<std::uint16_t>(up[i + l] + up[i + r] + down[i + l] + down[i + r] +
-                                           2 * (up[i] + at[i + l] + at[i + r] + down[i]) + 4 * at[i]);
-            d[i] = static_cast<std::uint8_t>(sum >> 4);
-        });
+KWINLINE inline void SmoothRow8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at,
+                                const std::uint8_t* down, std::ptrdiff_t width) {
+    ForRow(width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) KWINLINE {
+        const std::uint16_t sum = static_cast<std::uint16_t>(up[i + l] + up[i + r] + down[i + l] + down[i + r] +
+                                                             2 * (up[i] + at[i + l] + at[i + r] + down[i]) + 4 * at[i]);
+        d[i] = static_cast<std::uint8_t>(sum >> 4);
+    });
 }
+constexpr CKwBodies kSmoothRow8(KwClones<SmoothRow8>);
 
-KWCLONES void SmoothRowFloat(tAnyFloat* d, const tAnyFloat* up, const tAnyFloat* at, const tAnyFloat* down,
-                             std::ptrdiff_t width) {
-    ForRow(
-        width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) __attribute__((always_inline)) {
-            const float edges = up[i] + at[i + l] + at[i + r] + down[i];
-            const float corners = up[i + l] + up[i + r] + down[i + l] + down[i + r];
-            d[i] = (at[i] * 4.0f + edges * 2.0f + corners) * 0.0625f;
-        });
+KWINLINE inline void SmoothRowFloat(tAnyFloat* d, const tAnyFloat* up, const tAnyFloat* at, const tAnyFloat* down,
+                                    std::ptrdiff_t width) {
+    ForRow(width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) KWINLINE {
+        const float edges = up[i] + at[i + l] + at[i + r] + down[i];
+        const float corners = up[i + l] + up[i + r] + down[i + l] + down[i + r];
+        d[i] = (at[i] * 4.0f + edges * 2.0f + corners) * 0.0625f;
+    });
 }
+constexpr CKwBodies kSmoothRowFloat(KwClones<SmoothRowFloat>);
 
 template <class Value>
 using tWeights = std::array<Value, 9>;
 
 /// The weighted sum of nine samples, in the order of the weights.
 template <class Value>
-[[gnu::always_inline]] inline Value Sum(const tWeights<Value>& w, Value a, Value b, Value c, Value d, Value e, Value f,
-                                        Value g, Value h, Value i) {
+KWINLINE inline Value Sum(const tWeights<Value>& w, Value a, Value b, Value c, Value d, Value e, Value f, Value g,
+                          Value h, Value i) {
     return static_cast<Value>(w[0] * a + w[1] * b + w[2] * c + w[3] * d + w[4] * e + w[5] * f + w[6] * g + w[7] * h +
                               w[8] * i);
 }
 
-KWCLONES void ConvolveRowFloat(tAnyFloat* d, const tAnyFloat* up, const tAnyFloat* at, const tAnyFloat* down,
-                               std::ptrdiff_t width, const tWeights<float>& weights) {
-    ForRow(
-        width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) __attribute__((always_inline)) {
-            d[i] = KwClamp(Sum<float>(weights, up[i + l], up[i], up[i + r], at[i + l], at[i], at[i + r], down[i + l],
-                                      down[i], down[i + r]),
-                           0.0f, 1.0f);
-        });
+KWINLINE inline void ConvolveRowFloat(tAnyFloat* d, const tAnyFloat* up, const tAnyFloat* at, const tAnyFloat* down,
+                                      std::ptrdiff_t width, const tWeights<float>& weights) {
+    ForRow(width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) KWINLINE {
+        d[i] = KwClamp(Sum<float>(weights, up[i + l], up[i], up[i + r], at[i + l], at[i], at[i + r], down[i + l],
+                                  down[i], down[i + r]),
+                       0.0f, 1.0f);
+    });
 }
+constexpr CKwBodies kConvolveRowFloat(KwClones<ConvolveRowFloat>);
 
 // The quotient of bytes is exact without a division. A half added to the whole sum keeps sum / divisor away from whole
 // numbers, by half a divisor's part, which is 0.5 / sum of the quotient; the product with the rounded reciprocal errs
 // by less than three roundings of its type.
 
 /// For any weights and a divisor above 0: sums stay below 2^44, where doubles are exact.
-KWCLONES void ConvolveRow8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at, const std::uint8_t* down,
-                           std::ptrdiff_t width, const tWeights<double>& weights, double divisor) {
+KWINLINE inline void ConvolveRow8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at,
+                                  const std::uint8_t* down, std::ptrdiff_t width, const tWeights<double>& weights,
+                                  double divisor) {
     const double inverse = 1.0 / divisor;
-    ForRow(
-        width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) __attribute__((always_inline)) {
-            const double sum = Sum<double>(weights, up[i + l], up[i], up[i + r], at[i + l], at[i], at[i + r],
-                                           down[i + l], down[i], down[i + r]);
-            const double quotient = ((sum > 0.0 ? sum : 0.0) + 0.5) * inverse;
-            d[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(quotient < 255.0 ? quotient : 255.0));
-        });
+    ForRow(width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) KWINLINE {
+        const double sum = Sum<double>(weights, up[i + l], up[i], up[i + r], at[i + l], at[i], at[i + r], down[i + l],
+                                       down[i], down[i + r]);
+        const double quotient = ((sum > 0.0 ? sum : 0.0) + 0.5) * inverse;
+        d[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(quotient < 255.0 ? quotient : 255.0));
+    });
 }
+constexpr CKwBodies kConvolveRow8(KwClones<ConvolveRow8>);
 
 constexpr double kMostSmallWeights = 128.0; // sum of sizes; 255 times it fits 16 bits
 
 /// For small weights and a divisor above 0.
-KWCLONES void ConvolveRowSmall8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at,
-                                const std::uint8_t* down, std::ptrdiff_t width, const tWeights<std::int16_t>& weights,
-                                float divisor) {
+KWINLINE inline void ConvolveRowSmall8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at,
+                                       const std::uint8_t* down, std::ptrdiff_t width,
+                                       const tWeights<std::int16_t>& weights, float divisor) {
     const float inverse = 1.0f / divisor;
-    ForRow(
-        width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) __attribute__((always_inline)) {
-            const std::int16_t sum = Sum<std::int16_t>(weights, up[i + l], up[i], up[i + r], at[i + l], at[i],
-                                                       at[i + r], down[i + l], down[i], down[i + r]);
-            const float quotient = (static_cast<float>(sum > 0 ? sum : 0) + 0.5f) * inverse;
-            d[i] = static_cast<std::uint8_t>(std::min(static_cast<std::int32_t>(quotient), 255));
-        });
+    ForRow(width, [=](std::ptrdiff_t i, std::ptrdiff_t l, std::ptrdiff_t r) KWINLINE {
+        const std::int16_t sum = Sum<std::int16_t>(weights, up[i + l], up[i], up[i + r], at[i + l], at[i], at[i + r],
+                                                   down[i + l], down[i], down[i + r]);
+        const float quotient = (static_cast<float>(sum > 0 ? sum : 0) + 0.5f) * inverse;
+        d[i] = static_cast<std::uint8_t>(std::min(static_cast<std::int32_t>(quotient), 255));
+    });
 }
+constexpr CKwBodies kConvolveRowSmall8(KwClones<ConvolveRowSmall8>);
 
 /// Calls `row(y, up, down)` with the numbers of a row and of its neighbours.
 template <class Row>
@@ -110,10 +110,10 @@ HRESULT KwDibSmooth3x3(const tView& destination, const tView& source, LONG bytes
         return status;
     ForRows(d, [&](LONG y, LONG up, LONG down) {
         if (bytesPerPixel == 4)
-            SmoothRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(up), s.Row<std::uint8_t>(y),
-                       s.Row<std::uint8_t>(down), d.width);
+            kSmoothRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(up), s.Row<std::uint8_t>(y),
+                        s.Row<std::uint8_t>(down), d.width);
         else
-            SmoothRowFloat(KwFloatRow(d, y), KwFloatRow(s, up), KwFloatRow(s, y), KwFloatRow(s, down), d.width);
+            kSmoothRowFloat(KwFloatRow(d, y), KwFloatRow(s, up), KwFloatRow(s, y), KwFloatRow(s, down), d.width);
     });
     return S_OK;
 }
@@ -140,13 +140,13 @@ HRESULT KwDibConvolve3x3(const tView& destination, const tView& source, LONG byt
     ForRows(d, [&](LONG y, LONG up, LONG down) {
         const auto bytes = [&s](LONG row) { return s.Row<std::uint8_t>(row); };
         if (bytesPerPixel != 4)
-            ConvolveRowFloat(KwFloatRow(d, y), KwFloatRow(s, up), KwFloatRow(s, y), KwFloatRow(s, down), d.width,
-                             wFloat);
+            kConvolveRowFloat(KwFloatRow(d, y), KwFloatRow(s, up), KwFloatRow(s, y), KwFloatRow(s, down), d.width,
+                              wFloat);
         else if (size <= kMostSmallWeights)
-            ConvolveRowSmall8(d.Row<std::uint8_t>(y), bytes(up), bytes(y), bytes(down), d.width, wSmall,
-                              static_cast<float>(over));
+            kConvolveRowSmall8(d.Row<std::uint8_t>(y), bytes(up), bytes(y), bytes(down), d.width, wSmall,
+                               static_cast<float>(over));
         else
-            ConvolveRow8(d.Row<std::uint8_t>(y), bytes(up), bytes(y), bytes(down), d.width, w, over);
+            kConvolveRow8(d.Row<std::uint8_t>(y), bytes(up), bytes(y), bytes(down), d.width, w, over);
     });
     return S_OK;
 }

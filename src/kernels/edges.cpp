@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -109,7 +109,7 @@ struct tDistances {
 
 // A distance that is not below the reach outside, or the softness inside, is none.
 
-KWCLONES void MeetUpright(tDistances& near, const double* x, LONG count, double position, bool reversed) {
+KWINLINE inline void MeetUpright(tDistances& near, const double* x, LONG count, double position, bool reversed) {
     for (LONG i = 0; i < count; ++i) {
         const double d = reversed ? x[i] - position : position - x[i];
         const double out = d < 0.0 ? near.outside[i] : d, in = d < 0.0 ? -d : near.inside[i];
@@ -117,16 +117,18 @@ KWCLONES void MeetUpright(tDistances& near, const double* x, LONG count, double 
         near.inside[i] = in < near.inside[i] ? in : near.inside[i];
     }
 }
+constexpr CKwBodies kMeetUpright(KwClones<MeetUpright>);
 
-KWCLONES void MeetLevel(double* near, const double* x, LONG count, double from, double to, double distance) {
+KWINLINE inline void MeetLevel(double* near, const double* x, LONG count, double from, double to, double distance) {
     for (LONG i = 0; i < count; ++i) {
         const double d = x[i] >= from && x[i] <= to ? distance : near[i];
         near[i] = d < near[i] ? d : near[i];
     }
 }
+constexpr CKwBodies kMeetLevel(KwClones<MeetLevel>);
 
 /// The rounded end of a level edge, `distance` behind it.
-KWCLONES void MeetEnds(double* corner, const double* x, LONG count, double from, double to, double distance) {
+KWINLINE inline void MeetEnds(double* corner, const double* x, LONG count, double from, double to, double distance) {
     for (LONG i = 0; i < count; ++i) {
         const double before = from - x[i], behind = x[i] - to;
         const double greater = before > behind ? before : behind, lesser = before > behind ? behind : before;
@@ -136,12 +138,14 @@ KWCLONES void MeetEnds(double* corner, const double* x, LONG count, double from,
         corner[i] = d < corner[i] ? d : corner[i];
     }
 }
+constexpr CKwBodies kMeetEnds(KwClones<MeetEnds>);
 
 /// Corners count where no edge does.
-KWCLONES void TakeCorners(tDistances& near, const double* corner, LONG count, double reach, double softness) {
+KWINLINE inline void TakeCorners(tDistances& near, const double* corner, LONG count, double reach, double softness) {
     for (LONG i = 0; i < count; ++i)
         near.outside[i] = near.outside[i] < reach || near.inside[i] < softness ? near.outside[i] : corner[i];
 }
+constexpr CKwBodies kTakeCorners(KwClones<TakeCorners>);
 
 /// The lengths of a field as doubles.
 struct tLengths {
@@ -150,7 +154,7 @@ struct tLengths {
 
 /// The way into the soft zone, 0 to softness; `kSolid` and `kNone` for the border and for what is outside.
 constexpr double kSolid = -1.0, kNone = -2.0;
-[[gnu::always_inline]] inline double Depth(double outside, double inside, const tLengths& f) {
+KWINLINE inline double Depth(double outside, double inside, const tLengths& f) {
     const bool hit = outside < f.reach || inside < f.softness;
     const double out = f.extra == 0.0 ? outside : outside + f.extra < f.reach ? outside + f.extra : f.reach;
     const double in = f.extra == 0.0 ? inside : inside + f.extra < f.softness ? inside + f.extra : f.softness;
@@ -160,7 +164,7 @@ constexpr double kSolid = -1.0, kNone = -2.0;
 }
 
 /// Steps of the table: exact below 2^43.
-KWCLONES void Steps(std::int32_t* steps, const tDistances& near, LONG count, const tLengths& f) {
+KWINLINE inline void FindSteps(std::int32_t* steps, const tDistances& near, LONG count, const tLengths& f) {
     const double softness = f.softness;
     for (LONG i = 0; i < count; ++i) {
         const double depth = Depth(near.outside[i], near.inside[i], f), step = depth * 1023.0 / softness;
@@ -168,21 +172,23 @@ KWCLONES void Steps(std::int32_t* steps, const tDistances& near, LONG count, con
         steps[i] = static_cast<std::int32_t>(depth == kNone ? static_cast<double>(kNoStep) : solid);
     }
 }
+constexpr CKwBodies kFindSteps(KwClones<FindSteps>);
 
-void Weigh(tForm8::tWeight* weights, const tDistances& near, LONG count, const tLengths& f) {
+void Weigh8(tForm8::tWeight* weights, const tDistances& near, LONG count, const tLengths& f) {
     const tStepWeights& table = StepWeights();
     std::int32_t steps[kChunk];
-    Steps(steps, near, count, f);
+    kFindSteps(steps, near, count, f);
     for (LONG i = 0; i < count; ++i) weights[i] = table[static_cast<std::size_t>(steps[i])];
 }
 
-KWCLONES void Weigh(tFormF::tWeight* weights, const tDistances& near, LONG count, const tLengths& f) {
+KWINLINE inline void WeighF(tFormF::tWeight* weights, const tDistances& near, LONG count, const tLengths& f) {
     for (LONG i = 0; i < count; ++i) {
         const double depth = Depth(near.outside[i], near.inside[i], f), t = depth / f.softness;
         const auto w = static_cast<float>(1.0 - (3.0 * t * t - 2.0 * t * t * t));
         weights[i] = depth == kNone ? tFormF::kKeep : depth == kSolid ? tFormF::kWhole : w;
     }
 }
+constexpr CKwBodies kWeighF(KwClones<WeighF>);
 
 /// Up to `kChunk` columns of the output.
 template <class Form>
@@ -238,7 +244,7 @@ class CEdgeChunk {
         std::fill_n(m_upright.inside, m_runs, m_lengths.softness);
         for (const tEDGELINE& e : m_field.lines)
             if ((e.flags & kEdgeAlongY) && Passes(e, y))
-                MeetUpright(m_upright, m_x, m_runs, static_cast<double>(e.position), (e.flags & kEdgeReversed) != 0);
+                kMeetUpright(m_upright, m_x, m_runs, static_cast<double>(e.position), (e.flags & kEdgeReversed) != 0);
     }
 
     void MeetRow(std::int64_t y) {
@@ -248,14 +254,17 @@ class CEdgeChunk {
         for (const tEDGELINE& e : m_field.lines) {
             const std::int64_t d = Outwards(e, y);
             if ((e.flags & kEdgeAlongY) || IsFar(m_field, d)) continue;
-            MeetLevel(d < 0 ? m_near.inside : m_near.outside, m_x, m_runs, static_cast<double>(e.from),
-                      static_cast<double>(e.to), static_cast<double>(d < 0 ? -d : d));
+            kMeetLevel(d < 0 ? m_near.inside : m_near.outside, m_x, m_runs, static_cast<double>(e.from),
+                       static_cast<double>(e.to), static_cast<double>(d < 0 ? -d : d));
             corners = corners || d >= 1;
         }
         if (corners) MeetCorners(y);
         if (y > m_field.core.top && y < m_field.core.bottom) LeaveCore();
         tWeight runWeights[kChunk];
-        Weigh(runWeights, m_near, m_runs, m_lengths);
+        if constexpr (std::is_same_v<Form, tForm8>)
+            Weigh8(runWeights, m_near, m_runs, m_lengths);
+        else
+            kWeighF(runWeights, m_near, m_runs, m_lengths);
         SetSpans(runWeights);
     }
 
@@ -265,10 +274,10 @@ class CEdgeChunk {
         for (const tEDGELINE& e : m_field.lines) {
             const std::int64_t d = Outwards(e, y);
             if (!(e.flags & kEdgeAlongY) && d >= 1 && d < m_field.reach)
-                MeetEnds(corner, m_x, m_runs, static_cast<double>(e.from), static_cast<double>(e.to),
-                         static_cast<double>(d));
+                kMeetEnds(corner, m_x, m_runs, static_cast<double>(e.from), static_cast<double>(e.to),
+                          static_cast<double>(d));
         }
-        TakeCorners(m_near, corner, m_runs, m_lengths.reach, m_lengths.softness);
+        kTakeCorners(m_near, corner, m_runs, m_lengths.reach, m_lengths.softness);
     }
 
     void LeaveCore() {

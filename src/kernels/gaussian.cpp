@@ -9,7 +9,7 @@
 #include <new>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/copy.h"
 
 #ifdef __linux__
@@ -49,7 +49,7 @@ struct tWalk {
 
 /// Takes in the values of step `i`.
 template <class Value>
-[[gnu::always_inline]] inline void Take(tWalk& walk, std::ptrdiff_t i, const Value* in) {
+KWINLINE inline void Take(tWalk& walk, std::ptrdiff_t i, const Value* in) {
     double* __restrict x = walk.x[i % kRing];
     for (std::ptrdiff_t l = 0; l < kLanes; ++l) x[l] = static_cast<double>(in[l]);
 }
@@ -58,7 +58,7 @@ template <class Value>
 /// of the additions is that of the taps and shows in the result; the taps that are 0 by construction (n4, d0, m0) are
 /// left out.
 template <bool Causal, class Value>
-[[gnu::always_inline]] inline const double* Step(tWalk& walk, std::ptrdiff_t i, const Value* end, const tTaps& taps) {
+KWINLINE inline const double* Step(tWalk& walk, std::ptrdiff_t i, const Value* end, const tTaps& taps) {
     double* __restrict y = walk.y[i % kRing];
     const double* x0 = walk.x[i % kRing];
     if (i >= 5) {
@@ -72,7 +72,7 @@ template <bool Causal, class Value>
         const double* y4 = walk.y[(i - 4) % kRing];
         const double a0 = taps.x[0], a1 = taps.x[1], a2 = taps.x[2], a3 = taps.x[3], a4 = taps.x[4];
         const double d1 = taps.y[1], d2 = taps.y[2], d3 = taps.y[3], d4 = taps.y[4];
-#pragma GCC ivdep
+        KWNODEPENDENCE
         for (std::ptrdiff_t l = 0; l < kLanes; ++l) {
             double v = a1 * x1[l] - d1 * y1[l];
             if constexpr (Causal) v = a0 * x0[l] + v;
@@ -99,12 +99,12 @@ template <bool Causal, class Value>
 /// once, so that one fills the other's waits: the first to come to a position leaves its result in `first` (`count` *
 /// `kLanes`), the second gives the sum to `emit(position, sums)`.
 template <class Value, class Emit>
-[[gnu::always_inline]] inline void FilterLines(const Value* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
-                                               double* first, Emit emit) {
+KWINLINE inline void FilterLines(const Value* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
+                                 Emit emit) {
     const tTaps causal = TapsOf<true>(c), anticausal = TapsOf<false>(c);
     const Value* last = x + (count - 1) * kLanes;
     tWalk ahead, back;
-    const auto meet = [=](std::ptrdiff_t position, const double* y, bool isFirst) __attribute__((always_inline)) {
+    const auto meet = [=](std::ptrdiff_t position, const double* y, bool isFirst) KWINLINE {
         double* __restrict at = first + position * kLanes;
         if (isFirst) {
             for (std::ptrdiff_t l = 0; l < kLanes; ++l) at[l] = y[l];
@@ -130,7 +130,7 @@ template <class Value, class Emit>
 
 /// Rounds to nearest, ties to even, by the sum with 2^52 + 2^31, whose low word is then the value's with its top bit
 /// turned; not-a-number and infinity give 0.
-[[gnu::always_inline]] inline std::uint8_t ToLevel(double value) {
+KWINLINE inline std::uint8_t ToLevel(double value) {
     const auto low = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value + 4503601774854144.0));
     const auto level = static_cast<std::int32_t>(low ^ 0x80000000u);
     return static_cast<std::uint8_t>(level < 0 ? 0 : level > 255 ? 255 : level);
@@ -140,53 +140,53 @@ template <class Value, class Emit>
 /// of the plane between the passes, which holds the blocks of `kLanes` columns one after the other, `blockSize` floats
 /// each.
 template <int Channels>
-[[gnu::always_inline]] inline void FilterRows(const std::uint8_t* x, std::ptrdiff_t count,
-                                              const tGaussianCoefficients& c, double* first, float* out,
-                                              std::ptrdiff_t blockSize) {
-    FilterLines(
-        x, count, c, first, [=](std::ptrdiff_t position, const double* y) __attribute__((always_inline)) {
-            const std::ptrdiff_t column = position * Channels;
-            float* __restrict to = out + column / kLanes * blockSize + column % kLanes;
-            for (std::ptrdiff_t row = 0; row < kLanes / Channels; ++row)
-                for (int channel = 0; channel < Channels; ++channel)
-                    to[row * kLanes + channel] = static_cast<float>(y[row * Channels + channel]);
-        });
+KWINLINE inline void FilterRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
+                                double* first, float* out, std::ptrdiff_t blockSize) {
+    FilterLines(x, count, c, first, [=](std::ptrdiff_t position, const double* y) KWINLINE {
+        const std::ptrdiff_t column = position * Channels;
+        float* __restrict to = out + column / kLanes * blockSize + column % kLanes;
+        for (std::ptrdiff_t row = 0; row < kLanes / Channels; ++row)
+            for (int channel = 0; channel < Channels; ++channel)
+                to[row * kLanes + channel] = static_cast<float>(y[row * Channels + channel]);
+    });
 }
 
 /// Column pass over one block. `lanes`: how many of its columns are the picture's. `step`: bytes between two columns
 /// of the destination.
 template <int Step>
-[[gnu::always_inline]] inline void FilterColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
-                                                 double* first, std::byte* destination, std::ptrdiff_t stride,
-                                                 std::ptrdiff_t lanes) {
-    FilterLines(
-        x, count, c, first, [=](std::ptrdiff_t position, const double* y) __attribute__((always_inline)) {
-            std::uint8_t levels[kLanes];
-            for (std::ptrdiff_t l = 0; l < kLanes; ++l) levels[l] = ToLevel(y[l]);
-            std::byte* to = destination + position * stride;
-            if (Step == 1 && lanes == kLanes)
-                std::memcpy(to, levels, kLanes);
-            else
-                for (std::ptrdiff_t l = 0; l < lanes; ++l) to[l * Step] = static_cast<std::byte>(levels[l]);
-        });
+KWINLINE inline void FilterColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
+                                   std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
+    FilterLines(x, count, c, first, [=](std::ptrdiff_t position, const double* y) KWINLINE {
+        std::uint8_t levels[kLanes];
+        for (std::ptrdiff_t l = 0; l < kLanes; ++l) levels[l] = ToLevel(y[l]);
+        std::byte* to = destination + position * stride;
+        if (Step == 1 && lanes == kLanes)
+            std::memcpy(to, levels, kLanes);
+        else
+            for (std::ptrdiff_t l = 0; l < lanes; ++l) to[l * Step] = static_cast<std::byte>(levels[l]);
+    });
 }
 
-KWCLONES void PixelRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                        float* out, std::ptrdiff_t blockSize) {
+KWINLINE inline void PixelRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
+                               double* first, float* out, std::ptrdiff_t blockSize) {
     FilterRows<4>(x, count, c, first, out, blockSize);
 }
-KWCLONES void ChannelRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                          float* out, std::ptrdiff_t blockSize) {
+constexpr CKwBodies kPixelRows(KwClones<PixelRows>);
+KWINLINE inline void ChannelRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
+                                 double* first, float* out, std::ptrdiff_t blockSize) {
     FilterRows<1>(x, count, c, first, out, blockSize);
 }
-KWCLONES void PixelColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                           std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
+constexpr CKwBodies kChannelRows(KwClones<ChannelRows>);
+KWINLINE inline void PixelColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
+                                  std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
     FilterColumns<1>(x, count, c, first, destination, stride, lanes);
 }
-KWCLONES void ChannelColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                             std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
+constexpr CKwBodies kPixelColumns(KwClones<PixelColumns>);
+KWINLINE inline void ChannelColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
+                                    std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
     FilterColumns<4>(x, count, c, first, destination, stride, lanes);
 }
+constexpr CKwBodies kChannelColumns(KwClones<ChannelColumns>);
 
 /// Brings `rows` rows, up to `kLanes` / `Channels`, side by side; the last one stands in for those that are missing.
 template <int Channels>
@@ -241,15 +241,15 @@ void Blur(const tRows& destination, const tRows& source, double horizontalRadius
     for (LONG y = 0; y < source.height;) {
         const std::ptrdiff_t rows = std::min<std::ptrdiff_t>(kRows, source.height - y);
         Interleave<Channels>(source, y, rows, offset, lines.get());
-        (Channels == 4 ? PixelRows : ChannelRows)(lines.get(), source.width, across, first.get(),
-                                                  plane.get() + std::ptrdiff_t{y} * kLanes, blockSize);
+        (Channels == 4 ? kPixelRows : kChannelRows)(lines.get(), source.width, across, first.get(),
+                                                    plane.get() + std::ptrdiff_t{y} * kLanes, blockSize);
         y += static_cast<LONG>(rows);
     }
     const tGaussianCoefficients down = KwGaussianCoefficients(KwGaussianSigma(verticalRadius));
     for (std::size_t block = 0; block < blocks; ++block) {
         const std::size_t column = block * kLanes;
         const std::size_t lanes = std::min<std::size_t>(kLanes, width * Channels - column);
-        (Channels == 4 ? PixelColumns : ChannelColumns)(
+        (Channels == 4 ? kPixelColumns : kChannelColumns)(
             plane.get() + block * blockSize, source.height, down, first.get(),
             destination.first + offset + column * (4 / Channels), destination.stride, lanes);
     }

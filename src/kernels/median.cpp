@@ -8,8 +8,8 @@
 #include <type_traits>
 
 #include "base/arith.h"
+#include "base/bodies.h"
 #include "kernels/area_table.h"
-#include "kernels/clones.h"
 
 namespace {
 
@@ -70,9 +70,9 @@ struct tForm {
     static constexpr std::size_t kGroups = sizeof(Weight) / sizeof(Lane);
     static constexpr Lane kLow = static_cast<Lane>((Lane{1} << kHalf) - 1);
 
-    typedef Lane tLanes __attribute__((vector_size(kCoarse * sizeof(Lane))));
-    typedef Weight tWeights __attribute__((vector_size(kCoarse / kGroups * sizeof(Weight))));
-    typedef tUnsigned tParts __attribute__((vector_size(kCoarse / kGroups * sizeof(Weight))));
+    using tLanes [[gnu::vector_size(kCoarse * sizeof(Lane))]] = Lane;
+    using tWeights [[gnu::vector_size(kCoarse / kGroups * sizeof(Weight))]] = Weight;
+    using tParts [[gnu::vector_size(kCoarse / kGroups * sizeof(Weight))]] = tUnsigned;
 
     /// What a sample of v adds to sixteen cumulative counts.
     static constexpr std::size_t kNone = 0, kFullIn = 1, kFullOut = 2, kTallIn = 3, kTallOut = 4;
@@ -104,7 +104,7 @@ struct tCounts {
     typename Form::tLanes full{}, tall{};
 
     template <bool Rims>
-    [[gnu::always_inline]] void Move(const typename Form::tLane* in, const typename Form::tLane* out) {
+    KWINLINE void Move(const typename Form::tLane* in, const typename Form::tLane* out) {
         typename Form::tLanes a, b;
         std::memcpy(&a, in, sizeof a);
         std::memcpy(&b, out, sizeof b);
@@ -115,8 +115,8 @@ struct tCounts {
 
 /// `weights` += `counts` * `weight`, group by group.
 template <class Form>
-[[gnu::always_inline]] inline void AddWeighted(const typename Form::tLanes& counts, typename Form::tWeight weight,
-                                               typename Form::tWeights (&weights)[Form::kGroups]) {
+KWINLINE inline void AddWeighted(const typename Form::tLanes& counts, typename Form::tWeight weight,
+                                 typename Form::tWeights (&weights)[Form::kGroups]) {
     typename Form::tParts parts;
     std::memcpy(&parts, &counts, sizeof parts);
     if constexpr (Form::kGroups == 1) {
@@ -129,9 +129,8 @@ template <class Form>
 
 /// The area's weights from the counts of its inner columns and those of the columns at both sides.
 template <class Form, bool Rims>
-[[gnu::always_inline]] inline void Weigh(const tRectPass& pass, const tCounts<Form>& inner,
-                                         const typename Form::tLane* before, const typename Form::tLane* behind,
-                                         typename Form::tWeights (&weights)[Form::kGroups]) {
+KWINLINE inline void Weigh(const tRectPass& pass, const tCounts<Form>& inner, const typename Form::tLane* before,
+                           const typename Form::tLane* behind, typename Form::tWeights (&weights)[Form::kGroups]) {
     if constexpr (Rims) {
         AddWeighted<Form>(inner.full, kOne - pass.rimY, weights);
         AddWeighted<Form>(inner.tall, pass.rimY, weights);
@@ -147,17 +146,17 @@ template <class Form, bool Rims>
 
 /// The sum of all lanes.
 template <class Vector>
-[[gnu::always_inline]] inline auto Total(const Vector& lanes) {
+KWINLINE inline auto Total(const Vector& lanes) {
     using tElement = std::remove_cvref_t<decltype(lanes[0])>;
     if constexpr (sizeof(Vector) <= 16) {
         if constexpr (sizeof(tElement) == 8) {
             return lanes[0] + lanes[1];
         } else {
-            const Vector pairs = lanes + __builtin_shuffle(lanes, Vector{2, 3, 0, 1});
+            const Vector pairs = lanes + __builtin_shufflevector(lanes, lanes, 2, 3, 0, 1);
             return pairs[0] + pairs[1];
         }
     } else {
-        typedef tElement tHalf __attribute__((vector_size(sizeof(Vector) / 2)));
+        using tHalf [[gnu::vector_size(sizeof(Vector) / 2)]] = tElement;
         tHalf half[2];
         std::memcpy(half, &lanes, sizeof half);
         const tHalf sum = half[0] + half[1];
@@ -167,8 +166,8 @@ template <class Vector>
 
 /// Moves the counts of columns `left` to `right` down to row `y`.
 template <class Form, bool Rims>
-[[gnu::always_inline]] inline void MoveColumns(const tRectPass& pass, typename Form::tLane* columns, LONG left,
-                                               LONG right, std::int64_t y) {
+KWINLINE inline void MoveColumns(const tRectPass& pass, typename Form::tLane* columns, LONG left, LONG right,
+                                 std::int64_t y) {
     constexpr std::size_t rowCount = Rims ? 4 : 2;
     const std::int64_t rows[4] = {y + pass.fullY - 1, y - pass.fullY, y + pass.fullY, y - pass.fullY - 1};
     const std::array<typename Form::tLane, kCoarse>* changes[4];
@@ -200,8 +199,8 @@ template <class Form, bool Rims>
 /// The strip `left` to `right` of the destination. `memory` takes a column of zeros and then those of the strip and
 /// as much beside it as the area reaches; `starts` one band start per pixel.
 template <class Form, bool Rims>
-[[gnu::always_inline]] inline void FilterStrip(const tRectPass& pass, LONG left, LONG right,
-                                               typename Form::tLane* memory, typename Form::tWeight* starts) {
+KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, typename Form::tLane* memory,
+                                 typename Form::tWeight* starts) {
     using tWeight = typename Form::tWeight;
     using tWeights = typename Form::tWeights;
     constexpr LONG groups = Form::kGroups;
@@ -211,9 +210,8 @@ template <class Form, bool Rims>
     const LONG last = static_cast<LONG>(std::min<std::int64_t>(std::int64_t{right} + fullX, width));
     typename Form::tLane* const columns = memory + kColumnLanes;
     std::fill_n(memory, (std::ptrdiff_t{last} - first + 1) * kColumnLanes, typename Form::tLane{0});
-    const auto column = [&](std::int64_t x) __attribute__((always_inline)) {
-        return x >= first && x < last ? columns + (x - first) * kColumnLanes : memory;
-    };
+    const auto column = [&](std::int64_t x)
+                            KWINLINE { return x >= first && x < last ? columns + (x - first) * kColumnLanes : memory; };
 
     for (std::int64_t y = -std::int64_t{fullY}; y < 0; ++y) MoveColumns<Form, Rims>(pass, columns, first, last, y);
     LONG knownRows = -1, knownRims = -1;
@@ -253,9 +251,8 @@ template <class Form, bool Rims>
             Weigh<Form, Rims>(pass, coarse, before, behind, weights);
             tWeight stored[kCoarse];
             std::memcpy(stored, weights, sizeof stored);
-            const auto upTo = [&](LONG bin) __attribute__((always_inline)) {
-                return stored[bin % groups * (kCoarse / groups) + bin / groups];
-            };
+            const auto upTo = [&](LONG bin)
+                                  KWINLINE { return stored[bin % groups * (kCoarse / groups) + bin / groups]; };
 
             const tWeight low = starts[x - left], high = low + kOne;
             tWeights passed = weights[0] <= low;
@@ -302,19 +299,26 @@ using tSmall = tForm<std::uint16_t, std::int32_t>;
 using tMiddle = tForm<std::uint32_t, std::int32_t>;
 using tLarge = tForm<std::uint64_t, std::int64_t>;
 
-KWCLONES void FilterSmall(const tRectPass& pass, LONG left, LONG right, std::uint16_t* memory, std::int32_t* starts) {
+KWINLINE inline void FilterSmall(const tRectPass& pass, LONG left, LONG right, std::uint16_t* memory,
+                                 std::int32_t* starts) {
     FilterStrip<tSmall, true>(pass, left, right, memory, starts);
 }
-KWCLONES void FilterSmallWhole(const tRectPass& pass, LONG left, LONG right, std::uint16_t* memory,
-                               std::int32_t* starts) {
+constexpr CKwBodies kFilterSmall(KwClones<FilterSmall>);
+KWINLINE inline void FilterSmallWhole(const tRectPass& pass, LONG left, LONG right, std::uint16_t* memory,
+                                      std::int32_t* starts) {
     FilterStrip<tSmall, false>(pass, left, right, memory, starts);
 }
-KWCLONES void FilterMiddle(const tRectPass& pass, LONG left, LONG right, std::uint32_t* memory, std::int32_t* starts) {
+constexpr CKwBodies kFilterSmallWhole(KwClones<FilterSmallWhole>);
+KWINLINE inline void FilterMiddle(const tRectPass& pass, LONG left, LONG right, std::uint32_t* memory,
+                                  std::int32_t* starts) {
     FilterStrip<tMiddle, true>(pass, left, right, memory, starts);
 }
-KWCLONES void FilterLarge(const tRectPass& pass, LONG left, LONG right, std::uint64_t* memory, std::int64_t* starts) {
+constexpr CKwBodies kFilterMiddle(KwClones<FilterMiddle>);
+KWINLINE inline void FilterLarge(const tRectPass& pass, LONG left, LONG right, std::uint64_t* memory,
+                                 std::int64_t* starts) {
     FilterStrip<tLarge, true>(pass, left, right, memory, starts);
 }
+constexpr CKwBodies kFilterLarge(KwClones<FilterLarge>);
 
 template <class Lane, class Weight>
 void FilterRect(tRectPass pass, void (*strip)(const tRectPass&, LONG, LONG, Lane*, Weight*)) {
@@ -339,11 +343,11 @@ void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q) {
     const std::int64_t rows = std::min<std::int64_t>(2 * std::int64_t{fullY} + 1, pair.source.height);
     const std::int64_t cells = rows * std::min<std::int64_t>(2 * std::int64_t{fullX} + 1, pair.source.width);
     if (cells >= INT32_MAX / kOne || rows > UINT16_MAX)
-        FilterRect(pass, FilterLarge);
+        FilterRect(pass, kFilterLarge.Now());
     else if (cells > UINT16_MAX || rows > UINT8_MAX)
-        FilterRect(pass, FilterMiddle);
+        FilterRect(pass, kFilterMiddle.Now());
     else
-        FilterRect(pass, pass.rimX || pass.rimY ? FilterSmall : FilterSmallWhole);
+        FilterRect(pass, (pass.rimX || pass.rimY ? kFilterSmall : kFilterSmallWhole).Now());
 }
 
 // --- Ellipse ---
@@ -359,7 +363,7 @@ constexpr LONG BinPlace(LONG value) {
 }
 
 template <class Weight>
-[[gnu::always_inline]] inline std::uint8_t BandValue(const Weight* bins, LONG q) {
+KWINLINE inline std::uint8_t BandValue(const Weight* bins, LONG q) {
     alignas(64) Weight coarse[kCoarse] = {};
     for (LONG i = 0; i < kCoarse; ++i)
         for (LONG k = 0; k < kCoarse; ++k) coarse[k] += bins[i * kCoarse + k];
@@ -375,14 +379,14 @@ template <class Weight>
 }
 
 template <class Weight>
-[[gnu::always_inline]] inline void AddPixel(Weight (&bins)[4][256], const std::uint8_t* pixel, LONG change) {
+KWINLINE inline void AddPixel(Weight (&bins)[4][256], const std::uint8_t* pixel, LONG change) {
     for (LONG c = 0; c < 4; ++c) bins[c][BinPlace(pixel[c])] += change;
 }
 
 /// Steps that lie inside the picture at one row are `steps`, with rows counted from the top of the picture.
 template <class Weight>
-[[gnu::always_inline]] inline void FilterEllipseRow(const tRowPair& pair, LONG y, const tStep* steps,
-                                                    std::ptrdiff_t count, Weight (&bins)[4][256], LONG q) {
+KWINLINE inline void FilterEllipseRow(const tRowPair& pair, LONG y, const tStep* steps, std::ptrdiff_t count,
+                                      Weight (&bins)[4][256], LONG q) {
     const LONG width = pair.source.width;
     const std::uint8_t* const row = pair.source.Row<std::uint8_t>(y);
     const std::ptrdiff_t stride = pair.source.stride;
@@ -400,14 +404,16 @@ template <class Weight>
     }
 }
 
-KWCLONES void FilterEllipseRowSmall(const tRowPair& pair, LONG y, const tStep* steps, std::ptrdiff_t count,
-                                    std::int32_t (&bins)[4][256], LONG q) {
+KWINLINE inline void FilterEllipseRowSmall(const tRowPair& pair, LONG y, const tStep* steps, std::ptrdiff_t count,
+                                           std::int32_t (&bins)[4][256], LONG q) {
     FilterEllipseRow(pair, y, steps, count, bins, q);
 }
-KWCLONES void FilterEllipseRowLarge(const tRowPair& pair, LONG y, const tStep* steps, std::ptrdiff_t count,
-                                    std::int64_t (&bins)[4][256], LONG q) {
+constexpr CKwBodies kFilterEllipseRowSmall(KwClones<FilterEllipseRowSmall>);
+KWINLINE inline void FilterEllipseRowLarge(const tRowPair& pair, LONG y, const tStep* steps, std::ptrdiff_t count,
+                                           std::int64_t (&bins)[4][256], LONG q) {
     FilterEllipseRow(pair, y, steps, count, bins, q);
 }
+constexpr CKwBodies kFilterEllipseRowLarge(KwClones<FilterEllipseRowLarge>);
 
 template <class Weight>
 void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q,
@@ -440,9 +446,9 @@ void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q,
 void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q) {
     const std::int64_t cells = 4 * std::int64_t{area.columns} * area.rows;
     if (cells < INT32_MAX / kOne)
-        FilterEllipse(pair, area, q, FilterEllipseRowSmall);
+        FilterEllipse(pair, area, q, kFilterEllipseRowSmall.Now());
     else
-        FilterEllipse(pair, area, q, FilterEllipseRowLarge);
+        FilterEllipse(pair, area, q, kFilterEllipseRowLarge.Now());
 }
 
 } // namespace

@@ -10,8 +10,9 @@
 #include <span>
 
 #include "base/arith.h"
+#include "base/bodies.h"
 #include "kernels/area_table.h"
-#include "kernels/clones.h"
+#include "kernels/row.h"
 
 // The result is a bare extreme wherever no sample on the area's rim beats the cells of full weight. These extremes are
 // found first, for whole rows; then the rim's cells are held against them, 64 bytes of a row at a time, and weights are
@@ -20,50 +21,42 @@
 
 namespace {
 
-constexpr std::ptrdiff_t kBlock = 64; ///< bytes of a row that are compared at once
-typedef std::uint8_t tBlock __attribute__((vector_size(kBlock)));
+using tMemory = std::unique_ptr<std::uint8_t[]>;
 
-using tBytes = std::unique_ptr<std::uint8_t[]>;
-
-tBytes Bytes(std::ptrdiff_t rows, std::ptrdiff_t rowBytes) {
+tMemory Bytes(std::ptrdiff_t rows, std::ptrdiff_t rowBytes) {
     return std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes));
 }
 
-KWCLONES void TurnRow(std::uint8_t* to, const std::uint8_t* from, std::ptrdiff_t count, std::uint8_t turn) {
+KWINLINE inline void TurnRow(std::uint8_t* to, const std::uint8_t* from, std::ptrdiff_t count, std::uint8_t turn) {
     for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = from[i] ^ turn;
 }
+constexpr CKwBodies kTurnRow(KwClones<TurnRow>);
 
-KWCLONES void MaxRow(std::uint8_t* __restrict to, const std::uint8_t* __restrict from, std::ptrdiff_t count) {
+KWINLINE inline void MaxRow(std::uint8_t* __restrict to, const std::uint8_t* __restrict from, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = std::max(to[i], from[i]);
 }
+constexpr CKwBodies kMaxRow(KwClones<MaxRow>);
 
-KWCLONES void MaxRows(std::uint8_t* __restrict to, const std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t count) {
+KWINLINE inline void MaxRows(std::uint8_t* __restrict to, const std::uint8_t* a, const std::uint8_t* b,
+                             std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = std::max(a[i], b[i]);
 }
+constexpr CKwBodies kMaxRows(KwClones<MaxRows>);
 
 /// Each byte becomes the greater of itself and the one `step` on, front to back.
-KWCLONES void WidenMax(std::uint8_t* row, std::ptrdiff_t step, std::ptrdiff_t count) {
-#pragma GCC ivdep
+KWINLINE inline void WidenMax(std::uint8_t* row, std::ptrdiff_t step, std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) row[i] = std::max(row[i], row[i + step]);
 }
-
-[[gnu::always_inline]] inline void Load(const std::uint8_t* from, tBlock& block) {
-    std::memcpy(&block, from, kBlock);
-}
-
-[[gnu::always_inline]] inline void TakeMax(tBlock& block, const std::uint8_t* other) {
-    tBlock b;
-    Load(other, b);
-    block = block > b ? block : b;
-}
+constexpr CKwBodies kWidenMax(KwClones<WidenMax>);
 
 /// True where any byte of `block` is above that of `full`.
-[[gnu::always_inline]] inline bool Beats(const tBlock& block, const tBlock& full) {
-    const tBlock difference = (block > full ? block : full) ^ full;
-    typedef std::uint64_t tHalf __attribute__((vector_size(32)));
-    typedef std::uint64_t tQuarter __attribute__((vector_size(16)));
+KWINLINE inline bool Beats(const tBytes& block, const tBytes& full) {
+    const tBytes difference = KwGreater(block, full) ^ full;
+    using tHalf [[gnu::vector_size(32)]] = std::uint64_t;
+    using tQuarter [[gnu::vector_size(16)]] = std::uint64_t;
     tHalf half[2];
-    std::memcpy(half, &difference, kBlock);
+    std::memcpy(half, &difference, kBlockBytes);
     const tHalf both = half[0] | half[1];
     tQuarter quarter[2];
     std::memcpy(quarter, &both, sizeof both);
@@ -75,15 +68,15 @@ KWCLONES void WidenMax(std::uint8_t* row, std::ptrdiff_t step, std::ptrdiff_t co
 struct tTurned {
     LONG width, height, side;
     std::ptrdiff_t stride;
-    tBytes memory;
+    tMemory memory;
     std::uint8_t turn;
 
     tTurned(const tRows& source, LONG sidePixels, std::uint8_t turnBits)
         : width(source.width), height(source.height), side(sidePixels),
-          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kBlock), memory(Bytes(height, stride)),
+          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kBlockBytes), memory(Bytes(height, stride)),
           turn(turnBits) {
         for (LONG y = 0; y < height; ++y)
-            TurnRow(const_cast<std::uint8_t*>(Row(y)), source.Row<std::uint8_t>(y), std::ptrdiff_t{width} * 4, turn);
+            kTurnRow(const_cast<std::uint8_t*>(Row(y)), source.Row<std::uint8_t>(y), std::ptrdiff_t{width} * 4, turn);
     }
     const std::uint8_t* Row(LONG y) const { return memory.get() + y * stride + std::ptrdiff_t{side} * 4; }
 };
@@ -104,21 +97,19 @@ struct tHit {
 
 /// Appends the hits of `count` cells for the block `at`, cell by cell, and gives the end of the hits. Eight cells are
 /// tested at once, as most hit nothing.
-KWCLONES tHit* FindHits(const std::uint8_t* at, const std::uint8_t* fullBytes, const tCell* cells, std::ptrdiff_t count,
-                        tHit* hits) {
-    tBlock full;
-    Load(fullBytes, full);
+KWINLINE inline tHit* FindHits(const std::uint8_t* at, const std::uint8_t* fullBytes, const tCell* cells,
+                               std::ptrdiff_t count, tHit* hits) {
+    const tBytes full = KwLoad(fullBytes);
     for (std::ptrdiff_t group = 0; group < count; group += 8) {
         const std::ptrdiff_t end = std::min<std::ptrdiff_t>(group + 8, count);
-        tBlock best{};
-        for (std::ptrdiff_t i = group; i < end; ++i) TakeMax(best, at + cells[i].offset);
+        tBytes best{};
+        for (std::ptrdiff_t i = group; i < end; ++i) best = KwGreater(best, KwLoad(at + cells[i].offset));
         if (!Beats(best, full)) continue;
         for (std::ptrdiff_t i = group; i < end; ++i) {
-            tBlock samples;
-            Load(at + cells[i].offset, samples);
+            const tBytes samples = KwLoad(at + cells[i].offset);
             if (!Beats(samples, full)) continue;
-            const tBlock difference = (samples > full ? samples : full) ^ full;
-            for (std::ptrdiff_t word = 0; word < kBlock; word += 8) {
+            const tBytes difference = KwGreater(samples, full) ^ full;
+            for (std::ptrdiff_t word = 0; word < kBlockBytes; word += 8) {
                 std::uint64_t bits;
                 std::memcpy(&bits, reinterpret_cast<const std::uint8_t*>(&difference) + word, 8);
                 while (bits) {
@@ -132,6 +123,7 @@ KWCLONES tHit* FindHits(const std::uint8_t* at, const std::uint8_t* fullBytes, c
     }
     return hits;
 }
+constexpr CKwBodies kFindHits(KwClones<FindHits>);
 
 /// The same for one lane.
 tHit* FindLaneHits(const std::uint8_t* at, std::uint8_t full, std::span<const tCell> cells, tHit* hits) {
@@ -144,16 +136,16 @@ tHit* FindLaneHits(const std::uint8_t* at, std::uint8_t full, std::span<const tC
 class CWeighing {
   public:
     CWeighing(const tTurned& picture, const tAREATABLE& area, std::size_t cells)
-        : m_picture(picture), m_area(area), m_hits(cells * kBlock), m_sorted(cells * kBlock) {}
+        : m_picture(picture), m_area(area), m_hits(cells * kBlockBytes), m_sorted(cells * kBlockBytes) {}
 
     tHit* Hits() { return m_hits.data(); }
 
     /// Stores the values of all lanes that have hits, these up to `end`.
     void Store(const tHit* end, LONG x, LONG y, const std::uint8_t* full, std::uint8_t* to) {
-        std::array<std::uint32_t, kBlock + 1> starts{};
+        std::array<std::uint32_t, kBlockBytes + 1> starts{};
         for (const tHit* hit = m_hits.data(); hit != end; ++hit) ++starts[hit->lane + 1u];
         std::uint64_t lanes = 0;
-        for (std::size_t lane = 0; lane < kBlock; ++lane) {
+        for (std::size_t lane = 0; lane < kBlockBytes; ++lane) {
             if (starts[lane + 1] != 0) lanes |= std::uint64_t{1} << lane;
             starts[lane + 1] += starts[lane];
         }
@@ -237,65 +229,64 @@ std::span<const tCell> CellsInside(const std::vector<tCell>& cells, LONG y, LONG
 /// Constant lanes in memory: some compilers take a comparison's result apart into single bytes when it chooses between
 /// constants that they know.
 struct tConstants {
-    std::uint8_t zeros[kBlock] = {}, ones[kBlock], all[kBlock];
+    std::uint8_t zeros[kBlockBytes] = {}, ones[kBlockBytes], all[kBlockBytes];
 
     tConstants() {
-        std::memset(ones, 1, kBlock);
-        std::memset(all, 255, kBlock);
+        std::memset(ones, 1, kBlockBytes);
+        std::memset(all, 255, kBlockBytes);
     }
 };
 
 /// The two greatest of some samples, `value[0]` above `value[1]`, and how often they occur, 255 for more. A value that
 /// does not occur is 0.
 struct tTops {
-    tBlock value[2], count[2];
+    tBytes value[2], count[2];
 };
 
 /// Planes of tops in memory are `plane` bytes apart: greatest, second, and their counts.
-[[gnu::always_inline]] inline void LoadTops(const std::uint8_t* from, std::ptrdiff_t plane, tTops& tops) {
-    Load(from, tops.value[0]);
-    Load(from + plane, tops.value[1]);
-    Load(from + 2 * plane, tops.count[0]);
-    Load(from + 3 * plane, tops.count[1]);
+KWINLINE inline void LoadTops(const std::uint8_t* from, std::ptrdiff_t plane, tTops& tops) {
+    tops.value[0] = KwLoad(from);
+    tops.value[1] = KwLoad(from + plane);
+    tops.count[0] = KwLoad(from + 2 * plane);
+    tops.count[1] = KwLoad(from + 3 * plane);
 }
 
-[[gnu::always_inline]] inline void StoreTops(const tTops& tops, std::uint8_t* to, std::ptrdiff_t plane) {
-    std::memcpy(to, &tops.value[0], kBlock);
-    std::memcpy(to + plane, &tops.value[1], kBlock);
-    std::memcpy(to + 2 * plane, &tops.count[0], kBlock);
-    std::memcpy(to + 3 * plane, &tops.count[1], kBlock);
+KWINLINE inline void StoreTops(const tTops& tops, std::uint8_t* to, std::ptrdiff_t plane) {
+    std::memcpy(to, &tops.value[0], kBlockBytes);
+    std::memcpy(to + plane, &tops.value[1], kBlockBytes);
+    std::memcpy(to + 2 * plane, &tops.count[0], kBlockBytes);
+    std::memcpy(to + 3 * plane, &tops.count[1], kBlockBytes);
 }
 
 /// The tops of single samples.
-[[gnu::always_inline]] inline void LoadSample(const std::uint8_t* from, const tConstants& constants, tTops& tops) {
-    Load(from, tops.value[0]);
-    Load(constants.zeros, tops.value[1]);
-    Load(constants.ones, tops.count[0]);
-    Load(constants.zeros, tops.count[1]);
+KWINLINE inline void LoadSample(const std::uint8_t* from, const tConstants& constants, tTops& tops) {
+    tops.value[0] = KwLoad(from);
+    tops.value[1] = KwLoad(constants.zeros);
+    tops.count[0] = KwLoad(constants.ones);
+    tops.count[1] = KwLoad(constants.zeros);
 }
 
 /// Takes the tops of other samples in.
-[[gnu::always_inline]] inline void Join(tTops& a, const tTops& b) {
-    const tBlock none{};
-    const tBlock first = a.value[0] > b.value[0] ? a.value[0] : b.value[0];
-    const tBlock countA = a.value[0] == first ? a.count[0] : none, countB = b.value[0] == first ? b.count[0] : none;
-    const tBlock nextA = a.value[0] == first ? a.value[1] : a.value[0];
-    const tBlock nextB = b.value[0] == first ? b.value[1] : b.value[0];
-    const tBlock nextCountA = a.value[0] == first ? a.count[1] : a.count[0];
-    const tBlock nextCountB = b.value[0] == first ? b.count[1] : b.count[0];
-    const tBlock second = nextA > nextB ? nextA : nextB;
-    const tBlock secondA = nextA == second ? nextCountA : none, secondB = nextB == second ? nextCountB : none;
-    const tBlock room = ~countA, secondRoom = ~secondA;
+KWINLINE inline void Join(tTops& a, const tTops& b) {
+    const tBytes none{};
+    const tBytes first = KwGreater(a.value[0], b.value[0]);
+    const tBytes countA = a.value[0] == first ? a.count[0] : none, countB = b.value[0] == first ? b.count[0] : none;
+    const tBytes nextA = a.value[0] == first ? a.value[1] : a.value[0];
+    const tBytes nextB = b.value[0] == first ? b.value[1] : b.value[0];
+    const tBytes nextCountA = a.value[0] == first ? a.count[1] : a.count[0];
+    const tBytes nextCountB = b.value[0] == first ? b.count[1] : b.count[0];
+    const tBytes second = KwGreater(nextA, nextB);
+    const tBytes secondA = nextA == second ? nextCountA : none, secondB = nextB == second ? nextCountB : none;
     a.value[0] = first;
     a.value[1] = second;
-    a.count[0] = countA + (countB < room ? countB : room);
-    a.count[1] = secondA + (secondB < secondRoom ? secondB : secondRoom);
+    a.count[0] = KwSum(countA, countB);
+    a.count[1] = KwSum(secondA, secondB);
 }
 
 /// Up to a block behind `bytes` is read and written.
-KWCLONES void JoinRows(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* a, std::ptrdiff_t planeA,
-                       const std::uint8_t* b, std::ptrdiff_t planeB, std::ptrdiff_t bytes) {
-    for (std::ptrdiff_t i = 0; i < bytes; i += kBlock) {
+KWINLINE inline void JoinRows(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* a, std::ptrdiff_t planeA,
+                              const std::uint8_t* b, std::ptrdiff_t planeB, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBlockBytes) {
         tTops tops, other;
         LoadTops(a + i, planeA, tops);
         LoadTops(b + i, planeB, other);
@@ -303,11 +294,12 @@ KWCLONES void JoinRows(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint
         StoreTops(tops, to + i, toPlane);
     }
 }
+constexpr CKwBodies kJoinRows(KwClones<JoinRows>);
 
 /// As `JoinRows` of `a` and single samples.
-KWCLONES void JoinSamples(std::uint8_t* to, const std::uint8_t* a, std::ptrdiff_t plane, const std::uint8_t* samples,
-                          const tConstants& constants, std::ptrdiff_t bytes) {
-    for (std::ptrdiff_t i = 0; i < bytes; i += kBlock) {
+KWINLINE inline void JoinSamples(std::uint8_t* to, const std::uint8_t* a, std::ptrdiff_t plane,
+                                 const std::uint8_t* samples, const tConstants& constants, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBlockBytes) {
         tTops tops, other;
         LoadTops(a + i, plane, tops);
         LoadSample(samples + i, constants, other);
@@ -315,15 +307,16 @@ KWCLONES void JoinSamples(std::uint8_t* to, const std::uint8_t* a, std::ptrdiff_
         StoreTops(tops, to + i, plane);
     }
 }
+constexpr CKwBodies kJoinSamples(KwClones<JoinSamples>);
 
 /// The greatest of `count` pixels from each on. `row` holds `bytes` and is used up.
 void SlideMax(std::uint8_t* to, std::uint8_t* row, std::ptrdiff_t bytes, LONG count, std::ptrdiff_t outBytes) {
     std::ptrdiff_t reach = 1;
     for (; reach * 2 <= count; reach *= 2) {
         bytes -= reach * 4;
-        WidenMax(row, reach * 4, bytes);
+        kWidenMax(row, reach * 4, bytes);
     }
-    MaxRows(to, row, row + (count - reach) * 4, outBytes);
+    kMaxRows(to, row, row + (count - reach) * 4, outBytes);
 }
 
 /// The same with tops.
@@ -333,17 +326,17 @@ void SlideTops(std::uint8_t* to, std::ptrdiff_t toPlane, std::uint8_t* rows, std
     std::ptrdiff_t done = 0; // pixels of the window that are joined in
     for (std::ptrdiff_t reach = 1;; reach *= 2) {
         if (count & reach) {
-            JoinRows(to, toPlane, to, toPlane, rows + done * 4, plane, outBytes);
+            kJoinRows(to, toPlane, to, toPlane, rows + done * 4, plane, outBytes);
             done += reach;
         }
         if (reach * 2 > count) return;
         bytes -= reach * 4;
-        JoinRows(rows, plane, rows, plane, rows + reach * 4, plane, bytes);
+        kJoinRows(rows, plane, rows, plane, rows + reach * 4, plane, bytes);
     }
 }
 
 constexpr std::ptrdiff_t WholeBlocks(std::ptrdiff_t bytes) {
-    return (bytes + kBlock - 1) / kBlock * kBlock;
+    return (bytes + kBlockBytes - 1) / kBlockBytes * kBlockBytes;
 }
 
 /// The greatest, or the tops, of the rows at most `reach` - 1 away, for one row after the other.
@@ -365,9 +358,9 @@ class CColumnMax {
         const bool isBlock = place == 0 || m_last < m_length;
         const std::uint8_t* behind = isBlock ? m_ahead.get() : m_behind.get() + place * m_rowBytes;
         if (!m_tops)
-            MaxRows(to, m_ahead.get(), behind, m_plane);
+            kMaxRows(to, m_ahead.get(), behind, m_plane);
         else if (!isBlock)
-            JoinRows(to, plane, m_ahead.get(), m_plane, behind, m_plane, m_plane);
+            kJoinRows(to, plane, m_ahead.get(), m_plane, behind, m_plane, m_plane);
         else
             for (std::ptrdiff_t i = 0; i < 4; ++i)
                 std::memcpy(to + i * plane, m_ahead.get() + i * m_plane, static_cast<std::size_t>(m_plane));
@@ -378,9 +371,9 @@ class CColumnMax {
     void Take(std::uint8_t* to, const std::uint8_t* from, std::int64_t y) {
         const std::uint8_t* samples = m_picture.Row(static_cast<LONG>(y));
         if (m_tops)
-            JoinSamples(to, from, m_plane, samples, m_constants, m_plane);
+            kJoinSamples(to, from, m_plane, samples, m_constants, m_plane);
         else
-            MaxRows(to, from, samples, m_plane);
+            kMaxRows(to, from, samples, m_plane);
     }
 
     /// Rows go in blocks of the area's height: `m_ahead` is the greatest of the block so far, `m_behind` that of each
@@ -408,7 +401,7 @@ class CColumnMax {
     std::int64_t m_length, m_rows;
     std::int64_t m_last = -1; ///< the last row taken in
     std::ptrdiff_t m_plane, m_rowBytes;
-    tBytes m_behind, m_ahead;
+    tMemory m_behind, m_ahead;
 };
 
 /// The weights of a rectangle's rim.
@@ -432,30 +425,29 @@ struct tRimBlock {
 constexpr int kValues = 3; ///< that are looked at in one block
 constexpr int kLists = 5;  ///< that they come from: two rows, two columns, and the corners
 
-[[gnu::always_inline]] inline std::uint8_t Greater(std::uint8_t a, std::uint8_t b) {
+KWINLINE inline std::uint8_t Greater(std::uint8_t a, std::uint8_t b) {
     return a > b ? a : b;
 }
 
 /// Adds up to 255.
-[[gnu::always_inline]] inline std::uint8_t AddCounts(std::uint8_t a, std::uint8_t b) {
+KWINLINE inline std::uint8_t AddCounts(std::uint8_t a, std::uint8_t b) {
     const std::uint8_t room = static_cast<std::uint8_t>(~a);
     return static_cast<std::uint8_t>(a + (b < room ? b : room));
 }
 
 /// The values of a list that are yet to be taken, and how often the first two occur. The third stands for all values
 /// below the second: their number is not known, and kept as 0.
-struct alignas(kBlock) tList {
-    std::uint8_t values[3][kBlock], numbers[2][kBlock];
+struct alignas(kBlockBytes) tList {
+    std::uint8_t values[3][kBlockBytes], numbers[2][kBlockBytes];
 };
 
 /// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
 /// is.
-KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
-                         std::uint8_t* to, std::uint8_t* doubts) {
-    tBlock full, top;
-    Load(fullBytes, full);
-    Load(rim.pieces[0], top);
-    for (int i = 1; i < kPieces; ++i) TakeMax(top, rim.pieces[i]);
+KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
+                                std::uint8_t* to, std::uint8_t* doubts) {
+    const tBytes full = KwLoad(fullBytes);
+    tBytes top = KwLoad(rim.pieces[0]);
+    for (int i = 1; i < kPieces; ++i) top = KwGreater(top, KwLoad(rim.pieces[i]));
     if (!Beats(top, full)) return false;
 
     tTops corners, other;
@@ -464,17 +456,17 @@ KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, co
         LoadSample(rim.pieces[corner], rim.constants, other);
         Join(corners, other);
     }
-    alignas(kBlock) std::uint8_t cornerTops[4 * kBlock];
-    StoreTops(corners, cornerTops, kBlock);
+    alignas(kBlockBytes) std::uint8_t cornerTops[4 * kBlockBytes];
+    StoreTops(corners, cornerTops, kBlockBytes);
     const std::uint8_t* const sources[kLists] = {rim.pieces[kTop], rim.pieces[kBottom], rim.pieces[kLeft],
                                                  rim.pieces[kRight], cornerTops};
-    const std::ptrdiff_t planes[kLists] = {rim.rowPlane, rim.rowPlane, rim.columnPlane, rim.columnPlane, kBlock};
+    const std::ptrdiff_t planes[kLists] = {rim.rowPlane, rim.rowPlane, rim.columnPlane, rim.columnPlane, kBlockBytes};
     tList lists[kLists];
     for (int p = 0; p < kLists; ++p) {
         const std::uint8_t* source = sources[p];
         const std::ptrdiff_t plane = planes[p];
         tList& list = lists[p];
-        for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+        for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
             const std::uint8_t floor = fullBytes[i], value = source[i], next = source[i + plane];
             const std::uint8_t number = source[i + 2 * plane], nextNumber = source[i + 3 * plane];
             const std::uint8_t below = static_cast<std::uint8_t>(Greater(next, 1) - 1);
@@ -486,16 +478,17 @@ KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, co
         }
     }
     // The highest values, how often they occur in rows, columns and corners, and where that is not known.
-    alignas(kBlock) std::uint8_t tops[kValues + 1][kBlock], counts[kValues][3][kBlock], unknown[kValues][kBlock];
+    alignas(kBlockBytes) std::uint8_t tops[kValues + 1][kBlockBytes], counts[kValues][3][kBlockBytes],
+        unknown[kValues][kBlockBytes];
     for (int n = 0; n <= kValues; ++n)
-        for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+        for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
             const std::uint8_t best = Greater(Greater(Greater(lists[0].values[0][i], lists[1].values[0][i]),
                                                       Greater(lists[2].values[0][i], lists[3].values[0][i])),
                                               lists[4].values[0][i]);
             tops[n][i] = best;
             if (n == kValues) continue;
             std::uint8_t taken[kLists], isUnknown = 0;
-#pragma GCC unroll 5
+            KWUNROLL
             for (int p = 0; p < kLists; ++p) {
                 tList& list = lists[p];
                 const std::uint8_t value = list.values[0][i], next = list.values[1][i], third = list.values[2][i];
@@ -516,10 +509,10 @@ KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, co
         }
 
     const LONG turn = weights.turn;
-    for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+    for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
         float sum = 0.0f, value = 0.0f, first = 0.0f;
         LONG doubt = 0;
-#pragma GCC unroll 4
+        KWUNROLL
         for (int n = 0; n < kValues; ++n) {
             const float weight = static_cast<float>(counts[n][0][i]) * weights.row +
                                  static_cast<float>(counts[n][1][i]) * weights.column +
@@ -535,15 +528,14 @@ KWCLONES bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, co
         value += (sum < 1.0f ? 1.0f - sum : 0.0f) * static_cast<float>(fullBytes[i] ^ turn);
         const LONG whole = static_cast<LONG>(value);
         const float over = value - static_cast<float>(whole);
-        const float margin = (first > 0.0f) & (first < 1.001f) ? weights.near : -1.0f;
-        doubt |= (over < margin) | (over > 1.0f - margin) ? 255 : 0;
+        const float margin = ((first > 0.0f) & (first < 1.001f)) ? weights.near : -1.0f;
+        doubt |= ((over < margin) | (over > 1.0f - margin)) ? 255 : 0;
         to[i] = static_cast<std::uint8_t>(whole);
         doubts[i] = doubt ? 255 : 0;
     }
-    tBlock marks;
-    Load(doubts, marks);
-    return Beats(marks, tBlock{});
+    return Beats(KwLoad(doubts), tBytes{});
 }
+constexpr CKwBodies kWeighBlock(KwClones<WeighBlock>);
 
 /// Whether sums and products of these weights up to 1 are exact: whole multiples of 1 / 256, or of 1 / 65536 for a
 /// corner.
@@ -587,10 +579,10 @@ void FilterRect(const tTurned& picture, const tRows& destination, const tAREATAB
     const auto constants = std::make_unique<tConstants>();
     CColumnMax columns(picture, *constants, fullY, hasColumns);
     const std::int64_t ringRows = std::min<std::int64_t>(2 * std::int64_t{fullY} + 1, height);
-    const tBytes ring = Bytes(hasRows ? ringRows * 4 : 0, blockBytes); // tops of the rim's row at each pixel
-    const std::ptrdiff_t scratchPlane = stride + kBlock;
-    const tBytes column = Bytes(4, stride), scratch = Bytes(4, scratchPlane), none = Bytes(4, stride);
-    const tBytes full = Bytes(1, blockBytes);
+    const tMemory ring = Bytes(hasRows ? ringRows * 4 : 0, blockBytes); // tops of the rim's row at each pixel
+    const std::ptrdiff_t scratchPlane = stride + kBlockBytes;
+    const tMemory column = Bytes(4, stride), scratch = Bytes(4, scratchPlane), none = Bytes(4, stride);
+    const tMemory full = Bytes(1, blockBytes);
     const std::ptrdiff_t windowBytes = rowBytes + (2 * std::ptrdiff_t{fullX} - 2) * 4;
     const std::ptrdiff_t windowStart = side - (std::ptrdiff_t{fullX} - 1) * 4;
     LONG slid = 0;
@@ -600,13 +592,13 @@ void FilterRect(const tTurned& picture, const tRows& destination, const tAREATAB
         SlideMax(full.get(), scratch.get(), windowBytes, 2 * fullX - 1, rowBytes);
         std::memset(full.get() + rowBytes, 255, static_cast<std::size_t>(blockBytes - rowBytes));
         std::uint8_t* to = destination.Row<std::uint8_t>(y);
-        TurnRow(to, full.get(), rowBytes, picture.turn);
+        kTurnRow(to, full.get(), rowBytes, picture.turn);
         if (!hasRows && !hasColumns) continue;
 
         for (; hasRows && slid < height && slid <= std::int64_t{y} + fullY; ++slid) {
             std::memset(scratch.get(), 0, static_cast<std::size_t>(scratchPlane * 4));
-            JoinSamples(scratch.get(), scratch.get(), scratchPlane, picture.Row(slid) - side + windowStart, *constants,
-                        windowBytes);
+            kJoinSamples(scratch.get(), scratch.get(), scratchPlane, picture.Row(slid) - side + windowStart, *constants,
+                         windowBytes);
             SlideTops(ring.get() + slid % ringRows * 4 * blockBytes, blockBytes, scratch.get(), scratchPlane,
                       windowBytes, 2 * fullX - 1, rowBytes);
         }
@@ -633,12 +625,12 @@ void FilterRect(const tTurned& picture, const tRows& destination, const tAREATAB
         }
         std::span<const tCell> inside[kPieces];
         for (int piece = 0; piece < kPieces; ++piece) inside[piece] = CellsInside(cells[piece], y, height);
-        for (std::ptrdiff_t i = 0; i < rowBytes; i += kBlock) {
-            std::array<std::uint8_t, kBlock> values, doubts;
-            std::memcpy(values.data(), full.get() + i, kBlock);
-            TurnRow(values.data(), values.data(), kBlock, picture.turn);
-            if (WeighBlock(rim, full.get() + i, weights, values.data(), doubts.data()))
-                for (std::ptrdiff_t lane = 0; lane < kBlock; ++lane) {
+        for (std::ptrdiff_t i = 0; i < rowBytes; i += kBlockBytes) {
+            std::array<std::uint8_t, kBlockBytes> values, doubts;
+            std::memcpy(values.data(), full.get() + i, kBlockBytes);
+            kTurnRow(values.data(), values.data(), kBlockBytes, picture.turn);
+            if (kWeighBlock(rim, full.get() + i, weights, values.data(), doubts.data()))
+                for (std::ptrdiff_t lane = 0; lane < kBlockBytes; ++lane) {
                     if (!doubts[static_cast<std::size_t>(lane)]) continue;
                     const std::uint8_t floor = full[static_cast<std::size_t>(i + lane)];
                     tHit* end = weighing.Hits();
@@ -649,8 +641,8 @@ void FilterRect(const tTurned& picture, const tRows& destination, const tAREATAB
                         weighing.Value({weighing.Hits(), end}, static_cast<LONG>((i + lane) / 4), y,
                                        static_cast<LONG>(lane & 3), floor);
                 }
-            std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlock, rowBytes - i)));
-            for (const std::uint8_t*& piece : rim.pieces) piece += kBlock;
+            std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlockBytes, rowBytes - i)));
+            for (const std::uint8_t*& piece : rim.pieces) piece += kBlockBytes;
         }
     }
 }
@@ -678,7 +670,7 @@ class CEllipse {
         m_rowBytes = (std::ptrdiff_t{kStripPixels} + 2 * std::ptrdiff_t{m_reachX}) * 4;
         m_levels = std::bit_width(static_cast<std::uint32_t>(2 * m_widths[0] - 1));
         m_tables = Bytes(m_levels, m_rowBytes);
-        m_ring = Bytes(m_ringRows, kStripBytes + kBlock);
+        m_ring = Bytes(m_ringRows, kStripBytes + kBlockBytes);
     }
 
     void Run(const tAREATABLE& area) {
@@ -699,11 +691,11 @@ class CEllipse {
     static constexpr std::ptrdiff_t kStripBytes = kStripPixels * 4;
 
     /// The greatest sample of the cells of full weight, for one row of the strip.
-    std::uint8_t* Collected(LONG y) { return m_ring.get() + y % m_ringRows * (kStripBytes + kBlock); }
+    std::uint8_t* Collected(LONG y) { return m_ring.get() + y % m_ringRows * (kStripBytes + kBlockBytes); }
 
     void Clear(std::uint8_t* collected) {
         std::memset(collected, 0, static_cast<std::size_t>(m_bytes));
-        std::memset(collected + m_bytes, 255, kBlock);
+        std::memset(collected + m_bytes, 255, kBlockBytes);
     }
 
     /// Takes row `y` into all rows that reach it.
@@ -714,7 +706,7 @@ class CEllipse {
         for (LONG level = 1; level < m_levels; ++level, row += m_rowBytes) {
             const std::ptrdiff_t step = std::ptrdiff_t{4} << (level - 1);
             valid -= step;
-            MaxRows(row + m_rowBytes, row, row + step, valid);
+            kMaxRows(row + m_rowBytes, row, row + step, valid);
         }
         std::array<std::uint8_t, kStripBytes> best;
         LONG known = 0;
@@ -726,21 +718,21 @@ class CEllipse {
                 const std::uint8_t* table = m_tables.get() + level * m_rowBytes;
                 const std::ptrdiff_t first = std::ptrdiff_t{m_reachX} - width + 1;
                 const std::ptrdiff_t second = std::ptrdiff_t{m_reachX} + width - (std::ptrdiff_t{1} << level);
-                MaxRows(best.data(), table + first * 4, table + second * 4, m_bytes);
+                kMaxRows(best.data(), table + first * 4, table + second * 4, m_bytes);
             }
-            if (dy <= y) MaxRow(Collected(y - dy), best.data(), m_bytes);
-            if (dy > 0 && dy < m_picture.height - y) MaxRow(Collected(y + dy), best.data(), m_bytes);
+            if (dy <= y) kMaxRow(Collected(y - dy), best.data(), m_bytes);
+            if (dy > 0 && dy < m_picture.height - y) kMaxRow(Collected(y + dy), best.data(), m_bytes);
         }
     }
 
     void Finish(LONG y, CWeighing& weighing) {
         std::uint8_t* full = Collected(y);
         std::uint8_t* to = m_destination.Row<std::uint8_t>(y) + std::ptrdiff_t{m_left} * 4;
-        TurnRow(to, full, m_bytes, m_picture.turn);
+        kTurnRow(to, full, m_bytes, m_picture.turn);
         const std::span<const tCell> cells = CellsInside(m_cells, y, m_picture.height);
-        for (std::ptrdiff_t i = 0; i < m_bytes; i += kBlock) {
-            const tHit* end = FindHits(m_picture.Row(y) + std::ptrdiff_t{m_left} * 4 + i, full + i, cells.data(),
-                                       std::ssize(cells), weighing.Hits());
+        for (std::ptrdiff_t i = 0; i < m_bytes; i += kBlockBytes) {
+            const tHit* end = kFindHits(m_picture.Row(y) + std::ptrdiff_t{m_left} * 4 + i, full + i, cells.data(),
+                                        std::ssize(cells), weighing.Hits());
             if (end != weighing.Hits()) weighing.Store(end, m_left + static_cast<LONG>(i / 4), y, full + i, to + i);
         }
         Clear(full);
@@ -754,8 +746,8 @@ class CEllipse {
     std::int64_t m_ringRows;
     std::ptrdiff_t m_rowBytes, m_bytes = 0;
     LONG m_levels, m_left = 0;
-    tBytes m_tables; ///< a row, then the greatest of 2, 4, 8... of its samples from each on
-    tBytes m_ring;
+    tMemory m_tables; ///< a row, then the greatest of 2, 4, 8... of its samples from each on
+    tMemory m_ring;
 };
 
 HRESULT Filter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX, float radiusY,

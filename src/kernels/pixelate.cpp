@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/copy.h"
 #include "kernels/unaligned.h"
 
@@ -30,16 +30,18 @@ constexpr std::ptrdiff_t kRowsAtOnce = 1 << 24;
 /// Blocks below this many pixels have sums of 31 bits.
 constexpr std::int64_t kSmallBlock = 1 << 23;
 
-KWCLONES void SetColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
+KWINLINE inline void SetColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] = row[i];
 }
-KWCLONES void AddColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
+constexpr CKwBodies kSetColumns(KwClones<SetColumns>);
+KWINLINE inline void AddColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] += row[i];
 }
+constexpr CKwBodies kAddColumns(KwClones<AddColumns>);
 
 /// Adds up each block's share of a row, or of column sums.
 template <class Total, class Value>
-[[gnu::always_inline]] inline void AddRow(Total* totals, const Value* row, const tBlocks& columns) {
+KWINLINE inline void AddRow(Total* totals, const Value* row, const tBlocks& columns) {
     const std::ptrdiff_t pixels = columns.Pixels(), count = columns.count;
     const std::int64_t step = columns.step;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -51,16 +53,19 @@ template <class Total, class Value>
         for (int c = 0; c < 4; ++c) to[c] = block[c];
     }
 }
-KWCLONES void AddBlocks(std::uint32_t* totals, const std::uint8_t* row, const tBlocks& columns) {
+KWINLINE inline void AddBytes(std::uint32_t* totals, const std::uint8_t* row, const tBlocks& columns) {
     AddRow(totals, row, columns);
 }
-KWCLONES void AddBlocks(std::uint32_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
+constexpr CKwBodies kAddBytes(KwClones<AddBytes>);
+KWINLINE inline void AddSums(std::uint32_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
     AddRow(totals, sums, columns);
 }
-KWCLONES void AddBlocks(std::uint64_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
+constexpr CKwBodies kAddSums(KwClones<AddSums>);
+KWINLINE inline void AddLargeSums(std::uint64_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
     AddRow(totals, sums, columns);
 }
-KWCLONES void AddBlocks(double* totals, const tAnyFloat* row, const tBlocks& columns) {
+constexpr CKwBodies kAddLargeSums(KwClones<AddLargeSums>);
+KWINLINE inline void AddFloats(double* totals, const tAnyFloat* row, const tBlocks& columns) {
     const std::ptrdiff_t pixels = columns.Pixels(), count = columns.count;
     const std::int64_t step = columns.step;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -70,15 +75,18 @@ KWCLONES void AddBlocks(double* totals, const tAnyFloat* row, const tBlocks& col
             for (int c = 0; c < 4; ++c) to[c] += from[x * 4 + c];
     }
 }
+constexpr CKwBodies kAddFloats(KwClones<AddFloats>);
 
-KWCLONES void Means8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
+KWINLINE inline void SmallMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count,
+                                 std::ptrdiff_t pixels) {
     // Half a unit more than the sum keeps the rounded inverse away from both neighbours of a quotient.
     const double inverse = 1.0 / static_cast<double>(pixels);
     for (std::ptrdiff_t i = 0; i < count; ++i)
         out[i] = static_cast<std::uint8_t>(
             static_cast<std::int32_t>((static_cast<std::int32_t>(totals[i]) + 0.5) * inverse));
 }
-void Means8(std::uint8_t* out, const std::uint64_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
+constexpr CKwBodies kSmallMeans8(KwClones<SmallMeans8>);
+void LargeMeans8(std::uint8_t* out, const std::uint64_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
     for (std::ptrdiff_t i = 0; i < count; ++i)
         out[i] = static_cast<std::uint8_t>(totals[i] / static_cast<std::uint64_t>(pixels));
 }
@@ -95,20 +103,28 @@ class CMeans8 {
         const LONG begin = static_cast<LONG>(rows.Begin(i)), count = static_cast<LONG>(rows.Pixels());
         std::fill(m_totals.begin(), m_totals.end(), 0);
         bool added = false;
-        if constexpr (std::is_same_v<Total, std::uint32_t>)
-            if ((added = count == 1)) AddBlocks(m_totals.data(), source.Row<std::uint8_t>(begin), m_columns);
+        if constexpr (kSmall)
+            if ((added = count == 1)) kAddBytes(m_totals.data(), source.Row<std::uint8_t>(begin), m_columns);
         if (!added) AddRows(source, begin, count);
-        Means8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), m_totals.size(),
-               std::ptrdiff_t{count} * m_columns.Pixels());
+        const std::ptrdiff_t pixels = std::ptrdiff_t{count} * m_columns.Pixels();
+        if constexpr (kSmall)
+            kSmallMeans8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), std::ssize(m_totals), pixels);
+        else
+            LargeMeans8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), std::ssize(m_totals), pixels);
     }
 
   private:
+    static constexpr bool kSmall = std::is_same_v<Total, std::uint32_t>;
+
     void AddRows(const tRows& source, LONG begin, LONG count) {
         for (LONG y = 0; y < count; ++y) {
             const std::uint8_t* row = source.Row<std::uint8_t>(begin + y);
-            (y % kRowsAtOnce == 0 ? SetColumns : AddColumns)(m_sums.data(), row, m_sums.size());
-            if (y + 1 == count || y % kRowsAtOnce == kRowsAtOnce - 1)
-                AddBlocks(m_totals.data(), m_sums.data(), m_columns);
+            (y % kRowsAtOnce == 0 ? kSetColumns : kAddColumns)(m_sums.data(), row, m_sums.size());
+            if (y + 1 != count && y % kRowsAtOnce != kRowsAtOnce - 1) continue;
+            if constexpr (kSmall)
+                kAddSums(m_totals.data(), m_sums.data(), m_columns);
+            else
+                kAddLargeSums(m_totals.data(), m_sums.data(), m_columns);
         }
     }
 
@@ -125,7 +141,7 @@ class CMeansFloat {
     void Row(const tRows& source, const tBlocks& rows, LONG i, std::byte* out) {
         const LONG begin = static_cast<LONG>(rows.Begin(i)), count = static_cast<LONG>(rows.Pixels());
         std::fill(m_totals.begin(), m_totals.end(), 0.0);
-        for (LONG y = 0; y < count; ++y) AddBlocks(m_totals.data(), KwFloatRow(source, begin + y), m_columns);
+        for (LONG y = 0; y < count; ++y) kAddFloats(m_totals.data(), KwFloatRow(source, begin + y), m_columns);
         const double inverse = 1.0 / static_cast<double>(std::int64_t{count} * m_columns.Pixels());
         tAnyFloat* to = reinterpret_cast<tAnyFloat*>(out);
         for (std::size_t k = 0; k < m_totals.size(); ++k) to[k] = static_cast<float>(m_totals[k] * inverse);
@@ -137,15 +153,16 @@ class CMeansFloat {
 };
 
 /// Levels to doubles and back, as a fill does it.
-KWCLONES void ThroughFill8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
-#pragma GCC ivdep
+KWINLINE inline void ThroughFill8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i)
         d[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(s[i] * 0.00392156862745098 * 255.0));
 }
+constexpr CKwBodies kThroughFill8(KwClones<ThroughFill8>);
 
 /// A row of cells from one pixel each. All but the last are written one pixel too wide, and mended by the next one, so
 /// that their width does not vary.
-KWCLONES void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
+KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
     const std::ptrdiff_t last = columns.count - 1, pixels = columns.Pixels();
     const std::int64_t step = columns.step;
     for (std::ptrdiff_t i = 0; i < last; ++i) {
@@ -156,6 +173,7 @@ KWCLONES void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& co
     const std::uint32_t value = cells[last];
     for (std::ptrdiff_t x = last * step >> 14; x < columns.size; ++x) out[x] = value;
 }
+constexpr CKwBodies kSpreadRow8(KwClones<SpreadRow8>);
 void SpreadRowFloat(std::byte* out, const std::byte* cells, const tBlocks& columns) {
     for (LONG i = 0; i < columns.count; ++i)
         for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x)
@@ -182,8 +200,8 @@ void Pixelate(const tRows& d, const tRows& s, const tBlocks& columns, const tBlo
             SpreadRowFloat(first, cells.data(), columns);
         } else {
             std::uint8_t* levels = reinterpret_cast<std::uint8_t*>(cells.data());
-            ThroughFill8(levels, levels, cells.size());
-            SpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns);
+            kThroughFill8(levels, levels, cells.size());
+            kSpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns);
         }
         for (LONG y = begin + 1; y < rows.CellEnd(i); ++y)
             std::memcpy(d.Row<std::byte>(y), first, static_cast<std::size_t>(d.width) * kPixel);
@@ -235,7 +253,7 @@ HRESULT KwDibPixelate(const tView& destination, const tView& source, LONG bytesP
     const tBlocks columns(d.width, across), rows(d.height, down);
     if (bytesPerPixel == 4 && across == d.width && down == d.height)
         for (LONG y = 0; y < d.height; ++y)
-            ThroughFill8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), std::ptrdiff_t{d.width} * 4);
+            kThroughFill8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), std::ptrdiff_t{d.width} * 4);
     else
         WithMeans(bytesPerPixel, columns, rows, [&]<class Means>(Means*) { Pixelate<Means>(d, s, columns, rows); });
     return S_OK;

@@ -27,6 +27,10 @@ KWINLINE inline tBytes KwSmaller(const tBytes& a, const tBytes& b) {
     return a < b ? a : b;
 }
 
+KWINLINE inline tBytes KwGreater(const tBytes& a, const tBytes& b) {
+    return a > b ? a : b;
+}
+
 KWINLINE inline tBytes KwDistance(const tBytes& a, const tBytes& b) {
     return a < b ? b - a : a - b;
 }

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -27,8 +27,8 @@ struct tWeights {
 
 /// A border pixel of full alpha never lets the two pictures mix under it: the second shows whole.
 template <tRule Rule>
-[[gnu::always_inline]] inline void FindWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border,
-                                                std::ptrdiff_t count) {
+KWINLINE inline void FindWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border,
+                                  std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t m = mask[i] >> 24, b = border ? border[i] >> 24 : 0;
         const std::uint32_t rim = (255 - m) * b / 255;
@@ -42,8 +42,8 @@ template <tRule Rule>
 
 /// `least`: the smallest weight of a border that shows.
 template <tRule Rule>
-[[gnu::always_inline]] inline void FindWeightsF(tWeights<tFormF>& w, const tAnyFloat* mask, const tAnyFloat* border,
-                                                std::ptrdiff_t count) {
+KWINLINE inline void FindWeightsF(tWeights<tFormF>& w, const tAnyFloat* mask, const tAnyFloat* border,
+                                  std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float m = mask[i * 4 + 3], b = border ? border[i * 4 + 3] : 0.0f;
         const float rim = border ? (1.0f - m) * b : 0.0f;
@@ -57,18 +57,24 @@ template <tRule Rule>
     }
 }
 
-KWCLONES void IrisWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+KWINLINE inline void IrisWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border,
+                                  std::ptrdiff_t count) {
     FindWeights8<tRule::iris>(w, mask, border, count);
 }
-KWCLONES void KeepWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+constexpr CKwBodies kIrisWeights8(KwClones<IrisWeights8>);
+KWINLINE inline void KeepWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border,
+                                  std::ptrdiff_t count) {
     FindWeights8<tRule::keepShape>(w, mask, border, count);
 }
-KWCLONES void CutWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+constexpr CKwBodies kKeepWeights8(KwClones<KeepWeights8>);
+KWINLINE inline void CutWeights8(tWeights<tForm8>& w, const tAnyWord* mask, const tAnyWord* border,
+                                 std::ptrdiff_t count) {
     FindWeights8<tRule::cutShape>(w, mask, border, count);
 }
+constexpr CKwBodies kCutWeights8(KwClones<CutWeights8>);
 
 void WeightsOf(tRule rule, tWeights<tForm8>& w, const std::byte* mask, const std::byte* border, std::ptrdiff_t count) {
-    auto* find = rule == tRule::iris ? IrisWeights8 : rule == tRule::keepShape ? KeepWeights8 : CutWeights8;
+    const auto& find = rule == tRule::iris ? kIrisWeights8 : rule == tRule::keepShape ? kKeepWeights8 : kCutWeights8;
     find(w, reinterpret_cast<const tAnyWord*>(mask), reinterpret_cast<const tAnyWord*>(border), count);
 }
 void WeightsOf(tRule rule, tWeights<tFormF>& w, const std::byte* mask, const std::byte* border, std::ptrdiff_t count) {
@@ -89,17 +95,19 @@ bool AllAre(const Weight* weights, std::ptrdiff_t count, Weight value) {
     for (std::ptrdiff_t i = 0; i < count; ++i) other |= weights[i] != value;
     return !other;
 }
-KWCLONES bool AllAre8(const std::uint16_t* weights, std::ptrdiff_t count, std::uint16_t value) {
+KWINLINE inline bool AllAre8(const std::uint16_t* weights, std::ptrdiff_t count, std::uint16_t value) {
     std::uint16_t other = 0;
     for (std::ptrdiff_t i = 0; i < count; ++i) other = static_cast<std::uint16_t>(other | (weights[i] ^ value));
     return other == 0;
 }
+constexpr CKwBodies kAllAre8(KwClones<AllAre8>);
 bool AllAre(const std::uint16_t* weights, std::ptrdiff_t count, std::uint16_t value) {
-    return AllAre8(weights, count, value);
+    return kAllAre8(weights, count, value);
 }
 
 /// Premultiplied over; `shown` 0 leaves the output. There `r` is 0, and 256 parts of the output are all of it.
-KWCLONES void OverRow(std::uint8_t* out, const std::uint8_t* r, const std::uint16_t* shown, std::ptrdiff_t count) {
+KWINLINE inline void OverRow8(std::uint8_t* out, const std::uint8_t* r, const std::uint16_t* shown,
+                              std::ptrdiff_t count) {
     std::uint16_t under[kBlock * 4];
     for (std::ptrdiff_t i = 0; i < count; ++i)
         for (int c = 0; c < 4; ++c) under[i * 4 + c] = static_cast<std::uint16_t>(shown[i] ? 255 - r[i * 4 + 3] : 256);
@@ -108,11 +116,13 @@ KWCLONES void OverRow(std::uint8_t* out, const std::uint8_t* r, const std::uint1
         out[i] = static_cast<std::uint8_t>(r[i] + seen);
     }
 }
-KWCLONES void OverRow(tAnyFloat* out, const tAnyFloat* r, const float* shown, std::ptrdiff_t count) {
+constexpr CKwBodies kOverRow8(KwClones<OverRow8>);
+KWINLINE inline void OverRowF(tAnyFloat* out, const tAnyFloat* r, const float* shown, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i)
         for (int c = 0; c < 4; ++c)
             if (shown[i] != 0.0f) out[i * 4 + c] = (1.0f - r[i * 4 + 3]) * out[i * 4 + c] + r[i * 4 + c];
 }
+constexpr CKwBodies kOverRowF(KwClones<OverRowF>);
 
 void BorderRow(std::uint8_t* out, const std::uint8_t* color, const std::uint16_t* weights, std::ptrdiff_t count) {
     KwMixRow(out, out, color, weights, count);
@@ -168,7 +178,10 @@ class CMixer {
             Mix(out, first, second, count);
         } else if (!AllAre(m_weights.shown, count, typename Form::tWeight{0})) {
             Mix(m_mixed, first, second, count);
-            OverRow(out, m_mixed, m_weights.shown, count);
+            if constexpr (Form::kPixelSize == 4)
+                kOverRow8(out, m_mixed, m_weights.shown, count);
+            else
+                kOverRowF(out, m_mixed, m_weights.shown, count);
         }
         if (border && !AllAre(m_weights.border, count, typename Form::tWeight{0}))
             BorderRow(out, m_color, m_weights.border, count);

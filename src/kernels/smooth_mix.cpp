@@ -3,9 +3,9 @@
 #include <bit>
 
 #include "base/arith.h"
+#include "base/bodies.h"
 #include "kernels/alpha.h"
 #include "kernels/blend.h"
-#include "kernels/clones.h"
 #include "kernels/convolve.h"
 #include "kernels/unaligned.h"
 
@@ -31,8 +31,7 @@ tThreeRows RowsAround(const tRows& rows, LONG y) {
 struct tSmoothPart {
     std::uint16_t columns[(kPart + 2) * 4];
 
-    [[gnu::always_inline]] void Load(const tThreeRows& rows, std::ptrdiff_t begin, std::ptrdiff_t count,
-                                     std::ptrdiff_t width) {
+    KWINLINE void Load(const tThreeRows& rows, std::ptrdiff_t begin, std::ptrdiff_t count, std::ptrdiff_t width) {
         const std::ptrdiff_t from = begin > 0 ? begin - 1 : begin;
         const std::ptrdiff_t to = begin + count < width ? begin + count + 1 : width;
         std::uint16_t* __restrict out = columns + (from - begin + 1) * 4;
@@ -44,19 +43,20 @@ struct tSmoothPart {
             if (to == begin + count) columns[(count + 1) * 4 + c] = columns[count * 4 + c];
         }
     }
-    [[gnu::always_inline]] std::uint16_t Sum(std::ptrdiff_t i) const {
+    KWINLINE std::uint16_t Sum(std::ptrdiff_t i) const {
         return static_cast<std::uint16_t>(columns[i] + 2 * columns[i + 4] + columns[i + 8]);
     }
 };
 
-KWCLONES void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::uint16_t amount) {
+KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width,
+                                    std::uint16_t amount) {
     tSmoothPart part;
     for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
         const std::ptrdiff_t count = std::min(kPart, width - begin);
         part.Load(rows, begin, count, width);
         const tLevels here = rows.here + begin * 4;
         std::uint8_t* out = d + begin * 4;
-#pragma GCC ivdep
+        KWNODEPENDENCE
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
             // KwBlend8 on magnitudes, which fit 16 bits.
             const std::uint16_t smooth = part.Sum(i) >> 4, s = here[i];
@@ -66,6 +66,7 @@ KWCLONES void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdi
         }
     }
 }
+constexpr CKwBodies kSmoothBlendRow(KwClones<SmoothBlendRow>);
 
 /// Division of 0 to 255 * `divisor` + `divisor` - 1 by a divisor of 1 to 17: (v + 1) * factor >> 16 >> shift.
 struct tDivision {
@@ -82,15 +83,18 @@ struct tDivision {
     }
 };
 
+// The first and the last dividend of every quotient, between which nothing falls.
 static_assert([] {
     for (std::uint32_t d = 1; d <= 17; ++d)
-        for (std::uint32_t v = 0; v < 256 * d; ++v)
-            if (tDivision(d)(static_cast<std::uint16_t>(v)) != v / d) return false;
+        for (std::uint32_t q = 0; q < 256; ++q)
+            if (tDivision(d)(static_cast<std::uint16_t>(q * d)) != q ||
+                tDivision(d)(static_cast<std::uint16_t>(q * d + d - 1)) != q)
+                return false;
     return true;
 }());
 
-KWCLONES void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
-                         tDivision division) {
+KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
+                                tDivision division) {
     tSmoothPart part;
     std::uint8_t levels[kPart * 4];
     std::uint32_t alphas[kPart];
@@ -110,10 +114,11 @@ KWCLONES void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t
         for (std::ptrdiff_t i = 0; i < count; ++i) alphas[i] = (words[i] >> 24) * 0x01010101u;
         const tLevels alpha = reinterpret_cast<tLevels>(alphas);
         std::uint8_t* out = d + begin * 4;
-#pragma GCC ivdep
+        KWNODEPENDENCE
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = levels[i] < alpha[i] ? levels[i] : alpha[i];
     }
 }
+constexpr CKwBodies kSharpenRow(KwClones<SharpenRow>);
 
 } // namespace
 
@@ -126,7 +131,7 @@ HRESULT KwDibSmoothBlend(const tView& destination, const tView& source, LONG byt
     if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
         return status;
     const std::uint8_t a = KwByte(KwTrunc(amount * 255.0 + 0.5));
-    for (LONG y = 0; y < d.height; ++y) SmoothBlendRow(d.Row<std::uint8_t>(y), RowsAround(s, y), d.width, a);
+    for (LONG y = 0; y < d.height; ++y) kSmoothBlendRow(d.Row<std::uint8_t>(y), RowsAround(s, y), d.width, a);
     return S_OK;
 }
 
@@ -144,6 +149,7 @@ HRESULT KwDibSharpen(const tView& destination, const tView& source, LONG bytesPe
         return status;
     const tDivision division(static_cast<std::uint32_t>(divisor));
     const std::int16_t center = static_cast<std::int16_t>(33 - t);
-    for (LONG y = 0; y < d.height; ++y) SharpenRow(d.Row<std::uint8_t>(y), RowsAround(s, y), d.width, center, division);
+    for (LONG y = 0; y < d.height; ++y)
+        kSharpenRow(d.Row<std::uint8_t>(y), RowsAround(s, y), d.width, center, division);
     return S_OK;
 }

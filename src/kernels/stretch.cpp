@@ -5,7 +5,7 @@
 #include <new>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -101,8 +101,8 @@ struct tImage {
 
 // Whole pictures shifted: copies, or two neighbours mixed.
 
-KWCLONES void LerpRow8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::int16_t fraction,
-                       std::ptrdiff_t count) {
+KWINLINE inline void LerpRow8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::int16_t fraction,
+                              std::ptrdiff_t count) {
     // (b - a) * 4 fits 16 bits, so the upper half of the product is the difference times fraction / 16384, floored:
     // the same as the weighted sum of both, shifted.
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -110,15 +110,18 @@ KWCLONES void LerpRow8(std::uint8_t* out, const std::uint8_t* a, const std::uint
         out[i] = static_cast<std::uint8_t>(a[i] + ((gap * fraction) >> 16));
     }
 }
-KWCLONES void LerpRowF(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, float fraction, std::ptrdiff_t count) {
+constexpr CKwBodies kLerpRow8(KwClones<LerpRow8>);
+KWINLINE inline void LerpRowF(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, float fraction,
+                              std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = KwBlendFloat(a[i], b[i], fraction);
 }
+constexpr CKwBodies kLerpRowF(KwClones<LerpRowF>);
 void LerpRow(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::int64_t fraction,
              std::ptrdiff_t count) {
-    LerpRow8(out, a, b, static_cast<std::int16_t>(fraction), count);
+    kLerpRow8(out, a, b, static_cast<std::int16_t>(fraction), count);
 }
 void LerpRow(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, std::int64_t fraction, std::ptrdiff_t count) {
-    LerpRowF(out, a, b, static_cast<float>(fraction) / static_cast<float>(kOnePixel), count);
+    kLerpRowF(out, a, b, static_cast<float>(fraction) / static_cast<float>(kOnePixel), count);
 }
 
 /// What is less than half a step of a byte cannot show there.
@@ -211,14 +214,14 @@ tFineTaps FineTapsOf(const tAxis& axis, LONG pixel) {
 }
 
 /// The upper half of a byte's product with a weight, in 1/256: it loses less than one of them.
-[[gnu::always_inline]] inline std::uint16_t Weighed(std::uint8_t byte, std::uint16_t weight) {
+KWINLINE inline std::uint16_t Weighed(std::uint8_t byte, std::uint16_t weight) {
     return static_cast<std::uint16_t>((std::uint32_t{static_cast<std::uint16_t>(byte << 8)} * weight) >> 16);
 }
 
 /// `count` values of kRows rows. Whole expressions instead of a loop over the rows: it stays in registers.
 template <int kRows, class Finish>
-[[gnu::always_inline]] inline void WeighSome(const std::uint8_t* const* rows, const std::uint16_t* weights,
-                                             std::ptrdiff_t count, Finish finish) {
+KWINLINE inline void WeighSome(const std::uint8_t* const* rows, const std::uint16_t* weights, std::ptrdiff_t count,
+                               Finish finish) {
     const std::uint8_t *a = rows[0], *b = rows[kRows > 1 ? 1 : 0], *c = rows[kRows > 2 ? 2 : 0];
     const std::uint8_t* d = rows[kRows > 3 ? 3 : 0];
     const std::uint16_t wa = weights[0], wb = weights[1], wc = weights[2], wd = weights[3];
@@ -234,8 +237,8 @@ template <int kRows, class Finish>
 /// A weighted sum of two or more rows of bytes, `bias` added in 1/256. `kBlock` values at a time where the rows are
 /// many.
 template <std::ptrdiff_t kBlock>
-[[gnu::always_inline]] inline void Weigh(std::uint8_t* __restrict out, const std::uint8_t* const* rows,
-                                         const tFineTaps& t, std::uint16_t bias, std::ptrdiff_t count) {
+KWINLINE inline void Weigh(std::uint8_t* __restrict out, const std::uint8_t* const* rows, const tFineTaps& t,
+                           std::uint16_t bias, std::ptrdiff_t count) {
     const auto store = [out, bias](std::ptrdiff_t i, std::uint16_t sum) {
         out[i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(sum + bias) >> 8);
     };
@@ -275,10 +278,11 @@ template <std::ptrdiff_t kBlock>
     }
 }
 
-KWCLONES void WeighRows(std::uint8_t* out, const std::uint8_t* const* rows, const tFineTaps& t, std::uint16_t bias,
-                        std::ptrdiff_t count) {
+KWINLINE inline void WeighRows(std::uint8_t* out, const std::uint8_t* const* rows, const tFineTaps& t,
+                               std::uint16_t bias, std::ptrdiff_t count) {
     Weigh<512>(out, rows, t, bias, count);
 }
+constexpr CKwBodies kWeighRows(KwClones<WeighRows>);
 
 /// A truncating sum; with one half more it rounds.
 std::uint16_t Bias(const tFineTaps& t, int half) {
@@ -289,21 +293,21 @@ constexpr LONG kTile = 16;        // rows turned together: a column of them is 6
 constexpr LONG kTurnColumns = 64; // output columns made together, so that the turned pictures stay in the first cache
 constexpr LONG kTurnSource = (kTurnColumns + 1) * kMostTaps;
 
-typedef std::uint32_t tQuad __attribute__((vector_size(16)));
+using tQuad [[gnu::vector_size(16)]] = std::uint32_t;
 
 /// Turns 4 by 4 pixels.
-[[gnu::always_inline]] inline void Turn(std::uint8_t* const* to, const std::uint8_t* const* from) {
+KWINLINE inline void Turn(std::uint8_t* const* to, const std::uint8_t* const* from) {
     tQuad a, b, c, d;
     __builtin_memcpy(&a, from[0], 16);
     __builtin_memcpy(&b, from[1], 16);
     __builtin_memcpy(&c, from[2], 16);
     __builtin_memcpy(&d, from[3], 16);
-    const tQuad ab = __builtin_shuffle(a, b, tQuad{0, 4, 1, 5}), cd = __builtin_shuffle(c, d, tQuad{0, 4, 1, 5});
-    const tQuad ef = __builtin_shuffle(a, b, tQuad{2, 6, 3, 7}), gh = __builtin_shuffle(c, d, tQuad{2, 6, 3, 7});
-    a = __builtin_shuffle(ab, cd, tQuad{0, 1, 4, 5});
-    b = __builtin_shuffle(ab, cd, tQuad{2, 3, 6, 7});
-    c = __builtin_shuffle(ef, gh, tQuad{0, 1, 4, 5});
-    d = __builtin_shuffle(ef, gh, tQuad{2, 3, 6, 7});
+    const tQuad ab = __builtin_shufflevector(a, b, 0, 4, 1, 5), cd = __builtin_shufflevector(c, d, 0, 4, 1, 5);
+    const tQuad ef = __builtin_shufflevector(a, b, 2, 6, 3, 7), gh = __builtin_shufflevector(c, d, 2, 6, 3, 7);
+    a = __builtin_shufflevector(ab, cd, 0, 1, 4, 5);
+    b = __builtin_shufflevector(ab, cd, 2, 3, 6, 7);
+    c = __builtin_shufflevector(ef, gh, 0, 1, 4, 5);
+    d = __builtin_shufflevector(ef, gh, 2, 3, 6, 7);
     __builtin_memcpy(to[0], &a, 16);
     __builtin_memcpy(to[1], &b, 16);
     __builtin_memcpy(to[2], &c, 16);
@@ -311,8 +315,8 @@ typedef std::uint32_t tQuad __attribute__((vector_size(16)));
 }
 
 /// Scales `kTile` rows to `count` columns. `taps` count from pixel `left`, where the rows begin.
-KWCLONES void WeighColumns(std::uint8_t* out, std::ptrdiff_t outStride, const std::uint8_t* const* rows,
-                           const tFineTaps* taps, std::ptrdiff_t count) {
+KWINLINE inline void WeighColumns(std::uint8_t* out, std::ptrdiff_t outStride, const std::uint8_t* const* rows,
+                                  const tFineTaps* taps, std::ptrdiff_t count) {
     alignas(64) std::uint8_t source[kTurnSource * 64], result[kTurnColumns * 64];
     for (std::ptrdiff_t c = 0; c < count; c += kTurnColumns) {
         const std::ptrdiff_t n = count - c < kTurnColumns ? count - c : kTurnColumns;
@@ -354,6 +358,7 @@ KWCLONES void WeighColumns(std::uint8_t* out, std::ptrdiff_t outStride, const st
                 __builtin_memcpy(out + r * outStride + (c + x) * 4, result + x * 64 + r * 4, 4);
     }
 }
+constexpr CKwBodies kWeighColumns(KwClones<WeighColumns>);
 
 /// Samples of bytes with at most `kMostTaps` pixels in each direction.
 class CScaledBytes {
@@ -385,7 +390,7 @@ class CScaledBytes {
             std::uint8_t* mid = m_rows.get() + std::ptrdiff_t{r} * m_width * 4;
             rows[r] = row + r < m_tileLast ? Gathered(row + r, 0, m_width, mid, 128) : rows[r - 1];
         }
-        WeighColumns(m_done.get(), std::ptrdiff_t{m_columns} * 4, rows, m_taps.get(), m_columns);
+        kWeighColumns(m_done.get(), std::ptrdiff_t{m_columns} * 4, rows, m_taps.get(), m_columns);
     }
 
     void Samples(LONG from, LONG to, std::uint8_t* out) const {
@@ -405,7 +410,7 @@ class CScaledBytes {
         const std::uint8_t* rows[kMostTaps];
         for (LONG k = 0; k < t.count; ++k) rows[k] = m_source.Row<tForm8>(t.first + k, m_left + first);
         if (t.count == 1) return rows[0];
-        WeighRows(out, rows, t, Bias(t, half - (half ? t.count / 2 : 0)), std::ptrdiff_t{count} * 4);
+        kWeighRows(out, rows, t, Bias(t, half - (half ? t.count / 2 : 0)), std::ptrdiff_t{count} * 4);
         return out;
     }
 

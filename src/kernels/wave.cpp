@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/sample.h"
 #include "kernels/unaligned.h"
 
@@ -26,8 +26,8 @@ struct tSource {
     std::int32_t limitX, limitY;                ///< greatest position, 14-bit fixed point
 };
 
-[[gnu::always_inline]] inline void Locate(tPositions& at, const tSource& source, const double* shift, double y,
-                                          std::uint32_t x, std::ptrdiff_t count) {
+KWINLINE inline void Locate(tPositions& at, const tSource& source, const double* shift, double y, std::uint32_t x,
+                            std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const auto along = static_cast<std::int32_t>(x + static_cast<std::uint32_t>(i) * kOne);
         at.x[i] = KwClamp(along, 0, source.limitX);
@@ -35,14 +35,14 @@ struct tSource {
     }
 }
 
-[[gnu::always_inline]] inline const std::byte* Address(const tSource& source, const tPositions& at, std::ptrdiff_t i,
-                                                       std::ptrdiff_t bytesPerPixel) {
+KWINLINE inline const std::byte* Address(const tSource& source, const tPositions& at, std::ptrdiff_t i,
+                                         std::ptrdiff_t bytesPerPixel) {
     return source.first + (at.y[i] >> 14) * source.stride + (at.x[i] >> 14) * bytesPerPixel;
 }
 
 /// `shift`: the columns' displacements down, in pixels. `x`: the first column's position.
-KWCLONES void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
-                       std::ptrdiff_t count) {
+KWINLINE inline void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
+                              std::ptrdiff_t count) {
     tPositions at;
     Locate(at, source, shift, y, x, count);
     std::uint32_t p00[kPart], p10[kPart], p01[kPart], p11[kPart];
@@ -53,7 +53,7 @@ KWCLONES void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, 
         std::memcpy(&p01[i], p + source.nextRow, 4);
         std::memcpy(&p11[i], p + source.nextRow + source.nextColumn, 4);
     }
-#pragma GCC ivdep
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const tBilinear8 sample(at.x[i] & (kOne - 1), at.y[i] & (kOne - 1));
         std::uint32_t out = 0;
@@ -64,14 +64,15 @@ KWCLONES void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, 
         d[i] = out;
     }
 }
+constexpr CKwBodies kWaveRow8(KwClones<WaveRow8>);
 
-KWCLONES void WaveRowFloat(tAnyFloat* d, const tSource& source, const double* shift, double y, std::uint32_t x,
-                           std::ptrdiff_t count) {
+KWINLINE inline void WaveRowFloat(tAnyFloat* d, const tSource& source, const double* shift, double y, std::uint32_t x,
+                                  std::ptrdiff_t count) {
     tPositions at;
     Locate(at, source, shift, y, x, count);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const tBilinearF sample(at.x[i] & (kOne - 1), at.y[i] & (kOne - 1));
-        const auto pixel = [&](std::ptrdiff_t offset) __attribute__((always_inline)) {
+        const auto pixel = [&](std::ptrdiff_t offset) KWINLINE {
             return reinterpret_cast<const tAnyFloat*>(Address(source, at, i, 16) + offset);
         };
         const tAnyFloat* p00 = pixel(0);
@@ -81,6 +82,7 @@ KWCLONES void WaveRowFloat(tAnyFloat* d, const tSource& source, const double* sh
         for (int c = 0; c < 4; ++c) d[i * 4 + c] = sample(p00[c], p10[c], p01[c], p11[c]);
     }
 }
+constexpr CKwBodies kWaveRowFloat(KwClones<WaveRowFloat>);
 
 /// The greatest position of a sample on a side of `size` pixels.
 std::int32_t Limit(LONG size) {
@@ -108,9 +110,9 @@ HRESULT KwDibWave(const tView& destination, const tView& source, LONG bytesPerPi
             const std::int32_t dx = KwTrunc(std::sin(y / height * kv + wave.verticalPhase) * ax * 16384.0);
             const std::uint32_t x = static_cast<std::uint32_t>(dx) + static_cast<std::uint32_t>(begin) * kOne;
             if (bytesPerPixel == 4)
-                WaveRow8(KwWordRow(d, y) + begin, from, shift, y, x, count);
+                kWaveRow8(KwWordRow(d, y) + begin, from, shift, y, x, count);
             else
-                WaveRowFloat(KwFloatRow(d, y) + begin * 4, from, shift, y, x, count);
+                kWaveRowFloat(KwFloatRow(d, y) + begin * 4, from, shift, y, x, count);
         }
     }
     return S_OK;

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/curve.h"
 #include "kernels/fixed.h"
 #include "kernels/mix_row.h"
@@ -60,7 +60,7 @@ struct tEdge {
 
 /// Places in the curve's table for `count` distances from `d` on. A quotient this close to a whole number could go
 /// either way in a product: then false, and the places are no good.
-KWCLONES bool QuickPlaces(std::int32_t* places, double d, double step, double far, std::int32_t count) {
+KWINLINE inline bool QuickPlaces(std::int32_t* places, double d, double step, double far, std::int32_t count) {
     const double scale = 255.0 / far;
     std::int32_t bad = 0;
     for (std::int32_t i = 0; i < count; ++i) {
@@ -72,6 +72,7 @@ KWCLONES bool QuickPlaces(std::int32_t* places, double d, double step, double fa
     }
     return bad == 0;
 }
+constexpr CKwBodies kQuickPlaces(KwClones<QuickPlaces>);
 
 void ExactPlaces(std::int32_t* places, double d, double step, double far, std::int32_t count) {
     for (std::int32_t i = 0; i < count; ++i) places[i] = KwTrunc(KwClamp((d + i * step) / far * 255.0, 0.0, 255.0));
@@ -83,7 +84,7 @@ void ZoneWeights(std::uint16_t* weights, const tEdge& edge, std::int64_t d, LONG
     std::int32_t places[kChunk];
     const auto df = static_cast<double>(d), step = static_cast<double>(edge.step), far = static_cast<double>(edge.far);
     // Only a negative feather makes the zone this short, and then quotients may leave the integers.
-    if (far < 8192.0 || !QuickPlaces(places, df, step, far, count)) ExactPlaces(places, df, step, far, count);
+    if (far < 8192.0 || !kQuickPlaces(places, df, step, far, count)) ExactPlaces(places, df, step, far, count);
     if (edge.soft) {
         for (LONG i = 0; i < count; ++i) weights[i] = tables.curve[static_cast<std::size_t>(places[i])];
         return;
@@ -117,16 +118,17 @@ LONG RunOf(std::int64_t d, std::int64_t step, std::int64_t bound, LONG count) {
     return static_cast<LONG>(std::min<std::int64_t>(run, count));
 }
 
-KWCLONES void OverRow(std::uint8_t* out, const std::uint8_t* r, std::ptrdiff_t count) {
-#pragma GCC ivdep
+KWINLINE inline void OverRow(std::uint8_t* out, const std::uint8_t* r, std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i)
         for (int c = 0; c < 4; ++c)
             out[i * 4 + c] = KwByte(r[i * 4 + c] + (((255 - r[i * 4 + 3]) * out[i * 4 + c] + 127) >> 8));
 }
+constexpr CKwBodies kOverRow(KwClones<OverRow>);
 
 void Put(std::uint8_t* out, const std::uint8_t* pixels, LONG count, bool blend) {
     if (blend)
-        OverRow(out, pixels, count);
+        kOverRow(out, pixels, count);
     else if (out != pixels)
         std::memmove(out, pixels, static_cast<std::size_t>(count) * 4);
 }
@@ -149,7 +151,7 @@ void WipeRow(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, LO
                 if (blend) {
                     std::uint8_t mixed[kChunk * 4];
                     KwMixRow(mixed, a + at, b + at, weights, run);
-                    OverRow(out + at, mixed, run);
+                    kOverRow(out + at, mixed, run);
                 } else {
                     KwMixRow(out + at, a + at, b + at, weights, run);
                 }
@@ -178,8 +180,9 @@ double SweepDistance(double a, double c, double width, double height, double fea
     return static_cast<float>(t * c);
 }
 
-KWCLONES void DifferenceRow(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t count) {
-#pragma GCC ivdep
+KWINLINE inline void DifferenceRow(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b,
+                                   std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const int db = a[i * 4] - b[i * 4], dg = a[i * 4 + 1] - b[i * 4 + 1], dr = a[i * 4 + 2] - b[i * 4 + 2];
         const int e = (dr * dr + dg * dg + db * db) / 6;
@@ -188,6 +191,7 @@ KWCLONES void DifferenceRow(std::uint8_t* out, const std::uint8_t* a, const std:
         out[i * 4 + 3] = 255;
     }
 }
+constexpr CKwBodies kDifferenceRow(KwClones<DifferenceRow>);
 
 } // namespace
 
@@ -226,7 +230,7 @@ HRESULT KwTwin_mix(const tView& out, const tView& first, const tView& second, LO
     const LONG width = std::min(a.source.width, b.source.width), height = std::min(a.source.height, b.source.height);
     if (width == 0 || height == 0) return S_OK;
     for (LONG y = 0; y < height; ++y)
-        DifferenceRow(b.destination.Row<std::uint8_t>(y), a.source.Row<std::uint8_t>(y), b.source.Row<std::uint8_t>(y),
-                      width);
+        kDifferenceRow(b.destination.Row<std::uint8_t>(y), a.source.Row<std::uint8_t>(y), b.source.Row<std::uint8_t>(y),
+                       width);
     return S_OK;
 }
