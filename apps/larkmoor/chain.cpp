@@ -8,26 +8,11 @@
 #include <fmt/format.h>
 
 #include "host/alpha.h"
-#include "media/av.h"
 #include "output_file.h"
 
 namespace larkmoor {
 
 namespace {
-
-/// What the host library says of a wrong name or value is a mistake of the command line here.
-template <class Action>
-auto asUsage(Action action) {
-    try {
-        return action();
-    } catch (const StatusError&) {
-        throw;
-    } catch (const UsageError&) {
-        throw;
-    } catch (const Error& error) {
-        throw UsageError(error.what());
-    }
-}
 
 std::pair<std::string, std::string> splitField(const std::string& option, const std::string& text) {
     const std::size_t at = text.find('=');

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/module.h"
+#include "media/av.h"
 
 namespace larkmoor {
 
@@ -52,6 +53,20 @@ struct Moment {
     std::int64_t index = 0; ///< of the frame, from 0
     double progress = 0;    ///< of a transition, 0 to 1
 };
+
+/// What the host library says of a wrong name or value is a mistake of the command line here.
+template <class Action>
+auto asUsage(Action action) {
+    try {
+        return action();
+    } catch (const StatusError&) {
+        throw;
+    } catch (const UsageError&) {
+        throw;
+    } catch (const Error& error) {
+        throw UsageError(error.what());
+    }
+}
 
 /// Presets, fields and states in the order given, ramps last. Throws UsageError for names and values that do not fit.
 Step planStep(const Module& module, const EffectRequest& request);

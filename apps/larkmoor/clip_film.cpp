@@ -20,6 +20,7 @@ class Below {
     }
 
     const VideoFacts& video() const { return m_reader.video(); }
+    const std::string& path() const { return m_reader.path(); }
 
     /// The frame for a time stamp in the unit of the pictures above; stamps ascend. The last one stays.
     FramePtr at(std::int64_t stamp) {
@@ -77,6 +78,11 @@ class ClipFilm final : public Film {
     const Reader* like() const override { return m_reader.get(); }
     std::optional<std::int64_t> total() const override { return m_total; }
     std::string name() const override { return m_reader->path(); }
+    std::vector<std::string> files() const override {
+        std::vector<std::string> files{m_reader->path() == "-" ? "/dev/stdin" : m_reader->path()};
+        if (m_below) files.push_back(m_below->path());
+        return files;
+    }
 
     void begin(ContainerSink& container) override {
         container.passStreams(*m_reader);

@@ -10,6 +10,9 @@ namespace larkmoor {
 bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
     const std::optional<std::int64_t> total = film.total();
     settleRamps(recipe, total, film.name());
+    refuseInputs(request.path, film.files());
+    for (const Step& step : recipe.effects)
+        for (const std::string& path : step.saveTo) refuseInputs(path, film.files());
     Output output(request, film.video(), film.like());
     FrameSink& sink = output.sink();
     if (ContainerSink* container = output.container()) film.begin(*container);

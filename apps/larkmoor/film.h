@@ -26,6 +26,8 @@ class Film {
     virtual std::optional<std::int64_t> total() const = 0;
     /// For people.
     virtual std::string name() const = 0;
+    /// What is read, and so cannot be written.
+    virtual std::vector<std::string> files() const { return {}; }
 
     /// Adds what goes beside the pictures and begins the file.
     virtual void begin(ContainerSink& container) = 0;

@@ -119,6 +119,7 @@ class JoinFilm final : public Film {
     const Reader* like() const override { return &m_a; }
     std::optional<std::int64_t> total() const override { return m_total; }
     std::string name() const override { return m_a.path() + " and " + m_b.path(); }
+    std::vector<std::string> files() const override { return {m_a.path(), m_b.path()}; }
 
     void begin(ContainerSink& container) override {
         m_sound.open(container);

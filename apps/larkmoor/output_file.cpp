@@ -5,9 +5,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,10 +49,52 @@ void synchronise(const fs::path& path, bool folder) {
         throw Error(fmt::format("cannot write {}: {}", path.string(), reason(error)));
 }
 
-void renameTo(const fs::path& from, const fs::path& to) {
+/// What a name leads to through symbolic links, also where nothing is there yet.
+fs::path targetOf(fs::path path) {
+    constexpr int mostLinks = 40;
     std::error_code error;
+    for (int links = 0; links < mostLinks && fs::is_symlink(path, error); ++links) {
+        const fs::path next = fs::read_symlink(path, error);
+        if (error) break;
+        path = path.parent_path() / next;
+    }
+    return path;
+}
+
+fs::path folderOf(const fs::path& path) {
+    return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
+
+void renameTo(const fs::path& from, const fs::path& to) {
+    std::error_code error, ignored;
+    const fs::file_status there = fs::status(to, ignored);
+    if (fs::is_regular_file(there)) fs::permissions(from, there.permissions(), ignored);
     fs::rename(from, to, error);
     if (error) throw Error(fmt::format("cannot write {}: {}", to.string(), error.message()));
+}
+
+/// Gives a file the name `to` or, where that is a symbolic link, the name it leads to, maybe on another file system.
+void moveThrough(const fs::path& from, const fs::path& to) {
+    const fs::path target = targetOf(to);
+    std::error_code error;
+    if (target == to) return renameTo(from, to);
+    const PartFile part(folderOf(target), target.filename(), false);
+    fs::copy_file(from, part.path(), fs::copy_options::overwrite_existing, error);
+    if (!error) fs::rename(part.path(), target, error);
+    if (!error) return;
+    std::error_code ignored;
+    fs::remove(part.path(), ignored);
+    throw Error(fmt::format("cannot write {}: {}", to.string(), error.message()));
+}
+
+/// The files that a path stands for and that are there: itself, or those of a sequence.
+std::vector<std::string> filesOf(const std::string& path) {
+    if (!isSequence(path)) return {path};
+    const fs::path folder = folderOf(path);
+    std::vector<std::string> files;
+    for (const int number : sequenceNumbers(path))
+        files.push_back(folder / fs::path(sequenceName(path, number)).filename());
+    return files;
 }
 
 } // namespace
@@ -67,31 +112,15 @@ OutputFile::OutputFile(const std::string& path, bool overwrite) : m_path(path), 
     if (!overwrite && (m_sequence ? !sequenceNumbers(path).empty() : fs::exists(status)))
         throw Error(fmt::format("{} is there already; -y overwrites it", path));
 
-    // A link is written through, so that it stays one.
-    const fs::path target = fs::is_symlink(path, ignored) ? fs::weakly_canonical(path, ignored) : fs::path(path);
+    const fs::path target = m_sequence ? fs::path(path) : targetOf(path);
     m_path = target;
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    const std::string name = target.filename();
-    const std::string temporary = fmt::format(".{}.{}.part", name.substr(0, 200), ::getpid());
+    const fs::path folder = folderOf(target);
     if (!fs::is_directory(folder, ignored)) throw Error(fmt::format("cannot write {}: no such folder", path));
 
     const std::lock_guard guard(registryLock);
-    if (m_sequence) {
-        std::string plain = temporary;
-        for (char& c : plain)
-            if (c == '%') c = '_';
-        m_workFolder = folder / plain;
-        if (::mkdir(m_workFolder.c_str(), 0777) != 0)
-            throw Error(fmt::format("cannot write {}: {}", path, reason(errno)));
-        m_workPath = fs::path(m_workFolder) / name;
-        registry().insert(m_workFolder);
-    } else {
-        m_workPath = folder / temporary;
-        const int file = ::open(m_workPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (file < 0) throw Error(fmt::format("cannot write {}: {}", path, reason(errno)));
-        ::close(file);
-        registry().insert(m_workPath);
-    }
+    m_part = PartFile(folder, target.filename(), m_sequence);
+    m_workPath = m_sequence ? (fs::path(m_part.path()) / target.filename()).string() : m_part.path();
+    registry().insert(m_part.path());
     m_open = true;
 }
 
@@ -102,26 +131,24 @@ OutputFile::~OutputFile() {
 void OutputFile::discard() {
     if (!m_open) return;
     const std::lock_guard guard(registryLock);
-    const std::string& path = m_sequence ? m_workFolder : m_workPath;
     std::error_code ignored;
-    fs::remove_all(path, ignored);
-    registry().erase(path);
+    fs::remove_all(m_part.path(), ignored);
+    registry().erase(m_part.path());
     m_open = false;
 }
 
 void OutputFile::commit() {
     if (!m_open) return;
     const fs::path target(m_path);
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    const fs::path folder = folderOf(target);
     if (m_sequence) {
         std::set<fs::path> files;
-        for (const auto& entry : fs::directory_iterator(m_workFolder)) files.insert(entry.path());
+        for (const auto& entry : fs::directory_iterator(m_part.path())) files.insert(entry.path());
         for (const fs::path& file : files) synchronise(file, false);
         const std::lock_guard guard(registryLock);
-        for (const fs::path& file : files) renameTo(file, folder / file.filename());
+        for (const fs::path& file : files) moveThrough(file, folder / file.filename());
         std::error_code ignored;
-        fs::remove(m_workFolder, ignored);
-        registry().erase(m_workFolder);
+        fs::remove(m_part.path(), ignored);
     } else {
         synchronise(m_workPath, false);
         const std::lock_guard guard(registryLock);
@@ -138,14 +165,35 @@ void OutputFile::commit() {
         } else {
             renameTo(m_workPath, target);
         }
-        registry().erase(m_workPath);
     }
     m_open = false;
     synchronise(folder, true);
+    const std::lock_guard guard(registryLock);
+    registry().erase(m_part.path());
+}
+
+void refuseInputs(const std::string& output, std::span<const std::string> inputs) {
+    using Identity = std::pair<dev_t, ino_t>;
+    const auto identityOf = [](const std::string& path) {
+        struct stat status {};
+        const bool there = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+        return there ? std::optional(Identity(status.st_dev, status.st_ino)) : std::nullopt;
+    };
+    std::map<Identity, std::string> read;
+    for (const std::string& input : inputs)
+        for (const std::string& file : filesOf(input))
+            if (const auto identity = identityOf(file)) read.emplace(*identity, file);
+    for (const std::string& file : filesOf(output)) {
+        const auto identity = identityOf(file);
+        const auto found = identity ? read.find(*identity) : read.end();
+        if (found == read.end()) continue;
+        throw Error(file == found->second
+                        ? fmt::format("{} is read and cannot be overwritten; choose another output", file)
+                        : fmt::format("{} is {}, which is read; choose another output", file, found->second));
+    }
 }
 
 void removeOutputsOnSignals() {
-    std::signal(SIGPIPE, SIG_IGN);
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
@@ -169,6 +217,8 @@ void removeOutputsOnSignals() {
         sigaddset(&one, number);
         ::pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
         ::raise(number);
+        // The first process of a container does not end by a signal of its own.
+        ::_exit(128 + number);
     }).detach();
 }
 

@@ -1,13 +1,17 @@
 // What is written appears under its final name whole or not at all.
 #pragma once
 
+#include <span>
 #include <string>
+
+#include "part_file.h"
 
 namespace larkmoor {
 
 /// A file, or a numbered sequence of files, that is written under a temporary name in the same folder. Unless
-/// `commit` is reached, nothing is left of it: not on errors, and not on SIGINT, SIGTERM or SIGHUP.
-/// Devices and pipes are written directly.
+/// `commit` is reached, nothing is left of it: not on errors, and not on SIGINT, SIGTERM or SIGHUP; what SIGKILL leaves
+/// goes with the next output in the folder.
+/// Devices and pipes are written directly. Where the name is a symbolic link, what it leads to is written.
 class OutputFile {
   public:
     /// Throws Error when the file is there and `overwrite` is not set, or when its folder cannot be written.
@@ -26,9 +30,14 @@ class OutputFile {
   private:
     void discard();
 
-    std::string m_path, m_workPath, m_workFolder;
+    std::string m_path, m_workPath;
+    PartFile m_part;
     bool m_direct = false, m_sequence = false, m_overwrite = false, m_open = false;
 };
+
+/// Throws Error when writing `output`, which may be a numbered sequence, would overwrite one of the inputs, by whatever
+/// name.
+void refuseInputs(const std::string& output, std::span<const std::string> inputs);
 
 /// From here on SIGINT, SIGTERM and SIGHUP remove unfinished outputs before they end the process. Call before any
 /// thread is started.

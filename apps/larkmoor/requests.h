@@ -26,31 +26,6 @@ struct OutputRequest {
     int threads = 1;
 };
 
-struct RenderRequest {
-    std::string input;
-    std::vector<EffectRequest> effects;
-    std::string over;               ///< a clip to lay the pictures over; empty for none
-    std::optional<AVRational> rate; ///< of a numbered sequence
-    double start = 0;
-    std::int64_t frames = -1;
-    OutputRequest output;
-};
-
-struct JoinRequest {
-    std::string first, second;
-    EffectRequest transition;
-    double duration = 1; ///< seconds
-    OutputRequest output;
-};
-
-struct GenerateRequest {
-    EffectRequest generator;
-    int width = 0, height = 0;
-    AVRational rate{25, 1};
-    std::optional<double> duration; ///< seconds; one frame for a picture, five seconds for a clip
-    OutputRequest output;
-};
-
 /// Seconds, or [HH:]MM:SS with a fraction. Throws UsageError.
 double parseTime(const std::string& text);
 /// Frames a second: "25", "29.97", "30000/1001". Throws UsageError.
@@ -63,12 +38,5 @@ RawRequest parseRaw(const std::string& text);
 
 /// Whether `path` is written or read as bare frames.
 bool isRawPath(const std::string& path);
-
-// The verbs. They throw UsageError for wrong use and Error for failures.
-void list(const Module& module, bool json);
-void show(const Module& module, const std::string& name, bool json);
-void render(const Module& module, const RenderRequest& request);
-void join(const Module& module, const JoinRequest& request);
-void generate(const Module& module, const GenerateRequest& request);
 
 } // namespace larkmoor

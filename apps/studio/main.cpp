@@ -8,6 +8,7 @@
 #include "media/av.h"
 #include "message_boxes.h"
 #include "output_file.h"
+#include "standard_files.h"
 
 using namespace larkmoor;
 
@@ -44,6 +45,7 @@ int print(std::FILE* stream, const QString& text, int status) {
 } // namespace
 
 int main(int count, char** arguments) {
+    settleStandardFiles();
     QCoreApplication::setApplicationName("larkmoor-studio");
     QCoreApplication::setOrganizationName("larkmoor");
     QCoreApplication::setApplicationVersion(LARKMOOR_VERSION);

@@ -274,7 +274,8 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
     shell("head -c $(($(stat -c %s in.mp4) / 2)) in.mp4 >cut.mp4; touch empty.mp4 there.mp4; ffmpeg -v error -f lavfi "
           "-i sine=d=0.1 a.wav");
     ffmpeg("-i in.mp4 -frames:v 1 in.png");
-    shell("head -c 400 in.png >cut.png");
+    shell(
+        "head -c 400 in.png >cut.png; ln -s in.mp4 link.mp4; ln in.mp4 hard.mp4; cp in.png s10.png; printf x >in.raw");
     const std::vector<std::string> before = names();
     const Refusal refusals[] = {
         {"render none.mp4 -o x.mp4 --effect Invert", 1, "none.mp4"},
@@ -313,7 +314,21 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
         {"generate Invert -o x.mp4 --size 16x16", 2, "render"},
         {"generate Invert -o x.mp4 --size 16", 2, "size"},
         {"show Invrt", 2, "Invert"},
-        {"dance", 2, "larkmoor: "},
+        {"dance", 2, "there is no verb \"dance\""},
+        {"", 2, "no verb"},
+        {"show Invert Sepia", 2, "\"Sepia\" is one argument too many"},
+        {"render in.mp4 --qualty 3 -o x.mp4 --effect Invert", 2, "did you mean \"--quality\"?"},
+        {"render in.mp4 -o x.mp4 -o y.mp4 --effect Invert", 2, "--output is given more than once"},
+        {"render in.mp4 -o x.mp4 --effect", 2, "--effect needs a value"},
+        {"list --quiet --progress json", 2, "--quiet"},
+        {"render in.mp4 -y -o ./in.mp4 --effect Invert", 1, "which is read"},
+        {"render in.mp4 -y -o link.mp4 --effect Invert", 1, "link.mp4 is in.mp4, which is read"},
+        {"render in.mp4 -y -o hard.mp4 --effect Invert", 1, "hard.mp4 is in.mp4, which is read"},
+        {"render in.png -y -o in.mp4 --over in.mp4", 1, "in.mp4 is read"},
+        {"render s%d.png -y -o s%02d.png --effect Invert", 1, "s10.png is read"},
+        {"render - -y -o in.raw --raw 1x1:gray:25 --effect Invert <in.raw", 1, "which is read"},
+        {"render in.mp4 -y -o x.mp4 --effect Invert --save-state in.mp4", 1, "in.mp4 is read"},
+        {"join in.mp4 hard.mp4 -y -o link.mp4 --transition Iris", 1, "which is read"},
     };
     for (const Refusal& refusal : refusals) {
         SCOPED_TRACE(refusal.arguments);
@@ -336,6 +351,58 @@ TEST_F(RenderTest, SignalsLeaveNothing) {
     EXPECT_EQ(content("seen"), "1\n");
     EXPECT_EQ(content("status"), "143\n") << outcome.err;
     EXPECT_EQ(names(), (std::vector<std::string>{"pipe", "seen", "status"}));
+}
+
+TEST_F(RenderTest, PartsOfTheDeadGoAndThoseOfTheLivingStay) {
+    for (const std::string output : {"out.mkv", "out%d.png"}) {
+        shell("mkfifo pipe; exec 3<>pipe; " LARKMOOR_COMMAND_FILE " render - -o " + output +
+              " --raw 64x64:bgra:25 --effect Invert <pipe & work=$!; timeout 60 head -c 2000000 /dev/zero >pipe; "
+              "for name in alive dead; do " LARKMOOR_COMMAND_FILE
+              " generate 'Test Pattern' -y -o b.png --size 8x8; ls -A | grep -c part >$name; kill -KILL $work; "
+              "wait $work; done; rm pipe");
+        EXPECT_EQ(content("alive"), "1\n");
+        EXPECT_EQ(content("dead"), "0\n");
+        EXPECT_EQ(names(), (std::vector<std::string>{"alive", "b.png", "dead"}));
+    }
+}
+
+TEST_F(RenderTest, WhatCannotBeToldIsDropped) {
+    clip("in.mp4", "-f lavfi -i sine=440:duration=1 -c:v libx264 -pix_fmt yuv420p -c:a aac");
+    // With a note, as the container takes no AAC.
+    const std::string render = LARKMOOR_COMMAND_FILE " render in.mp4 -y --effect Invert -o ";
+    const Outcome told = shell(render + "told.webm");
+    ASSERT_EQ(told.status, 0);
+    ASSERT_NE(told.err, "");
+    for (const std::string to : {"2>&-", "2>/dev/full", "2> >(true)", "<&- >&- 2>&-"}) {
+        SCOPED_TRACE(to);
+        EXPECT_EQ(shell("bash -c '" + render + "out.webm " + to + "'").status, 0);
+        EXPECT_TRUE(content("out.webm") == content("told.webm"));
+    }
+    const Outcome quiet = shell(render + "out.webm --quiet");
+    EXPECT_EQ(quiet.err, "");
+    EXPECT_EQ(larkmoor("render none.mp4 -o out.webm --quiet --effect Invert").err.substr(0, 10), "larkmoor: ");
+    const Outcome json = shell(render + "out.webm --progress json");
+    EXPECT_THAT(json.err, testing::MatchesRegex("(\\{\"event\":\"[a-z]+\",[^\n]*\\}\n)+"));
+    for (const char* part : {"{\"event\":\"note\",\"text\":\"out.webm does not take",
+                             "{\"event\":\"progress\",\"file\":\"in.mp4\",\"frames\":25,\"total\":25,\"seconds\":"})
+        EXPECT_THAT(json.err, testing::HasSubstr(part));
+    EXPECT_THAT(larkmoor("render none.mp4 -o x.webm --progress json --effect Invert").err,
+                testing::StartsWith("{\"event\":\"error\",\"text\":\"cannot"));
+    EXPECT_EQ(shell("bash -c 'set -o pipefail; " LARKMOOR_COMMAND_FILE " list --json 2>err | true'; cat err >&2").err,
+              "");
+    EXPECT_EQ(larkmoor("list >&-").status, 1);
+}
+
+TEST_F(RenderTest, LinksAreWrittenThrough) {
+    clip("in.mkv", "-pix_fmt bgr0 -c:v ffv1", "0.08");
+    shell("mkdir d; touch d/there.mkv; chmod 600 d/there.mkv; ln -s d/there.mkv there.mkv; ln -s d/new.mkv new.mkv; "
+          "touch d/one.png; ln -s d/one.png f1.png");
+    for (const std::string output : {"there.mkv", "new.mkv", "f%d.png"})
+        ASSERT_EQ(larkmoor("render in.mkv -y -o " + output + " --effect Invert").status, 0);
+    for (const char* link : {"there.mkv", "new.mkv", "f1.png"})
+        EXPECT_TRUE(std::filesystem::is_symlink(path(link)) && std::filesystem::file_size(path(link)) > 1000) << link;
+    EXPECT_EQ(shell("stat -c %a d/there.mkv").out, "600\n");
+    EXPECT_EQ(shell("ls -A d").out, "new.mkv\none.png\nthere.mkv\n");
 }
 
 TEST_F(RenderTest, ListAndShowTellOfInvert) {

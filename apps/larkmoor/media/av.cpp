@@ -11,6 +11,8 @@
 
 #include <fmt/format.h>
 
+#include "standard_files.h"
+
 namespace larkmoor {
 
 namespace {
@@ -97,7 +99,7 @@ void warn(std::string_view sentence) {
         const std::lock_guard guard(lastLock);
         if (warningTaker) return warningTaker(sentence);
     }
-    fmt::print(stderr, "larkmoor: {}\n", sentence);
+    tell(fmt::format("larkmoor: {}\n", sentence));
 }
 
 } // namespace larkmoor

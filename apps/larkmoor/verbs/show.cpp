@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "describe.h"
-#include "media/av.h"
-#include "requests.h"
+#include "chain.h"
+#include "verbs/describe.h"
+#include "verbs/verb.h"
 
 namespace larkmoor {
 
@@ -94,7 +94,7 @@ void showJson(const EffectInfo& info) {
         for (const tFieldInfo& field : info.fields) values[text(field.name)] = fieldText(field, preset.record);
         out["presets"].push_back({{"name", preset.name}, {"values", std::move(values)}});
     }
-    fmt::print("{}\n", out.dump(2));
+    print(out.dump(2) + "\n");
 }
 
 void printTable(const std::vector<std::array<std::string, 6>>& rows) {
@@ -105,29 +105,16 @@ void printTable(const std::vector<std::array<std::string, 6>>& rows) {
         std::string line;
         for (std::size_t c = 0; c < row.size(); ++c) line += fmt::format("  {:<{}}", row[c], widths[c]);
         line.erase(line.find_last_not_of(' ') + 1);
-        fmt::print("{}\n", line);
+        print(line + "\n");
     }
 }
 
-} // namespace
-
-void show(const Module& module, const std::string& name, bool json) {
-    const EffectInfo* found = nullptr;
-    try {
-        found = &module.find(name);
-    } catch (const Error& error) {
-        throw UsageError(error.what());
-    }
-    const EffectInfo& info = *found;
-    if (json) {
-        showJson(info);
-        return;
-    }
-    fmt::print("{} ({}), {}, inputs: {}\n", info.name, info.className, kindName(info.kind), inputCount(info));
+void showText(const EffectInfo& info) {
+    print(fmt::format("{} ({}), {}, inputs: {}\n", info.name, info.className, kindName(info.kind), inputCount(info)));
     if (info.fields.empty())
-        fmt::print("\nNo fields.\n");
+        print("\nNo fields.\n");
     else {
-        fmt::print("\nFields\n");
+        print("\nFields\n");
         std::vector<std::array<std::string, 6>> rows{{"Name", "Kind", "Range", "Default", "Unit", "Meaning"}};
         for (const tFieldInfo& field : info.fields) {
             rows.push_back({text(field.name), kindName(field.kind), rangeText(field), fieldText(field, info.defaults),
@@ -136,14 +123,40 @@ void show(const Module& module, const std::string& name, bool json) {
         printTable(rows);
         for (const tFieldInfo& field : info.fields) {
             if (field.choiceCount == 0) continue;
-            fmt::print("\nChoices of {}\n", text(field.name));
+            print(fmt::format("\nChoices of {}\n", text(field.name)));
             for (LONG i = 0; i < field.choiceCount; ++i)
-                fmt::print("  {:>3}  {}\n", field.choices[i].value, text(field.choices[i].text));
+                print(fmt::format("  {:>3}  {}\n", field.choices[i].value, text(field.choices[i].text)));
         }
     }
     if (info.presets.empty()) return;
-    fmt::print("\nPresets\n");
-    for (std::size_t i = 0; i < info.presets.size(); ++i) fmt::print("  {:>3}  {}\n", i, info.presets[i].name);
+    print("\nPresets\n");
+    for (std::size_t i = 0; i < info.presets.size(); ++i) print(fmt::format("  {:>3}  {}\n", i, info.presets[i].name));
+}
+
+class ShowVerb final : public Verb {
+  public:
+    explicit ShowVerb(CLI::App& command)
+        : Verb(command, "show", "Show an effect's fields and presets",
+               "  larkmoor show \"Gaussian Blur\"\n  larkmoor show Levels --json") {
+        app().add_option("EFFECT", m_name, "Its name or class")->required();
+        app().add_flag("--json", m_json, "For programs");
+    }
+
+    int run(const Module& module, Report&) override {
+        const EffectInfo& info = asUsage([&]() -> const EffectInfo& { return module.find(m_name); });
+        m_json ? showJson(info) : showText(info);
+        return 0;
+    }
+
+  private:
+    std::string m_name;
+    bool m_json = false;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> showVerb(CLI::App& command) {
+    return std::make_unique<ShowVerb>(command);
 }
 
 } // namespace larkmoor

@@ -1,0 +1,61 @@
+#include <fmt/format.h>
+
+#include "film.h"
+#include "verbs/options.h"
+#include "verbs/verb.h"
+
+namespace larkmoor {
+
+namespace {
+
+constexpr const char* examples =
+    R"x(  larkmoor join a.mp4 b.mp4 -o both.mp4 --transition Dissolve
+  larkmoor join a.mp4 b.mp4 -o both.mp4 --transition Iris --preset "Circle, Out, White Border" --duration 0.5)x";
+
+class JoinVerb final : public Verb {
+  public:
+    explicit JoinVerb(CLI::App& command) : Verb(command, "join", "Put a transition between two clips", examples) {
+        app().add_option("A", m_first, "The first clip or picture")->required();
+        app().add_option("B", m_second, "The second one, brought to the first's size and rate")->required();
+        m_outputOptions.add(app());
+        app().add_option("--transition", m_transition.name, "The transition's name")->required()->type_name("NAME");
+        app()
+            .add_option("--duration", m_length, "How long the clips overlap; one second by default")
+            ->type_name("TIME");
+        m_effectOptions.add(app(), false);
+    }
+
+    void settle() override {
+        m_output = m_outputOptions.request();
+        m_transition = m_effectOptions.collect(app(), &m_transition).front();
+        if (!m_length.empty()) m_seconds = parseTime(m_length);
+    }
+
+    int run(const Module& module, Report& report) override {
+        const Recipe recipe{.head = planStep(module, m_transition), .effects = {}};
+        if (!recipe.joins())
+            throw UsageError(fmt::format("{} is no transition; `larkmoor list` names them", recipe.head->info->name));
+        const auto film = joinFilm(m_first, {}, m_second, m_seconds, {}, m_output);
+        render(module, *film, recipe, m_output, report.watch(m_first));
+        saveStates(module, *recipe.head, m_output.overwrite);
+        return 0;
+    }
+
+  private:
+    EffectOptions m_effectOptions;
+    OutputOptions m_outputOptions;
+    std::string m_length;
+
+    std::string m_first, m_second;
+    EffectRequest m_transition;
+    double m_seconds = 1; ///< of the overlap
+    OutputRequest m_output;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> joinVerb(CLI::App& command) {
+    return std::make_unique<JoinVerb>(command);
+}
+
+} // namespace larkmoor

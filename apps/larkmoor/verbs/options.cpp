@@ -1,0 +1,79 @@
+#include "verbs/options.h"
+
+#include <algorithm>
+#include <thread>
+
+#include <fmt/format.h>
+
+namespace larkmoor {
+
+void EffectOptions::add(CLI::App& app, bool chain) {
+    using Kind = EffectRequest::Kind;
+    if (chain) {
+        m_effect = option(app, "--effect", "An effect; several make a chain, each with the options after it", "NAME");
+        m_over = option(app, "--over-effect",
+                        "A generator whose picture is laid over what came before it, such as Text", "NAME");
+    }
+    m_kinds[option(app, "--preset", "A preset of the effect, by name or number", "NAME")] = Kind::Preset;
+    m_kinds[option(app, "--set", "A field's value", "FIELD=VALUE")] = Kind::Set;
+    m_kinds[option(app, "--ramp", "A field's value from the first frame to the last", "FIELD=FROM:TO")] = Kind::Ramp;
+    m_kinds[option(app, "--load-state", "Start from a saved state", "FILE")] = Kind::LoadState;
+    m_kinds[option(app, "--save-state", "Save the effect's state when done", "FILE")] = Kind::SaveState;
+}
+
+std::vector<EffectRequest> EffectOptions::collect(const CLI::App& app, const EffectRequest* first) const {
+    std::vector<EffectRequest> effects;
+    if (first) effects.push_back(*first);
+    std::map<const CLI::Option*, std::size_t> seen;
+    for (const CLI::Option* given : app.parse_order()) {
+        const bool opens = given == m_effect || given == m_over;
+        if (!opens && !m_kinds.contains(given)) continue;
+        const std::string& value = given->results().at(seen[given]++);
+        if (opens) {
+            effects.push_back({value, given == m_over, {}});
+            continue;
+        }
+        if (effects.empty())
+            throw UsageError(
+                fmt::format("{} has to come after the --effect or --over-effect it belongs to", given->get_name()));
+        effects.back().options.emplace_back(m_kinds.at(given), value);
+    }
+    return effects;
+}
+
+CLI::Option* EffectOptions::option(CLI::App& app, const std::string& name, const std::string& help,
+                                   const std::string& type) {
+    return app.add_option(name, m_texts, help)->type_name(type)->allow_extra_args(false)->take_all();
+}
+
+void OutputOptions::add(CLI::App& app) {
+    app.add_option("-o,--output", m_path, "The file to write, or - for bare frames on standard output")
+        ->required()
+        ->type_name("OUT");
+    app.add_flag("-y", m_overwrite, "Overwrite an existing file");
+    app.add_option("--codec", m_codec, "The encoder, by FFmpeg's name")->type_name("NAME");
+    app.add_option("--quality", m_quality, "0, the smallest files, to 100, the best pictures")
+        ->check(CLI::Range(0.0, 100.0))
+        ->type_name("Q");
+    app.add_option("--pixel-format", m_pixelFormat, "The encoder's pixel format, by FFmpeg's name")
+        ->type_name("FORMAT");
+    app.add_option("--raw", m_raw, "What bare frames are: WxH:FORMAT:RATE, FORMAT by FFmpeg's name")
+        ->type_name("WxH:FORMAT:RATE");
+    app.add_option("--threads", m_threads, "Frames at once; the machine's processors by default")
+        ->check(CLI::Range(1, 256))
+        ->type_name("N");
+}
+
+OutputRequest OutputOptions::request() const {
+    OutputRequest out;
+    out.path = m_path;
+    out.overwrite = m_overwrite;
+    out.encode.codec = m_codec;
+    if (m_quality >= 0) out.encode.quality = m_quality;
+    if (!m_pixelFormat.empty()) out.encode.pixelFormat = parsePixelFormat(m_pixelFormat);
+    if (!m_raw.empty()) out.raw = parseRaw(m_raw);
+    out.threads = m_threads > 0 ? m_threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    return out;
+}
+
+} // namespace larkmoor

@@ -1,0 +1,44 @@
+// Options that several verbs have.
+#pragma once
+
+#include <map>
+
+#include <CLI/CLI.hpp>
+
+#include "chain.h"
+#include "requests.h"
+
+namespace larkmoor {
+
+/// The options of effects as they stand on the command line, where their order counts.
+class EffectOptions {
+  public:
+    /// @param chain options that start an effect are wanted; otherwise the verb has one effect only.
+    void add(CLI::App& app, bool chain);
+
+    /// @param first the effect that options belong to before any opener; null when there is none.
+    std::vector<EffectRequest> collect(const CLI::App& app, const EffectRequest* first = nullptr) const;
+
+  private:
+    CLI::Option* option(CLI::App& app, const std::string& name, const std::string& help, const std::string& type);
+
+    CLI::Option* m_effect = nullptr;
+    CLI::Option* m_over = nullptr;
+    std::map<const CLI::Option*, EffectRequest::Kind> m_kinds;
+    std::vector<std::string> m_texts;
+};
+
+/// The options of an output as texts.
+class OutputOptions {
+  public:
+    void add(CLI::App& app);
+    OutputRequest request() const;
+
+  private:
+    std::string m_path, m_codec, m_raw, m_pixelFormat;
+    double m_quality = -1;
+    int m_threads = 0;
+    bool m_overwrite = false;
+};
+
+} // namespace larkmoor

@@ -1,0 +1,28 @@
+#include "verbs/verb.h"
+
+#include <cerrno>
+#include <cstdio>
+
+namespace larkmoor {
+
+Verb::Verb(CLI::App& command, const std::string& name, const std::string& help, const std::string& examples)
+    : m_app(command.add_subcommand(name, help)) {
+    if (!examples.empty()) m_app->footer("Examples:\n" + examples);
+}
+
+namespace {
+
+int printError = 0;
+
+} // namespace
+
+void print(std::string_view text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && printError == 0) printError = errno;
+}
+
+int finishPrinting() {
+    if (std::fflush(stdout) != 0 && printError == 0) printError = errno;
+    return printError;
+}
+
+} // namespace larkmoor
