@@ -220,11 +220,12 @@ TEST_P(EveryKernel, GivesThePlainBytesAtEveryLevelAndLayout) {
             const tResult plain = RunIn(kernel, scene, draw);
             for (int i = 1; i <= kernel.inputs && !scene.inPlace; ++i)
                 ASSERT_EQ(scene.contents[i], plain.contents[i]) << "input " << i << " written, seed " << seed;
-            if (scene.clipped && !(kernel.takes & kWritesFrame))
+            if (scene.clipped && !(kernel.takes & kWritesFrame)) {
                 ASSERT_EQ("", Difference(scene.sizes[0],
                                          WithClip(scene.sizes[0], scene.clips[0], scene.contents[0], plain.contents[0]),
                                          plain.contents[0]))
                     << "written outside the clip, seed " << seed;
+            }
             for (const eKwLevel level : KwLevels()) {
                 KwLimitLevel(level);
                 const tResult other = RunIn(kernel, scene, draw);
