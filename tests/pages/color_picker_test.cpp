@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr ULONG kEcho = 1u << 31; ///< the page sets what it is told
 
 struct tPicker : CControlRig<CColorPicker> {
@@ -323,48 +321,6 @@ TEST(ColorPicker, Paint) {
     EXPECT_EQ(Painted(opaque.control, 13, 1, 1, 4), (tBytes{0, 255, 255, 255}));
     EXPECT_EQ(Painted(opaque.control, 7, 1, 1, 4)[3], 255);
     EXPECT_EQ(opaque.control.Paint(6, pixel, 1, 1, 4), E_INVALIDARG);
-}
-
-TEST(ColorPicker, RandomEventsKeepColorsInRange) {
-    std::mt19937 random(20240229);
-    const auto pick = [&](std::int64_t low, std::int64_t high) {
-        return static_cast<LONG>(low + static_cast<std::int64_t>(random()) % (high - low + 1));
-    };
-    const char* const texts[] = {nullptr,    "",   "50", "1e999", "-7", "abc", "99999999999999999999999999",
-                                 "\xFF\xFE", "3,5"};
-    const LONG keys[] = {KWKEY_RETURN, KWKEY_ESCAPE, KWKEY_UP, KWKEY_DOWN, KWKEY_LEFT, -1};
-    const float wild[] = {0, 0.5f, 1, 1e-40f, -1, 7, kNan, kInf, -kInf, 3e38f};
-    for (const ULONG style : {0u, 2u, 64u, 66u}) {
-        tPicker p(style);
-        p.echoes = style != 0;
-        for (int i = 0; i < 20000; ++i) {
-            const bool far = pick(0, 30) == 0;
-            const LONG end = far ? 2147483647 : 340;
-            tPageEvent event{pick(0, 18),
-                             pick(far ? -2147483647 : -10, end),
-                             pick(far ? -2147483647 : -10, end),
-                             pick(-2, 0xFFFFFF),
-                             static_cast<ULONG>(pick(0, 3)),
-                             pick(8, 13),
-                             texts[random() % std::size(texts)]};
-            if (event.kind == KWEVENT_KEY || event.kind == KWEVENT_KEY_UP)
-                event.value = keys[random() % std::size(keys)];
-            if (event.kind == KWEVENT_SIZE && pick(0, 3)) continue;
-            p.control.Event(event);
-            if (pick(0, 20) == 0) {
-                const auto any = [&] { return wild[random() % std::size(wild)]; };
-                p.Set({any(), any(), any(), any()});
-            }
-            const tColorPickDetail d = p.Detail();
-            for (int c = 0; c < 4; ++c)
-                ASSERT_TRUE(d.color[c] >= 0 && d.color[c] <= 1 && d.corrected[c] >= 0 && d.corrected[c] <= 1);
-            ASSERT_TRUE((d.hue == -1 || (d.hue >= 0 && d.hue <= 1)) && d.saturation >= 0 && d.saturation <= 1 &&
-                        d.luminance >= 0 && d.luminance <= 1);
-            ASSERT_TRUE(d.tip);
-            std::uint8_t bits[5 * 24];
-            p.control.Paint(pick(0, 14), bits, pick(0, 6), 5, 24);
-        }
-    }
 }
 
 } // namespace

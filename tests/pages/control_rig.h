@@ -15,7 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <charconv>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>

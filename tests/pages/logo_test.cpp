@@ -1,5 +1,6 @@
 #include "pages/controls/logo.h"
 
+#include <random>
 #include <sstream>
 
 #include "pages/control_rig.h"

@@ -112,6 +112,11 @@ void DescribeControls(CWatchedPage& page, std::ostream& out) {
     std::free(info.pszTitle);
     out << Quoted(title) << " " << size.cx << "x" << size.cy << ", pixels " << info.size.cx << "x" << info.size.cy
         << ", help " << info.dwHelpContext << "\n";
+    tPageMenuItem item{};
+    for (LONG i = 0; page.model->GetMenuItem(0, i, &item, sizeof item) == S_OK; ++i)
+        out << (i ? " | " : "menu: ") << item.id << (item.parent == 0 ? " > " : " ")
+            << (item.separator ? "-" : item.text);
+    out << "\n";
     for (const tPageControl& control : page.Controls()) {
         const RECT& at = control.place;
         out << control.id << " " << kKinds[control.kind] << " at " << at.left << "," << at.top << " "

@@ -217,13 +217,29 @@ class CMonkey {
         return Below(10) == 0 ? Wild() : numbers[Below(std::size(numbers))];
     }
     void Message(const tPageControl& control) {
+        const auto send = [&](UINT message, std::uintptr_t wParam, std::intptr_t lParam) {
+            m_page.model->SendControl(control.id, message, wParam, lParam, nullptr);
+        };
+        const std::intptr_t wide = static_cast<std::intptr_t>(Wild()) << Below(32);
         if (control.kind == KWCONTROL_TRACKBAR || control.kind == KWCONTROL_SPINNER)
-            m_page.model->SendControl(control.id, static_cast<UINT>(1549 + Below(5)), Below(2), Wild(), nullptr);
-        else
+            send(static_cast<UINT>(1546 + Below(33)), Below(2), wide);
+        else if (control.kind == KWCONTROL_PLACEMENT && Below(2))
+            send(static_cast<UINT>(2050 + Below(18)), Below(3), 0);
+        else if (control.kind == KWCONTROL_PLACEMENT) {
+            double handle[8] = {Float(), Float()};
+            send(2052, 0, reinterpret_cast<std::intptr_t>(handle));
+        } else if (control.kind == KWCONTROL_COLOR) {
+            float color[4] = {Float(), Float(), Float(), Float()};
+            send(1795, 0, reinterpret_cast<std::intptr_t>(color));
+        } else
             m_page.model->SendPage(Below(2) ? WM_COMMAND : WM_HSCROLL,
                                    (Below(3) ? static_cast<std::uintptr_t>(control.id) : 40500 + Below(3)) |
                                        (Below(4) == 0 ? 512u << 16 : Below(2) << 16),
                                    0, nullptr);
+    }
+    float Float() {
+        static constexpr float wild[] = {0, 0.5f, 1, 1e-40f, -1, 7, NAN, INFINITY, -INFINITY, 3e38f};
+        return wild[Below(std::size(wild))];
     }
 
     tOpenPage& m_page;
@@ -254,6 +270,38 @@ void Fill(tOpenPage& page, double value) {
     page.Command(kPageRefresh);
 }
 
+/// What holds of each control at any time.
+void ExpectSane(const tOpenPage& page) {
+    const auto share = [](double value) { return value >= 0 && value <= 1; };
+    for (const tPageControl& control : page.Controls()) {
+        tTrackbarDetail bar{};
+        tColorPickDetail color{};
+        double handle[8]{};
+        switch (control.kind) {
+        case KWCONTROL_TRACKBAR:
+            page.model->GetDetail(control.id, &bar, sizeof bar);
+            ASSERT_TRUE(0 <= bar.thumb.left && bar.thumb.left <= bar.thumb.right);
+            [[fallthrough]];
+        case KWCONTROL_SPINNER:
+            ASSERT_EQ(control.mark, std::clamp(control.mark, std::min(control.minimum, control.maximum),
+                                               std::max(control.minimum, control.maximum)));
+            break;
+        case KWCONTROL_COLOR:
+            page.model->GetDetail(control.id, &color, sizeof color);
+            ASSERT_TRUE(std::ranges::all_of(color.color, share) && std::ranges::all_of(color.corrected, share));
+            ASSERT_TRUE((color.hue == -1 || share(color.hue)) && share(color.saturation) && share(color.luminance));
+            ASSERT_TRUE(color.tip);
+            break;
+        case KWCONTROL_PLACEMENT:
+            page.model->SendControl(control.id, 2053, 0, reinterpret_cast<std::intptr_t>(handle), nullptr);
+            ASSERT_TRUE(std::fabs(handle[0]) <= 1000 && std::fabs(handle[1]) <= 1000);
+            break;
+        default:
+            break;
+        }
+    }
+}
+
 // Whatever the numbers of an event are, it costs a step or two of the page: each applies the record and shows it.
 TEST_P(EveryPage, StandsWildRecordsAndEventsInFewSteps) {
     for (const double value : {std::nan(""), 1e300, -1e300, 0.0}) {
@@ -269,6 +317,7 @@ TEST_P(EveryPage, StandsWildRecordsAndEventsInFewSteps) {
             ASSERT_LE(page.sink->Count(KWNOTICE_APPLIED), 2);
             ASSERT_LE(page.sink->notices.size(), most);
             if (i % 100 == 99) page.Deliver();
+            if (i % 5 == 4) ExpectSane(page);
         }
         EXPECT_GT(applied, 10);
         Fill(page, value);
@@ -301,10 +350,12 @@ TEST_P(EveryPage, StandsAnswersWithinNotices) {
     EXPECT_GT(closed, 0);
     page.sink->then = nullptr;
     for (const tPageControl& control : page.Controls()) page.Send(control.id, KWEVENT_CANCEL);
+    ExpectSane(page);
     for (const tPageControl& control : page.Of(KWCONTROL_TRACKBAR)) {
         tTrackbarDetail detail{};
         page.model->GetDetail(control.id, &detail, sizeof detail);
         EXPECT_FALSE(detail.tracking);
+        EXPECT_EQ(page.Send(control.id, KWEVENT_TIMER, 0, 0, 1), S_FALSE) << "nothing runs on";
     }
 }
 

@@ -280,48 +280,4 @@ TEST(Placement, TheMenuHasReset) {
     EXPECT_EQ(styled.control.MenuItem(0, item), E_INVALIDARG);
 }
 
-TEST(Placement, StandsRandomEventsAndMessages) {
-    tPlacement p;
-    std::mt19937 engine(20);
-    const auto random = [&] { return static_cast<ULONG>(engine()); };
-    const auto pick = [&]<class T>(std::initializer_list<T> from) { return from.begin()[random() % from.size()]; };
-    const auto number = [&]() -> LONG {
-        switch (random() % 8) {
-        case 0:
-            return static_cast<LONG>(random());
-        case 1:
-            return pick({INT32_MIN, INT32_MAX, -1});
-        default:
-            return static_cast<LONG>(random() % 220);
-        }
-    };
-    const auto share = [&]() -> double {
-        return pick({random() / 4294967296.0, 0.0, 1.0, kNaN, kInfinity, -1e300, 1.5, 5e-324});
-    };
-    for (int i = 0; i < 30000; ++i) {
-        tPlacementHandle handle = Handle(share(), share(), random() % 2, random() % 2, random());
-        ULONG words[3]{};
-        const UINT message = 2048 + random() % 32;
-        switch (random() % 3) {
-        case 0:
-            p.Message(message, message == 2078 ? reinterpret_cast<std::uintptr_t>(words) : number(),
-                      message == 2068 || message == 2069 ? static_cast<void*>(words) : &handle);
-            break;
-        default:
-            if (random() % 20 == 0) p.Message(2061, 1000);
-            p.Send(static_cast<LONG>(random() % 20), number(), number(),
-                   random() % 2 ? number() : static_cast<LONG>(9 + random() % 32), random());
-            break;
-        }
-        const tPlacementDetail detail = p.Detail<tPlacementDetail>();
-        ASSERT_LE(detail.count, 1000);
-        ASSERT_GE(detail.selected, 0);
-        ASSERT_TRUE(detail.selected < detail.count || (detail.selected == 0 && !detail.tracking));
-        if (detail.count == 0) continue;
-        handle = p.At(detail.selected);
-        ASSERT_LE(std::abs(handle.x), 1000);
-        ASSERT_LE(std::abs(handle.y), 1000);
-    }
-}
-
 } // namespace

@@ -220,45 +220,6 @@ TEST(Trackbar, StylesAndWords) {
     EXPECT_EQ(half.markX, -5);
 }
 
-// Trackbar and spinner alike.
-template <class C, class... T>
-void StandsRandomEvents(T... arguments) {
-    std::mt19937 engine(5);
-    const auto random = [&] { return static_cast<ULONG>(engine()); };
-    const LONG kOdd[] = {kMin, -1, 0, 1, 5, 119, 120, kMax - 1, kMax};
-    const auto any = [&] {
-        const auto r = random();
-        if (r % 4 == 0) return kOdd[r / 4 % std::size(kOdd)];
-        if (r % 4 == 1) return static_cast<LONG>(random());
-        return static_cast<LONG>(r / 4 % 260) - 20;
-    };
-    for (int run = 0; run < 80; ++run) {
-        CControlRig<C> t(arguments...);
-        const tPositionRange& range = t.control.Range();
-        for (int i = 0; i < 500; ++i) {
-            if (random() % 8 == 0) {
-                const UINT message = 1545 + random() % 36;
-                t.Message(message, random() % 2, static_cast<std::intptr_t>(any()) << (random() % 32));
-                EXPECT_TRUE(message != KWPOS_SET || range.pos == range.Clamp(range.pos));
-            } else {
-                t.Send(static_cast<LONG>(random() % 20) - 1, any(), any(), any(), random() % 4);
-            }
-            ASSERT_EQ(range.defaultPos, range.Clamp(range.defaultPos));
-            const RECT thumb = t.template Detail<tTrackbarDetail>().thumb;
-            ASSERT_TRUE(0 <= thumb.left && thumb.left <= thumb.right);
-        }
-        t.Play("cancel");
-        EXPECT_EQ(t.Play("timer 1"), "no") << "nothing runs on";
-    }
-}
-
-TEST(Trackbar, StandsRandomEvents) {
-    for (const ULONG style : {0u, ULONG{kReversed}, kAtEnd, ~0u}) StandsRandomEvents<CTrackbar>(style);
-}
-TEST(Spinner, StandsRandomEvents) {
-    StandsRandomEvents<CSpinner>(LONG{1306});
-}
-
 // --- the spinner: 4 to 800 at 72, drawn 16 by 20 pixels
 
 constexpr tScript kSpinnerScripts[] = {
