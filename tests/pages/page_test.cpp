@@ -82,7 +82,7 @@ TEST(Page, AnEditIsReadUpToItsLength) {
     tOpenPage page("DXTInvert");
     page.Type(1383, std::string(256, ' ') + "0.5");
     EXPECT_EQ(page.Number("amount"), 0.5);
-    page.Type(1383, std::string(258, ' ') + "0.5");
+    page.Type(1383, std::string(257, ' ') + "0.5");
     EXPECT_EQ(page.Number("amount"), 0);
     page.Type(1383, std::string(100000, '1'));
     EXPECT_EQ(page.Number("amount"), 1);
