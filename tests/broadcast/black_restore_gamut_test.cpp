@@ -16,8 +16,6 @@ tPixelRule BlackRestore(double threshold) {
 }
 
 TEST(BlackRestore, FollowsItsRule) {
-    constexpr tNamedRecord<double> kRows[] = {{"Reset to None", 0.0}, {"Streaming", 0.02}};
-    ExpectPresets("Black Restore", kRows, 0.02);
     for (const double threshold : {0.0, 0.02, 0.3, 0.75, 1.0, 7.0, -1.0})
         ExpectRule("Black Restore", threshold, [&] { return BlackRestore(threshold); });
     EXPECT_EQ((tPixel8{0, 0, 0, 255}), Through("Black Restore", 0.02, {5, 5, 5, 255}));
@@ -65,9 +63,6 @@ tPixelRule Gamut(const tGamutRecord& r) {
 constexpr const char* kGamut = "(Legacy Plug-In) Broadcast Colors";
 
 TEST(Gamut, FollowsItsRule) {
-    constexpr tNamedRecord<tGamutRecord> kRows[] = {{"Reset to None", {0, 1, 0, 1, 0, 0}},
-                                                    {"Clamp", {0, 0, 0, 1, 1, 0}}};
-    ExpectPresets(kGamut, kRows, kRows[0].record);
     for (const double low : {0.0, 0.4, 1.0})
         for (const double high : {0.0, 0.37, 1.0})
             for (const LONG flags : {0, 1, 2, 3, 4, 5, 6, 7}) {

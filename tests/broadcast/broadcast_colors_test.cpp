@@ -112,33 +112,4 @@ TEST(BroadcastColors, WorksInPlaceWithoutAnInput) {
     EXPECT_EQ(PixelsOf(Render({.lumaMax = 60}, input)), PixelsOf(output));
 }
 
-TEST(BroadcastColors, CopiesFloatsBeforeItRefusesThem) {
-    const Surface input = Random(kFloats, 12, 9, 2), output = Surface::create(kFloats, 12, 9);
-    try {
-        module().create(info()).render(std::span(&input, 1), output);
-        FAIL() << "floats were taken";
-    } catch (const larkmoor::StatusError& error) {
-        EXPECT_EQ(E_NOTIMPL, error.code());
-    }
-    EXPECT_EQ(PixelsOf(input), PixelsOf(output));
-}
-
-TEST(BroadcastColors, RampMovesTheLimitsAndKeepsTheFlags) {
-    const tBROADCASTPROP from{.lumaMax = 100, .compositeMax = 110, .setup = 0, .studioRGB = 0},
-        to{.lumaMin = 20, .lumaMax = 60, .chromaMax = 20, .chromaMaxSmooth = 1, .compositeMax = 100};
-    const tBROADCASTPROP middle{.lumaMin = 10,
-                                .lumaMax = 80,
-                                .chromaMax = 60,
-                                .chromaMaxSmooth = 0.5,
-                                .compositeMax = 105,
-                                .setup = 0,
-                                .studioRGB = 0};
-    const Surface input = Random(kBytes, 50, 40, 3), output = Surface::create(kBytes, 50, 40);
-    Effect effect = module().create(info());
-    effect.setRamp(std::as_bytes(std::span(&from, 1)), std::as_bytes(std::span(&to, 1)));
-    effect.setRampPosition(0.5);
-    ASSERT_TRUE(effect.render(std::span(&input, 1), output));
-    EXPECT_EQ(PixelsOf(Render(middle, input)), PixelsOf(output));
-}
-
 } // namespace

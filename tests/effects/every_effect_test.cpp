@@ -6,16 +6,13 @@
 #include <limits>
 #include <random>
 
-#include "host/module.h"
+#include "effects/pictures.h"
+#include "host/foreign_surface.h"
 
 namespace {
 
 using namespace larkmoor;
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
+using namespace effect_test;
 
 /// A surface on memory with guard bytes behind each row and around the whole.
 class GuardedPicture {
@@ -127,27 +124,131 @@ TEST_P(EveryEffect, TakesAnyRecordWithinItsMemory) {
             }
 }
 
-TEST_P(EveryEffect, RendersTheSameTwice) {
-    if (info().kind == EffectKind::Generator) GTEST_SKIP();
-    for (const PresetInfo& preset : info().presets) {
-        std::vector<std::uint8_t> pictures[2];
-        for (auto& picture : pictures) {
-            Effect effect = module().create(info());
-            effect.setRecord(preset.record);
-            effect.setProgress(0.4f);
-            GuardedPicture first(PixelFormat::PremultipliedArgb32, 40, 30, 1),
-                second(PixelFormat::PremultipliedArgb32, 40, 30, 2);
-            GuardedPicture output(PixelFormat::PremultipliedArgb32, 40, 30, 3);
-            for (const GuardedPicture* p : {&first, &second, &output}) {
-                Surface surface = p->surface();
-                surface.setInfo({1.0, 25.0, 400000});
-            }
-            const Surface all[] = {first.surface(), second.surface()};
-            effect.render(std::span(all, static_cast<std::size_t>(info().maxInputs)), output.surface());
-            picture = output.bytes();
-        }
-        EXPECT_EQ(pictures[0], pictures[1]) << preset.name;
+constexpr int kWidth = 131, kHeight = 90; // pixels enough for two bands
+
+/// One frame of random pictures over another.
+std::vector<std::byte> frameOf(const EffectInfo& info, std::span<const std::byte> record, PixelFormat format,
+                               unsigned processors, const RECT* clip = nullptr) {
+    Effect effect = module().create(info, processors);
+    effect.setRecord(record);
+    effect.setProgress(0.4f);
+    const Surface inputs[] = {Random(format, kWidth, kHeight, 1), Random(format, kWidth, kHeight, 2)};
+    const Surface output = Random(format, kWidth, kHeight, 3);
+    for (Surface surface : {inputs[0], inputs[1], output}) surface.setInfo({1.0, 25.0, 400000});
+    const POINT place = clip ? POINT{clip->left, clip->top} : POINT{};
+    try {
+        effect.render(std::span(inputs).first(static_cast<std::size_t>(info.maxInputs)), output, clip,
+                      clip ? &place : nullptr);
+    } catch (const StatusError&) {
+        // Bytes only.
     }
+    return PixelsOf(output);
+}
+
+/// The rows of a clip.
+std::vector<std::byte> cut(const std::vector<std::byte>& pixels, int width, const RECT& clip, PixelFormat format) {
+    std::vector<std::byte> part;
+    const LONG size = bytesPerPixel(format);
+    for (LONG y = clip.top; y < clip.bottom; ++y) {
+        const auto row = pixels.begin() + std::ptrdiff_t{y} * width * size;
+        part.insert(part.end(), row + clip.left * size, row + clip.right * size);
+    }
+    return part;
+}
+
+TEST_P(EveryEffect, BandsAndClipsAreInvisible) {
+    if (info().kind == EffectKind::Generator) GTEST_SKIP() << "knows neither";
+    const RECT clip{31, 17, 120, 81};
+    // To these the clip is the whole picture.
+    constexpr std::string_view kOwn[] = {"DXTKwWipe",   "DXTGaussianBlur", "DXTMax",        "DXTNoise",
+                                         "DXTPixelate", "DXTWave",         "DXTFloatMedian"};
+    const bool ownClip = std::ranges::find(kOwn, info().className) != std::end(kOwn);
+    for (const PixelFormat format : {PixelFormat::PremultipliedArgb32, PixelFormat::Float128})
+        for (const PresetInfo& preset : info().presets) {
+            SCOPED_TRACE(preset.name);
+            const auto whole = frameOf(info(), preset.record, format, 1);
+            EXPECT_TRUE(whole == frameOf(info(), preset.record, format, 4));
+            if (ownClip) continue;
+            EXPECT_TRUE(cut(whole, kWidth, clip, format) ==
+                        cut(frameOf(info(), preset.record, format, 4, &clip), kWidth, clip, format));
+        }
+}
+
+/// A surface that lends another's face and refuses to be locked.
+class Refusing final : public ForeignSurface {
+  public:
+    Refusing(const Surface& surface, HRESULT status) : m_surface(surface), m_status(status) {}
+    HRESULT GetPixelFormat(GUID* format, DWORD* sampleFormat) override {
+        return m_surface.get()->GetPixelFormat(format, sampleFormat);
+    }
+    HRESULT GetBounds(DXBNDS* bounds) override { return m_surface.get()->GetBounds(bounds); }
+    HRESULT LockSurface(const DXBNDS*, ULONG, DWORD, const IID*, void** out, DWORD*) override {
+        *out = this; // what stands there after a failure is no pointer to give back
+        return m_status;
+    }
+
+  private:
+    Surface m_surface;
+    HRESULT m_status;
+};
+
+TEST_P(EveryEffect, ASurfaceThatCannotBeLockedEndsTheFrame) {
+    if (info().kind == EffectKind::Generator) GTEST_SKIP();
+    constexpr HRESULT kOwn = static_cast<HRESULT>(0x80041234);
+    const Surface first = Random(PixelFormat::PremultipliedArgb32, 9, 5, 1);
+    const Surface second = Random(PixelFormat::PremultipliedArgb32, 9, 5, 2), output = CopyOf(second);
+    for (int refused = 0; refused <= info().maxInputs; ++refused) {
+        Effect effect = module().create(info());
+        const auto transform = KwQuery<IDXTransform>(effect.object());
+        const CComPtr<Refusing> refusing = makeObject<Refusing>(first, kOwn);
+        std::vector<IUnknown*> surfaces{first.get(), second.get()};
+        surfaces.resize(static_cast<std::size_t>(info().maxInputs));
+        surfaces.push_back(output.get());
+        surfaces[static_cast<std::size_t>(refused)] = refusing.Get();
+        ASSERT_EQ(S_OK,
+                  transform->Setup(surfaces.data(), static_cast<ULONG>(info().maxInputs), &surfaces.back(), 1, 0));
+        const HRESULT status = transform->Execute(nullptr, nullptr, nullptr);
+        EXPECT_TRUE(status == E_FAIL || status == kOwn) << std::hex << status;
+        EXPECT_EQ(PixelsOf(second), PixelsOf(output));
+        effect.unbind();
+    }
+}
+
+/// A number of the field between two others.
+double ramped(const tFieldInfo& field, double from, double to, double position) {
+    if (field.ramp == KWRAMP_START || field.type == KWTYPE_LONG) return from;
+    const double way = to - from;
+    if (field.ramp == KWRAMP_LINEAR) return from + way * position;
+    // Around a circle of 1, the shorter way.
+    const double turned = from + (std::abs(way) < 0.5 ? way : way > 0 ? way - 1 : way + 1) * position;
+    return turned - std::floor(turned);
+}
+
+TEST_P(EveryEffect, ARampMovesTheFieldsThatSaySo) {
+    const Effect effect = module().create(info());
+    const auto ramp = KwQuery<IKwParamRamp>(effect.object());
+    if (!ramp) GTEST_SKIP() << "has no record";
+    auto from = info().defaults, to = info().defaults, expected = info().defaults;
+    for (const tFieldInfo& field : info().fields)
+        for (LONG i = 0; i < field.count && field.type != KWTYPE_BYTES; ++i) {
+            const double reach = field.maximum - field.minimum;
+            const auto put = [&](auto number) {
+                const LONG at = field.offset + i * static_cast<LONG>(sizeof number);
+                const auto other = static_cast<decltype(number)>(field.minimum + reach * 0.875);
+                number = static_cast<decltype(number)>(field.minimum + reach * 0.125);
+                const auto between = static_cast<decltype(number)>(ramped(field, number, other, 0.3125));
+                std::memcpy(from.data() + at, &number, sizeof number);
+                std::memcpy(to.data() + at, &other, sizeof number);
+                std::memcpy(expected.data() + at, &between, sizeof number);
+            };
+            field.type == KWTYPE_DOUBLE ? put(0.0) : field.type == KWTYPE_FLOAT ? put(0.0f) : put(LONG{0});
+        }
+    const auto out = createMemoryStream();
+    ASSERT_EQ(S_OK, ramp->Interpolate(out.Get(), createMemoryStream(from).Get(), createMemoryStream(to).Get(), 0.3125));
+    const auto between = streamContent(out.Get());
+    ASSERT_EQ(expected.size(), between.size());
+    for (const tFieldInfo& field : info().fields)
+        EXPECT_EQ(fieldText(field, expected), fieldText(field, between)) << field.name;
 }
 
 TEST_P(EveryEffect, ItsStateComesBackByteForByte) {

@@ -72,20 +72,14 @@ tNOISEPROP Record(LONG gaussian, LONG monochromatic, LONG animate, double level,
 }
 
 TEST(AddNoise, FollowsItsRule) {
-    const tNamedRecord<tNOISEPROP> kRows[] = {
-        {"Medium", Record(0, 1, 1, 0.5)}, {"Grainy", Record(1, 1, 1, 0.065)}, {"Extreme", Record(1, 1, 1, 0.84)},
-        {"Color", Record(0, 0, 1, 1.0)},  {"Screen", Record(0, 1, 0, 0.214)}, {"Reset to None", Record(0, 1, 1, 0.0)},
-    };
-    ExpectPresets("Add Noise", kRows, Record(0, 1, 1, 0.5));
     // The time of the test's frames is the seed of animated grain.
     const auto check = [](const tNOISEPROP& r) {
         ExpectRule("Add Noise", r, [&] { return Noise(r, r.animate == 1 ? 400000 : r.seed); },
                    {.sizes = {{1, 1}, {1, 7}, {67, 9}, {1100, 3}}});
     };
-    for (const auto& row : kRows) check(row.record);
-    for (const tNOISEPROP& r :
-         {Record(1, 0, 0, 0.3, 7), Record(1, 1, 2, 0.0, 0), Record(0, 7, 0, 1.9, 0xFFFFFFFF), Record(2, 1, 1, 0.5),
-          Record(-1, 0, 0, 0.5), Record(0, 1, 0, -0.5), Record(1, 0, 0, -9)})
+    for (const tNOISEPROP& r : Records(
+             "Add Noise", {Record(1, 0, 0, 0.3, 7), Record(1, 1, 2, 0.0, 0), Record(0, 7, 0, 1.9, 0xFFFFFFFF),
+                           Record(2, 1, 1, 0.5), Record(-1, 0, 0, 0.5), Record(0, 1, 0, -0.5), Record(1, 0, 0, -9)}))
         check(r);
 }
 

@@ -30,14 +30,8 @@ tPixelRule BlackAndWhite(double amount) {
 }
 
 TEST(BlackAndWhite, FollowsItsRule) {
-    constexpr tNamedRecord<tDESATURATEPROP> kRows[] = {{"Reset to None", {0.0}},
-                                                       {"25% Black and White", {0.25}},
-                                                       {"50% Black and White", {0.5}},
-                                                       {"75% Black and White", {0.75}},
-                                                       {"100% Black and White", {1.0}}};
-    ExpectPresets("Black and White", kRows, {0.0});
-    for (const double amount : {0.0, 0.25, 0.5, 0.75, 1.0, 0.998, -0.004, 1.5, -2.0})
-        ExpectRule("Black and White", tDESATURATEPROP{amount}, [&] { return BlackAndWhite(amount); });
+    for (const auto& r : Records<tDESATURATEPROP>("Black and White", {{0.998}, {-0.004}, {1.5}, {-2.0}}))
+        ExpectRule("Black and White", r, [&] { return BlackAndWhite(r.blendAmount); });
     // At no grey at all the picture comes back a little short.
     EXPECT_EQ((tPixel8{1, 86, 254, 255}), Through("Black and White", tDESATURATEPROP{0}, {0, 85, 255, 255}));
 }
@@ -83,13 +77,6 @@ tPixelRule Sepia(const tSEPIAPROP& r, bool caps = true) {
 }
 
 TEST(Sepia, FollowsItsRule) {
-    constexpr tNamedRecord<tSEPIAPROP> kRows[] = {
-        {"Reset to None", {{0, 0.65, 0.65, 1}, 0, 0}},          {"Neutral", {{0, 0.65, 0.65, 1}, 0.72, 0.63}},
-        {"Warm", {{0, 0.446, 0.797, 1}, 0.72, 0.63}},           {"Cold", {{0.383, 0.548, 0.383, 1}, 0.72, 0.63}},
-        {"Old Photographs", {{0, 0.2487, 0.6499, 1}, 0.51, 0}}, {"Old Newspaper", {{0, 0.2487, 0.6499, 1}, 0.476, 0}},
-        {"Currency", {{0.1034, 0.8281, 1, 1}, 0.476, 0}},
-    };
-    ExpectPresets("Sepia", kRows, {{0, 0.65, 0.65, 1}, 0, 0});
     const auto check = [](const tSEPIAPROP& r) {
         // The whole frame is toned; only the clip gets the input and the cap.
         const tPixelRule outside = Sepia(r, false);
@@ -98,7 +85,7 @@ TEST(Sepia, FollowsItsRule) {
                     .outsideFloats = outside.floats,
                     .sizes = {{1, 1}, {1, 7}, {67, 9}, {1100, 3}}});
     };
-    for (const auto& row : kRows) check(row.record);
+    for (const auto& r : Records<tSEPIAPROP>("Sepia")) check(r);
     for (const double strength : {0.1, 0.3333333333333333, 0.3334, 0.6666666666666666, 0.6667, 1.0, 1.7, -0.4})
         for (const double falloff : {0.0, 0.2, 1.0, -0.5}) check({{1, 0.2, 0.5, 0.3}, strength, falloff});
 }
@@ -169,13 +156,8 @@ tPixelRule HslAdjust(const tHSLADJUSTPROP& r) {
 }
 
 TEST(HslAdjust, FollowsItsRule) {
-    constexpr tNamedRecord<tHSLADJUSTPROP> kRows[] = {
-        {"Reset to None", {0, 1, 1}},     {"Desaturate", {0, 0, 1}},
-        {"Invert Color", {0.5, 1, 1}},    {"Max Saturation", {0, 2, 1}},
-        {"Half Saturation", {0, 0.5, 1}}, {"Saturation and Luminance Boost", {0, 2, 1.05}},
-    };
-    ExpectPresets("HSL Adjust", kRows, {0, 1, 1});
-    for (const auto& row : kRows) ExpectRule("HSL Adjust", row.record, [&] { return HslAdjust(row.record); });
+    for (const auto& r : Records<tHSLADJUSTPROP>("HSL Adjust"))
+        ExpectRule("HSL Adjust", r, [&] { return HslAdjust(r); });
     for (const double hue : {1.0, 0.2, -0.1, -2.5, 3.7})
         for (const double saturation : {1.3, -1.0})
             for (const double luminance : {1.0, 0.4, 2.0}) {

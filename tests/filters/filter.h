@@ -96,22 +96,16 @@ void ExpectRule(const char* name, const Record& record, const std::function<tPix
             }
 }
 
+/// The records of an effect's presets, then `more`.
 template <class Record>
-struct tNamedRecord {
-    const char* name;
-    Record record;
-};
-
-/// Expects these rows, and the record of a fresh object.
-template <class Record, std::size_t N>
-void ExpectPresets(const char* name, const tNamedRecord<Record> (&rows)[N], const Record& defaults) {
-    const larkmoor::EffectInfo& info = TheModule().find(name);
-    EXPECT_EQ(BytesOf(defaults), info.defaults) << name;
-    ASSERT_EQ(N, info.presets.size()) << name;
-    for (std::size_t i = 0; i < N; ++i) {
-        EXPECT_EQ(rows[i].name, info.presets[i].name);
-        EXPECT_EQ(BytesOf(rows[i].record), info.presets[i].record) << rows[i].name;
+std::vector<Record> Records(const char* name, std::initializer_list<Record> more = {}) {
+    std::vector<Record> records;
+    for (const larkmoor::PresetInfo& preset : TheModule().find(name).presets) {
+        EXPECT_EQ(sizeof(Record), preset.record.size());
+        std::memcpy(&records.emplace_back(), preset.record.data(), sizeof(Record));
     }
+    records.insert(records.end(), more.begin(), more.end());
+    return records;
 }
 
 /// One pixel through an effect.

@@ -5,9 +5,7 @@
 #include "filter.h"
 #include "filters/brightness_contrast.h"
 #include "filters/threshold.h"
-#include "kernels/cpu.h"
 #include "kernels/levels.h"
-#include "kernels/lut.h"
 
 namespace {
 
@@ -49,29 +47,14 @@ tPixelRule BrightnessContrast(const tBRIGHTCONTRASTPROP& r) {
 }
 
 TEST(BrightnessContrast, FollowsItsRule) {
-    constexpr tNamedRecord<tBRIGHTCONTRASTPROP> kRows[] = {
-        {"Reset to None", {0.0, 0.0, 0.5}},
-        {"Brighter", {0.1, 0.0, 0.5}},
-        {"Very Bright", {0.25, 0.0, 0.5}},
-        {"Darker", {-0.1, 0.0, 0.5}},
-        {"Very Dark", {-0.25, 0.0, 0.5}},
-        {"Brighter, More Contrast", {0.15, 0.15, 0.5}},
-        {"Brighter, Less Contrast", {0.15, -0.15, 0.5}},
-        {"Darker, More Contrast", {-0.15, 0.15, 0.5}},
-        {"Darker, Less Contrast", {-0.15, -0.15, 0.5}},
-        {"Flat", {0.0, -0.5, 0.5}},
-    };
-    ExpectPresets("Brightness and Contrast", kRows, {0.0, 0.0, 0.5});
-    for (const auto& row : kRows)
-        ExpectRule("Brightness and Contrast", row.record, [&] { return BrightnessContrast(row.record); });
-    for (const tBRIGHTCONTRASTPROP& r : {tBRIGHTCONTRASTPROP{1, 0, 0.5},
-                                         {-1, 0, 0.5},
-                                         {0, 1, 0.5},
-                                         {0, -1, 0.5},
-                                         {0.3, 0.7, 0},
-                                         {-0.2, -0.7, 1},
-                                         {0.00001, -0.00001, 0.5},
-                                         {0.00002, 1, 0.2}})
+    for (const auto& r : Records<tBRIGHTCONTRASTPROP>("Brightness and Contrast", {{1, 0, 0.5},
+                                                                                  {-1, 0, 0.5},
+                                                                                  {0, 1, 0.5},
+                                                                                  {0, -1, 0.5},
+                                                                                  {0.3, 0.7, 0},
+                                                                                  {-0.2, -0.7, 1},
+                                                                                  {0.00001, -0.00001, 0.5},
+                                                                                  {0.00002, 1, 0.2}}))
         ExpectRule("Brightness and Contrast", r, [&] { return BrightnessContrast(r); });
 }
 
@@ -136,26 +119,13 @@ tPixelRule Levels(const tLEVELSPROP& r) {
 }
 
 TEST(Levels, FollowsItsRule) {
-    constexpr tNamedRecord<tLEVELSPROP> kRows[] = {
-        {"Reset to None", {0, 1, 0, 1, 1, 4, 0}},
-        {"Brighten", {0, 0.7, 0, 1, 1, 4, 0}},
-        {"Darken", {0.3, 1, 0, 1, 1, 4, 0}},
-        {"Increase Gamma", {0, 1, 0, 1, 2, 4, 0}},
-        {"Decrease Gamma", {0, 1, 0, 1, 0.7, 4, 0}},
-        {"Studio RGB to Computer RGB", {16 / 255.0, 235 / 255.0, 0, 1, 1, 4, 0}},
-    };
-    ExpectPresets("Levels", kRows, {0, 0.5, 0, 1, 2.07, 4, 0});
-    for (const auto& row : kRows) ExpectRule("Levels", row.record, [&] { return Levels(row.record); });
-    for (LONG channel = -1; channel < 6; ++channel) {
-        const tLEVELSPROP r{0.1, 0.8, 0.2, 0.9, 1.5, channel, 0};
-        ExpectRule("Levels", r, [&] { return Levels(r); });
-    }
-    for (const tLEVELSPROP& r : {tLEVELSPROP{0.5, 0.5, 0.2, 0.9, 1, 4, 0},
-                                 {0.2, 0.8, 0.9, 0.1, 1, 4, 0},
-                                 {0.2, 0.8, 0.9, 0.1, 0.45, 4, 0},
-                                 {0, 1, 0, 1, 1.0000001, 4, 0},
-                                 {1, 0, 0, 1, 5, 2, 0}})
-        ExpectRule("Levels", r, [&] { return Levels(r); });
+    auto records = Records<tLEVELSPROP>("Levels", {{0.5, 0.5, 0.2, 0.9, 1, 4, 0},
+                                                   {0.2, 0.8, 0.9, 0.1, 1, 4, 0},
+                                                   {0.2, 0.8, 0.9, 0.1, 0.45, 4, 0},
+                                                   {0, 1, 0, 1, 1.0000001, 4, 0},
+                                                   {1, 0, 0, 1, 5, 2, 0}});
+    for (LONG channel = -1; channel < 6; ++channel) records.push_back({0.1, 0.8, 0.2, 0.9, 1.5, channel, 0});
+    for (const tLEVELSPROP& r : records) ExpectRule("Levels", r, [&] { return Levels(r); });
 }
 
 TEST(Levels, TablesOfEveryPixelSize) {
@@ -170,33 +140,6 @@ TEST(Levels, TablesOfEveryPixelSize) {
         EXPECT_FALSE(KwBuildLevelsTable(nullptr, size, &r));
         EXPECT_FALSE(KwBuildLevelsTable(words.data(), size, nullptr));
     }
-}
-
-TEST(MapLut, AnyChoiceOfChannelsFromOnePictureToAnother) {
-    std::array<std::uint8_t, 256> table;
-    for (std::size_t i = 0; i < 256; ++i) table[i] = static_cast<std::uint8_t>(i * 167 + 13);
-    const bool before = KwSetFastPaths(true);
-    for (const bool fast : {true, false})
-        for (unsigned channels = 0; channels < 16; ++channels)
-            for (const bool limit : {false, true}) {
-                CTestPicture source(71, 3, 4), result(71, 3, 4);
-                source.Fill(channels, true);
-                CTestPicture expected = source;
-                for (LONG y = 0; y < 3; ++y)
-                    for (LONG x = 0; x < 71; ++x)
-                        for (int c : {3, 0, 1, 2}) {
-                            std::uint8_t* const p = expected.At(x, y);
-                            if (channels >> c & 1) p[c] = table[p[c]];
-                            if (limit) p[c] = std::min(p[c], p[3]);
-                        }
-                KwSetFastPaths(fast);
-                EXPECT_EQ(S_OK, KwDibMapLut(result.View(), source.View(), 4, table.data(), true, channels, limit));
-                ExpectSame(result, expected);
-            }
-    KwSetFastPaths(before);
-    CTestPicture p(2, 2, 4), q(3, 2, 4);
-    EXPECT_EQ(E_POINTER, KwDibMapLut(p.View(), p.View(), 4, nullptr, true, kMapAll, true));
-    EXPECT_EQ(E_INVALIDARG, KwDibMapLut(p.View(), q.View(), 4, table.data(), true, kMapAll, true));
 }
 
 tPixelRule Threshold(float threshold) {
@@ -215,13 +158,8 @@ tPixelRule Threshold(float threshold) {
 }
 
 TEST(Threshold, FollowsItsRuleBeyondTheClip) {
-    constexpr tNamedRecord<tTHRESHOLDPROP> kRows[] = {
-        {"25 %", {0.25f}}, {"40 %", {0.4f}}, {"50 %", {0.5f}}, {"60 %", {0.6f}}, {"75 %", {0.75f}}};
-    ExpectPresets("Threshold", kRows, {0.5f});
-    for (const auto& row : kRows)
-        ExpectRule("Threshold", row.record, [&] { return Threshold(row.record.threshold); }, {.wholeFrame = true});
-    for (const float t : {0.0f, 1.0f, -3.0f, 0.9999f})
-        ExpectRule("Threshold", tTHRESHOLDPROP{t}, [&] { return Threshold(t); }, {.wholeFrame = true});
+    for (const auto& r : Records<tTHRESHOLDPROP>("Threshold", {{0.0f}, {1.0f}, {-3.0f}, {0.9999f}}))
+        ExpectRule("Threshold", r, [&] { return Threshold(r.threshold); }, {.wholeFrame = true});
     EXPECT_EQ((tPixel8{0, 0, 0, 255}), Through("Threshold", tTHRESHOLDPROP{1}, {255, 0, 128, 255}));
     EXPECT_EQ((tPixel8{70, 70, 70, 70}), Through("Threshold", tTHRESHOLDPROP{0}, {0, 1, 70, 70}));
 

@@ -121,17 +121,6 @@ TEST_F(TimeCode, WithoutAnInputItDrawsOnWhatIsThere) {
     EXPECT_EQ(Expected(120, 90, record, "00:00:00:00"), Render(120, 90, 25, 0, false));
 }
 
-TEST_F(TimeCode, FloatsAreCopiedAndRefused) {
-    tPicture input(8, 6, 0x3F000000, PixelFormat::Float128), output(8, 6, 0, PixelFormat::Float128);
-    try {
-        effect.render(std::span(&input.surface, 1), output.surface);
-        ADD_FAILURE() << "was taken";
-    } catch (const StatusError& error) {
-        EXPECT_EQ(E_NOTIMPL, error.code());
-    }
-    EXPECT_EQ(input.pixels, output.pixels);
-}
-
 TEST_F(TimeCode, ItsRampMovesNothing) {
     tTIMECODEPROP from{0, 1, 9, 1, 1, 0, 0, 0}, to{2, 2, 4, 2, 2, 1, 7, 7};
     effect.setRamp(std::as_bytes(std::span(&from, 1)), std::as_bytes(std::span(&to, 1)));

@@ -67,33 +67,6 @@ TEST(ChromaKeyer, EachPresetClearsItsScreenAndKeepsTheRest) {
     EXPECT_EQ(0.0f, RecordOf<tCHROMAKEYPROP>(info().presets[0].record).alpha);
 }
 
-TEST(ChromaKeyer, IsItsKernelOnAPicture) {
-    constexpr RECT frame{0, 0, 150, 90};
-    const Surface input = Random(kBytes, 150, 90, 1);
-    for (const float blur : {0.0f, 0.1f})
-        for (const LONG maskOnly : {0, 1}) {
-            const tCHROMAKEYPROP record{.maskOnly = maskOnly,
-                                        .colorCorrectionMask = {0.9f, 0.1f, 0.5f, 0.7f},
-                                        .transparencyMask = {0.2f, 0.7f, 0.3f, blur}};
-            const Surface expected = Surface::create(kBytes, 150, 90);
-            ASSERT_EQ(S_OK, KwDibChromaKey(ViewOf(expected, frame), ViewOf(input, frame), 4, record));
-            EXPECT_EQ(PixelsOf(expected), PixelsOf(Render(record, input)));
-        }
-}
-
-TEST(ChromaKeyer, RefusesFloatsBeforeItCopies) {
-    const Surface input = Random(kFloats, 12, 9, 2), output = Random(kFloats, 12, 9, 3);
-    const auto before = PixelsOf(output);
-    Effect effect = module().create(info());
-    try {
-        effect.render(std::span(&input, 1), output);
-        FAIL() << "floats were taken";
-    } catch (const larkmoor::StatusError& error) {
-        EXPECT_EQ(E_NOTIMPL, error.code());
-    }
-    EXPECT_EQ(before, PixelsOf(output));
-}
-
 TEST(ChromaKeyer, CopiesAroundTheClip) {
     const Surface input = Random(kBytes, 40, 30, 4), output = Surface::create(kBytes, 40, 30);
     const RECT clip{7, 5, 31, 22};
@@ -107,19 +80,6 @@ TEST(ChromaKeyer, CopiesAroundTheClip) {
             const bool inside = x >= 7 && x < 31 && y >= 5 && y < 22;
             ExpectPixel(PixelAt(inside ? whole : input, x, y), PixelAt(output, x, y));
         }
-}
-
-TEST(ChromaKeyer, RampMovesTheNumbersAndKeepsTheWholes) {
-    const tCHROMAKEYPROP from{.blue = 0, .green = 1, .red = 0},
-        to{.blue = 0.5f, .green = 0.5f, .red = 0, .maskOnly = 1, .transparencyMask = {0.5f, 0.75f, 0, 0.25f}};
-    const tCHROMAKEYPROP middle{
-        .blue = 0.25f, .green = 0.75f, .red = 0, .transparencyMask = {0.25f, 0.875f, 0, 0.125f}};
-    const Surface input = Random(kBytes, 50, 40, 5), output = Surface::create(kBytes, 50, 40);
-    Effect effect = module().create(info());
-    effect.setRamp(std::as_bytes(std::span(&from, 1)), std::as_bytes(std::span(&to, 1)));
-    effect.setRampPosition(0.5);
-    ASSERT_TRUE(effect.render(std::span(&input, 1), output));
-    EXPECT_EQ(PixelsOf(Render(middle, input)), PixelsOf(output));
 }
 
 } // namespace

@@ -35,12 +35,6 @@ tPixelRule Mask(const tMASKPROP& r) {
 }
 
 TEST(MaskGenerator, FollowsItsRule) {
-    const tNamedRecord<tMASKPROP> kRows[] = {{"Luminance Mask", Record(1)},
-                                             {"Red Channel Mask", Record(2)},
-                                             {"Green Channel Mask", Record(3)},
-                                             {"Blue Channel Mask", Record(4)},
-                                             {"Alpha Mask", Record(0)}};
-    ExpectPresets("Mask Generator", kRows, Record(1));
     for (LONG type = -1; type < 7; ++type)
         for (const tMASKPROP& r :
              {Record(type), Record(type, 0, 1, 0, 1, 1), Record(type, 0.2, 0.7, 0.1, 0.9, -3),
