@@ -440,8 +440,75 @@ TEST_F(Frame, PagesAndSinksAreTold) {
     ASSERT_EQ(2u, messages.size());
     EXPECT_EQ(WM_COMMAND, messages[0].message);
     EXPECT_EQ(32512u, messages[0].wParam);
+    EXPECT_EQ(S_OK, stream->Seek(0, 0, nullptr));
+    EXPECT_EQ(S_OK, probe.Load(stream.Get()));
+    EXPECT_EQ(3, sink.calls);
+    EXPECT_EQ(1u, page.take().size());
     probe.SetParamSink(nullptr);
     EXPECT_EQ(0u, sink.references);
+}
+
+/// A record so long that a copy of it takes a while.
+struct tLONGPROP {
+    LONG whole[4096];
+};
+constexpr tLONGPROP kLong{};
+
+struct CLongRecord final : CEffect<tLONGPROP> {
+    explicit CLongRecord(const tEffectClass& effect) : CEffect(KwObjectMap()[0], nullptr, effect) {}
+    HRESULT Apply(const CEffectViews&, const tLONGPROP&) override { return S_OK; }
+};
+
+TEST_F(Frame, ABlockIsSetAndAskedForAsAWhole) {
+    constexpr tEffectClass kClass{.iid = kOneInput.iid,
+                                  .kind = KWKIND_FILTER,
+                                  .minInputs = 1,
+                                  .maxInputs = 1,
+                                  .maxBands = 1,
+                                  .defaults = &kLong,
+                                  .recordSize = sizeof(tLONGPROP)};
+    auto* const effect = new CLongRecord(kClass);
+    m_object = CComPtr<IUnknown>::Adopt(effect->InnerUnknown());
+    std::atomic<bool> done = false;
+    std::thread setter([&] {
+        auto record = std::make_unique<tLONGPROP>();
+        for (LONG i = 0; !done; ++i) {
+            std::ranges::fill(record->whole, i);
+            effect->put_all(record.get(), sizeof *record);
+        }
+    });
+    auto record = std::make_unique<tLONGPROP>();
+    int torn = 0;
+    for (int i = 0; i < 20000; ++i) {
+        effect->get_all(record.get(), sizeof *record);
+        torn += std::ranges::any_of(record->whole, [&](LONG w) { return w != record->whole[0]; });
+    }
+    done = true;
+    setter.join();
+    EXPECT_EQ(0, torn);
+}
+
+TEST_F(Frame, ALastReleaseMayReachBackIntoTheObject) {
+    struct CSink final : IKwParamSink {
+        HRESULT QueryInterface(const IID*, void** out) override { return *out = nullptr, E_NOINTERFACE; }
+        ULONG AddRef() override { return 2; }
+        ULONG Release() override {
+            if (IUnknown* const alive = std::exchange(object, nullptr)) {
+                alive->AddRef();
+                alive->Release();
+            }
+            return 1;
+        }
+        HRESULT OnParamsChanged() override { return S_OK; }
+        IUnknown* object = nullptr;
+    } sink;
+    const LONG before = CModuleLock::Count();
+    CProbe& probe = Make(kOneInput);
+    probe.SetParamSink(&sink);
+    sink.object = probe.InnerUnknown();
+    m_object.Reset();
+    EXPECT_EQ(nullptr, sink.object);
+    EXPECT_EQ(before, CModuleLock::Count()) << "it ended once";
 }
 
 TEST_F(Frame, StoragesHoldOneStream) {

@@ -1,0 +1,93 @@
+// Places where one frame, one packet or one curve more or less is still a picture and a sound, only the wrong ones.
+#include <cmath>
+#include <cstring>
+
+#include "apps/command.h"
+
+namespace {
+
+using ExactTest = CommandTest;
+
+TEST_F(ExactTest, ARampStandsAtItsShareOnEveryFrame) {
+    clip("in.mkv", "-vf format=gray,geq=lum=40 -pix_fmt bgr0 -c:v ffv1", "0.36");
+    const auto project = [&](const std::string& more) {
+        std::ofstream(path("p.larkmoor")) << R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.mkv"}, )"
+                                          << R"("effects": [{"effect": "Invert", "fields": {"amount": "0"}, "ramp": {)"
+                                          << R"("from": 2, "to": 6, "fields": {"amount": "1"}}}])" << more << "}";
+        return "p.larkmoor";
+    };
+    const struct {
+        std::string run;
+        double first; ///< frame at which the ramp stands at its start
+        double length;
+        std::size_t frames;
+    } rows[] = {
+        {"in.mkv --effect Invert --ramp amount=0:1", 0, 8, 9},
+        {"in.mkv --frames 5 --effect Invert --ramp amount=0:1", 0, 4, 5},
+        {"in.mkv --start 0.08 --effect Invert --ramp amount=0:1", 0, 6, 7},
+        {project(""), 2, 4, 9},
+    };
+    for (const auto& row : rows) {
+        const Outcome run = larkmoor("render " + row.run + " -y -o out.raw --raw gray");
+        ASSERT_EQ(run.status, 0) << run.err;
+        const std::string out = content("out.raw");
+        ASSERT_EQ(out.size(), row.frames * 96 * 64) << row.run;
+        for (std::size_t i = 0; i < row.frames; ++i) {
+            const double share = std::clamp((static_cast<double>(i) - row.first) / row.length, 0.0, 1.0);
+            EXPECT_NEAR(static_cast<unsigned char>(out[i * 96 * 64]), 40 + share * 175, 2) << row.run << ", " << i;
+        }
+    }
+}
+
+TEST_F(ExactTest, SoundCrossesAtEqualPower) {
+    for (const std::string name : {"a.mkv", "b.mkv"})
+        clip(name, "-f lavfi -i aevalsrc=0.4:s=48000:d=1 -pix_fmt bgr0 -c:v ffv1 -c:a pcm_s16le");
+    const Outcome run = larkmoor("join a.mkv b.mkv -o out.mkv --codec ffv1 --transition Dissolve --duration 0.4");
+    ASSERT_EQ(run.status, 0) << run.err;
+    ffmpeg("-i out.mkv -map 0:a -ac 1 -ar 48000 -f f32le sound.raw");
+    const std::string raw = content("sound.raw");
+    const auto at = [&](double seconds) {
+        float value = 0;
+        const auto place = static_cast<std::size_t>(seconds * 48000) * 4;
+        if (place + 4 <= raw.size()) std::memcpy(&value, raw.data() + place, 4);
+        return value;
+    };
+    // The overlap runs from 0.6 to 1.0 seconds. Where both are equally loud, each has half the power.
+    for (const double share : {0.0, 0.25, 0.5, 0.75, 1.0}) {
+        const double angle = share * std::acos(0.0);
+        EXPECT_NEAR(at(0.6 + share * 0.4), 0.4 * (std::cos(angle) + std::sin(angle)), 0.02) << share;
+    }
+    EXPECT_NEAR(at(0.3), 0.4, 0.02);
+    EXPECT_NEAR(at(1.3), 0.4, 0.02);
+}
+
+TEST_F(ExactTest, TheSecondClipsAlphaIsReadAsItsOwn) {
+    // Half covered: straight colour 200 in one, the same picture premultiplied in the other.
+    ffmpeg("-f lavfi -i color=black:s=8x8:r=25:d=0.2,format=bgra,geq=r=200:g=200:b=200:a=128 -c:v ffv1 straight.mkv");
+    ffmpeg("-f lavfi -i color=black:s=8x8:r=25:d=0.2,format=gbrapf32le "
+           "-vf geq=r=0.392:g=0.392:b=0.392:a=0.502:interpolation=n -frames:v 1 multiplied.exr");
+    for (const std::string order : {"straight.mkv multiplied.exr", "multiplied.exr straight.mkv"}) {
+        const Outcome run = larkmoor("join " + order + " -y -o out.mkv --codec ffv1 --transition Push --duration 0.12");
+        ASSERT_EQ(run.status, 0) << run.err;
+        ffmpeg("-i out.mkv -pix_fmt bgra -f rawvideo out.raw");
+        const std::string out = content("out.raw");
+        ASSERT_FALSE(out.empty());
+        for (std::size_t i = 0; i < out.size(); i += 8 * 8 * 4)
+            EXPECT_NEAR(static_cast<unsigned char>(out[i]), 200, 3) << order << ", frame " << i / (8 * 8 * 4);
+    }
+}
+
+TEST_F(ExactTest, ThePacketAtTheCutIsKept) {
+    clip("in.mkv", "-f lavfi -i sine=440:sample_rate=48000:duration=1 -af asetnsamples=1920 -pix_fmt bgr0 -c:v ffv1 "
+                   "-c:a pcm_s16le");
+    // Packets of sound as long as frames, so that one begins at each cut.
+    for (const std::string start : {"", " --start 0.2"}) {
+        const Outcome run = larkmoor("render in.mkv -y -o out.mkv --codec ffv1 --frames 5 --effect Invert" + start);
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(probe("out.mkv", "packet=pts_time", "-select_streams a"),
+                  "0.000000\n0.040000\n0.080000\n0.120000\n0.160000\n")
+            << start;
+    }
+}
+
+} // namespace
