@@ -146,6 +146,8 @@ constexpr tScript kScripts[] = {
      "capture * cmd0; 0,0,0,0.13605 hue -1 drag 6|0|0|0|14|; * cmd0; free * settled; 0,0,0,0.20408 hue "
      "-1|0|0|0|20|Alpha: 20.41%; capture * cmd0; free * settled capture * cmd0; 0,0.13605,0.13605,0.20408 hue 0.5 drag "
      "4|0|14|14|20|Alpha: 20.41%; free * settled"},
+    {66, "set 1,0.5,0.5; press 293,10; release; press 294,10", "*; capture *; free * settled; no"},
+    {66, "set 0,0,1; press @1; set 0.5,0.5,0.5; show", "*; *; *; 0.5,0.5,0.5,1 hue -1|67|0|50|100|"},
     {kEcho | 66, "set 0,0,1; press @1; press @5+20; move @5+0; show; move @5+54; show; key escape; show; release",
      "*; *; capture * cmd0; * cmd0; 0,0,0,1 hue -1 drag 5|67|100|0|100|Luminance: 0.00%; * cmd0; 0,0,0.73469,1 hue "
      "0.66667 drag 5|67|100|37|100|Luminance: 36.73%; * cmd0 free * settled; 0,0,1,1 hue "

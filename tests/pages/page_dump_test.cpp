@@ -210,7 +210,10 @@ std::string Dump(const larkmoor::EffectInfo& info) {
     }
     for (std::size_t i = 0; i < info.presets.size(); ++i) {
         CWatchedPage fresh(info);
-        fresh.effect.applyPreset(std::to_string(i));
+        if (KwQuery<IKwPresets>(fresh.effect.object())) // else they are the object map's
+            fresh.Command(kPagePresetFirst + static_cast<LONG>(i));
+        else
+            fresh.effect.applyPreset(std::to_string(i));
         fresh.Command(kPageRefresh);
         out << "preset " << Quoted(info.presets[i].name) << ": " << fresh.Differences() << "\n";
     }

@@ -171,6 +171,13 @@ TEST_P(EveryPage, ShownValuesStay) {
 
 TEST_P(EveryPage, EndsHold) {
     tPage page(GetParam());
+    for (const tPageControl& list : page.Of(KWCONTROL_LIST))
+        for (const LONG index : {-1, list.itemCount}) {
+            const char* text = nullptr;
+            EXPECT_EQ(page.model->GetItem(list.id, index, &text), E_INVALIDARG) << list.id;
+            EXPECT_EQ(page.Send(list.id, KWEVENT_SELECT, 0, 0, index), E_INVALIDARG) << list.id;
+            EXPECT_EQ(page.Value(list.id), list.value) << list.id;
+        }
     for (const tPageControl& bar : page.Of(KWCONTROL_TRACKBAR))
         for (const auto& [end, wheel, keys] : {std::tuple{bar.maximum, 240, std::pair{KWKEY_END, KWKEY_PAGE_DOWN}},
                                                std::tuple{bar.minimum, -240, std::pair{KWKEY_HOME, KWKEY_PAGE_UP}}}) {
