@@ -26,6 +26,8 @@ struct tKwBody {
     eKwLevel level;
     Function* body;
 };
+template <class Function>
+tKwBody(eKwLevel, Function*) -> tKwBody<Function>;
 
 template <auto Body>
 struct tKwCloner;

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <vector>
 
-#include "platform/types.h"
+#include "kernels/view.h"
 
 /// One quadrant of an area that is symmetric about its centre: entry (|dy|, |dx|) is the weight, 0 to 1, of the cell
 /// at that offset. An area without cells has no columns and no rows.
@@ -29,6 +30,16 @@ struct tAREATABLE {
         return count;
     }
 };
+
+/// Calls `body(pixel, weight)` for the cells of the area around (x, y) that lie in a picture of 4-byte pixels, row by
+/// row, without those of weight 0.
+template <class Body>
+void KwForEachCell(const tRows& picture, const tAREATABLE& area, LONG x, LONG y, Body&& body) {
+    for (LONG dy = std::max(1 - area.rows, -y); dy < std::min(area.rows, picture.height - y); ++dy)
+        for (LONG dx = std::max(1 - area.columns, -x); dx < std::min(area.columns, picture.width - x); ++dx)
+            if (const float weight = area.Row(std::abs(dy))[std::abs(dx)]; weight != 0.0f)
+                body(picture.Row<const std::uint8_t>(y + dy) + std::ptrdiff_t{x + dx} * 4, weight);
+}
 
 /// A rectangle: ceil(radius + 0.5) cells to each side of the centre weigh 1, the cell after them weighs the radius'
 /// fraction, a corner the product of both fractions. A negative fraction weighs 0.

@@ -199,6 +199,20 @@ void DrawRow(typename Form::tChannel* out, const typename Form::tChannel* source
     }
 }
 
+/// The definition: the share of each pixel on its own.
+template <class Form>
+void DrawPlainRow(typename Form::tChannel* out, const typename Form::tChannel* source, const tHand& hand,
+                  const tSweepRow& row, LONG width) {
+    for (LONG i = 0; i < width; ++i) {
+        const std::ptrdiff_t at = std::ptrdiff_t{i} * 4;
+        const typename Form::tWeight weight = ExactWeight<Form>(hand, row.X(i), row.y);
+        KwMixRow(out + at, out + at, source + at, &weight, 1);
+    }
+}
+
+template <class Form>
+constexpr CKwBodies kDrawRow(DrawPlainRow<Form>, tKwBody{eKwLevel::Base, DrawRow<Form>});
+
 } // namespace
 
 HRESULT KwDibClock(const tView& out, const tView& source, LONG bytesPerPixel, const tCLOCKPROP* prop, double progress) {
@@ -226,7 +240,7 @@ HRESULT KwDibClock(const tView& out, const tView& source, LONG bytesPerPixel, co
             if (everything)
                 CopyPixels<Form>(d, s, 0, width);
             else
-                DrawRow<Form>(d, s, hand, row, width);
+                kDrawRow<Form>(d, s, hand, row, width);
         }
     });
     return S_OK;

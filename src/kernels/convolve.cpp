@@ -66,6 +66,20 @@ constexpr CKwBodies kConvolveRowFloat(KwClones<ConvolveRowFloat>);
 // numbers, by half a divisor's part, which is 0.5 / sum of the quotient; the product with the rounded reciprocal errs
 // by less than three roundings of its type.
 
+/// The definition, for weights and a divisor in any type.
+template <class Value, class Divisor>
+void DivideSums(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at, const std::uint8_t* down,
+                std::ptrdiff_t width, const tWeights<Value>& weights, Divisor divisor) {
+    const std::uint8_t* const rows[3] = {up, at, down};
+    for (std::ptrdiff_t i = 0; i < width * 4; ++i) {
+        std::int64_t sum = 0;
+        for (std::ptrdiff_t k = 0; k < 9; ++k)
+            sum += static_cast<std::int64_t>(weights[static_cast<std::size_t>(k)]) *
+                   rows[k / 3][KwClamp(i / 4 + k % 3 - 1, 0, width - 1) * 4 + i % 4];
+        d[i] = static_cast<std::uint8_t>(KwClamp<std::int64_t>(sum / static_cast<std::int64_t>(divisor), 0, 255));
+    }
+}
+
 /// For any weights and a divisor above 0: sums stay below 2^44, where doubles are exact.
 KWINLINE inline void ConvolveRow8(std::uint8_t* d, const std::uint8_t* up, const std::uint8_t* at,
                                   const std::uint8_t* down, std::ptrdiff_t width, const tWeights<double>& weights,
@@ -78,7 +92,7 @@ KWINLINE inline void ConvolveRow8(std::uint8_t* d, const std::uint8_t* up, const
         d[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(quotient < 255.0 ? quotient : 255.0));
     });
 }
-constexpr CKwBodies kConvolveRow8(KwClones<ConvolveRow8>);
+constexpr CKwBodies kConvolveRow8(DivideSums<double, double>, KwClones<ConvolveRow8>);
 
 constexpr double kMostSmallWeights = 128.0; // sum of sizes; 255 times it fits 16 bits
 
@@ -94,7 +108,7 @@ KWINLINE inline void ConvolveRowSmall8(std::uint8_t* d, const std::uint8_t* up, 
         d[i] = static_cast<std::uint8_t>(std::min(static_cast<std::int32_t>(quotient), 255));
     });
 }
-constexpr CKwBodies kConvolveRowSmall8(KwClones<ConvolveRowSmall8>);
+constexpr CKwBodies kConvolveRowSmall8(DivideSums<std::int16_t, float>, KwClones<ConvolveRowSmall8>);
 
 /// Calls `row(y, up, down)` with the numbers of a row and of its neighbours.
 template <class Row>

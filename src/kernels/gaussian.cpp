@@ -4,9 +4,10 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <limits>
 #include <memory>
-#include <new>
+#include <vector>
 
 #include "base/arith.h"
 #include "base/bodies.h"
@@ -18,13 +19,64 @@
 
 namespace {
 
+/// What is smaller is set to 0, against denormal numbers.
+constexpr double kTiny = 0.00000000000000001;
+
+/// Rounds to nearest, ties to even, by the sum with 2^52 + 2^31, whose low word is then the value's with its top bit
+/// turned; not-a-number and infinity give 0.
+KWINLINE inline std::uint8_t ToLevel(double value) {
+    const auto low = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value + 4503601774854144.0));
+    const auto level = static_cast<std::int32_t>(low ^ 0x80000000u);
+    return static_cast<std::uint8_t>(level < 0 ? 0 : level > 255 ? 255 : level);
+}
+
+/// The definition for one line: both walks from end to end, and their sum.
+std::vector<double> PlainLine(const std::vector<double>& x, const tGaussianCoefficients& c) {
+    const auto count = std::ssize(x);
+    std::vector<double> ahead(x.size()), back(x.size());
+    const auto walk = [&](std::vector<double>& y, const double* taps, const double* ends, std::ptrdiff_t from,
+                          std::ptrdiff_t step) {
+        const auto at = [=](std::ptrdiff_t i) { return static_cast<std::size_t>(from + i * step); };
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            double v = 0.0;
+            for (std::ptrdiff_t k = 0; k < 5; ++k)
+                v += k < i ? taps[k] * x[at(i - k)] - c.d[k] * y[at(i - k)] : (taps[k] - ends[k]) * x[at(0)];
+            y[at(i)] = std::fabs(v) < kTiny ? 0.0 : v;
+        }
+    };
+    walk(ahead, c.n, c.bn, 0, 1);
+    walk(back, c.m, c.bm, count - 1, -1);
+    for (std::size_t i = 0; i < x.size(); ++i) ahead[i] += back[i];
+    return ahead;
+}
+
+/// The definition: line by line, the first pass kept as floats. `offset` and `channels`: which of a pixel's.
+void BlurPlain(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+               const tGaussianCoefficients& down, LONG offset, LONG channels) {
+    const LONG width = source.width, height = source.height;
+    for (LONG c = offset; c < offset + channels; ++c) {
+        std::vector<std::vector<double>> columns(static_cast<std::size_t>(width));
+        for (LONG y = 0; y < height; ++y) {
+            std::vector<double> row;
+            for (LONG x = 0; x < width; ++x) row.push_back(source.Row<std::uint8_t>(y)[std::ptrdiff_t{x} * 4 + c]);
+            const std::vector<double> line = PlainLine(row, across);
+            for (std::size_t x = 0; x < line.size(); ++x)
+                columns[x].push_back(static_cast<double>(static_cast<float>(line[x])));
+        }
+        for (LONG x = 0; x < width; ++x) {
+            const std::vector<double> line = PlainLine(columns[static_cast<std::size_t>(x)], down);
+            for (LONG y = 0; y < height; ++y)
+                destination.Row<std::uint8_t>(y)[std::ptrdiff_t{x} * 4 + c] =
+                    ToLevel(line[static_cast<std::size_t>(y)]);
+        }
+    }
+}
+
 /// Lines filtered side by side. Each line's recursion is a chain of some thirty cycles a position, which the others
 /// fill; the scratch of one block of lines stays in the second cache at usual picture sizes.
 constexpr std::ptrdiff_t kLanes = 32;
 /// Positions a line looks back, rounded up to a power of two.
 constexpr std::ptrdiff_t kRing = 8;
-/// What is smaller is set to 0, against denormal numbers.
-constexpr double kTiny = 0.00000000000000001;
 
 struct tTaps {
     double x[5], y[5], edge[5]; ///< edge: for positions off the line, in place of x and y
@@ -128,14 +180,6 @@ KWINLINE inline void FilterLines(const Value* x, std::ptrdiff_t count, const tGa
     }
 }
 
-/// Rounds to nearest, ties to even, by the sum with 2^52 + 2^31, whose low word is then the value's with its top bit
-/// turned; not-a-number and infinity give 0.
-KWINLINE inline std::uint8_t ToLevel(double value) {
-    const auto low = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value + 4503601774854144.0));
-    const auto level = static_cast<std::int32_t>(low ^ 0x80000000u);
-    return static_cast<std::uint8_t>(level < 0 ? 0 : level > 255 ? 255 : level);
-}
-
 /// Row pass. `x`: per position, the lanes' bytes, `Channels` a row. `out`: the first of these rows in the first block
 /// of the plane between the passes, which holds the blocks of `kLanes` columns one after the other, `blockSize` floats
 /// each.
@@ -222,7 +266,8 @@ tScratch<Value> Scratch(std::size_t count) {
 }
 
 template <int Channels>
-void Blur(const tRows& destination, const tRows& source, double horizontalRadius, double verticalRadius, LONG offset) {
+void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+               const tGaussianCoefficients& down, LONG offset) {
     constexpr std::ptrdiff_t kRows = kLanes / Channels;
     const std::size_t width = static_cast<std::size_t>(source.width), height = static_cast<std::size_t>(source.height);
     const std::size_t blocks = (width * Channels + kLanes - 1) / kLanes;
@@ -237,7 +282,6 @@ void Blur(const tRows& destination, const tRows& source, double horizontalRadius
         for (std::size_t l = width * Channels - (blocks - 1) * kLanes; l < kLanes; ++l)
             plane[(blocks - 1) * blockSize + y * kLanes + l] = 0.0f;
 
-    const tGaussianCoefficients across = KwGaussianCoefficients(KwGaussianSigma(horizontalRadius));
     for (LONG y = 0; y < source.height;) {
         const std::ptrdiff_t rows = std::min<std::ptrdiff_t>(kRows, source.height - y);
         Interleave<Channels>(source, y, rows, offset, lines.get());
@@ -245,7 +289,6 @@ void Blur(const tRows& destination, const tRows& source, double horizontalRadius
                                                     plane.get() + std::ptrdiff_t{y} * kLanes, blockSize);
         y += static_cast<LONG>(rows);
     }
-    const tGaussianCoefficients down = KwGaussianCoefficients(KwGaussianSigma(verticalRadius));
     for (std::size_t block = 0; block < blocks; ++block) {
         const std::size_t column = block * kLanes;
         const std::size_t lanes = std::min<std::size_t>(kLanes, width * Channels - column);
@@ -253,6 +296,24 @@ void Blur(const tRows& destination, const tRows& source, double horizontalRadius
             plane.get() + block * blockSize, source.height, down, first.get(),
             destination.first + offset + column * (4 / Channels), destination.stride, lanes);
     }
+}
+
+void BlurFast(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+              const tGaussianCoefficients& down, LONG offset, LONG channels) {
+    (channels == 4 ? BlurLanes<4> : BlurLanes<1>)(destination, source, across, down, offset);
+}
+constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast});
+
+HRESULT Blur(const tView& destination, const tView& source, LONG bytesPerPixel, double horizontalRadius,
+             double verticalRadius, LONG offset, LONG channels) try {
+    tRows d, s;
+    const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s);
+    if (SUCCEEDED(status) && d.width > 0 && bytesPerPixel == 4)
+        kBlur(d, s, KwGaussianCoefficients(KwGaussianSigma(horizontalRadius)),
+              KwGaussianCoefficients(KwGaussianSigma(verticalRadius)), offset, channels);
+    return status;
+} catch (const std::exception&) { // no memory for the plain form
+    return S_OK;
 }
 
 } // namespace
@@ -303,17 +364,11 @@ tGaussianCoefficients KwGaussianCoefficients(double sigma) {
 
 HRESULT KwDibGaussianBlur(const tView& destination, const tView& source, LONG bytesPerPixel, double horizontalRadius,
                           double verticalRadius) {
-    tRows d, s;
-    const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s);
-    if (SUCCEEDED(status) && d.width > 0 && bytesPerPixel == 4) Blur<4>(d, s, horizontalRadius, verticalRadius, 0);
-    return status;
+    return Blur(destination, source, bytesPerPixel, horizontalRadius, verticalRadius, 0, 4);
 }
 
 HRESULT KwDibGaussianBlurChannel(const tView& destination, const tView& source, LONG bytesPerPixel,
                                  double horizontalRadius, double verticalRadius, LONG channel) {
-    tRows d, s;
-    const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s);
-    if (SUCCEEDED(status) && d.width > 0 && bytesPerPixel == 4)
-        Blur<1>(d, s, horizontalRadius, verticalRadius, KwDibChannelOffset(channel, 4));
-    return status;
+    return Blur(destination, source, bytesPerPixel, horizontalRadius, verticalRadius, KwDibChannelOffset(channel, 4),
+                1);
 }

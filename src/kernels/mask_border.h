@@ -59,7 +59,8 @@ tPixel8 KwBorderColor8(const tIRISINFO& info);
 /// @param progress   0 draws nothing, 1 and above covers everything
 /// @param fixedSize  the reach is a cell's whole size, not the way from the centre to the farthest corner
 /// @param info       `repeatX` and `repeatY` below 1 are raised to 1 in the record itself. Of more columns (rows) than
-///                   pixels, and than 1024, only every second, third or further one is drawn.
+///                   pixels, and than 1024, only every second, third or further one is drawn; and of outlines that
+///                   lie over each other more than 500 times.
 /// @return 0x80004003 for a null rectangle or record, 0x8007000E out of memory
 HRESULT KwCreateMaskBorder(const RECT* shapeFrame, const RECT* maskFrame, const tView& mask, const tView& border,
                            LONG bytesPerPixel, double aspect, double progress, bool fixedSize, tIRISINFO* info);

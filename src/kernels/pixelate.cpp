@@ -91,7 +91,25 @@ void LargeMeans8(std::uint8_t* out, const std::uint64_t* totals, std::ptrdiff_t 
         out[i] = static_cast<std::uint8_t>(totals[i] / static_cast<std::uint64_t>(pixels));
 }
 
-/// The means of one row of blocks, for each pixel form.
+/// The means of one row of blocks, for each pixel form; this one is the definition for bytes.
+class CPlainMeans8 {
+  public:
+    explicit CPlainMeans8(const tBlocks& columns) : m_columns(columns) {}
+
+    void Row(const tRows& source, const tBlocks& rows, LONG i, std::byte* out) const {
+        for (LONG at = 0; at < m_columns.count * 4; ++at) {
+            std::int64_t sum = 0;
+            for (std::ptrdiff_t y = rows.Begin(i); y < rows.Begin(i) + rows.Pixels(); ++y)
+                for (std::ptrdiff_t x = m_columns.Begin(at / 4); x < m_columns.Begin(at / 4) + m_columns.Pixels(); ++x)
+                    sum += source.Row<std::uint8_t>(static_cast<LONG>(y))[x * 4 + at % 4];
+            out[at] = static_cast<std::byte>(sum / (std::int64_t{m_columns.Pixels()} * rows.Pixels()));
+        }
+    }
+
+  private:
+    tBlocks m_columns;
+};
+
 template <class Total>
 class CMeans8 {
   public:
@@ -162,6 +180,9 @@ constexpr CKwBodies kThroughFill8(KwClones<ThroughFill8>);
 
 /// A row of cells from one pixel each. All but the last are written one pixel too wide, and mended by the next one, so
 /// that their width does not vary.
+void SpreadPlain8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
+    for (LONG i = 0; i < columns.count; ++i) std::fill(out + columns.Begin(i), out + columns.CellEnd(i), cells[i]);
+}
 KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
     const std::ptrdiff_t last = columns.count - 1, pixels = columns.Pixels();
     const std::int64_t step = columns.step;
@@ -173,7 +194,7 @@ KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlo
     const std::uint32_t value = cells[last];
     for (std::ptrdiff_t x = last * step >> 14; x < columns.size; ++x) out[x] = value;
 }
-constexpr CKwBodies kSpreadRow8(KwClones<SpreadRow8>);
+constexpr CKwBodies kSpreadRow8(SpreadPlain8, KwClones<SpreadRow8>);
 void SpreadRowFloat(std::byte* out, const std::byte* cells, const tBlocks& columns) {
     for (LONG i = 0; i < columns.count; ++i)
         for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x)
@@ -213,6 +234,8 @@ template <class Body>
 void WithMeans(LONG bytesPerPixel, const tBlocks& columns, const tBlocks& rows, Body&& body) {
     if (bytesPerPixel != 4)
         body(static_cast<CMeansFloat*>(nullptr));
+    else if (KwLevel() == eKwLevel::Plain)
+        body(static_cast<CPlainMeans8*>(nullptr));
     else if (std::int64_t{columns.Pixels()} * rows.Pixels() < kSmallBlock)
         body(static_cast<CMeans8<std::uint32_t>*>(nullptr));
     else

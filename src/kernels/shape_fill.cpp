@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -178,12 +179,33 @@ tCellRange CellsNear(std::int64_t from, std::int64_t to, double center, double e
     return {first / step * step, last};
 }
 
+/// Draws fewer cells where outlines that lie over each other many times would visit the whole picture for each of them:
+/// no more than `kMost` visits a pixel on the average. It goes by the picture, not by the mask, so that its parts
+/// agree.
+tShapeGrid Thinned(tShapeGrid grid, double extentX, double extentY) {
+    constexpr double kMost = 512.0, kFew = 4e6; // for the smallest pictures
+    const double width = grid.cellWidth * grid.columns, height = grid.cellHeight * grid.rows;
+    const auto touched = [](double extent, double size) {
+        const double pixels = 2.0 * extent + 1.0;
+        return pixels < size ? pixels : size;
+    };
+    const double visits = std::max(1.0, touched(extentX, width)) * std::max(1.0, touched(extentY, height));
+    const double most = std::max(kMost * width * height, kFew) / visits;
+    const auto drawn = [](LONG count, LONG step) { return std::ceil(static_cast<double>(count) / step); };
+    for (;;) {
+        const double columns = drawn(grid.columns, grid.columnStep), rows = drawn(grid.rows, grid.rowStep);
+        if (!(columns * rows > most) || columns * rows < 2.0) return grid;
+        LONG& step = columns > rows ? grid.columnStep : grid.rowStep;
+        step = step > std::numeric_limits<LONG>::max() / 2 ? std::numeric_limits<LONG>::max() : step * 2;
+    }
+}
+
 std::int64_t FixedCenter(double center) {
     return Bounded(center * 16384.0, -(std::int64_t{1} << 50), std::int64_t{1} << 50);
 }
 
 template <class Paint>
-HRESULT FillGrid(const Paint& paint, const tRows& mask, const tOutline& outline, const tShapeGrid& grid) {
+HRESULT FillGrid(const Paint& paint, const tRows& mask, const tOutline& outline, const tShapeGrid& wanted) {
     double extentX = outline.radius + kRim, extentY = extentX * outline.verticalScale;
     if (outline.corners) {
         extentX = extentY = 0;
@@ -192,6 +214,7 @@ HRESULT FillGrid(const Paint& paint, const tRows& mask, const tOutline& outline,
             extentY = std::max(extentY, std::abs(static_cast<double>(p.y)) / 16384.0);
         }
     }
+    const tShapeGrid grid = Thinned(wanted, extentX, extentY);
     const std::int64_t bottom = grid.top + mask.height - 1;
     const tCellRange columns = CellsNear(grid.left, grid.left + mask.width, grid.centerX, extentX, grid.cellWidth,
                                          grid.columns, grid.columnStep);

@@ -26,7 +26,16 @@ tThreeRows RowsAround(const tRows& rows, LONG y) {
     return {row(std::max(y - 1, 0)), row(y), row(std::min(y, rows.height - 2) + 1)};
 }
 
-/// Weights 1-2-1 by 1-2-1, of sum 16, around the pixels [`begin`, `begin` + `count`) of a row of `width`; pixels beyond
+/// Weights 1-2-1 by 1-2-1, of sum 16, around a sample of a row of `width` pixels.
+std::int32_t SumAround(const tThreeRows& rows, std::ptrdiff_t i, std::ptrdiff_t width) {
+    const auto column = [&](std::ptrdiff_t x) {
+        const std::ptrdiff_t at = KwClamp(x, 0, width - 1) * 4 + i % 4;
+        return rows.above[at] + 2 * rows.here[at] + rows.below[at];
+    };
+    return column(i / 4 - 1) + 2 * column(i / 4) + column(i / 4 + 1);
+}
+
+/// The same for the pixels [`begin`, `begin` + `count`) of a row of `width`; pixels beyond
 /// the row's ends are its end pixels.
 struct tSmoothPart {
     std::uint16_t columns[(kPart + 2) * 4];
@@ -48,6 +57,13 @@ struct tSmoothPart {
     }
 };
 
+void SmoothBlendPlain(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::uint16_t amount) {
+    for (std::ptrdiff_t i = 0; i < width * 4; ++i) {
+        const auto smooth = static_cast<std::uint8_t>(SumAround(rows, i, width) / 16);
+        d[i] = KwBlend8(smooth, rows.here[i], static_cast<std::uint8_t>(amount));
+    }
+}
+
 KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width,
                                     std::uint16_t amount) {
     tSmoothPart part;
@@ -66,17 +82,17 @@ KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std
         }
     }
 }
-constexpr CKwBodies kSmoothBlendRow(KwClones<SmoothBlendRow>);
+constexpr CKwBodies kSmoothBlendRow(SmoothBlendPlain, KwClones<SmoothBlendRow>);
 
 /// Division of 0 to 255 * `divisor` + `divisor` - 1 by a divisor of 1 to 17: (v + 1) * factor >> 16 >> shift.
 struct tDivision {
-    std::uint16_t limit, factor;
+    std::uint16_t divisor, limit, factor;
     int shift;
 
-    explicit constexpr tDivision(std::uint32_t divisor)
-        : limit(static_cast<std::uint16_t>(256 * divisor - 1)),
-          factor(static_cast<std::uint16_t>(std::min(65535u, (65536u << (std::bit_width(divisor) - 1)) / divisor))),
-          shift(std::bit_width(divisor) - 1) {}
+    explicit constexpr tDivision(std::uint32_t by)
+        : divisor(static_cast<std::uint16_t>(by)), limit(static_cast<std::uint16_t>(256 * by - 1)),
+          factor(static_cast<std::uint16_t>(std::min(65535u, (65536u << (std::bit_width(by) - 1)) / by))),
+          shift(std::bit_width(by) - 1) {}
 
     constexpr std::uint16_t operator()(std::uint16_t v) const {
         return static_cast<std::uint16_t>(static_cast<std::uint16_t>((v + 1u) * factor >> 16) >> shift);
@@ -92,6 +108,18 @@ static_assert([] {
                 return false;
     return true;
 }());
+
+void SharpenPlain(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
+                  tDivision division) {
+    for (std::ptrdiff_t x = 0; x < width; ++x) {
+        std::int32_t levels[4];
+        for (std::ptrdiff_t c = 0; c < 4; ++c) {
+            const std::ptrdiff_t i = x * 4 + c;
+            levels[c] = KwClamp((center * rows.here[i] - SumAround(rows, i, width)) / division.divisor, 0, 255);
+        }
+        for (std::ptrdiff_t c = 0; c < 4; ++c) d[x * 4 + c] = static_cast<std::uint8_t>(std::min(levels[c], levels[3]));
+    }
+}
 
 KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
                                 tDivision division) {
@@ -118,7 +146,7 @@ KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::pt
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = levels[i] < alpha[i] ? levels[i] : alpha[i];
     }
 }
-constexpr CKwBodies kSharpenRow(KwClones<SharpenRow>);
+constexpr CKwBodies kSharpenRow(SharpenPlain, KwClones<SharpenRow>);
 
 } // namespace
 

@@ -2,9 +2,11 @@
 
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/mix_row.h"
 #include "kernels/sample.h"
 #include "kernels/unaligned.h"
 
@@ -41,6 +43,27 @@ KWINLINE inline const std::byte* Address(const tSource& source, const tPositions
 }
 
 /// `shift`: the columns' displacements down, in pixels. `x`: the first column's position.
+template <class Form>
+void WavePlain(typename Form::tChannel* d, const tSource& source, const double* shift, double y, std::uint32_t x,
+               std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i, x += kOne) {
+        const std::int32_t atX = KwClamp(static_cast<std::int32_t>(x), 0, source.limitX);
+        const std::int32_t atY = KwClamp(KwTrunc((shift[i] + y) * 16384.0), 0, source.limitY);
+        const std::conditional_t<Form::kPixelSize == 4, tBilinear8, tBilinearF> sample(atX % kOne, atY % kOne);
+        const std::byte* const pixel = source.first + atY / kOne * source.stride + atX / kOne * Form::kPixelSize;
+        const auto at = [&](std::ptrdiff_t offset) {
+            return reinterpret_cast<const typename Form::tChannel*>(pixel + offset);
+        };
+        for (int c = 0; c < 4; ++c)
+            d[i * 4 + c] = static_cast<typename Form::tChannel>(sample(
+                at(0)[c], at(source.nextColumn)[c], at(source.nextRow)[c], at(source.nextRow + source.nextColumn)[c]));
+    }
+}
+void WavePlain8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
+                std::ptrdiff_t count) {
+    WavePlain<tForm8>(reinterpret_cast<std::uint8_t*>(d), source, shift, y, x, count);
+}
+
 KWINLINE inline void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
                               std::ptrdiff_t count) {
     tPositions at;
@@ -64,7 +87,7 @@ KWINLINE inline void WaveRow8(tAnyWord* d, const tSource& source, const double* 
         d[i] = out;
     }
 }
-constexpr CKwBodies kWaveRow8(KwClones<WaveRow8>);
+constexpr CKwBodies kWaveRow8(WavePlain8, KwClones<WaveRow8>);
 
 KWINLINE inline void WaveRowFloat(tAnyFloat* d, const tSource& source, const double* shift, double y, std::uint32_t x,
                                   std::ptrdiff_t count) {
@@ -82,7 +105,7 @@ KWINLINE inline void WaveRowFloat(tAnyFloat* d, const tSource& source, const dou
         for (int c = 0; c < 4; ++c) d[i * 4 + c] = sample(p00[c], p10[c], p01[c], p11[c]);
     }
 }
-constexpr CKwBodies kWaveRowFloat(KwClones<WaveRowFloat>);
+constexpr CKwBodies kWaveRowFloat(WavePlain<tFormF>, KwClones<WaveRowFloat>);
 
 /// The greatest position of a sample on a side of `size` pixels.
 std::int32_t Limit(LONG size) {

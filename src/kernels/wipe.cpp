@@ -72,7 +72,10 @@ KWINLINE inline bool QuickPlaces(std::int32_t* places, double d, double step, do
     }
     return bad == 0;
 }
-constexpr CKwBodies kQuickPlaces(KwClones<QuickPlaces>);
+bool NoPlaces(std::int32_t*, double, double, double, std::int32_t) {
+    return false;
+}
+constexpr CKwBodies kQuickPlaces(NoPlaces, KwClones<QuickPlaces>);
 
 void ExactPlaces(std::int32_t* places, double d, double step, double far, std::int32_t count) {
     for (std::int32_t i = 0; i < count; ++i) places[i] = KwTrunc(KwClamp((d + i * step) / far * 255.0, 0.0, 255.0));

@@ -1,4 +1,4 @@
-// Area filters by direct weighted counting, as their definitions read: the plain reference for the fast forms.
+// Areas by their formulas, and what the tests of the filters over areas have in common.
 #pragma once
 
 #include <cmath>
@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/level.h"
 #include "kernels/picture.h"
 
 /// The weight of the cell at an offset, for offsets inside a picture.
@@ -63,13 +64,16 @@ class CReferenceArea {
     std::vector<float> m_weights;
 };
 
-/// Calls `body` with the four samples and the weight of every cell of the area around (x, y) that lies in the picture.
-template <class Body>
-void ForEachCell(CTestPicture& picture, const CReferenceArea& area, LONG x, LONG y, Body&& body) {
-    for (LONG row = 0; row < picture.Height(); ++row)
-        for (LONG column = 0; column < picture.Width(); ++column)
-            if (const float weight = area.Weight(column - x, row - y); weight != 0.0f)
-                body(picture.At(column, row), weight);
+/// `filter(destination)` gives the bytes of the plain body.
+template <class Filter>
+void ExpectPlainBytes(CTestPicture& from, Filter&& filter) {
+    CTestPicture actual(from.Width(), from.Height(), 4), expected(from.Width(), from.Height(), 4);
+    actual.Fill(99);
+    ASSERT_EQ(S_OK, filter(actual.View()));
+    const eKwLevel level = KwLimitLevel(eKwLevel::Plain);
+    EXPECT_EQ(S_OK, filter(expected.View()));
+    KwLimitLevel(level);
+    ExpectSame(actual, expected);
 }
 
 /// Radii that differ in size, fraction and axis, hostile ones included.

@@ -72,22 +72,6 @@ const tKernel kKernels[] = {
     {{INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN}, INT32_MIN},
 };
 
-TEST(Convolve3x3, DividesTheExactSum) {
-    for (const tKernel& k : kKernels)
-        for (const auto& size : kSizes) {
-            CTestPicture s(size[0], size[1], 4), expected(size[0], size[1], 4), d = expected;
-            s.Fill(3, true);
-            ForAll(s, [&](LONG x, LONG y, LONG c) {
-                std::int64_t sum = 0;
-                for (LONG i = 0; i < 9; ++i)
-                    sum += std::int64_t{k.weights[i]} * Near<std::uint8_t>(s, x + i % 3 - 1, y + i / 3 - 1, c);
-                expected.At(x, y)[c] = static_cast<std::uint8_t>(std::clamp<std::int64_t>(sum / k.divisor, 0, 255));
-            });
-            ASSERT_EQ(S_OK, KwDibConvolve3x3(d.View(), s.View(), 4, k.weights, k.divisor));
-            ExpectSame(d, expected);
-        }
-}
-
 /// Every sum of a small kernel over every small divisor: quotients next to whole numbers must not slip.
 TEST(Convolve3x3, SmallQuotientsAreExact) {
     CTestPicture s(256, 1, 4), d(256, 1, 4);
@@ -119,18 +103,6 @@ TEST(Convolve3x3, FloatsDivideTheWeightsFirst) {
             ForAll(d, [&](LONG x, LONG y, LONG c) { (&d.PixelF(x, y).b)[c] += 0.0f; }); // either zero
             ExpectSame(d, expected);
         }
-}
-
-TEST(Convolve3x3, EdgesAreThoseOfTheClip) {
-    CTestPicture s(9, 9, 4), d(9, 9, 4);
-    s.Fill(5, true);
-    const RECT clip{3, 3, 6, 5};
-    CTestPicture cut(3, 2, 4), result(3, 2, 4);
-    for (LONG y = 0; y < 2; ++y) std::memcpy(cut.At(0, y), s.At(3, 3 + y), 12);
-    ASSERT_EQ(S_OK, KwDibSmooth3x3(d.View(&clip), s.View(&clip), 4));
-    ASSERT_EQ(S_OK, KwDibSmooth3x3(result.View(), cut.View(), 4));
-    for (LONG y = 0; y < 2; ++y) EXPECT_EQ(0, std::memcmp(result.At(0, y), d.At(3, 3 + y), 12));
-    EXPECT_EQ(0u, d.Pixel8(2, 3).a + d.Pixel8(6, 3).a);
 }
 
 TEST(Convolve3x3, RefusalsTouchNothing) {

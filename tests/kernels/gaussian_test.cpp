@@ -2,7 +2,7 @@
 
 #include <bit>
 
-#include "kernels/over_shapes.h"
+#include "kernels/picture.h"
 
 namespace {
 
@@ -36,51 +36,6 @@ tArrays DefineCoefficients(double s) {
     return r;
 }
 
-std::vector<double> DefineLine(const std::vector<double>& x, const tArrays& c) {
-    const int N = static_cast<int>(x.size());
-    std::vector<double> ahead(x.size()), back(x.size());
-    for (int i = 0; i < N; ++i) {
-        const int t = std::min(i, 5), j = N - 1 - i;
-        for (int k = 0; k < t; ++k) {
-            ahead[i] += c.n[k] * x[i - k] - c.d[k] * ahead[i - k];
-            back[j] += c.m[k] * x[j + k] - c.d[k] * back[j + k];
-        }
-        for (int k = t; k < 5; ++k) {
-            ahead[i] += (c.n[k] - c.bn[k]) * x[0];
-            back[j] += (c.m[k] - c.bm[k]) * x[N - 1];
-        }
-        if (std::abs(ahead[i]) < 1e-17) ahead[i] = 0;
-        if (std::abs(back[j]) < 1e-17) back[j] = 0;
-    }
-    for (int i = 0; i < N; ++i) ahead[i] += back[i];
-    return ahead;
-}
-
-void DefineBlur(CTestPicture& d, CTestPicture& s, double horizontal, double vertical, LONG channel) {
-    const auto taps = [](double r) {
-        const double reach = std::abs(r) + 1.5;
-        return DefineCoefficients(std::sqrt(-(reach * reach) / (2 * std::log(0.00392156862745098))));
-    };
-    const tArrays across = taps(horizontal), down = taps(vertical);
-    std::vector<std::vector<float>> rows;
-    for (LONG y = 0; y < s.Height(); ++y) {
-        std::vector<double> line;
-        for (LONG x = 0; x < s.Width(); ++x) line.push_back(s.At(x, y)[channel]);
-        const auto result = DefineLine(line, across);
-        rows.emplace_back(result.begin(), result.end());
-    }
-    for (LONG x = 0; x < s.Width(); ++x) {
-        std::vector<double> line;
-        for (auto& row : rows) line.push_back(static_cast<double>(row[static_cast<std::size_t>(x)]));
-        const auto result = DefineLine(line, down);
-        for (LONG y = 0; y < s.Height(); ++y) {
-            const auto bits = std::bit_cast<std::uint64_t>(result[static_cast<std::size_t>(y)] + 4503601774854144.0);
-            const auto level = static_cast<std::int32_t>(static_cast<std::uint32_t>(bits) ^ 0x80000000u);
-            d.At(x, y)[channel] = static_cast<std::uint8_t>(std::clamp(level, 0, 255));
-        }
-    }
-}
-
 TEST(Gaussian, CoefficientsFollowTheirFormulas) {
     for (const double sigma : {0.1, 0.45, 0.6, 1.0, 3.3, 15.6, 108.0, 2000.0, 1e6, 1e12, double{INFINITY}}) {
         const tGaussianCoefficients c = KwGaussianCoefficients(sigma);
@@ -96,36 +51,6 @@ TEST(Gaussian, FallsToOnePart255AtItsReach) {
     }
 }
 
-TEST(Gaussian, AllChannelsFollowTheDefinition) {
-    constexpr double kRadii[][2] = {{0, 0},    {0, 6.5}, {2.5, 0},     {1, 1},       {-3, 40},
-                                    {360, 52}, {3e5, 3}, {1e300, 1e9}, {INFINITY, 2}};
-    for (const auto& [across, down] : kRadii) {
-        SCOPED_TRACE(testing::Message() << across << ", " << down);
-        CompareOverShapes(
-            4, [&](const tView& d, const tView& s) { return KwDibGaussianBlur(d, s, 4, across, down); },
-            [&](CTestPicture& d, CTestPicture& s) {
-                for (LONG c = 0; c < 4; ++c) DefineBlur(d, s, across, down, c);
-            });
-    }
-}
-
-TEST(Gaussian, OneChannelLeavesTheOthers) {
-    for (const LONG channel : {0, 1, 2, 3, 4, -1})
-        CompareOverShapes(
-            4, [&](const tView& d, const tView& s) { return KwDibGaussianBlurChannel(d, s, 4, 4.5, 1.25, channel); },
-            [&](CTestPicture& d, CTestPicture& s) {
-                DefineBlur(d, s, 4.5, 1.25, channel >= 1 && channel <= 3 ? channel : 0);
-            });
-}
-
-TEST(Gaussian, WorksInPlace) {
-    CTestPicture s(61, 45, 4), d = s.Fill(1);
-    CTestPicture expected = d;
-    for (LONG c = 0; c < 4; ++c) DefineBlur(expected, s, 7, 9, c);
-    ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), d.View(), 4, 7, 9));
-    ExpectSame(d, expected);
-}
-
 TEST(Gaussian, AFlatPictureStaysFlat) {
     for (const double radius : {3.0, 52.0, 360.0}) {
         CTestPicture s(50, 40, 4), d(50, 40, 4);
@@ -133,6 +58,21 @@ TEST(Gaussian, AFlatPictureStaysFlat) {
         CTestPicture expected = s;
         ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 4, radius, radius));
         ExpectSame(d, expected);
+    }
+}
+
+TEST(Gaussian, ASpeckSpreadsAsTheBell) {
+    CTestPicture s(61, 61, 4), d(61, 61, 4);
+    s.Pixel8(30, 30) = {255, 255, 255, 255};
+    for (const double radius : {2.0, 4.0}) {
+        const double sigma = KwGaussianSigma(radius);
+        ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 4, radius, radius));
+        for (LONG y = 0; y < 61; ++y)
+            for (LONG x = 0; x < 61; ++x) {
+                const double away = (x - 30) * (x - 30) + (y - 30) * (y - 30);
+                const double bell = 255 * std::exp(-away / (2 * sigma * sigma)) / (2 * M_PI * sigma * sigma);
+                ASSERT_NEAR(bell, d.Pixel8(x, y).g, 0.75) << x << ", " << y << ", " << radius;
+            }
     }
 }
 
@@ -144,15 +84,6 @@ TEST(Gaussian, NotANumberGivesEmptyPixels) {
         ASSERT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 4, across, down));
         ExpectSame(d, expected);
     }
-}
-
-TEST(Gaussian, FloatPixelsStay) {
-    CTestPicture s(9, 9, 16), d(9, 9, 16);
-    s.Fill(1), d.Fill(2);
-    CTestPicture expected = d;
-    EXPECT_EQ(S_OK, KwDibGaussianBlur(d.View(), s.View(), 16, 3, 3));
-    EXPECT_EQ(S_OK, KwDibGaussianBlurChannel(d.View(), s.View(), 16, 3, 3, 1));
-    ExpectSame(d, expected);
 }
 
 TEST(Gaussian, ClipsOfTwoSizesAreRefused) {

@@ -137,6 +137,27 @@ TEST(MaskBorder, HostileGridsAndFrames) {
         }
 }
 
+// Discs that lie over each other a million times, and yet leave a part of each row open: minutes if each were drawn.
+TEST(MaskBorder, CostsWhatThePictureCosts) {
+    const struct {
+        LONG width, height, shape, columns, rows;
+        float centerX, centerY, feather, border;
+        double aspect, progress;
+    } cases[] = {{2, 101, 0, 2667, 1835, 3.57166f, 0.723043f, 0.312725f, 0.508511f, 1.06865e+13, 1.41846e-09},
+                 {112, 78, 0, 2120, 1444, 1.50866f, -1, -2.47613f, 1, 810.906, 0.000929255},
+                 {68, 110, 0, 1278, 2858, -0.460349f, -1e+09f, -0.1f, 0.634817f, 2.86731e+11, 0.00394386},
+                 {85, 89, 2, 2470, 1561339921, 1.97231f, -0.656772f, 207043, 0.377232f, 5.0682e-06, 0.114735},
+                 {44, 24, 0, 2462, 2968, 5.10695e-05f, -0.716796f, 0.0972881f, 0.352973f, 5.25904e+06, 0.181359}};
+    for (const auto& c : cases)
+        for (const bool fixedSize : {false, true}) {
+            tIRISINFO info{c.centerX, c.centerY, c.feather, c.border};
+            info.shape = c.shape, info.repeatX = c.columns, info.repeatY = c.rows;
+            const RECT frame{0, 0, c.width, c.height};
+            for (const LONG bytesPerPixel : {4, 16})
+                Draw(frame, frame, bytesPerPixel, c.aspect, c.progress, fixedSize, info).cut.CheckGuards();
+        }
+}
+
 TEST(MaskBorder, RefusesWhatIsMissing) {
     const RECT frame{0, 0, 8, 8};
     CTestPicture mask(8, 8, 4);

@@ -1,7 +1,6 @@
 // What holds for every pixel kernel: rows at odd addresses, bottom-up pictures, the smallest sizes, missing frames.
 #include "kernels/alpha.h"
 #include "kernels/blend.h"
-#include "kernels/convolve.h"
 #include "kernels/copy.h"
 #include "kernels/desaturate.h"
 #include "kernels/lut.h"
@@ -15,7 +14,6 @@ struct tKernelCase {
 };
 
 constexpr double kMatte[3] = {0.2, 0.5, 0.7};
-constexpr LONG kWeights[9] = {-1, -2, -1, -2, 29, -2, -1, -2, -1};
 std::vector<std::uint8_t> Table() {
     std::vector<std::uint8_t> table(131072);
     for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<std::uint8_t>(i * 37 + i / 256);
@@ -44,8 +42,6 @@ const tKernelCase kKernels[] = {
          return KwDibApplyLuts(d, n, s_table.data(), nullptr, s_table.data(), s_table.data() + 1, true);
      }},
     {"brightness", [](V d, V, LONG n) { return KwDibBrightness(d, n, 0.2f); }},
-    {"smooth", [](V d, V s, LONG n) { return KwDibSmooth3x3(d, s, n); }},
-    {"convolve", [](V d, V s, LONG n) { return KwDibConvolve3x3(d, s, n, kWeights, 17); }},
 };
 
 /// Memory of a picture whose rows lie at odd addresses, with guards.
