@@ -29,6 +29,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tBLACKRESTOREPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

@@ -27,6 +27,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tDESATURATEPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

@@ -31,6 +31,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tHSLADJUSTPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
     .miscFlags = CTransformBase::kMiscWatchOutput,
 };
 

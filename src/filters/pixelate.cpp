@@ -34,6 +34,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tPIXELATEPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

@@ -24,6 +24,7 @@ constexpr tEffectClass kClass{
     .defaults = &kDefault,
     .recordSize = sizeof(tBLURPROP),
     .fields = kFields,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

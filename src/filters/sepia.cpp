@@ -36,6 +36,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tSEPIAPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
     .miscFlags = CTransformBase::kMiscWatchOutput,
 };
 

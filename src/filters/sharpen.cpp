@@ -29,6 +29,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tSHARPENPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

@@ -28,6 +28,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tTHRESHOLDPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

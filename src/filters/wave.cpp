@@ -42,6 +42,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tWAVEPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

@@ -54,6 +54,7 @@ struct tEffectClass {
     ULONG recordSize = 0;           ///< bytes
     std::span<const tFieldInfo> fields{};
     CPresetRows presets{};
+    tFloatForm floatForm = KWFLOAT_OTHER;
     bool answersPresets = true; ///< false: presets are told by `IKwParamInfo` alone
     bool hasPage = true;
     DWORD miscFlags = 0; ///< further bits of `m_MiscFlags`

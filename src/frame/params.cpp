@@ -326,7 +326,8 @@ HRESULT CParamObject::GetClassInfo(tClassInfo* out, ULONG size) {
                               .maxInputs = m_class.maxInputs,
                               .recordSize = static_cast<LONG>(m_class.recordSize),
                               .fieldCount = static_cast<LONG>(m_class.fields.size()),
-                              .presetCount = m_class.presets.Count()},
+                              .presetCount = m_class.presets.Count(),
+                              .floatForm = m_class.floatForm},
                    out, size);
 }
 

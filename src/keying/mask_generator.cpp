@@ -40,6 +40,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tMASKPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

@@ -139,6 +139,12 @@ struct tFieldInfo {
     double step;             ///< the least change that a page makes
 };
 
+/// What an effect makes of 16-byte pixels.
+enum tFloatForm : LONG {
+    KWFLOAT_OTHER = 0, ///< nothing, or another picture than of bytes; of a generator, whose pictures are bytes
+    KWFLOAT_SOUND = 1, ///< the picture that it makes of bytes, finer
+};
+
 /// What an effect class is.
 struct tClassInfo {
     const char* className;   ///< as in the object map
@@ -150,6 +156,7 @@ struct tClassInfo {
     LONG recordSize; ///< bytes
     LONG fieldCount;
     LONG presetCount;
+    tFloatForm floatForm;
 };
 
 /// The field table of an effect. Every effect and generator answers it.

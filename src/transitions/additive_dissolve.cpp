@@ -11,6 +11,7 @@ constexpr tEffectClass kClass{
     .maxInputs = 2,
     .infoFlags = 0xC1,
     .maxBands = 4,
+    .floatForm = KWFLOAT_SOUND,
     .hasPage = false,
 };
 

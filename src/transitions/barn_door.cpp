@@ -52,6 +52,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tBARNPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

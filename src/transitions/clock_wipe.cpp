@@ -32,6 +32,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tCLOCKPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

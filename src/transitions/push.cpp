@@ -51,6 +51,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tPUSHPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

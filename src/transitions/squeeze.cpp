@@ -56,6 +56,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tSQUEEZEPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace

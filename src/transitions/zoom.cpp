@@ -55,6 +55,7 @@ constexpr tEffectClass kClass{
     .recordSize = sizeof(tZOOMPROP),
     .fields = kFields,
     .presets = kPresets,
+    .floatForm = KWFLOAT_SOUND,
 };
 
 } // namespace
