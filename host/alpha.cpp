@@ -97,6 +97,13 @@ void layOver(const ImageView& front, const ImageView& back, const ImageView& out
         layOverRows<std::uint32_t>(front, back, out);
 }
 
+bool isOpaque(const ImageView& image) {
+    for (int y = 0; y < image.height; ++y)
+        if (leastBits(reinterpret_cast<const std::uint32_t*>(image.data + y * image.stride), image.width) != 255)
+            return false;
+    return true;
+}
+
 void premultiply(const ImageView& image) {
     for (int y = 0; y < image.height; ++y) {
         std::byte* row = image.data + y * image.stride;

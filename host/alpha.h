@@ -5,6 +5,9 @@
 
 namespace larkmoor {
 
+/// Whether all alphas of an 8-bit picture are at full scale.
+bool isOpaque(const ImageView& image);
+
 /// Multiplies colour by alpha, rounded to nearest. Opaque pixels keep their bytes.
 /// @param image 8-bit or float pixels.
 void premultiply(const ImageView& image);

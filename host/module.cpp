@@ -59,6 +59,7 @@ bool describe(IUnknown* object, EffectInfo& info) {
     info.kind = kindOf(row.kind);
     info.minInputs = row.minInputs;
     info.maxInputs = row.maxInputs;
+    info.soundInFloat = row.floatForm == KWFLOAT_SOUND;
     const auto recordOf = [&](LONG index, std::string& name) {
         std::vector<std::byte> record(static_cast<std::size_t>(row.recordSize));
         const char* text = nullptr;

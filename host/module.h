@@ -34,6 +34,7 @@ struct EffectInfo {
     IID iid{}; ///< the class's own dual interface
     EffectKind kind{};
     int minInputs = 0, maxInputs = 0;
+    bool soundInFloat = false; ///< makes of floats the picture that it makes of bytes, finer; false for generators
     std::vector<std::byte> defaults;
     std::vector<tFieldInfo> fields;
     std::vector<PresetInfo> presets;

@@ -12,7 +12,8 @@ page=$root/docs/reference.md
 # Reference
 
 Every effect of the module, from its own field tables. `scripts/reference.sh` writes this page; do not edit it by hand.
-Lengths and levels are fractions unless a unit is told. Interface ids never change.
+Lengths and levels are fractions unless a unit is told. Interface ids never change. An effect that works at any depth
+makes of float pictures what it makes of 8-bit ones, finer; pictures of more than 8 bits go through the others at 8 bits.
 
 TEXT
     "$larkmoor" list --json | jq -r '.[].class' | while read -r class; do
@@ -24,7 +25,7 @@ TEXT
                 elif .kind == "text" or .kind == "font" then ""
                 else "\(.minimum | number) to \(.maximum | number)" end;
             "## \(.name)\n",
-            "`\(.class)`, \(.kind), \(if .minInputs == .maxInputs then .maxInputs else "\(.minInputs) or \(.maxInputs)" end) inputs. Class \(.classId), interface \(.interfaceId).\n",
+            "`\(.class)`, \(.kind), \(if .minInputs == .maxInputs then .maxInputs else "\(.minInputs) or \(.maxInputs)" end) inputs. Works \(if .soundInFloat then "at any depth" else "at 8 bits" end). Class \(.classId), interface \(.interfaceId).\n",
             (if (.fields | length) > 0 then
                 "| field | label | values | default | unit | meaning |\n| --- | --- | --- | --- | --- | --- |",
                 (.fields[] | "| `\(.name)` | \(.label | gsub("&"; "") | cell) | \(range | cell) | \(.default | cell) | \(.unit | cell) | \(.help | cell) |"),

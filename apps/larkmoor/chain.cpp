@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "host/alpha.h"
+#include "media/depth.h"
 #include "output_file.h"
 
 namespace larkmoor {
@@ -44,15 +45,33 @@ std::vector<std::byte> readFile(const std::string& path) {
     return out;
 }
 
-/// A surface for pictures between effects: of the form and size of another one, kept from frame to frame.
-Surface& between(Surface& memory, const Surface& like) {
+/// A surface for pictures between effects: of the size of another one, kept from frame to frame.
+Surface& between(Surface& memory, const Surface& like, PixelFormat format) {
     const ImageView wanted = like.view();
-    const PixelFormat format = wanted.format == PixelFormat::Argb32 ? PixelFormat::PremultipliedArgb32 : wanted.format;
     const ImageView is = memory ? memory.view() : ImageView{};
     if (is.width != wanted.width || is.height != wanted.height || is.format != format)
         memory = Surface::create(format, wanted.width, wanted.height);
     memory.setInfo(like.info());
     return memory;
+}
+
+/// And of its form, premultiplied.
+Surface& between(Surface& memory, const Surface& like) {
+    const PixelFormat format = like.view().format;
+    return between(memory, like, format == PixelFormat::Argb32 ? PixelFormat::PremultipliedArgb32 : format);
+}
+
+/// A picture of floats at 8 bits.
+Surface& narrowed(Surface& memory, const Surface& floats) {
+    between(memory, floats, PixelFormat::PremultipliedArgb32);
+    narrowPicture(floats.view(), memory.view());
+    memory.touch();
+    return memory;
+}
+
+/// Whether a picture has to go down to 8 bits for an effect.
+bool needsBytes(const Step& step, const Surface& picture) {
+    return picture.view().format == PixelFormat::Float128 && !step.over && !step.info->soundInFloat;
 }
 
 } // namespace
@@ -124,6 +143,27 @@ void settleRamps(Recipe& recipe, std::optional<std::int64_t> total, const std::s
     for (Step& step : recipe.effects) settle(step);
 }
 
+std::vector<std::string> effectsInBytes(const Recipe& recipe) {
+    std::vector<std::string> names;
+    const auto add = [&](const Step& step) {
+        const EffectInfo& info = *step.info;
+        if (info.kind != EffectKind::Generator && !info.soundInFloat && std::ranges::find(names, info.name) == names.end())
+            names.push_back(info.name);
+    };
+    if (recipe.head) add(*recipe.head);
+    for (const Step& step : recipe.effects) add(step);
+    return names;
+}
+
+bool limitsLevels(const Step& step) {
+    constexpr std::string_view legality[] = {"DXTBroadcastColors", "DXTGamut"};
+    if (std::ranges::find(legality, step.info->className) == std::end(legality)) return false;
+    const auto isNone = [&](const PresetInfo& preset) {
+        return preset.name == "Reset to None" && preset.record == step.record;
+    };
+    return step.ramp || std::ranges::none_of(step.info->presets, isNone);
+}
+
 Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors) : m_processors(processors) {
     if (recipe.head) m_head = makeLink(module, *recipe.head);
     for (const Step& step : recipe.effects) m_links.push_back(makeLink(module, step));
@@ -190,10 +230,14 @@ void Chain::layOver(Link& link, const Surface& from, const Surface& to, const Mo
 
 void Chain::filter(const Surface& input, Surface output, const Moment& moment) {
     Surface from = input;
-    for (std::size_t i = 0; i < m_links.size(); ++i) {
+    for (std::size_t i = 0, turn = 0; i < m_links.size(); ++turn) {
         Link& link = m_links[i];
-        Surface to = i + 1 < m_links.size() ? between(m_between[i % 2], input) : output;
-        if (link.step.over) {
+        std::size_t end = i + 1;
+        while (needsBytes(link.step, from) && end < m_links.size() && needsBytes(m_links[end].step, from)) ++end;
+        Surface to = end < m_links.size() ? between(m_between[turn % 2], input) : output;
+        if (needsBytes(link.step, from)) {
+            filterBytes(std::span(m_links).subspan(i, end - i), from, to, moment);
+        } else if (link.step.over) {
             layOver(link, from, to, moment);
         } else {
             to.clear();
@@ -202,15 +246,40 @@ void Chain::filter(const Surface& input, Surface output, const Moment& moment) {
         }
         to.touch();
         from = to;
+        i = end;
     }
 }
 
+void Chain::filterBytes(std::span<Link> links, const Surface& input, Surface output, const Moment& moment) {
+    Surface from = narrowed(m_bytes[0], input);
+    const TwoDepths before{input.view(), from.view()};
+    for (std::size_t i = 0; i < links.size(); ++i) {
+        Surface to = between(m_bytes[1 + i % 2], from);
+        to.clear();
+        place(links[i], moment);
+        links[i].effect.render(std::span(&from, 1), to);
+        to.touch();
+        from = to;
+    }
+    restoreDepth(std::span(&before, 1), from.view(), output.view());
+    if (std::ranges::any_of(links, limitsLevels, &Link::step)) limitPicture(output.view());
+}
+
 void Chain::join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment) {
-    output.clear();
     place(link, moment);
     link.effect.setProgress(static_cast<float>(moment.progress));
-    const std::array inputs{from, to};
-    link.effect.render(inputs, output);
+    if (needsBytes(link.step, output)) {
+        const std::array inputs{narrowed(m_bytes[0], from), narrowed(m_bytes[1], to)};
+        Surface made = between(m_bytes[2], inputs[0]);
+        made.clear();
+        link.effect.render(inputs, made);
+        const std::array before{TwoDepths{from.view(), inputs[0].view()}, TwoDepths{to.view(), inputs[1].view()}};
+        restoreDepth(before, made.view(), output.view());
+    } else {
+        output.clear();
+        const std::array inputs{from, to};
+        link.effect.render(inputs, output);
+    }
     output.touch();
 }
 

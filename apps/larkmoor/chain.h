@@ -48,6 +48,12 @@ struct Recipe {
     bool joins() const { return head && head->info->kind == EffectKind::Transition; }
 };
 
+/// The effects that float pictures go through at 8 bits, by name, each once.
+std::vector<std::string> effectsInBytes(const Recipe& recipe);
+
+/// Whether an effect holds levels to those that can be broadcast: what lies beyond full scale may not pass it by.
+bool limitsLevels(const Step& step);
+
 /// Where a picture stands in the output.
 struct Moment {
     std::int64_t index = 0; ///< of the frame, from 0
@@ -88,7 +94,8 @@ class Chain {
     /// Takes over other settings; objects are made anew only where the effects themselves are others.
     void update(const Module& module, const Recipe& recipe);
 
-    /// Runs the recipe. `output` has the form and size of the inputs, and is not their memory.
+    /// Runs the recipe. `output` has the form and size of the inputs, and is not their memory. In floats, effects that
+    /// are not sound there get the picture at 8 bits; pixels that they leave as they are keep their floats.
     /// @param first the picture to start from; empty for a generator's own.
     /// @param second the other picture of a transition; empty where there is none at this moment.
     /// @param output a generator alone draws straight colour into an 8-bit output of that form; all else premultiplied.
@@ -106,13 +113,15 @@ class Chain {
     static void place(Link& link, const Moment& moment);
     static void layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment);
     static void generate(Link& link, const Surface& output, const Moment& moment);
-    static void join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment);
+    void join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment);
     void filter(const Surface& input, Surface output, const Moment& moment);
+    void filterBytes(std::span<Link> links, const Surface& input, Surface output, const Moment& moment);
 
     unsigned m_processors;
     std::optional<Link> m_head;
     std::vector<Link> m_links;
     Surface m_base, m_between[2];
+    Surface m_bytes[3]; ///< for effects that are not sound in floats
 };
 
 } // namespace larkmoor

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include <fmt/format.h>
+
 #include "output.h"
 #include "worker.h"
 
@@ -19,6 +21,11 @@ bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest
 
     const FramePool frames(sink.target().format, film.video().width, film.video().height);
     const WorkPlan plan{module, recipe, film.video(), film.second(), sink, frames};
+    const std::vector<std::string> narrow = effectsInBytes(recipe);
+    if (!narrow.empty() && formFor(recipe, plan.video, plan.second) == PixelFormat::Float128)
+        warn(narrow.size() == 1 ? fmt::format("{} works at 8 bits; what it leaves as it is keeps its depth", narrow[0])
+                                : fmt::format("{} work at 8 bits; what they leave as it is keeps its depth",
+                                              fmt::join(narrow, " and ")));
     Pool<Worker> workers([&] { return std::make_unique<Worker>(plan); });
     std::atomic<bool> cancelled = false;
     const auto isCancelled = [&] {

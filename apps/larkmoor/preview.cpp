@@ -12,6 +12,7 @@
 #include "host/alpha.h"
 #include "media/conform.h"
 #include "media/convert.h"
+#include "media/depth.h"
 #include "platform/font.h"
 #include "render_project.h"
 
@@ -123,6 +124,7 @@ class PreviewFilm {
     const VideoFacts& video() const { return m_video; }
     const VideoFacts& second() const { return m_b->video(); }
     bool generates() const { return m_made.has_value(); }
+    bool joins() const { return static_cast<bool>(m_b); }
 
     PictureFacts facts() {
         PictureFacts facts{
@@ -332,7 +334,8 @@ class PreviewRenderer::Kitchen {
         const auto side = [&](int length) { return wish.options.half ? (length + 1) / 2 : length; };
         m_width = side(video.width);
         m_height = side(video.height);
-        m_form = needsFloat(video.format) ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
+        const bool deep = needsFloat(video.format) || (film->joins() && needsFloat(film->second().format));
+        m_form = deep ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
         const PreviewFilm::Picture picture = film->picture(wish.frame);
         const tSurfaceInfo info{av_q2d(video.aspect), av_q2d(video.rate), picture.time100ns};
         const auto imported = [&](const FramePtr& frame, const VideoFacts& facts) {

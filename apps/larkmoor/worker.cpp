@@ -1,21 +1,39 @@
 #include "worker.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "host/alpha.h"
+#include "media/depth.h"
 
 namespace larkmoor {
 
 namespace {
 
-PixelFormat formFor(const WorkPlan& plan) {
-    if (plan.recipe.generates() && plan.recipe.effects.empty()) return PixelFormat::Argb32;
-    return needsFloat(plan.video.format) ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
+/// Whether a frame's samples mean in the target's format what they mean in its own.
+bool sameSamples(const AVFrame& frame, const Target& target) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    if (withoutRange(format) != withoutRange(target.format)) return false;
+    const Colour is = colourOf(frame), wanted = target.colour;
+    if (isRgb(format)) return true;
+    if (isFullRange(format, is.range) != isFullRange(target.format, wanted.range)) return false;
+    if (isGray(format)) return true;
+    const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(format);
+    const bool sited = d.log2_chroma_w || d.log2_chroma_h;
+    return matrixOf(is.space, frame.width, frame.height) == matrixOf(wanted.space, frame.width, frame.height) &&
+           (!sited || chromaPlace(format, is.chroma) == chromaPlace(target.format, wanted.chroma));
 }
 
 } // namespace
 
-Worker::Worker(const WorkPlan& plan) : m_plan(plan), m_form(formFor(plan)), m_chain(plan.module, plan.recipe) {}
+PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, const VideoFacts& second) {
+    if (needsFloat(video.format) || needsFloat(second.format)) return PixelFormat::Float128;
+    return recipe.generates() && recipe.effects.empty() ? PixelFormat::Argb32 : PixelFormat::PremultipliedArgb32;
+}
+
+Worker::Worker(const WorkPlan& plan)
+    : m_plan(plan), m_form(formFor(plan.recipe, plan.video, plan.second)),
+      m_limits(std::ranges::any_of(plan.recipe.effects, limitsLevels)), m_chain(plan.module, plan.recipe) {}
 
 tSurfaceInfo Worker::infoFor(const Job& job) const {
     return {av_q2d(m_plan.video.aspect), av_q2d(m_plan.video.rate), job.time100ns};
@@ -26,11 +44,9 @@ Surface Worker::surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& imp
     const VideoFacts& size = m_plan.video;
     constexpr std::uintptr_t alignment = 16;
     if (frame.format == AV_PIX_FMT_BGRA && m_form == PixelFormat::PremultipliedArgb32 && frame.width == size.width &&
-        frame.height == size.height && av_frame_is_writable(&frame) &&
-        reinterpret_cast<std::uintptr_t>(frame.data[0]) % alignment == 0) {
-        if (!facts.premultiplied) premultiply(viewOf(frame));
+        frame.height == size.height && reinterpret_cast<std::uintptr_t>(frame.data[0]) % alignment == 0 &&
+        (facts.premultiplied || isOpaque(viewOf(frame))))
         return Surface::wrap(viewOf(frame));
-    }
     importer.run(frame, scratch(memory).view(), facts.premultiplied);
     memory.touch();
     return memory;
@@ -45,7 +61,7 @@ void Worker::draw(Job& job, Surface output) {
     const tSurfaceInfo info = infoFor(job);
     const Moment moment{job.index, job.position};
     output.setInfo(info);
-    Surface first, second;
+    Surface &first = m_firstPicture = {}, &second = m_secondPicture = {};
     if (job.first) {
         // A transition's first clip and its second one differ in what their numbers mean.
         first = surfaceOf(*job.first, job.fromSecond ? m_plan.second : m_plan.video, m_firstImporter, m_first);
@@ -64,17 +80,28 @@ void Worker::draw(Job& job, Surface output) {
     layOver(above.view(), second.view(), output.view());
 }
 
-void Worker::run(Job& job) {
+/// Gives a decoded frame out as it is, where the encoder takes it so.
+bool Worker::passOn(Job& job, const FramePtr& frame, const VideoFacts& facts) const {
     const Target& target = m_plan.sink.target();
     const VideoFacts& video = m_plan.video;
+    if (frame->width != video.width || frame->height != video.height || !sameSamples(*frame, target)) return false;
+    if (hasAlpha(target.format) && facts.premultiplied != m_plan.sink.premultiplied()) return false;
+    FramePtr out = shareFrame(*frame);
+    out->format = target.format;
+    tag(*out, target.colour);
+    out->pts = job.first->pts;
+    out->pkt_duration = job.first->pkt_duration;
+    job.output = std::move(out);
+    return true;
+}
+
+void Worker::run(Job& job) {
+    const Target& target = m_plan.sink.target();
+    const VideoFacts& first = job.fromSecond ? m_plan.second : m_plan.video;
     const bool plain = job.plain && m_plan.recipe.effects.empty();
-    if (plain && job.first->format == target.format && colourOf(*job.first) == target.colour &&
-        job.first->width == video.width && job.first->height == video.height) {
-        job.output = std::move(job.first);
-        return;
-    }
-    job.output = m_plan.frames.take();
-    AVFrame& out = *job.output;
+    if (plain && passOn(job, job.first, first)) return;
+    FramePtr made = m_plan.frames.take();
+    AVFrame& out = *made;
     if (job.first) {
         av_frame_copy_props(&out, job.first.get());
     } else {
@@ -83,21 +110,25 @@ void Worker::run(Job& job) {
     }
     tag(out, target.colour);
 
-    if (plain) {
-        const VideoFacts& facts = job.fromSecond ? m_plan.second : video;
-        m_exporter.run(surfaceOf(*job.first, facts, m_firstImporter, m_first).view(), out, m_plan.sink.premultiplied());
-        return;
-    }
-    // The last effect draws straight into the encoder's frame where that has the same form.
     Surface output;
-    if (target.format == AV_PIX_FMT_BGRA && m_form != PixelFormat::Float128) {
-        output = Surface::wrap(viewOf(out, m_form));
+    if (plain) {
+        output = surfaceOf(*job.first, first, m_firstImporter, m_first);
     } else {
-        output = scratch(m_output);
+        // The last effect draws straight into the encoder's frame where that has the same form.
+        output = target.format == AV_PIX_FMT_BGRA && m_form != PixelFormat::Float128
+                     ? Surface::wrap(viewOf(out, m_form))
+                     : scratch(m_output);
+        draw(job, output);
+        output.touch();
+        // What nothing has changed keeps the samples that it came with.
+        const auto unchanged = [&](const Surface& picture, const FramePtr& frame, const VideoFacts& facts) {
+            return picture && !m_limits && isUnchanged(picture.view(), output.view()) && passOn(job, frame, facts);
+        };
+        if (unchanged(m_firstPicture, job.first, first) || unchanged(m_secondPicture, job.second, m_plan.second))
+            return;
     }
-    draw(job, output);
-    output.touch();
     m_exporter.run(output.view(), out, m_plan.sink.premultiplied());
+    job.output = std::move(made);
 }
 
 } // namespace larkmoor

@@ -19,6 +19,9 @@ struct WorkPlan {
     const FramePool& frames; ///< in the sink's format
 };
 
+/// The pixel form that a run works in: floats where pictures have more than 8 bits a sample.
+PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, const VideoFacts& second);
+
 /// Everything that one frame in flight needs for itself.
 class Worker {
   public:
@@ -30,14 +33,17 @@ class Worker {
     Surface surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& importer, Surface& memory);
     Surface scratch(Surface& memory) const;
     void draw(Job& job, Surface output);
+    bool passOn(Job& job, const FramePtr& frame, const VideoFacts& facts) const;
     tSurfaceInfo infoFor(const Job& job) const;
 
     const WorkPlan& m_plan;
     PixelFormat m_form;
+    bool m_limits; ///< levels to what can be broadcast
     Chain m_chain;
     Importer m_firstImporter, m_secondImporter;
     Exporter m_exporter;
-    Surface m_first, m_second, m_above, m_output;
+    Surface m_first, m_second, m_above, m_output; ///< memory
+    Surface m_firstPicture, m_secondPicture;      ///< of the frame in work
 };
 
 } // namespace larkmoor

@@ -69,4 +69,78 @@ INSTANTIATE_TEST_SUITE_P(
                          "same \"$(sound out.mp4)\" \"$(sound in.mp4)\""}}),
     nameOf);
 
+constexpr const char* deepClip = "make in.mkv -vf format=yuv420p16,noise=alls=4:allf=t,format=yuv420p10 -c:v ffv1";
+constexpr const char* floatPicture =
+    "ff -f lavfi -i testsrc2=size=96x64 -frames:v 1 in.png; ff -i in.png -pix_fmt gbrpf32le in.exr";
+
+INSTANTIATE_TEST_SUITE_P(
+    Depth, Material,
+    testing::Values(
+        Row{"TenBitRampKeepsItsLevels",
+            "ff -f lavfi -i \"color=size=830x16:rate=5:duration=1,format=yuv420p10,geq=lum='64+X':cb=512:cr=512\" "
+            "-color_primaries bt2020 -color_trc smpte2084 -colorspace bt2020nc -c:v ffv1 in.mkv",
+            "in.mkv -o out.mkv --effect HSLAdjust --preset Desaturate --effect Sepia --set strength=0.01",
+            0,
+            "",
+            {"atLeast 820 $(levels out.mkv)", "same $(tag pix_fmt out.mkv) yuv420p10le",
+             "same $(tag color_transfer out.mkv) smpte2084",
+             LARKMOOR_COMMAND_FILE " render in.mkv -o out.mp4 --effect Sharpen", "atLeast 800 $(levels out.mp4)"}},
+        Row{"EffectsInBytesAreNamedOnce",
+            deepClip,
+            "in.mkv -o out.mkv --effect Levels --preset Darken --effect Wave --effect Median --effect Levels",
+            0,
+            "larkmoor: Levels and Median work at 8 bits; what they leave as it is keeps its depth\n",
+            {"same $(tag pix_fmt out.mkv) yuv420p10le"}},
+        Row{"TitleCostsTheRestNothing",
+            deepClip,
+            "in.mkv -o out.mkv --over-effect Text --set text=Hi --set font='Liberation Sans 16' --set vertical=Top",
+            0,
+            "",
+            {"for f in in out; do ff -i $f.mkv -vf crop=96:32:0:32 -c:v ffv1 low-$f.mkv; done",
+             "same \"$(pictures low-out.mkv)\" \"$(pictures low-in.mkv)\"",
+             "! same \"$(pictures out.mkv)\" \"$(pictures in.mkv)\""}},
+        Row{"WipeCostsTheRestNothing",
+            deepClip,
+            "in.mkv -o out.mkv --effect BlackAndWhite",
+            0,
+            "",
+            {"same \"$(pictures out.mkv)\" \"$(pictures in.mkv)\"",
+             LARKMOOR_COMMAND_FILE " join in.mkv in.mkv -o joined.mkv --transition LinearWipe --duration 0.4",
+             "same \"$(pictures joined.mkv | head -n 41)\" \"$(pictures in.mkv | head -n 41)\"",
+             "same \"$(pictures joined.mkv | tail -n 40)\" \"$(pictures in.mkv | tail -n 40)\"",
+             "ff -i in.mkv -vf trim=start_frame=45:end_frame=46,crop=8:64:88:0 -c:v ffv1 late-in.mkv",
+             "ff -i joined.mkv -vf trim=start_frame=45:end_frame=46,crop=8:64:88:0 -c:v ffv1 late-joined.mkv",
+             "same \"$(pictures late-in.mkv)\" \"$(pictures late-joined.mkv)\""}},
+        Row{"FloatsThroughGaussianBlur",
+            floatPicture,
+            "in.exr -o out.exr --effect GaussianBlur --preset 'Light Blur' --effect Levels --preset Darken",
+            0,
+            "Gaussian Blur and Levels work at 8 bits",
+            {LARKMOOR_COMMAND_FILE
+             " render in.png -o out.png --effect GaussianBlur --preset 'Light Blur' --effect Levels --preset Darken",
+             "ff -i out.exr -pix_fmt rgb24 float.png", "atLeast 55 $(psnr float.png out.png)"}},
+        Row{"FloatsBeyondFullScaleStay",
+            "ff -f lavfi -i color=white:size=16x16,format=gbrpf32le,exposure=2 -frames:v 1 in.exr",
+            "in.exr -o out.exr --effect Wave --effect Invert --effect Invert",
+            0,
+            nullptr,
+            {"same \"$(pictures out.exr)\" \"$(pictures in.exr)\""}},
+        Row{"WhatNothingChangesIsAsItWas",
+            "make in.mkv -vf format=yuv420p,noise=alls=9:allf=t -c:v ffv1; make alpha.mkv -vf "
+            "format=rgba,colorchannelmixer=aa=0.1 -pix_fmt bgra -c:v ffv1",
+            "in.mkv -o out.mkv $none",
+            0,
+            "",
+            {"same \"$(pictures out.mkv)\" \"$(pictures in.mkv)\"",
+             LARKMOOR_COMMAND_FILE " render alpha.mkv -o out.mkv -y --effect Levels --preset 'Reset to None'",
+             "same \"$(pictures out.mkv)\" \"$(pictures alpha.mkv)\""}},
+        Row{"LegalLevelsAreLegal",
+            "for f in yuv420p yuv420p10; do make $f.mkv -vf format=$f,lutyuv=y=maxval -c:v ffv1; done",
+            "yuv420p10.mkv -o deep.mkv --effect BroadcastColors --preset Conservative",
+            0,
+            nullptr,
+            {LARKMOOR_COMMAND_FILE " render yuv420p.mkv -o out.mkv --effect BroadcastColors --preset Conservative",
+             "atLeast $(highest out.mkv) 236", "atLeast $(highest deep.mkv) 944"}}),
+    nameOf);
+
 } // namespace

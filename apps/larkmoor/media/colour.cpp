@@ -34,7 +34,7 @@ std::uint64_t flagsOf(AVPixelFormat format) {
 
 /// What pictures can be converted to.
 bool isUsable(AVPixelFormat format) {
-    return sws_isSupportedOutput(format) || needsFloat(format);
+    return sws_isSupportedOutput(format) || hasFloats(format);
 }
 
 /// Codecs whose players expect 4:2:0 even where the standard knows more.
@@ -54,8 +54,13 @@ bool isGray(AVPixelFormat format) {
     return d && d->nb_components <= 2 && !isRgb(format);
 }
 
-bool needsFloat(AVPixelFormat format) {
+bool hasFloats(AVPixelFormat format) {
     return format == AV_PIX_FMT_GBRPF32 || format == AV_PIX_FMT_GBRAPF32 || format == AV_PIX_FMT_GRAYF32;
+}
+
+bool needsFloat(AVPixelFormat format) {
+    const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(format);
+    return d && d->comp[0].depth > 8;
 }
 
 bool hasAlpha(AVPixelFormat format) {
@@ -64,6 +69,31 @@ bool hasAlpha(AVPixelFormat format) {
 
 AVColorSpace usualMatrix(int width, int height) {
     return width >= 1280 || height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+}
+
+AVColorSpace matrixOf(AVColorSpace space, int width, int height) {
+    return space == AVCOL_SPC_UNSPECIFIED || space == AVCOL_SPC_RGB ? usualMatrix(width, height) : space;
+}
+
+LumaShares lumaShares(AVColorSpace space) {
+    switch (space) {
+    case AVCOL_SPC_BT709:
+        return {0.2126, 0.0722};
+    case AVCOL_SPC_FCC:
+        return {0.30, 0.11};
+    case AVCOL_SPC_SMPTE240M:
+        return {0.212, 0.087};
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+        return {0.2627, 0.0593};
+    default:
+        return {0.299, 0.114};
+    }
+}
+
+AVChromaLocation chromaPlace(AVPixelFormat format, AVChromaLocation told) {
+    if (told != AVCHROMA_LOC_UNSPECIFIED) return told;
+    return withoutRange(format) == format ? AVCHROMA_LOC_LEFT : AVCHROMA_LOC_CENTER;
 }
 
 AVPixelFormat withoutRange(AVPixelFormat format) {
@@ -117,7 +147,8 @@ Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& co
             target.format = plain;
         else if (isRgb(like) && isForDelivery(encoder.id) && even && !(hasAlpha(like) && takesAlpha) &&
                  takes(AV_PIX_FMT_YUV420P))
-            target.format = AV_PIX_FMT_YUV420P;
+            target.format =
+                needsFloat(like) && takes(AV_PIX_FMT_YUV420P10) ? AV_PIX_FMT_YUV420P10 : AV_PIX_FMT_YUV420P;
         else
             target.format = avcodec_find_best_pix_fmt_of_list(taken.data(), like, hasAlpha(like), nullptr);
     }

@@ -24,12 +24,26 @@ void tag(AVFrame& frame, const Colour& colour);
 
 bool isRgb(AVPixelFormat format);
 bool isGray(AVPixelFormat format);
-/// Float samples: pictures of these formats go through the 16-byte form.
+/// Float samples.
+bool hasFloats(AVPixelFormat format);
+/// More than 8 bits a sample: pictures of these formats go through the 16-byte form.
 bool needsFloat(AVPixelFormat format);
 bool hasAlpha(AVPixelFormat format);
 
 /// The matrix that players take for a picture that does not tell: BT.709 from 720 rows or 1280 columns up, else BT.601.
 AVColorSpace usualMatrix(int width, int height);
+
+/// The matrix of a picture: the one it tells, or the usual one.
+AVColorSpace matrixOf(AVColorSpace space, int width, int height);
+
+/// The shares of red and blue in luma (ITU-R BT.601, BT.709, BT.2020, SMPTE 240M).
+struct LumaShares {
+    double red, blue;
+};
+LumaShares lumaShares(AVColorSpace space);
+
+/// Where chroma sits: as told, or by the habit for the format.
+AVChromaLocation chromaPlace(AVPixelFormat format, AVChromaLocation told);
 
 /// Full range of the samples, by the frame's word, the kind of pixel format, or the habit for it.
 bool isFullRange(AVPixelFormat format, AVColorRange range);

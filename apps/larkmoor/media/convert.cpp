@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "host/alpha.h"
+#include "media/deep_rows.h"
+#include "media/depth.h"
 #include "media/yuv_rows.h"
 
 extern "C" {
@@ -26,14 +28,11 @@ constexpr int scalerFlags = SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_IN
 constexpr int draftFlags = SWS_AREA | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND | SWS_BITEXACT;
 
 const int* coefficients(AVColorSpace space, int width, int height) {
-    return sws_getCoefficients(space == AVCOL_SPC_UNSPECIFIED || space == AVCOL_SPC_RGB ? usualMatrix(width, height)
-                                                                                        : space);
+    return sws_getCoefficients(matrixOf(space, width, height));
 }
 
 /// Where chroma sits, in 1/256 of a luma sample from the top left one.
-std::pair<int, int> chromaPlace(AVPixelFormat format, AVChromaLocation where) {
-    if (where == AVCHROMA_LOC_UNSPECIFIED)
-        where = withoutRange(format) == format ? AVCHROMA_LOC_LEFT : AVCHROMA_LOC_CENTER;
+std::pair<int, int> chromaOffset(AVChromaLocation where) {
     switch (where) {
     case AVCHROMA_LOC_CENTER:
         return {128, 128};
@@ -53,7 +52,7 @@ std::pair<int, int> chromaPlace(AVPixelFormat format, AVChromaLocation where) {
 void placeChroma(SwsContext* context, const char* horizontal, const char* vertical, AVPixelFormat format,
                  AVChromaLocation where) {
     const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(format);
-    const auto [x, y] = chromaPlace(format, where);
+    const auto [x, y] = chromaOffset(chromaPlace(format, where));
     if (d->log2_chroma_w) av_opt_set_int(context, horizontal, x, 0);
     if (d->log2_chroma_h) av_opt_set_int(context, vertical, y, 0);
 }
@@ -124,33 +123,24 @@ void deinterleave(const ImageView& picture, AVFrame& out) {
     }
 }
 
-/// What is no number counts as 0.
-template <class T>
-T quantise(float value) {
-    constexpr float full = std::is_same_v<T, std::uint8_t> ? 255.0f : 65535.0f;
-    const float scaled = value * full + 0.5f;
-    return scaled >= full + 0.5f ? static_cast<T>(full) : scaled > 0 ? static_cast<T>(scaled) : T(0);
-}
-
-template <class T>
-void narrow(const ImageView& from, const ImageView& to) {
-    // 16-bit pixels are for FFmpeg's RGBA order; 8-bit ones are in the effects' own.
-    constexpr bool swap = std::is_same_v<T, std::uint16_t>;
+/// Floats as words in FFmpeg's order of RGBA; what is no number counts as 0.
+void narrowToWords(const ImageView& from, const ImageView& to) {
     for (int y = 0; y < from.height; ++y) {
         const float* in = rowOf<const float>(from, y);
-        T* out = rowOf<T>(to, y);
-        for (int x = 0; x < from.width; ++x, in += 4, out += 4) {
-            for (int c = 0; c < 3; ++c) out[c] = quantise<T>(in[swap ? 2 - c : c]);
-            out[3] = quantise<T>(in[3]);
+        auto* out = rowOf<std::uint16_t>(to, y);
+        for (int i = 0; i < 4 * from.width; ++i) {
+            const float scaled = in[i % 4 == 3 ? i : i + 2 - 2 * (i % 4)] * 65535.0f + 0.5f;
+            out[i] = static_cast<std::uint16_t>(scaled >= 65535.0f ? 65535.0f : scaled > 0 ? scaled : 0.0f);
         }
     }
 }
 
-void widen(const ImageView& from, const ImageView& to) {
+void widenWords(const ImageView& from, const ImageView& to) {
     for (int y = 0; y < from.height; ++y) {
-        const auto* in = rowOf<const std::uint8_t>(from, y);
+        const auto* in = rowOf<const std::uint16_t>(from, y);
         float* out = rowOf<float>(to, y);
-        for (int i = 0; i < 4 * from.width; ++i) out[i] = static_cast<float>(in[i]) / 255.0f;
+        for (int i = 0; i < 4 * from.width; ++i)
+            out[i] = static_cast<float>(in[i % 4 == 3 ? i : i + 2 - 2 * (i % 4)]) / 65535.0f;
     }
 }
 
@@ -226,19 +216,19 @@ void Scaler::run(const AVFrame& from, AVFrame& to) {
 
 void Importer::run(const AVFrame& frame, const ImageView& out, bool premultiplied) {
     const auto format = static_cast<AVPixelFormat>(frame.format);
-    if (out.format == PixelFormat::Float128) {
-        if (needsFloat(format) && sameSize(frame, out)) {
-            interleave(frame, out);
-            if (hasAlpha(format) && !premultiplied) premultiply(out);
-        } else {
-            const ImageView bytes = scratch(m_narrow, out, PixelFormat::PremultipliedArgb32, 4);
-            run(frame, bytes, premultiplied);
-            widen(bytes, out);
-        }
-        return;
-    }
     if (hasFields(frame) && sameSize(frame, out)) {
         for (const int field : {0, 1}) run(*fieldOf(frame, field), fieldOf(out, field), premultiplied);
+        return;
+    }
+    if (out.format == PixelFormat::Float128) {
+        if (hasFloats(format) && sameSize(frame, out)) {
+            interleave(frame, out);
+        } else if (!readDeep(frame, out)) {
+            const ImageView words = scratch(m_narrow, out, out.format, 8);
+            m_scaler.run(frame, *borrow(words, AV_PIX_FMT_RGBA64));
+            widenWords(words, out);
+        }
+        if (hasAlpha(format) && !premultiplied) premultiply(out);
         return;
     }
     if (convertYuv(frame, colourOf(frame), out)) return;
@@ -261,23 +251,34 @@ void Exporter::run(const ImageView& picture, AVFrame& out, bool premultiplied) {
     if (straight && !wantStraight) premultiply(picture);
     if (!straight && wantStraight) unpremultiply(picture);
 
-    if (needsFloat(format)) {
+    if (hasFields(out)) {
+        for (const int field : {0, 1}) convert(fieldOf(picture, field), *fieldOf(out, field));
+        return;
+    }
+    convert(picture, out);
+}
+
+/// With the picture's colour as the frame wants it.
+void Exporter::convert(const ImageView& picture, AVFrame& out) {
+    const auto format = static_cast<AVPixelFormat>(out.format);
+    if (hasFloats(format)) {
         ImageView floats = picture;
         if (picture.format != PixelFormat::Float128) {
             floats = scratch(m_narrow, picture, PixelFormat::Float128, 16);
-            widen(picture, floats);
+            restoreDepth({}, picture, floats);
         }
         deinterleave(floats, out);
         return;
     }
+    if (picture.format == PixelFormat::Float128 && writeDeep(picture, out)) return;
     FramePtr source;
     if (picture.format == PixelFormat::Float128) {
         const bool deep = av_pix_fmt_desc_get(format)->comp[0].depth > 8;
         const ImageView ints = scratch(m_narrow, picture, picture.format, deep ? 8 : 4);
         if (deep)
-            narrow<std::uint16_t>(picture, ints);
+            narrowToWords(picture, ints);
         else
-            narrow<std::uint8_t>(picture, ints);
+            narrowPicture(picture, ints);
         source = borrow(ints, deep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_BGRA);
     } else {
         source = borrow(picture, AV_PIX_FMT_BGRA);
@@ -289,15 +290,7 @@ void Exporter::run(const ImageView& picture, AVFrame& out, bool premultiplied) {
                         rowOf<std::byte>(out, 0, y));
         return;
     }
-    if (hasFields(out)) {
-        for (const int field : {0, 1}) m_scaler.run(*fieldOf(*source, field), *fieldOf(out, field));
-        return;
-    }
     m_scaler.run(*source, out);
-}
-
-void narrowPicture(const ImageView& floats, const ImageView& bytes) {
-    narrow<std::uint8_t>(floats, bytes);
 }
 
 ImageView viewOf(const AVFrame& frame, PixelFormat format) {

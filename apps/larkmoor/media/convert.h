@@ -60,12 +60,11 @@ class Exporter {
     void run(const ImageView& picture, AVFrame& out, bool premultiplied);
 
   private:
+    void convert(const ImageView& picture, AVFrame& out);
+
     Scaler m_scaler;
     std::vector<std::byte> m_narrow;
 };
-
-/// Float pixels as 8-bit ones, rounded to nearest and limited to full scale.
-void narrowPicture(const ImageView& floats, const ImageView& bytes);
 
 /// The pixels of a frame in the pixel form of effects, without a copy; the frame has to be of AV_PIX_FMT_BGRA or
 /// AV_PIX_FMT_BGR0.

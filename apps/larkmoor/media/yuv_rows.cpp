@@ -17,33 +17,13 @@ namespace larkmoor {
 
 namespace {
 
-struct Matrix {
-    double red, blue; ///< share of each in luma
-};
-
-Matrix matrixOf(AVColorSpace space) {
-    switch (space) {
-    case AVCOL_SPC_BT709:
-        return {0.2126, 0.0722};
-    case AVCOL_SPC_FCC:
-        return {0.30, 0.11};
-    case AVCOL_SPC_SMPTE240M:
-        return {0.212, 0.087};
-    case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
-        return {0.2627, 0.0593};
-    default:
-        return {0.299, 0.114};
-    }
-}
-
 /// Factors scaled by 2^16 for luma and 2^12 for chroma, whose samples are scaled by 16.
 struct Factors {
     std::int32_t offset, luma, redV, greenU, greenV, blueU;
 };
 
 Factors factorsOf(AVColorSpace space, bool full) {
-    const auto [red, blue] = matrixOf(space);
+    const auto [red, blue] = lumaShares(space);
     const double green = 1 - red - blue;
     const double luma = full ? 1.0 : 255.0 / 219.0;
     const double chroma = full ? 1.0 : 255.0 / 224.0;
@@ -175,14 +155,12 @@ bool convertYuv(const AVFrame& frame, const Colour& colour, const ImageView& out
     if (frame.width != out.width || frame.height != out.height) return false;
     const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(plain);
 
-    AVChromaLocation where = colour.chroma;
-    if (where == AVCHROMA_LOC_UNSPECIFIED) where = plain == format ? AVCHROMA_LOC_LEFT : AVCHROMA_LOC_CENTER;
+    const AVChromaLocation where = chromaPlace(format, colour.chroma);
     const bool centredX = where == AVCHROMA_LOC_CENTER || where == AVCHROMA_LOC_TOP || where == AVCHROMA_LOC_BOTTOM;
     const bool centredY = where == AVCHROMA_LOC_CENTER || where == AVCHROMA_LOC_LEFT;
 
-    const AVColorSpace space =
-        colour.space == AVCOL_SPC_UNSPECIFIED ? usualMatrix(frame.width, frame.height) : colour.space;
-    const Factors factors = factorsOf(space, isFullRange(format, colour.range));
+    const Factors factors =
+        factorsOf(matrixOf(colour.space, frame.width, frame.height), isFullRange(format, colour.range));
     ChromaRows u(frame, 1, d.log2_chroma_w, d.log2_chroma_h, centredX, centredY);
     ChromaRows v(frame, 2, d.log2_chroma_w, d.log2_chroma_h, centredX, centredY);
     for (int y = 0; y < frame.height; ++y)

@@ -41,7 +41,8 @@ void listJson(const Module& module) {
                         {"interfaceId", idText(e.iid)},
                         {"kind", kindName(e.kind)},
                         {"minInputs", e.minInputs},
-                        {"maxInputs", e.maxInputs}});
+                        {"maxInputs", e.maxInputs},
+                        {"soundInFloat", e.soundInFloat}});
     print(rows.dump(2) + "\n");
 }
 

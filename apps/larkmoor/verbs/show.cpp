@@ -86,6 +86,7 @@ void showJson(const EffectInfo& info) {
              {"kind", kindName(info.kind)},
              {"minInputs", info.minInputs},
              {"maxInputs", info.maxInputs},
+             {"soundInFloat", info.soundInFloat},
              {"fields", Json::array()},
              {"presets", Json::array()}};
     for (const tFieldInfo& field : info.fields) out["fields"].push_back(fieldJson(field, info));
@@ -110,7 +111,8 @@ void printTable(const std::vector<std::array<std::string, 6>>& rows) {
 }
 
 void showText(const EffectInfo& info) {
-    print(fmt::format("{} ({}), {}, inputs: {}\n", info.name, info.className, kindName(info.kind), inputCount(info)));
+    print(fmt::format("{} ({}), {}, inputs: {}, works {}\n", info.name, info.className, kindName(info.kind),
+                      inputCount(info), info.soundInFloat ? "at any depth" : "at 8 bits"));
     if (info.fields.empty())
         print("\nNo fields.\n");
     else {

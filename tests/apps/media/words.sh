@@ -37,6 +37,16 @@ psnr() {
         -f null - 2>&1 | sed -n 's/.*average:\([^ ]*\).*/\1/p'
 }
 
+# levels FILE: how many levels the luma of the first picture has; highest FILE: the highest of them.
+lumas() {
+    ff -i "$1" -frames:v 1 -vf extractplanes=y -f rawvideo - | case $(tag pix_fmt "$1") in
+    *10le) od -v -An -w2 -tu2 ;;
+    *) od -v -An -w1 -tu1 ;;
+    esac | sort -nu
+}
+levels() { lumas "$1" | wc -l; }
+highest() { lumas "$1" | tail -n 1; }
+
 # atLeast MINIMUM VALUE: numbers, inf included.
 atLeast() { [ "$2" = inf ] || awk "BEGIN { exit !($2 >= $1) }" || { echo "$2 is less than $1"; return 1; }; }
 
