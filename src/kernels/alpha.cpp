@@ -1,14 +1,14 @@
 #include "kernels/alpha.h"
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 namespace {
 
 // The 4-byte rows work on each channel in its own place inside the word.
 
-KWCLONES void ClampRow8(tAnyWord* p, std::ptrdiff_t count) {
+KWINLINE inline void ClampRow8(tAnyWord* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t w = p[i];
         const std::uint32_t b = std::min(w & 0x000000FF, w >> 24);
@@ -17,15 +17,17 @@ KWCLONES void ClampRow8(tAnyWord* p, std::ptrdiff_t count) {
         p[i] = (w & 0xFF000000) | r | g | b;
     }
 }
+constexpr CKwBodies kClampRow8(KwClones<ClampRow8>);
 
-KWCLONES void ClampRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
+KWINLINE inline void ClampRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float a = p[i * 4 + 3];
         for (int c = 0; c < 3; ++c) p[i * 4 + c] = p[i * 4 + c] > a ? a : p[i * 4 + c];
     }
 }
+constexpr CKwBodies kClampRowFloat(KwClones<ClampRowFloat>);
 
-KWCLONES void PremultiplyRow8(tAnyWord* p, std::ptrdiff_t count) {
+KWINLINE inline void PremultiplyRow8(tAnyWord* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t w = p[i], a = w >> 24;
         const std::uint32_t rb = (w & 0x00FF00FF) * a >> 8 & 0x00FF00FF;
@@ -33,13 +35,15 @@ KWCLONES void PremultiplyRow8(tAnyWord* p, std::ptrdiff_t count) {
         p[i] = (w & 0xFF000000) | rb | g;
     }
 }
+constexpr CKwBodies kPremultiplyRow8(KwClones<PremultiplyRow8>);
 
-KWCLONES void PremultiplyRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
+KWINLINE inline void PremultiplyRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float a = p[i * 4 + 3];
         for (int c = 0; c < 3; ++c) p[i * 4 + c] *= a;
     }
 }
+constexpr CKwBodies kPremultiplyRowFloat(KwClones<PremultiplyRowFloat>);
 
 } // namespace
 
@@ -48,9 +52,9 @@ HRESULT KwDibClampToAlpha(const tView& view, LONG bytesPerPixel) {
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
     for (LONG y = 0; y < rows.height; ++y) {
         if (bytesPerPixel == 4)
-            ClampRow8(KwWordRow(rows, y), rows.width);
+            kClampRow8(KwWordRow(rows, y), rows.width);
         else
-            ClampRowFloat(KwFloatRow(rows, y), rows.width);
+            kClampRowFloat(KwFloatRow(rows, y), rows.width);
     }
     return S_OK;
 }
@@ -60,9 +64,9 @@ HRESULT KwDibPremultiply(const tView& view, LONG bytesPerPixel) {
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
     for (LONG y = 0; y < rows.height; ++y) {
         if (bytesPerPixel == 4)
-            PremultiplyRow8(KwWordRow(rows, y), rows.width);
+            kPremultiplyRow8(KwWordRow(rows, y), rows.width);
         else
-            PremultiplyRowFloat(KwFloatRow(rows, y), rows.width);
+            kPremultiplyRowFloat(KwFloatRow(rows, y), rows.width);
     }
     return S_OK;
 }

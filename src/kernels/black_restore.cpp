@@ -1,21 +1,22 @@
 #include "kernels/black_restore.h"
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 namespace {
 
-KWCLONES void BlackRow8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, std::int32_t threshold) {
-#pragma GCC ivdep
+KWINLINE inline void BlackRow8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, std::int32_t threshold) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t w = s[i];
         const std::uint32_t top = std::max({w & 255, w >> 8 & 255, w >> 16 & 255});
         d[i] = static_cast<std::int32_t>(top) <= threshold ? w & 0xFF000000 : w;
     }
 }
+constexpr CKwBodies kBlackRow8(KwClones<BlackRow8>);
 
-KWCLONES void BlackRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, float threshold) {
+KWINLINE inline void BlackRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, float threshold) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4) {
         const float b = s[0], g = s[1], r = s[2], a = s[3];
         const bool black = b <= threshold && g <= threshold && r <= threshold;
@@ -25,6 +26,7 @@ KWCLONES void BlackRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t cou
         d[3] = a;
     }
 }
+constexpr CKwBodies kBlackRowFloat(KwClones<BlackRowFloat>);
 
 } // namespace
 
@@ -34,9 +36,9 @@ HRESULT KwDibBlackRestore(const tView& destination, const tView& source, LONG by
         return status;
     for (LONG y = 0; y < d.height; ++y) {
         if (bytesPerPixel == 4)
-            BlackRow8(KwWordRow(d, y), KwWordRow(s, y), d.width, KwTrunc(threshold * 255.0));
+            kBlackRow8(KwWordRow(d, y), KwWordRow(s, y), d.width, KwTrunc(threshold * 255.0));
         else
-            BlackRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, static_cast<float>(threshold));
+            kBlackRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, static_cast<float>(threshold));
     }
     return S_OK;
 }

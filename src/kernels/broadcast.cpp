@@ -1,9 +1,10 @@
 #include "kernels/broadcast.h"
 
+#include <bit>
 #include <cmath>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 namespace {
@@ -98,16 +99,10 @@ void FillGains(double* table, int count, const tBend& bend, double limit) {
     for (int i = 1; i < count; ++i) table[i] = i < bend.low ? 1.0 : (i < bend.high ? knee.At(i - high) : limit) / i;
 }
 
-[[gnu::always_inline]] inline double Luma(const tBroadcastPass& pass, double b, double g, double r) {
-    const double black = pass.black, perCode = pass.perCode;
-    const double shareB = 0.114 * ((b - black) * perCode) + pass.setupLevel;
-    const double shareR = 0.299 * ((r - black) * perCode), shareG = 0.587 * ((g - black) * perCode);
-    return shareB + shareR + shareG;
-}
-[[gnu::always_inline]] inline double ChromaU(double b, double g, double r) {
+KWINLINE inline double ChromaU(double b, double g, double r) {
     return b * 0.436 - (g * 0.289 + r * 0.147);
 }
-[[gnu::always_inline]] inline double ChromaV(double b, double g, double r) {
+KWINLINE inline double ChromaV(double b, double g, double r) {
     return r * 0.615 - g * 0.515 - b * 0.1;
 }
 
@@ -119,8 +114,7 @@ struct tLevels {
     std::int32_t entry;  ///< of the luma tables
 };
 
-[[gnu::always_inline]] inline tLevels LevelsOf(std::uint32_t pixel, double black, double perCode, double setupLevel,
-                                               double perUnit) {
+KWINLINE inline tLevels LevelsOf(std::uint32_t pixel, double black, double perCode, double setupLevel, double perUnit) {
     const double b = static_cast<std::int32_t>(pixel & 255);
     const double g = static_cast<std::int32_t>(pixel >> 8 & 255);
     const double r = static_cast<std::int32_t>(pixel >> 16 & 255);
@@ -133,7 +127,7 @@ struct tLevels {
 }
 
 /// Whether the quick test finds all pixels legal.
-KWCLONES bool AreLegal(const tAnyWord* pixels, std::ptrdiff_t count, const tBroadcastPass& pass) {
+KWINLINE inline bool AreLegal(const tAnyWord* pixels, std::ptrdiff_t count, const tBroadcastPass& pass) {
     const double black = pass.black, perCode = pass.perCode, setupLevel = pass.setupLevel, perUnit = pass.perUnit;
     const double upper = pass.upper, lower = pass.lower, half = pass.half;
     const std::int32_t first = pass.sameFirst - tTables::kLumaFirst, end = pass.sameEnd - tTables::kLumaFirst;
@@ -148,15 +142,15 @@ KWCLONES bool AreLegal(const tAnyWord* pixels, std::ptrdiff_t count, const tBroa
 }
 
 /// Truncates, and limits to 0 to `most`. What does not fit 32 bits gives 0, as the least integer would.
-[[gnu::always_inline]] inline std::uint32_t Limited(double value, std::uint32_t most) {
-    const double inside = (value > 0.0) & (value < 2147483648.0) ? value : 0.0;
+KWINLINE inline std::uint32_t Limited(double value, std::uint32_t most) {
+    const double inside = ((value > 0.0) & (value < 2147483648.0)) ? value : 0.0;
     const auto code = static_cast<std::uint32_t>(static_cast<std::int32_t>(inside));
     return code < most ? code : most;
 }
 
 /// The whole rule on up to `kBlock` pixels, every branch a choice between values, so that it runs as a vector loop.
-KWCLONES void LimitBlock(const std::uint32_t* __restrict in, std::uint32_t* __restrict out, std::ptrdiff_t count,
-                         const tBroadcastPass& pass) {
+KWINLINE inline void LimitBlock(const std::uint32_t* __restrict in, std::uint32_t* __restrict out, std::ptrdiff_t count,
+                                const tBroadcastPass& pass) {
     const double* lumaOut = pass.tables->lumaOut;
     const double* lumaCode = pass.tables->lumaCode;
     const double* chromaScale = pass.tables->chromaScale;
@@ -196,6 +190,59 @@ KWCLONES void LimitBlock(const std::uint32_t* __restrict in, std::uint32_t* __re
         out[i] = keep ? in[i] : a << 24 | red << 16 | green << 8 | blue;
     }
 }
+
+/// The rule for one pixel: the definition.
+tPixel8 LimitedPixel(const tPixel8& p, const tBroadcastPass& pass) {
+    const tTables& t = *pass.tables;
+    const double y = t.weightB[p.b] + t.weightR[p.r] + t.weightG[p.g];
+    double u = ChromaU(p.b, p.g, p.r), v = ChromaV(p.b, p.g, p.r);
+    const std::int32_t entry = KwTrunc(y + 0.5) - tTables::kLumaFirst;
+    bool touched = t.lumaOut[entry] != tTables::kUnchanged;
+    const double level = touched ? t.lumaOut[entry] : y;
+    const double up = pass.upper - level, down = level - pass.lower;
+    if (!touched) {
+        const double most = (std::fabs(v) + std::fabs(u)) * pass.perUnit; // at least the amplitude
+        if (most < up && most < down && most < pass.half) return p;
+    }
+    const bool low = down < up;
+    const double room = low ? down : up, knee = (low ? pass.lowKnee : pass.highKnee) * room;
+    double power = (u * u + v * v) * (pass.perUnit * pass.perUnit);
+    if (power >= pass.quarter) {
+        const double gain = t.chromaScale[KwTrunc(2.0 * std::sqrt(power) + 0.5)];
+        u *= gain;
+        v *= gain;
+        power *= gain * gain;
+        touched = true;
+    }
+    if (power > 0.0 && power >= knee * knee) {
+        double ratio = room / std::sqrt(power);
+        if (ratio > 5.0 / 6.0) ratio = t.compositeScale[KwTrunc(200.0 / ratio) + (low ? 0 : tTables::kCompositeCount)];
+        u *= ratio;
+        v *= ratio;
+    } else if (!touched) {
+        return p;
+    }
+    const double luma = t.lumaCode[entry];
+    const auto byte = [&p](double value) { return static_cast<std::uint8_t>(KwClamp(KwTrunc(value), 0, p.a)); };
+    return {byte(u * 2.032 + luma), byte(luma - u * 0.394 - v * 0.581), byte(v * 1.14 + luma), p.a};
+}
+
+void LimitPlain(tAnyWord* row, std::ptrdiff_t count, const tBroadcastPass& pass) {
+    for (std::ptrdiff_t x = 0; x < count; ++x)
+        row[x] = std::bit_cast<std::uint32_t>(LimitedPixel(std::bit_cast<tPixel8>(std::uint32_t{row[x]}), pass));
+}
+
+KWINLINE inline void LimitBlocks(tAnyWord* row, std::ptrdiff_t width, const tBroadcastPass& pass) {
+    for (std::ptrdiff_t x = 0; x < width; x += kBlock) {
+        const std::ptrdiff_t count = std::min(kBlock, width - x);
+        if (AreLegal(row + x, count, pass)) continue;
+        std::uint32_t in[kBlock], out[kBlock];
+        std::copy_n(row + x, count, in);
+        LimitBlock(in, out, count, pass);
+        std::copy_n(out, count, row + x);
+    }
+}
+constexpr CKwBodies kLimitRow(LimitPlain, KwClones<LimitBlocks>);
 
 } // namespace
 
@@ -261,16 +308,6 @@ HRESULT KwDibBroadcast(const tView& view, LONG bytesPerPixel, const tBroadcastPa
     if (bytesPerPixel != 4) return E_NOTIMPL;
     tRows rows;
     const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows);
-    for (LONG y = 0; y < rows.height; ++y) {
-        tAnyWord* row = KwWordRow(rows, y);
-        for (std::ptrdiff_t x = 0; x < rows.width; x += kBlock) {
-            const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kBlock, rows.width - x);
-            if (AreLegal(row + x, count, pass)) continue;
-            std::uint32_t in[kBlock], out[kBlock];
-            std::copy_n(row + x, count, in);
-            LimitBlock(in, out, count, pass);
-            std::copy_n(out, count, row + x);
-        }
-    }
+    for (LONG y = 0; y < rows.height; ++y) kLimitRow(KwWordRow(rows, y), rows.width, pass);
     return status;
 }

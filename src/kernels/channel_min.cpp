@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/copy.h"
 
 namespace {
@@ -14,22 +14,24 @@ namespace {
 constexpr std::ptrdiff_t kStrip = 64;
 
 template <class Value>
-[[gnu::always_inline]] inline void Lower(Value* a, const Value* b, std::ptrdiff_t count) {
+KWINLINE inline void Lower(Value* a, const Value* b, std::ptrdiff_t count) {
     // Reads run ahead of the writes, never behind them.
-#pragma GCC ivdep
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) a[i] = b[i] < a[i] ? b[i] : a[i];
 }
-KWCLONES void LowerLevels(std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t count) {
+KWINLINE inline void LowerLevels(std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t count) {
     Lower(a, b, count);
 }
-KWCLONES void LowerFloats(float* a, const float* b, std::ptrdiff_t count) {
+constexpr CKwBodies kLowerLevels(KwClones<LowerLevels>);
+KWINLINE inline void LowerFloats(float* a, const float* b, std::ptrdiff_t count) {
     Lower(a, b, count);
 }
+constexpr CKwBodies kLowerFloats(KwClones<LowerFloats>);
 void LowerAll(std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t count) {
-    LowerLevels(a, b, count);
+    kLowerLevels(a, b, count);
 }
 void LowerAll(float* a, const float* b, std::ptrdiff_t count) {
-    LowerFloats(a, b, count);
+    kLowerFloats(a, b, count);
 }
 
 /// Element i becomes the least of the elements from i up to but not including i + `window`, of `length` in all with

@@ -1,9 +1,11 @@
 #include "kernels/chroma_key.h"
 
-#include "kernels/clones.h"
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
+#include "base/arith.h"
+#include "base/bodies.h"
 #include "kernels/alpha.h"
 #include "kernels/color_model.h"
 #include "kernels/copy.h"
@@ -23,8 +25,7 @@ struct tKey {
 };
 
 /// `KwPixelToHsl` without branches: every value is found and one of them chosen, so that a row is a vector loop.
-[[gnu::always_inline]] inline void ByteToHsl(double r, double g, double b, double& hue, double& saturation,
-                                             double& luminance) {
+KWINLINE inline void ByteToHsl(double r, double g, double b, double& hue, double& saturation, double& luminance) {
     const double larger = r > g ? r : g, smaller = r < g ? r : g;
     const double mx = larger > b ? larger : b, mn = smaller < b ? smaller : b;
     const double sum = mx + mn, d = mx - mn;
@@ -40,7 +41,32 @@ struct tKey {
     hue = d > 0.0 ? h * 0.16666666666666666 : 0.0;
 }
 
-KWCLONES void DifferenceBlock(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count, const tKey& key) {
+/// The definition, through the colour model's own conversions. `oldAlpha` was divided out of the pixels.
+void DifferencePlain(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count, const tKey& key) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        tPixel8 p = std::bit_cast<tPixel8>(std::uint32_t{pixels[i]});
+        tHSLADOUBLE hsl;
+        KwPixelToHsl(hsl, p);
+        double dh = std::fabs(hsl.hue - key.hsl.hue);
+        if (dh > 0.5) dh = 1.0 - dh;
+        const double ds = std::fabs(hsl.saturation - key.hsl.saturation);
+        const double dl = std::fabs(hsl.luminance - key.hsl.luminance);
+        const auto gap = [](float channel, std::uint8_t byte) { return double{channel - byte * 0.003921569f}; };
+        const double eb = gap(key.color.b, p.b), eg = gap(key.color.g, p.g), er = gap(key.color.r, p.r);
+        const double e = std::sqrt(eb * eb + eg * eg + er * er) * double{1.7320508f};
+        const float d = static_cast<float>((e + (dh + dh + dl + ds) * double{0.33333334f}) * 0.5);
+        std::int32_t alpha = d < key.low ? 0 : 255;
+        if (d >= key.low && d <= key.high) {
+            const double ramp = double{(d - key.low) * key.inverse} * 255.0;
+            alpha = std::isnan(ramp) ? 0 : KwTrunc(KwClamp(ramp, 0.0, 255.0));
+        }
+        p.a = static_cast<std::uint8_t>(std::min<std::int32_t>(alpha, oldAlpha[i]));
+        pixels[i] = std::bit_cast<std::uint32_t>(p);
+    }
+}
+
+KWINLINE inline void DifferenceBlock(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count,
+                                     const tKey& key) {
     constexpr double kUnit = 0.00392156862745098;
     constexpr float kUnitFloat = 0.003921569f; // as floats: a byte of the key's colour is then at no distance
     constexpr double kThird = 0.33333334f, kRoot3 = 1.7320508f;
@@ -70,6 +96,7 @@ KWCLONES void DifferenceBlock(tAnyWord* pixels, const std::uint8_t* oldAlpha, st
         pixels[i] = (pixel & 0xFFFFFF) | static_cast<std::uint32_t>(alpha < old ? alpha : old) << 24;
     }
 }
+constexpr CKwBodies kDifferenceBlock(DifferencePlain, KwClones<DifferenceBlock>);
 
 /// Undoes the multiplication by alpha in one block and keeps the alpha.
 void UnpremultiplyBlock(tAnyWord* pixels, std::uint8_t* alpha, std::ptrdiff_t count) {
@@ -85,7 +112,7 @@ void UnpremultiplyBlock(tAnyWord* pixels, std::uint8_t* alpha, std::ptrdiff_t co
 }
 
 /// Limits the byte at `shift` to the one above it, where the pixel is not clear.
-KWCLONES void LimitRow(tAnyWord* pixels, std::ptrdiff_t count, std::uint32_t shift) {
+KWINLINE inline void LimitRow(tAnyWord* pixels, std::ptrdiff_t count, std::uint32_t shift) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t pixel = pixels[i];
         const std::uint32_t value = pixel >> shift & 255, limit = pixel >> (shift + 8) & 255;
@@ -93,16 +120,18 @@ KWCLONES void LimitRow(tAnyWord* pixels, std::ptrdiff_t count, std::uint32_t shi
         pixels[i] = pixel - (excess << shift);
     }
 }
+constexpr CKwBodies kLimitRow(KwClones<LimitRow>);
 
-KWCLONES void SpreadAlpha(tAnyWord* pixels, std::ptrdiff_t count) {
+KWINLINE inline void SpreadAlpha(tAnyWord* pixels, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) pixels[i] = (pixels[i] >> 24) * 0x01010101;
 }
+constexpr CKwBodies kSpreadAlpha(KwClones<SpreadAlpha>);
 
 /// Alpha in all four channels.
 HRESULT ShowMask(const tView& view) {
     tRows rows;
     const HRESULT status = KwDibResolveClip(view, 4, rows);
-    for (LONG y = 0; y < rows.height; ++y) SpreadAlpha(KwWordRow(rows, y), rows.width);
+    for (LONG y = 0; y < rows.height; ++y) kSpreadAlpha(KwWordRow(rows, y), rows.width);
     return status;
 }
 
@@ -128,7 +157,7 @@ HRESULT KwDibCreateDifferenceAlpha(const tView& view, const tKWRGBADOUBLE* color
             const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kBlock, rows.width - x);
             std::uint8_t alpha[kBlock];
             UnpremultiplyBlock(row + x, alpha, count);
-            DifferenceBlock(row + x, alpha, count, key);
+            kDifferenceBlock(row + x, alpha, count, key);
         }
     }
     return status;
@@ -143,7 +172,7 @@ HRESULT KwDibApplyChromaCorrection(const tView& view, const tKWRGBADOUBLE* key, 
     const bool blue = key->blue > key->green && key->blue > key->red;
     const bool green = !blue && key->green > key->blue && key->green > key->red;
     if (!blue && !green) return status;
-    for (LONG y = 0; y < rows.height; ++y) LimitRow(KwWordRow(rows, y), rows.width, blue ? 0 : 8);
+    for (LONG y = 0; y < rows.height; ++y) kLimitRow(KwWordRow(rows, y), rows.width, blue ? 0 : 8);
     return status;
 }
 

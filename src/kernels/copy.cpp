@@ -5,27 +5,30 @@
 #include <functional>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "pixels are handled as words 0xAARRGGBB");
 
-KWCLONES void FillWords(tAnyWord* target, std::uint32_t value, std::ptrdiff_t count) {
+KWINLINE inline void FillWords(tAnyWord* target, std::uint32_t value, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) target[i] = value;
 }
+constexpr CKwBodies kFillWords(KwClones<FillWords>);
 
 /// Moves a byte inside each word: `keep` masks the destination, the shifts are in bits.
-KWCLONES void CopyByteRow(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, std::uint32_t keep,
-                          std::uint32_t shiftDown, std::uint32_t shiftUp) {
-#pragma GCC ivdep
+KWINLINE inline void CopyByteRow(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, std::uint32_t keep,
+                                 std::uint32_t shiftDown, std::uint32_t shiftUp) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = (d[i] & keep) | (s[i] >> shiftDown & 255) << shiftUp;
 }
+constexpr CKwBodies kCopyByteRow(KwClones<CopyByteRow>);
 
-KWCLONES void CopyFloatRow(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count) {
+KWINLINE inline void CopyFloatRow(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) d[i * 4] = s[i * 4];
 }
+constexpr CKwBodies kCopyFloatRow(KwClones<CopyFloatRow>);
 
 /// Fills a row by copying its first `unit` bytes on, twice as many each time.
 void Repeat(std::byte* row, std::size_t unit, std::size_t bytes) {
@@ -66,7 +69,7 @@ HRESULT KwDibFill(const tView& view, LONG bytesPerPixel, double red, double gree
         const auto level = [](double v) { return KwByte(KwTrunc(KwClamp(v * 255.0, 0.0, 255.0))); };
         const std::uint32_t word =
             std::bit_cast<std::uint32_t>(tPixel8{level(blue), level(green), level(red), level(alpha)});
-        for (LONG y = 0; y < rows.height; ++y) FillWords(KwWordRow(rows, y), word, rows.width);
+        for (LONG y = 0; y < rows.height; ++y) kFillWords(KwWordRow(rows, y), word, rows.width);
     } else {
         const tPixelF pixel{static_cast<float>(blue), static_cast<float>(green), static_cast<float>(red),
                             static_cast<float>(alpha)};
@@ -87,14 +90,14 @@ HRESULT KwDibCopyChannel(const tView& destination, const tView& source, LONG byt
     const LONG from = KwDibChannelOffset(sourceChannel, 4);
     for (LONG y = 0; y < d.height; ++y) {
         if (bytesPerPixel == 4)
-            CopyByteRow(KwWordRow(d, y), KwWordRow(s, y), d.width, ~(0xFFu << to * 8),
-                        static_cast<std::uint32_t>(from) * 8, static_cast<std::uint32_t>(to) * 8);
+            kCopyByteRow(KwWordRow(d, y), KwWordRow(s, y), d.width, ~(0xFFu << to * 8),
+                         static_cast<std::uint32_t>(from) * 8, static_cast<std::uint32_t>(to) * 8);
         else
-            CopyFloatRow(KwFloatRow(d, y) + to, KwFloatRow(s, y) + from, d.width);
+            kCopyFloatRow(KwFloatRow(d, y) + to, KwFloatRow(s, y) + from, d.width);
     }
     return S_OK;
 }
 
 void KwSetMemoryDWords(void* target, ULONG value, ULONG count) {
-    if (target) FillWords(static_cast<tAnyWord*>(target), value, count);
+    if (target) kFillWords(static_cast<tAnyWord*>(target), value, count);
 }

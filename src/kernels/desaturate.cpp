@@ -1,40 +1,52 @@
 #include "kernels/desaturate.h"
 
+#include "base/bodies.h"
 #include "kernels/blend.h"
-#include "kernels/clones.h"
 #include "kernels/color_model.h"
 #include "kernels/copy.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
-#include "kernels/wide.h"
 
 namespace {
 
-[[gnu::always_inline]] inline std::uint32_t GreyWord(std::uint32_t grey, std::uint32_t word) {
+KWINLINE inline std::uint32_t GreyWord(std::uint32_t grey, std::uint32_t word) {
     grey = std::min(grey, word >> 24);
     return (word & 0xFF000000) | grey << 16 | grey << 8 | grey;
 }
 
-KWCLONES void SpreadMeanRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
-    KwForWide(
-        d, s, count,
-        [](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) { return KwWideMean(pixels); });
+void SpreadMeanPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4)
+        d[i] = d[i + 1] = d[i + 2] = d[i + 3] = static_cast<std::uint8_t>(KwMean8(s[i + 2], s[i + 1], s[i]));
 }
+KWINLINE inline void SpreadMeanWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
+    KwForBlocks(d, count * 4, s, [](const tBytes& pixels) KWINLINE { return KwMeans(pixels); });
+}
+constexpr CKwBodies kSpreadMeanRow8(SpreadMeanPlain8, KwClones<SpreadMeanWide8>);
 
-KWCLONES void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
+KWINLINE inline void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i)
         p[i] = GreyWord(KwMean8(p[i] >> 16 & 255, p[i] >> 8 & 255, p[i] & 255), p[i]);
 }
+constexpr CKwBodies kMeanRow8(KwClones<MeanRow8>);
 
-KWCLONES void BlackAndWhiteRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint8_t back) {
-    const tWideHalves amount = reinterpret_cast<tWideHalves>(KwWideRepeat(back * 0x00010001u));
-    KwForWide(
-        d, s, count, [&](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) {
-            const tWideBytes grey = KwWideMin(KwWideMean(pixels), KwWideAlpha(pixels));
-            return KwWideBlend(KwWideWithAlpha(grey, pixels), pixels, amount);
-        });
+void BlackAndWhitePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint8_t back) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        const std::uint8_t alpha = s[i + 3];
+        const auto grey = std::min(static_cast<std::uint8_t>(KwMean8(s[i + 2], s[i + 1], s[i])), alpha);
+        for (int c = 0; c < 3; ++c) d[i + c] = KwBlend8(grey, s[i + c], back);
+        d[i + 3] = alpha;
+    }
 }
+KWINLINE inline void BlackAndWhiteWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
+                                        std::uint8_t back) {
+    const tAmounts amount = KwAmountOfAll(back);
+    KwForBlocks(d, count * 4, s, [&](const tBytes& pixels) KWINLINE {
+        return KwBlended(KwWithAlpha(KwSmaller(KwMeans(pixels), KwAlphas(pixels)), pixels), pixels, amount);
+    });
+}
+constexpr CKwBodies kBlackAndWhiteRow8(BlackAndWhitePlain8, KwClones<BlackAndWhiteWide8>);
 
-KWCLONES void MeanRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
+KWINLINE inline void MeanRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float a = p[i * 4 + 3], mean = KwMeanF(p[i * 4 + 2], p[i * 4 + 1], p[i * 4]);
         const float grey = mean > a ? a : mean;
@@ -43,9 +55,10 @@ KWCLONES void MeanRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
         p[i * 4 + 2] = grey;
     }
 }
+constexpr CKwBodies kMeanRowFloat(KwClones<MeanRowFloat>);
 
 /// Without saturation all three colours are the luminance itself, whatever the hue.
-KWCLONES void LuminanceRow8(tAnyWord* p, std::ptrdiff_t count) {
+KWINLINE inline void LuminanceRow8(tAnyWord* p, std::ptrdiff_t count) {
     constexpr double kUnit = 0.00392156862745098;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::int32_t r = p[i] >> 16 & 255, g = p[i] >> 8 & 255, b = p[i] & 255;
@@ -53,6 +66,7 @@ KWCLONES void LuminanceRow8(tAnyWord* p, std::ptrdiff_t count) {
         p[i] = GreyWord(static_cast<std::uint32_t>(static_cast<std::int32_t>(luminance * 255.0)), p[i]);
     }
 }
+constexpr CKwBodies kLuminanceRow8(KwClones<LuminanceRow8>);
 
 void LuminanceRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i, p += 4) {
@@ -72,8 +86,8 @@ void LuminanceRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
 HRESULT KwDibDesaturate(const tView& view, LONG bytesPerPixel, bool luminance) {
     tRows rows;
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
-    const auto row8 = luminance ? LuminanceRow8 : MeanRow8;
-    const auto rowFloat = luminance ? LuminanceRowFloat : MeanRowFloat;
+    const auto row8 = luminance ? kLuminanceRow8.Now() : kMeanRow8.Now();
+    const auto rowFloat = luminance ? LuminanceRowFloat : kMeanRowFloat.Now();
     for (LONG y = 0; y < rows.height; ++y) {
         if (bytesPerPixel == 4)
             row8(KwWordRow(rows, y), rows.width);
@@ -93,10 +107,10 @@ HRESULT KwDibBlackAndWhite(const tView& destination, const tView& source, LONG b
     if (const HRESULT status = KwDibResolvePair(destination, source, 4, d, s); FAILED(status)) return status;
     const std::uint8_t back = KwByte(KwTrunc((1.0 - amount) * 255.0 + 0.5));
     for (LONG y = 0; y < d.height; ++y)
-        BlackAndWhiteRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, back);
+        kBlackAndWhiteRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, back);
     return S_OK;
 }
 
 void KwMeanRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count) {
-    SpreadMeanRow8(destination, source, count);
+    kSpreadMeanRow8(destination, source, count);
 }

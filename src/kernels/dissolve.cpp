@@ -1,12 +1,10 @@
 #include "kernels/dissolve.h"
 
 #include "base/arith.h"
-#include "kernels/byte_block.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
+#include "kernels/row.h"
 
 namespace {
-
-#pragma GCC diagnostic ignored "-Wpsabi" // blocks are passed between inlined functions alone
 
 /// What a mode's loop needs, fixed for the call. Words are pixels or one byte for each channel of a pixel.
 struct tMix {
@@ -24,14 +22,6 @@ using tTarget = std::uint8_t*;
 
 constexpr std::uint32_t kAlpha = 0xFF000000;
 
-[[gnu::always_inline]] inline tBytes Repeated(std::uint32_t word) {
-    return reinterpret_cast<tBytes>(KwRepeated(word));
-}
-
-[[gnu::always_inline]] inline tBytes LimitedToAlpha(const tBytes& pixels) {
-    return KwSmaller(pixels, KwAlphas(pixels));
-}
-
 /// v * share / 1024 without more than 16 bits, for v up to 510 and shares up to 1024.
 struct tShare {
     explicit tShare(std::int32_t share)
@@ -42,140 +32,119 @@ struct tShare {
 
 // Base and added (or taken) picture stand first and second; the caller exchanges them at half time.
 
-KWCLONES void AddRow(tTarget o, tSource base, tSource added, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void AddRow(tTarget o, tSource base, tSource added, std::ptrdiff_t bytes, const tMix& m) {
     const tShare share(m.share);
-    KwForBlocks(
-        o, base, added, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            return KwSum(x, KwByHalves(
-                                y, [&](const tHalves& v) __attribute__((always_inline)) { return share.Of(v); }));
-        });
+    KwForBlocks(o, bytes, base, added, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        return KwSum(x, KwByHalves(y, [&](const tHalves& v) KWINLINE { return share.Of(v); }));
+    });
 }
+constexpr CKwBodies kAddRow(KwClones<AddRow>);
 
 /// Alpha goes from the first picture to the second, whichever is the base.
 template <bool kSecondHalf>
-[[gnu::always_inline]] inline void SubtractBody(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes,
-                                                const tMix& m) {
+KWINLINE inline void SubtractBody(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes, const tMix& m) {
     const tShare share(m.share);
     const tAmounts q = KwAmounts(m.q << 24);
     const tWords alpha = KwRepeated(kAlpha);
-    KwForBlocks(
-        o, base, taken, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            const tBytes off = KwByHalves(
-                y, [&](const tHalves& v) __attribute__((always_inline)) { return share.Of(v); });
-            const tBytes mixed = kSecondHalf ? KwBlended(y, x, q) : KwBlended(x, y, q);
-            return LimitedToAlpha(KwPick(alpha, mixed, KwDistance(x, off)));
-        });
+    KwForBlocks(o, bytes, base, taken, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        const tBytes off = KwByHalves(y, [&](const tHalves& v) KWINLINE { return share.Of(v); });
+        const tBytes mixed = kSecondHalf ? KwBlended(y, x, q) : KwBlended(x, y, q);
+        return KwLimitedToAlpha(KwPick(alpha, mixed, KwDistance(x, off)));
+    });
 }
-KWCLONES void SubtractRow(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes, const tMix& m) {
-    SubtractBody<false>(o, base, taken, bytes, m);
-}
-KWCLONES void SubtractLateRow(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes, const tMix& m) {
-    SubtractBody<true>(o, base, taken, bytes, m);
-}
+constexpr CKwBodies kSubtractRow(KwClones<SubtractBody<false>>);
+constexpr CKwBodies kSubtractLateRow(KwClones<SubtractBody<true>>);
 
-KWCLONES void CrossSubtractRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void CrossSubtractRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tShare share(m.share);
     const tAmounts q = KwAmounts(m.q << 24);
     const tWords alpha = KwRepeated(kAlpha);
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            const auto cross = [&](const tHalves& c, const tHalves& d) __attribute__((always_inline)) {
-                const tHalves v = share.Of(c + d);
-                return v < c ? c - v : v - c;
-            };
-            const tHalves c = reinterpret_cast<tHalves>(x), d = reinterpret_cast<tHalves>(y);
-            const tHalves crossed = cross(c & 255, d & 255) | cross(c >> 8, d >> 8) << 8;
-            return LimitedToAlpha(KwPick(alpha, KwBlended(x, y, q), reinterpret_cast<tBytes>(crossed)));
-        });
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        const auto cross = [&](const tHalves& c, const tHalves& d) KWINLINE {
+            const tHalves v = share.Of(c + d);
+            return v < c ? c - v : v - c;
+        };
+        const tHalves c = reinterpret_cast<tHalves>(x), d = reinterpret_cast<tHalves>(y);
+        const tHalves crossed = cross(c & 255, d & 255) | cross(c >> 8, d >> 8) << 8;
+        return KwLimitedToAlpha(KwPick(alpha, KwBlended(x, y, q), reinterpret_cast<tBytes>(crossed)));
+    });
 }
+constexpr CKwBodies kCrossSubtractRow(KwClones<CrossSubtractRow>);
 
-KWCLONES void BleedRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tBytes offFirst = Repeated(m.first), offSecond = Repeated(m.second);
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            return LimitedToAlpha(KwSum(KwRest(x, offFirst), KwRest(y, offSecond)));
-        });
+KWINLINE inline void BleedRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+    const tBytes offFirst = KwPixels(m.first), offSecond = KwPixels(m.second);
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        return KwLimitedToAlpha(KwSum(KwRest(x, offFirst), KwRest(y, offSecond)));
+    });
 }
+constexpr CKwBodies kBleedRow(KwClones<BleedRow>);
 
-KWCLONES void MorphRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tBytes most = Repeated(m.first);
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            const tBytes step = KwSmaller(KwDistance(x, y), most);
-            return LimitedToAlpha(x < y ? x + step : x - step);
-        });
+KWINLINE inline void MorphRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+    const tBytes most = KwPixels(m.first);
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        const tBytes step = KwSmaller(KwDistance(x, y), most);
+        return KwLimitedToAlpha(x < y ? x + step : x - step);
+    });
 }
-
-/// Red, green and blue together.
-[[gnu::always_inline]] inline tWords Levels(const tBytes& pixels) {
-    const tWords w = reinterpret_cast<tWords>(pixels);
-    return (w & 255) + (w >> 8 & 255) + (w >> 16 & 255);
-}
+constexpr CKwBodies kMorphRow(KwClones<MorphRow>);
 
 // A level is four thirds of that sum, whole; it passes a bound where the sum passes three quarters of the bound.
 
-KWCLONES void ThresholdDissolveRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void ThresholdDissolveRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes,
+                                          const tMix& m) {
     const tWords bound = KwRepeated(static_cast<std::uint32_t>(3 * (m.t + 1)));
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            return KwPick(reinterpret_cast<tWords>(Levels(x) * 4 >= bound), x, y);
-        });
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        return KwPick(reinterpret_cast<tWords>(KwColorSums(x) * 4 >= bound), x, y);
+    });
 }
+constexpr CKwBodies kThresholdDissolveRow(KwClones<ThresholdDissolveRow>);
 
-KWCLONES void ThresholdAppearRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void ThresholdAppearRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tWords bound = KwRepeated(static_cast<std::uint32_t>(3 * (1024 - m.t)));
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            return KwPick(reinterpret_cast<tWords>(Levels(y) * 4 < bound), x, y);
-        });
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        return KwPick(reinterpret_cast<tWords>(KwColorSums(y) * 4 < bound), x, y);
+    });
 }
+constexpr CKwBodies kThresholdAppearRow(KwClones<ThresholdAppearRow>);
 
 template <bool kSecondHalf>
-[[gnu::always_inline]] inline void GreyBody(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes,
-                                            const tMix& m) {
+KWINLINE inline void GreyBody(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tAmounts amounts = KwAmounts(m.amounts);
     const tWords alpha = KwRepeated(kAlpha);
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            const tWords one = (Levels(x) + Levels(y)) * 10923 >> 16; // a sixth, exact up to six full channels
-            const tBytes grey = reinterpret_cast<tBytes>(one | one << 8 | one << 16);
-            return kSecondHalf ? KwBlended(KwPick(alpha, x, grey), y, amounts)
-                               : KwBlended(x, KwPick(alpha, y, grey), amounts);
-        });
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        const tWords one = (KwColorSums(x) + KwColorSums(y)) * 10923 >> 16; // a sixth, exact up to six full channels
+        const tBytes grey = reinterpret_cast<tBytes>(one | one << 8 | one << 16);
+        return kSecondHalf ? KwBlended(KwPick(alpha, x, grey), y, amounts)
+                           : KwBlended(x, KwPick(alpha, y, grey), amounts);
+    });
 }
-KWCLONES void ToGreyRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    GreyBody<false>(o, first, second, bytes, m);
-}
-KWCLONES void FromGreyRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    GreyBody<true>(o, first, second, bytes, m);
-}
+constexpr CKwBodies kToGreyRow(KwClones<GreyBody<false>>);
+constexpr CKwBodies kFromGreyRow(KwClones<GreyBody<true>>);
 
-KWCLONES void ToColorRow(tTarget o, tSource first, tSource, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void ToColorRow(tTarget o, tSource first, tSource, std::ptrdiff_t bytes, const tMix& m) {
     const tAmounts amounts = KwAmounts(m.amounts);
-    const tBytes color = Repeated(m.first);
-    KwForBlocks(
-        o, first, first, bytes, [&](const tBytes& x, const tBytes&) __attribute__((always_inline)) {
-            return LimitedToAlpha(KwBlended(x, color, amounts));
-        });
+    const tBytes color = KwPixels(m.first);
+    KwForBlocks(o, bytes, first,
+                [&](const tBytes& x) KWINLINE { return KwLimitedToAlpha(KwBlended(x, color, amounts)); });
 }
+constexpr CKwBodies kToColorRow(KwClones<ToColorRow>);
 
-KWCLONES void FromColorRow(tTarget o, tSource, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void FromColorRow(tTarget o, tSource, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tAmounts amounts = KwAmounts(m.amounts);
-    const tBytes color = Repeated(m.first);
-    KwForBlocks(
-        o, second, second, bytes, [&](const tBytes& y, const tBytes&) __attribute__((always_inline)) {
-            return LimitedToAlpha(KwBlended(color, y, amounts));
-        });
+    const tBytes color = KwPixels(m.first);
+    KwForBlocks(o, bytes, second,
+                [&](const tBytes& y) KWINLINE { return KwLimitedToAlpha(KwBlended(color, y, amounts)); });
 }
+constexpr CKwBodies kFromColorRow(KwClones<FromColorRow>);
 
-KWCLONES void ChannelsRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
+KWINLINE inline void ChannelsRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tAmounts amounts = KwAmounts(m.amounts);
     const tWords taken = KwRepeated(m.taken);
-    KwForBlocks(
-        o, first, second, bytes, [&](const tBytes& x, const tBytes& y) __attribute__((always_inline)) {
-            return LimitedToAlpha(KwBlended(KwPick(taken, y, x), y, amounts));
-        });
+    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+        return KwLimitedToAlpha(KwBlended(KwPick(taken, y, x), y, amounts));
+    });
 }
+constexpr CKwBodies kChannelsRow(KwClones<ChannelsRow>);
 
 /// Four bytes of a pixel as its word.
 std::uint32_t Word(std::uint8_t blue, std::uint8_t green, std::uint8_t red, std::uint8_t alpha) {
@@ -202,15 +171,113 @@ std::uint32_t ColorOf(const tDISSOLVEPROP& record) {
     return Word(level(record.blue), level(record.green), level(record.red), KwByte(KwTrunc(record.alpha * 255.0)));
 }
 
-} // namespace
+struct tPixelInts {
+    int b, g, r, a;
+};
 
-HRESULT KwDibDissolve(const tView& out, const tView& first, const tView& second, const tDISSOLVEPROP& record,
-                      float progress) {
-    if (record.mode < 0 || record.mode > 9) return S_OK;
-    tRows o, a, b, oAgain;
-    if (const HRESULT status = KwDibResolvePair(out, first, 4, o, a); FAILED(status)) return status;
-    if (const HRESULT status = KwDibResolvePair(out, second, 4, oAgain, b); FAILED(status)) return status;
+tPixelInts Ints(const tPixel8& p) {
+    return {p.b, p.g, p.r, p.a};
+}
+int Lerp(int x, int y, int f) {
+    return x + (y - x) * f / 256;
+}
 
+/// The ten rules, one pixel at a time: the definition.
+class CDissolveRule {
+  public:
+    CDissolveRule(const tDISSOLVEPROP& record, float progress)
+        : m_record(record), m_t(KwClamp(KwTrunc(double{progress} * 1024 + 0.5), 0, 1024)),
+          m_q(KwTrunc(double{progress} * 255 + 0.5) & 255) {
+        const double f[] = {1 + record.blue, 1 + record.green, 1 + record.red, 1 + record.alpha};
+        std::int32_t most = INT32_MIN;
+        for (const double s : f) most = std::max(most, KwTrunc(255 / s));
+        const int u = KwTrunc(most * double{progress} + 0.5) & 255, v = KwByte(KwWrap32(std::int64_t{most} - u));
+        for (int c = 0; c < 4; ++c) {
+            m_u[c] = KwClamp(KwTrunc(u * f[c]), 0, 255);
+            m_v[c] = KwClamp(KwTrunc(v * f[c]), 0, 255);
+        }
+    }
+
+    tPixel8 operator()(const tPixel8& first, const tPixel8& second) const {
+        const tPixelInts A = Ints(first), B = Ints(second);
+        tPixelInts O{};
+        bool limited = true;
+        const auto each = [&](auto rule) {
+            O.a = rule(A.a, B.a, 3);
+            O.b = rule(A.b, B.b, 0);
+            O.g = rule(A.g, B.g, 1);
+            O.r = rule(A.r, B.r, 2);
+        };
+        const int k = m_t < 512 ? 2 * m_t : (1024 - m_t) * 2;
+        switch (m_record.mode) {
+        case 0:
+            each([&](int a, int b, int) {
+                return m_t < 512 ? std::min(255, a + (b * k >> 10)) : std::min(255, b + (a * k >> 10));
+            });
+            limited = false;
+            break;
+        case 1:
+            each(
+                [&](int a, int b, int) { return m_t < 512 ? std::abs(a - b * k / 1024) : std::abs(b - a * k / 1024); });
+            O.a = Lerp(A.a, B.a, m_q);
+            break;
+        case 2:
+            each([&](int a, int b, int) { return std::abs((a + b) * m_t / 1024 - a); });
+            O.a = Lerp(A.a, B.a, m_q);
+            break;
+        case 3:
+            each([&](int a, int b, int c) { return std::min(255, std::max(0, a - m_u[c]) + std::max(0, b - m_v[c])); });
+            break;
+        case 4:
+            each([&](int a, int b, int c) { return a < b ? std::min(b, a + m_u[c]) : std::max(b, a - m_u[c]); });
+            break;
+        case 5:
+            return m_t < (A.r + A.g + A.b) * 4 / 3 ? first : second;
+        case 6:
+            return (B.r + B.g + B.b) * 4 / 3 < 1024 - m_t ? first : second;
+        case 7: {
+            const int grey = (A.r + A.g + A.b + B.r + B.g + B.b) / 6;
+            each([&](int a, int b, int) {
+                return m_q < 127 ? Lerp(a, grey, std::min(255, 2 * m_q))
+                                 : Lerp(grey, b, KwClamp(2 * m_q - 254, 0, 255));
+            });
+            O.a = Lerp(A.a, B.a, m_q);
+            limited = false;
+            break;
+        }
+        case 8: {
+            const double alpha = m_record.alpha;
+            const int color[] = {KwTrunc(m_record.blue * alpha * 255) & 255,
+                                 KwTrunc(m_record.green * alpha * 255) & 255, KwTrunc(m_record.red * alpha * 255) & 255,
+                                 KwTrunc(alpha * 255) & 255};
+            each([&](int a, int b, int c) {
+                return m_q < 127 ? Lerp(a, color[c], 2 * m_q & 255) : Lerp(color[c], b, (m_q - 127) * 2 & 255);
+            });
+            break;
+        }
+        case 9:
+            O = m_q < 85    ? tPixelInts{A.b, A.g, Lerp(A.r, B.r, m_q * 3 & 255), 0}
+                : m_q < 170 ? tPixelInts{A.b, Lerp(A.g, B.g, (m_q - 85) * 3), B.r, 0}
+                            : tPixelInts{Lerp(A.b, B.b, (m_q - 170) * 3), B.g, B.r, 0};
+            O.a = Lerp(A.a, B.a, m_q);
+            break;
+        }
+        const auto byte = [&](int v) { return static_cast<std::uint8_t>(limited ? std::min(v, O.a) : v); };
+        return {byte(O.b), byte(O.g), byte(O.r), static_cast<std::uint8_t>(O.a)};
+    }
+
+  private:
+    tDISSOLVEPROP m_record;
+    int m_t, m_q, m_u[4], m_v[4];
+};
+
+void DissolvePlain(const tRows& o, tRows a, tRows b, const tDISSOLVEPROP& record, float progress) {
+    const CDissolveRule rule(record, progress);
+    for (LONG y = 0; y < o.height; ++y)
+        for (LONG x = 0; x < o.width; ++x) o.Row<tPixel8>(y)[x] = rule(a.Row<tPixel8>(y)[x], b.Row<tPixel8>(y)[x]);
+}
+
+void DissolveFast(const tRows& o, tRows a, tRows b, const tDISSOLVEPROP& record, float progress) {
     const double p = progress;
     tMix m;
     m.t = KwClamp(KwTrunc(p * 1024.0 + 0.5), 0, 1024);
@@ -222,35 +289,35 @@ HRESULT KwDibDissolve(const tView& out, const tView& first, const tView& second,
         m.amounts = static_cast<std::uint32_t>(colour) * 0x010101 | alpha << 24;
     };
 
-    auto row = AddRow;
+    const auto* row = &kAddRow;
     switch (record.mode) {
     case 1:
-        row = late ? SubtractLateRow : SubtractRow;
+        row = late ? &kSubtractLateRow : &kSubtractRow;
         break;
     case 2:
-        row = CrossSubtractRow;
+        row = &kCrossSubtractRow;
         m.share = m.t;
         break;
     case 3:
-        row = BleedRow;
+        row = &kBleedRow;
         SetSpeeds(m, record, p);
         break;
     case 4:
-        row = MorphRow;
+        row = &kMorphRow;
         SetSpeeds(m, record, p);
         break;
     case 5:
-        row = ThresholdDissolveRow;
+        row = &kThresholdDissolveRow;
         break;
     case 6:
-        row = ThresholdAppearRow;
+        row = &kThresholdAppearRow;
         break;
     case 7:
-        row = q < 127 ? ToGreyRow : FromGreyRow;
+        row = q < 127 ? &kToGreyRow : &kFromGreyRow;
         all(q < 127 ? 2 * q : std::min(2 * q - 254, 255), m.q);
         break;
     case 8: {
-        row = q < 127 ? ToColorRow : FromColorRow;
+        row = q < 127 ? &kToColorRow : &kFromColorRow;
         const std::uint8_t h = KwByte(q < 127 ? 2 * q : (q - 127) * 2); // wraps at the last step
         all(h, h);
         m.first = ColorOf(record);
@@ -259,7 +326,7 @@ HRESULT KwDibDissolve(const tView& out, const tView& first, const tView& second,
     case 9: {
         // Phases of 85 steps, red first.
         const int phase = std::min(q / 85, 2), shift = 16 - 8 * phase;
-        row = ChannelsRow;
+        row = &kChannelsRow;
         m.amounts = static_cast<std::uint32_t>((q - 85 * phase) * 3) << shift | m.q << 24;
         m.taken = phase == 0 ? 0 : phase == 1 ? 0x00FF0000 : 0x00FFFF00;
         break;
@@ -268,8 +335,24 @@ HRESULT KwDibDissolve(const tView& out, const tView& first, const tView& second,
         break;
     }
     if (record.mode <= 1 && late) std::swap(a, b);
-    const std::ptrdiff_t bytes = std::ptrdiff_t{std::min(o.width, oAgain.width)} * 4;
-    for (LONG y = 0; y < std::min(o.height, oAgain.height); ++y)
-        row(o.Row<std::uint8_t>(y), a.Row<std::uint8_t>(y), b.Row<std::uint8_t>(y), bytes, m);
+    const std::ptrdiff_t bytes = std::ptrdiff_t{o.width} * 4;
+    for (LONG y = 0; y < o.height; ++y)
+        (*row)(o.Row<std::uint8_t>(y), a.Row<std::uint8_t>(y), b.Row<std::uint8_t>(y), bytes, m);
+}
+
+constexpr CKwBodies kDissolve(DissolvePlain, tKwBody{eKwLevel::Base, &DissolveFast});
+
+} // namespace
+
+HRESULT KwDibDissolve(const tView& out, const tView& first, const tView& second, const tDISSOLVEPROP& record,
+                      float progress) {
+    if (record.mode < 0 || record.mode > 9) return S_OK;
+    tRows o, a, b, oAgain;
+    if (const HRESULT status = KwDibResolvePair(out, first, 4, o, a); FAILED(status)) return status;
+    if (const HRESULT status = KwDibResolvePair(out, second, 4, oAgain, b); FAILED(status)) return status;
+
+    o.width = std::min(o.width, oAgain.width);
+    o.height = std::min(o.height, oAgain.height);
+    kDissolve(o, a, b, record, progress);
     return S_OK;
 }

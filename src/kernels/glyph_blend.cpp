@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 namespace {
@@ -25,22 +25,24 @@ inline std::uint32_t Share(std::uint32_t weight, std::uint32_t coverage) {
     return (product + 1 + (product >> 8)) >> 8;
 }
 
-KWCLONES void Cover(std::uint8_t* out, const std::uint8_t* row, const std::uint8_t* above, LONG count,
-                    tWeights weights) {
+KWINLINE inline void Cover(std::uint8_t* out, const std::uint8_t* row, const std::uint8_t* above, LONG count,
+                           tWeights weights) {
     for (LONG i = 0; i < count; ++i) {
         const std::uint32_t sum = Share(weights.same, row[i]) + Share(weights.left, row[i - 1]) +
                                   Share(weights.upper, above[i]) + Share(weights.upperLeft, above[i - 1]);
         out[i] = static_cast<std::uint8_t>(sum < 255 ? sum : 255);
     }
 }
+constexpr CKwBodies kCover(KwClones<Cover>);
 
-KWCLONES void Strengthen(tAnyWord* pixels, std::uint8_t* levels, LONG count, DWORD flip) {
+KWINLINE inline void Strengthen(tAnyWord* pixels, std::uint8_t* levels, LONG count, DWORD flip) {
     std::uint8_t present[kChunk * 4];
     auto* const words = reinterpret_cast<tAnyWord*>(present);
     for (LONG i = 0; i < count; ++i) words[i] = pixels[i] ^ flip;
     for (LONG i = 0; i < count * 4; ++i) present[i] = present[i] > levels[i] ? present[i] : levels[i];
     for (LONG i = 0; i < count; ++i) pixels[i] = words[i] ^ flip;
 }
+constexpr CKwBodies kStrengthen(KwClones<Strengthen>);
 
 } // namespace
 
@@ -70,10 +72,10 @@ void KwDrawGlyph(const tRows& picture, const tGlyphBox& glyph, float x, float y,
             const LONG count = static_cast<LONG>(std::min<std::int64_t>(kChunk, endX - i));
             std::uint8_t covers[kChunk];
             DWORD levels[kChunk];
-            Cover(covers, row + i, row + i - glyph.stride, count, weights);
+            kCover(covers, row + i, row + i - glyph.stride, count, weights);
             for (LONG k = 0; k < count; ++k) levels[k] = colors.levels[covers[k]];
-            Strengthen(KwWordRow(picture, static_cast<LONG>(top + j)) + (left + i),
-                       reinterpret_cast<std::uint8_t*>(levels), count, colors.flip);
+            kStrengthen(KwWordRow(picture, static_cast<LONG>(top + j)) + (left + i),
+                        reinterpret_cast<std::uint8_t*>(levels), count, colors.flip);
         }
     }
 }

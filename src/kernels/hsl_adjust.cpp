@@ -1,33 +1,33 @@
 #include "kernels/hsl_adjust.h"
 
-#include "kernels/clones.h"
-#include <bit>
 #include <cmath>
 
+#include "base/bodies.h"
 #include "kernels/color_model.h"
-#include "kernels/cpu.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
-#include "kernels/wide.h"
 
 namespace {
 
-[[gnu::always_inline]] inline void Adjust(tHSLADOUBLE& hsl, const tHSLADJUSTPROP& by) {
+KWINLINE inline void Adjust(tHSLADOUBLE& hsl, const tHSLADJUSTPROP& by) {
     hsl.hue += by.addHue;
     if (hsl.hue > 1.0) hsl.hue -= 1.0;
     hsl.saturation = KwClamp(hsl.saturation * by.saturation, 0.0, 1.0);
     hsl.luminance = KwClamp(hsl.luminance * by.luminance, 0.0, 1.0);
 }
 
-void AdjustRow8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        tPixel8 pixel = std::bit_cast<tPixel8>(std::uint32_t{s[i]});
+void AdjustPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        tPixel8 pixel{s[i], s[i + 1], s[i + 2], s[i + 3]};
         const std::uint8_t alpha = pixel.a;
         tHSLADOUBLE hsl;
         KwPixelToHsl(hsl, pixel);
         Adjust(hsl, by);
         KwHslToPixel(pixel, hsl);
-        pixel = {std::min(pixel.b, alpha), std::min(pixel.g, alpha), std::min(pixel.r, alpha), alpha};
-        d[i] = std::bit_cast<std::uint32_t>(pixel);
+        d[i] = std::min(pixel.b, alpha);
+        d[i + 1] = std::min(pixel.g, alpha);
+        d[i + 2] = std::min(pixel.r, alpha);
+        d[i + 3] = alpha;
     }
 }
 
@@ -49,28 +49,28 @@ struct tLevels {
     tHalfWholes sextant;
 };
 
-[[gnu::always_inline]] inline tReals RealsOf(const tHalfWholes& v) {
+KWINLINE inline tReals RealsOf(const tHalfWholes& v) {
     return __builtin_convertvector(v, tReals);
 }
 template <int kPart>
-[[gnu::always_inline]] inline tReals Part(const tWholes& v) {
+KWINLINE inline tReals Part(const tWholes& v) {
     constexpr int k = kPart * 8;
     return RealsOf(__builtin_shufflevector(v, v, k, k + 1, k + 2, k + 3, k + 4, k + 5, k + 6, k + 7));
 }
-[[gnu::always_inline]] inline tWholes Joined(const tHalfWholes& a, const tHalfWholes& b) {
+KWINLINE inline tWholes Joined(const tHalfWholes& a, const tHalfWholes& b) {
     return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
 }
-[[gnu::always_inline]] inline tHalfWholes Truncated(const tReals& v) {
+KWINLINE inline tHalfWholes Truncated(const tReals& v) {
     return __builtin_convertvector(v, tHalfWholes);
 }
-[[gnu::always_inline]] inline tReals Limited(const tReals& v) {
+KWINLINE inline tReals Limited(const tReals& v) {
     return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v;
 }
 
 /// Each operation is that of the plain form on the same operands, or has an exact result, so the bytes are the same.
 /// Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six parts and all conversions fit.
 template <int kPart>
-[[gnu::always_inline]] inline tLevels Adjusted(const tHues& hues, const tHSLADJUSTPROP& by) {
+KWINLINE inline tLevels Adjusted(const tHues& hues, const tHSLADJUSTPROP& by) {
     constexpr double kUnit = 0.00392156862745098;
     const tReals one = tReals{} + 1.0;
     const tReals mx = Part<kPart>(hues.top) * kUnit, mn = Part<kPart>(hues.bottom) * kUnit;
@@ -99,41 +99,42 @@ template <int kPart>
     return levels;
 }
 
-KWCLONES void AdjustRowWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
-    KwForWide(
-        d, s, count, [&by](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) {
-            const tWholes word = reinterpret_cast<tWholes>(pixels), none = word ^ word;
-            const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
-            const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
-            tHues hues;
-            hues.top = larger > b ? larger : b;
-            hues.bottom = smaller < b ? smaller : b;
-            hues.middle = r + g + b - hues.top - hues.bottom;
-            // Red, green and blue stand at 0, 2 and 4; the hue lies before or behind the largest of them. A grey is at
-            // 0.
-            const tWholes next = r == hues.top ? g : g == hues.top ? b : r;
-            const tWholes base = r == hues.top ? none : g == hues.top ? none + 2 : none + 4;
-            hues.falls = next != hues.bottom ? none + 1 : none;
-            const tWholes from = base - 1 + hues.falls * 2;
-            hues.from = hues.top == hues.bottom ? none : from < 0 ? none + 5 : from;
+KWINLINE inline void AdjustWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
+                                 const tHSLADJUSTPROP& by) {
+    KwForBlocks(d, count * 4, s, [&by](const tBytes& pixels) KWINLINE {
+        const tWholes word = reinterpret_cast<tWholes>(pixels), none = word ^ word;
+        const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
+        const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
+        tHues hues;
+        hues.top = larger > b ? larger : b;
+        hues.bottom = smaller < b ? smaller : b;
+        hues.middle = r + g + b - hues.top - hues.bottom;
+        // Red, green and blue stand at 0, 2 and 4; the hue lies before or behind the largest of them. A grey is at
+        // 0.
+        const tWholes next = r == hues.top ? g : g == hues.top ? b : r;
+        const tWholes base = r == hues.top ? none : g == hues.top ? none + 2 : none + 4;
+        hues.falls = next != hues.bottom ? none + 1 : none;
+        const tWholes from = base - 1 + hues.falls * 2;
+        hues.from = hues.top == hues.bottom ? none : from < 0 ? none + 5 : from;
 
-            const tLevels first = Adjusted<0>(hues, by), second = Adjusted<1>(hues, by);
-            const tWholes sextant = Joined(first.sextant, second.sextant);
-            const tWholes high = Joined(first.high, second.high), low = Joined(first.low, second.low);
-            const tWholes between = Joined(first.between, second.between);
-            // Red is the highest channel in the sixths 0 and 5, the lowest in 2 and 3; green follows two sixths behind,
-            // and blue two behind that. The end of the circle has the colour of its start.
-            const tWholes sixth = sextant < 5 ? sextant : none + 5;
-            const auto channel = [&](int shift) __attribute__((always_inline)) {
-                const tWholes moved = sixth - shift, place = moved < 0 ? moved + 6 : moved;
-                const tWholes mirrored = 5 - place, distance = place < mirrored ? place : mirrored;
-                return distance == 0 ? high : distance == 1 ? between : low;
-            };
-            const tWholes red = channel(0), green = channel(2), blue = channel(4);
-            const tWideBytes colors = reinterpret_cast<tWideBytes>(red << 16 | green << 8 | blue);
-            return KwWideWithAlpha(KwWideMin(colors, KwWideAlpha(pixels)), pixels);
-        });
+        const tLevels first = Adjusted<0>(hues, by), second = Adjusted<1>(hues, by);
+        const tWholes sextant = Joined(first.sextant, second.sextant);
+        const tWholes high = Joined(first.high, second.high), low = Joined(first.low, second.low);
+        const tWholes between = Joined(first.between, second.between);
+        // Red is the highest channel in the sixths 0 and 5, the lowest in 2 and 3; green follows two sixths behind,
+        // and blue two behind that. The end of the circle has the colour of its start.
+        const tWholes sixth = sextant < 5 ? sextant : none + 5;
+        const auto channel = [&](int shift) KWINLINE {
+            const tWholes moved = sixth - shift, place = moved < 0 ? moved + 6 : moved;
+            const tWholes mirrored = 5 - place, distance = place < mirrored ? place : mirrored;
+            return distance == 0 ? high : distance == 1 ? between : low;
+        };
+        const tWholes red = channel(0), green = channel(2), blue = channel(4);
+        const tBytes colors = reinterpret_cast<tBytes>(red << 16 | green << 8 | blue);
+        return KwWithAlpha(KwSmaller(colors, KwAlphas(pixels)), pixels);
+    });
 }
+constexpr CKwBodies kAdjustRow8(AdjustPlain8, KwClones<AdjustWide8>);
 
 void AdjustRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4) {
@@ -160,13 +161,12 @@ HRESULT KwDibHslAdjust(const tView& destination, const tView& source, LONG bytes
         return status;
     const bool tame = record->addHue >= 0.0 && record->addHue <= 1.0 && std::isfinite(record->saturation) &&
                       std::isfinite(record->luminance);
+    const auto row8 = tame ? kAdjustRow8.Now() : AdjustPlain8;
     for (LONG y = 0; y < d.height; ++y) {
-        if (bytesPerPixel != 4)
-            AdjustRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, *record);
-        else if (tame && KwFastPaths())
-            AdjustRowWide8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, *record);
+        if (bytesPerPixel == 4)
+            row8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, *record);
         else
-            AdjustRow8(KwWordRow(d, y), KwWordRow(s, y), d.width, *record);
+            AdjustRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, *record);
     }
     return S_OK;
 }

@@ -4,13 +4,11 @@
 #include <cstring>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
-#include "kernels/cpu.h"
+#include "base/bodies.h"
 #include "kernels/unaligned.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
-#define KW_VBMI __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi")))
 #endif
 
 namespace {
@@ -18,19 +16,9 @@ namespace {
 /// Tables in the order of the channels in memory; a null one leaves its channel alone.
 using tTables = std::array<const std::uint8_t*, 4>;
 
-template <bool kMapAlpha, bool kLimit>
-void LutRow8(tPixel8* d, const tPixel8* s, std::ptrdiff_t count, const std::uint8_t* table) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const tPixel8 in = s[i];
-        const std::uint8_t a = kMapAlpha ? table[in.a] : in.a;
-        const auto map = [table, a](std::uint8_t c) { return kLimit ? std::min(table[c], a) : table[c]; };
-        d[i] = {map(in.b), map(in.g), map(in.r), a};
-    }
-}
-
-/// Any choice of channels.
-void LutSomeRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
-                 unsigned channels, bool limit) {
+/// The definition, for any choice of channels.
+void LutPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+               unsigned channels, bool limit) {
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
         const auto map = [&](unsigned c) { return channels >> c & 1 ? table[s[i + c]] : s[i + c]; };
         const std::uint8_t a = map(3), top = limit ? a : 255;
@@ -41,83 +29,123 @@ void LutSomeRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, c
     }
 }
 
-void LutsRow8(std::uint8_t* p, std::ptrdiff_t count, const tTables& tables) {
-    for (std::size_t c = 0; c < 4; ++c)
-        if (const std::uint8_t* const table = tables[c])
-            for (std::ptrdiff_t i = 0; i < count; ++i)
-                p[i * 4 + std::ptrdiff_t(c)] = table[p[i * 4 + std::ptrdiff_t(c)]];
+template <bool kMapAlpha, bool kLimit>
+void LutColors8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
+        const std::uint8_t b = s[i], g = s[i + 1], r = s[i + 2], a = kMapAlpha ? table[s[i + 3]] : s[i + 3];
+        const auto map = [table, a](std::uint8_t c) { return kLimit ? std::min(table[c], a) : table[c]; };
+        d[i] = map(b);
+        d[i + 1] = map(g);
+        d[i + 2] = map(r);
+        d[i + 3] = a;
+    }
+}
+
+/// The usual choices without a question for each pixel.
+void LutLoop8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+              unsigned channels, bool limit) {
+    if (channels == kMapColors)
+        (limit ? LutColors8<false, true> : LutColors8<false, false>)(d, s, count, table);
+    else if (channels == kMapAll)
+        (limit ? LutColors8<true, true> : LutColors8<true, false>)(d, s, count, table);
+    else
+        LutPlain8(d, s, count, table, channels, limit);
 }
 
 #if defined(__x86_64__)
 
-/// 256 entries in four registers; two permutations look up 128 each, and the top bit of the index chooses.
-struct tTable512 {
-    __m512i part[4];
-};
+#define KW_V3 [[gnu::target("arch=x86-64-v3")]]
 
-KW_VBMI [[gnu::always_inline]] inline tTable512 LoadTable(const std::uint8_t* table) {
-    return {{_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
-             _mm512_loadu_si512(table + 192)}};
+/// A byte for each channel of `channels`, 255 or 0, as one pixel.
+constexpr std::int32_t Mask(unsigned channels) {
+    std::uint32_t mask = 0;
+    for (unsigned c = 0; c < 4; ++c) mask |= channels >> c & 1 ? 0xFFu << c * 8 : 0;
+    return static_cast<std::int32_t>(mask);
 }
 
-KW_VBMI [[gnu::always_inline]] inline __m512i Lookup(const tTable512& table, __m512i index) {
-    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index),
-                                  _mm512_permutex2var_epi8(table.part[0], index, table.part[1]),
-                                  _mm512_permutex2var_epi8(table.part[2], index, table.part[3]));
-}
-
-constexpr __mmask64 kBlueBytes = 0x1111111111111111; // one bit a byte; shift left for the next channels
-
-/// Calls `body(offset, valid)` for blocks of 64 bytes, the bytes to touch in `valid`. All blocks but the first begin
-/// where `p` is aligned, if the pixels allow it: a third faster on memory that is not.
-template <class Body>
-KW_VBMI [[gnu::always_inline]] inline void ForBlocks(const std::uint8_t* p, std::ptrdiff_t bytes, Body body) {
-    const std::ptrdiff_t head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(p) % 64);
-    std::ptrdiff_t step = head % 4 == 0 && head > 0 ? head : 64;
-    for (std::ptrdiff_t at = 0; at < bytes; at += step, step = 64)
-        body(at, ~__mmask64{0} >> (64 - std::min(step, bytes - at)));
-}
-
-KW_VBMI void LutRowVbmi(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
-                        unsigned channels, bool limit) {
-    const tTable512 entries = LoadTable(table);
-    __mmask64 keep = 0;
-    for (unsigned c = 0; c < 4; ++c)
-        if (!(channels >> c & 1)) keep |= kBlueBytes << c;
-    const __mmask64 limited = limit ? ~(kBlueBytes << 3) : 0;
-    const __m512i alphaOfPixel = _mm512_set4_epi32(0x0F0F0F0F, 0x0B0B0B0B, 0x07070707, 0x03030303);
-    ForBlocks(
-        d, count * 4, [&](std::ptrdiff_t at, __mmask64 valid) KW_VBMI __attribute__((always_inline)) {
-            const __m512i in = _mm512_maskz_loadu_epi8(valid, s + at);
-            __m512i out = _mm512_mask_mov_epi8(Lookup(entries, in), keep, in);
-            out = _mm512_mask_min_epu8(out, limited, out, _mm512_shuffle_epi8(out, alphaOfPixel));
-            _mm512_mask_storeu_epi8(d + at, valid, out);
-        });
-}
-
-KW_VBMI void LutsRowVbmi(std::uint8_t* p, std::ptrdiff_t count, const tTables& tables) {
-    std::array<bool, 4> done{};
-    for (std::size_t c = 0; c < 4; ++c) {
-        if (!tables[c] || done[c]) continue;
-        __mmask64 mapped = 0; // all channels that share this table in one walk
-        for (std::size_t other = c; other < 4; ++other)
-            if (tables[other] == tables[c]) {
-                mapped |= kBlueBytes << other;
-                done[other] = true;
-            }
-        const tTable512 entries = LoadTable(tables[c]);
-        ForBlocks(
-            p, count * 4, [&](std::ptrdiff_t at, __mmask64 valid) KW_VBMI __attribute__((always_inline)) {
-                _mm512_mask_storeu_epi8(p + at, valid & mapped,
-                                        Lookup(entries, _mm512_maskz_loadu_epi8(valid, p + at)));
-            });
+/// 16 shuffles look up 16 entries each. A shuffle gives 0 where the top bit of an index is set, so of indices that fall
+/// by 16 a step all steps up to the entry's own give something: each table holds its difference to the one before it,
+/// and the sum of differences is the entry. Indices from 128 on go through a second chain.
+KW_V3 void LutShuffle8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+                       unsigned channels, bool limit) {
+    __m256i parts[16];
+    for (int k = 0; k < 16; ++k) {
+        const auto* const at = reinterpret_cast<const __m128i*>(table) + k;
+        const __m128i own = _mm_loadu_si128(at);
+        parts[k] = _mm256_broadcastsi128_si256(k % 8 ? _mm_xor_si128(own, _mm_loadu_si128(at - 1)) : own);
+    }
+    const __m256i mapped = _mm256_set1_epi32(Mask(channels)), limited = _mm256_set1_epi32(limit ? Mask(kMapColors) : 0);
+    const __m256i alphas = _mm256_broadcastsi128_si256(_mm_set_epi32(0x0F0F0F0F, 0x0B0B0B0B, 0x07070707, 0x03030303));
+    const __m256i step = _mm256_set1_epi8(16), half = _mm256_set1_epi8(-128);
+    for (std::ptrdiff_t at = 0; at < count * 4; at += 32) {
+        const auto bytes = static_cast<std::size_t>(std::min<std::ptrdiff_t>(32, count * 4 - at));
+        __m256i in{};
+        if (bytes == 32)
+            in = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + at));
+        else
+            std::memcpy(&in, s + at, bytes);
+        __m256i low = in, high = _mm256_xor_si256(in, half), out = _mm256_setzero_si256();
+        for (int k = 0; k < 8; ++k) {
+            out = _mm256_xor_si256(
+                out, _mm256_xor_si256(_mm256_shuffle_epi8(parts[k], low), _mm256_shuffle_epi8(parts[k + 8], high)));
+            low = _mm256_subs_epi8(low, step);
+            high = _mm256_subs_epi8(high, step);
+        }
+        out = _mm256_blendv_epi8(in, out, mapped);
+        out = _mm256_blendv_epi8(out, _mm256_min_epu8(out, _mm256_shuffle_epi8(out, alphas)), limited);
+        if (bytes == 32)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + at), out);
+        else
+            std::memcpy(d + at, &out, bytes);
     }
 }
 
+#define KW_VBMI [[gnu::target("arch=x86-64-v4,avx512vbmi")]]
+
+/// Two permutations look up 128 entries each, and the top bit of the index chooses. Blocks begin where the target is
+/// aligned, if the pixels allow it: a third faster on memory that is not.
+KW_VBMI void LutPermute8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+                         unsigned channels, bool limit) {
+    const __m512i parts[] = {_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
+                             _mm512_loadu_si512(table + 192)};
+    const auto bits = [](unsigned which) { return 0x1111111111111111 * (which & 15); };
+    const __mmask64 keep = bits(~channels), limited = limit ? bits(kMapColors) : 0;
+    const __m512i alphas = _mm512_set4_epi32(0x0F0F0F0F, 0x0B0B0B0B, 0x07070707, 0x03030303);
+    const std::ptrdiff_t bytes = count * 4,
+                         head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(d) % 64);
+    std::ptrdiff_t step = head % 4 == 0 && head > 0 ? head : 64;
+    for (std::ptrdiff_t at = 0; at < bytes; at += step, step = 64) {
+        const __mmask64 valid = ~__mmask64{0} >> (64 - std::min(step, bytes - at));
+        const __m512i in = _mm512_maskz_loadu_epi8(valid, s + at);
+        __m512i out = _mm512_mask_blend_epi8(_mm512_movepi8_mask(in), _mm512_permutex2var_epi8(parts[0], in, parts[1]),
+                                             _mm512_permutex2var_epi8(parts[2], in, parts[3]));
+        out = _mm512_mask_mov_epi8(out, keep, in);
+        out = _mm512_mask_min_epu8(out, limited, out, _mm512_shuffle_epi8(out, alphas));
+        _mm512_mask_storeu_epi8(d + at, valid, out);
+    }
+}
+
+constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8}, tKwBody{eKwLevel::V3, &LutShuffle8},
+                             tKwBody{eKwLevel::Vbmi, &LutPermute8});
+
+#else
+constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8});
 #endif
 
+/// Channels that share a table are mapped in one walk.
+void LutsRow8(std::uint8_t* p, std::ptrdiff_t count, const tTables& tables) {
+    unsigned done = 0;
+    for (unsigned c = 0; c < 4; ++c) {
+        if (!tables[c] || done >> c & 1) continue;
+        unsigned channels = 0;
+        for (unsigned other = c; other < 4; ++other) channels |= (tables[other] == tables[c]) << other;
+        kLutRow8(p, p, count, tables[c], channels, false);
+        done |= channels;
+    }
+}
+
 template <class Entry>
-[[gnu::always_inline]] inline float LookupFloat(const void* table, float value) {
+KWINLINE inline float LookupFloat(const void* table, float value) {
     constexpr double kTop = sizeof(Entry) == 1 ? 255.0 : 65535.0;
     constexpr float kUnit = sizeof(Entry) == 1 ? 0.003921569f : 1.5259022e-5f;
     const double at = value * kTop;
@@ -151,13 +179,14 @@ void LutsRowFloat(tAnyFloat* p, std::ptrdiff_t count, const tTables& tables) {
                 p[i * 4 + std::ptrdiff_t(c)] = LookupFloat<Entry>(tables[c], p[i * 4 + std::ptrdiff_t(c)]);
 }
 
-KWCLONES void BrightnessRowFloat(tAnyFloat* p, std::ptrdiff_t count, float amount) {
+KWINLINE inline void BrightnessRowFloat(tAnyFloat* p, std::ptrdiff_t count, float amount) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float a = KwClamp(amount + p[i * 4 + 3], 0.0f, 1.0f);
         p[i * 4 + 3] = a;
         for (int c = 0; c < 3; ++c) p[i * 4 + c] = KwClamp(amount + p[i * 4 + c], 0.0f, a);
     }
 }
+constexpr CKwBodies kBrightnessRowFloat(KwClones<BrightnessRowFloat>);
 
 /// Sets each of `count` entries to `value(index)`, cut to the entry's type.
 template <class Entry, class Value>
@@ -179,18 +208,7 @@ bool Refused(void* table, LONG low, LONG high, LONG bytesPerPixel) {
 
 void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const std::uint8_t* table,
               unsigned channels, bool limitToAlpha) {
-#if defined(__x86_64__)
-    if (KwFastPaths() && KwCpuPermutesBytes())
-        return LutRowVbmi(destination, source, count, table, channels, limitToAlpha);
-#endif
-    auto* const d = reinterpret_cast<tPixel8*>(destination);
-    const auto* const s = reinterpret_cast<const tPixel8*>(source);
-    if (channels == kMapColors)
-        (limitToAlpha ? LutRow8<false, true> : LutRow8<false, false>)(d, s, count, table);
-    else if (channels == kMapAll)
-        (limitToAlpha ? LutRow8<true, true> : LutRow8<true, false>)(d, s, count, table);
-    else
-        LutSomeRow8(destination, source, count, table, channels, limitToAlpha);
+    kLutRow8(destination, source, count, table, channels, limitToAlpha);
 }
 
 HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPerPixel, const void* table,
@@ -226,11 +244,7 @@ HRESULT KwDibApplyLuts(const tView& view, LONG bytesPerPixel, const void* red, c
         for (LONG y = 0; y < rows.height; ++y) row(KwFloatRow(rows, y), rows.width, tables);
         return S_OK;
     }
-    auto row = LutsRow8;
-#if defined(__x86_64__)
-    if (KwFastPaths() && KwCpuPermutesBytes()) row = LutsRowVbmi;
-#endif
-    for (LONG y = 0; y < rows.height; ++y) row(rows.Row<std::uint8_t>(y), rows.width, tables);
+    for (LONG y = 0; y < rows.height; ++y) LutsRow8(rows.Row<std::uint8_t>(y), rows.width, tables);
     return S_OK;
 }
 
@@ -247,7 +261,7 @@ HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount) {
     }
     tRows rows;
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
-    for (LONG y = 0; y < rows.height; ++y) BrightnessRowFloat(KwFloatRow(rows, y), rows.width, amount);
+    for (LONG y = 0; y < rows.height; ++y) kBrightnessRowFloat(KwFloatRow(rows, y), rows.width, amount);
     return S_OK;
 }
 

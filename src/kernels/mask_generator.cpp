@@ -3,11 +3,11 @@
 #include <array>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/desaturate.h"
 #include "kernels/lut.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
-#include "kernels/wide.h"
 
 namespace {
 
@@ -37,14 +37,16 @@ int ChannelOf(LONG type) {
 }
 
 /// The source byte in all four channels.
-KWCLONES void SpreadChannel(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, int channel) {
-    const std::uint32_t shift = static_cast<std::uint32_t>(channel) * 8;
-    KwForWide(
-        d, s, count, [shift](const tWideBytes& pixels, std::ptrdiff_t) __attribute__((always_inline)) {
-            const tWideWords level = reinterpret_cast<tWideWords>(pixels) >> shift & 255;
-            return reinterpret_cast<tWideBytes>(level * 0x01010101u);
-        });
+void SpreadPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, int channel) {
+    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) d[i] = d[i + 1] = d[i + 2] = d[i + 3] = s[i + channel];
 }
+KWINLINE inline void SpreadWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, int channel) {
+    const std::uint32_t shift = static_cast<std::uint32_t>(channel) * 8;
+    KwForBlocks(d, count * 4, s, [shift](const tBytes& pixels) KWINLINE {
+        return KwSpread(reinterpret_cast<tWords>(pixels) >> shift & 255);
+    });
+}
+constexpr CKwBodies kSpreadChannel(SpreadPlain8, KwClones<SpreadWide8>);
 
 void MaskRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, int channel, bool invert,
                   const tCurve& curve) {
@@ -89,7 +91,7 @@ HRESULT KwDibMask(const tView& destination, const tView& source, LONG bytesPerPi
             if (channel < 0)
                 KwMeanRow(to, from, count);
             else
-                SpreadChannel(to, from, count, channel);
+                kSpreadChannel(to, from, count, channel);
             KwLutRow(to, to, count, table.data(), kMapAll, false);
         }
     return S_OK;

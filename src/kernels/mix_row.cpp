@@ -1,67 +1,85 @@
 #include "kernels/mix_row.h"
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 
 namespace {
 
 constexpr std::ptrdiff_t kBlock = 64; // pixels
 
 /// The blend rule on the absolute difference: the same truncation towards zero as of the signed one, in 16 bits.
-[[gnu::always_inline]] inline std::uint8_t Mix8(std::uint8_t x, std::uint8_t y, std::uint16_t w) {
+KWINLINE inline std::uint8_t Mix8(std::uint8_t x, std::uint8_t y, std::uint16_t w) {
     const auto gap = static_cast<std::uint16_t>(y > x ? y - x : x - y);
     const auto step = static_cast<std::uint16_t>(static_cast<std::uint16_t>(gap * w) >> 8);
     return static_cast<std::uint8_t>(y > x ? x + step : x - step);
 }
 
-[[gnu::always_inline]] inline float MixF(float x, float y, float w) {
+KWINLINE inline float MixF(float x, float y, float w) {
     const float mixed = KwBlendFloat(x, y, w);
     return w < 0.0f ? x : w > 1.0f ? y : mixed;
 }
 
-KWCLONES void MixRow8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, const std::uint16_t* w,
-                      std::ptrdiff_t count) {
+/// The definition of both 4-byte rows.
+std::uint8_t MixPlain8(std::uint8_t x, std::uint8_t y, std::uint16_t w) {
+    return KwByte(x + KwDiv256((y - x) * w));
+}
+
+void MixRowPlain8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, const std::uint16_t* w,
+                  std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = MixPlain8(a[i], b[i], w[i / 4]);
+}
+KWINLINE inline void MixRow8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, const std::uint16_t* w,
+                             std::ptrdiff_t count) {
     for (std::ptrdiff_t x = 0; x < count; x += kBlock) {
         const std::ptrdiff_t n = count - x < kBlock ? count - x : kBlock;
         std::uint16_t wide[kBlock * 4];
         for (std::ptrdiff_t i = 0; i < n; ++i)
             for (int c = 0; c < 4; ++c) wide[i * 4 + c] = w[x + i];
-#pragma GCC ivdep
+        KWNODEPENDENCE
         for (std::ptrdiff_t i = 0; i < n * 4; ++i) out[x * 4 + i] = Mix8(a[x * 4 + i], b[x * 4 + i], wide[i]);
     }
 }
+constexpr CKwBodies kMixRow8(MixRowPlain8, KwClones<MixRow8>);
 
-KWCLONES void MixRowF(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, const float* w, std::ptrdiff_t count) {
-#pragma GCC ivdep
+KWINLINE inline void MixRowF(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, const float* w,
+                             std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i)
         for (int c = 0; c < 4; ++c) out[i * 4 + c] = MixF(a[i * 4 + c], b[i * 4 + c], w[i]);
 }
+constexpr CKwBodies kMixRowF(KwClones<MixRowF>);
 
-KWCLONES void MixRowBy8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::uint16_t w,
-                        std::ptrdiff_t count) {
-#pragma GCC ivdep
+void MixRowByPlain8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::uint16_t w,
+                    std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = MixPlain8(a[i], b[i], w);
+}
+KWINLINE inline void MixRowBy8(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, std::uint16_t w,
+                               std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = Mix8(a[i], b[i], w);
 }
+constexpr CKwBodies kMixRowBy8(MixRowByPlain8, KwClones<MixRowBy8>);
 
-KWCLONES void MixRowByF(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, float w, std::ptrdiff_t count) {
-#pragma GCC ivdep
+KWINLINE inline void MixRowByF(tAnyFloat* out, const tAnyFloat* a, const tAnyFloat* b, float w, std::ptrdiff_t count) {
+    KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = MixF(a[i], b[i], w);
 }
+constexpr CKwBodies kMixRowByF(KwClones<MixRowByF>);
 
 } // namespace
 
 void KwMixRow(std::uint8_t* out, const std::uint8_t* first, const std::uint8_t* second, const std::uint16_t* weights,
               std::ptrdiff_t count) {
-    MixRow8(out, first, second, weights, count);
+    kMixRow8(out, first, second, weights, count);
 }
 void KwMixRow(tAnyFloat* out, const tAnyFloat* first, const tAnyFloat* second, const float* weights,
               std::ptrdiff_t count) {
-    MixRowF(out, first, second, weights, count);
+    kMixRowF(out, first, second, weights, count);
 }
 void KwMixRowBy(std::uint8_t* out, const std::uint8_t* first, const std::uint8_t* second, std::uint16_t weight,
                 std::ptrdiff_t count) {
-    MixRowBy8(out, first, second, weight, count);
+    kMixRowBy8(out, first, second, weight, count);
 }
 void KwMixRowBy(tAnyFloat* out, const tAnyFloat* first, const tAnyFloat* second, float weight, std::ptrdiff_t count) {
-    MixRowByF(out, first, second, weight, count);
+    kMixRowByF(out, first, second, weight, count);
 }

@@ -6,18 +6,17 @@
 #include <numeric>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/copy.h"
-#include "kernels/cpu.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
-#include "kernels/wide.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif
 
 void CKwR250::Seed(std::uint32_t seed) {
-    // The home platform's rand: the same grain for the same seed everywhere.
+    // A linear congruence of 31 bits, of which 15 are taken: the same grain for the same seed everywhere.
     std::uint32_t state = seed;
     const auto rand15 = [&state] {
         state = state * 214013u + 2531011u;
@@ -80,16 +79,17 @@ constexpr std::ptrdiff_t kBlock = 512; // pixels a step
 
 // Noise values stand three to a pixel in the order they were drawn: red, green, blue.
 
-KWCLONES void UniformNoise8(std::int32_t* noise, const std::uint32_t* random, std::ptrdiff_t count,
-                            std::int32_t level) {
+KWINLINE inline void UniformNoise8(std::int32_t* noise, const std::uint32_t* random, std::ptrdiff_t count,
+                                   std::int32_t level) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        // The product in 32 bits as the system has it, divided by 16384 towards zero.
+        // The product wraps to 32 bits and is divided by 16384 towards zero.
         const std::int32_t product =
             static_cast<std::int32_t>((static_cast<std::uint32_t>(static_cast<std::int32_t>(random[i] & 255) - 127)) *
                                       static_cast<std::uint32_t>(level));
         noise[i] = product / 16384;
     }
 }
+constexpr CKwBodies kUniformNoise8(KwClones<UniformNoise8>);
 
 // Gaussian noise for bytes. A pair is two numbers of 16 bits, and its coordinates are odd multiples of 1 / 65535:
 // whether it lies inside the circle shows exactly in whole numbers, since no such pair comes nearer to the circle than
@@ -99,8 +99,8 @@ KWCLONES void UniformNoise8(std::int32_t* noise, const std::uint32_t* random, st
 constexpr std::uint32_t kCircle = 65535u * 65535u;
 
 /// Pairs as u | v << 16, and whether each lies inside.
-KWCLONES void PackPairs(std::uint32_t* pairs, std::uint32_t* inside, const std::uint32_t* random,
-                        std::ptrdiff_t count) {
+KWINLINE inline void PackPairs(std::uint32_t* pairs, std::uint32_t* inside, const std::uint32_t* random,
+                               std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t u = random[i * 2] & 0xFFFF, v = random[i * 2 + 1] & 0xFFFF;
         const std::uint32_t x = u * 2 - 65535, y = v * 2 - 65535;
@@ -109,6 +109,7 @@ KWCLONES void PackPairs(std::uint32_t* pairs, std::uint32_t* inside, const std::
         inside[i] = (sum >= square) & (sum < kCircle); // a sum below its part has left 32 bits
     }
 }
+constexpr CKwBodies kPackPairs(KwClones<PackPairs>);
 
 /// Appends the pairs inside and returns their number; may write 16 words beyond the last.
 std::ptrdiff_t Append(std::uint32_t* out, const std::uint32_t* pairs, const std::uint32_t* inside,
@@ -122,8 +123,8 @@ std::ptrdiff_t Append(std::uint32_t* out, const std::uint32_t* pairs, const std:
 }
 
 #if defined(__x86_64__)
-__attribute__((target("avx512f,popcnt"))) std::ptrdiff_t AppendWide(std::uint32_t* out, const std::uint32_t* pairs,
-                                                                    const std::uint32_t* inside, std::ptrdiff_t count) {
+[[gnu::target("arch=x86-64-v4")]] std::ptrdiff_t AppendWide(std::uint32_t* out, const std::uint32_t* pairs,
+                                                            const std::uint32_t* inside, std::ptrdiff_t count) {
     std::ptrdiff_t done = 0;
     for (std::ptrdiff_t i = 0; i < count; i += 16) {
         const auto valid = static_cast<__mmask16>(0xFFFF >> (16 - std::min<std::ptrdiff_t>(16, count - i)));
@@ -133,20 +134,19 @@ __attribute__((target("avx512f,popcnt"))) std::ptrdiff_t AppendWide(std::uint32_
     }
     return done;
 }
+constexpr CKwBodies kAppend(Append, tKwBody{eKwLevel::V4, &AppendWide});
+#else
+constexpr CKwBodies kAppend(Append);
 #endif
 
 /// The next `count` accepted pairs; draws none beyond the last of them. `out` has room for 16 more.
 void DrawPairs(CKwR250& generator, std::uint32_t* out, std::ptrdiff_t count) {
-    alignas(kWideBytes) std::uint32_t random[kBlock * 2], pairs[kBlock], inside[kBlock];
-    auto append = Append;
-#if defined(__x86_64__)
-    if (KwCpuPermutesBytes()) append = AppendWide;
-#endif
+    alignas(kBlockBytes) std::uint32_t random[kBlock * 2], pairs[kBlock], inside[kBlock];
     while (count > 0) {
         const std::ptrdiff_t part = std::min(kBlock, count);
         generator.Fill(random, part * 2);
-        PackPairs(pairs, inside, random, part);
-        const std::ptrdiff_t done = append(out, pairs, inside, part);
+        kPackPairs(pairs, inside, random, part);
+        const std::ptrdiff_t done = kAppend(out, pairs, inside, part);
         out += done;
         count -= done;
     }
@@ -154,7 +154,7 @@ void DrawPairs(CKwR250& generator, std::uint32_t* out, std::ptrdiff_t count) {
 
 /// Minus the logarithm of s, which lies between 0 and 1, with z = 1 - s: the polynomial of the Cephes library on s
 /// brought to sqrt(1/2) to sqrt(2).
-[[gnu::always_inline]] inline float MinusLog(float s, float z) {
+KWINLINE inline float MinusLog(float s, float z) {
     const std::int32_t bits = std::bit_cast<std::int32_t>(s);
     const std::int32_t exponent = (bits - 0x3F3504F3) >> 23;
     const float scaled = std::bit_cast<float>(bits - exponent * 0x00800000) - 1.0f;
@@ -171,8 +171,8 @@ void DrawPairs(CKwR250& generator, std::uint32_t* out, std::ptrdiff_t count) {
 }
 
 /// trunc((g - 0.5) * scale) for the value g of each pair, `doubtful` where that may be off.
-KWCLONES void PolarNoise8(std::int32_t* noise, std::uint32_t* doubtful, const std::uint32_t* pairs,
-                          std::ptrdiff_t count, float scale) {
+KWINLINE inline void PolarNoise8(std::int32_t* noise, std::uint32_t* doubtful, const std::uint32_t* pairs,
+                                 std::ptrdiff_t count, float scale) {
     constexpr float kUnit = 1.0f / 65535.0f, kUnitSquare = kUnit * kUnit;
     const float reach = std::abs(scale);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -188,20 +188,21 @@ KWCLONES void PolarNoise8(std::int32_t* noise, std::uint32_t* doubtful, const st
         doubtful[i] = (rest < margin && whole != 0) || rest > 1.0f - margin ? 1 : 0;
     }
 }
+constexpr CKwBodies kPolarNoise8(KwClones<PolarNoise8>);
 
 /// The scale up to which single precision serves; beyond it the definition alone does.
 constexpr double kLargestScale = 10000.0;
 
 void GaussianNoise8(std::int32_t* noise, CKwR250& generator, std::ptrdiff_t count, double level) {
     const auto exact = [level](double g) { return KwTrunc((g - 0.5) * level * 255.0); };
-    if (!KwFastPaths() || !(std::abs(level * 255.0) < kLargestScale)) {
+    if (KwLevel() == eKwLevel::Plain || !(std::abs(level * 255.0) < kLargestScale)) {
         for (std::ptrdiff_t i = 0; i < count; ++i) noise[i] = exact(generator.NextGaussian());
         return;
     }
-    alignas(kWideBytes) std::uint32_t pairs[kBlock * 3 + 16];
-    alignas(kWideBytes) std::uint32_t doubtful[kBlock * 3 + 16]{};
+    alignas(kBlockBytes) std::uint32_t pairs[kBlock * 3 + 16];
+    alignas(kBlockBytes) std::uint32_t doubtful[kBlock * 3 + 16]{};
     DrawPairs(generator, pairs, count);
-    PolarNoise8(noise, doubtful, pairs, count, static_cast<float>(level * 255.0));
+    kPolarNoise8(noise, doubtful, pairs, count, static_cast<float>(level * 255.0));
     for (std::ptrdiff_t at = 0; at < count; at += 16) {
         if (std::accumulate(doubtful + at, doubtful + at + 16, 0u, std::bit_or()) == 0) continue;
         for (std::ptrdiff_t i = at; i < std::min(at + 16, count); ++i)
@@ -212,37 +213,47 @@ void GaussianNoise8(std::int32_t* noise, CKwR250& generator, std::ptrdiff_t coun
 // A value added to a byte and limited is a byte added and a byte taken away, one of them 0, each with a limit of its
 // own.
 
-[[gnu::always_inline]] inline std::uint32_t Byte(std::int32_t value) {
+KWINLINE inline std::uint32_t Byte(std::int32_t value) {
     return static_cast<std::uint32_t>(std::min(std::max(value, 0), 255));
 }
 
-KWCLONES void SpreadGrey(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise, std::ptrdiff_t count) {
+KWINLINE inline void SpreadGrey(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise,
+                                std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         plus[i] = Byte(noise[i]) * 0x00010101;
         minus[i] = Byte(-std::max(noise[i], -255)) * 0x00010101;
     }
 }
+constexpr CKwBodies kSpreadGrey(KwClones<SpreadGrey>);
 
-KWCLONES void SpreadColor(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise, std::ptrdiff_t count) {
+KWINLINE inline void SpreadColor(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise,
+                                 std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::int32_t r = noise[i * 3], g = noise[i * 3 + 1], b = noise[i * 3 + 2];
         plus[i] = Byte(r) << 16 | Byte(g) << 8 | Byte(b);
         minus[i] = Byte(-std::max(r, -255)) << 16 | Byte(-std::max(g, -255)) << 8 | Byte(-std::max(b, -255));
     }
 }
+constexpr CKwBodies kSpreadColor(KwClones<SpreadColor>);
 
 /// `plus` and `minus` reach 16 pixels beyond the last.
-KWCLONES void AddRow8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus, const std::uint32_t* minus,
-                      std::ptrdiff_t count) {
-    KwForWide(
-        d, s, count, [=](const tWideBytes& pixels, std::ptrdiff_t at) __attribute__((always_inline)) {
-            tWideBytes up, down;
-            std::memcpy(&up, plus + at, sizeof up);
-            std::memcpy(&down, minus + at, sizeof down);
-            const tWideBytes more = pixels + KwWideMin(up, ~pixels);
-            return KwWideMin(more - KwWideMin(down, more), KwWideAlpha(pixels));
-        });
+void AddPlain8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus, const std::uint32_t* minus,
+               std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
+        const auto shift = static_cast<std::uint32_t>(i % 4 * 8);
+        const std::int32_t up = plus[i / 4] >> shift & 255, down = minus[i / 4] >> shift & 255;
+        d[i] = static_cast<std::uint8_t>(KwClamp(s[i] + up - down, 0, s[i | 3]));
+    }
 }
+KWINLINE inline void AddWide8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus,
+                              const std::uint32_t* minus, std::ptrdiff_t count) {
+    KwForBlocks(d, count * 4, s, [=](std::ptrdiff_t at, const tBytes& pixels) KWINLINE {
+        const tBytes up = KwLoad(reinterpret_cast<const std::uint8_t*>(plus) + at);
+        const tBytes down = KwLoad(reinterpret_cast<const std::uint8_t*>(minus) + at);
+        return KwSmaller(KwRest(KwSum(pixels, up), down), KwAlphas(pixels));
+    });
+}
+constexpr CKwBodies kAddRow8(AddPlain8, KwClones<AddWide8>);
 
 void AddRowFloat(tAnyFloat* d, const tAnyFloat* s, const double* noise, std::ptrdiff_t count, std::ptrdiff_t step) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4, noise += step == 0 ? 1 : 3) {
@@ -271,19 +282,19 @@ HRESULT KwDibNoise(const tView& destination, const tView& source, const tNOISEPR
     if (const HRESULT status = KwDibResolvePair(destination, source, 4, d, s); FAILED(status)) return status;
     const bool grey = record.monochromatic == 1;
     const std::int32_t level = KwTrunc(record.level * 16384.0);
-    alignas(kWideBytes) std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{};
-    alignas(kWideBytes) std::int32_t noise[kBlock * 3];
+    alignas(kBlockBytes) std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{};
+    alignas(kBlockBytes) std::int32_t noise[kBlock * 3];
     WalkBlocks(d, [&](LONG y, std::ptrdiff_t x, std::ptrdiff_t count) {
         const std::ptrdiff_t values = grey ? count : count * 3;
         if (record.gaussian == 1) {
             GaussianNoise8(noise, generator, values, record.level);
         } else {
-            alignas(kWideBytes) std::uint32_t random[kBlock * 3];
+            alignas(kBlockBytes) std::uint32_t random[kBlock * 3];
             generator.Fill(random, values);
-            UniformNoise8(noise, random, values, level);
+            kUniformNoise8(noise, random, values, level);
         }
-        (grey ? SpreadGrey : SpreadColor)(plus, minus, noise, count);
-        AddRow8(d.Row<std::uint8_t>(y) + x * 4, s.Row<std::uint8_t>(y) + x * 4, plus, minus, count);
+        (grey ? kSpreadGrey.Now() : kSpreadColor.Now())(plus, minus, noise, count);
+        kAddRow8(d.Row<std::uint8_t>(y) + x * 4, s.Row<std::uint8_t>(y) + x * 4, plus, minus, count);
     });
     return S_OK;
 }

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 
 namespace {
 
@@ -137,18 +138,34 @@ void Write(void* to, const tRowPixel* from, LONG count) {
     }
 }
 
-// Newer processors convert halves by themselves.
-using tHalves = tReals<_Float16>;
-KWCLONES void ReadHalves(const void* from, tRowPixel* to, LONG count) {
-    for (LONG i = 0; i < count; ++i) to[i] = Load<tHalves>(from, i).Wide();
-}
-KWCLONES void WriteHalves(void* to, const tRowPixel* from, LONG count) {
-    for (LONG i = 0; i < count; ++i) {
-        tHalves pixel;
-        pixel.Take(from[i]);
-        Store(to, i, pixel);
+/// IEEE 754 binary16, to and from binary32 by whole numbers, as not every compiler has the type. Rounds to nearest,
+/// ties to even; not-a-number stays quiet.
+struct tHalf {
+    std::uint16_t bits;
+
+    tHalf() = default;
+    explicit tHalf(float value) {
+        const auto word = std::bit_cast<std::uint32_t>(value);
+        const std::uint32_t sign = word >> 16 & 0x8000, size = word & 0x7FFFFFFF;
+        std::uint32_t half;
+        if (size >= 0x47800000) { // 65536 and above
+            half = size > 0x7F800000 ? 0x7E00 | (size >> 13 & 0x1FF) : 0x7C00;
+        } else if (size >= 0x38800000) { // 2^-14 and above: a mantissa of 10 bits
+            half = (size + 0xFFF + (size >> 13 & 1) - 0x38000000) >> 13;
+        } else { // the sum with 0.5 leaves steps of 2^-24 in the lowest bits, rounded by the addition itself
+            half = std::bit_cast<std::uint32_t>(std::bit_cast<float>(size) + 0.5f) - 0x3F000000;
+        }
+        bits = static_cast<std::uint16_t>(sign | half);
     }
-}
+    explicit operator float() const {
+        const std::uint32_t sign = static_cast<std::uint32_t>(bits & 0x8000) << 16, size = bits & 0x7FFF;
+        const std::uint32_t normal = (size << 13) + 0x38000000;
+        const std::uint32_t word = size >= 0x7C00   ? (size << 13) + 0x70000000 // the highest exponent of either
+                                   : size >= 0x0400 ? normal
+                                                    : std::bit_cast<std::uint32_t>(static_cast<float>(size) * 0x1p-24f);
+        return std::bit_cast<float>(sign | word);
+    }
+};
 
 struct tFormatRow {
     void (*read)(const void*, tRowPixel*, LONG) = nullptr;
@@ -163,16 +180,8 @@ constexpr tFormatRow RowOf(bool hasDirectWay = false) {
 
 // Seven low formats and ten high ones. Of the variants only the first has routines.
 constexpr std::array<tFormatRow, kRowLastFormat - kFirstFormat + 1> kFormats{
-    RowOf<tBgra32>(true),
-    RowOf<tBgrx32>(),
-    RowOf<tBgr24>(),
-    RowOf<tWord16<6>>(),
-    RowOf<tWord16<5>>(),
-    RowOf<tGrey8>(),
-    RowOf<tRgba32>(),
-    RowOf<tBgra64>(),
-    RowOf<tReals<float>>(true),
-    tFormatRow{&ReadHalves, &WriteHalves, sizeof(tHalves)},
+    RowOf<tBgra32>(true), RowOf<tBgrx32>(), RowOf<tBgr24>(),  RowOf<tWord16<6>>(),        RowOf<tWord16<5>>(),
+    RowOf<tGrey8>(),      RowOf<tRgba32>(), RowOf<tBgra64>(), RowOf<tReals<float>>(true), RowOf<tReals<tHalf>>(),
 };
 static_assert(kFirstHigh - kFirstFormat == 7 && kRowLastFormat - kFirstHigh + 1 == 10);
 
@@ -230,20 +239,22 @@ void CopyPixels(void* to, const void* from, LONG count, const tRowPlan&) {
     std::memmove(to, from, static_cast<std::size_t>(count) * sizeof(Pixel));
 }
 
-KWCLONES void SourceAlphaBytes(void* to, const void* from, LONG count, const tRowPlan&) {
+KWINLINE inline void SourceAlphaBytes(void* to, const void* from, LONG count, const tRowPlan&) {
     auto* const d = static_cast<std::uint8_t*>(to);
     const auto* const s = static_cast<const std::uint8_t*>(from);
     for (LONG i = 0; i < count; ++i)
         for (int c = 0; c < 4; ++c) d[i * 4 + c] = KwBlend8(d[i * 4 + c], s[i * 4 + c], s[i * 4 + 3]);
 }
+constexpr CKwBodies kSourceAlphaBytes(KwClones<SourceAlphaBytes>);
 
-KWCLONES void BlendBytes(void* to, const void* from, LONG count, const tRowPlan& plan) {
+KWINLINE inline void BlendBytes(void* to, const void* from, LONG count, const tRowPlan& plan) {
     auto* const d = static_cast<std::uint8_t*>(to);
     const auto* const s = static_cast<const std::uint8_t*>(from);
     const LONG weight = (plan.extra[1] & 0xFFFF) >> 8;
     const std::ptrdiff_t bytes = std::ptrdiff_t{count} * 4;
     for (std::ptrdiff_t i = 0; i < bytes; ++i) d[i] = KwBlend8(d[i], s[i], weight);
 }
+constexpr CKwBodies kBlendBytes(KwClones<BlendBytes>);
 
 template <class WeightOfPixel>
 void MixFloats(void* to, const void* from, LONG count, WeightOfPixel weightOf) {
@@ -264,7 +275,12 @@ void BlendFloats(void* to, const void* from, LONG count, const tRowPlan& plan) {
 }
 
 using tDirect = void (*)(void*, const void*, LONG, const tRowPlan&);
-constexpr tDirect kDirectBytes[] = {&CopyPixels<tBgra32>, &SourceAlphaBytes, &BlendBytes};
+/// A choice as a plain function.
+template <const auto& kBodies>
+void Run(void* to, const void* from, LONG count, const tRowPlan& plan) {
+    kBodies(to, from, count, plan);
+}
+constexpr tDirect kDirectBytes[] = {&CopyPixels<tBgra32>, &Run<kSourceAlphaBytes>, &Run<kBlendBytes>};
 constexpr tDirect kDirectFloats[] = {&CopyPixels<tReals<float>>, &SourceAlphaFloats, &BlendFloats};
 
 } // namespace

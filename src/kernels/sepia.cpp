@@ -3,11 +3,11 @@
 #include <array>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/bodies.h"
 #include "kernels/desaturate.h"
 #include "kernels/lut.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
-#include "kernels/wide.h"
 
 namespace {
 
@@ -29,59 +29,39 @@ constexpr std::ptrdiff_t kBlock = 512; // pixels whose weights are looked up tog
 
 /// Grey and weight of each pixel of a block, both in all of its bytes. The first stage reads neither.
 struct tGreys {
-    alignas(kWideBytes) std::uint8_t grey[kBlock * 4 + kWideBytes]{}, weight[kBlock * 4 + kWideBytes]{};
+    alignas(kBlockBytes) std::uint8_t grey[kBlock * 4 + kBlockBytes]{}, weight[kBlock * 4 + kBlockBytes]{};
 };
 
+/// The definition of a stage.
 template <tStage kStage>
-[[gnu::always_inline]] inline void ToneRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
-                                            const tTone8& tone, const tGreys& greys, bool limit) {
-    const tWideHalves desaturation =
-        reinterpret_cast<tWideHalves>(KwWideRepeat(static_cast<std::uint32_t>(tone.desaturation) * 0x00010001u));
-    const tWideBytes color = reinterpret_cast<tWideBytes>(KwWideRepeat(tone.color));
-    const tWideBytes unlimited = reinterpret_cast<tWideBytes>(KwWideRepeat(limit ? 0 : 0xFFFFFFFF));
-    KwForWide(
-        d, s, count, [&](const tWideBytes& pixels, std::ptrdiff_t at) __attribute__((always_inline)) {
-            tWideBytes value;
-            if constexpr (kStage == kDesaturates)
-                value = KwWideMean(pixels);
-            else
-                std::memcpy(&value, greys.grey + at * 4, sizeof value);
-            if constexpr (kStage != kTonesGrey) value = KwWideBlend(pixels, value, desaturation);
-            if constexpr (kStage != kDesaturates) {
-                tWideHalves weight;
-                std::memcpy(&weight, greys.weight + at * 4, sizeof weight);
-                value = KwWideBlend(value, color, weight & 255);
-            }
-            return KwWideWithAlpha(KwWideMin(value, KwWideAlpha(pixels) | unlimited), pixels);
-        });
-}
-
-KWCLONES void DesaturateRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                             const tGreys& greys, bool limit) {
-    ToneRow8<kDesaturates>(d, s, count, tone, greys, limit);
-}
-KWCLONES void DesaturateAndToneRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                                    const tGreys& greys, bool limit) {
-    ToneRow8<kDesaturatesAndTones>(d, s, count, tone, greys, limit);
-}
-KWCLONES void ToneGreyRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
-                           const tGreys& greys, bool limit) {
-    ToneRow8<kTonesGrey>(d, s, count, tone, greys, limit);
-}
-
-/// The first stage with a weight that no page gives, in 32 bits.
-void DesaturateWildRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone, const tGreys&,
-                        bool limit) {
+void TonePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone, const tGreys&,
+                bool limit) {
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
-        const std::int32_t grey = static_cast<std::int32_t>(KwMean8(s[i + 2], s[i + 1], s[i]));
-        const std::uint8_t a = s[i + 3];
+        const auto grey = static_cast<std::uint8_t>(KwMean8(s[i + 2], s[i + 1], s[i]));
+        const std::uint8_t alpha = s[i + 3];
         for (int c = 0; c < 3; ++c) {
-            const std::uint8_t value = KwByte(s[i + c] + KwDiv256((grey - s[i + c]) * tone.desaturation));
-            d[i + c] = limit ? std::min(value, a) : value;
+            std::uint8_t value = kStage == kTonesGrey ? grey : KwBlend8(s[i + c], grey, tone.desaturation);
+            if (kStage != kDesaturates) value = KwBlend8(value, tone.color >> c * 8 & 255, tone.table[grey]);
+            d[i + c] = limit ? std::min(value, alpha) : value;
         }
-        d[i + 3] = a;
+        d[i + 3] = alpha;
     }
 }
+
+template <tStage kStage>
+KWINLINE inline void ToneWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
+                               const tGreys& greys, bool limit) {
+    const tAmounts desaturation = KwAmountOfAll(static_cast<std::uint8_t>(tone.desaturation));
+    const tBytes color = KwPixels(tone.color), unlimited = KwPixels(limit ? 0 : 0xFFFFFFFF);
+    KwForBlocks(d, count * 4, s, [&](std::ptrdiff_t at, const tBytes& pixels) KWINLINE {
+        tBytes value = kStage == kDesaturates ? KwMeans(pixels) : KwLoad(greys.grey + at);
+        if constexpr (kStage != kTonesGrey) value = KwBlended(pixels, value, desaturation);
+        if constexpr (kStage != kDesaturates) value = KwBlended(value, color, KwAmounts(KwLoad(greys.weight + at)));
+        return KwWithAlpha(KwSmaller(value, KwAlphas(pixels) | unlimited), pixels);
+    });
+}
+template <tStage kStage>
+constexpr CKwBodies kToneRow8(TonePlain8<kStage>, KwClones<ToneWide8<kStage>>);
 
 struct tToneF {
     double channel[3]; ///< blue, green, red
@@ -89,8 +69,8 @@ struct tToneF {
 };
 
 template <tStage kStage>
-[[gnu::always_inline]] inline void ToneRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count,
-                                                const tToneF& tone, bool limit) {
+KWINLINE inline void ToneRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tToneF& tone,
+                                  bool limit) {
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
         const float sum = s[i + 2] + s[i + 1] + s[i], alpha = s[i + 3];
         const double grey = kStage == kDesaturates ? double{sum * 0.33333334f} : sum * kThird;
@@ -106,8 +86,8 @@ template <tStage kStage>
     }
 }
 
-KWCLONES void ToneRow(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tToneF& tone, tStage stage,
-                      bool limit) {
+KWINLINE inline void ToneRow(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tToneF& tone, tStage stage,
+                             bool limit) {
     if (stage == kDesaturates)
         ToneRowFloat<kDesaturates>(d, s, count, tone, limit);
     else if (stage == kDesaturatesAndTones)
@@ -115,6 +95,7 @@ KWCLONES void ToneRow(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, co
     else
         ToneRowFloat<kTonesGrey>(d, s, count, tone, limit);
 }
+constexpr CKwBodies kToneRow(KwClones<ToneRow>);
 
 tTone8 BytesOf(const tSEPIAPROP& record, tStage stage) {
     const double k = record.strength * 1.5, b = (record.strength - kThird) * 1.5;
@@ -147,16 +128,17 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
                           (record->strength - kThird) * 1.5,
                           record->falloff};
         for (LONG y = 0; y < d.height; ++y)
-            ToneRow(KwFloatRow(d, y), KwFloatRow(s, y), d.width, tone, stage, limitToAlpha);
+            kToneRow(KwFloatRow(d, y), KwFloatRow(s, y), d.width, tone, stage, limitToAlpha);
         return S_OK;
     }
 
     const tTone8 tone = BytesOf(*record, stage);
+    // A weight that no page gives takes 32 bits.
     const bool wild = tone.desaturation < 0 || tone.desaturation > 255;
-    const auto row = wild                            ? DesaturateWildRow8
-                     : stage == kDesaturates         ? DesaturateRow8
-                     : stage == kDesaturatesAndTones ? DesaturateAndToneRow8
-                                                     : ToneGreyRow8;
+    const auto row = wild                            ? TonePlain8<kDesaturates>
+                     : stage == kDesaturates         ? kToneRow8<kDesaturates>.Now()
+                     : stage == kDesaturatesAndTones ? kToneRow8<kDesaturatesAndTones>.Now()
+                                                     : kToneRow8<kTonesGrey>.Now();
     tGreys greys;
     for (LONG y = 0; y < d.height; ++y)
         for (std::ptrdiff_t x = 0; x < d.width; x += kBlock) {

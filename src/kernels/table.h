@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "kernels/view.h"
 
@@ -56,4 +57,7 @@ struct tKernel {
     HRESULT (*run)(tKernelCall call);
 };
 
-std::span<const tKernel> KwKernels();
+/// The rows by kind, and all of them.
+std::span<const tKernel> KwPixelKernels();
+std::span<const tKernel> KwSpatialKernels();
+const std::vector<tKernel>& KwKernels();

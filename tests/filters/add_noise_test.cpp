@@ -1,6 +1,6 @@
 #include "base/arith.h"
+#include "base/level.h"
 #include "filter.h"
-#include "kernels/cpu.h"
 #include "kernels/noise.h"
 
 namespace {
@@ -94,9 +94,9 @@ TEST(AddNoise, SinglePrecisionLeavesNoTrace) {
             first.Seed(11);
             second.Seed(11);
             KwDibNoise(fast.View(), fast.View(), r, first);
-            const bool before = KwSetFastPaths(false);
+            const eKwLevel before = KwLimitLevel(eKwLevel::Plain);
             KwDibNoise(plain.View(), source.View(), r, second);
-            KwSetFastPaths(before);
+            KwLimitLevel(before);
             ExpectSame(fast, plain);
             EXPECT_EQ(first.Next(), second.Next()) << "another count of numbers drawn, level " << level;
         }

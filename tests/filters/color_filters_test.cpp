@@ -1,8 +1,8 @@
 // Black and White, Sepia, HSL Adjust.
 #include "base/arith.h"
+#include "base/level.h"
 #include "filter.h"
 #include "filters/black_and_white.h"
-#include "kernels/cpu.h"
 #include "kernels/hsl_adjust.h"
 #include "kernels/sepia.h"
 
@@ -188,9 +188,9 @@ TEST(HslAdjust, EveryKindOfColorGivesTheSameBytesInBothBodies) {
                                     {0.4, 1, -1}}) {
         CTestPicture wide = source, plain = source;
         EXPECT_EQ(S_OK, KwDibHslAdjust(wide.View(), wide.View(), 4, &r));
-        const bool before = KwSetFastPaths(false);
+        const eKwLevel before = KwLimitLevel(eKwLevel::Plain);
         EXPECT_EQ(S_OK, KwDibHslAdjust(plain.View(), source.View(), 4, &r));
-        KwSetFastPaths(before);
+        KwLimitLevel(before);
         ExpectSame(wide, plain);
     }
 }

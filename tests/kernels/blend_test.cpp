@@ -27,97 +27,6 @@ TEST(Blend, StopsShortOfTheSourceAtFullAmount) {
     EXPECT_EQ(254, d.Pixel8(0, 0).b);
 }
 
-TEST(Blend, FloatsTakeTheAmountAsAFloat) {
-    CTestPicture d(7, 3, 16), s(7, 3, 16);
-    d.Fill(1, true);
-    s.Fill(2, true);
-    CTestPicture expected = d;
-    for (LONG y = 0; y < 3; ++y)
-        for (LONG i = 0; i < 7 * 4; ++i) {
-            float& value = (&expected.PixelF(0, y).b)[i];
-            value += ((&s.PixelF(0, y).b)[i] - value) * 0.3f;
-        }
-    ASSERT_EQ(S_OK, KwDibBlend(d.View(), s.View(), 16, 0.3));
-    ExpectSame(d, expected);
-}
-
-/// Two pictures that pair every destination byte with every source byte, alpha sweeping along.
-void FillPairs(CTestPicture& d, CTestPicture& s, unsigned seed) {
-    std::minstd_rand random(seed + 1);
-    for (LONG y = 0; y < 256; ++y)
-        for (LONG x = 0; x < 256; ++x) {
-            const auto byte = [](auto v) { return static_cast<std::uint8_t>(v); };
-            d.Pixel8(x, y) = {byte(x), byte(y), byte(random()), byte(random())};
-            s.Pixel8(x, y) = {byte(y), byte(x), byte(random()), byte(x + y * 7)};
-        }
-}
-
-TEST(BlendSrcAlpha, MovesAllChannelsBySourceAlpha) {
-    CTestPicture d(256, 256, 4), s(256, 256, 4);
-    FillPairs(d, s, 1);
-    CTestPicture expected = d;
-    for (LONG y = 0; y < 256; ++y)
-        for (LONG x = 0; x < 256; ++x)
-            for (int c = 0; c < 4; ++c) {
-                const int was = d.At(x, y)[c], to = s.At(x, y)[c];
-                expected.At(x, y)[c] = static_cast<std::uint8_t>(was + (to - was) * s.At(x, y)[3] / 256);
-            }
-    ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), s.View(), 4));
-    ExpectSame(d, expected);
-}
-
-TEST(BlendSrcAlpha, SamePictureAndLongRows) {
-    CTestPicture d(1000, 2, 4);
-    d.Fill(1, true);
-    CTestPicture expected = d;
-    ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), d.View(), 4));
-    ExpectSame(d, expected);
-}
-
-TEST(BlendSrcAlpha, MatteIsTakenOutOfTheSource) {
-    struct {
-        double rgb[3];
-        int bytes[3];
-    } const mattes[] = {{{0, 0, 0}, {0, 0, 0}},
-                        {{1, 1, 1}, {255, 255, 255}},
-                        {{0.5, 0.25, 0.999}, {127, 63, 254}},
-                        {{-1, 1e300, static_cast<double>(NAN)}, {0, 255, 0}}};
-    for (const auto& m : mattes) {
-        CTestPicture d(256, 256, 4), s(256, 256, 4);
-        FillPairs(d, s, 2);
-        CTestPicture expected = d;
-        for (LONG y = 0; y < 256; ++y)
-            for (LONG x = 0; x < 256; ++x)
-                for (int c = 0; c < 3; ++c) {
-                    const int was = d.At(x, y)[c], to = s.At(x, y)[c], matte = m.bytes[2 - c];
-                    const int value = (matte - was) * s.At(x, y)[3] / 256 + to - matte + was;
-                    expected.At(x, y)[c] = static_cast<std::uint8_t>(std::clamp(value, 0, 255));
-                }
-        ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), s.View(), 4, m.rgb));
-        ExpectSame(d, expected);
-    }
-}
-
-TEST(BlendSrcAlpha, FloatForms) {
-    const double matte[3] = {0.9, 0.3, 0.1};
-    for (const bool matted : {false, true}) {
-        CTestPicture d(53, 3, 16), s(53, 3, 16);
-        d.Fill(1, true);
-        s.Fill(2, true);
-        CTestPicture expected = d;
-        for (LONG y = 0; y < 3; ++y)
-            for (LONG x = 0; x < 53; ++x)
-                for (int c = 0; c < (matted ? 3 : 4); ++c) {
-                    float& v = (&expected.PixelF(x, y).b)[c];
-                    const float to = (&s.PixelF(x, y).b)[c], a = s.PixelF(x, y).a;
-                    const float m = static_cast<float>(matte[2 - std::min(c, 2)]);
-                    v = matted ? std::clamp((m - v) * a + to - m + v, 0.0f, 1.0f) : v + (to - v) * a;
-                }
-        ASSERT_EQ(S_OK, KwDibBlendSrcAlpha(d.View(), s.View(), 16, matted ? matte : nullptr));
-        ExpectSame(d, expected);
-    }
-}
-
 TEST(AddScaled, ChecksInOrder) {
     CTestPicture p(4, 4, 4), q(4, 4, 4);
     p.Fill(1);
@@ -198,17 +107,6 @@ TEST(AddScaled, FloatsAreLimitedToFullScale) {
     EXPECT_EQ(1.0f, half.PixelF(0, 0).b); // 0.5 + (0.5 + 1) / 2
     EXPECT_EQ(0.5f, half.PixelF(1, 0).b);
     EXPECT_EQ(0.0f, half.PixelF(2, 0).b); // past the last column
-}
-
-TEST(AddScaled, WildOffsetsStayInside) {
-    const double wild[] = {NAN, INFINITY, -INFINITY, 1e300, -1e300, 131071.9, -131072};
-    for (const LONG size : {4, 16})
-        for (const double x : wild)
-            for (const double y : wild) {
-                CTestPicture d(5, 2, size), s(5, 2, size);
-                ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), size, 1.0, 3, x, y));
-                d.CheckGuards();
-            }
 }
 
 } // namespace

@@ -2,22 +2,9 @@
 
 #include <limits>
 
-#include "kernels/cpu.h"
 #include "kernels/picture.h"
 
 namespace {
-
-/// Runs a body with the hand-written paths forbidden and then allowed.
-template <class Body>
-void BothWays(Body&& body) {
-    const bool before = KwSetFastPaths(true);
-    for (const bool allowed : {false, true}) {
-        SCOPED_TRACE(allowed ? "hand-written body" : "plain loop");
-        KwSetFastPaths(allowed);
-        body();
-    }
-    KwSetFastPaths(before);
-}
 
 /// A table without order, so that a wrong part or index shows.
 template <class Entry>
@@ -26,50 +13,6 @@ std::vector<Entry> Scrambled(unsigned seed, std::size_t count) {
     std::vector<Entry> table(count);
     for (Entry& entry : table) entry = static_cast<Entry>(random() >> 8);
     return table;
-}
-
-TEST(ApplyLut, MapsBytesByTheRule) {
-    const auto table = Scrambled<std::uint8_t>(1, 256);
-    BothWays([&] {
-        for (const bool mapAlpha : {false, true})
-            for (const bool limit : {false, true})
-                for (const LONG width : {1, 15, 16, 17, 31, 64, 100, 333}) {
-                    CTestPicture p(width, 9, 4);
-                    p.Fill(static_cast<unsigned>(width), true);
-                    CTestPicture expected = p;
-                    for (LONG y = 0; y < 9; ++y)
-                        for (LONG x = 0; x < width; ++x) {
-                            std::uint8_t* const c = expected.At(x, y);
-                            if (mapAlpha) c[3] = table[c[3]];
-                            for (int k = 0; k < 3; ++k) c[k] = limit ? std::min(table[c[k]], c[3]) : table[c[k]];
-                        }
-                    ASSERT_EQ(S_OK, KwDibApplyLut(p.View(), 4, table.data(), false, mapAlpha, limit));
-                    ExpectSame(p, expected);
-                }
-    });
-}
-
-TEST(ApplyLuts, MapsEachChannelThroughItsOwn) {
-    const std::vector<std::uint8_t> tables[] = {Scrambled<std::uint8_t>(1, 256), Scrambled<std::uint8_t>(2, 256),
-                                                Scrambled<std::uint8_t>(3, 256)};
-    BothWays([&] {
-        for (int choice = 0; choice < 256; ++choice) {
-            const std::uint8_t* use[4];
-            for (int k = 0; k < 4; ++k) {
-                const int which = choice >> k * 2 & 3;
-                use[k] = which == 3 ? nullptr : tables[which].data();
-            }
-            CTestPicture p(35, 3, 4);
-            p.Fill(static_cast<unsigned>(choice), true);
-            CTestPicture expected = p;
-            for (LONG y = 0; y < 3; ++y)
-                for (LONG x = 0; x < 35; ++x)
-                    for (int k = 0; k < 4; ++k)
-                        if (use[k]) expected.At(x, y)[k] = use[k][expected.At(x, y)[k]];
-            ASSERT_EQ(S_OK, KwDibApplyLuts(p.View(), 4, use[2], use[1], use[0], use[3], true));
-            ExpectSame(p, expected);
-        }
-    });
 }
 
 /// The exact product: no float times 255 or 65535 needs more than 40 of a double's bits.
@@ -131,22 +74,20 @@ TEST(Brightness, BytesAreLimitedToAlpha) {
         std::int64_t offset;
     } const cases[] = {{0.0f, 0},     {1.0f, 255},    {-1.0f, -255},   {0.5f, 127}, {-0.5f, -127},
                        {8e6f, 99999}, {1e30f, -9999}, {-1e30f, -9999}, {nan, -9999}};
-    BothWays([&] {
-        for (const auto& c : cases) {
-            CTestPicture p(61, 5, 4);
-            p.Fill(7, true);
-            CTestPicture expected = p;
-            for (LONG y = 0; y < 5; ++y)
-                for (LONG x = 0; x < 61; ++x)
-                    for (int k = 0; k < 3; ++k) {
-                        std::uint8_t& v = expected.At(x, y)[k];
-                        v = static_cast<std::uint8_t>(std::min<std::int64_t>(
-                            std::clamp<std::int64_t>(v + c.offset, 0, 255), expected.At(x, y)[3]));
-                    }
-            ASSERT_EQ(S_OK, KwDibBrightness(p.View(), 4, c.amount));
-            ExpectSame(p, expected);
-        }
-    });
+    for (const auto& c : cases) {
+        CTestPicture p(61, 5, 4);
+        p.Fill(7, true);
+        CTestPicture expected = p;
+        for (LONG y = 0; y < 5; ++y)
+            for (LONG x = 0; x < 61; ++x)
+                for (int k = 0; k < 3; ++k) {
+                    std::uint8_t& v = expected.At(x, y)[k];
+                    v = static_cast<std::uint8_t>(
+                        std::min<std::int64_t>(std::clamp<std::int64_t>(v + c.offset, 0, 255), expected.At(x, y)[3]));
+                }
+        ASSERT_EQ(S_OK, KwDibBrightness(p.View(), 4, c.amount));
+        ExpectSame(p, expected);
+    }
 }
 
 TEST(Brightness, FloatsMoveAlphaFirst) {

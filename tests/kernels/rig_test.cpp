@@ -270,6 +270,6 @@ std::string TestName(const testing::TestParamInfo<tKernel>& info) {
         if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
     return name;
 }
-INSTANTIATE_TEST_SUITE_P(Table, EveryKernel, testing::ValuesIn(KwKernels().begin(), KwKernels().end()), TestName);
+INSTANTIATE_TEST_SUITE_P(Table, EveryKernel, testing::ValuesIn(KwKernels()), TestName);
 
 } // namespace
