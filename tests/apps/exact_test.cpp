@@ -63,17 +63,27 @@ TEST_F(ExactTest, SoundCrossesAtEqualPower) {
 
 TEST_F(ExactTest, TheSecondClipsAlphaIsReadAsItsOwn) {
     // Half covered: straight colour 200 in one, the same picture premultiplied in the other.
-    ffmpeg("-f lavfi -i color=black:s=8x8:r=25:d=0.2,format=bgra,geq=r=200:g=200:b=200:a=128 -c:v ffv1 straight.mkv");
-    ffmpeg("-f lavfi -i color=black:s=8x8:r=25:d=0.2,format=gbrapf32le "
-           "-vf geq=r=0.392:g=0.392:b=0.392:a=0.502:interpolation=n -frames:v 1 multiplied.exr");
-    for (const std::string order : {"straight.mkv multiplied.exr", "multiplied.exr straight.mkv"}) {
-        const Outcome run = larkmoor("join " + order + " -y -o out.mkv --codec ffv1 --transition Push --duration 0.12");
-        ASSERT_EQ(run.status, 0) << run.err;
-        ffmpeg("-i out.mkv -pix_fmt bgra -f rawvideo out.raw");
-        const std::string out = content("out.raw");
-        ASSERT_FALSE(out.empty());
-        for (std::size_t i = 0; i < out.size(); i += 8 * 8 * 4)
-            EXPECT_NEAR(static_cast<unsigned char>(out[i]), 200, 3) << order << ", frame " << i / (8 * 8 * 4);
+    ffmpeg("-f lavfi -i color=black:s=8x8:r=25:d=0.24,format=bgra,geq=r=200:g=200:b=200:a=128 -c:v ffv1 straight.mkv");
+    ffmpeg("-f lavfi -i color=black:s=8x8:r=25:d=0.24,format=gbrapf32le "
+           "-vf geq=r=0.392:g=0.392:b=0.392:a=0.502:interpolation=n multiplied%d.exr");
+    const std::string clips[] = {"straight.mkv", "multiplied%d.exr"};
+    for (const int first : {0, 1}) {
+        // Once by itself, once with effects behind it that together change nothing.
+        const std::string order = clips[first] + " " + clips[1 - first];
+        std::ofstream(path("p.larkmoor")) << R"({"larkmoor project": 1, "source": {"kind": "clip", "path": ")"
+                                          << clips[first] << R"("}, "second": {"path": ")" << clips[1 - first]
+                                          << R"(", "duration": 0.12, "transition": {"effect": "Push"}}, )"
+                                          << R"("effects": [{"effect": "Invert"}, {"effect": "Invert"}]})";
+        for (const std::string& verb :
+             {"join " + order + " --transition Push --duration 0.12", std::string("render p.larkmoor")}) {
+            const Outcome run = larkmoor(verb + " -y -o out.mkv --codec ffv1");
+            ASSERT_EQ(run.status, 0) << run.err;
+            ffmpeg("-i out.mkv -pix_fmt bgra -f rawvideo out.raw");
+            const std::string out = content("out.raw");
+            ASSERT_EQ(out.size(), 9u * 8 * 8 * 4) << "6 frames each, 3 of them at once";
+            for (std::size_t i = 0; i < out.size(); i += 8 * 8 * 4)
+                EXPECT_NEAR(static_cast<unsigned char>(out[i]), 200, 6) << verb << ", frame " << i / (8 * 8 * 4);
+        }
     }
 }
 
