@@ -158,6 +158,47 @@ KWINLINE inline void MoveColumns(const tRectPass& pass, typename Form::tLane* co
     }
 }
 
+/// Where the band of each pixel of a row begins. `rows`: how many rows of full weight lie in the picture; `rims`: of
+/// the two others.
+template <class Weight>
+void FindStarts(const tRectPass& pass, LONG left, LONG right, LONG rows, LONG rims, Weight* starts) {
+    const LONG width = pass.source.width, fullX = pass.fullX;
+    const std::int64_t inner = std::int64_t{rows} * kOne + std::int64_t{rims} * pass.rimY;
+    const std::int64_t side = std::int64_t{rows} * pass.rimX + std::int64_t{rims} * pass.corner;
+    for (LONG x = left; x < right; ++x) {
+        const std::int64_t inside = std::min<std::int64_t>(std::int64_t{x} + fullX, width) -
+                                    std::max<std::int64_t>(std::int64_t{x} - fullX + 1, 0);
+        const std::int64_t sides = (std::int64_t{x} + fullX < width) + (x - fullX >= 0);
+        starts[x - left] = static_cast<Weight>(BandStart(inside * inner + sides * side, pass.q));
+    }
+}
+
+/// A strip's columns in memory; those beside it are one column of zeros.
+template <class Lane>
+struct tColumns {
+    Lane* zeros;
+    std::int64_t first, last;
+
+    KWINLINE Lane* operator()(std::int64_t x) const {
+        return zeros + (x >= first && x < last ? x - first + 1 : 0) * kColumnLanes;
+    }
+};
+
+/// Brings sixteen fine counts, those of the pixel `known`, up to the pixel `x`.
+template <class Form, bool Rims>
+KWINLINE inline void MoveFine(tCounts<Form>& fine, const tColumns<typename Form::tLane>& column, std::ptrdiff_t offset,
+                              LONG fullX, std::int64_t known, std::int64_t x) {
+    if (x - known > fullX) {
+        fine = {};
+        const std::int64_t end = std::min<std::int64_t>(x + fullX, column.last);
+        for (std::int64_t i = std::max<std::int64_t>(x - fullX + 1, column.first); i < end; ++i)
+            fine.template Move<Rims>(column(i) + offset, column.zeros);
+    } else {
+        for (std::int64_t i = known + 1; i <= x; ++i)
+            fine.template Move<Rims>(column(i + fullX - 1) + offset, column(i - fullX) + offset);
+    }
+}
+
 /// The strip `left` to `right` of the destination. `memory` takes a column of zeros and then those of the strip and
 /// as much beside it as the area reaches; `starts` one band start per pixel.
 template <class Form, bool Rims>
@@ -172,8 +213,7 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
     const LONG last = static_cast<LONG>(std::min<std::int64_t>(std::int64_t{right} + fullX, width));
     typename Form::tLane* const columns = memory + kColumnLanes;
     std::fill_n(memory, (std::ptrdiff_t{last} - first + 1) * kColumnLanes, typename Form::tLane{0});
-    const auto column = [&](std::int64_t x)
-                            KWINLINE { return x >= first && x < last ? columns + (x - first) * kColumnLanes : memory; };
+    const tColumns<typename Form::tLane> column{memory, first, last};
 
     for (std::int64_t y = -std::int64_t{fullY}; y < 0; ++y) MoveColumns<Form, Rims>(pass, columns, first, last, y);
     LONG knownRows = -1, knownRims = -1;
@@ -187,14 +227,7 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
         if (rows != knownRows || rims != knownRims) {
             knownRows = rows;
             knownRims = rims;
-            const std::int64_t inner = std::int64_t{rows} * kOne + std::int64_t{rims} * pass.rimY;
-            const std::int64_t side = std::int64_t{rows} * pass.rimX + std::int64_t{rims} * pass.corner;
-            for (LONG x = left; x < right; ++x) {
-                const std::int64_t inside = std::min<std::int64_t>(std::int64_t{x} + fullX, width) -
-                                            std::max<std::int64_t>(std::int64_t{x} - fullX + 1, 0);
-                const std::int64_t sides = (std::int64_t{x} + fullX < width) + (x - fullX >= 0);
-                starts[x - left] = static_cast<tWeight>(BandStart(inside * inner + sides * side, pass.q));
-            }
+            FindStarts(pass, left, right, rows, rims, starts);
         }
 
         tCounts<Form> coarse, fine[kCoarse];
@@ -226,15 +259,7 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
                 const std::ptrdiff_t offset = kCoarse + k * kCoarse;
                 const std::int64_t known = fineAt[k];
                 fineAt[k] = x;
-                if (x - known > fullX) {
-                    fine[k] = {};
-                    const std::int64_t end = std::min<std::int64_t>(x + fullX, last);
-                    for (std::int64_t i = std::max<std::int64_t>(x - fullX + 1, first); i < end; ++i)
-                        fine[k].template Move<Rims>(column(i) + offset, memory);
-                } else {
-                    for (std::int64_t i = known + 1; i <= x; ++i)
-                        fine[k].template Move<Rims>(column(i + fullX - 1) + offset, column(i - fullX) + offset);
-                }
+                MoveFine<Form, Rims>(fine[k], column, offset, fullX, known, x);
                 // The band's share of bin i is c(i) - c(i - 1), c being the weight up to the bin limited to the band:
                 // the sum over i * (c(i) - c(i - 1)) takes one sum over c.
                 const tWeight base = below - low;

@@ -233,15 +233,14 @@ struct alignas(kBlockBytes) tList {
     std::uint8_t values[3][kBlockBytes], numbers[2][kBlockBytes];
 };
 
-/// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
-/// is.
-KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
-                                std::uint8_t* to, std::uint8_t* doubts) {
-    const tBytes full = KwLoad(fullBytes);
-    tBytes top = KwLoad(rim.pieces[0]);
-    for (int i = 1; i < kPieces; ++i) top = KwGreater(top, KwLoad(rim.pieces[i]));
-    if (!Beats(top, full)) return false;
+/// The highest values of a block, how often they occur in rows, columns and corners, and where that is not known.
+struct tRimTops {
+    alignas(kBlockBytes) std::uint8_t tops[kValues + 1][kBlockBytes];
+    std::uint8_t counts[kValues][3][kBlockBytes], unknown[kValues][kBlockBytes];
+};
 
+/// What of the rim's pieces lies above the cells of full weight.
+KWINLINE inline void FillLists(const tRimBlock& rim, const std::uint8_t* fullBytes, tList (&lists)[kLists]) {
     tTops corners, other;
     LoadSample(rim.pieces[kTopLeft], rim.constants, corners);
     for (const int corner : {kTopRight, kBottomLeft, kBottomRight}) {
@@ -253,7 +252,6 @@ KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBy
     const std::uint8_t* const sources[kLists] = {rim.pieces[kTop], rim.pieces[kBottom], rim.pieces[kLeft],
                                                  rim.pieces[kRight], cornerTops};
     const std::ptrdiff_t planes[kLists] = {rim.rowPlane, rim.rowPlane, rim.columnPlane, rim.columnPlane, kBlockBytes};
-    tList lists[kLists];
     for (int p = 0; p < kLists; ++p) {
         const std::uint8_t* source = sources[p];
         const std::ptrdiff_t plane = planes[p];
@@ -269,9 +267,11 @@ KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBy
             list.numbers[1][i] = next > floor ? nextNumber : 0;
         }
     }
-    // The highest values, how often they occur in rows, columns and corners, and where that is not known.
-    alignas(kBlockBytes) std::uint8_t tops[kValues + 1][kBlockBytes], counts[kValues][3][kBlockBytes],
-        unknown[kValues][kBlockBytes];
+}
+
+/// Takes the highest values off the lists.
+KWINLINE inline void TakeTops(tList (&lists)[kLists], tRimTops& result) {
+    auto& [tops, counts, unknown] = result;
     for (int n = 0; n <= kValues; ++n)
         for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
             const std::uint8_t best = Greater(Greater(Greater(lists[0].values[0][i], lists[1].values[0][i]),
@@ -299,7 +299,12 @@ KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBy
             counts[n][1][i] = AddCounts(taken[2], taken[3]);
             counts[n][2][i] = taken[4];
         }
+}
 
+/// The means of one cell's weight from the top on, and where they are in doubt.
+KWINLINE inline void WeighTops(const tRimTops& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
+                               std::uint8_t* to, std::uint8_t* doubts) {
+    const auto& [tops, counts, unknown] = rim;
     const LONG turn = weights.turn;
     for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
         float sum = 0.0f, value = 0.0f, first = 0.0f;
@@ -325,6 +330,22 @@ KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBy
         to[i] = static_cast<std::uint8_t>(whole);
         doubts[i] = doubt ? 255 : 0;
     }
+}
+
+/// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
+/// is.
+KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
+                                std::uint8_t* to, std::uint8_t* doubts) {
+    const tBytes full = KwLoad(fullBytes);
+    tBytes best = KwLoad(rim.pieces[0]);
+    for (int i = 1; i < kPieces; ++i) best = KwGreater(best, KwLoad(rim.pieces[i]));
+    if (!Beats(best, full)) return false;
+
+    tList lists[kLists];
+    tRimTops tops;
+    FillLists(rim, fullBytes, lists);
+    TakeTops(lists, tops);
+    WeighTops(tops, fullBytes, weights, to, doubts);
     return Beats(KwLoad(doubts), tBytes{});
 }
 constexpr CKwBodies kWeighBlock(KwClones<WeighBlock>);
@@ -335,110 +356,139 @@ bool AreExact(float row, float column) {
     return row * 256.0f == std::floor(row * 256.0f) && column * 256.0f == std::floor(column * 256.0f);
 }
 
-} // namespace
+class CRectangle {
+  public:
+    CRectangle(const tTurned& picture, const tRows& destination, const tAREATABLE& area)
+        : m_picture(picture), m_destination(destination), m_fullX(area.FullColumns(0)),
+          m_fullY(area.FullRows()), m_weights{area.Weight(0, m_fullY), area.Weight(m_fullX, 0),
+                                              area.Weight(m_fullX, m_fullY), 0.0f, picture.turn},
+          m_weighing(picture, area, TakeCells()), m_columns(picture, *m_constants, m_fullY, HasColumns()) {}
 
-void FilterRect(const tTurned& picture, const tRows& destination, const tAREATABLE& area) {
-    const LONG fullX = area.FullColumns(0), fullY = area.FullRows();
-    tRimWeights weights{area.Weight(0, fullY), area.Weight(fullX, 0), area.Weight(fullX, fullY), 0.0f, picture.turn};
-    const bool hasRows = weights.row > 0.0f, hasColumns = weights.column > 0.0f;
-    const LONG width = picture.width, height = picture.height;
-    const std::ptrdiff_t stride = picture.stride, side = std::ptrdiff_t{picture.side} * 4;
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t{width} * 4, blockBytes = WholeBlocks(rowBytes);
-
-    std::vector<tCell> cells[kPieces];
-    const auto add = [&](int piece, LONG dx, LONG dy, float weight) {
-        if (weight > 0.0f) cells[piece].push_back({stride * dy + std::ptrdiff_t{dx} * 4, dy, weight});
-    };
-    for (LONG i = 1 - fullX; i < fullX; ++i) {
-        add(kTop, i, -fullY, weights.row);
-        add(kBottom, i, fullY, weights.row);
+    void Run() {
+        for (LONG y = 0; y < m_picture.height; ++y) {
+            m_columns.Next(m_column.get() + m_side, m_picture.stride);
+            std::memcpy(m_scratch.get(), m_column.get() + m_windowStart, static_cast<std::size_t>(m_windowBytes));
+            SlideMax(m_full.get(), m_scratch.get(), m_windowBytes, 2 * m_fullX - 1, m_rowBytes);
+            std::memset(m_full.get() + m_rowBytes, 255, static_cast<std::size_t>(m_blockBytes - m_rowBytes));
+            kTurnRow(m_destination.Row<std::uint8_t>(y), m_full.get(), m_rowBytes, m_picture.turn);
+            if (!HasRows() && !HasColumns()) continue;
+            SlideRows(y);
+            WeighRow(y);
+        }
     }
-    for (LONG i = 1 - fullY; i < fullY; ++i) {
-        add(kLeft, -fullX, i, weights.column);
-        add(kRight, fullX, i, weights.column);
-    }
-    add(kTopLeft, -fullX, -fullY, weights.corner);
-    add(kTopRight, fullX, -fullY, weights.corner);
-    add(kBottomLeft, -fullX, fullY, weights.corner);
-    add(kBottomRight, fullX, fullY, weights.corner);
-    std::size_t cellCount = 0;
-    float steps = 16.0f; // roundings on the way to a sum of 1
-    for (const auto& piece : cells) {
-        cellCount += piece.size();
-        if (!piece.empty()) steps += std::min(static_cast<float>(piece.size()), 1.0f / piece[0].weight + 1.0f);
-    }
-    if (!AreExact(weights.row, weights.column)) weights.near = 255.0f * 0x1p-24f * steps;
-    CWeighing weighing(picture, area, cellCount);
 
-    const auto constants = std::make_unique<tConstants>();
-    CColumnMax columns(picture, *constants, fullY, hasColumns);
-    const std::int64_t ringRows = std::min<std::int64_t>(2 * std::int64_t{fullY} + 1, height);
-    const tMemory ring = Bytes(hasRows ? ringRows * 4 : 0, blockBytes); // tops of the rim's row at each pixel
-    const std::ptrdiff_t scratchPlane = stride + kBlockBytes;
-    const tMemory column = Bytes(4, stride), scratch = Bytes(4, scratchPlane), none = Bytes(4, stride);
-    const tMemory full = Bytes(1, blockBytes);
-    const std::ptrdiff_t windowBytes = rowBytes + (2 * std::ptrdiff_t{fullX} - 2) * 4;
-    const std::ptrdiff_t windowStart = side - (std::ptrdiff_t{fullX} - 1) * 4;
-    LONG slid = 0;
-    for (LONG y = 0; y < height; ++y) {
-        columns.Next(column.get() + side, stride);
-        std::memcpy(scratch.get(), column.get() + windowStart, static_cast<std::size_t>(windowBytes));
-        SlideMax(full.get(), scratch.get(), windowBytes, 2 * fullX - 1, rowBytes);
-        std::memset(full.get() + rowBytes, 255, static_cast<std::size_t>(blockBytes - rowBytes));
-        std::uint8_t* to = destination.Row<std::uint8_t>(y);
-        kTurnRow(to, full.get(), rowBytes, picture.turn);
-        if (!hasRows && !hasColumns) continue;
+  private:
+    bool HasRows() const { return m_weights.row > 0.0f; }
+    bool HasColumns() const { return m_weights.column > 0.0f; }
 
-        for (; hasRows && slid < height && slid <= std::int64_t{y} + fullY; ++slid) {
-            std::memset(scratch.get(), 0, static_cast<std::size_t>(scratchPlane * 4));
-            kJoinSamples(scratch.get(), scratch.get(), scratchPlane, picture.Row(slid) - side + windowStart, *constants,
-                         windowBytes);
-            SlideTops(ring.get() + slid % ringRows * 4 * blockBytes, blockBytes, scratch.get(), scratchPlane,
-                      windowBytes, 2 * fullX - 1, rowBytes);
+    /// Fills the lists of the rim's cells and says how many there are; finds out when a result is in doubt.
+    std::size_t TakeCells() {
+        const auto add = [&](int piece, LONG dx, LONG dy, float weight) {
+            if (weight > 0.0f) m_cells[piece].push_back({m_picture.stride * dy + std::ptrdiff_t{dx} * 4, dy, weight});
+        };
+        for (LONG i = 1 - m_fullX; i < m_fullX; ++i) {
+            add(kTop, i, -m_fullY, m_weights.row);
+            add(kBottom, i, m_fullY, m_weights.row);
         }
-        const std::ptrdiff_t reach = std::ptrdiff_t{fullX} * 4;
-        tRimBlock rim{{}, blockBytes, stride, *constants};
-        std::ranges::fill(rim.pieces, none.get());
-        if (hasColumns) {
-            rim.pieces[kLeft] = column.get() + side - reach;
-            rim.pieces[kRight] = column.get() + side + reach;
+        for (LONG i = 1 - m_fullY; i < m_fullY; ++i) {
+            add(kLeft, -m_fullX, i, m_weights.column);
+            add(kRight, m_fullX, i, m_weights.column);
         }
-        if (hasRows && y - fullY >= 0) {
-            rim.pieces[kTop] = ring.get() + (y - fullY) % ringRows * 4 * blockBytes;
-            if (weights.corner > 0.0f) {
-                rim.pieces[kTopLeft] = picture.Row(y - fullY) - reach;
-                rim.pieces[kTopRight] = picture.Row(y - fullY) + reach;
-            }
+        add(kTopLeft, -m_fullX, -m_fullY, m_weights.corner);
+        add(kTopRight, m_fullX, -m_fullY, m_weights.corner);
+        add(kBottomLeft, -m_fullX, m_fullY, m_weights.corner);
+        add(kBottomRight, m_fullX, m_fullY, m_weights.corner);
+        std::size_t count = 0;
+        float steps = 16.0f; // roundings on the way to a sum of 1
+        for (const auto& piece : m_cells) {
+            count += piece.size();
+            if (!piece.empty()) steps += std::min(static_cast<float>(piece.size()), 1.0f / piece[0].weight + 1.0f);
         }
-        if (hasRows && height - y > fullY) {
-            rim.pieces[kBottom] = ring.get() + (y + fullY) % ringRows * 4 * blockBytes;
-            if (weights.corner > 0.0f) {
-                rim.pieces[kBottomLeft] = picture.Row(y + fullY) - reach;
-                rim.pieces[kBottomRight] = picture.Row(y + fullY) + reach;
-            }
+        if (!AreExact(m_weights.row, m_weights.column)) m_weights.near = 255.0f * 0x1p-24f * steps;
+        return count;
+    }
+
+    std::uint8_t* RingRow(LONG y) const { return m_ring.get() + y % m_ringRows * 4 * m_blockBytes; }
+
+    /// Brings the tops of the rim's rows down to those that row `y` needs.
+    void SlideRows(LONG y) {
+        for (; HasRows() && m_slid < m_picture.height && m_slid <= std::int64_t{y} + m_fullY; ++m_slid) {
+            std::memset(m_scratch.get(), 0, static_cast<std::size_t>(m_scratchPlane * 4));
+            kJoinSamples(m_scratch.get(), m_scratch.get(), m_scratchPlane,
+                         m_picture.Row(m_slid) - m_side + m_windowStart, *m_constants, m_windowBytes);
+            SlideTops(RingRow(m_slid), m_blockBytes, m_scratch.get(), m_scratchPlane, m_windowBytes, 2 * m_fullX - 1,
+                      m_rowBytes);
         }
+    }
+
+    tRimBlock RimAt(LONG y) const {
+        const std::ptrdiff_t reach = std::ptrdiff_t{m_fullX} * 4;
+        tRimBlock rim{{}, m_blockBytes, m_picture.stride, *m_constants};
+        std::ranges::fill(rim.pieces, m_none.get());
+        if (HasColumns()) {
+            rim.pieces[kLeft] = m_column.get() + m_side - reach;
+            rim.pieces[kRight] = m_column.get() + m_side + reach;
+        }
+        const auto put = [&](LONG row, int left, int middle, int right) {
+            rim.pieces[middle] = RingRow(row);
+            if (!(m_weights.corner > 0.0f)) return;
+            rim.pieces[left] = m_picture.Row(row) - reach;
+            rim.pieces[right] = m_picture.Row(row) + reach;
+        };
+        if (HasRows() && y - m_fullY >= 0) put(y - m_fullY, kTopLeft, kTop, kTopRight);
+        if (HasRows() && m_picture.height - y > m_fullY) put(y + m_fullY, kBottomLeft, kBottom, kBottomRight);
+        return rim;
+    }
+
+    void WeighRow(LONG y) {
+        tRimBlock rim = RimAt(y);
         std::span<const tCell> inside[kPieces];
-        for (int piece = 0; piece < kPieces; ++piece) inside[piece] = CellsInside(cells[piece], y, height);
-        for (std::ptrdiff_t i = 0; i < rowBytes; i += kBlockBytes) {
+        for (int piece = 0; piece < kPieces; ++piece) inside[piece] = CellsInside(m_cells[piece], y, m_picture.height);
+        std::uint8_t* const to = m_destination.Row<std::uint8_t>(y);
+        for (std::ptrdiff_t i = 0; i < m_rowBytes; i += kBlockBytes) {
             std::array<std::uint8_t, kBlockBytes> values, doubts;
-            std::memcpy(values.data(), full.get() + i, kBlockBytes);
-            kTurnRow(values.data(), values.data(), kBlockBytes, picture.turn);
-            if (kWeighBlock(rim, full.get() + i, weights, values.data(), doubts.data()))
+            std::memcpy(values.data(), m_full.get() + i, kBlockBytes);
+            kTurnRow(values.data(), values.data(), kBlockBytes, m_picture.turn);
+            if (kWeighBlock(rim, m_full.get() + i, m_weights, values.data(), doubts.data()))
                 for (std::ptrdiff_t lane = 0; lane < kBlockBytes; ++lane) {
                     if (!doubts[static_cast<std::size_t>(lane)]) continue;
-                    const std::uint8_t floor = full[static_cast<std::size_t>(i + lane)];
-                    tHit* end = weighing.Hits();
+                    const std::uint8_t floor = m_full[static_cast<std::size_t>(i + lane)];
+                    tHit* end = m_weighing.Hits();
                     for (int piece = 0; piece < kPieces; ++piece)
                         if (rim.pieces[piece][lane] > floor)
-                            end = FindLaneHits(picture.Row(y) + i + lane, floor, inside[piece], end);
+                            end = FindLaneHits(m_picture.Row(y) + i + lane, floor, inside[piece], end);
                     values[static_cast<std::size_t>(lane)] =
-                        weighing.Value({weighing.Hits(), end}, static_cast<LONG>((i + lane) / 4), y,
-                                       static_cast<LONG>(lane & 3), floor);
+                        m_weighing.Value({m_weighing.Hits(), end}, static_cast<LONG>((i + lane) / 4), y,
+                                         static_cast<LONG>(lane & 3), floor);
                 }
-            std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlockBytes, rowBytes - i)));
+            std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlockBytes, m_rowBytes - i)));
             for (const std::uint8_t*& piece : rim.pieces) piece += kBlockBytes;
         }
     }
+
+    const tTurned& m_picture;
+    const tRows& m_destination;
+    LONG m_fullX, m_fullY; ///< cells of full weight from the centre on
+    tRimWeights m_weights;
+    std::vector<tCell> m_cells[kPieces];
+    CWeighing m_weighing;
+    std::unique_ptr<tConstants> m_constants = std::make_unique<tConstants>();
+    CColumnMax m_columns;
+    std::ptrdiff_t m_side = std::ptrdiff_t{m_picture.side} * 4, m_rowBytes = std::ptrdiff_t{m_picture.width} * 4;
+    std::ptrdiff_t m_blockBytes = WholeBlocks(m_rowBytes), m_scratchPlane = m_picture.stride + kBlockBytes;
+    std::int64_t m_ringRows = std::min<std::int64_t>(2 * std::int64_t{m_fullY} + 1, m_picture.height);
+    tMemory m_ring = Bytes(HasRows() ? m_ringRows * 4 : 0, m_blockBytes); ///< tops of the rim's row at each pixel
+    tMemory m_column = Bytes(4, m_picture.stride), m_scratch = Bytes(4, m_scratchPlane);
+    tMemory m_none = Bytes(4, m_picture.stride), m_full = Bytes(1, m_blockBytes);
+    std::ptrdiff_t m_windowBytes = m_rowBytes + (2 * std::ptrdiff_t{m_fullX} - 2) * 4; ///< that a row's windows meet
+    std::ptrdiff_t m_windowStart = m_side - (std::ptrdiff_t{m_fullX} - 1) * 4;
+    LONG m_slid = 0; ///< rows in the ring so far
+};
+
+} // namespace
+
+void FilterRect(const tTurned& picture, const tRows& destination, const tAREATABLE& area) {
+    CRectangle(picture, destination, area).Run();
 }
 
 } // namespace kw_min_max

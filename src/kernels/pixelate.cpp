@@ -181,7 +181,8 @@ constexpr CKwBodies kThroughFill8(KwClones<ThroughFill8>);
 /// A row of cells from one pixel each. All but the last are written one pixel too wide, and mended by the next one, so
 /// that their width does not vary.
 void SpreadPlain8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
-    for (LONG i = 0; i < columns.count; ++i) std::fill(out + columns.Begin(i), out + columns.CellEnd(i), cells[i]);
+    for (LONG i = 0; i < columns.count; ++i)
+        for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x) out[x] = cells[i];
 }
 KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
     const std::ptrdiff_t last = columns.count - 1, pixels = columns.Pixels();

@@ -25,7 +25,7 @@ struct tPaint8 {
 
     void Fill(std::byte* row, std::int64_t first, std::int64_t last) const {
         auto* p = reinterpret_cast<tAnyWord*>(row);
-        std::fill(p + first, p + last + 1, value);
+        for (std::int64_t x = first; x <= last; ++x) p[x] = value; // at any address
     }
     void Blend(std::byte* row, std::int64_t x, double coverage) const {
         const std::int32_t weight = KwTrunc(coverage * 16384.0);
