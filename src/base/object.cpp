@@ -11,7 +11,7 @@ void CZeroFilled::operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-HRESULT CAggregable::CInner::QueryInterface(const IID* iid, void** out) {
+HRESULT CAggregable::CInner::QueryInterface(const IID* iid, void** out) noexcept {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!iid) return E_INVALIDARG;
@@ -26,7 +26,7 @@ HRESULT CAggregable::CInner::QueryInterface(const IID* iid, void** out) {
     return S_OK;
 }
 
-ULONG CAggregable::CInner::Release() {
+ULONG CAggregable::CInner::Release() noexcept {
     const ULONG left = --m_references;
     if (left == 0) {
         // Releasing what the object holds may reach back into it; one extra reference keeps that from a second end.

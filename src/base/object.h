@@ -43,7 +43,7 @@ class CAggregable : public CZeroFilled {
     virtual ~CAggregable() = default;
 
     /// The interface of that id without a reference, or null. `IUnknown` is never asked for.
-    virtual void* FindInterface(const IID& iid) = 0;
+    virtual void* FindInterface(const IID& iid) noexcept = 0;
 
     IUnknown* Outer() const { return m_pOuter; }
 
@@ -51,9 +51,9 @@ class CAggregable : public CZeroFilled {
     class CInner final : public IUnknown {
       public:
         explicit CInner(CAggregable& object) : m_object(object) {}
-        HRESULT QueryInterface(const IID* iid, void** out) override;
-        ULONG AddRef() override { return ++m_references; }
-        ULONG Release() override;
+        HRESULT QueryInterface(const IID* iid, void** out) noexcept override;
+        ULONG AddRef() noexcept override { return ++m_references; }
+        ULONG Release() noexcept override;
 
       private:
         CAggregable& m_object;

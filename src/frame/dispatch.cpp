@@ -4,6 +4,17 @@
 
 namespace {
 
+constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT, kMethod = DISPATCH_METHOD;
+
+// Each member answers to its property's name and to that of the operation itself.
+constexpr tDispatchMember kShared[] = {
+    {"all", kDispatchAll, kGet | kPut, KWDISP_POINTER, KWDISP_LONG},
+    {"get_all", kDispatchAll + KWDISP_GETTER, kGet, KWDISP_POINTER, KWDISP_LONG},
+    {"put_all", kDispatchAll + KWDISP_PUTTER, kPut, KWDISP_POINTER, KWDISP_LONG},
+    {"NotifyWindow", kDispatchNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+    {"put_NotifyWindow", kDispatchNotifyWindow + KWDISP_PUTTER, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+};
+
 char LowerAscii(unsigned c) {
     return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
 }
@@ -113,17 +124,22 @@ bool TakesArguments(const tDispatchMember& member, WORD kind) {
 
 } // namespace
 
+const tDispatchMember* CDispatchTable::Find(const auto& fits) const {
+    for (const auto members : {m_members, std::span<const tDispatchMember>(kShared)})
+        for (const tDispatchMember& member : members)
+            if (fits(member)) return &member;
+    return nullptr;
+}
+
 HRESULT CDispatchTable::GetIDsOfNames(OLECHAR** names, UINT count, LONG* ids) const {
     if (!names || !ids) return E_POINTER;
     if (count == 0) return S_OK;
     for (UINT i = 0; i < count; ++i) ids[i] = DISPID_UNKNOWN;
     if (!names[0]) return E_POINTER;
-    for (const tDispatchMember& member : m_members) {
-        if (!SameName(names[0], member.name)) continue;
-        ids[0] = member.id;
-        return count == 1 ? S_OK : DISP_E_UNKNOWNNAME; // arguments have no names of their own
-    }
-    return DISP_E_UNKNOWNNAME;
+    const auto* const member = Find([&](const tDispatchMember& row) { return SameName(names[0], row.name); });
+    if (!member) return DISP_E_UNKNOWNNAME;
+    ids[0] = member->id;
+    return count == 1 ? S_OK : DISP_E_UNKNOWNNAME; // arguments have no names of their own
 }
 
 HRESULT CDispatchTable::Prepare(LONG id, WORD flags, const DISPPARAMS* params, UINT* badArgument, tDispatchCall& call,
@@ -134,11 +150,7 @@ HRESULT CDispatchTable::Prepare(LONG id, WORD flags, const DISPPARAMS* params, U
         const bool called = (flags & DISPATCH_METHOD) && row.id > KWDISP_GETTER;
         return called ? row.kind : static_cast<WORD>(row.kind & flags);
     };
-    for (const tDispatchMember& row : m_members)
-        if (row.id == id && kindsOf(row)) {
-            member = &row;
-            break;
-        }
+    member = Find([&](const tDispatchMember& row) { return row.id == id && kindsOf(row); });
     if (!member) return DISP_E_MEMBERNOTFOUND;
     call.id = id & (KWDISP_GETTER - 1);
     const WORD kinds = kindsOf(*member);

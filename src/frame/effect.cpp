@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "frame/dispatch.h"
-
 namespace {
 
 enum : LONG {
@@ -11,13 +9,10 @@ enum : LONG {
     kIdProgress,
     kIdStepResolution,
     kIdDuration,
-    kIdAll = 1,
-    kIdNotifyWindow = 2,
 };
 
-constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT, kMethod = DISPATCH_METHOD;
+constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT;
 
-// Each member answers to its property's name and to that of the operation itself.
 constexpr tDispatchMember kMembers[] = {
     {"Capabilities", kIdCapabilities, kGet, KWDISP_LONG, KWDISP_NONE},
     {"get_Capabilities", kIdCapabilities + KWDISP_GETTER, kGet, KWDISP_LONG, KWDISP_NONE},
@@ -29,11 +24,6 @@ constexpr tDispatchMember kMembers[] = {
     {"Duration", kIdDuration, kGet | kPut, KWDISP_FLOAT, KWDISP_NONE},
     {"get_Duration", kIdDuration + KWDISP_GETTER, kGet, KWDISP_FLOAT, KWDISP_NONE},
     {"put_Duration", kIdDuration + KWDISP_PUTTER, kPut, KWDISP_FLOAT, KWDISP_NONE},
-    {"all", kIdAll, kGet | kPut, KWDISP_POINTER, KWDISP_LONG},
-    {"get_all", kIdAll + KWDISP_GETTER, kGet, KWDISP_POINTER, KWDISP_LONG},
-    {"put_all", kIdAll + KWDISP_PUTTER, kPut, KWDISP_POINTER, KWDISP_LONG},
-    {"NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
-    {"put_NotifyWindow", kIdNotifyWindow + KWDISP_PUTTER, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
 };
 constexpr CDispatchTable kDispatch{kMembers};
 
@@ -41,7 +31,7 @@ constexpr CDispatchTable kDispatch{kMembers};
 
 CEffectObject::CEffectObject(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect,
                              const tRecordSet& records)
-    : CTransformBase(outer), CParamObject(row, effect, records) {
+    : CTransformBase(outer), CDual(row, effect, records, kDispatch) {
     m_MaxInputs = static_cast<ULONG>(effect.maxInputs);
     m_RequiredInputs = static_cast<ULONG>(effect.minInputs);
     m_MaxBands = effect.maxBands;
@@ -55,54 +45,25 @@ CEffectObject::CEffectObject(const tObjectMapRow& row, IUnknown* outer, const tE
     m_Info.flags = effect.infoFlags;
 }
 
-void* CEffectObject::FindInterface(const IID& iid) {
+void* CEffectObject::FindInterface(const IID& iid) noexcept {
     if (iid == m_class.iid || iid == IDispatch::iid || iid == IDXEffect::iid) return static_cast<IKwEffect*>(this);
     if (iid == IKwEffectInfo::iid) return static_cast<IKwEffectInfo*>(this);
     if (void* const found = CTransformBase::FindInterface(iid)) return found;
     return FindParamInterface(iid);
 }
 
-HRESULT CEffectObject::GetTypeInfoCount(UINT* count) {
-    if (!count) return E_POINTER;
-    *count = 0;
-    return S_OK;
-}
-
-HRESULT CEffectObject::GetTypeInfo(UINT, LCID, ITypeInfo** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    return E_NOTIMPL;
-}
-
-HRESULT CEffectObject::GetIDsOfNames(const IID*, OLECHAR** names, UINT count, LCID, LONG* ids) {
-    return kDispatch.GetIDsOfNames(names, count, ids);
-}
-
-HRESULT CEffectObject::Invoke(LONG id, const IID*, LCID, WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO*,
-                              UINT* badArgument) {
-    return kDispatch.Invoke(id, flags, params, result, badArgument, [this](tDispatchCall& call) {
-        const bool put = call.kind == DISPATCH_PROPERTYPUT;
-        switch (call.id) {
-        case kIdCapabilities:
-            return get_Capabilities(&call.resultLong);
-        case kIdProgress:
-            return put ? put_Progress(call.real) : get_Progress(&call.resultFloat);
-        case kIdStepResolution:
-            return get_StepResolution(&call.resultFloat);
-        case kIdDuration:
-            return put ? put_Duration(call.real) : get_Duration(&call.resultFloat);
-        case kIdAll:
-            return put ? put_all(call.pointer[0], call.number[1]) : get_all(call.pointer[0], call.number[1]);
-        default:
-            return put_NotifyWindow(static_cast<HWND>(call.pointer[0]), static_cast<UINT>(call.number[1]));
-        }
-    });
-}
-
-HRESULT CEffectObject::get_Capabilities(LONG* capabilities) {
-    if (!capabilities) return E_POINTER;
-    *capabilities = 2;
-    return S_OK;
+HRESULT CEffectObject::Call(tDispatchCall& call) {
+    const bool put = call.kind == DISPATCH_PROPERTYPUT;
+    switch (call.id) {
+    case kIdCapabilities:
+        return get_Capabilities(&call.resultLong);
+    case kIdProgress:
+        return put ? put_Progress(call.real) : get_Progress(&call.resultFloat);
+    case kIdStepResolution:
+        return get_StepResolution(&call.resultFloat);
+    default:
+        return put ? put_Duration(call.real) : get_Duration(&call.resultFloat);
+    }
 }
 
 HRESULT CEffectObject::GetEffectInfo(void* block, ULONG size) {

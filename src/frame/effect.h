@@ -1,37 +1,26 @@
 // Effects: the transform frame and the parameter frame bound to the interface tables.
 #pragma once
 
-#include <type_traits>
-
 #include "frame/create.h"
-#include "frame/params.h"
+#include "frame/dispatch.h"
 #include "frame/surface.h"
 #include "frame/transform_base.h"
 #include "kernels/strips.h"
 
 /// An effect without regard to its record's type. An effect class derives from `CEffect` below and says `Apply`.
-class CEffectObject : public CTransformBase, public CParamObject, public IKwEffect, public IKwEffectInfo {
+class CEffectObject : public CTransformBase, public CDual<IKwEffect>, public IKwEffectInfo {
   public:
     // `IUnknown`, for every table.
     HRESULT QueryInterface(const IID* iid, void** out) override { return Outer()->QueryInterface(iid, out); }
     ULONG AddRef() override { return Outer()->AddRef(); }
     ULONG Release() override { return Outer()->Release(); }
 
-    HRESULT GetTypeInfoCount(UINT* count) override;
-    HRESULT GetTypeInfo(UINT index, LCID locale, ITypeInfo** out) override;
-    HRESULT GetIDsOfNames(const IID* reserved, OLECHAR** names, UINT count, LCID locale, LONG* ids) override;
-    HRESULT Invoke(LONG id, const IID* reserved, LCID locale, WORD flags, DISPPARAMS* params, VARIANT* result,
-                   EXCEPINFO* exception, UINT* badArgument) override;
-
-    HRESULT get_Capabilities(LONG* capabilities) override;
+    HRESULT get_Capabilities(LONG* capabilities) override { return KwAnswer(capabilities, 2); }
     HRESULT get_Progress(float* progress) override { return GetProgress(progress); }
     HRESULT put_Progress(float progress) override { return PutProgress(progress); }
     HRESULT get_StepResolution(float* resolution) override { return CTransformBase::GetStepResolution(resolution); }
     HRESULT get_Duration(float* seconds) override { return GetDuration(seconds); }
     HRESULT put_Duration(float seconds) override { return PutDuration(seconds); }
-    HRESULT get_all(void* pvParam, LONG cbStruct) override { return GetAll(pvParam, cbStruct); }
-    HRESULT put_all(void* pvParam, LONG cbStruct) override { return PutAll(pvParam, cbStruct); }
-    HRESULT put_NotifyWindow(HWND window, UINT id) override { return PutNotifyWindow(window, id); }
 
     HRESULT GetEffectInfo(void* block, ULONG size) override;
     HRESULT SetLevel(double value) override;
@@ -39,7 +28,8 @@ class CEffectObject : public CTransformBase, public CParamObject, public IKwEffe
   protected:
     CEffectObject(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect, const tRecordSet& records);
 
-    void* FindInterface(const IID& iid) override;
+    void* FindInterface(const IID& iid) noexcept override;
+    HRESULT Call(tDispatchCall& call) override;
 
     tEffectInfo m_Info{};
     double m_Level = 0.0;
@@ -94,14 +84,9 @@ class CEffectWork : public CEffectObject {
 
 /// An effect with the record `R`, whose work is one routine over locked views.
 template <class R>
-class CEffect : public CEffectWork {
-    static_assert(std::is_trivially_copyable_v<R>);
-
+class CEffect : public CWithRecord<CEffectWork, R> {
   protected:
-    CEffect(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect)
-        : CEffectWork(row, outer, effect, {Bytes(m_Params), Bytes(m_Work), Bytes(m_RampFrom), Bytes(m_RampTo)}) {
-        SetDefaults();
-    }
+    using CWithRecord<CEffectWork, R>::CWithRecord;
 
     /// Does one band with the record of this frame. A filter copies its input to the output first where its rule says
     /// so. Bands may run at once: members are read only.
@@ -109,20 +94,7 @@ class CEffect : public CEffectWork {
 
     HRESULT Work(const tWorkInfo& info, BOOL*) override {
         CEffectViews views;
-        if (const HRESULT status = LockViews(info, views); FAILED(status)) return status;
-        return Apply(views, UpdateWorkParams());
+        if (const HRESULT status = this->LockViews(info, views); FAILED(status)) return status;
+        return Apply(views, this->UpdateWorkParams());
     }
-
-    /// The record of this frame: `m_Work`, brought up to date under the parameter lock. Copied out, since bands on
-    /// other threads may bring it up to date again.
-    R UpdateWorkParams() {
-        R copy;
-        UpdateWork(&copy);
-        return copy;
-    }
-
-    R m_Params{}, m_Work{}, m_RampFrom{}, m_RampTo{};
-
-  private:
-    static std::byte* Bytes(R& record) { return reinterpret_cast<std::byte*>(&record); }
 };

@@ -2,32 +2,17 @@
 
 #include <algorithm>
 
-#include "frame/dispatch.h"
 #include "frame/surface.h"
 #include "kernels/alpha.h"
 
 namespace {
 
-enum : LONG { kIdAll = 1, kIdNotifyWindow = 2, kIdCacheInfo = 3 };
-
-constexpr WORD kGet = DISPATCH_PROPERTYGET, kPut = DISPATCH_PROPERTYPUT, kMethod = DISPATCH_METHOD;
+constexpr LONG kIdCacheInfo = 3;
 
 constexpr tDispatchMember kMembers[] = {
-    {"GetCacheInfo", kIdCacheInfo, kMethod, KWDISP_POINTER, KWDISP_NONE},
-    {"all", kIdAll, kGet | kPut, KWDISP_POINTER, KWDISP_LONG},
-    {"get_all", kIdAll + KWDISP_GETTER, kGet, KWDISP_POINTER, KWDISP_LONG},
-    {"put_all", kIdAll + KWDISP_PUTTER, kPut, KWDISP_POINTER, KWDISP_LONG},
-    {"NotifyWindow", kIdNotifyWindow, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
-    {"put_NotifyWindow", kIdNotifyWindow + KWDISP_PUTTER, kPut | kMethod, KWDISP_POINTER, KWDISP_LONG},
+    {"GetCacheInfo", kIdCacheInfo, DISPATCH_METHOD, KWDISP_POINTER, KWDISP_NONE},
 };
 constexpr CDispatchTable kDispatch{kMembers};
-
-template <class T>
-HRESULT Answer(T* out, T value) {
-    if (!out) return E_POINTER;
-    *out = value;
-    return S_OK;
-}
 
 /// Reads a locked area of a generator. Places outside the area read as 0. One thread at a time.
 class CGeneratorReader final : public CZeroFilled, public IDXARGBReadPtr {
@@ -44,8 +29,8 @@ class CGeneratorReader final : public CZeroFilled, public IDXARGBReadPtr {
         AddRef();
         return S_OK;
     }
-    ULONG AddRef() override { return ++m_References; }
-    ULONG Release() override {
+    ULONG AddRef() noexcept override { return ++m_References; }
+    ULONG Release() noexcept override {
         const ULONG left = --m_References;
         if (left == 0) delete this;
         return left;
@@ -116,7 +101,11 @@ class CGeneratorReader final : public CZeroFilled, public IDXARGBReadPtr {
 
 } // namespace
 
-void* CGenerator::FindInterface(const IID& iid) {
+CGenerator::CGenerator(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect, const tRecordSet& records,
+                       const tFormat& format)
+    : CAggregable(outer), CDual(row, effect, records, kDispatch), m_Format(format) {}
+
+void* CGenerator::FindInterface(const IID& iid) noexcept {
     if (iid == m_class.iid || iid == IDispatch::iid) return static_cast<IKwGenerator*>(this);
     if (iid == IDXSurface::iid || iid == IDXBaseObject::iid) return static_cast<IDXSurface*>(this);
     if (iid == IDXSurfaceInit::iid) return static_cast<IDXSurfaceInit*>(this);
@@ -125,78 +114,45 @@ void* CGenerator::FindInterface(const IID& iid) {
     return FindParamInterface(iid);
 }
 
-// Calls by name.
-
-HRESULT CGenerator::GetTypeInfoCount(UINT* count) {
-    return Answer(count, UINT{0});
-}
-
-HRESULT CGenerator::GetTypeInfo(UINT, LCID, ITypeInfo** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    return E_NOTIMPL;
-}
-
-HRESULT CGenerator::GetIDsOfNames(const IID*, OLECHAR** names, UINT count, LCID, LONG* ids) {
-    return kDispatch.GetIDsOfNames(names, count, ids);
-}
-
-HRESULT CGenerator::Invoke(LONG id, const IID*, LCID, WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO*,
-                           UINT* badArgument) {
-    return kDispatch.Invoke(id, flags, params, result, badArgument, [this](tDispatchCall& call) {
-        const bool put = call.kind == DISPATCH_PROPERTYPUT;
-        switch (call.id) {
-        case kIdCacheInfo:
-            return GetCacheInfo(call.pointer[0]);
-        case kIdAll:
-            return put ? put_all(call.pointer[0], call.number[1]) : get_all(call.pointer[0], call.number[1]);
-        default:
-            return put_NotifyWindow(static_cast<HWND>(call.pointer[0]), static_cast<UINT>(call.number[1]));
-        }
-    });
+HRESULT CGenerator::Call(tDispatchCall& call) {
+    return GetCacheInfo(call.pointer[0]);
 }
 
 // The surface.
 
 HRESULT CGenerator::GetGenerationId(ULONG* id) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    return Answer(id, m_GenerationId);
+    return KwGuarded(m_SurfaceLock, [&] { return KwAnswer(id, m_GenerationId); });
 }
 
 HRESULT CGenerator::IncrementGenerationId(BOOL) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    ++m_GenerationId;
-    return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] { ++m_GenerationId; });
 }
 
 HRESULT CGenerator::GetObjectSize(ULONG* bytes) {
-    return Answer(bytes, static_cast<ULONG>(sizeof *this));
+    return KwAnswer(bytes, static_cast<ULONG>(sizeof *this));
 }
 
 HRESULT CGenerator::GetPixelFormat(GUID* format, DWORD* sampleFormat) {
     if (sampleFormat) *sampleFormat = m_Format.sampleFormat;
-    return Answer(format, m_Format.id);
+    return KwAnswer(format, m_Format.id);
 }
 
 HRESULT CGenerator::GetBounds(DXBNDS* bounds) {
     if (!bounds) return E_POINTER;
-    const std::scoped_lock guard(m_SurfaceLock);
-    *bounds = {};
-    bounds->Axis[0] = {0, m_Width};
-    bounds->Axis[1] = {0, m_Height};
-    bounds->Axis[2] = bounds->Axis[3] = {0, 1};
-    return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] {
+        *bounds = {};
+        bounds->Axis[0] = {0, m_Width};
+        bounds->Axis[1] = {0, m_Height};
+        bounds->Axis[2] = bounds->Axis[3] = {0, 1};
+    });
 }
 
 HRESULT CGenerator::GetStatusFlags(DWORD* flags) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    return Answer(flags, m_StatusFlags);
+    return KwGuarded(m_SurfaceLock, [&] { return KwAnswer(flags, m_StatusFlags); });
 }
 
 HRESULT CGenerator::SetStatusFlags(DWORD flags) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    m_StatusFlags = flags;
-    return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] { m_StatusFlags = flags; });
 }
 
 HRESULT CGenerator::LockSurface(const DXBNDS* bounds, ULONG, DWORD flags, const IID* iid, void** out,
@@ -227,14 +183,11 @@ HRESULT CGenerator::GetDirectDrawSurface(const IID*, void** out) {
 }
 
 HRESULT CGenerator::GetColorKey(DWORD* key) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    return Answer(key, m_ColorKey);
+    return KwGuarded(m_SurfaceLock, [&] { return KwAnswer(key, m_ColorKey); });
 }
 
 HRESULT CGenerator::SetColorKey(DWORD key) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    m_ColorKey = key;
-    return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] { m_ColorKey = key; });
 }
 
 HRESULT CGenerator::LockSurfaceDC(const DXBNDS*, ULONG, DWORD, IUnknown** out) {
@@ -244,14 +197,11 @@ HRESULT CGenerator::LockSurfaceDC(const DXBNDS*, ULONG, DWORD, IUnknown** out) {
 }
 
 HRESULT CGenerator::SetAppData(std::uintptr_t data) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    m_AppData = data;
-    return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] { m_AppData = data; });
 }
 
 HRESULT CGenerator::GetAppData(std::uintptr_t* data) {
-    const std::scoped_lock guard(m_SurfaceLock);
-    return Answer(data, m_AppData);
+    return KwGuarded(m_SurfaceLock, [&] { return KwAnswer(data, m_AppData); });
 }
 
 HRESULT CGenerator::InitSurface(IUnknown*, const void*, const GUID*, const DXBNDS* bounds, DWORD) {
@@ -259,39 +209,29 @@ HRESULT CGenerator::InitSurface(IUnknown*, const void*, const GUID*, const DXBND
     const RECT rect = KwRectOf(*bounds);
     const std::int64_t width = KwWidth(rect), height = KwHeight(rect);
     if (width < 1 || height < 1 || width > INT32_MAX || height > INT32_MAX) return E_INVALIDARG;
-    return KwGuarded([&] {
-        const std::scoped_lock guard(m_SurfaceLock);
-        if (width == m_Width && height == m_Height) return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] {
+        if (width == m_Width && height == m_Height) return;
         m_Width = static_cast<LONG>(width);
         m_Height = static_cast<LONG>(height);
         ++m_GenerationId;
         SizeChanged();
-        return S_OK;
     });
 }
 
 HRESULT CGenerator::SetSite(IUnknown* site) {
     CComPtr<IUnknown> previous(site); // what is dropped ends outside the lock
-    const std::scoped_lock guard(m_SurfaceLock);
-    std::swap(m_pSite, previous);
-    return S_OK;
+    return KwGuarded(m_SurfaceLock, [&] { std::swap(m_pSite, previous); });
 }
 
 HRESULT CGenerator::GetSite(const IID* iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    CComPtr<IUnknown> site;
-    {
-        const std::scoped_lock guard(m_SurfaceLock);
-        site = m_pSite;
-    }
-    return site ? site->QueryInterface(iid, out) : E_FAIL;
-}
-
-HRESULT CGenerator::GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) {
-    return m_Safety.Get(iid, supported, enabled);
-}
-
-HRESULT CGenerator::SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) {
-    return m_Safety.Set(iid, mask, enabled);
+    return KwGuarded([&] {
+        CComPtr<IUnknown> site;
+        {
+            const std::scoped_lock guard(m_SurfaceLock);
+            site = m_pSite;
+        }
+        return site ? site->QueryInterface(iid, out) : E_FAIL;
+    });
 }

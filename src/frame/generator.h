@@ -5,7 +5,7 @@
 
 #include "base/object.h"
 #include "frame/create.h"
-#include "frame/params.h"
+#include "frame/dispatch.h"
 #include "frame/safety.h"
 #include "platform/transform.h"
 
@@ -19,7 +19,7 @@ class CGeneratorRows {
 
     /// Writes `count` premultiplied samples of the frame's row `y` (inside the frame) from `x` on. What lies beyond the
     /// frame's right edge may be anything.
-    virtual void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) = 0;
+    virtual void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) noexcept = 0;
     /// The memory of the frame's top left pixel, and the bytes from one row to the next row down; null for none.
     virtual std::byte* FirstByte() const { return nullptr; }
     virtual LONG Pitch() const { return 0; }
@@ -30,27 +30,16 @@ class CGeneratorRows {
 /// A generator without regard to its record. The surface lock guards size, generation and site; it is never held
 /// together with the parameter lock.
 class CGenerator : public CAggregable,
-                   public CParamObject,
-                   public IKwGenerator,
+                   public CDual<IKwGenerator>,
                    public IDXSurface,
                    public IDXSurfaceInit,
                    public IObjectWithSite,
-                   public IObjectSafety {
+                   public CSafetyList {
   public:
     // `IUnknown`, for every table.
     HRESULT QueryInterface(const IID* iid, void** out) override { return Outer()->QueryInterface(iid, out); }
     ULONG AddRef() override { return Outer()->AddRef(); }
     ULONG Release() override { return Outer()->Release(); }
-
-    HRESULT GetTypeInfoCount(UINT* count) override;
-    HRESULT GetTypeInfo(UINT index, LCID locale, ITypeInfo** out) override;
-    HRESULT GetIDsOfNames(const IID* reserved, OLECHAR** names, UINT count, LCID locale, LONG* ids) override;
-    HRESULT Invoke(LONG id, const IID* reserved, LCID locale, WORD flags, DISPPARAMS* params, VARIANT* result,
-                   EXCEPINFO* exception, UINT* badArgument) override;
-
-    HRESULT get_all(void* pvParam, LONG cbStruct) override { return GetAll(pvParam, cbStruct); }
-    HRESULT put_all(void* pvParam, LONG cbStruct) override { return PutAll(pvParam, cbStruct); }
-    HRESULT put_NotifyWindow(HWND window, UINT id) override { return PutNotifyWindow(window, id); }
 
     HRESULT GetGenerationId(ULONG* id) override;
     HRESULT IncrementGenerationId(BOOL refresh) override;
@@ -75,8 +64,6 @@ class CGenerator : public CAggregable,
 
     HRESULT SetSite(IUnknown* site) override;
     HRESULT GetSite(const IID* iid, void** out) override;
-    HRESULT GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) override;
-    HRESULT SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) override;
 
   protected:
     /// What the surface says of its pixels.
@@ -86,10 +73,10 @@ class CGenerator : public CAggregable,
     };
 
     CGenerator(const tObjectMapRow& row, IUnknown* outer, const tEffectClass& effect, const tRecordSet& records,
-               const tFormat& format)
-        : CAggregable(outer), CParamObject(row, effect, records), m_Format(format) {}
+               const tFormat& format);
 
-    void* FindInterface(const IID& iid) override;
+    void* FindInterface(const IID& iid) noexcept override;
+    HRESULT Call(tDispatchCall& call) override;
 
     /// The picture as it stands, null where memory is short. May throw std::bad_alloc.
     virtual std::unique_ptr<CGeneratorRows> OpenRows() = 0;
@@ -105,5 +92,4 @@ class CGenerator : public CAggregable,
     DWORD m_StatusFlags = 0, m_ColorKey = 0;
     std::uintptr_t m_AppData = 0;
     CComPtr<IUnknown> m_pSite;
-    CSafetyList m_Safety;
 };

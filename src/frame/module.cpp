@@ -17,7 +17,7 @@ class CClassFactory final : public IClassFactory {
   public:
     explicit CClassFactory(const tObjectMapRow& row) : m_row(row) {}
 
-    HRESULT QueryInterface(const IID* iid, void** out) override {
+    HRESULT QueryInterface(const IID* iid, void** out) noexcept override {
         if (!out) return E_POINTER;
         *out = nullptr;
         if (!iid) return E_INVALIDARG;
@@ -25,8 +25,8 @@ class CClassFactory final : public IClassFactory {
         *out = static_cast<IClassFactory*>(this);
         return S_OK;
     }
-    ULONG AddRef() override { return 2; }
-    ULONG Release() override { return 1; }
+    ULONG AddRef() noexcept override { return 2; }
+    ULONG Release() noexcept override { return 1; }
 
     HRESULT CreateInstance(IUnknown* outer, const IID* iid, void** out) override {
         if (!out) return E_POINTER;
@@ -43,7 +43,7 @@ class CClassFactory final : public IClassFactory {
             return status;
         });
     }
-    HRESULT LockServer(BOOL lock) override {
+    HRESULT LockServer(BOOL lock) noexcept override {
         CModuleLock::Add(lock ? 1 : -1);
         return S_OK;
     }
@@ -76,7 +76,7 @@ HRESULT DllGetClassObject(const CLSID* clsid, const IID* iid, void** out) {
     const auto rows = KwObjectMap();
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& r) { return r.clsid == *clsid; });
     if (row == rows.end()) return CLASS_E_CLASSNOTAVAILABLE;
-    return FactoryOf(static_cast<std::size_t>(row - rows.begin())).QueryInterface(iid, out);
+    return KwGuarded([&] { return FactoryOf(static_cast<std::size_t>(row - rows.begin())).QueryInterface(iid, out); });
 }
 
 HRESULT DllEnumObjects2(LONG index, GUID* category, CLSID* clsid, char* description, LONG descriptionSize, void*, void*,

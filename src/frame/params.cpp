@@ -21,7 +21,7 @@ HRESULT CopyOut(const T& from, void* to, ULONG size) {
 
 } // namespace
 
-void* CParamObject::FindParamInterface(const IID& iid) {
+void* CParamObject::FindParamInterface(const IID& iid) noexcept {
     if (iid == IKwParamInfo::iid) return static_cast<IKwParamInfo*>(this);
     if (iid == ISpecifyPropertyPages::iid) return static_cast<ISpecifyPropertyPages*>(this);
     if (iid == IPersistStorage::iid) return static_cast<IPersistStorage*>(this);
@@ -63,38 +63,59 @@ void CParamObject::UpdateWork(void* copy) {
     CopyRecord(static_cast<std::byte*>(copy), m_records.work);
 }
 
-void CParamObject::PostToPage() {
-    const std::scoped_lock guard(m_ParamLock); // none is posted once a window has been taken away
-    if (m_NotifyWnd && m_NotifyWnd->post) m_NotifyWnd->post(m_NotifyWnd, WM_COMMAND, m_NotifyId, 0);
+/// A record of its own, gone with what it owns.
+class CParamObject::CRecord {
+  public:
+    explicit CRecord(CParamObject& object)
+        : m_object(object), m_bytes(std::make_unique<std::byte[]>(object.m_class.recordSize)) {}
+    CRecord(const CRecord&) = delete;
+    CRecord& operator=(const CRecord&) = delete;
+    ~CRecord() { m_object.DropRecord(m_bytes.get()); }
+    operator std::byte*() const { return m_bytes.get(); }
+
+  private:
+    CParamObject& m_object;
+    const std::unique_ptr<std::byte[]> m_bytes;
+};
+
+void CParamObject::CopyLocked(std::byte* to, const std::byte* from) {
+    const std::scoped_lock guard(m_ParamLock);
+    CopyRecord(to, from);
 }
 
-void CParamObject::CallSink() {
-    CComPtr<IUnknown> sink;
-    {
-        const std::scoped_lock guard(m_ParamLock);
-        sink = m_pParamSink;
-    }
-    if (sink) static_cast<IKwParamSink*>(sink.Get())->OnParamsChanged();
+void CParamObject::PostToPage() noexcept {
+    KwGuarded(m_NotifyLock, [&] { // none is posted once a window has been taken away
+        if (m_NotifyWnd && m_NotifyWnd->post) m_NotifyWnd->post(m_NotifyWnd, WM_COMMAND, m_NotifyId, 0);
+    });
+}
+
+void CParamObject::CallSink() noexcept {
+    KwGuarded([&] {
+        CComPtr<IUnknown> sink;
+        {
+            const std::scoped_lock guard(m_ParamLock);
+            sink = m_pParamSink;
+        }
+        if (sink) static_cast<IKwParamSink*>(sink.Get())->OnParamsChanged();
+    });
 }
 
 // The record as a block.
 
 HRESULT CParamObject::GetAll(void* pvParam, LONG cbStruct) {
     if (!pvParam) return E_INVALIDARG;
-    const std::scoped_lock guard(m_ParamLock);
-    GiveBlock(pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
-    return S_OK;
+    return KwGuarded(m_ParamLock,
+                     [&] { GiveBlock(pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize)); });
 }
 
 HRESULT CParamObject::PutAll(const void* pvParam, LONG cbStruct) {
     if (!pvParam) return E_INVALIDARG;
-    {
-        const std::scoped_lock guard(m_ParamLock);
-        TakeBlock(pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
+    const HRESULT status = KwGuarded(m_ParamLock, [&] {
         m_Dirty = true;
-    }
+        TakeBlock(pvParam, std::min(static_cast<ULONG>(cbStruct), m_class.recordSize));
+    });
     CallSink();
-    return S_OK;
+    return status;
 }
 
 void CParamObject::TakeBlock(const void* block, ULONG size) {
@@ -106,47 +127,54 @@ void CParamObject::GiveBlock(void* block, ULONG size) {
 }
 
 HRESULT CParamObject::PutNotifyWindow(HWND window, UINT id) {
-    const std::scoped_lock guard(m_ParamLock);
-    m_NotifyWnd = window;
-    m_NotifyId = id;
-    return S_OK;
+    return KwGuarded(m_NotifyLock, [&] {
+        m_NotifyWnd = window;
+        m_NotifyId = id;
+    });
 }
 
 // Ramp.
 
 HRESULT CParamObject::SetRampOn(BOOL on) {
-    const std::scoped_lock guard(m_ParamLock);
-    m_RampOn = on != FALSE;
-    return S_OK;
+    return KwGuarded(m_ParamLock, [&] { m_RampOn = on != FALSE; });
 }
 
 HRESULT CParamObject::SaveParams(IStream* stream) {
     if (!stream) return E_POINTER;
-    const std::scoped_lock guard(m_ParamLock);
-    return WriteRecord(stream, m_records.params);
+    return KwGuarded([&] {
+        const CRecord copy(*this);
+        CopyLocked(copy, m_records.params);
+        return WriteRecord(stream, copy);
+    });
+}
+
+template <class Read>
+HRESULT CParamObject::TakeFrom(std::byte* record, Read&& read) {
+    const CRecord copy(*this);
+    CopyLocked(copy, record);
+    const HRESULT status = read(copy);
+    CopyLocked(record, copy);
+    return status;
 }
 
 HRESULT CParamObject::LoadParams(IStream* stream) {
     if (!stream) return E_POINTER;
-    const std::scoped_lock guard(m_ParamLock);
-    ULONG got = 0;
-    const HRESULT status = ReadRecord(stream, m_records.params, &got);
-    if (FAILED(status)) ToDefault(m_records.params);
+    const HRESULT status = KwGuarded([&] {
+        return TakeFrom(m_records.params, [&](std::byte* record) {
+            ULONG got = 0;
+            return ReadRecord(stream, record, &got);
+        });
+    });
+    if (FAILED(status)) KwGuarded(m_ParamLock, [&] { ToDefault(m_records.params); });
+    MarkDirty();
     PostToPage();
-    m_Dirty = true;
     return status;
 }
 
 HRESULT CParamObject::Interpolate(IStream* out, IStream* from, IStream* to, double position) {
     if (!out || !from || !to) return E_POINTER;
     return KwGuarded([&] {
-        const std::size_t size = m_class.recordSize;
-        const auto records = std::make_unique<std::byte[]>(3 * size);
-        std::byte *const start = records.get(), *const end = start + size, *const result = end + size;
-        const auto drop = [this, size](std::byte* all) {
-            for (std::size_t i = 0; i < 3; ++i) DropRecord(all + i * size);
-        };
-        const std::unique_ptr<std::byte[], decltype(drop)> owned(start, drop);
+        const CRecord start(*this), end(*this), result(*this);
         ToDefault(start);
         ToDefault(end);
         ULONG got = 0;
@@ -158,28 +186,40 @@ HRESULT CParamObject::Interpolate(IStream* out, IStream* from, IStream* to, doub
 }
 
 HRESULT CParamObject::SetRampRecords(IStream* from, IStream* to) {
-    const std::scoped_lock guard(m_ParamLock);
-    ULONG got = 0;
-    HRESULT status = from && to ? ReadRecord(from, m_records.rampFrom, &got) : E_POINTER;
-    if (SUCCEEDED(status)) status = ReadRecord(to, m_records.rampTo, &got);
-    if (FAILED(status)) {
+    const HRESULT status = KwGuarded([&] {
+        const CRecord start(*this), end(*this);
+        {
+            const std::scoped_lock guard(m_ParamLock);
+            CopyRecord(start, m_records.rampFrom);
+            CopyRecord(end, m_records.rampTo);
+        }
+        ULONG got = 0;
+        HRESULT read = from && to ? ReadRecord(from, start, &got) : E_POINTER;
+        if (SUCCEEDED(read)) read = ReadRecord(to, end, &got);
+        if (FAILED(read)) return read;
+        const std::scoped_lock guard(m_ParamLock);
+        CopyRecord(m_records.rampFrom, start);
+        CopyRecord(m_records.rampTo, end);
+        return read;
+    });
+    if (SUCCEEDED(status)) return status;
+    KwGuarded(m_ParamLock, [&] {
         ToDefault(m_records.rampFrom);
         ToDefault(m_records.rampTo);
-    }
+    });
     return status;
 }
 
 HRESULT CParamObject::SetRampPos(double position) {
-    const std::scoped_lock guard(m_ParamLock);
-    m_RampPos = position;
-    return S_OK;
+    return KwGuarded(m_ParamLock, [&] { m_RampPos = position; });
 }
 
 HRESULT CParamObject::SetParamSink(IUnknown* sink) {
-    CComPtr<IUnknown> previous(sink); // what is dropped ends outside the lock
-    const std::scoped_lock guard(m_ParamLock);
-    std::swap(m_pParamSink, previous);
-    return S_OK;
+    return KwGuarded([&] {
+        CComPtr<IUnknown> previous(sink); // what is dropped ends outside the lock
+        const std::scoped_lock guard(m_ParamLock);
+        std::swap(m_pParamSink, previous);
+    });
 }
 
 // Presets.
@@ -203,9 +243,9 @@ HRESULT CParamObject::GetName(LONG index, WCHAR* buffer, LONG length) {
 
 HRESULT CParamObject::Apply(LONG index) {
     if (!m_class.presets.Has(index)) return E_INVALIDARG;
-    PutAll(m_class.presets.Record(index), static_cast<LONG>(m_class.recordSize));
+    const HRESULT status = PutAll(m_class.presets.Record(index), static_cast<LONG>(m_class.recordSize));
     PostToPage();
-    return S_OK;
+    return status;
 }
 
 HRESULT CParamObject::GetGroup(LONG* group, LONG* item) {
@@ -240,15 +280,14 @@ HRESULT CParamObject::GetClassID(CLSID* out) {
 }
 
 HRESULT CParamObject::IsDirty() {
-    const std::scoped_lock guard(m_ParamLock);
-    return m_Dirty ? S_OK : S_FALSE;
+    return KwGuarded(m_ParamLock, [&] { return m_Dirty ? S_OK : S_FALSE; });
 }
 
 HRESULT CParamObject::Load(IStream* stream) {
     if (!stream) return E_POINTER;
-    const std::scoped_lock guard(m_ParamLock);
-    const HRESULT status = LoadRecord(stream, m_records.params);
-    m_Dirty = true;
+    const HRESULT status = KwGuarded(
+        [&] { return TakeFrom(m_records.params, [&](std::byte* record) { return LoadRecord(stream, record); }); });
+    MarkDirty();
     if (FAILED(status)) return status;
     PostToPage();
     CallSink();
@@ -257,29 +296,26 @@ HRESULT CParamObject::Load(IStream* stream) {
 
 HRESULT CParamObject::Save(IStream* stream, BOOL clearDirty) {
     if (!stream) return E_POINTER;
-    const std::scoped_lock guard(m_ParamLock);
-    const HRESULT status = WriteRecord(stream, m_records.params);
+    const HRESULT status = SaveParams(stream);
     if (FAILED(status)) return status;
-    m_Dirty = !clearDirty;
+    MarkDirty(!clearDirty);
     PostToPage();
     return status;
 }
 
 HRESULT CParamObject::GetSizeMax(std::uint64_t* size) {
     if (!size) return E_INVALIDARG;
-    *size = StreamSize();
-    return S_OK;
+    return KwGuarded([&] { *size = StreamSize(); });
 }
 
 HRESULT CParamObject::InitNew() {
-    {
-        const std::scoped_lock guard(m_ParamLock);
+    const HRESULT status = KwGuarded(m_ParamLock, [&] {
         ToDefault(m_records.params);
         m_Dirty = true;
-    }
+    });
     PostToPage();
     CallSink();
-    return S_OK;
+    return status;
 }
 
 HRESULT CParamObject::InitNew(IStorage*) {
@@ -288,18 +324,26 @@ HRESULT CParamObject::InitNew(IStorage*) {
 
 HRESULT CParamObject::Load(IStorage* storage) {
     if (!storage) return E_POINTER;
-    CComPtr<IStream> stream;
-    const HRESULT status = storage->OpenStream(kContents, nullptr, kModeRead, 0, stream.Receive());
-    if (FAILED(status)) return stream.Detach(), status;
-    return m_class.recordSize ? Load(stream.Get()) : E_FAIL;
+    return KwGuarded([&] {
+        HRESULT status = S_OK;
+        const auto stream = KwReceived<IStream>([&](void** out) {
+            return status = storage->OpenStream(kContents, nullptr, kModeRead, 0, reinterpret_cast<IStream**>(out));
+        });
+        if (FAILED(status)) return status;
+        return m_class.recordSize ? Load(stream.Get()) : E_FAIL;
+    });
 }
 
 HRESULT CParamObject::Save(IStorage* storage, BOOL sameAsLoad) {
     if (!storage) return E_POINTER;
-    CComPtr<IStream> stream;
-    const HRESULT status = storage->CreateStream(kContents, kModeCreate, 0, 0, stream.Receive());
-    if (FAILED(status)) return stream.Detach(), status;
-    return m_class.recordSize ? Save(stream.Get(), sameAsLoad) : E_FAIL;
+    return KwGuarded([&] {
+        HRESULT status = S_OK;
+        const auto stream = KwReceived<IStream>([&](void** out) {
+            return status = storage->CreateStream(kContents, kModeCreate, 0, 0, reinterpret_cast<IStream**>(out));
+        });
+        if (FAILED(status)) return status;
+        return m_class.recordSize ? Save(stream.Get(), sameAsLoad) : E_FAIL;
+    });
 }
 
 HRESULT CParamObject::GetPages(CAUUID* pages) {

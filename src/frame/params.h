@@ -4,6 +4,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "base/guard.h"
 #include "frame/effect_class.h"
 #include "platform/com_ptr.h"
 
@@ -74,19 +75,17 @@ class CParamObject : public IKwParamRamp,
     HRESULT PutNotifyWindow(HWND window, UINT id);
 
     /// The interface of that id without a reference, or null.
-    void* FindParamInterface(const IID& iid);
+    void* FindParamInterface(const IID& iid) noexcept;
 
     /// Brings the working record up to date: along the ramp where one is on, else from the record as set. Then copies
     /// it to `copy`, a record of the caller's. Bands call this at once.
     void UpdateWork(void* copy);
 
-    /// Tells the page that the record changed without it.
-    void PostToPage();
-
     // A record in memory. Most are plain bytes; one that owns more says how it is copied. All-zero bytes are a record
-    // that owns nothing. Never called without the parameter lock where the object's own records are meant.
+    // that owns nothing. Never called without the parameter lock where the object's own records are meant. What throws
+    // leaves the target as it was.
     virtual void CopyRecord(std::byte* to, const std::byte* from);
-    virtual void DropRecord(std::byte* /*record*/) {}
+    virtual void DropRecord(std::byte* /*record*/) noexcept {}
     /// Takes the first `size` bytes of a host's block into the record as set, and gives them out; `size` is at most the
     /// record's.
     virtual void TakeBlock(const void* block, ULONG size);
@@ -109,12 +108,26 @@ class CParamObject : public IKwParamRamp,
     std::recursive_mutex m_ParamLock;
 
   private:
-    void CallSink();
+    class CRecord;
+
+    void CopyLocked(std::byte* to, const std::byte* from);
+    /// Lets `read` change a copy of one of the object's records, and takes what has become of it. A stream may wait for
+    /// another thread, so none is read or written under the parameter lock.
+    template <class Read>
+    HRESULT TakeFrom(std::byte* record, Read&& read);
+    void MarkDirty(bool dirty = true) noexcept {
+        KwGuarded(m_ParamLock, [&] { m_Dirty = dirty; });
+    }
+    /// Tells the page that the record changed without it. Never under the parameter lock.
+    void PostToPage() noexcept;
+    /// Tells the host's sink the same. Never under the parameter lock.
+    void CallSink() noexcept;
 
     bool m_Dirty = true;
     bool m_RampOn = false;
     double m_RampPos = 0.0;
     CComPtr<IUnknown> m_pParamSink;
+    std::mutex m_NotifyLock; ///< guards the window; held while it is posted to
     HWND m_NotifyWnd = nullptr;
     UINT m_NotifyId = 0;
 };

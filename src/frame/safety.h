@@ -4,34 +4,38 @@
 #include "platform/component.h"
 
 /// One enabled word for each interface that a script might be let at.
-class CSafetyList {
+class CSafetyList : public IObjectSafety {
   public:
-    HRESULT Get(const IID* iid, DWORD* supported, DWORD* enabled) const {
+    HRESULT GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) noexcept override {
         if (!supported || !enabled) return E_POINTER;
         *supported = *enabled = 0;
-        for (const tRow& row : m_rows) {
-            if (!iid || !(row.iid == *iid)) continue;
-            *supported = 1;
-            *enabled = row.enabled & 1;
-            return S_OK;
-        }
-        return E_NOINTERFACE;
+        const tRow* const row = Find(iid);
+        if (!row) return E_NOINTERFACE;
+        *supported = 1;
+        *enabled = row->enabled & 1;
+        return S_OK;
     }
 
-    HRESULT Set(const IID* iid, DWORD mask, DWORD enabled) {
-        for (tRow& row : m_rows) {
-            if (!iid || !(row.iid == *iid)) continue;
-            row.enabled = mask & enabled;
-            return S_OK;
-        }
-        return E_NOINTERFACE;
+    HRESULT SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) noexcept override {
+        tRow* const row = Find(iid);
+        if (!row) return E_NOINTERFACE;
+        row->enabled = mask & enabled;
+        return S_OK;
     }
+
+  protected:
+    ~CSafetyList() = default;
 
   private:
     struct tRow {
         IID iid;
         DWORD enabled;
     };
+    tRow* Find(const IID* iid) noexcept {
+        for (tRow& row : m_rows)
+            if (iid && row.iid == *iid) return &row;
+        return nullptr;
+    }
     tRow m_rows[4]{{IDispatch::iid, 0},
                    {IPersistPropertyBag::iid, 0},
                    {IPersistStorage::iid, 0},

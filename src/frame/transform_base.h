@@ -35,7 +35,7 @@ struct tTransformInput {
 
 /// The base of every effect object. Locks: the transform lock is held across `Setup`, `Execute`, `SetSite` and
 /// `IncrementGenerationId`; bands run while the calling thread holds it and do not take it themselves.
-class CTransformBase : public CAggregable, public IObjectSafety, public IDXTransform, public IObjectWithSite {
+class CTransformBase : public CAggregable, public CSafetyList, public IDXTransform, public IObjectWithSite {
   public:
     static constexpr ULONG kMaxBands = 4;
 
@@ -54,9 +54,6 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     };
 
     explicit CTransformBase(IUnknown* outer) : CAggregable(outer) {}
-
-    HRESULT GetInterfaceSafetyOptions(const IID* iid, DWORD* supported, DWORD* enabled) override;
-    HRESULT SetInterfaceSafetyOptions(const IID* iid, DWORD mask, DWORD enabled) override;
 
     HRESULT GetGenerationId(ULONG* id) override;
     HRESULT IncrementGenerationId(BOOL refresh) override;
@@ -97,7 +94,7 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     virtual HRESULT GetPickOrder(const DXBNDS& bounds, ULONG& count, ULONG* indices, ULONG* weights);
     virtual IUnknown* GetControllingUnknown() { return Outer(); }
 
-    void* FindInterface(const IID& iid) override;
+    void* FindInterface(const IID& iid) noexcept override;
 
     // `IDXEffect` for the classes that have it.
     HRESULT GetProgress(float* progress);
@@ -143,6 +140,8 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     bool HasMesh() const { return (m_OptionFlags & (kOptionMeshInputs | kOptionMeshOutput)) != 0; }
     HRESULT TakeServices();
     void DropServices();
+    HRESULT SetupLocked(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs, ULONG numOutputs,
+                        DWORD flags);
     void UnbindAll();
     HRESULT BindAll(IUnknown* const* inputs, ULONG numInputs, IUnknown* output, DWORD flags);
     HRESULT Bind(IUnknown* object, tTransformInput& row);
@@ -156,8 +155,8 @@ class CTransformBase : public CAggregable, public IObjectSafety, public IDXTrans
     HRESULT RunWork(const tWorkInfo& info, BOOL* pContinue) noexcept;
     HRESULT RunBands(const tWorkInfo& info, ULONG bands, const GUID* request);
     static void RunTask(void* data, BOOL* pContinue);
+    HRESULT PickLocked(const DXVEC& point, ULONG& inputIndex, DXVEC& inputPoint);
 
-    CSafetyList m_Safety;
     bool m_Executing = false;
     HANDLE m_BandEvents[kMaxBands]{};
 };

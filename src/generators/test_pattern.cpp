@@ -60,7 +60,7 @@ constexpr GUID kOpaque32{0xE436EB7E, 0x524F, 0x11CE, {0x9F, 0x53, 0x00, 0x20, 0x
 class CPatternReader final : public CGeneratorRows {
   public:
     CPatternReader(ULONG type, LONG width, LONG height) : CGeneratorRows(width, height), m_rows(type, width, height) {}
-    void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) override { m_rows.Fill({samples, count, x, y}); }
+    void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) noexcept override { m_rows.Fill({samples, count, x, y}); }
 
   private:
     CTestPatternRows m_rows;
@@ -68,45 +68,25 @@ class CPatternReader final : public CGeneratorRows {
 
 } // namespace
 
-class DXSTestp final : public CGenerator {
+class DXSTestp final : public CWithRecord<CGenerator, tTESTPATTERNPROP> {
   public:
-    DXSTestp(const tObjectMapRow& row, IUnknown* outer)
-        : CGenerator(row, outer, kClass, {Bytes(m_Params), Bytes(m_Work), Bytes(m_RampFrom), Bytes(m_RampTo)},
-                     {kOpaque32, 0}) {
-        SetDefaults();
-    }
+    DXSTestp(const tObjectMapRow& row, IUnknown* outer) : CWithRecord(row, outer, kClass, tFormat{kOpaque32, 0}) {}
 
-    HRESULT GetCacheInfo(void* cache) override {
-        if (!cache) return E_POINTER;
-        const tPatternCache empty{};
-        std::memcpy(cache, &empty, sizeof empty);
-        return S_OK;
-    }
+    HRESULT GetCacheInfo(void* cache) override { return KwAnswer(static_cast<tPatternCache*>(cache), {}); }
 
     // Asking for the record counts as taking it.
     HRESULT get_all(void* pvParam, LONG cbStruct) override {
         if (!pvParam) return E_INVALIDARG;
-        CurrentType();
-        return GetAll(pvParam, cbStruct);
+        const HRESULT status = KwGuarded([&] { UpdateWorkParams(); });
+        return FAILED(status) ? status : GetAll(pvParam, cbStruct);
     }
 
   protected:
     std::unique_ptr<CGeneratorRows> OpenRows() override {
-        const ULONG type = CurrentType();
+        const ULONG type = UpdateWorkParams().type;
         const std::scoped_lock guard(m_SurfaceLock);
         return std::make_unique<CPatternReader>(type, m_Width, m_Height);
     }
-
-  private:
-    static std::byte* Bytes(tTESTPATTERNPROP& record) { return reinterpret_cast<std::byte*>(&record); }
-
-    ULONG CurrentType() {
-        tTESTPATTERNPROP work{};
-        UpdateWork(&work);
-        return work.type;
-    }
-
-    tTESTPATTERNPROP m_Params{}, m_Work{}, m_RampFrom{}, m_RampTo{};
 };
 
 template IUnknown* KwCreate<DXSTestp>(const tObjectMapRow&, IUnknown*);

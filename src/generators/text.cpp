@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <new>
+#include <string>
 #include <vector>
 
 #include "frame/generator.h"
@@ -70,27 +73,47 @@ const tEffectClass kClass{
     .presets = kPresets,
 };
 
-/// A text of `length` zeros and one more behind them; null where memory is short or the length beyond sense.
-WCHAR* NewText(LONG length) {
-    if (length < 0 || length > kMostText) return nullptr;
-    return static_cast<WCHAR*>(std::calloc(static_cast<std::size_t>(length) + 1, sizeof(WCHAR)));
-}
-
-void Drop(tTEXTPROP& record) {
+void Drop(tTEXTPROP& record) noexcept {
     if (record.text != g_DefaultText) std::free(record.text);
     record.text = nullptr;
     record.textLength = 0;
 }
 
-/// Puts a text of the record's own in place of the old one; an empty one of length 0 needs no memory.
-bool SetText(tTEXTPROP& record, const WCHAR* text, LONG length) {
-    WCHAR* const copy = length > 0 ? NewText(length) : nullptr;
-    if (length > 0 && !copy) return false;
-    if (copy) std::memcpy(copy, text, static_cast<std::size_t>(length) * sizeof(WCHAR));
+/// Puts a text of the record's own in place of the old one: the characters of `text`, then zeros up to `length` and
+/// one more. An empty one of length 0 needs no memory. Throws std::bad_alloc where that is short or the length beyond
+/// sense, and leaves the record as it is.
+void SetText(tTEXTPROP& record, std::u16string_view text, LONG length) {
+    WCHAR* copy = nullptr;
+    if (length > 0) {
+        if (length <= kMostText)
+            copy = static_cast<WCHAR*>(std::calloc(static_cast<std::size_t>(length) + 1, sizeof(WCHAR)));
+        if (!copy) throw std::bad_alloc();
+        text.copy(copy, static_cast<std::size_t>(length));
+    }
     Drop(record);
     record.text = copy;
     record.textLength = length > 0 ? length : 0;
-    return true;
+}
+
+std::u16string_view TextOf(const tTEXTPROP& record) {
+    return {record.text, record.textLength > 0 ? static_cast<std::size_t>(record.textLength) : 0};
+}
+
+/// Up to `count` elements of a stream. Memory grows with what the stream gives, not with what it promises.
+template <class T>
+HRESULT ReadSome(IStream* stream, std::size_t count, std::vector<T>& elements) {
+    constexpr std::size_t kPiece = 4096;
+    for (std::size_t held = elements.size(); held < count;) {
+        const std::size_t wanted = std::min(count - held, std::max(kPiece, held));
+        elements.resize(held + wanted);
+        ULONG got = 0;
+        const HRESULT status = stream->Read(elements.data() + held, static_cast<ULONG>(wanted * sizeof(T)), &got);
+        if (FAILED(status)) return status;
+        held += std::min(wanted, got / sizeof(T));
+        elements.resize(held);
+        if (got < wanted * sizeof(T)) return status;
+    }
+    return S_OK;
 }
 
 struct tOwned {
@@ -143,7 +166,7 @@ class CTextReader final : public CGeneratorRows {
     }
     ~CTextReader() override { --m_image->readers; }
 
-    void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) override {
+    void Read(ULONG x, ULONG y, DWORD* samples, ULONG count) noexcept override {
         const ULONG held = std::min(count, static_cast<ULONG>(m_rows.width) - x);
         std::memcpy(samples, m_rows.Row<DWORD>(static_cast<LONG>(y)) + x, std::size_t{held} * sizeof(DWORD));
     }
@@ -171,13 +194,10 @@ struct tTextCache {
 
 } // namespace
 
-class DXSText final : public CGenerator {
+class DXSText final : public CWithRecord<CGenerator, tTEXTPROP> {
   public:
     DXSText(const tObjectMapRow& row, IUnknown* outer)
-        : CGenerator(row, outer, kClass, {Bytes(m_Params), Bytes(m_Work), Bytes(m_RampFrom), Bytes(m_RampTo)},
-                     {DDPF_PMARGB32, DXSAMPLE_TRANSLUCENT}) {
-        SetDefaults();
-    }
+        : CWithRecord(row, outer, kClass, tFormat{DDPF_PMARGB32, DXSAMPLE_TRANSLUCENT}) {}
     ~DXSText() override {
         for (tTEXTPROP* const record : {&m_Params, &m_Work, &m_RampFrom, &m_RampTo, &m_Given}) Drop(*record);
     }
@@ -204,7 +224,7 @@ class DXSText final : public CGenerator {
   protected:
     std::unique_ptr<CGeneratorRows> OpenRows() override {
         const std::scoped_lock guard(m_SurfaceLock);
-        if (!m_Image) m_Image = std::make_shared<CTextImage>(m_Width, m_Height);
+        if (!m_Image || !m_Image->Exists()) m_Image = std::make_shared<CTextImage>(m_Width, m_Height);
         return m_Image->Exists() ? std::make_unique<CTextReader>(m_Image) : nullptr;
     }
 
@@ -217,14 +237,13 @@ class DXSText final : public CGenerator {
         if (source.text == g_DefaultText) {
             Drop(target);
             target = source;
-        } else if (SetText(target, source.text, source.textLength)) {
-            std::memcpy(&target, &source, kTextFixedBytes);
         } else {
-            ToDefault(to);
+            SetText(target, TextOf(source), source.textLength);
+            std::memcpy(&target, &source, kTextFixedBytes);
         }
     }
 
-    void DropRecord(std::byte* record) override { Drop(Record(record)); }
+    void DropRecord(std::byte* record) noexcept override { Drop(Record(record)); }
 
     // A whole block brings its text; without a text that can be had the record becomes the default. The front of one
     // leaves the text as it is.
@@ -235,10 +254,10 @@ class DXSText final : public CGenerator {
         }
         tTEXTPROP given;
         std::memcpy(&given, block, sizeof given);
-        if (given.textLength >= 1 && given.text && SetText(m_Params, given.text, given.textLength))
-            std::memcpy(&m_Params, &given, kTextFixedBytes);
-        else
-            ToDefault(Bytes(m_Params));
+        ToDefault(Bytes(m_Params));
+        if (given.textLength < 1 || !given.text) return;
+        SetText(m_Params, TextOf(given), given.textLength);
+        std::memcpy(&m_Params, &given, kTextFixedBytes);
     }
 
     // The text that goes out stays the object's, and stays as it is until the next call.
@@ -300,7 +319,6 @@ class DXSText final : public CGenerator {
     }
 
   private:
-    static std::byte* Bytes(tTEXTPROP& record) { return reinterpret_cast<std::byte*>(&record); }
     static tTEXTPROP& Record(std::byte* bytes) { return *reinterpret_cast<tTEXTPROP*>(bytes); }
     static const tTEXTPROP& Record(const std::byte* bytes) { return *reinterpret_cast<const tTEXTPROP*>(bytes); }
 
@@ -310,15 +328,10 @@ class DXSText final : public CGenerator {
         ULONG got = 0;
         HRESULT status = stream->Read(&length, sizeof length, &got);
         if (FAILED(status) || got != sizeof length || length <= 0) return status;
-        WCHAR* const text = NewText(length);
-        if (!text) return E_OUTOFMEMORY;
-        status = stream->Read(text, static_cast<ULONG>(length) * ULONG{sizeof(WCHAR)}, &got);
-        if (FAILED(status)) {
-            std::free(text);
-            return status;
-        }
-        record.text = text;
-        record.textLength = length;
+        std::vector<WCHAR> text;
+        status = length > kMostText ? E_OUTOFMEMORY : ReadSome(stream, static_cast<std::size_t>(length), text);
+        if (FAILED(status)) return status;
+        SetText(record, {text.data(), text.size()}, std::min(length, static_cast<LONG>(text.size()) + 1));
         return status;
     }
 
@@ -328,34 +341,26 @@ class DXSText final : public CGenerator {
         std::memcpy(&length, record.signature, sizeof length);
         if (got <= kOldHeadBytes || length == 0) return S_OK;
         if (length > static_cast<ULONG>(kMostText)) return E_OUTOFMEMORY;
-        std::vector<std::uint8_t> ansi(length);
-        const ULONG held = std::min(length, got - kOldHeadBytes);
-        std::memcpy(ansi.data(), reinterpret_cast<const std::byte*>(&record) + kOldHeadBytes, held);
-        if (held < length)
-            if (const HRESULT status = stream->Read(ansi.data() + held, length - held, &got); FAILED(status))
-                return status;
-        const auto end = std::find(ansi.begin(), ansi.end(), 0);
-        const auto count = static_cast<LONG>(end - ansi.begin());
-        WCHAR* const text = NewText(count + 1);
-        if (!text) return E_OUTOFMEMORY;
-        std::transform(ansi.begin(), end, text, FromAnsi);
-        record.text = text;
-        record.textLength = count + 1;
+        const auto* const head = reinterpret_cast<const std::uint8_t*>(&record) + kOldHeadBytes;
+        std::vector<std::uint8_t> ansi(head, head + std::min(length, got - kOldHeadBytes));
+        if (const HRESULT status = ReadSome(stream, length, ansi); FAILED(status)) return status;
+        std::u16string text;
+        std::transform(ansi.begin(), std::find(ansi.begin(), ansi.end(), 0), std::back_inserter(text), FromAnsi);
+        SetText(record, text, static_cast<LONG>(text.size()) + 1);
         return S_OK;
     }
 
     HRESULT Render(const tTEXTPROP& record) {
         // What a reader holds stays as it is.
-        if (!m_Image || m_Image->readers.load() != 0) m_Image = std::make_shared<CTextImage>(m_Width, m_Height);
+        if (!m_Image || !m_Image->Exists() || m_Image->readers.load() != 0)
+            m_Image = std::make_shared<CTextImage>(m_Width, m_Height);
         if (!m_Image->Exists()) return E_OUTOFMEMORY;
-        if (!m_Font || std::memcmp(&m_Font->Description(), &record.font, sizeof record.font) != 0)
+        if (!m_Font || !m_Font->Exists() || std::memcmp(&m_Font->Description(), &record.font, sizeof record.font) != 0)
             m_Font = std::make_unique<CTextFont>(record.font);
-        const std::u16string_view text(record.text, static_cast<std::size_t>(record.textLength));
-        RenderText(m_Image->FromTop(), record, text, *m_Font);
+        RenderText(m_Image->FromTop(), record, TextOf(record), *m_Font);
         return S_OK;
     }
 
-    tTEXTPROP m_Params{}, m_Work{}, m_RampFrom{}, m_RampTo{};
     tTEXTPROP m_Given{}; ///< what `get_all` gave out last
     std::shared_ptr<CTextImage> m_Image;
     std::unique_ptr<CTextFont> m_Font;

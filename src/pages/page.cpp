@@ -1,6 +1,7 @@
 #include "pages/page.h"
 
 #include <cstdlib>
+#include <new>
 
 #include "pages/controls/logo.h"
 #include "pages/dialog_size.h"
@@ -35,6 +36,11 @@ OLECHAR* NewText(std::string_view text) {
     auto* const copy = static_cast<OLECHAR*>(std::calloc(text.size() + 1, sizeof(OLECHAR)));
     if (copy) std::copy(text.begin(), text.end(), copy);
     return copy;
+}
+
+/// Short memory of the effect is that of the page; what else an effect refuses, it has no page for.
+void Demand(HRESULT status) {
+    if (status == E_OUTOFMEMORY) throw std::bad_alloc();
 }
 
 } // namespace
@@ -92,7 +98,7 @@ CPropPageBase::~CPropPageBase() {
     if (m_open) OnDestroy();
 }
 
-void* CPropPageBase::FindInterface(const IID& iid) {
+void* CPropPageBase::FindInterface(const IID& iid) noexcept {
     if (iid == IPropertyPage::iid) return static_cast<IPropertyPage*>(this);
     if (iid == IKwPage::iid) return static_cast<IKwPage*>(this);
     return nullptr;
@@ -101,8 +107,7 @@ void* CPropPageBase::FindInterface(const IID& iid) {
 // --- the host's side
 
 HRESULT CPropPageBase::SetPageSite(IUnknown* site) {
-    m_pPageSite = site;
-    return S_OK;
+    return KwGuarded([&] { m_pPageSite = site; });
 }
 
 HRESULT CPropPageBase::Activate(HWND parent, const RECT* place, BOOL) {
@@ -110,8 +115,7 @@ HRESULT CPropPageBase::Activate(HWND parent, const RECT* place, BOOL) {
         if (m_open || m_busy || !CEffectLink(*this)) return E_UNEXPECTED;
         const CBusy busy(*this);
         if (place) Move(place);
-        OnInitDialog(parent);
-        return S_OK;
+        return OnInitDialog(parent);
     });
 }
 
@@ -125,12 +129,14 @@ HRESULT CPropPageBase::Deactivate() {
 
 HRESULT CPropPageBase::GetPageInfo(PROPPAGEINFO* info) {
     if (!info) return E_POINTER;
-    info->pszTitle = NewText(m_info.title);
-    info->size = GetDialogSize(m_info.size, nullptr);
-    info->pszDocString = nullptr;
-    info->pszHelpFile = nullptr;
-    info->dwHelpContext = static_cast<DWORD>(m_info.helpTopic);
-    return info->pszTitle ? S_OK : E_OUTOFMEMORY;
+    return KwGuarded([&] {
+        info->pszTitle = NewText(m_info.title);
+        info->size = GetDialogSize(m_info.size, nullptr);
+        info->pszDocString = nullptr;
+        info->pszHelpFile = nullptr;
+        info->dwHelpContext = static_cast<DWORD>(m_info.helpTopic);
+        return info->pszTitle ? S_OK : E_OUTOFMEMORY;
+    });
 }
 
 HRESULT CPropPageBase::SetObjects(ULONG count, IUnknown** objects) {
@@ -156,14 +162,19 @@ HRESULT CPropPageBase::SetObjects(ULONG count, IUnknown** objects) {
         const HWND window = m_hWnd;
         if (open) OnDestroy();
         m_controls.clear();
-        m_objects = std::move(taken);
+        m_objects.clear();
+        if (taken.empty()) return S_OK;
         m_class = info;
         m_fields = std::move(fields);
         m_Params.assign(static_cast<std::size_t>(info.recordSize), std::byte{});
-        if (m_objects.empty()) return S_OK;
-        MakeControls();
-        if (open) OnInitDialog(window);
-        return S_OK;
+        m_objects = std::move(taken);
+        HRESULT status = KwGuarded([&] { MakeControls(); });
+        if (SUCCEEDED(status) && open) status = OnInitDialog(window);
+        if (FAILED(status)) { // a page with some of its controls is none
+            m_controls.clear();
+            m_objects.clear();
+        }
+        return status;
     });
 }
 
@@ -190,7 +201,7 @@ HRESULT CPropPageBase::Apply() {
 }
 
 HRESULT CPropPageBase::Help(const OLECHAR*) {
-    return ShowHelp();
+    return KwGuarded([&] { return ShowHelp(); });
 }
 
 HRESULT CPropPageBase::TranslateAccelerator(MSG*) {
@@ -200,8 +211,7 @@ HRESULT CPropPageBase::TranslateAccelerator(MSG*) {
 // --- the toolkit's side
 
 HRESULT CPropPageBase::SetPageSink(IKwPageSink* sink) {
-    m_sink = sink;
-    return S_OK;
+    return KwGuarded([&] { m_sink = sink; });
 }
 
 HRESULT CPropPageBase::GetDialog(SIZE* size, const char** title) {
@@ -214,13 +224,15 @@ HRESULT CPropPageBase::GetDialog(SIZE* size, const char** title) {
 HRESULT CPropPageBase::GetControl(LONG index, tPageControl* out, ULONG size) {
     if (!out) return E_POINTER;
     if (index < 0 || static_cast<std::size_t>(index) >= m_controls.size()) return E_INVALIDARG;
-    return Describe(m_controls[static_cast<std::size_t>(index)], out, size);
+    return KwGuarded([&] { return Describe(m_controls[static_cast<std::size_t>(index)], out, size); });
 }
 
 HRESULT CPropPageBase::FindControl(LONG id, tPageControl* out, ULONG size) {
     if (!out) return E_POINTER;
-    const tBound* const bound = Find(id);
-    return bound ? Describe(*bound, out, size) : E_INVALIDARG;
+    return KwGuarded([&] {
+        const tBound* const bound = Find(id);
+        return bound ? Describe(*bound, out, size) : E_INVALIDARG;
+    });
 }
 
 HRESULT CPropPageBase::Describe(const tBound& bound, tPageControl* out, ULONG size) const {
@@ -245,19 +257,25 @@ HRESULT CPropPageBase::Describe(const tBound& bound, tPageControl* out, ULONG si
 
 HRESULT CPropPageBase::GetItem(LONG id, LONG index, const char** text) {
     if (!text) return E_POINTER;
-    const tBound* const bound = Find(id);
-    *text = bound ? bound->control->Item(index) : nullptr;
-    return *text ? S_OK : E_INVALIDARG;
+    return KwGuarded([&] {
+        const tBound* const bound = Find(id);
+        *text = bound ? bound->control->Item(index) : nullptr;
+        return *text ? S_OK : E_INVALIDARG;
+    });
 }
 
 HRESULT CPropPageBase::GetDetail(LONG id, void* out, ULONG size) {
-    const tBound* const bound = Find(id);
-    return bound ? bound->control->Detail(out, size) : E_INVALIDARG;
+    return KwGuarded([&] {
+        const tBound* const bound = Find(id);
+        return bound ? bound->control->Detail(out, size) : E_INVALIDARG;
+    });
 }
 
 HRESULT CPropPageBase::PaintPart(LONG id, LONG part, void* bits, LONG width, LONG height, LONG pitch) {
-    const tBound* const bound = Find(id);
-    return bound ? bound->control->Paint(part, bits, width, height, pitch) : E_INVALIDARG;
+    return KwGuarded([&] {
+        const tBound* const bound = Find(id);
+        return bound ? bound->control->Paint(part, bits, width, height, pitch) : E_INVALIDARG;
+    });
 }
 
 HRESULT CPropPageBase::GetMenuItem(LONG control, LONG index, tPageMenuItem* out, ULONG size) {
@@ -389,11 +407,15 @@ std::unique_ptr<CPageControl> CPropPageBase::MakeControl(const tPageItem& item) 
     return text;
 }
 
-void CPropPageBase::OnInitDialog(HWND window) {
+HRESULT CPropPageBase::OnInitDialog(HWND window) {
     m_open = true;
     m_hWnd = window;
-    UpdatePage();
-    CEffectLink(*this).put_NotifyWindow(window, static_cast<UINT>(kPageRefresh));
+    const HRESULT status = KwGuarded([&] {
+        UpdatePage();
+        CEffectLink(*this).put_NotifyWindow(window, static_cast<UINT>(kPageRefresh));
+    });
+    if (FAILED(status)) OnDestroy();
+    return status;
 }
 
 void CPropPageBase::OnDestroy() {
@@ -461,7 +483,8 @@ HRESULT CPropPageBase::Notify(LONG code, LONG control, LONG x, LONG y) {
 
 void CPropPageBase::OnCommand(LONG id, UINT notification) {
     if (id >= kPagePresetFirst && id <= kPagePresetLast) {
-        if (const auto presets = KwQuery<IKwPresets>(m_objects.front().Get())) presets->Apply(id - kPagePresetFirst);
+        if (const auto presets = KwQuery<IKwPresets>(m_objects.front().Get()))
+            Demand(presets->Apply(id - kPagePresetFirst));
         Notify(KWNOTICE_SETTLED);
         return;
     }
@@ -510,13 +533,13 @@ void CPropPageBase::OnCommand(LONG id, UINT notification) {
 // --- the effect
 
 void CPropPageBase::UpdatePage() {
-    CEffectLink(*this).get_all(m_Params.data(), m_class.recordSize);
+    Demand(CEffectLink(*this).get_all(m_Params.data(), m_class.recordSize));
     ShowRecord();
 }
 
 void CPropPageBase::ApplyChanges() {
     m_bDirty = true;
-    CEffectLink(*this).put_all(m_Params.data(), m_class.recordSize);
+    Demand(CEffectLink(*this).put_all(m_Params.data(), m_class.recordSize));
     m_bDirty = false;
     Notify(KWNOTICE_APPLIED);
 }

@@ -100,7 +100,7 @@ class CPropPageBase : public CAggregable, public IPropertyPage, public IKwPage, 
     /// Calls within notices within calls: with a toolkit that answers each notice by an event there would be no end.
     static constexpr LONG kDeepest = 6;
 
-    void* FindInterface(const IID& iid) override;
+    void* FindInterface(const IID& iid) noexcept override;
     std::intptr_t OnControlMessage(CPageControl& from, UINT message, std::uintptr_t wParam,
                                    std::intptr_t lParam) override;
     void OnControlNotice(const tPageNotice& notice) override;
@@ -112,7 +112,7 @@ class CPropPageBase : public CAggregable, public IPropertyPage, public IKwPage, 
     const tFieldInfo* FieldNamed(std::string_view name) const;
     const tFieldInfo* Field(const tPageItem& item) const { return FieldNamed(FieldOf(item)); }
 
-    void OnInitDialog(HWND window);
+    HRESULT OnInitDialog(HWND window);
     void OnDestroy();
     void OnCommand(LONG id, UINT notification);
     void OnHScroll(tBound& bound, LONG code);

@@ -483,11 +483,7 @@ HRESULT CColorPicker::Text(LONG part, const char* text) {
     const auto index = static_cast<std::size_t>(part - KWPART_EDIT1);
     if (!text) text = "";
     if (m_texts[index] == text) return S_OK;
-    try {
-        m_texts[index] = text;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    m_texts[index] = text;
     m_typed[index] = true;
     return S_OK;
 }

@@ -37,28 +37,19 @@ CLogo::CLogo(IControlOwner& owner, LONG id, std::string_view caption) : CPageCon
 }
 
 void CLogo::SetCaption(std::string_view caption) {
-    if (Store(caption)) Changed();
+    Store(caption);
+    Changed();
 }
 
-// Without memory the band keeps its caption.
-bool CLogo::Store(std::string_view caption) {
+void CLogo::Store(std::string_view caption) {
     caption = Shortened(caption);
     if (caption.starts_with(kMaker)) caption.remove_prefix(kMaker.size());
-    try {
-        m_caption = caption;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return true;
+    m_caption = caption;
 }
 
 bool CLogo::AddLink(LONG id, const char* text) {
     if (!text || m_links.size() >= kMostLinks) return false;
-    try {
-        m_links.push_back({id, std::string(Shortened({text, strnlen(text, kMostCharacters * kLongestCharacter)})), {}});
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    m_links.push_back({id, std::string(Shortened({text, strnlen(text, kMostCharacters * kLongestCharacter)})), {}});
     Arrange();
     Changed();
     return true;

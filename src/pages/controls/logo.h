@@ -34,7 +34,7 @@ class CLogo : public CPageControl {
         RECT place;
     };
 
-    bool Store(std::string_view caption);
+    void Store(std::string_view caption);
     bool AddLink(LONG id, const char* text);
     void Arrange();
 

@@ -77,11 +77,7 @@ LONG CPlacement::HitTest(LONG x, LONG y) const {
 LONG CPlacement::Add(const tPlacementHandle* record) {
     if (Count() >= m_maxCount) return -1;
     const bool taken = record && InUnit(record->x) && InUnit(record->y);
-    try {
-        m_handles.push_back(taken ? *record : tPlacementHandle{});
-    } catch (const std::bad_alloc&) {
-        return -1;
-    }
+    m_handles.push_back(taken ? *record : tPlacementHandle{});
     return Count() - 1;
 }
 
