@@ -51,12 +51,13 @@ void WavePlain(typename Form::tChannel* d, const tSource& source, const double* 
         const std::int32_t atY = KwClamp(KwTrunc((shift[i] + y) * 16384.0), 0, source.limitY);
         const std::conditional_t<Form::kPixelSize == 4, tBilinear8, tBilinearF> sample(atX % kOne, atY % kOne);
         const std::byte* const pixel = source.first + atY / kOne * source.stride + atX / kOne * Form::kPixelSize;
-        const auto at = [&](std::ptrdiff_t offset) {
-            return reinterpret_cast<const typename Form::tChannel*>(pixel + offset);
-        };
-        for (int c = 0; c < 4; ++c)
-            d[i * 4 + c] = static_cast<typename Form::tChannel>(sample(
-                at(0)[c], at(source.nextColumn)[c], at(source.nextRow)[c], at(source.nextRow + source.nextColumn)[c]));
+        for (int c = 0; c < 4; ++c) {
+            const auto at = [&](std::ptrdiff_t offset) {
+                return reinterpret_cast<const typename Form::tChannel*>(pixel + offset)[c];
+            };
+            d[i * 4 + c] = static_cast<typename Form::tChannel>(
+                sample(at(0), at(source.nextColumn), at(source.nextRow), at(source.nextRow + source.nextColumn)));
+        }
     }
 }
 void WavePlain8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
