@@ -16,6 +16,6 @@ static_assert(sizeof(tLEVELSPROP) == 48);
 /// Fills 256 bytes for 4-byte pixels, else 65,536 words of 16 bits. Entries below the input range are 0, not
 /// `outputStart`. False for a null pointer.
 ///
-/// Full scale is 255, but for a size of 8 bytes a pixel 65,535: floats get the bounds of bytes on a table of words, as
-/// the system has it, and nearly all of their range lies above `inputEnd`.
+/// Full scale is 255, but for a size of 8 bytes a pixel 65,535: floats get the bounds of bytes on a table of words, and
+/// nearly all of their range lies above `inputEnd`.
 bool KwBuildLevelsTable(void* table, LONG bytesPerPixel, const tLEVELSPROP* record);

@@ -203,7 +203,7 @@ std::optional<tConversion> ParseConversion(std::string_view text) {
         c.bits = 8;
     else if (Take(text, "h"))
         c.bits = 16;
-    else if (!Take(text, "I32") && !Take(text, "I")) // a long has 32 bits, on the formats' home platform a size as well
+    else if (!Take(text, "I32") && !Take(text, "I")) // a long and a size have 32 bits in these formats
         Take(text, "l");
     if (text.size() != 1) return {};
     c.code = text[0];

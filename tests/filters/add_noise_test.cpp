@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The generator word by word, as the paper and the system's home platform have it.
+/// The generator word by word, as the paper has it, seeded by 15-bit numbers.
 struct tPlainR250 {
     explicit tPlainR250(std::uint32_t seed) : state(seed) {
         for (int i = 249; i >= 0; --i) {

@@ -146,8 +146,8 @@ TEST(Messages, Sounds) {
 }
 
 TEST(Strings, TableAndLoader) {
-    static_assert(std::string_view(KwString(1252)) == "Additive Dissolve");
-    static_assert(std::string_view(KwString(1249)).empty());
+    static_assert(std::string_view(KwString(1285)) == "Color Bleed Speed");
+    static_assert(std::string_view(KwString(1284)).empty());
     EXPECT_STREQ(GetResourceString(nullptr, 48303), "-Inf.");
     EXPECT_STREQ(GetResourceString(nullptr, 0), "");
     EXPECT_STREQ(GetResourceString(nullptr, 0xFFFFFFFF), "");

@@ -121,11 +121,11 @@ void CPositionControl::Scroll(LONG code, LONG steps) {
     if (code == KWSCROLL_END) Notice(KWNOTICE_SETTLED);
 }
 
-LONG CPositionControl::Notches(LONG turn) {
+LONG CPositionControl::Notches(LONG delta) {
     constexpr LONG kNotch = 120;
-    if ((turn < 0) != (m_turn < 0)) m_turn = 0;
-    const std::int64_t sum = std::int64_t{m_turn} + turn;
-    m_turn = static_cast<LONG>(sum % kNotch);
+    if ((delta < 0) != (m_rest < 0)) m_rest = 0;
+    const std::int64_t sum = std::int64_t{m_rest} + delta;
+    m_rest = static_cast<LONG>(sum % kNotch);
     return static_cast<LONG>(sum / kNotch);
 }
 

@@ -57,7 +57,7 @@ class CPositionControl : public CPageControl {
     const tPositionRange& Range() const { return m_range; }
     /// Whether Ctrl was held in the event that sent the last scroll code.
     bool CtrlHeld() const { return m_ctrl; }
-    /// How many small steps the last scroll code stands for: the notches of a wheel's turn.
+    /// How many small steps the last scroll code stands for: the notches of a wheel.
     LONG Steps() const { return m_steps; }
     virtual bool Reversed() const { return false; }
 
@@ -74,8 +74,8 @@ class CPositionControl : public CPageControl {
     /// WM_HSCROLL with the control at `lParam`; after the last code of what the user does, the toolkit is told too.
     void Scroll(LONG code, LONG steps = 1);
     void HoldCtrl(const tPageEvent& event) { m_ctrl = (event.modifiers & KWMOD_CTRL) != 0; }
-    /// Whole notches of a wheel's turn; the rest waits for more of the same direction.
-    LONG Notches(LONG turn);
+    /// Whole notches of a wheel's delta, in 1/120; the rest waits for more of the same direction.
+    LONG Notches(LONG delta);
     /// Runs the repeat timer every `milliseconds`; 0 stops it.
     void SetRepeat(LONG milliseconds);
     LONG Repeat() const { return m_repeat; }
@@ -84,7 +84,7 @@ class CPositionControl : public CPageControl {
     tPositionRange m_range;
     bool m_ctrl = false;
     LONG m_steps = 1;
-    LONG m_turn = 0; ///< of the wheel, -119 to 119
+    LONG m_rest = 0; ///< of the wheel, -119 to 119
     LONG m_repeat = 0;
 };
 

@@ -202,9 +202,9 @@ void CTrackbar::Abandon() {
     Release();
 }
 
-HRESULT CTrackbar::Wheel(LONG turn) {
+HRESULT CTrackbar::Wheel(LONG delta) {
     if (m_held != tHeld::NOTHING) return S_OK;
-    const LONG notches = Notches(turn);
+    const LONG notches = Notches(delta);
     if (notches == 0) return S_OK;
     Scroll((notches > 0) != Reversed() ? KWSCROLL_LINE_DOWN : KWSCROLL_LINE_UP, std::abs(notches));
     Scroll(KWSCROLL_END);

@@ -62,7 +62,7 @@ class CTrackbar : public CPositionControl {
     HRESULT Press(const tPageEvent& event);
     HRESULT Move(const tPageEvent& event);
     HRESULT Release();
-    HRESULT Wheel(LONG turn);
+    HRESULT Wheel(LONG delta);
     HRESULT Key(const tPageEvent& event);
     HRESULT KeyUp(const tPageEvent& event);
     /// Scroll code of a key, -1 for none.
