@@ -13,7 +13,7 @@
 namespace {
 
 constexpr LONG kMostText = 1 << 24; ///< characters; a longer text counts as one that memory is short for
-constexpr ULONG kOldFixedBytes = 108, kOldHeadBytes = 112;
+constexpr ULONG kOldHeadBytes = 112;
 
 WCHAR g_DefaultText[] = {'T', 'e', 'x', 't', 0};
 
