@@ -24,6 +24,12 @@ struct tHost {
 
 constinit tHost g_host;
 
+/// As the module tells it where its host has said nothing; with the blank at its end.
+constexpr const char* kProgramTitle = "Kestrelwing Larkmoor Video Plugins ";
+
+/// `$(AppName)` is known from the module's start.
+[[maybe_unused]] const bool g_titled = (SetNamedString("AppName", kProgramTitle), true);
+
 /// The host is called outside the lock: its dialog may stand for minutes.
 template <class TCallback>
 tHostCall<TCallback> Get(tHostCall<TCallback> tHost::*member) {
@@ -77,16 +83,19 @@ LONG IconOf(UINT flags) {
 
 /// One write per message, so that those of several threads don't mix.
 void WriteToStandardError(const tMESSAGE& message) {
+    std::string_view title(message.title);
+    while (title.ends_with(' ')) title.remove_suffix(1);
+    const auto length = static_cast<int>(title.size());
     if (message.details)
-        std::fprintf(stderr, "%s: %s\n%s\n", message.title, message.text, message.details);
+        std::fprintf(stderr, "%.*s: %s\n%s\n", length, title.data(), message.text, message.details);
     else
-        std::fprintf(stderr, "%s: %s\n", message.title, message.text);
+        std::fprintf(stderr, "%.*s: %s\n", length, title.data(), message.text);
 }
 
 /// The single way out for all messages.
 LONG Show(tMESSAGE& message, bool* silenced) {
     std::string title;
-    if (!message.title) message.title = GetNamedString("AppName", title) ? title.c_str() : "Larkmoor";
+    if (!message.title) message.title = GetNamedString("AppName", title) ? title.c_str() : kProgramTitle;
     bool ticked = false;
     UINT answer = kNotAnswered;
     if (const auto host = Get(&tHost::message); host.call) {
@@ -119,7 +128,7 @@ void SetSoundCallback(tSoundCallback callback, void* context) noexcept {
 }
 
 void SetProgramTitle(const char* title) noexcept {
-    SetNamedString("AppName", title);
+    SetNamedString("AppName", title ? title : kProgramTitle);
 }
 
 LONG ShowMessage(HWND parent, const char* text, const char* title, UINT flags) noexcept {

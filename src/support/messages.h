@@ -80,7 +80,7 @@ using tSoundCallback = void (*)(void* context, const char* name);
 void SetMessageCallback(tMessageCallback callback, void* context) noexcept;
 void SetSoundCallback(tSoundCallback callback, void* context) noexcept;
 
-/// Title of messages without one, and `$(AppName)` in patterns.
+/// Title of messages without one, and `$(AppName)` in patterns; null for the module's own, which it is at the start.
 void SetProgramTitle(const char* title) noexcept;
 
 /// Shows a text as it stands and returns the id of the button. A null title is the program's.

@@ -116,17 +116,24 @@ TEST(Messages, StandardErrorWithoutAnAnswer) {
     EXPECT_FALSE(silenced);
     host.fails = true;
     EXPECT_EQ(ShowMessage(nullptr, "100%", "Title", MB_RETRYCANCEL), IDRETRY);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Larkmoor: 3 of five\nTitle: \nTitle: 100%\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Kestrelwing Larkmoor Video Plugins: 3 of five\nTitle: \nTitle: 100%\n");
 }
 
 TEST(Messages, TitleAndStringsById) {
     tHost host;
     host.answer = IDOK;
+    const char* const own = "Kestrelwing Larkmoor Video Plugins ";
+    EXPECT_EQ(MessageBoxFormat(nullptr, MB_OK, "$(AppName)"), IDOK);
+    EXPECT_EQ(host.text, own);
+    EXPECT_EQ(host.title, own);
     SetProgramTitle("Studio");
     EXPECT_EQ(MessageBoxFormat(nullptr, MB_OK, "Welcome to $(AppName)"), IDOK);
     EXPECT_EQ(host.text, "Welcome to Studio");
     EXPECT_EQ(host.title, "Studio");
     SetProgramTitle(nullptr);
+    EXPECT_EQ(MessageBoxFormat(nullptr, MB_OK, "$(AppName)"), IDOK);
+    EXPECT_EQ(host.title + host.text, std::string(own) + own);
     EXPECT_EQ(MessageBoxResource(nullptr, nullptr, MB_OK, 48110), IDOK);
     EXPECT_EQ(host.text, "An error occurred during the current operation.");
     EXPECT_EQ(MessageBoxResource(nullptr, nullptr, MB_OK, 48005), IDOK);
