@@ -194,7 +194,9 @@ std::string takenText(const tFieldInfo& field) {
     case KWFIELD_CHOICE: {
         std::vector<std::string> texts;
         for (const tFieldChoice& choice : choicesOf(field)) texts.emplace_back(textOf(choice.text));
-        return texts.empty() ? "a number" : quotedList(texts) + " or a whole number";
+        if (texts.empty()) return "a number";
+        const auto [least, most] = std::ranges::minmax(choicesOf(field), {}, &tFieldChoice::value);
+        return fmt::format("{} or a number from {} to {}", quotedList(texts), least.value, most.value);
     }
     case KWFIELD_COLOR: {
         const std::string letters = shownLetters(field);
@@ -297,6 +299,27 @@ void setFieldText(const tFieldInfo& field, std::vector<std::byte>& record, std::
         storeText(field, record, text);
     else
         setFieldText(field, std::span(record), text);
+}
+
+std::optional<std::string> fieldFault(const tFieldInfo& field, std::span<const std::byte> record) {
+    if (field.kind == KWFIELD_TEXT || field.kind == KWFIELD_FONT) return {};
+    checkPlace(field, record.size());
+    const auto fits = [&](double value) {
+        if (field.kind == KWFIELD_SWITCH) return value == 0 || value == 1;
+        if (field.kind == KWFIELD_CHOICE)
+            return field.choiceCount < 1 || std::ranges::count(choicesOf(field), value, &tFieldChoice::value) > 0;
+        if (field.kind == KWFIELD_COLOR) return value >= 0 && value <= scaleOf(field);
+        if (!(field.minimum < field.maximum)) return true;
+        // In the precision of storage, so that 0.1f lies within 0.1.
+        if (field.type == KWTYPE_FLOAT)
+            return value >= static_cast<float>(field.minimum) && value <= static_cast<float>(field.maximum);
+        return value >= field.minimum && value <= field.maximum;
+    };
+    for (std::size_t i = 0; i < countOf(field); ++i)
+        if (!fits(loadNumber(field, record, i)))
+            return fmt::format("the field {} takes {}, not {}", inQuotes(textOf(field.name)), takenText(field),
+                               inQuotes(fieldText(field, record)));
+    return {};
 }
 
 const tFieldInfo* EffectInfo::textField() const {

@@ -57,6 +57,10 @@ std::string fieldText(const tFieldInfo& field, std::span<const std::byte> record
 void setFieldText(const tFieldInfo& field, std::span<std::byte> record, std::string_view text);
 void setFieldText(const tFieldInfo& field, std::vector<std::byte>& record, std::string_view text);
 
+/// What is wrong with a field's value where it lies beyond what the effect's page takes: a sentence that names the
+/// range.
+std::optional<std::string> fieldFault(const tFieldInfo& field, std::span<const std::byte> record);
+
 class Effect;
 
 /// The loaded module. Copies share it; once loaded it stays until the process ends.

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <filesystem>
 
 #include <fmt/format.h>
 
 #include "host/alpha.h"
+#include "json_node.h"
 #include "media/depth.h"
 #include "output_file.h"
+#include "preset_store.h"
 
 namespace larkmoor {
 
@@ -23,7 +24,7 @@ std::pair<std::string, std::string> splitField(const std::string& option, const 
     return {text.substr(0, at), text.substr(at + 1)};
 }
 
-void addRamp(Step& step, const std::string& text) {
+void addRamp(Step& step, const std::string& text, Values values) {
     const auto [name, range] = splitField("--ramp", text);
     const std::size_t colon = range.find(':');
     if (colon == std::string::npos) throw UsageError(fmt::format("--ramp takes FIELD=FROM:TO, not \"{}\"", text));
@@ -34,15 +35,9 @@ void addRamp(Step& step, const std::string& text) {
     if (!step.ramp) step.ramp = Ramp{step.record, step.record, {}};
     setFieldText(field, step.ramp->from, range.substr(0, colon));
     setFieldText(field, step.ramp->to, range.substr(colon + 1));
-}
-
-std::vector<std::byte> readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-    if (!file) throw Error(fmt::format("cannot read {}", path));
-    std::vector<std::byte> out(bytes.size());
-    std::memcpy(out.data(), bytes.data(), bytes.size());
-    return out;
+    if (values == Values::Unchecked) return;
+    checkField(field, step.ramp->from);
+    checkField(field, step.ramp->to);
 }
 
 /// A surface for pictures between effects: of the size of another one, kept from frame to frame.
@@ -85,23 +80,28 @@ Step planStep(const Module& module, const EffectRequest& request) {
     for (const auto& [kind, text] : request.options) {
         switch (kind) {
         case Kind::Preset:
-            asUsage([&] { effect.applyPreset(text); });
+            asUsage([&] { effect.setRecord(presetRecord(module, *step.info, text, request.values)); });
             break;
         case Kind::Set:
             asUsage([&] {
                 const auto [field, value] = splitField("--set", text);
                 effect.set(field, value);
+                if (request.values == Values::Checked) checkField(step.info->field(field), effect.record());
             });
             break;
         case Kind::LoadState:
-            try {
-                effect.loadState(readFile(text));
-            } catch (const StatusError& error) {
-                throw Error(fmt::format("{} is no state of {}: {}", text, step.info->name, error.what()));
-            }
+            withPlace(text, [&] {
+                const std::string state = readText(text);
+                std::vector<std::byte> record = recordOfState(module, *step.info, std::as_bytes(std::span(state)));
+                if (request.values == Values::Checked) checkRecord(*step.info, record);
+                effect.setRecord(record);
+            });
             break;
         case Kind::SaveState:
             step.saveTo.push_back(text);
+            break;
+        case Kind::SavePreset:
+            step.presets.push_back(text);
             break;
         case Kind::Ramp:
             break;
@@ -110,24 +110,26 @@ Step planStep(const Module& module, const EffectRequest& request) {
     step.record = effect.record();
     asUsage([&] {
         for (const auto& [kind, text] : request.options)
-            if (kind == Kind::Ramp) addRamp(step, text);
+            if (kind == Kind::Ramp) addRamp(step, text, request.values);
     });
     return step;
 }
 
+void checkSaves(const Step& step, bool overwrite) {
+    for (const std::string& name : step.presets) PresetStore().checkName(*step.info, name, overwrite);
+    if (overwrite) return;
+    for (const std::string& path : step.saveTo)
+        if (std::filesystem::exists(path)) throw Error(fmt::format("{} is there already; -y overwrites it", path));
+}
+
 void saveStates(const Module& module, const Step& step, bool overwrite) {
+    for (const std::string& name : step.presets) PresetStore().save(*step.info, name, step.record, overwrite);
     if (step.saveTo.empty()) return;
     Effect effect = module.create(*step.info);
     effect.setRecord(step.record);
     const std::vector<std::byte> state = effect.saveState();
-    for (const std::string& path : step.saveTo) {
-        OutputFile output(path, overwrite);
-        std::ofstream file(output.workPath(), std::ios::binary);
-        file.write(reinterpret_cast<const char*>(state.data()), static_cast<std::streamsize>(state.size()));
-        file.close();
-        if (!file) throw Error(fmt::format("cannot write {}", path));
-        output.commit();
-    }
+    for (const std::string& path : step.saveTo)
+        writeWhole(path, {reinterpret_cast<const char*>(state.data()), state.size()}, overwrite);
 }
 
 void settleRamps(Recipe& recipe, std::optional<std::int64_t> total, const std::string& name) {
@@ -147,7 +149,8 @@ std::vector<std::string> effectsInBytes(const Recipe& recipe) {
     std::vector<std::string> names;
     const auto add = [&](const Step& step) {
         const EffectInfo& info = *step.info;
-        if (info.kind != EffectKind::Generator && !info.soundInFloat && std::ranges::find(names, info.name) == names.end())
+        if (info.kind != EffectKind::Generator && !info.soundInFloat &&
+            std::ranges::find(names, info.name) == names.end())
             names.push_back(info.name);
     };
     if (recipe.head) add(*recipe.head);

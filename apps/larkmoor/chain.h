@@ -9,15 +9,17 @@
 
 #include "host/module.h"
 #include "media/av.h"
+#include "record.h"
 
 namespace larkmoor {
 
 /// One effect with the options that followed it on the command line.
 struct EffectRequest {
-    enum class Kind { Preset, Set, Ramp, LoadState, SaveState };
+    enum class Kind { Preset, Set, Ramp, LoadState, SaveState, SavePreset };
     std::string name;
     bool over = false;                                 ///< a generator whose picture is laid over what came before it
     std::vector<std::pair<Kind, std::string>> options; ///< as given, in order
+    Values values = Values::Checked;
 };
 
 /// The way from one record to another while the output runs.
@@ -35,8 +37,9 @@ struct Step {
     const EffectInfo* info = nullptr;
     std::vector<std::byte> record;
     std::optional<Ramp> ramp;
-    std::vector<std::string> saveTo; ///< files for the persisted form
-    bool over = false;               ///< as in the request
+    std::vector<std::string> saveTo;  ///< files for the persisted form
+    std::vector<std::string> presets; ///< names to save it under
+    bool over = false;                ///< as in the request
 };
 
 /// What makes pictures: perhaps a generator or a transition, then filters and generators to be laid over.
@@ -77,8 +80,10 @@ auto asUsage(Action action) {
 /// Presets, fields and states in the order given, ramps last. Throws UsageError for names and values that do not fit.
 Step planStep(const Module& module, const EffectRequest& request);
 
-/// Writes the files that `--save-state` asked for.
+/// Writes what `--save-state` and `--save-preset` asked for.
 void saveStates(const Module& module, const Step& step, bool overwrite);
+/// Throws where that could not be written, before there is any work.
+void checkSaves(const Step& step, bool overwrite);
 
 /// Gives ramps over the whole output its length. Throws UsageError where there is such a ramp and the length is not
 /// known.

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cmath>
+#include <filesystem>
 
 #include <fmt/format.h>
 
@@ -61,6 +63,7 @@ class ClipFilm final : public Film {
         if (output.raw && !raw && !isRawPath(output.path))
             throw UsageError(
                 fmt::format("--raw is for bare frames, and neither {} nor {} are such", request.path, output.path));
+        if (request.end) options.frames = framesBefore(request.path, options, *request.end);
         if (request.range.in > 0) {
             const FrameTable table = Reader::table(request.path, options);
             m_reader = Reader::openAt(request.path, options, request.range.in, table);
@@ -112,7 +115,27 @@ class ClipFilm final : public Film {
 
 } // namespace
 
+std::int64_t framesBefore(const std::string& path, const ReadOptions& options, double end) {
+    std::error_code ignored;
+    if (path == "-" || std::filesystem::is_fifo(path, ignored))
+        throw UsageError(fmt::format("--end needs a clip that can be read twice, and {} is none; --frames does as well",
+                                     path == "-" ? "standard input" : path));
+    const std::int64_t first = Reader(path, options).firstStamp();
+    ReadOptions whole = options;
+    whole.start = 0;
+    const Reader clip(path, whole);
+    constexpr AVRational unit{1, 1000000};
+    const std::int64_t until = clip.rangeStart() + std::llround(end * unit.den);
+    const FrameTable table = Reader::table(path, whole);
+    const auto count = std::ranges::count_if(table.stamps, [&](std::int64_t stamp) {
+        return stamp >= first && av_compare_ts(stamp, clip.video().timeBase, until, unit) < 0;
+    });
+    if (count == 0) throw UsageError(fmt::format("{} has no frame between --start and --end", path));
+    return count;
+}
+
 std::unique_ptr<Film> clipFilm(const ClipRequest& request, const OutputRequest& output) {
+    if (auto film = stillFilm(request, output)) return film;
     return std::make_unique<ClipFilm>(request, output);
 }
 

@@ -13,8 +13,12 @@ bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest
     const std::optional<std::int64_t> total = film.total();
     settleRamps(recipe, total, film.name());
     refuseInputs(request.path, film.files());
-    for (const Step& step : recipe.effects)
+    const auto check = [&](const Step& step) {
+        checkSaves(step, request.overwrite);
         for (const std::string& path : step.saveTo) refuseInputs(path, film.files());
+    };
+    if (recipe.head) check(*recipe.head);
+    for (const Step& step : recipe.effects) check(step);
     Output output(request, film.video(), film.like());
     FrameSink& sink = output.sink();
     if (ContainerSink* container = output.container()) film.begin(*container);

@@ -50,12 +50,21 @@ struct ClipRequest {
     std::string over;               ///< a clip to lay the pictures over; empty for none
     std::optional<AVRational> rate; ///< of a numbered sequence
     double start = 0;               ///< seconds; only without `range.in`
+    std::optional<double> end;      ///< seconds; only without `range`
     Range range;                    ///< from `start` on
 };
 
 /// A clip, a picture, a numbered sequence or bare frames, each frame with its own time stamp, and the clip's other
 /// streams.
 std::unique_ptr<Film> clipFilm(const ClipRequest& request, const OutputRequest& output);
+
+/// Frames from the start of a range up to a time of the clip, in seconds, by reading through the clip once. Throws
+/// UsageError where there are none, or where it can be read but once.
+std::int64_t framesBefore(const std::string& path, const ReadOptions& options, double end);
+
+/// A picture laid over a clip for as long as that lasts: size, rate, range, sound and all else are the clip's. Null
+/// where the request asks for something else.
+std::unique_ptr<Film> stillFilm(const ClipRequest& request, const OutputRequest& output);
 
 /// Two clips that overlap, at a steady rate, and their sound. Throws UsageError for an overlap of no frames or too
 /// many.

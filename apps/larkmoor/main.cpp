@@ -32,7 +32,8 @@ class Command {
             ->check(CLI::IsMember({"json"}))
             ->type_name("json")
             ->excludes("--quiet");
-        for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb}) m_verbs.push_back(make(m_app));
+        for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb})
+            m_verbs.push_back(make(m_app));
     }
 
     int run(int count, char** arguments) {

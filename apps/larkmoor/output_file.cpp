@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -170,6 +172,26 @@ void OutputFile::commit() {
     synchronise(folder, true);
     const std::lock_guard guard(registryLock);
     registry().erase(m_part.path());
+}
+
+std::string readText(const std::string& path) {
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored)) throw Error(fmt::format("{} is a folder", path));
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    if (!file) throw Error(fmt::format("cannot read {}{}", path, errno ? ": " + reason(errno) : ""));
+    return text;
+}
+
+void writeWhole(const std::string& path, std::string_view content, bool overwrite) {
+    OutputFile output(path, overwrite);
+    errno = 0;
+    std::ofstream file(output.workPath(), std::ios::binary);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file) throw Error(fmt::format("cannot write {}{}", path, errno ? ": " + reason(errno) : ""));
+    output.commit();
 }
 
 void refuseInputs(const std::string& output, std::span<const std::string> inputs) {

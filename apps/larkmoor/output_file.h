@@ -3,6 +3,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "part_file.h"
 
@@ -34,6 +35,11 @@ class OutputFile {
     PartFile m_part;
     bool m_direct = false, m_sequence = false, m_overwrite = false, m_open = false;
 };
+
+/// The content of a file. Throws Error.
+std::string readText(const std::string& path);
+/// Writes a file that appears whole or not at all. Throws Error.
+void writeWhole(const std::string& path, std::string_view content, bool overwrite);
 
 /// Throws Error when writing `output`, which may be a numbered sequence, would overwrite one of the inputs, by whatever
 /// name.

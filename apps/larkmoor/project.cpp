@@ -1,17 +1,12 @@
 #include "project.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <fstream>
 #include <initializer_list>
-#include <iterator>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "host/names.h"
-#include "host/text_fields.h"
+#include "json_node.h"
 #include "output_file.h"
 #include "requests.h"
 
@@ -21,173 +16,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr int version = 1;
 constexpr const char* versionKey = "larkmoor project";
 constexpr double longestDuration = 1e6; ///< seconds
 constexpr std::int64_t lastFrame = std::int64_t{1} << 40;
-
-/// A value of the file and where it stands.
-class Node {
-  public:
-    Node(const Json& value, std::string place) : m_value(value), m_place(std::move(place)) {}
-
-    [[noreturn]] void fail(const std::string& sentence) const {
-        throw Error(m_place.empty() ? sentence : fmt::format("{}: {}", m_place, sentence));
-    }
-
-    /// An object with no other keys than these.
-    const Node& object(std::initializer_list<std::string_view> keys) const {
-        if (!m_value.is_object()) fail("has to be an object, with braces around it");
-        for (const auto& [key, value] : m_value.items())
-            if (std::ranges::find(keys, std::string_view(key)) == keys.end()) {
-                std::vector<Candidate> known;
-                for (const std::string_view name : keys) known.push_back({std::string(name)});
-                fail(fmt::format("there is no key {}; {}", inQuotes(key), didYouMean(key, known)));
-            }
-        return *this;
-    }
-
-    std::optional<Node> find(const char* key) const {
-        const auto at = m_value.find(key);
-        if (at == m_value.end()) return {};
-        return Node(*at, below(key));
-    }
-
-    Node at(const char* key) const {
-        std::optional<Node> found = find(key);
-        if (!found) fail(fmt::format("the key \"{}\" is missing", key));
-        return *found;
-    }
-
-    /// Calls `use` with the key and the node of every member.
-    template <class Use>
-    void members(Use use) const {
-        if (!m_value.is_object()) fail("has to be an object, with braces around it");
-        for (const auto& [key, value] : m_value.items()) use(key, Node(value, below(key)));
-    }
-
-    template <class Use>
-    void elements(Use use) const {
-        if (!m_value.is_array()) fail("has to be a list, with brackets around it");
-        for (std::size_t i = 0; i < m_value.size(); ++i) use(Node(m_value[i], fmt::format("{}[{}]", m_place, i)));
-    }
-
-    std::string text() const {
-        if (!m_value.is_string()) fail("has to be a text in quotes");
-        return m_value.get<std::string>();
-    }
-
-    bool flag() const {
-        if (!m_value.is_boolean()) fail("has to be true or false");
-        return m_value.get<bool>();
-    }
-
-    std::int64_t frame() const {
-        if (!m_value.is_number_integer() || m_value < 0 || m_value > lastFrame)
-            fail("has to be the number of a frame, counted from 0");
-        return m_value.get<std::int64_t>();
-    }
-
-    double seconds() const {
-        const double value = m_value.is_number() ? m_value.get<double>() : 0;
-        if (!(value > 0 && value <= longestDuration)) fail("has to be a number of seconds above 0");
-        return value;
-    }
-
-    /// What `parse` makes of the text; its complaint gets the place.
-    template <class Parse>
-    auto parsed(Parse parse) const {
-        const std::string given = text();
-        try {
-            return parse(given);
-        } catch (const Error& error) {
-            fail(error.what());
-        }
-    }
-
-  private:
-    std::string below(const std::string& key) const { return m_place.empty() ? key : m_place + "." + key; }
-
-    const Json& m_value;
-    std::string m_place;
-};
-
-std::string hexText(std::span<const std::byte> bytes) {
-    std::string text;
-    for (const std::byte byte : bytes) text += fmt::format("{:02X}", static_cast<unsigned>(byte));
-    return text;
-}
-
-std::vector<std::byte> parseHex(const std::string& text) {
-    std::vector<std::byte> bytes(text.size() / 2);
-    bool good = text.size() % 2 == 0;
-    for (std::size_t i = 0; good && i < bytes.size(); ++i) {
-        unsigned value = 0;
-        const char* const from = text.data() + 2 * i;
-        good = std::from_chars(from, from + 2, value, 16).ptr == from + 2;
-        bytes[i] = static_cast<std::byte>(value);
-    }
-    if (!good) throw Error("has to be two hexadecimal digits for every byte");
-    return bytes;
-}
-
-bool isUtf8(const std::string& text) {
-    try {
-        (void)Json(text).dump();
-        return true;
-    } catch (const Json::type_error&) {
-        return false;
-    }
-}
-
-/// Writes a record over `base`: as the texts of its fields, or as bytes where texts do not say all of it.
-/// @param all tells fields that are as in `base`, too.
-void putRecord(Json& out, const EffectInfo& info, const std::vector<std::byte>& base,
-               const std::vector<std::byte>& record, bool all) {
-    Json fields = Json::object();
-    std::vector<std::byte> back = base;
-    bool exact = true;
-    try {
-        for (const tFieldInfo& field : info.fields) {
-            const std::string text = fieldText(field, record);
-            if (!all && text == fieldText(field, base)) continue;
-            setFieldText(field, back, text);
-            exact = exact && isUtf8(text);
-            fields[field.name] = text;
-        }
-    } catch (const Error&) {
-        exact = false;
-    }
-    if (exact && back == record)
-        out["fields"] = std::move(fields);
-    else
-        out["record"] = hexText(record);
-}
-
-std::vector<std::byte> takeRecord(const Node& node, const EffectInfo& info, const std::vector<std::byte>& base) {
-    const std::optional<Node> fields = node.find("fields"), bytes = node.find("record");
-    if (fields && bytes) node.fail("\"fields\" and \"record\" tell the same; one of them has to go");
-    if (bytes)
-        return bytes->parsed([&](const std::string& digits) {
-            std::vector<std::byte> record = parseHex(digits);
-            const tFieldInfo* const text = info.textField();
-            const std::size_t size = text ? textEnd(*text, record) : info.defaults.size();
-            if (record.size() != size)
-                throw Error(fmt::format("the record of {} has {} bytes, not {}", info.name, size, record.size()));
-            return record;
-        });
-    std::vector<std::byte> record = base;
-    if (fields)
-        fields->members([&](const std::string& name, const Node& field) {
-            field.parsed([&](const std::string& text) {
-                setFieldText(info.field(name), record, text);
-                return 0;
-            });
-        });
-    return record;
-}
 
 Json effectJson(const ProjectEffect& effect) {
     Json out{{"effect", effect.info->className}, {"on", effect.on}, {"over", effect.over}};
@@ -205,7 +37,7 @@ Json effectJson(const ProjectEffect& effect) {
 }
 
 /// @param kind of effect that is wanted: a filter, or a generator to be laid over, for Filter.
-ProjectEffect takeEffect(const Module& module, const Node& node, EffectKind kind) {
+ProjectEffect takeEffect(const Module& module, const Node& node, EffectKind kind, Values values) {
     node.object({"effect", "on", "over", "fields", "record", "ramp"});
     const Node name = node.at("effect");
     ProjectEffect effect;
@@ -225,11 +57,11 @@ ProjectEffect takeEffect(const Module& module, const Node& node, EffectKind kind
     } else if (!effect.on || effect.over) {
         name.fail(fmt::format("{} cannot be switched off or laid over here", info.name));
     }
-    effect.record = takeRecord(node, info, info.defaults);
+    effect.record = takeRecord(node, info, info.defaults, values);
     if (const auto ramp = node.find("ramp")) {
         ramp->object({"from", "to", "fields", "record"});
         effect.ramp.emplace();
-        effect.ramp->record = takeRecord(*ramp, info, effect.record);
+        effect.ramp->record = takeRecord(*ramp, info, effect.record, values);
         if (ramp->find("from") || ramp->find("to")) {
             effect.ramp->frames.emplace(ramp->at("from").frame(), ramp->at("to").frame());
             if (effect.ramp->frames->first > effect.ramp->frames->second)
@@ -297,14 +129,8 @@ std::string projectText(const Project& project, const fs::path& folder) {
     return out.dump(2) + "\n";
 }
 
-Project parseProject(const Module& module, const std::string& text, const fs::path& folder) {
-    Json json;
-    try {
-        json = Json::parse(text);
-    } catch (const Json::parse_error& error) {
-        const std::string_view before = std::string_view(text).substr(0, error.byte);
-        throw Error(fmt::format("line {}: this is no JSON", 1 + std::ranges::count(before, '\n')));
-    }
+Project parseProject(const Module& module, const std::string& text, const fs::path& folder, Values values) {
+    const Json json = parseJson(text);
     const Node top(json, "");
     if (!json.is_object() || !json.contains(versionKey)) top.fail(fmt::format("the key \"{}\" is missing", versionKey));
     if (json[versionKey] != version)
@@ -327,7 +153,7 @@ Project parseProject(const Module& module, const std::string& text, const fs::pa
         project.source = std::move(clip);
     } else if (kind.text() == "generator") {
         refuse({"path"});
-        ProjectGenerator made{.generator = takeEffect(module, source.at("generator"), EffectKind::Generator)};
+        ProjectGenerator made{.generator = takeEffect(module, source.at("generator"), EffectKind::Generator, values)};
         std::tie(made.width, made.height) =
             source.at("size").parsed([](const std::string& size) { return parseSize(size); });
         made.rate = rateOf(source.at("rate"));
@@ -340,7 +166,7 @@ Project parseProject(const Module& module, const std::string& text, const fs::pa
         second->object({"path", "transition", "duration"});
         if (kind.text() != "clip") second->fail("a transition begins with a clip, not with a generator");
         project.second = ProjectSecond{takePath(second->at("path"), folder),
-                                       takeEffect(module, second->at("transition"), EffectKind::Transition),
+                                       takeEffect(module, second->at("transition"), EffectKind::Transition, values),
                                        second->at("duration").seconds()};
     }
     if (const auto in = top.find("in")) project.in = in->frame();
@@ -349,32 +175,20 @@ Project parseProject(const Module& module, const std::string& text, const fs::pa
         if (*project.out <= project.in) out->fail("has to be a frame after \"in\"");
     }
     if (const auto effects = top.find("effects"))
-        effects->elements(
-            [&](const Node& effect) { project.effects.push_back(takeEffect(module, effect, EffectKind::Filter)); });
+        effects->elements([&](const Node& effect) {
+            project.effects.push_back(takeEffect(module, effect, EffectKind::Filter, values));
+        });
     return project;
 }
 
-Project loadProject(const Module& module, const std::string& path) {
-    std::error_code ignored;
-    if (fs::is_directory(path, ignored)) throw Error(fmt::format("{} is a folder", path));
-    std::ifstream file(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (!file) throw Error(fmt::format("cannot read {}", path));
-    try {
-        return parseProject(module, text, fs::path(path).parent_path());
-    } catch (const Error& error) {
-        throw Error(fmt::format("{}: {}", path, error.what()));
-    }
+Project loadProject(const Module& module, const std::string& path, Values values) {
+    const std::string text = readText(path);
+    return withPlace(path, [&] { return parseProject(module, text, fs::path(path).parent_path(), values); });
 }
 
 void saveProject(const Project& project, const std::string& path, bool overwrite) {
     const std::string text = projectText(project, fs::path(path).parent_path());
-    OutputFile output(path, overwrite);
-    std::ofstream file(output.workPath(), std::ios::binary);
-    file << text;
-    file.close();
-    if (!file) throw Error(fmt::format("cannot write {}", path));
-    output.commit();
+    writeWhole(path, text, overwrite);
 }
 
 } // namespace larkmoor

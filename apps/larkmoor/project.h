@@ -11,6 +11,7 @@
 
 #include "host/module.h"
 #include "media/av.h"
+#include "record.h"
 
 namespace larkmoor {
 
@@ -70,9 +71,11 @@ bool isProject(const std::string& path);
 /// @param folder that the file is to stand in; paths below it are told from there, others whole.
 /// Throws Error with a sentence that begins with the place, such as "effects[2].fields.amount: ...".
 std::string projectText(const Project& project, const std::filesystem::path& folder);
-Project parseProject(const Module& module, const std::string& text, const std::filesystem::path& folder);
+/// Values beyond what a page takes are a UsageError.
+Project parseProject(const Module& module, const std::string& text, const std::filesystem::path& folder,
+                     Values values = Values::Checked);
 
-Project loadProject(const Module& module, const std::string& path);
+Project loadProject(const Module& module, const std::string& path, Values values = Values::Checked);
 /// The file appears whole or not at all.
 void saveProject(const Project& project, const std::string& path, bool overwrite);
 

@@ -98,7 +98,7 @@ void MainWindow::makeWidgets() {
     m_timeline = new Timeline;
     m_stack = new StackPanel(m_document);
     m_effects = new EffectList;
-    m_page = new PagePanel(m_document, UserPresets(m_folders.presets));
+    m_page = new PagePanel(m_document, PresetStore(m_folders.presets.toStdString()));
     m_scope = new ScopeView;
     m_status = new QLabel;
     m_note = new QLabel;

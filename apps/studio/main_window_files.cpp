@@ -58,7 +58,7 @@ bool MainWindow::open(const QString& path) {
     bool opened = false;
     attempt([&] {
         if (isProject(path.toStdString())) {
-            Project project = loadProject(m_module, path.toStdString());
+            Project project = loadProject(m_module, path.toStdString(), Values::Unchecked);
             bool changed = false;
             if (!findClips(project, changed)) return;
             m_feed.facts(project);
@@ -315,7 +315,7 @@ void MainWindow::offerLostWork() {
         bool opened = answer != QMessageBox::Open;
         attempt([&] {
             if (opened) return;
-            Project project = loadProject(m_module, work.file.toStdString());
+            Project project = loadProject(m_module, work.file.toStdString(), Values::Unchecked);
             bool changed = false;
             if (!findClips(project, changed)) return;
             m_document.start(std::move(project), work.original, true);

@@ -12,21 +12,13 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+#include "json_node.h"
+#include "output_file.h"
+#include "text.h"
+
 namespace larkmoor {
 
-namespace {
-
-/// The record of a saved state. Effects also take states that are cut short; here such a file is another's.
-std::vector<std::byte> recordOf(const Module& module, const EffectInfo& info, std::span<const std::byte> state) {
-    Effect effect = module.create(info);
-    effect.loadState(state);
-    if (effect.saveState().size() != state.size()) throw Error("The file does not hold settings of " + info.name + ".");
-    return effect.record();
-}
-
-} // namespace
-
-PagePanel::PagePanel(Document& document, UserPresets presets, QWidget* parent)
+PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     : QWidget(parent), m_document(document), m_user(std::move(presets)), m_scroll(new QScrollArea(this)),
       m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
       m_duration(new QDoubleSpinBox(this)), m_ramp(new QPushButton(tr("&Ramp"), this)),
@@ -203,12 +195,12 @@ void PagePanel::showPresets() {
             m_records.push_back(preset.record);
         }
         m_ownPresets = static_cast<int>(m_records.size());
-        for (const QString& name : m_user.names(*m_info)) {
+        for (const std::string& name : m_user.names(*m_info)) {
             try {
-                m_records.push_back(recordOf(m_document.module(), *m_info, m_user.load(*m_info, name)));
-                names << name;
+                m_records.push_back(m_user.load(m_document.module(), *m_info, name, Values::Unchecked));
+                names << text(name);
             } catch (const Error&) {
-                // A file that is no state of this effect is no preset of it.
+                // A file that holds no settings of this effect is no preset of it.
             }
         }
     }
@@ -277,12 +269,16 @@ void PagePanel::toggleRamp(bool on) {
 void PagePanel::saveState(const QString& path) {
     if (!m_effect) return;
     if (m_page) m_page->commitEdits();
-    UserPresets::writeFile(path, m_effect->state());
+    const std::vector<std::byte> state = m_effect->state();
+    writeWhole(path.toStdString(), {reinterpret_cast<const char*>(state.data()), state.size()}, true);
 }
 
 void PagePanel::loadState(const QString& path) {
     if (!m_effect) return;
-    std::vector<std::byte> record = recordOf(m_document.module(), *m_info, UserPresets::readFile(path));
+    const std::string state = readText(path.toStdString());
+    std::vector<std::byte> record = withPlace(path.toStdString(), [&] {
+        return recordOfState(m_document.module(), *m_info, std::as_bytes(std::span(state)));
+    });
     m_document.settle();
     setRecord(tr("Load settings"), std::move(record));
     m_document.settle();
@@ -290,7 +286,7 @@ void PagePanel::loadState(const QString& path) {
 
 void PagePanel::saveUserPreset(const QString& name) {
     if (m_page) m_page->commitEdits();
-    m_user.save(*m_info, name, m_effect->state());
+    m_user.save(*m_info, name.toStdString(), m_effect->record(), true);
     showPresets();
     showRamp();
 }
@@ -299,8 +295,7 @@ void PagePanel::askToSave() {
     bool ok = false;
     const QString name = QInputDialog::getText(this, tr("Save preset"), tr("&Name:"), QLineEdit::Normal, {}, &ok);
     if (!ok) return;
-    const bool there = m_user.names(*m_info).contains(name);
-    if (there &&
+    if (!m_user.find(*m_info, name.toStdString()).empty() &&
         QMessageBox::question(this, tr("Save preset"), tr("There is a preset \"%1\" already. Replace it?").arg(name)) !=
             QMessageBox::Yes)
         return;
@@ -324,7 +319,7 @@ void PagePanel::removePreset(int index) {
     if (QMessageBox::question(this, tr("Remove preset"), tr("Remove the preset \"%1\"?").arg(name)) != QMessageBox::Yes)
         return;
     attempt([&] {
-        m_user.remove(*m_info, name);
+        m_user.remove(*m_info, name.toStdString());
         showPresets();
         showRamp();
     });

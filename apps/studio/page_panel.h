@@ -11,7 +11,7 @@
 #include "document.h"
 #include "live_effect.h"
 #include "page/page_view.h"
-#include "user_presets.h"
+#include "preset_store.h"
 #include "widgets/preset_strip.h"
 
 namespace larkmoor {
@@ -20,7 +20,7 @@ class PagePanel : public QWidget {
     Q_OBJECT
 
   public:
-    PagePanel(Document& document, UserPresets presets, QWidget* parent = nullptr);
+    PagePanel(Document& document, PresetStore presets, QWidget* parent = nullptr);
     ~PagePanel() override;
 
     /// Null where nothing with a page is selected.
@@ -74,7 +74,7 @@ class PagePanel : public QWidget {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     Document& m_document;
-    UserPresets m_user;
+    PresetStore m_user;
     const EffectInfo* m_info = nullptr;
     bool m_fresh = true; ///< nothing of this project was shown yet
     Slot m_slot;

@@ -114,7 +114,7 @@ TEST(ProjectText, WildRecordsComeBackToTheByte) {
             project.effects.push_back(projectEffect(info));
             for (std::byte& byte : project.effects.back().record) byte = static_cast<std::byte>(random());
         }
-        const Project back = parseProject(module(), projectText(project, "/folder"), "/folder");
+        const Project back = parseProject(module(), projectText(project, "/folder"), "/folder", Values::Unchecked);
         for (std::size_t i = 0; i < 20; ++i) EXPECT_EQ(back.effects[i].record, project.effects[i].record);
     }
 }

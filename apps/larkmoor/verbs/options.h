@@ -19,6 +19,8 @@ class EffectOptions {
     /// @param first the effect that options belong to before any opener; null when there is none.
     std::vector<EffectRequest> collect(const CLI::App& app, const EffectRequest* first = nullptr) const;
 
+    Values values() const { return m_unchecked ? Values::Unchecked : Values::Checked; }
+
   private:
     CLI::Option* option(CLI::App& app, const std::string& name, const std::string& help, const std::string& type);
 
@@ -26,7 +28,11 @@ class EffectOptions {
     CLI::Option* m_over = nullptr;
     std::map<const CLI::Option*, EffectRequest::Kind> m_kinds;
     std::vector<std::string> m_texts;
+    bool m_unchecked = false;
 };
+
+/// The steps of a chain. Throws UsageError for effects that have no place in one.
+std::vector<Step> planSteps(const Module& module, const std::vector<EffectRequest>& effects);
 
 /// The options of an output as texts.
 class OutputOptions {

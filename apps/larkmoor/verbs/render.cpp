@@ -1,6 +1,9 @@
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "render_project.h"
+#include "verbs/jobs.h"
 #include "verbs/options.h"
 #include "verbs/verb.h"
 
@@ -10,47 +13,30 @@ namespace {
 
 constexpr const char* examples =
     R"x(  larkmoor render in.mp4 -o soft.mp4 --effect "Gaussian Blur" --preset "Light Blur"
-  larkmoor render in.mp4 -o short.mp4 --start 0:10 --frames 250 --effect Levels --set gamma=1.4 --effect Sharpen
+  larkmoor render in.mp4 -o short.mp4 --start 0:10 --end 0:20 --effect Levels --set gamma=1.4 --effect Sharpen
   larkmoor render in.mp4 -o fade.mp4 --effect Levels --ramp gamma=1:3
   larkmoor render green.mp4 -o keyed.mp4 --effect "Chroma Keyer" --preset "Green Screen" --over beach.mp4
   larkmoor render in.mp4 -o title.mp4 --over-effect Text --set text="Hello" --set font="Liberation Sans Bold 48"
   larkmoor render frame%04d.png -o film.mp4 --rate 24 --effect Sepia
+  larkmoor render logo.png --over in.mp4 -o marked.mp4
+  larkmoor render clips/ -o graded/ --effect Levels --preset Darken
   larkmoor render film.larkmoor -o film.mp4)x";
-
-std::vector<Step> planSteps(const Module& module, const std::vector<EffectRequest>& effects) {
-    std::vector<Step> steps;
-    for (const EffectRequest& effect : effects) {
-        steps.push_back(planStep(module, effect));
-        const EffectInfo& info = *steps.back().info;
-        if (effect.over) {
-            if (info.kind != EffectKind::Generator)
-                throw UsageError(fmt::format("{} makes no pictures of its own to lay over others", info.name));
-            continue;
-        }
-        if (info.kind == EffectKind::Transition)
-            throw UsageError(
-                fmt::format("{} is a transition between two clips; `larkmoor join` renders it", info.name));
-        if (info.kind == EffectKind::Generator)
-            throw UsageError(
-                fmt::format("{} makes pictures of its own; `larkmoor generate` renders it, and --over-effect lays "
-                            "it over",
-                            info.name));
-    }
-    return steps;
-}
 
 class RenderVerb final : public Verb {
   public:
     explicit RenderVerb(CLI::App& command)
         : Verb(command, "render", "Render a clip, a picture or a numbered sequence through effects", examples) {
         app()
-            .add_option("IN", m_clip.path, "What to read: a clip, a picture, a project, or - for bare frames")
+            .add_option("IN", m_inputs,
+                        "What to read: a clip, a picture, a project, or - for bare frames; several or a folder go into "
+                        "a folder")
             ->required();
         m_outputOptions.add(app());
         m_effectOptions.add(app(), true);
         app().add_option("--over", m_clip.over, "A clip or picture to lay the result over")->type_name("CLIP");
         app().add_option("--rate", m_rate, "Frames a second of a numbered sequence; 25 by default")->type_name("R");
         app().add_option("--start", m_start, "Where to start: seconds or HH:MM:SS.mmm")->type_name("TIME");
+        app().add_option("--end", m_end, "Where to end, on the clip's clock as --start")->type_name("TIME");
         app()
             .add_option("--frames", m_frames, "How many frames to render at most")
             ->check(CLI::Validator(
@@ -60,44 +46,67 @@ class RenderVerb final : public Verb {
                                                                                : "it takes a whole number above 0";
                 },
                 ""))
-            ->type_name("N");
+            ->type_name("N")
+            ->excludes("--end");
     }
 
     void settle() override {
         m_output = m_outputOptions.request();
         m_effects = m_effectOptions.collect(app());
-        if (isProject(m_clip.path)) {
-            for (const char* option : {"--effect", "--over-effect", "--over", "--rate", "--start", "--frames"})
+        m_jobs = jobsFor(m_inputs, m_output.path);
+        for (const RenderJob& job : m_jobs) {
+            if (!isProject(job.input)) continue;
+            for (const char* option : {"--effect", "--over-effect", "--over", "--rate", "--start", "--end", "--frames"})
                 if (app().count(option) > 0)
                     throw UsageError(fmt::format("{} is a project, which has its source and effects in it; {} does not "
                                                  "go with one",
-                                                 m_clip.path, option));
-        } else if (m_effects.empty() && m_clip.over.empty()) {
-            throw UsageError("no --effect given; `larkmoor list` names them");
+                                                 job.input, option));
         }
+        const auto isClip = [](const RenderJob& job) { return !isProject(job.input); };
+        if (m_effects.empty() && m_clip.over.empty() && std::ranges::any_of(m_jobs, isClip))
+            throw UsageError("no --effect given; `larkmoor list` names them");
         if (!m_rate.empty()) m_clip.rate = parseRate(m_rate);
         if (!m_start.empty()) m_clip.start = parseTime(m_start);
+        if (!m_end.empty()) m_clip.end = parseTime(m_end);
+        if (m_clip.end && *m_clip.end <= m_clip.start) throw UsageError("--end has to be later than --start");
         if (m_frames > 0) m_clip.range.out = m_frames;
     }
 
     int run(const Module& module, Report& report) override {
-        if (isProject(m_clip.path)) {
-            renderProject(module, loadProject(module, m_clip.path), m_output, report.watch(m_clip.path));
-            return 0;
-        }
         const Recipe recipe{.effects = planSteps(module, m_effects)};
-        const auto film = clipFilm(m_clip, m_output);
-        render(module, *film, recipe, m_output, report.watch(m_clip.path));
+        const auto one = [&](const RenderJob& job) {
+            OutputRequest output = m_output;
+            output.path = job.output;
+            return renderOne(module, recipe, job.input, output, report.watch(job.input));
+        };
+        const int status = m_jobs.size() == 1 && m_jobs.front().output == m_output.path
+                               ? one(m_jobs.front())
+                               : runJobs(m_jobs, m_output.path, report, one);
         for (const Step& step : recipe.effects) saveStates(module, step, m_output.overwrite);
-        return 0;
+        return status;
     }
 
   private:
+    int renderOne(const Module& module, const Recipe& recipe, const std::string& input, const OutputRequest& output,
+                  const Watch& watch) const {
+        if (isProject(input)) {
+            renderProject(module, loadProject(module, input, m_effectOptions.values()), output, watch);
+            return 0;
+        }
+        ClipRequest clip = m_clip;
+        clip.path = input;
+        const auto film = clipFilm(clip, output);
+        render(module, *film, recipe, output, watch);
+        return 0;
+    }
+
     EffectOptions m_effectOptions;
     OutputOptions m_outputOptions;
-    std::string m_start, m_rate;
+    std::string m_start, m_end, m_rate;
     std::int64_t m_frames = 0;
 
+    std::vector<std::string> m_inputs;
+    std::vector<RenderJob> m_jobs;
     ClipRequest m_clip;
     std::vector<EffectRequest> m_effects;
     OutputRequest m_output;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -53,6 +54,14 @@ std::string text(const char* utf8) {
     return utf8 ? utf8 : "";
 }
 
+/// Without the mark of its mnemonic; a doubled one stands for itself.
+std::string plainLabel(std::string_view label) {
+    std::string plain;
+    for (std::size_t i = 0; i < label.size(); ++i)
+        if (label[i] != '&' || ++i < label.size()) plain += label[i];
+    return plain;
+}
+
 bool hasRange(const tFieldInfo& field) {
     return field.kind == KWFIELD_NUMBER || field.kind == KWFIELD_WHOLE || field.kind == KWFIELD_POINT;
 }
@@ -64,8 +73,9 @@ std::string rangeText(const tFieldInfo& field) {
 }
 
 Json fieldJson(const tFieldInfo& field, const EffectInfo& info) {
-    Json row{{"name", text(field.name)},    {"label", text(field.label)}, {"kind", kindName(field.kind)},
-             {"unit", text(field.unit)},    {"help", text(field.help)},   {"default", fieldText(field, info.defaults)},
+    Json row{{"name", text(field.name)},     {"label", plainLabel(text(field.label))},
+             {"kind", kindName(field.kind)}, {"unit", text(field.unit)},
+             {"help", text(field.help)},     {"default", fieldText(field, info.defaults)},
              {"ramp", rampName(field.ramp)}};
     if (hasRange(field)) {
         row["minimum"] = field.minimum;

@@ -37,6 +37,8 @@ std::unique_ptr<Verb> showVerb(CLI::App& command);
 std::unique_ptr<Verb> renderVerb(CLI::App& command);
 std::unique_ptr<Verb> joinVerb(CLI::App& command);
 std::unique_ptr<Verb> generateVerb(CLI::App& command);
+std::unique_ptr<Verb> lutVerb(CLI::App& command);
+std::unique_ptr<Verb> presetsVerb(CLI::App& command);
 
 /// Writes to standard output; whether that failed is asked once, at the end.
 void print(std::string_view text);
