@@ -134,15 +134,16 @@ INSTANTIATE_TEST_SUITE_P(
             {"same \"$(pictures out.mkv)\" \"$(pictures in.mkv)\"",
              LARKMOOR_COMMAND_FILE " render alpha.mkv -o out.mkv -y --effect Levels --preset 'Reset to None'",
              "same \"$(pictures out.mkv)\" \"$(pictures alpha.mkv)\"",
-             // JPEG has another range and another place of chroma.
-             LARKMOOR_COMMAND_FILE " render in.mkv -o out.jpg --frames 1 --quality 100 $none",
-             "ff -i in.mkv -frames:v 1 -pix_fmt rgb24 first.png; atLeast 30 $(psnr out.jpg first.png)"}},
+             // JPEG has another range.
+             "make tv.mkv -vf format=yuv444p -colorspace bt470bg -c:v ffv1",
+             LARKMOOR_COMMAND_FILE " render tv.mkv -o out.jpg --frames 1 --quality 100 $none",
+             "ff -i tv.mkv -frames:v 1 -pix_fmt rgb24 tv.png; atLeast 30 $(psnr out.jpg tv.png)"}},
         Row{"LegalLevelsAreLegal",
-            "for f in yuv420p yuv420p10; do make $f.mkv -vf format=$f,lutyuv=y=maxval -c:v ffv1; done",
-            "yuv420p10.mkv -o deep.mkv --effect BroadcastColors --preset Conservative",
+            "for f in yuv420p yuv420p10; do make $f.mkv -vf format=$f,lutyuv=y=maxval*1.08 -c:v ffv1; done",
+            "yuv420p10.mkv -o deep.mkv --effect BroadcastColors --preset 0 --set setup=off",
             0,
             nullptr,
-            {LARKMOOR_COMMAND_FILE " render yuv420p.mkv -o out.mkv --effect BroadcastColors --preset Conservative",
+            {LARKMOOR_COMMAND_FILE " render yuv420p.mkv -o out.mkv --effect BroadcastColors --preset 0 --set setup=off",
              "atLeast $(highest out.mkv) 236", "atLeast $(highest deep.mkv) 944"}}),
     nameOf);
 
