@@ -15,14 +15,15 @@ namespace {
 class Below {
   public:
     /// @param video of the pictures above, whose size, aspect and rate the clip is brought to.
-    Below(const std::string& path, const VideoFacts& video, int threads)
-        : m_reader(path, {.threads = threads}), m_frames(m_reader, video), m_unit(video.timeBase),
-          m_period(av_inv_q(video.rate)) {
+    Below(const std::string& path, const VideoFacts& video, const OutputRequest& output)
+        : m_reader(path, {.threads = output.threads, .policy = output.reading}), m_frames(m_reader, video),
+          m_unit(video.timeBase), m_period(av_inv_q(video.rate)) {
         if (!m_frames.changes().empty()) warn(fmt::format("{} is resampled: {}", path, m_frames.changes()));
     }
 
     const VideoFacts& video() const { return m_reader.video(); }
     const std::string& path() const { return m_reader.path(); }
+    const Reader& clip() const { return m_reader; }
 
     /// The frame for a time stamp in the unit of the pictures above; stamps ascend. The last one stays.
     FramePtr at(std::int64_t stamp) {
@@ -53,7 +54,8 @@ class Below {
 class ClipFilm final : public Film {
   public:
     ClipFilm(const ClipRequest& request, const OutputRequest& output) {
-        ReadOptions options{.rate = request.rate, .start = request.start, .threads = output.threads};
+        ReadOptions options{
+            .rate = request.rate, .start = request.start, .threads = output.threads, .policy = output.reading};
         if (request.range.out) options.frames = *request.range.out - request.range.in;
         const bool raw = isRawPath(request.path);
         if (raw && output.raw) {
@@ -73,7 +75,7 @@ class ClipFilm final : public Film {
             m_reader = std::make_unique<Reader>(request.path, options);
             m_total = m_reader->expectedFrames();
         }
-        if (!request.over.empty()) m_below.emplace(request.over, m_reader->video(), output.threads);
+        if (!request.over.empty()) m_below.emplace(request.over, m_reader->video(), output);
     }
 
     const VideoFacts& video() const override { return m_reader->video(); }
@@ -101,6 +103,12 @@ class ClipFilm final : public Film {
         job.side = std::move(read.side);
         job.time100ns = read.time100ns;
         return true;
+    }
+
+    std::vector<std::string> damage() const override {
+        std::vector<std::string> sentences = m_reader->damageTold();
+        if (m_below) std::ranges::copy(m_below->clip().damageTold(), std::back_inserter(sentences));
+        return sentences;
     }
 
     void end(FrameSink& sink) override {

@@ -9,7 +9,7 @@
 
 namespace larkmoor {
 
-bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
+Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
     const std::optional<std::int64_t> total = film.total();
     settleRamps(recipe, total, film.name());
     refuseInputs(request.path, film.files());
@@ -47,10 +47,12 @@ bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest
                                           ++count;
                                           if (watch.progress) watch.progress(count, total);
                                       }});
-    if (isCancelled()) return false;
+    if (isCancelled()) return Ended::Cancelled;
     film.end(sink);
     output.finish();
-    return true;
+    const std::vector<std::string> damage = film.damage();
+    for (const std::string& sentence : damage) warn(sentence);
+    return damage.empty() ? Ended::Whole : Ended::Damaged;
 }
 
 } // namespace larkmoor

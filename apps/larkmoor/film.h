@@ -35,6 +35,8 @@ class Film {
     virtual bool read(Job& job) = 0;
     /// Called after a job's frame was written, in order, perhaps while another is read.
     virtual void written(const Job&) {}
+    /// What is wrong with the clips, as far as they were read: a sentence for each that is damaged.
+    virtual std::vector<std::string> damage() const { return {}; }
     /// What is to be written after the last frame.
     virtual void end(FrameSink&) {}
 };
@@ -96,7 +98,14 @@ struct Watch {
     std::function<bool()> cancelled;
 };
 
-/// Renders a film through a recipe into the output. Returns false, with nothing written, when it was cancelled.
-bool render(const Module& module, Film& film, Recipe recipe, const OutputRequest& output, const Watch& watch);
+/// How a run ended.
+enum class Ended {
+    Whole,
+    Damaged,   ///< done, though an input is damaged
+    Cancelled, ///< with nothing written
+};
+
+/// Renders a film through a recipe into the output. Damage of its clips is told at the end.
+Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& output, const Watch& watch);
 
 } // namespace larkmoor

@@ -99,7 +99,8 @@ class JoinFilm final : public Film {
   public:
     JoinFilm(const std::string& first, std::optional<AVRational> rate, const std::string& second, double overlap,
              const Range& range, const OutputRequest& output)
-        : m_a(first, {.rate = rate, .threads = output.threads}), m_b(second, {.threads = output.threads}),
+        : m_a(first, {.rate = rate, .threads = output.threads, .policy = output.reading}),
+          m_b(second, {.threads = output.threads, .policy = output.reading}),
           m_video(joinFacts(m_a.video(), m_a.isPicture(), m_b.video(), m_b.isPicture())),
           m_source(m_a, m_b, m_video, overlapFrames(overlap, m_video.rate)), m_sound(first, second), m_range(range) {
         if (!m_source.changes().empty()) warn(fmt::format("{} is resampled: {}", second, m_source.changes()));
@@ -120,6 +121,12 @@ class JoinFilm final : public Film {
     std::optional<std::int64_t> total() const override { return m_total; }
     std::string name() const override { return m_a.path() + " and " + m_b.path(); }
     std::vector<std::string> files() const override { return {m_a.path(), m_b.path()}; }
+
+    std::vector<std::string> damage() const override {
+        std::vector<std::string> sentences = m_a.damageTold();
+        std::ranges::copy(m_b.damageTold(), std::back_inserter(sentences));
+        return sentences;
+    }
 
     void begin(ContainerSink& container) override {
         m_sound.open(container);

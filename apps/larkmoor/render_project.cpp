@@ -33,7 +33,7 @@ Recipe recipeOf(const Project& project) {
     return recipe;
 }
 
-bool renderProject(const Module& module, const Project& project, const OutputRequest& output, const Watch& watch) {
+Ended renderProject(const Module& module, const Project& project, const OutputRequest& output, const Watch& watch) {
     const auto film = filmOf(project, output);
     return render(module, *film, recipeOf(project), output, watch);
 }

@@ -9,8 +9,7 @@ namespace larkmoor {
 /// The effects of a project that are on, and what makes its pictures.
 Recipe recipeOf(const Project& project);
 
-/// Renders as the command does, to the same bytes. Returns false, with no file left, when it was cancelled. Throws as
-/// the command's verbs do.
-bool renderProject(const Module& module, const Project& project, const OutputRequest& output, const Watch& watch = {});
+/// Renders as the command does, to the same bytes. Throws as the command's verbs do.
+Ended renderProject(const Module& module, const Project& project, const OutputRequest& output, const Watch& watch = {});
 
 } // namespace larkmoor

@@ -24,6 +24,7 @@ struct OutputRequest {
     EncodeOptions encode;
     std::optional<RawRequest> raw;
     int threads = 1;
+    ReadPolicy reading; ///< of what goes in
 };
 
 /// Seconds, or [HH:]MM:SS with a fraction. Throws UsageError.

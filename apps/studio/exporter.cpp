@@ -24,7 +24,7 @@ void Exporter::start(Document::Snapshot project, const OutputRequest& output) {
                 .progress = [this](std::int64_t count,
                                    std::optional<std::int64_t> total) { emit progress(count, total.value_or(-1)); },
                 .cancelled = [this] { return m_cancelled.load(); }};
-            done = renderProject(m_module, *project, output, watch);
+            done = renderProject(m_module, *project, output, watch) != Ended::Cancelled;
         } catch (const std::exception& error) {
             sentence = QString::fromStdString(error.what());
         }

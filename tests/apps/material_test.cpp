@@ -23,28 +23,40 @@ std::ostream& operator<<(std::ostream& out, const Row& row) {
     return out << row.name;
 }
 
-class Material : public CommandTest, public testing::WithParamInterface<Row> {
+/// Runs shell lines with the words at hand.
+class Words : public CommandTest {
   protected:
     Outcome words(const std::string& line) const {
-        return shell(". " LARKMOOR_TEST_FOLDER "/apps/media/words.sh; none='--effect Invert --effect Invert'; " + line);
+        return shell(". " LARKMOOR_TEST_FOLDER
+                     "/apps/media/words.sh; none='--effect Invert --effect Invert'; larkmoor() { " LARKMOOR_COMMAND_FILE
+                     " \"$@\"; }; " +
+                     line);
+    }
+
+    void make(const std::string& lines) const {
+        const Outcome made = words("set -e; " + lines);
+        ASSERT_EQ(made.status, 0) << made.err;
+    }
+
+    void holds(const std::string& line) const {
+        const Outcome held = words(line);
+        EXPECT_EQ(held.status, 0) << line << "\n" << held.out << held.err;
     }
 };
 
+class Material : public Words, public testing::WithParamInterface<Row> {};
+
 TEST_P(Material, IsReadAndWritten) {
     const Row& row = GetParam();
-    const Outcome made = words(std::string("set -e; ") + row.make);
-    ASSERT_EQ(made.status, 0) << made.err;
-    const Outcome run = words(std::string(LARKMOOR_COMMAND_FILE " render ") + row.run);
+    ASSERT_NO_FATAL_FAILURE(make(row.make));
+    const Outcome run = words(std::string("larkmoor render ") + row.run);
     EXPECT_EQ(run.status, row.status) << run.err;
     if (row.says && !*row.says) {
         EXPECT_EQ(run.err, "");
     } else if (row.says) {
         EXPECT_NE(run.err.find(row.says), std::string::npos) << run.err;
     }
-    for (const char* line : row.holds) {
-        const Outcome held = words(line);
-        EXPECT_EQ(held.status, 0) << line << "\n" << held.out << held.err;
-    }
+    for (const char* line : row.holds) holds(line);
 }
 
 std::string nameOf(const testing::TestParamInfo<Row>& info) {
@@ -146,5 +158,160 @@ INSTANTIATE_TEST_SUITE_P(
             {LARKMOOR_COMMAND_FILE " render yuv420p.mkv -o out.mkv --effect BroadcastColors --preset 0 --set setup=off",
              "atLeast $(highest out.mkv) 236", "atLeast $(highest deep.mkv) 944"}}),
     nameOf);
+
+INSTANTIATE_TEST_SUITE_P(
+    Pictures, Material,
+    testing::Values(
+        Row{"TiffWithTagsNobodyKnows",
+            "make in.tif -frames:v 1 -c:v tiff -compression_algo lzw -pix_fmt rgb24",
+            "in.tif -o out.png $none",
+            0,
+            "",
+            {"same \"$(pictures out.png rgb24)\" \"$(pictures in.tif rgb24)\""}},
+        Row{"TiffOfSixteenBits",
+            "make in.tif -frames:v 1 -c:v tiff -compression_algo deflate -pix_fmt rgb48le",
+            "in.tif -o out.png $none",
+            0,
+            nullptr,
+            {"atLeast 45 $(psnr in.tif out.png)"}},
+        Row{"JpegCutShort",
+            "make in.jpg -frames:v 1; cutTo in.jpg 600",
+            "in.jpg -o out.png $none",
+            3,
+            "in.jpg is damaged; what could be decoded of it is shown",
+            {"same $(count out.png) 1"}},
+        Row{"JpegTurnedByItsCamera",
+            "make up.jpg -frames:v 1; { head -c 2 up.jpg; printf '\\377\\341\\000\\042Exif\\000\\000MM\\000\\052\\000"
+            "\\000\\000\\010\\000\\001\\001\\022\\000\\003\\000\\000\\000\\001\\000\\006\\000\\000\\000\\000\\000\\000'"
+            "; "
+            "tail -c +3 up.jpg; } >in.jpg; larkmoor render up.jpg -o up.png $none; ff -i up.png -vf transpose=clock "
+            "want.png",
+            "in.jpg -o out.png $none",
+            0,
+            "",
+            {"atLeast 45 $(psnr out.png want.png)"}}),
+    nameOf);
+
+INSTANTIATE_TEST_SUITE_P(
+    Turned, Material,
+    testing::Values(
+        Row{"UprightInAnyContainer",
+            "make up.mp4 -pix_fmt yuv420p; ff -i up.mp4 -c copy -metadata:s:v rotate=90 in.mp4",
+            "in.mp4 -o out.mkv --codec ffv1 $none",
+            0,
+            "",
+            {"same \"$(tag width out.mkv)\" 64", "atLeast 33 $(psnr in.mp4 out.mkv)",
+             // The second clip of a film stands upright, too.
+             "larkmoor join in.mp4 in.mp4 -o both.mkv --codec ffv1 --transition Dissolve --duration 0.2 && same $(tag "
+             "height both.mkv) 96"}},
+        Row{"UprightWithoutATag",
+            "make up.mp4 -pix_fmt yuv420p; ff -i up.mp4 -c copy -metadata:s:v rotate=180 in.mp4",
+            "in.mp4 -o out.mp4 $none",
+            0,
+            "",
+            {"! look v:0 stream_side_data=rotation out.mp4 | grep .", "atLeast 30 $(psnr in.mp4 out.mp4)"}},
+        Row{"AsStored",
+            "make up.mp4 -pix_fmt yuv420p; ff -i up.mp4 -c copy -metadata:s:v rotate=90 in.mp4",
+            "in.mp4 -o out.mp4 --no-autorotate $none",
+            0,
+            "",
+            {"same \"$(tag width out.mp4)\" 96", "look v:0 stream_side_data=rotation out.mp4 | grep -q 90"}}),
+    nameOf);
+
+INSTANTIATE_TEST_SUITE_P(
+    Damage, Material,
+    testing::Values(
+        Row{"RecordingsOneBehindTheOther",
+            "make a.ts -f lavfi -i sine=440:duration=2 -pix_fmt yuv420p -c:v libx264 -bf 2 -g 10 -c:a aac; cat a.ts "
+            "a.ts >in.ts",
+            "in.ts -o out.mp4 $none",
+            0,
+            "",
+            {"same $(count out.mp4) 100", "same \"$(stamps out.mp4)\" \"$(seq 0 40 3960)\"",
+             "atLeast 3.9 $(look a:0 stream=duration out.mp4)",
+             "larkmoor render in.ts -o out.avi $none && same $(count out.avi) 100",
+             "larkmoor render in.ts -o late.mkv --start 3 $none && same $(count late.mkv) 25"}},
+        Row{"OneOfAnotherSize",
+            "make a.ts -pix_fmt yuv420p -c:v libx264 -g 10; size=64x64 make b.ts -pix_fmt yuv420p -c:v libx264; cat "
+            "a.ts "
+            "b.ts >in.ts",
+            "in.ts -o out.mp4 $none",
+            0,
+            "change their size; they are resampled: 64x64 to 96x64",
+            {"same $(count out.mp4) 100"}},
+        Row{"BrokenFrame",
+            "make in.mp4 -pix_fmt yuv420p -c:v libx264 -g 10 -threads 1; poke in.mp4 450 60",
+            "in.mp4 -o out.mp4 --threads 4 $none",
+            3,
+            "in.mp4 is damaged: 1 frame, at 0:0",
+            {"same \"$(stamps out.mp4)\" \"$(stamps in.mp4)\"",
+             "larkmoor render in.mp4 -o strict.mp4 --strict $none; [ $? = 1 ] && ! [ -e strict.mp4 ]"}},
+        Row{"LosslessFrameOfAWrongSum",
+            "make in.mkv -c:v ffv1 -level 3; poke in.mkv 450 60",
+            "in.mkv -o out.mkv $none",
+            3,
+            "1 frame, at 0:0",
+            {"same $(count out.mkv) 50"}},
+        Row{"PictureOfASequence",
+            "make in%02d.png -frames:v 5; printf nothing >in03.png",
+            "in%02d.png -o out.mkv --codec ffv1 $none",
+            3,
+            "1 frame, at 0:00.080, is broken",
+            {"same \"$(pictures out.mkv | sed -n 3p)\" \"$(pictures out.mkv | sed -n 2p)\"",
+             "same $(count out.mkv) 5"}},
+        Row{"HoleInARecording",
+            "make a.ts -pix_fmt yuv420p -c:v libx264 -bf 0 -g 10; head -c $((188 * 60)) a.ts >in.ts; tail -c +$((188 * "
+            "90 + 1)) a.ts >>in.ts",
+            "in.ts -o out.mkv $none",
+            3,
+            "in.ts is damaged: ",
+            {"same \"$(stamps out.mkv)\" \"$(stamps a.ts)\""}},
+        Row{"MovieCutShort",
+            "make in.mp4 -f lavfi -i sine=440:duration=2 -pix_fmt yuv420p -c:v libx264 -c:a aac -movflags +faststart; "
+            "cutTo in.mp4 600",
+            "in.mp4 -o out.mp4 $none",
+            3,
+            "in.mp4 is cut short at 0:0",
+            {"atLeast 15 $(count out.mp4)",
+             "larkmoor render in.mp4 -o strict.mp4 --strict $none; [ $? = 1 ] && ! [ -e strict.mp4 ]"}}),
+    nameOf);
+
+/// A start, seconds, in a clip of two seconds.
+struct Start {
+    const char* ending;
+    const char* options;
+    const char* seconds = "1.4";
+    int frames = 15;
+};
+
+std::ostream& operator<<(std::ostream& out, const Start& start) {
+    return out << start.ending << " " << start.options;
+}
+
+class Starts : public Words, public testing::WithParamInterface<Start> {};
+
+TEST_P(Starts, AreExactToTheFrame) {
+    const Start& c = GetParam();
+    const std::string in = std::string("in.") + c.ending;
+    ASSERT_NO_FATAL_FAILURE(make("make " + in + " " + c.options));
+    const Outcome all = words("larkmoor render " + in + " -o all.mkv --codec ffv1 $none");
+    ASSERT_EQ(all.status, 0) << all.err;
+    const Outcome run = words("larkmoor render " + in + " -o out.mkv --codec ffv1 --start " + c.seconds + " $none");
+    ASSERT_EQ(run.status, 0) << run.err;
+    holds("same \"$(pictures out.mkv)\" \"$(pictures all.mkv | tail -n " + std::to_string(c.frames) + ")\"");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Containers, Starts,
+    testing::Values(Start{"ts", "-pix_fmt yuv420p -c:v libx264 -bf 2 -g 10"},
+                    Start{"ts", "-pix_fmt yuv420p -c:v libx264 -bf 2 -g 250"},
+                    Start{"ts", "-pix_fmt yuv420p -c:v libx264 -bf 3 -g 10 -x264-params open-gop=1", "0.76", 31},
+                    Start{"ts", "-pix_fmt yuv420p -c:v libx265 -x265-params keyint=10:log-level=none"},
+                    Start{"m2ts", "-pix_fmt yuv420p -c:v libx264 -bf 2 -g 10"},
+                    Start{"mpg", "-c:v mpeg2video -bf 2 -g 10"}, Start{"m2v", "-c:v mpeg2video -bf 2 -g 10"},
+                    Start{"h264", "-pix_fmt yuv420p -c:v libx264 -bf 2 -g 10"},
+                    Start{"mkv", "-pix_fmt yuv420p -c:v libx264 -bf 3 -g 10 -x264-params open-gop=1", "0.76", 31},
+                    Start{"mp4", "-pix_fmt yuv420p -c:v libx264 -bf 2 -g 10"}, Start{"flv", "-c:v flv -g 10"},
+                    Start{"avi", "-c:v mjpeg"}, Start{"nut", "-c:v mpeg4 -bf 2 -g 10"}));
 
 } // namespace

@@ -354,11 +354,12 @@ TEST_F(ProjectTest, CancelLeavesNothing) {
                       .cancelled = [&] { return done >= 5; }};
     for (const char* name : {"out.mp4", "out%03d.png"}) {
         done = 0;
-        EXPECT_FALSE(renderProject(module(), project, output(name), watch));
+        EXPECT_EQ(renderProject(module(), project, output(name), watch), Ended::Cancelled);
         EXPECT_EQ(names(), std::vector<std::string>{"in.mp4"});
     }
     done = 0;
-    EXPECT_TRUE(renderProject(module(), project, output("out.mp4"), {.progress = watch.progress, .cancelled = {}}));
+    EXPECT_EQ(renderProject(module(), project, output("out.mp4"), {.progress = watch.progress, .cancelled = {}}),
+              Ended::Whole);
     EXPECT_EQ(done, 25);
     EXPECT_TRUE(exists("out.mp4"));
 }

@@ -65,8 +65,9 @@ TEST_F(RenderTest, RawFramesPassThroughPipes) {
     EXPECT_TRUE(content("in.raw") == content("out.raw"));
     const Outcome cut = shell("head -c 30000 in.raw | " LARKMOOR_COMMAND_FILE
                               " render - -o cut.mkv --raw 96x64:rgb24:25 --effect Invert");
-    EXPECT_EQ(cut.status, 1);
-    EXPECT_FALSE(exists("cut.mkv"));
+    EXPECT_EQ(cut.status, 3);
+    EXPECT_NE(cut.err.find("cut short at 0:00.040"), std::string::npos) << cut.err;
+    EXPECT_EQ(std::ranges::count(frames("cut.mkv", "rgb24"), '\n'), 1);
     EXPECT_EQ(larkmoor("render - -o x.mkv --effect Invert </dev/null").status, 2);
     EXPECT_EQ(larkmoor("render - -o x.mkv --raw 96x64:rgb24:25 --effect Invert </dev/null").status, 1);
     EXPECT_EQ(larkmoor("render in.mkv -o - --raw 95x64:rgb24:25 --effect Invert").status, 2);
@@ -350,7 +351,7 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
     const Refusal refusals[] = {
         {"render none.mp4 -o x.mp4 --effect Invert", 1, "none.mp4"},
         {"render empty.mp4 -o x.mp4 --effect Invert", 1, "empty.mp4"},
-        {"render cut.mp4 -o x.mp4 --effect Invert", 1, "cut short"},
+        {"render cut.mp4 -o x.mp4 --strict --effect Invert", 1, "cut.mp4"},
         {"render cut.png -o x.png --effect Invert", 1, "cut.png"},
         {"render a.wav -o x.mp4 --effect Invert", 1, "no pictures"},
         {"render . -o x.mp4 --effect Invert", 2, "x.mp4/ is one"},

@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include "media/complaints.h"
 #include "standard_files.h"
 
 namespace larkmoor {
@@ -24,16 +25,19 @@ std::function<void(std::string_view)> warningTaker;
 std::atomic<bool> verboseLog = false;
 
 void takeLog(void* object, int level, const char* format, va_list arguments) {
-    if (level <= AV_LOG_ERROR) {
+    if (level <= AV_LOG_ERROR || Complaints::tells(format)) {
         va_list copy;
         va_copy(copy, arguments);
         char line[512];
         std::vsnprintf(line, sizeof(line), format, copy);
         va_end(copy);
         line[std::strcspn(line, "\n")] = 0;
-        const std::lock_guard guard(lastLock);
-        if (std::strstr(line, "ended prematurely")) endedEarly.insert(object);
-        lastComplaint = line;
+        Complaints::log(object, level, line);
+        if (level <= AV_LOG_ERROR) {
+            const std::lock_guard guard(lastLock);
+            if (std::strstr(line, "ended prematurely")) endedEarly.insert(object);
+            lastComplaint = line;
+        }
     }
     if (verboseLog) av_log_default_callback(object, level, format, arguments);
 }

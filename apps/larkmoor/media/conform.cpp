@@ -47,7 +47,8 @@ std::string fittingFilters(const VideoFacts& is, const VideoFacts& wanted, std::
     return filters + fmt::format(",setsar={}", rational(wanted.aspect));
 }
 
-FilterGraph::FilterGraph(const VideoFacts& is, const std::string& filters, const std::string& what) : m_what(what) {
+FilterGraph::FilterGraph(const VideoFacts& is, const std::string& filters, const std::string& what, AVPixelFormat out)
+    : m_what(what) {
     m_graph.reset(avfilter_graph_alloc());
     if (!m_graph) throw std::bad_alloc();
     m_graph->nb_threads = 1;
@@ -67,7 +68,8 @@ FilterGraph::FilterGraph(const VideoFacts& is, const std::string& filters, const
     outputs->filter_ctx = m_in;
     inputs->name = av_strdup("out");
     inputs->filter_ctx = m_out;
-    const std::string all = fmt::format("{},format={}", filters, av_get_pix_fmt_name(is.format));
+    const std::string all =
+        fmt::format("{},format={}", filters, av_get_pix_fmt_name(out != AV_PIX_FMT_NONE ? out : is.format));
     const int status = avfilter_graph_parse_ptr(m_graph.get(), all.c_str(), &inputs, &outputs, nullptr);
     avfilter_inout_free(&inputs);
     avfilter_inout_free(&outputs);

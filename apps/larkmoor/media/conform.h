@@ -16,7 +16,9 @@ class FilterGraph {
   public:
     /// @param is what goes in.
     /// @param what is done, for the sentences of errors: "resample in.mp4".
-    FilterGraph(const VideoFacts& is, const std::string& filters, const std::string& what);
+    /// @param out pixel format of what comes out; that of `is` without it.
+    FilterGraph(const VideoFacts& is, const std::string& filters, const std::string& what,
+                AVPixelFormat out = AV_PIX_FMT_NONE);
 
     void put(AVFrame& frame);
     /// Says that nothing more comes, and until when the last frame lasts.

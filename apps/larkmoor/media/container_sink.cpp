@@ -40,8 +40,10 @@ constexpr AVPacketSideDataType carried[] = {AV_PKT_DATA_DISPLAYMATRIX, AV_PKT_DA
                                             AV_PKT_DATA_CONTENT_LIGHT_LEVEL, AV_PKT_DATA_STEREO3D,
                                             AV_PKT_DATA_SPHERICAL};
 
-void copySideData(const AVStream& from, AVStream& to) {
+/// @param turned the pictures stand upright by themselves.
+void copySideData(const AVStream& from, AVStream& to, bool turned) {
     for (const AVPacketSideDataType type : carried) {
+        if (turned && type == AV_PKT_DATA_DISPLAYMATRIX) continue;
         std::size_t size = 0;
         const std::uint8_t* data = av_stream_get_side_data(&from, type, &size);
         if (!data) continue;
@@ -99,7 +101,7 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
     copyMetadata(like->container().metadata, &m_format->metadata);
     copyMetadata(like->videoStream().metadata, &m_stream->metadata);
     m_stream->disposition = like->videoStream().disposition;
-    copySideData(like->videoStream(), *m_stream);
+    copySideData(like->videoStream(), *m_stream, like->isTurned());
     if (!isMovie(m_container) && av_stream_get_side_data(m_stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr))
         warn(
             fmt::format("{} cannot say that its pictures are to be turned; they are written as they are stored", name));
@@ -283,6 +285,14 @@ void ContainerSink::put(PacketPtr packet, AVStream& stream, AVRational unit) {
     packet->stream_index = stream.index;
     av_packet_rescale_ts(packet.get(), unit, stream.time_base);
     packet->pos = -1;
+    // Stamps that repeat or go back, as broken clips have them, are moved as little as a muxer needs.
+    const AVMediaType type = stream.codecpar->codec_type;
+    if (packet->dts != AV_NOPTS_VALUE && (type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_VIDEO)) {
+        const std::int64_t least = m_container.flags & AVFMT_TS_NONSTRICT ? 0 : 1;
+        const auto [last, first] = m_lastStamps.try_emplace(stream.index, packet->dts);
+        if (!first) last->second = packet->dts = std::max(packet->dts, last->second + least);
+        if (packet->pts != AV_NOPTS_VALUE) packet->pts = std::max(packet->pts, packet->dts);
+    }
     const int status = av_interleaved_write_frame(m_format, packet.get());
     if (status < 0) fail(status);
 }
@@ -349,15 +359,6 @@ void ContainerSink::writeSide(PacketPtr packet) {
     if (passage.subtitles) {
         passage.subtitles->write(*packet, [&](PacketPtr text) { put(std::move(text), *passage.stream, passage.unit); });
         return;
-    }
-    // Stamps out of order, as some clips have them, are moved as little as a muxer needs.
-    if (packet->dts != AV_NOPTS_VALUE) {
-        if (passage.lastStamp != AV_NOPTS_VALUE && packet->dts <= passage.lastStamp &&
-            passage.stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-            packet->dts = passage.lastStamp + 1;
-            if (packet->pts != AV_NOPTS_VALUE) packet->pts = std::max(packet->pts, packet->dts);
-        }
-        passage.lastStamp = packet->dts;
     }
     put(std::move(packet), *passage.stream, passage.unit);
 }

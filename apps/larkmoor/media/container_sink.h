@@ -43,7 +43,6 @@ class ContainerSink : public FrameSink {
     struct Passage {
         AVStream* stream = nullptr;
         AVRational unit{1, 1};
-        std::int64_t lastStamp = AV_NOPTS_VALUE;
         CodecPtr decoder;
         std::unique_ptr<AudioEncoder> encoder;
         std::unique_ptr<SubtitleEncoder> subtitles;
@@ -70,6 +69,7 @@ class ContainerSink : public FrameSink {
     std::map<int, Passage> m_passages; ///< by stream of the source
     Passage m_sound;
     std::map<std::int64_t, std::int64_t> m_durations; ///< of frames in the encoder, by time stamp, in its unit
+    std::map<int, std::int64_t> m_lastStamps;         ///< decoding times of the last packets, by stream
     std::int64_t m_lastStamp = AV_NOPTS_VALUE;
     bool m_begun = false;
 };

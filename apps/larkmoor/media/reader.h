@@ -8,22 +8,23 @@
 #include <string>
 #include <vector>
 
-#include "media/av.h"
 #include "media/colour.h"
+#include "media/demuxer.h"
+#include "media/picture_decoder.h"
+#include "media/upright.h"
 
 namespace larkmoor {
-
-/// Frames without a container.
-struct RawFormat {
-    int width = 0, height = 0;
-    AVPixelFormat format = AV_PIX_FMT_NONE;
-    AVRational rate{25, 1};
-};
 
 /// Where a frame is found without decoding all before it, in the stream's unit.
 struct FramePlace {
     std::int64_t stamp = 0; ///< its time stamp
     std::int64_t seek = 0;  ///< decoding time stamp of a key frame from which it can be decoded
+};
+
+/// What is made of clips that are not as they should be, or not stored as they are shown.
+struct ReadPolicy {
+    bool strict = false; ///< damage is an error
+    bool turn = true;    ///< pictures that are stored turned or mirrored come upright
 };
 
 struct ReadOptions {
@@ -34,6 +35,7 @@ struct ReadOptions {
     std::optional<FramePlace> from; ///< a short way to the first frame, instead of `start` and `skip`
     std::int64_t frames = -1;       ///< at most so many; -1 for all
     int threads = 1;                ///< for decoding
+    ReadPolicy policy;
 };
 
 /// What a clip's pictures are, read off the first of them.
@@ -54,6 +56,17 @@ struct ReadFrame {
     std::vector<PacketPtr> side; ///< packets of selected streams that came before it, in the same time
 };
 
+/// What of a clip was not as it should be, as far as it was handed out.
+struct Damage {
+    std::int64_t frames = 0;    ///< damaged, or not there; then the last good one stands in their place
+    double first = 0, last = 0; ///< where the first and the last of them are, seconds from the start of the clip
+    std::optional<double> cut;  ///< where the file ends before its end
+
+    bool any() const { return frames > 0 || cut; }
+    /// For people, about a clip of that name.
+    std::string sentence(const std::string& name) const;
+};
+
 /// The frames of a clip in the order they are shown, as far as its container tells.
 struct FrameTable {
     std::vector<std::int64_t> stamps; ///< time stamps, ascending
@@ -72,11 +85,14 @@ class Reader {
     Reader(const std::string& path, const ReadOptions& options);
 
     const VideoFacts& video() const { return m_facts; }
-    const AVStream& videoStream() const { return *m_stream; }
-    AVFormatContext& container() const { return *m_format; }
+    const AVStream& videoStream() const { return m_demuxer.video(); }
+    AVFormatContext& container() const { return m_demuxer.container(); }
     const std::string& path() const { return m_path; }
-    bool isPicture() const { return m_picture; }                   ///< one still picture
+    bool isPicture() const { return m_demuxer.isPicture(); }       ///< one still picture
     std::optional<int> sequenceNumber() const { return m_number; } ///< of the first frame of the range
+    /// A sentence about the damage that was met so far, or none.
+    std::vector<std::string> damageTold() const;
+    bool isTurned() const { return m_upright.turns(); } ///< the pictures stand upright though they are stored otherwise
 
     /// Reads the time stamps of a clip's frames, all of the file but without decoding. The range in `options` does not
     /// count.
@@ -88,7 +104,7 @@ class Reader {
                                           const FrameTable& table);
 
     /// Time stamp of the next frame as the container has it. Call before `next`.
-    std::int64_t firstStamp() const { return m_first->pts; }
+    std::int64_t firstStamp() const { return m_first.frame->pts; }
 
     /// Frames in the range as far as the container tells, by its count or by duration and rate.
     std::optional<std::int64_t> expectedFrames() const;
@@ -96,7 +112,8 @@ class Reader {
     /// Hands out packets of a stream, beside the pictures.
     void select(int stream);
 
-    /// The next frame; an empty one at the end of the range. Throws Error for broken input.
+    /// The next frame; an empty one at the end of the range. Throws Error for input that cannot be read, and for damage
+    /// where that is wanted.
     ReadFrame next();
     /// What is left of the selected streams within the range; call after the last frame.
     std::vector<PacketPtr> rest();
@@ -106,41 +123,43 @@ class Reader {
     std::optional<std::int64_t> rangeEnd() const;
 
   private:
-    struct Closed {};
-    Reader(const std::string& path, const ReadOptions& options, Closed);
     bool isCut() const { return m_options.start > 0 || m_options.skip > 0 || m_options.from; }
-    void open();
-    void openDecoder();
-    bool readPacket();
-    FramePtr decode();
-    FramePtr decodeStamped();
-    void complain(int code);
+    void begin();
+    void startAtFirst();
+    bool seek(std::int64_t stamp);
+    void fastForward(std::int64_t from);
+    void readFacts();
+    PacketPtr read();
+    bool feed();
+    Picture decode();
+    void note(std::int64_t frames, double first, double last);
+    void noteEnd();
+    double secondsOf(std::int64_t stamp) const;
     void take(PacketPtr packet);
     PacketPtr place(PacketPtr packet) const;
     std::vector<PacketPtr> release(std::int64_t until);
 
-    std::string m_path, m_name; ///< as given, and as told to people
+    std::string m_path;
     ReadOptions m_options;
-    InputPtr m_format;
-    CodecPtr m_decoder;
-    AVStream* m_stream = nullptr;
+    Demuxer m_demuxer;
+    AVFormatContext* m_format;
+    AVStream* m_stream;
+    PictureDecoder m_decoder;
+    Upright m_upright;
     VideoFacts m_facts;
-    PacketPtr m_packet;
-    FramePtr m_first;
+    Damage m_damage;
+    Picture m_first;
+    std::deque<PacketPtr> m_ahead; ///< packets of pictures that are read, but not decoded
     std::deque<PacketPtr> m_held;
     std::vector<bool> m_selected;
     std::vector<bool> m_pastEnd;
     std::optional<int> m_number;
     std::int64_t m_origin = 0;    ///< 1/1000000 s: what becomes time 0
     std::int64_t m_clipStart = 0; ///< 1/1000000 s
-    std::int64_t m_lastStamp = AV_NOPTS_VALUE;
-    std::int64_t m_endStamp = 0; ///< end of the last frame handed out, in the video's unit from the origin
-    std::int64_t m_done = 0;     ///< frames handed out
-    std::int64_t m_decoded = 0;
-    std::int64_t m_lastPacket = -1; ///< stamp of the last one
-    int m_files = 0;                ///< of a numbered sequence, up to the first gap
-    int m_firstError = 0;
-    bool m_picture = false, m_selecting = false, m_endOfFile = false, m_finished = false;
+    std::int64_t m_endStamp = 0;  ///< end of the last frame handed out, in the video's unit from the origin
+    std::int64_t m_done = 0;      ///< frames handed out
+    bool m_selecting = false, m_endOfFile = false, m_finished = false;
+    bool m_waitsForKey = false; ///< after a seek what comes before a key frame cannot be decoded
 };
 
 } // namespace larkmoor

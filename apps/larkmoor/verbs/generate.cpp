@@ -19,7 +19,7 @@ class GenerateVerb final : public Verb {
   public:
     explicit GenerateVerb(CLI::App& command) : Verb(command, "generate", "Make pictures from nothing", examples) {
         app().add_option("NAME", m_generator.name, "The generator's name")->required();
-        m_outputOptions.add(app());
+        m_outputOptions.add(app(), false);
         app().add_option("--size", m_size, "Of the pictures")->required()->type_name("WxH");
         app().add_option("--rate", m_rateText, "Frames a second; 25 by default")->type_name("R");
         app().add_option("--duration", m_length, "How long; five seconds by default")->type_name("TIME");

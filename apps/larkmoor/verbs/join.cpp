@@ -17,7 +17,7 @@ class JoinVerb final : public Verb {
     explicit JoinVerb(CLI::App& command) : Verb(command, "join", "Put a transition between two clips", examples) {
         app().add_option("A", m_first, "The first clip or picture")->required();
         app().add_option("B", m_second, "The second one, brought to the first's size and rate")->required();
-        m_outputOptions.add(app());
+        m_outputOptions.add(app(), true);
         app().add_option("--transition", m_transition.name, "The transition's name")->required()->type_name("NAME");
         app()
             .add_option("--duration", m_length, "How long the clips overlap; one second by default")
@@ -36,9 +36,9 @@ class JoinVerb final : public Verb {
         if (!recipe.joins())
             throw UsageError(fmt::format("{} is no transition; `larkmoor list` names them", recipe.head->info->name));
         const auto film = joinFilm(m_first, {}, m_second, m_seconds, {}, m_output);
-        render(module, *film, recipe, m_output, report.watch(m_first));
+        const Ended ended = render(module, *film, recipe, m_output, report.watch(m_first));
         saveStates(module, *recipe.head, m_output.overwrite);
-        return 0;
+        return exitCode(ended);
     }
 
   private:

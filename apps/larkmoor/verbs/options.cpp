@@ -74,7 +74,7 @@ CLI::Option* EffectOptions::option(CLI::App& app, const std::string& name, const
     return app.add_option(name, m_texts, help)->type_name(type)->allow_extra_args(false)->take_all();
 }
 
-void OutputOptions::add(CLI::App& app) {
+void OutputOptions::add(CLI::App& app, bool reads) {
     app.add_option("-o,--output", m_path, "The file to write, or - for bare frames on standard output")
         ->required()
         ->type_name("OUT");
@@ -87,6 +87,10 @@ void OutputOptions::add(CLI::App& app) {
         ->type_name("FORMAT");
     app.add_option("--raw", m_raw, "What bare frames are: WxH:FORMAT:RATE, FORMAT by FFmpeg's name")
         ->type_name("WxH:FORMAT:RATE");
+    if (reads) {
+        app.add_flag("--strict", m_strict, "Stop at the first damage of an input");
+        app.add_flag("--no-autorotate", m_asStored, "Leave pictures turned as they are stored");
+    }
     app.add_option("--threads", m_threads, "Frames at once; the machine's processors by default")
         ->check(CLI::Range(1, 256))
         ->type_name("N");
@@ -101,6 +105,7 @@ OutputRequest OutputOptions::request() const {
     if (!m_pixelFormat.empty()) out.encode.pixelFormat = parsePixelFormat(m_pixelFormat);
     if (!m_raw.empty()) out.raw = parseRaw(m_raw);
     out.threads = m_threads > 0 ? m_threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    out.reading = {.strict = m_strict, .turn = !m_asStored};
     return out;
 }
 

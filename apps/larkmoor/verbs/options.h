@@ -37,14 +37,15 @@ std::vector<Step> planSteps(const Module& module, const std::vector<EffectReques
 /// The options of an output as texts.
 class OutputOptions {
   public:
-    void add(CLI::App& app);
+    /// @param reads there are clips that go in.
+    void add(CLI::App& app, bool reads);
     OutputRequest request() const;
 
   private:
     std::string m_path, m_codec, m_raw, m_pixelFormat;
     double m_quality = -1;
     int m_threads = 0;
-    bool m_overwrite = false;
+    bool m_overwrite = false, m_strict = false, m_asStored = false;
 };
 
 } // namespace larkmoor

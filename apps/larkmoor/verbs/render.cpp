@@ -31,7 +31,7 @@ class RenderVerb final : public Verb {
                         "What to read: a clip, a picture, a project, or - for bare frames; several or a folder go into "
                         "a folder")
             ->required();
-        m_outputOptions.add(app());
+        m_outputOptions.add(app(), true);
         m_effectOptions.add(app(), true);
         app().add_option("--over", m_clip.over, "A clip or picture to lay the result over")->type_name("CLIP");
         app().add_option("--rate", m_rate, "Frames a second of a numbered sequence; 25 by default")->type_name("R");
@@ -89,15 +89,12 @@ class RenderVerb final : public Verb {
   private:
     int renderOne(const Module& module, const Recipe& recipe, const std::string& input, const OutputRequest& output,
                   const Watch& watch) const {
-        if (isProject(input)) {
-            renderProject(module, loadProject(module, input, m_effectOptions.values()), output, watch);
-            return 0;
-        }
+        if (isProject(input))
+            return exitCode(renderProject(module, loadProject(module, input, m_effectOptions.values()), output, watch));
         ClipRequest clip = m_clip;
         clip.path = input;
         const auto film = clipFilm(clip, output);
-        render(module, *film, recipe, output, watch);
-        return 0;
+        return exitCode(render(module, *film, recipe, output, watch));
     }
 
     EffectOptions m_effectOptions;

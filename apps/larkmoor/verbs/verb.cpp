@@ -10,6 +10,11 @@ Verb::Verb(CLI::App& command, const std::string& name, const std::string& help, 
     if (!examples.empty()) m_app->footer("Examples:\n" + examples);
 }
 
+int exitCode(Ended ended) {
+    constexpr int damaged = 3;
+    return ended == Ended::Damaged ? damaged : 0;
+}
+
 namespace {
 
 int printError = 0;

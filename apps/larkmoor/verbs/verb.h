@@ -40,6 +40,9 @@ std::unique_ptr<Verb> generateVerb(CLI::App& command);
 std::unique_ptr<Verb> lutVerb(CLI::App& command);
 std::unique_ptr<Verb> presetsVerb(CLI::App& command);
 
+/// The exit code of a verb that renders.
+int exitCode(Ended ended);
+
 /// Writes to standard output; whether that failed is asked once, at the end.
 void print(std::string_view text);
 /// Writes what is held back. @return the error of the first write that failed, 0 for none.

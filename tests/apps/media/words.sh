@@ -24,7 +24,7 @@ count() { pictures "$1" | wc -l; }
 
 # stamps FILE [STREAM]: time stamps of the packets, in order of time, from the first on, in milliseconds.
 stamps() {
-    look "${2:-v:0}" packet=pts_time "$1" | tr -d ',' | sort -n |
+    look "${2:-v:0}" packet=pts_time "$1" | tr -d ',' | grep . | sort -n |
         awk 'NR == 1 { first = $1 } { printf "%.0f\n", ($1 - first) * 1000 }'
 }
 
