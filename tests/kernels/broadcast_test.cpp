@@ -1,14 +1,9 @@
 #include "kernels/broadcast.h"
 
-#include <limits>
-
 #include "base/arith.h"
 #include "kernels/picture.h"
 
 namespace {
-
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 TEST(Broadcast, AllBytesStayInsideTheTables) {
     for (const LONG flags : {0, 1, 2, 3}) {
