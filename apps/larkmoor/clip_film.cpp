@@ -75,10 +75,14 @@ class ClipFilm final : public Film {
             m_reader = std::make_unique<Reader>(request.path, options);
             m_total = m_reader->expectedFrames();
         }
-        if (!request.over.empty()) m_below.emplace(request.over, m_reader->video(), output);
+        m_video = m_reader->video();
+        if (request.over.empty()) return;
+        m_below.emplace(request.over, m_video, output);
+        refuseMixedDynamics(request.path, m_video, request.over, m_below->video());
+        m_video.alpha = m_below->video().alpha;
     }
 
-    const VideoFacts& video() const override { return m_reader->video(); }
+    const VideoFacts& video() const override { return m_video; }
     VideoFacts second() const override { return m_below ? m_below->video() : VideoFacts{}; }
     const Reader* like() const override { return m_reader.get(); }
     std::optional<std::int64_t> total() const override { return m_total; }
@@ -117,6 +121,7 @@ class ClipFilm final : public Film {
 
   private:
     std::unique_ptr<Reader> m_reader;
+    VideoFacts m_video; ///< as of the reader, but for what the clip below covers
     std::optional<std::int64_t> m_total;
     std::optional<Below> m_below;
 };

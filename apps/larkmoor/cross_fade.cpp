@@ -6,14 +6,19 @@
 
 namespace larkmoor {
 
-CrossFade::CrossFade(const std::string& first, const std::string& second) : m_first(first), m_second(second) {}
+CrossFade::CrossFade(const std::string& first, const std::string& second, int number)
+    : m_first(first, number), m_second(second, number) {}
 
 void CrossFade::open(ContainerSink& sink) {
     if (!m_first.any() && !m_second.any()) return;
-    m_facts = m_first.any() ? m_first.facts() : m_second.facts();
+    const SoundSource& like = m_first.any() ? m_first : m_second;
+    m_facts = like.facts();
     m_first.prepare(m_facts);
     m_second.prepare(m_facts);
-    if (sink.addSound(m_facts.rate, m_facts.layout)) m_sink = &sink;
+    const std::optional<std::size_t> number = sink.addSound(m_facts, like.metadata(), like.disposition());
+    if (!number) return;
+    m_number = *number;
+    m_sink = &sink;
 }
 
 void CrossFade::overlapAt(double start, double duration) {
@@ -62,7 +67,7 @@ void CrossFade::advance(double seconds, bool write) {
                                             in * second[static_cast<std::size_t>(s)]);
             }
         }
-        if (write) m_sink->writeSound(*frame);
+        if (write) m_sink->writeSound(m_number, *frame);
         m_written += count;
     }
 }

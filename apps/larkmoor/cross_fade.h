@@ -11,7 +11,11 @@ namespace larkmoor {
 
 class CrossFade {
   public:
-    CrossFade(const std::string& first, const std::string& second);
+    /// Of the sound streams with this number in both clips, counted from 0.
+    CrossFade(const std::string& first, const std::string& second, int number);
+
+    bool first() const { return m_first.any(); }
+    bool second() const { return m_second.any(); }
 
     /// Adds a stream of sound to the output where one of the clips has any and the container takes it.
     void open(ContainerSink& sink);
@@ -31,6 +35,7 @@ class CrossFade {
     SoundSource m_first, m_second;
     SoundFacts m_facts;
     ContainerSink* m_sink = nullptr;
+    std::size_t m_number = 0;   ///< of the sink's stream
     std::int64_t m_written = 0; ///< samples
     std::int64_t m_start = INT64_MAX, m_length = 0;
 };

@@ -1,5 +1,6 @@
 #include "film.h"
 
+#include <algorithm>
 #include <atomic>
 
 #include <fmt/format.h>
@@ -8,6 +9,29 @@
 #include "worker.h"
 
 namespace larkmoor {
+
+namespace {
+
+/// Whether the effects make pictures that something shows through: by the first picture of a generator, which tells of
+/// the others, and by name for what keys a colour out.
+bool makesClear(const Module& module, const Film& film, const Recipe& recipe) {
+    if (recipe.generates()) {
+        Chain chain(module, recipe);
+        Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, film.video().width, film.video().height);
+        const ImageView view = picture.view();
+        chain.run({}, {}, picture, {});
+        for (int y = 0; y < view.height; ++y)
+            for (int x = 0; x < view.width; ++x)
+                if (view.data[y * view.stride + 4 * x + 3] != std::byte{255}) return true;
+        return false;
+    }
+    const bool covered = film.second().width > 0 && !recipe.joins();
+    return !covered && std::ranges::any_of(recipe.effects, [](const Step& step) {
+        return step.info->className == "DXTChromaKeyFilter";
+    });
+}
+
+} // namespace
 
 Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
     const std::optional<std::int64_t> total = film.total();
@@ -19,7 +43,9 @@ Ended render(const Module& module, Film& film, Recipe recipe, const OutputReques
     };
     if (recipe.head) check(*recipe.head);
     for (const Step& step : recipe.effects) check(step);
-    Output output(request, film.video(), film.like());
+    VideoFacts video = film.video();
+    video.alpha = video.alpha || makesClear(module, film, recipe);
+    Output output(request, video, film.like());
     FrameSink& sink = output.sink();
     if (ContainerSink* container = output.container()) film.begin(*container);
 

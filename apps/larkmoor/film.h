@@ -79,6 +79,9 @@ std::unique_ptr<Film> joinFilm(const std::string& first, std::optional<AVRationa
 VideoFacts joinFacts(const VideoFacts& first, bool firstIsPicture, const VideoFacts& second, bool secondIsPicture);
 /// What a clip that has `frames` at its own rate adds to an output of another rate.
 std::optional<std::int64_t> steadyFrames(std::optional<std::int64_t> frames, AVRational is, AVRational wanted);
+/// Throws Error, which says how to bring them together, for two clips whose numbers mean different amounts of light.
+void refuseMixedDynamics(const std::string& first, const VideoFacts& is, const std::string& second,
+                         const VideoFacts& other);
 /// Frames of an overlap in seconds. Throws UsageError for none or too many.
 std::int64_t overlapFrames(double seconds, AVRational rate);
 /// Progress of a transition at a frame of its overlap.

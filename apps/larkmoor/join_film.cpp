@@ -25,9 +25,14 @@ class JoinSource {
     bool next(Job& job) {
         if (!m_met) approach(job);
         if (!job.first && m_met) meet(job);
-        if (!job.first) return false;
-        return true;
+        m_given += job.first != nullptr;
+        return job.first != nullptr;
     }
+
+    /// Packets beside the pictures of the first or the second clip since the last call.
+    std::vector<PacketPtr> takeSide(bool second) { return (second ? m_b : m_a).takeSide(); }
+    /// Frame of the output at which the second clip begins, once its packets come.
+    std::int64_t secondStart() const { return m_start; }
 
     /// Frames of the overlap, as it is once the first clip has ended.
     std::int64_t overlap() const { return m_overlap; }
@@ -59,6 +64,7 @@ class JoinSource {
                 if (least < count)
                     warn(fmt::format("a clip is shorter than the transition, which is cut to {} frames", least));
                 m_overlap = static_cast<std::int64_t>(least);
+                m_start = m_given + static_cast<std::int64_t>(m_held.size()) - m_overlap;
                 m_met = true;
                 return;
             }
@@ -92,8 +98,16 @@ class JoinSource {
     Conformer m_a, m_b;
     bool m_stillA, m_stillB, m_met = false;
     std::int64_t m_overlap, m_step = 0;
+    std::int64_t m_given = 0, m_start = 0;
     std::deque<FramePtr> m_held, m_ahead; ///< of the first clip's end, and the second's start
 };
+
+int streamsOf(const Reader& clip, AVMediaType type) {
+    int count = 0;
+    for (unsigned i = 0; i < clip.container().nb_streams; ++i)
+        count += clip.container().streams[i]->codecpar->codec_type == type;
+    return count;
+}
 
 class JoinFilm final : public Film {
   public:
@@ -102,7 +116,8 @@ class JoinFilm final : public Film {
         : m_a(first, {.rate = rate, .threads = output.threads, .policy = output.reading}),
           m_b(second, {.threads = output.threads, .policy = output.reading}),
           m_video(joinFacts(m_a.video(), m_a.isPicture(), m_b.video(), m_b.isPicture())),
-          m_source(m_a, m_b, m_video, overlapFrames(overlap, m_video.rate)), m_sound(first, second), m_range(range) {
+          m_source(m_a, m_b, m_video, overlapFrames(overlap, m_video.rate)), m_range(range) {
+        refuseMixedDynamics(first, m_a.video(), second, m_b.video());
         if (!m_source.changes().empty()) warn(fmt::format("{} is resampled: {}", second, m_source.changes()));
         const auto frames = [&](const Reader& clip) -> std::optional<std::int64_t> {
             // A picture lasts as long as the transition.
@@ -129,9 +144,20 @@ class JoinFilm final : public Film {
     }
 
     void begin(ContainerSink& container) override {
-        m_sound.open(container);
+        const int first = streamsOf(m_a, AVMEDIA_TYPE_AUDIO), second = streamsOf(m_b, AVMEDIA_TYPE_AUDIO);
+        container.checkSoundNumber(name(), std::max(first, second));
+        for (int i = 0; i < std::max(first, second); ++i) {
+            if (!container.wantsSound(i + 1)) continue;
+            m_sounds.emplace_back(m_a.path(), m_b.path(), i);
+            m_sounds.back().open(container);
+            if (m_sounds.back().first() != m_sounds.back().second() && std::min(first, second) > 0)
+                warn(fmt::format("{} has no sound stream {}, which is silent there", (i < first ? m_b : m_a).path(),
+                                 i + 1));
+        }
+        std::optional<std::int64_t> frames;
+        if (m_range.out) frames = *m_range.out - m_range.in;
+        container.passSubtitles(m_a, m_b, frames);
         container.begin();
-        m_sounds = true;
     }
 
     bool read(Job& job) override {
@@ -146,36 +172,61 @@ class JoinFilm final : public Film {
         job.time100ns = av_rescale_q(m_place, m_video.timeBase, {1, 10000000});
         job.first->pts = job.index;
         job.first->pkt_duration = 1;
+        place(m_source.takeSide(false), m_a, 0, job.side);
+        place(m_source.takeSide(true), m_b, ContainerSink::secondClip, job.side);
         ++m_place;
         return true;
     }
 
     void written(const Job& job) override {
-        if (!m_sounds) return;
         const double period = av_q2d(m_video.timeBase);
         const std::int64_t place = job.index + m_range.in;
         const auto fade = [&](std::int64_t start) {
             m_faded = true;
-            m_sound.overlapAt(static_cast<double>(start) * period, static_cast<double>(m_source.overlap()) * period);
+            for (CrossFade& sound : m_sounds)
+                sound.overlapAt(static_cast<double>(start) * period, static_cast<double>(m_source.overlap()) * period);
         };
         if (job.index == 0 && m_range.in > 0) {
             if (m_overlapBefore) fade(*m_overlapBefore);
-            m_sound.skipUntil(static_cast<double>(m_range.in) * period);
+            for (CrossFade& sound : m_sounds) sound.skipUntil(static_cast<double>(m_range.in) * period);
         }
         if (job.second && !m_faded) fade(place);
-        m_sound.writeUntil(static_cast<double>(place + 1) * period);
+        for (CrossFade& sound : m_sounds) sound.writeUntil(static_cast<double>(place + 1) * period);
+    }
+
+    void end(FrameSink& sink) override {
+        std::vector<PacketPtr> rest;
+        place(m_a.rest(), m_a, 0, rest);
+        place(m_b.rest(), m_b, ContainerSink::secondClip, rest);
+        for (PacketPtr& packet : rest) sink.writeSide(std::move(packet));
     }
 
   private:
+    /// Moves packets of a clip onto the output's clock, under stream numbers from `first` on.
+    void place(std::vector<PacketPtr> packets, const Reader& clip, int first, std::vector<PacketPtr>& out) const {
+        const std::int64_t frames = (first == 0 ? 0 : m_source.secondStart()) - m_range.in;
+        for (PacketPtr& packet : packets) {
+            packet->pts +=
+                av_rescale_q(frames, m_video.timeBase, clip.container().streams[packet->stream_index]->time_base);
+            if (packet->pts < 0) {
+                packet->duration += packet->pts;
+                packet->pts = 0;
+            }
+            packet->dts = packet->pts;
+            packet->stream_index += first;
+            if (packet->duration > 0) out.push_back(std::move(packet));
+        }
+    }
+
     Reader m_a, m_b;
     VideoFacts m_video;
     JoinSource m_source;
-    CrossFade m_sound;
+    std::vector<CrossFade> m_sounds;
     Range m_range;
     std::optional<std::int64_t> m_total;
     std::int64_t m_place = 0;                    ///< of the next frame, before any cut
     std::optional<std::int64_t> m_overlapBefore; ///< its first frame, where that is cut away
-    bool m_sounds = false, m_faded = false;
+    bool m_faded = false;
 };
 
 } // namespace
@@ -190,6 +241,25 @@ VideoFacts joinFacts(const VideoFacts& first, bool firstIsPicture, const VideoFa
 std::optional<std::int64_t> steadyFrames(std::optional<std::int64_t> frames, AVRational is, AVRational wanted) {
     if (!frames) return {};
     return std::llround(static_cast<double>(*frames) / av_q2d(is) * av_q2d(wanted));
+}
+
+void refuseMixedDynamics(const std::string& first, const VideoFacts& is, const std::string& second,
+                         const VideoFacts& other) {
+    const Dynamics a = dynamicsOf(is.colour.transfer), b = dynamicsOf(other.colour.transfer);
+    if (a == b) return;
+    const auto nameOf = [](Dynamics d) {
+        return d == Dynamics::Pq ? "HDR (PQ)" : d == Dynamics::Hlg ? "HDR (HLG)" : "SDR";
+    };
+    const std::string way =
+        a == Dynamics::Standard
+            ? "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,tonemap=hable,zscale=t=bt709:m=bt709:r=tv,"
+              "format=yuv420p"
+            : fmt::format("zscale={}t={}:p=bt2020:m=bt2020nc:r=tv:npl=203,format=yuv420p10le",
+                          b == Dynamics::Standard ? "tin=bt709:pin=bt709:min=bt709:" : "",
+                          a == Dynamics::Pq ? "smpte2084" : "arib-std-b67");
+    throw Error(fmt::format("{} is {} and {} is {}, whose values do not mix; bring the second to the first by `ffmpeg "
+                            "-i {} -vf {} -c:v libx265 -crf 16 -c:a copy converted.mkv`",
+                            first, nameOf(a), second, nameOf(b), second, way));
 }
 
 std::int64_t overlapFrames(double seconds, AVRational rate) {

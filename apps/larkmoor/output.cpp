@@ -23,8 +23,9 @@ Output::Output(const OutputRequest& request, const VideoFacts& video, const Read
         throw UsageError("frames on standard output need --raw WxH:FORMAT:RATE");
     }
     const AVCodec& codec = *avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO);
-    m_sink = createRawSink(m_file.workPath(), request.path,
-                           pickTarget(codec, video.format, video.colour, video.width, video.height, wanted));
+    m_sink =
+        createRawSink(m_file.workPath(), request.path,
+                      pickTarget(codec, video.format, video.colour, video.width, video.height, video.alpha, wanted));
 }
 
 void Output::finish() {

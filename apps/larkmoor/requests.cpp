@@ -77,6 +77,18 @@ AVPixelFormat parsePixelFormat(const std::string& text) {
     return format;
 }
 
+std::int64_t parseBitRate(const std::string& text) {
+    double factor = 1;
+    std::string_view digits = text;
+    if (!text.empty() && (text.back() == 'k' || text.back() == 'K')) factor = 1e3;
+    if (!text.empty() && text.back() == 'M') factor = 1e6;
+    if (factor > 1) digits.remove_suffix(1);
+    const std::optional<double> value = number<double>(digits);
+    if (!value || !(*value * factor >= 1000 && *value * factor <= 1e12))
+        throw UsageError(fmt::format("\"{}\" is no bit rate; write bits a second such as 800k or 4M", text));
+    return std::llround(*value * factor);
+}
+
 RawRequest parseRaw(const std::string& text) {
     RawRequest raw;
     const std::size_t first = text.find(':');

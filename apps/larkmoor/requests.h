@@ -35,6 +35,8 @@ AVRational parseRate(const std::string& text);
 std::pair<int, int> parseSize(const std::string& text);
 /// A pixel format by FFmpeg's name. Throws UsageError.
 AVPixelFormat parsePixelFormat(const std::string& text);
+/// Bits a second: "4000000", "800k", "4M". Throws UsageError.
+std::int64_t parseBitRate(const std::string& text);
 RawRequest parseRaw(const std::string& text);
 
 /// Whether `path` is written or read as bare frames.

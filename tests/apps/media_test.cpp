@@ -175,33 +175,38 @@ struct TargetCase {
     const char* encoder;
     AVPixelFormat source, want;
     AVColorRange range;
+    bool alpha = false;
 };
 
 TEST(Targets, AreNearestToTheSource) {
     const TargetCase cases[] = {
         {"ffv1", AV_PIX_FMT_BGR0, AV_PIX_FMT_BGR0, AVCOL_RANGE_JPEG},
         {"png", AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, AVCOL_RANGE_JPEG},
-        {"png", AV_PIX_FMT_PAL8, AV_PIX_FMT_RGBA, AVCOL_RANGE_JPEG},
+        {"png", AV_PIX_FMT_PAL8, AV_PIX_FMT_RGBA, AVCOL_RANGE_JPEG, true},
         {"tiff", AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, AVCOL_RANGE_JPEG},
         {"mjpeg", AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P, AVCOL_RANGE_JPEG},
         {"libx264", AV_PIX_FMT_RGB24, AV_PIX_FMT_YUV420P, AVCOL_RANGE_MPEG},
         {"libx264", AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV420P, AVCOL_RANGE_JPEG},
         {"libx264", AV_PIX_FMT_YUV422P10, AV_PIX_FMT_YUV422P10, AVCOL_RANGE_UNSPECIFIED},
-        {"libvpx-vp9", AV_PIX_FMT_RGBA, AV_PIX_FMT_YUVA420P, AVCOL_RANGE_MPEG},
         {"libx264", AV_PIX_FMT_GBRP12, AV_PIX_FMT_YUV420P10, AVCOL_RANGE_MPEG},
         {"libx264", AV_PIX_FMT_GBRPF32, AV_PIX_FMT_YUV420P10, AVCOL_RANGE_MPEG},
         {"png", AV_PIX_FMT_YUV420P10, AV_PIX_FMT_RGB48BE, AVCOL_RANGE_JPEG},
+        {"libvpx-vp9", AV_PIX_FMT_RGBA, AV_PIX_FMT_YUVA420P, AVCOL_RANGE_MPEG, true},
+        {"libvpx-vp9", AV_PIX_FMT_RGBA, AV_PIX_FMT_YUV420P, AVCOL_RANGE_MPEG},
+        // What was keyed has alpha that its source had not.
+        {"prores_ks", AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA444P10, AVCOL_RANGE_UNSPECIFIED, true},
         {"exr", AV_PIX_FMT_GBRAPF32, AV_PIX_FMT_GBRAPF32, AVCOL_RANGE_JPEG},
     };
     for (const TargetCase& c : cases) {
         const AVCodec* encoder = avcodec_find_encoder_by_name(c.encoder);
         if (!encoder) continue;
-        const Target target = pickTarget(*encoder, c.source, {}, 640, 480, AV_PIX_FMT_NONE);
+        const Target target = pickTarget(*encoder, c.source, {}, 640, 480, c.alpha, AV_PIX_FMT_NONE);
         EXPECT_STREQ(av_get_pix_fmt_name(target.format), av_get_pix_fmt_name(c.want)) << c.encoder;
         EXPECT_EQ(target.colour.range, c.range) << c.encoder << " " << av_get_pix_fmt_name(c.source);
     }
-    EXPECT_THROW(pickTarget(*avcodec_find_encoder_by_name("png"), AV_PIX_FMT_RGB24, {}, 8, 8, AV_PIX_FMT_YUV420P),
-                 UsageError);
+    EXPECT_THROW(
+        pickTarget(*avcodec_find_encoder_by_name("png"), AV_PIX_FMT_RGB24, {}, 8, 8, false, AV_PIX_FMT_YUV420P),
+        UsageError);
 }
 
 TEST(Sequence, IsFoundByTheLastDigitsOfAName) {

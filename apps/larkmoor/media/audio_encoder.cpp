@@ -1,10 +1,13 @@
 #include "media/audio_encoder.h"
 
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <new>
 
 #include <fmt/format.h>
+
+#include "media/container.h"
 
 namespace larkmoor {
 
@@ -15,6 +18,24 @@ int nearestRate(const AVCodec& codec, int wanted) {
     for (const int* rate = codec.supported_samplerates; rate && *rate; ++rate)
         if (!best || std::abs(*rate - wanted) < std::abs(best - wanted)) best = *rate;
     return best ? best : wanted;
+}
+
+/// The smallest that holds the wanted one's samples, integers for integers where there are such.
+AVSampleFormat nearestFormat(const AVCodec& codec, AVSampleFormat wanted) {
+    if (!codec.sample_fmts) return AV_SAMPLE_FMT_FLTP;
+    const AVSampleFormat packed = av_get_packed_sample_fmt(wanted);
+    const auto isFloat = [](AVSampleFormat f) { return f == AV_SAMPLE_FMT_FLT || f == AV_SAMPLE_FMT_DBL; };
+    AVSampleFormat best = codec.sample_fmts[0];
+    int least = INT_MAX;
+    for (const AVSampleFormat* f = codec.sample_fmts; *f != AV_SAMPLE_FMT_NONE; ++f) {
+        const AVSampleFormat each = av_get_packed_sample_fmt(*f);
+        const int spare = av_get_bytes_per_sample(each) - av_get_bytes_per_sample(packed);
+        const int cost = (spare < 0 ? 100 - spare : spare) + (isFloat(each) != isFloat(packed) ? 10 : 0);
+        if (cost >= least) continue;
+        least = cost;
+        best = *f;
+    }
+    return best;
 }
 
 void chooseLayout(AVCodecContext& context, const AVChannelLayout& wanted) {
@@ -43,21 +64,77 @@ CodecPtr openAudioDecoder(const AVStream& stream) {
     return context;
 }
 
-AudioEncoder::AudioEncoder(const AVOutputFormat& container, int sampleRate, const AVChannelLayout& layout) {
-    const AVCodec* codec = avcodec_find_encoder(container.audio_codec);
-    if (!codec) throw Error("the file takes no sound that can be encoded here");
-    m_context.reset(avcodec_alloc_context3(codec));
+SoundFacts soundFacts(const AVCodecParameters& stream) {
+    SoundFacts facts{.codec = stream.codec_id,
+                     .rate = stream.sample_rate,
+                     .format = static_cast<AVSampleFormat>(stream.format),
+                     .bits = stream.bits_per_raw_sample};
+    if (stream.ch_layout.order == AV_CHANNEL_ORDER_NATIVE)
+        facts.layout = stream.ch_layout;
+    else
+        av_channel_layout_default(&facts.layout, stream.ch_layout.nb_channels);
+    return facts;
+}
+
+bool isLossless(AVCodecID codec) {
+    const AVCodecDescriptor* d = avcodec_descriptor_get(codec);
+    return d && (d->props & AV_CODEC_PROP_LOSSLESS) && !(d->props & AV_CODEC_PROP_LOSSY);
+}
+
+const AVCodec* soundEncoderFor(const SoundOptions& options, const AVOutputFormat& container, const std::string& path,
+                               const SoundFacts& sound) {
+    if (!options.codec.empty()) {
+        const AVCodec* codec = avcodec_find_encoder_by_name(options.codec.c_str());
+        if (!codec)
+            if (const AVCodecDescriptor* d = avcodec_descriptor_get_by_name(options.codec.c_str()))
+                codec = avcodec_find_encoder(d->id);
+        if (!codec || codec->type != AVMEDIA_TYPE_AUDIO)
+            throw UsageError(
+                fmt::format("no sound encoder is called {}; `ffmpeg -encoders` lists them", options.codec));
+        if (!takes(container, codec->id))
+            throw UsageError(fmt::format("{} does not go into a file like {}", options.codec, path));
+        return codec;
+    }
+    if (container.audio_codec == AV_CODEC_ID_NONE) return nullptr;
+    const auto encoder = [&](AVCodecID id) -> const AVCodec* {
+        const AVCodec* codec = avcodec_find_encoder(id);
+        if (!codec || (codec->capabilities & AV_CODEC_CAP_EXPERIMENTAL) || !takes(container, id)) return nullptr;
+        AVCodecParameters trial{};
+        trial.codec_type = AVMEDIA_TYPE_AUDIO;
+        trial.codec_id = id;
+        trial.format = sound.format;
+        trial.ch_layout = sound.layout;
+        trial.sample_rate = sound.rate;
+        trial.frame_size = 1024;
+        return takesStream(container, trial, {1, sound.rate}) ? codec : nullptr;
+    };
+    if (const AVCodec* own = encoder(sound.codec)) return own;
+    if (isLossless(sound.codec) && std::string_view(container.name) == "mov")
+        if (const AVCodec* lossless = encoder(AV_CODEC_ID_ALAC)) return lossless;
+    return avcodec_find_encoder(usualSound(container, sound.layout.nb_channels));
+}
+
+AudioEncoder::AudioEncoder(const AVCodec& codec, const AVOutputFormat& container, const SoundFacts& sound) {
+    m_context.reset(avcodec_alloc_context3(&codec));
     if (!m_context) throw std::bad_alloc();
     AVCodecContext& c = *m_context;
-    c.sample_rate = nearestRate(*codec, sampleRate);
-    c.sample_fmt = codec->sample_fmts ? codec->sample_fmts[0] : AV_SAMPLE_FMT_FLTP;
-    chooseLayout(c, layout);
+    c.sample_rate = nearestRate(codec, sound.rate);
+    c.sample_fmt = nearestFormat(codec, sound.format);
+    if (av_get_bytes_per_sample(c.sample_fmt) == 4 && sound.bits > 16) c.bits_per_raw_sample = sound.bits;
+    chooseLayout(c, sound.layout);
+    // Tapes know one kind of sound.
+    if (std::string_view(container.name) == "dv") {
+        c.sample_rate = 48000;
+        av_channel_layout_uninit(&c.ch_layout);
+        av_channel_layout_default(&c.ch_layout, 2);
+    }
     c.time_base = {1, c.sample_rate};
     c.flags |= AV_CODEC_FLAG_BITEXACT;
     if (container.flags & AVFMT_GLOBALHEADER) c.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     c.thread_count = 1;
     c.bit_rate = 96000LL * c.ch_layout.nb_channels;
-    avCheck(avcodec_open2(&c, codec, nullptr), fmt::format("encode sound with {}", codec->name));
+    c.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
+    avCheck(avcodec_open2(&c, &codec, nullptr), fmt::format("encode sound with {}", codec.name));
     m_fifo.reset(av_audio_fifo_alloc(c.sample_fmt, c.ch_layout.nb_channels, 4096));
     if (!m_fifo) throw std::bad_alloc();
 }

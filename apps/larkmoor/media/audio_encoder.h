@@ -14,11 +14,36 @@ namespace larkmoor {
 
 using PacketTaker = std::function<void(PacketPtr)>;
 
+/// Which of a clip's sound goes into the output, and how.
+struct SoundOptions {
+    bool none = false;
+    int stream = 0;    ///< only the so-manieth one of the clip, from 1 on; 0 for all
+    std::string codec; ///< an encoder's or a codec's name; empty to copy, or else for the usual one
+};
+
+struct SoundFacts {
+    AVCodecID codec = AV_CODEC_ID_NONE;
+    int rate = 0;
+    AVChannelLayout layout{};
+    AVSampleFormat format = AV_SAMPLE_FMT_NONE;
+    int bits = 0; ///< of a sample that count; 0 for all
+};
+/// Of a stream of sound, whose layout is one that everything knows.
+SoundFacts soundFacts(const AVCodecParameters& stream);
+
+/// A codec that keeps every sample.
+bool isLossless(AVCodecID codec);
+
+/// The encoder that the user named; or the sound's own where the container takes it; or one without loss for sound
+/// without loss; or the container's usual one. Null where there is none.
+/// Throws UsageError for a name that no encoder has, or that the container does not take.
+const AVCodec* soundEncoderFor(const SoundOptions& options, const AVOutputFormat& container, const std::string& path,
+                               const SoundFacts& sound);
+
 class AudioEncoder {
   public:
-    /// The container's usual sound codec at a rate and layout near the given ones.
-    /// Throws Error when there is none or it does not start.
-    AudioEncoder(const AVOutputFormat& container, int sampleRate, const AVChannelLayout& layout);
+    /// At a rate, a layout and a depth near the sound's. Throws Error when the encoder does not start.
+    AudioEncoder(const AVCodec& codec, const AVOutputFormat& container, const SoundFacts& sound);
 
     const AVCodecContext& context() const { return *m_context; }
 

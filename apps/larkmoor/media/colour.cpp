@@ -1,6 +1,8 @@
 #include "media/colour.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <vector>
 
 #include <fmt/format.h>
@@ -119,7 +121,36 @@ bool isFullRange(AVPixelFormat format, AVColorRange range) {
     return isGray(format);
 }
 
-Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height,
+Dynamics dynamicsOf(AVColorTransferCharacteristic transfer) {
+    switch (transfer) {
+    case AVCOL_TRC_SMPTE2084:
+        return Dynamics::Pq;
+    case AVCOL_TRC_ARIB_STD_B67:
+        return Dynamics::Hlg;
+    default:
+        return Dynamics::Standard;
+    }
+}
+
+bool isOpaque(const AVFrame& frame) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    if (!hasAlpha(format)) return true;
+    const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(format);
+    const bool palette = d.flags & AV_PIX_FMT_FLAG_PAL;
+    const int component = palette ? 3 : d.nb_components - 1;
+    const int depth = palette ? 8 : d.comp[component].depth;
+    const std::uint32_t full = d.flags & AV_PIX_FMT_FLAG_FLOAT ? std::bit_cast<std::uint32_t>(1.0f) : (1u << depth) - 1;
+    const std::uint8_t* data[4] = {frame.data[0], frame.data[1], frame.data[2], frame.data[3]};
+    std::vector<std::uint32_t> row(static_cast<std::size_t>(frame.width));
+    for (int y = 0; y < frame.height; ++y) {
+        av_read_image_line2(row.data(), data, frame.linesize, &d, 0, y, component, frame.width, palette,
+                            sizeof(std::uint32_t));
+        if (std::ranges::any_of(row, [&](std::uint32_t alpha) { return alpha != full; })) return false;
+    }
+    return true;
+}
+
+Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height, bool alpha,
                   AVPixelFormat wanted) {
     // TIFF knows chroma planes, but few programs read them.
     std::vector<AVPixelFormat> taken;
@@ -127,7 +158,9 @@ Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& co
         if (isUsable(*f) && (encoder.id != AV_CODEC_ID_TIFF || isRgb(*f) || isGray(*f))) taken.push_back(*f);
     const auto takes = [&](AVPixelFormat f) { return !encoder.pix_fmts || std::ranges::find(taken, f) != taken.end(); };
 
-    const bool takesAlpha = std::ranges::any_of(taken, hasAlpha);
+    const bool takesAlpha = alpha && std::ranges::any_of(taken, hasAlpha);
+    if (takesAlpha && wanted == AV_PIX_FMT_NONE)
+        std::erase_if(taken, [](AVPixelFormat format) { return !hasAlpha(format); });
 
     Target target{source, colour};
     if (wanted != AV_PIX_FMT_NONE) {
@@ -145,12 +178,11 @@ Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& co
         const bool even = width % 2 == 0 && height % 2 == 0;
         if (takes(plain))
             target.format = plain;
-        else if (isRgb(like) && isForDelivery(encoder.id) && even && !(hasAlpha(like) && takesAlpha) &&
-                 takes(AV_PIX_FMT_YUV420P))
+        else if (isRgb(like) && isForDelivery(encoder.id) && even && !takesAlpha && takes(AV_PIX_FMT_YUV420P))
             target.format =
                 needsFloat(like) && takes(AV_PIX_FMT_YUV420P10) ? AV_PIX_FMT_YUV420P10 : AV_PIX_FMT_YUV420P;
         else
-            target.format = avcodec_find_best_pix_fmt_of_list(taken.data(), like, hasAlpha(like), nullptr);
+            target.format = avcodec_find_best_pix_fmt_of_list(taken.data(), like, alpha, nullptr);
     }
     if (encoder.id == AV_CODEC_ID_MJPEG) {
         // JPEG files know one matrix and one range, whatever their size.

@@ -51,6 +51,13 @@ bool isFullRange(AVPixelFormat format, AVColorRange range);
 /// The "J" formats of old say their range by name; this is the format without it.
 AVPixelFormat withoutRange(AVPixelFormat format);
 
+/// How much light a transfer tells of: what is mixed has to be of one kind.
+enum class Dynamics { Standard, Pq, Hlg };
+Dynamics dynamicsOf(AVColorTransferCharacteristic transfer);
+
+/// Whether no pixel of a picture lets anything through.
+bool isOpaque(const AVFrame& frame);
+
 /// How pictures are written by an encoder: what it takes, nearest to the source.
 struct Target {
     AVPixelFormat format = AV_PIX_FMT_NONE;
@@ -58,9 +65,10 @@ struct Target {
 };
 
 /// The source's own format where the encoder takes it, else the encoder's nearest. RGB encoders stay RGB.
+/// @param alpha the pictures have alpha that counts: one with alpha where the encoder has any.
 /// @param wanted a pixel format of the user's choice, or AV_PIX_FMT_NONE.
 /// Throws UsageError when the encoder does not take the wanted one.
-Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height,
+Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height, bool alpha,
                   AVPixelFormat wanted);
 
 } // namespace larkmoor

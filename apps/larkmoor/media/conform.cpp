@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -111,6 +112,7 @@ FramePtr Conformer::next() {
         FramePtr frame = m_graph.take();
         if (frame || m_graph.ended() || m_ended) return frame;
         ReadFrame read = m_reader.next();
+        std::ranges::move(read.side, std::back_inserter(m_side));
         m_ended = !read.frame;
         if (read.frame) {
             // The last frame is shown for its time, too.

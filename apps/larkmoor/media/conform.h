@@ -2,6 +2,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "media/reader.h"
 
@@ -49,6 +51,9 @@ class Conformer {
     /// The next frame, empty at the end. Stamps count frames.
     FramePtr next();
 
+    /// Packets of selected streams that came along since the last call, on the clip's own clock.
+    std::vector<PacketPtr> takeSide() { return std::exchange(m_side, {}); }
+
     /// What is done to the clip, for the user: "1280x720 to 1920x1080, 25 to 30 frames a second"; empty for nothing.
     const std::string& changes() const { return m_changes; }
 
@@ -58,6 +63,7 @@ class Conformer {
     Reader& m_reader;
     std::string m_changes;
     FilterGraph m_graph;
+    std::vector<PacketPtr> m_side;
     std::int64_t m_end = 0; ///< of the clip so far, in its own unit
     bool m_ended = false;
 };

@@ -2,15 +2,25 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <cstring>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
 
 namespace larkmoor {
 
 namespace {
 
 constexpr AVRational microseconds{1, AV_TIME_BASE};
+constexpr AVRational nanoseconds{1, 1'000'000'000};
+/// The coarsest unit that clips count in, in nanoseconds.
+constexpr std::int64_t stampError = 1'000'000;
 
 /// What a muxer writes by itself, or what no longer holds for another encoding.
 bool isStale(std::string_view key) {
@@ -26,15 +36,6 @@ void copyMetadata(const AVDictionary* from, AVDictionary** to) {
         if (!isStale(entry->key)) av_dict_set(to, entry->key, entry->value, 0);
 }
 
-bool isMovie(const AVOutputFormat& container) {
-    const std::string_view name = container.name;
-    return name == "mp4" || name == "mov" || name == "ipod";
-}
-
-bool isMatroska(const AVOutputFormat& container) {
-    return std::string_view(container.name) == "matroska";
-}
-
 /// Facts about the picture that no effect changes.
 constexpr AVPacketSideDataType carried[] = {AV_PKT_DATA_DISPLAYMATRIX, AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
                                             AV_PKT_DATA_CONTENT_LIGHT_LEVEL, AV_PKT_DATA_STEREO3D,
@@ -46,30 +47,63 @@ void copySideData(const AVStream& from, AVStream& to, bool turned) {
         if (turned && type == AV_PKT_DATA_DISPLAYMATRIX) continue;
         std::size_t size = 0;
         const std::uint8_t* data = av_stream_get_side_data(&from, type, &size);
-        if (!data) continue;
+        if (!data || av_stream_get_side_data(&to, type, nullptr)) continue;
         if (std::uint8_t* copy = av_stream_new_side_data(&to, type, size)) std::copy_n(data, size, copy);
     }
 }
 
-/// Asks a container that keeps no list of its codecs, by the head of a file that is thrown away.
-bool takesByTrial(const AVOutputFormat& container, const AVStream& from) {
-    AVFormatContext* trial = nullptr;
-    if (avformat_alloc_output_context2(&trial, &container, nullptr, nullptr) < 0) return false;
-    bool taken = false;
-    AVStream* stream = avformat_new_stream(trial, nullptr);
-    if (stream && avcodec_parameters_copy(stream->codecpar, from.codecpar) >= 0 &&
-        ((container.flags & AVFMT_NOFILE) || avio_open_dyn_buf(&trial->pb) >= 0)) {
-        stream->codecpar->codec_tag = 0;
-        stream->time_base = from.time_base;
-        taken = avformat_write_header(trial, nullptr) >= 0;
-        std::uint8_t* bytes = nullptr;
-        if (trial->pb) {
-            avio_close_dyn_buf(trial->pb, &bytes);
-            av_free(bytes);
+/// What is known of the light of the display that the pictures were made for.
+void tellLight(const VideoFacts& video, AVStream& to) {
+    const auto add = [&](AVPacketSideDataType type, const auto& fact) {
+        if (!fact || av_stream_get_side_data(&to, type, nullptr)) return;
+        if (std::uint8_t* copy = av_stream_new_side_data(&to, type, sizeof(*fact)))
+            std::memcpy(copy, &*fact, sizeof(*fact));
+    };
+    add(AV_PKT_DATA_MASTERING_DISPLAY_METADATA, video.mastering);
+    add(AV_PKT_DATA_CONTENT_LIGHT_LEVEL, video.light);
+}
+
+/// A greater frame that goes on as the edge pixels do.
+FramePtr fillUp(const AVFrame& frame, int width, int height) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(format);
+    FramePtr out = newFrame();
+    out->format = format;
+    out->width = width;
+    out->height = height;
+    avCheck(av_frame_get_buffer(out.get(), 0), "hold a picture");
+    avCheck(av_frame_copy_props(out.get(), &frame), "hold a picture");
+    for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
+        const int shift = plane == 1 || plane == 2 ? d.log2_chroma_h : 0;
+        const int rows = AV_CEIL_RSHIFT(frame.height, shift), allRows = AV_CEIL_RSHIFT(height, shift);
+        const auto bytes = static_cast<std::size_t>(av_image_get_linesize(format, frame.width, plane));
+        const auto allBytes = static_cast<std::size_t>(av_image_get_linesize(format, width, plane));
+        std::size_t step = 1;
+        for (int c = 0; c < d.nb_components; ++c)
+            if (d.comp[c].plane == plane) step = static_cast<std::size_t>(d.comp[c].step);
+        for (int y = 0; y < allRows; ++y) {
+            const std::uint8_t* from =
+                frame.data[plane] + std::min(y, rows - 1) * std::ptrdiff_t{frame.linesize[plane]};
+            std::uint8_t* to = out->data[plane] + y * std::ptrdiff_t{out->linesize[plane]};
+            std::copy_n(from, bytes, to);
+            for (std::size_t x = bytes; x < allBytes; ++x) to[x] = to[x - step];
         }
     }
-    avformat_free_context(trial);
-    return taken;
+    return out;
+}
+
+/// What the encoder makes of the pictures' colour, as far as players learn of it.
+Target targetFor(const AVCodec& codec, const AVOutputFormat& container, const VideoFacts& video, AVPixelFormat wanted) {
+    // A tape of 60 fields thins chroma along lines, one of 50 both ways.
+    if (codec.id == AV_CODEC_ID_DVVIDEO && wanted == AV_PIX_FMT_NONE && video.format != AV_PIX_FMT_YUV422P)
+        wanted = video.height == 480 ? AV_PIX_FMT_YUV411P : AV_PIX_FMT_YUV420P;
+    Target target = pickTarget(codec, video.format, video.colour, video.width, video.height, video.alpha, wanted);
+    const bool yuv = !isRgb(target.format) && !isGray(target.format);
+    if (yuv && target.colour.range == AVCOL_RANGE_JPEG && withoutRange(target.format) == target.format &&
+        !carriesRange(container, codec.id))
+        target.colour.range = AVCOL_RANGE_MPEG;
+    if (yuv && codec.id == AV_CODEC_ID_WEBP) target.colour.space = AVCOL_SPC_SMPTE170M;
+    return target;
 }
 
 std::string kindOf(const AVStream& stream) {
@@ -82,10 +116,13 @@ std::string kindOf(const AVStream& stream) {
 
 ContainerSink::ContainerSink(const std::string& path, const std::string& name, const VideoFacts& video,
                              const EncodeOptions& options, const Reader* like)
-    : m_path(path), m_name(name), m_container(containerFor(name)), m_video(video) {
-    const AVCodec& codec = encoderFor(options, m_container, name, like);
-    m_target = pickTarget(codec, video.format, video.colour, video.width, video.height, options.pixelFormat);
-    m_encoder = openEncoder(codec, options, m_container, video, m_target);
+    : m_path(path), m_name(name), m_container(containerFor(name)), m_soundOptions(options.sound), m_video(video) {
+    const AVCodec& codec = encoderFor(options, m_container, name, video, like);
+    m_target = targetFor(codec, m_container, video, options.pixelFormat);
+    m_encoder = openEncoder(codec, options, m_container, video, m_target, like);
+    if (video.alpha && !hasAlpha(m_target.format))
+        warn(fmt::format("{} has no alpha as {} {}: the pictures are laid over black", name, codec.name,
+                         av_get_pix_fmt_name(m_target.format)));
 
     avCheck(avformat_alloc_output_context2(&m_format, &m_container, nullptr, ("file:" + path).c_str()),
             "write " + name);
@@ -97,6 +134,7 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
     m_stream->time_base = m_encoder->time_base;
     m_stream->avg_frame_rate = m_encoder->framerate;
     m_stream->sample_aspect_ratio = video.aspect;
+    tellLight(video, *m_stream);
     if (!like) return;
     copyMetadata(like->container().metadata, &m_format->metadata);
     copyMetadata(like->videoStream().metadata, &m_stream->metadata);
@@ -181,13 +219,8 @@ bool ContainerSink::copyStream(const AVStream& from, Passage& passage) {
     } else if (from.codecpar->codec_id == AV_CODEC_ID_NONE ||
                (type != AVMEDIA_TYPE_AUDIO && type != AVMEDIA_TYPE_SUBTITLE && type != AVMEDIA_TYPE_DATA)) {
         return false;
-    } else {
-        const int answer = avformat_query_codec(&m_container, from.codecpar->codec_id, FF_COMPLIANCE_NORMAL);
-        const AVCodecID usual = type == AVMEDIA_TYPE_AUDIO      ? m_container.audio_codec
-                                : type == AVMEDIA_TYPE_SUBTITLE ? m_container.subtitle_codec
-                                                                : AV_CODEC_ID_NONE;
-        if (answer == 0 || (answer < 0 && (usual == AV_CODEC_ID_NONE || !takesByTrial(m_container, from))))
-            return false;
+    } else if (!takesStream(m_container, *from.codecpar, from.time_base)) {
+        return false;
     }
     passage.stream = addStream();
     avCheck(avcodec_parameters_copy(passage.stream->codecpar, from.codecpar), "write " + m_name);
@@ -200,19 +233,37 @@ bool ContainerSink::copyStream(const AVStream& from, Passage& passage) {
 }
 
 bool ContainerSink::reencodeSound(const AVStream& from, Passage& passage) {
-    if (from.codecpar->codec_type != AVMEDIA_TYPE_AUDIO || m_container.audio_codec == AV_CODEC_ID_NONE) return false;
+    if (from.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) return false;
+    const SoundFacts sound = soundFacts(*from.codecpar);
+    const AVCodec* codec = soundEncoderFor(m_soundOptions, m_container, m_name, sound);
+    if (!codec) return false;
     try {
         passage.decoder = openAudioDecoder(from);
-        passage.encoder =
-            std::make_unique<AudioEncoder>(m_container, from.codecpar->sample_rate, from.codecpar->ch_layout);
+        passage.encoder = std::make_unique<AudioEncoder>(*codec, m_container, sound);
     } catch (const Error&) {
+        if (!m_soundOptions.codec.empty()) throw;
         passage.decoder.reset();
         return false;
     }
-    passage.stream = addStream();
-    avCheck(avcodec_parameters_from_context(passage.stream->codecpar, &passage.encoder->context()), "write " + m_name);
-    passage.stream->time_base = passage.encoder->context().time_base;
+    passage.stream = addSoundStream(*passage.encoder);
     return true;
+}
+
+AVStream* ContainerSink::addSoundStream(const AudioEncoder& encoder) {
+    const AVCodecContext& c = encoder.context();
+    AVStream* stream = addStream();
+    avCheck(avcodec_parameters_from_context(stream->codecpar, &c), "write " + m_name);
+    if (!takesStream(m_container, *stream->codecpar, c.time_base))
+        throw UsageError(fmt::format("{} does not go into a file like {}", c.codec->name, m_name));
+    stream->time_base = c.time_base;
+    return stream;
+}
+
+/// Whether a stream of sound is already in the codec that the user wants.
+bool ContainerSink::mayCopySound(const AVStream& from) const {
+    if (m_soundOptions.codec.empty()) return true;
+    const AVCodec* codec = soundEncoderFor(m_soundOptions, m_container, m_name, soundFacts(*from.codecpar));
+    return codec->id == from.codecpar->codec_id;
 }
 
 bool ContainerSink::reencodeSubtitles(const AVStream& from, Passage& passage) {
@@ -232,36 +283,107 @@ bool ContainerSink::reencodeSubtitles(const AVStream& from, Passage& passage) {
 void ContainerSink::passStreams(Reader& source) {
     if (isPictureContainer(m_container)) return;
     const AVFormatContext& from = source.container();
+    int sounds = 0;
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         const AVStream& stream = *from.streams[i];
+        const AVMediaType type = stream.codecpar->codec_type;
         const bool cover = stream.disposition & AV_DISPOSITION_ATTACHED_PIC;
-        if (&stream == &source.videoStream() || (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !cover)) continue;
+        if (&stream == &source.videoStream() || (type == AVMEDIA_TYPE_VIDEO && !cover)) continue;
+        const bool sound = type == AVMEDIA_TYPE_AUDIO;
+        if (sound && !wantsSound(++sounds)) continue;
         Passage passage;
-        if (!copyStream(stream, passage) && !reencodeSound(stream, passage) && !reencodeSubtitles(stream, passage)) {
-            const AVMediaType type = stream.codecpar->codec_type;
-            if (type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_SUBTITLE)
+        const bool copied = (!sound || mayCopySound(stream)) && copyStream(stream, passage);
+        if (!copied && !reencodeSound(stream, passage) && !reencodeSubtitles(stream, passage)) {
+            if (sound || type == AVMEDIA_TYPE_SUBTITLE)
                 warn(fmt::format("{} does not take {}; it is left out", m_name, kindOf(stream)));
             continue;
         }
         if (!passage.stream) continue;
-        if (passage.encoder || passage.subtitles)
+        if (!copied && (!sound || m_soundOptions.codec.empty()))
             warn(fmt::format("{} does not take {}; it is encoded anew as {}", m_name, kindOf(stream),
                              avcodec_get_name(passage.stream->codecpar->codec_id)));
         copyMetadata(stream.metadata, &passage.stream->metadata);
         passage.stream->disposition = stream.disposition;
         passage.unit = stream.time_base;
-        if (stream.codecpar->codec_type != AVMEDIA_TYPE_ATTACHMENT) source.select(static_cast<int>(i));
+        if (type != AVMEDIA_TYPE_ATTACHMENT) source.select(static_cast<int>(i));
         m_passages.emplace(static_cast<int>(i), std::move(passage));
     }
+    checkSoundNumber(source.path(), sounds);
+    if (const auto frames = source.expectedFrames(); frames && source.rangeEnd())
+        m_cut = av_rescale_q(*frames, av_inv_q(m_video.rate), nanoseconds);
 }
 
-bool ContainerSink::addSound(int sampleRate, const AVChannelLayout& layout) {
-    if (m_container.audio_codec == AV_CODEC_ID_NONE || isPictureContainer(m_container)) return false;
-    m_sound.encoder = std::make_unique<AudioEncoder>(m_container, sampleRate, layout);
-    m_sound.stream = addStream();
-    avCheck(avcodec_parameters_from_context(m_sound.stream->codecpar, &m_sound.encoder->context()), "write " + m_name);
-    m_sound.stream->time_base = m_sound.encoder->context().time_base;
-    return true;
+void ContainerSink::passSubtitlePair(const AVStream* first, const AVStream* second) {
+    const AVStream& like = first ? *first : *second;
+    const bool same = !first || !second || first->codecpar->codec_id == second->codecpar->codec_id;
+    Passage passage;
+    if (!(same && copyStream(like, passage)) && !reencodeSubtitles(like, passage)) {
+        warn(fmt::format("{} does not take {}; it is left out", m_name, kindOf(like)));
+        return;
+    }
+    copyMetadata(like.metadata, &passage.stream->metadata);
+    passage.stream->disposition = like.disposition;
+    AVStream* const stream = passage.stream;
+    const bool copied = !passage.subtitles;
+    passage.unit = like.time_base;
+    m_passages.emplace(like.index + (first ? 0 : secondClip), std::move(passage));
+    if (!first || !second) return;
+    Passage following;
+    following.stream = stream;
+    following.unit = second->time_base;
+    if (!copied) {
+        try {
+            following.subtitles = std::make_unique<SubtitleEncoder>(m_container, *second);
+        } catch (const Error&) {
+            warn(fmt::format("{} does not take {} of the second clip; it is left out", m_name, kindOf(*second)));
+            return;
+        }
+    }
+    m_passages.emplace(second->index + secondClip, std::move(following));
+}
+
+void ContainerSink::passSubtitles(Reader& first, Reader& second, std::optional<std::int64_t> frames) {
+    if (isPictureContainer(m_container)) return;
+    const auto subtitles = [](Reader& clip) {
+        std::vector<const AVStream*> streams;
+        for (unsigned i = 0; i < clip.container().nb_streams; ++i) {
+            const AVStream* stream = clip.container().streams[i];
+            if (stream->codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) continue;
+            streams.push_back(stream);
+            clip.select(stream->index);
+        }
+        return streams;
+    };
+    const std::vector<const AVStream*> a = subtitles(first), b = subtitles(second);
+    for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i)
+        passSubtitlePair(i < a.size() ? a[i] : nullptr, i < b.size() ? b[i] : nullptr);
+    if (frames) m_cut = av_rescale_q(*frames, av_inv_q(m_video.rate), nanoseconds);
+}
+
+bool ContainerSink::wantsSound(int number) const {
+    return !m_soundOptions.none && (m_soundOptions.stream == 0 || m_soundOptions.stream == number);
+}
+
+void ContainerSink::checkSoundNumber(const std::string& name, int there) const {
+    if (m_soundOptions.none || m_soundOptions.stream <= there) return;
+    throw UsageError(there == 0 ? fmt::format("{} has no sound for --audio-stream", name)
+                                : fmt::format("--audio-stream {} is not there: {} has {} of sound, counted from 1",
+                                              m_soundOptions.stream, name,
+                                              there == 1 ? std::string("1 stream") : fmt::format("{} streams", there)));
+}
+
+std::optional<std::size_t> ContainerSink::addSound(const SoundFacts& sound, const AVDictionary* metadata,
+                                                   int disposition) {
+    if (isPictureContainer(m_container)) return {};
+    const AVCodec* codec = soundEncoderFor(m_soundOptions, m_container, m_name, sound);
+    if (!codec) return {};
+    Passage passage;
+    passage.encoder = std::make_unique<AudioEncoder>(*codec, m_container, sound);
+    passage.stream = addSoundStream(*passage.encoder);
+    copyMetadata(metadata, &passage.stream->metadata);
+    passage.stream->disposition = disposition;
+    m_sounds.push_back(std::move(passage));
+    return m_sounds.size() - 1;
 }
 
 void ContainerSink::begin(int firstNumber) {
@@ -278,7 +400,6 @@ void ContainerSink::begin(int firstNumber) {
     }
     const int status = avformat_write_header(m_format, settings.get());
     if (status < 0) fail(status);
-    m_begun = true;
 }
 
 void ContainerSink::put(PacketPtr packet, AVStream& stream, AVRational unit) {
@@ -297,8 +418,32 @@ void ContainerSink::put(PacketPtr packet, AVStream& stream, AVRational unit) {
     if (status < 0) fail(status);
 }
 
+/// Where the encoder counts in frames, the first picture goes to the next whole one, and all else with it.
+void ContainerSink::settleShift(std::int64_t firstStamp) {
+    const std::int64_t exact = av_rescale_q(firstStamp, m_video.timeBase, nanoseconds);
+    const std::int64_t next = av_rescale_q_rnd(exact - stampError, nanoseconds, m_encoder->time_base, AV_ROUND_UP);
+    const std::int64_t shift = av_rescale_q(next, m_encoder->time_base, nanoseconds) - exact;
+    m_shift = std::abs(shift) > stampError ? shift : 0;
+    m_begins = true;
+    for (PacketPtr& packet : std::exchange(m_early, {})) writeSide(std::move(packet));
+}
+
+/// A time in the encoder's unit: that of a whole frame where it is one but for the rounding of its clip's unit.
+std::int64_t ContainerSink::inEncoder(std::int64_t time) const {
+    const AVRational period = av_inv_q(m_encoder->framerate);
+    const std::int64_t frame = av_rescale_q(time, nanoseconds, period);
+    if (isMovie(m_container) && std::abs(av_rescale_q(frame, period, nanoseconds) - time) <= stampError)
+        return av_rescale_q(frame, period, m_encoder->time_base);
+    return av_rescale_q(time, nanoseconds, m_encoder->time_base);
+}
+
 void ContainerSink::write(FramePtr frame) {
-    frame->pts = av_rescale_q(frame->pts, m_video.timeBase, m_encoder->time_base);
+    if (!m_begins) settleShift(frame->pts);
+    const auto shifted = [&](std::int64_t stamp) {
+        return av_rescale_q(stamp, m_video.timeBase, nanoseconds) + m_shift;
+    };
+    m_end = shifted(frame->pts + frame->pkt_duration);
+    frame->pts = inEncoder(shifted(frame->pts));
     if (m_lastStamp != AV_NOPTS_VALUE && frame->pts <= m_lastStamp) frame->pts = m_lastStamp + 1;
     if (m_lastStamp != AV_NOPTS_VALUE && isPictureContainer(m_container) && !av_filename_number_test(m_name.c_str()))
         throw Error(fmt::format("{} takes one picture; name a numbered sequence such as frame%04d.png, or ask for "
@@ -310,7 +455,9 @@ void ContainerSink::write(FramePtr frame) {
     // The encoder decides by itself which frames stand alone.
     frame->pict_type = AV_PICTURE_TYPE_NONE;
     frame->key_frame = 0;
-    frame->quality = 0;
+    frame->quality = m_encoder->global_quality;
+    if (frame->width != m_encoder->width || frame->height != m_encoder->height)
+        frame = fillUp(*frame, m_encoder->width, m_encoder->height);
     tag(*frame, m_target.colour);
     frame->sample_aspect_ratio = m_video.aspect;
     const int status = avcodec_send_frame(m_encoder.get(), frame.get());
@@ -333,9 +480,7 @@ void ContainerSink::drain() {
 }
 
 void ContainerSink::passSound(Passage& passage, const AVPacket* packet) {
-    const PacketTaker taker = [&](PacketPtr encoded) {
-        put(std::move(encoded), *passage.stream, passage.encoder->context().time_base);
-    };
+    const PacketTaker taker = takerFor(passage);
     // A broken packet of sound is a gap, as in players.
     avcodec_send_packet(passage.decoder.get(), packet);
     FramePtr frame = newFrame();
@@ -351,7 +496,23 @@ void ContainerSink::passSound(Passage& passage, const AVPacket* packet) {
 void ContainerSink::writeSide(PacketPtr packet) {
     const auto found = m_passages.find(packet->stream_index);
     if (found == m_passages.end()) return;
+    if (!m_begins) {
+        m_early.push_back(std::move(packet));
+        return;
+    }
     Passage& passage = found->second;
+    const std::int64_t shift = av_rescale_q(m_shift, nanoseconds, passage.unit);
+    if (packet->pts != AV_NOPTS_VALUE) packet->pts += shift;
+    if (packet->dts != AV_NOPTS_VALUE) packet->dts += shift;
+    // What may outlast a cut waits until it is known when that is.
+    if (passage.stream->codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE && m_cut &&
+        av_compare_ts(packet->pts + packet->duration, passage.unit, *m_cut, nanoseconds) > 0)
+        m_late.push_back(std::move(packet));
+    else
+        pass(passage, std::move(packet));
+}
+
+void ContainerSink::pass(Passage& passage, PacketPtr packet) {
     if (passage.encoder) {
         passSound(passage, packet.get());
         return;
@@ -363,20 +524,28 @@ void ContainerSink::writeSide(PacketPtr packet) {
     put(std::move(packet), *passage.stream, passage.unit);
 }
 
-void ContainerSink::writeSound(const AVFrame& sound) {
-    m_sound.encoder->write(sound, 0, [&](PacketPtr packet) {
-        put(std::move(packet), *m_sound.stream, m_sound.encoder->context().time_base);
-    });
+PacketTaker ContainerSink::takerFor(Passage& passage) {
+    return [this, &passage](PacketPtr encoded) {
+        put(std::move(encoded), *passage.stream, passage.encoder->context().time_base);
+    };
+}
+
+void ContainerSink::writeSound(std::size_t number, const AVFrame& sound) {
+    m_sounds[number].encoder->write(sound, 0, takerFor(m_sounds[number]));
 }
 
 void ContainerSink::finish() {
     avcodec_send_frame(m_encoder.get(), nullptr);
     drain();
+    for (PacketPtr& packet : m_late) {
+        Passage& passage = m_passages.at(packet->stream_index);
+        const std::int64_t left = av_rescale_q(m_end, nanoseconds, passage.unit) - packet->pts;
+        packet->duration = std::min(packet->duration, left);
+        if (left > 0) pass(passage, std::move(packet));
+    }
     for (auto& [index, passage] : m_passages)
         if (passage.encoder) passSound(passage, nullptr);
-    if (m_sound.encoder)
-        m_sound.encoder->finish(
-            [&](PacketPtr packet) { put(std::move(packet), *m_sound.stream, m_sound.encoder->context().time_base); });
+    for (Passage& sound : m_sounds) sound.encoder->finish(takerFor(sound));
     const int status = av_write_trailer(m_format);
     if (status < 0) fail(status);
     if (m_format->pb && !(m_container.flags & AVFMT_NOFILE)) {

@@ -3,6 +3,8 @@
 
 #include <map>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "media/audio_encoder.h"
 #include "media/encoder.h"
@@ -24,9 +26,20 @@ class ContainerSink : public FrameSink {
     /// it does not, else left out with a warning. Call before `begin`.
     void passStreams(Reader& source);
 
+    /// Carries the subtitles of two clips that follow one another, stream by stream. Packets of the second clip come to
+    /// `writeSide` with `secondClip` added to their stream's number. Call before `begin`.
+    /// @param frames after which the output ends, where that cuts something off.
+    void passSubtitles(Reader& first, Reader& second, std::optional<std::int64_t> frames);
+    static constexpr int secondClip = 1 << 16;
+
+    /// Whether the user wants a clip's sound, by its number from 1 on.
+    bool wantsSound(int number) const;
+    /// Throws UsageError where the number that the user wants is more than there are.
+    void checkSoundNumber(const std::string& name, int there) const;
+
     /// Sound that comes as samples through `writeSound`. Call before `begin`.
-    /// @return false when the container takes none.
-    bool addSound(int sampleRate, const AVChannelLayout& layout);
+    /// @return its number for that; none when the container takes no sound.
+    std::optional<std::size_t> addSound(const SoundFacts& sound, const AVDictionary* metadata, int disposition);
 
     /// Opens the file and writes its head.
     /// @param firstNumber of a numbered sequence.
@@ -36,7 +49,7 @@ class ContainerSink : public FrameSink {
     bool premultiplied() const override { return m_encoder->codec_id == AV_CODEC_ID_EXR; }
     void write(FramePtr frame) override;
     void writeSide(PacketPtr packet) override;
-    void writeSound(const AVFrame& sound);
+    void writeSound(std::size_t number, const AVFrame& sound);
     void finish() override;
 
   private:
@@ -50,28 +63,41 @@ class ContainerSink : public FrameSink {
 
     void drain();
     void put(PacketPtr packet, AVStream& stream, AVRational unit);
+    void settleShift(std::int64_t firstStamp);
+    std::int64_t inEncoder(std::int64_t time) const;
+    void pass(Passage& passage, PacketPtr packet);
     void passSound(Passage& passage, const AVPacket* packet);
     AVStream* addStream();
     bool copyStream(const AVStream& from, Passage& passage);
     void attachCover(const AVStream& from);
+    bool mayCopySound(const AVStream& from) const;
     bool reencodeSound(const AVStream& from, Passage& passage);
+    AVStream* addSoundStream(const AudioEncoder& encoder);
+    PacketTaker takerFor(Passage& passage);
     bool reencodeSubtitles(const AVStream& from, Passage& passage);
+    void passSubtitlePair(const AVStream* first, const AVStream* second);
     void copyChapters(const Reader& from);
     [[noreturn]] void fail(int code) const;
 
     std::string m_path, m_name;
     const AVOutputFormat& m_container;
     AVFormatContext* m_format = nullptr;
+    SoundOptions m_soundOptions;
     VideoFacts m_video;
     Target m_target;
     CodecPtr m_encoder;
     AVStream* m_stream = nullptr;
-    std::map<int, Passage> m_passages; ///< by stream of the source
-    Passage m_sound;
+    std::map<int, Passage> m_passages;                ///< by stream of the source
+    std::vector<Passage> m_sounds;                    ///< that come as samples
     std::map<std::int64_t, std::int64_t> m_durations; ///< of frames in the encoder, by time stamp, in its unit
     std::map<int, std::int64_t> m_lastStamps;         ///< decoding times of the last packets, by stream
     std::int64_t m_lastStamp = AV_NOPTS_VALUE;
-    bool m_begun = false;
+    std::vector<PacketPtr> m_early;    ///< that came before the first frame
+    std::vector<PacketPtr> m_late;     ///< that wait for the end of a cut
+    std::optional<std::int64_t> m_cut; ///< ns: the earliest end of what is cut
+    std::int64_t m_shift = 0;          ///< ns: from the clip's stamps to those of the file
+    std::int64_t m_end = 0;            ///< ns: of the pictures so far
+    bool m_begins = false;
 };
 
 } // namespace larkmoor

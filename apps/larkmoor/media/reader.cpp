@@ -24,6 +24,19 @@ std::string cutText(double seconds) {
     return "cut short at " + timeText(seconds);
 }
 
+/// A fact that the first picture tells, or else its stream.
+template <class T>
+std::optional<T> sideFact(const AVFrame& frame, AVFrameSideDataType inFrame, const AVStream& stream,
+                          AVPacketSideDataType inStream) {
+    const AVFrameSideData* data = av_frame_get_side_data(&frame, inFrame);
+    std::size_t size = data ? data->size : 0;
+    const std::uint8_t* bytes = data ? data->data : av_stream_get_side_data(&stream, inStream, &size);
+    if (!bytes || size < sizeof(T)) return {};
+    T fact;
+    std::memcpy(&fact, bytes, sizeof(T));
+    return fact;
+}
+
 } // namespace
 
 std::string Damage::sentence(const std::string& name) const {
@@ -147,6 +160,13 @@ void Reader::readFacts() {
     // Fields are rows, and no columns.
     if (f.interlaced_frame && !m_upright.swapsSides())
         m_facts.fieldOrder = f.top_field_first ? AV_FIELD_TT : AV_FIELD_BB;
+    // Pictures, bare frames and GIFs are made with alpha by habit, whatever is in them.
+    const bool habit = m_demuxer.isPicture() || m_options.raw || m_stream->codecpar->codec_id == AV_CODEC_ID_GIF;
+    m_facts.alpha = hasAlpha(m_facts.format) && !(habit && isOpaque(f));
+    m_facts.mastering = sideFact<AVMasteringDisplayMetadata>(f, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA, *m_stream,
+                                                             AV_PKT_DATA_MASTERING_DISPLAY_METADATA);
+    m_facts.light = sideFact<AVContentLightMetadata>(f, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL, *m_stream,
+                                                     AV_PKT_DATA_CONTENT_LIGHT_LEVEL);
     if (aspect.num > 0 && aspect.den > 0) m_facts.aspect = aspect;
     const AVRational rate = av_guess_frame_rate(m_format, m_stream, nullptr);
     if (rate.num > 0 && rate.den > 0) m_facts.rate = rate;

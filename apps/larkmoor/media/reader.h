@@ -13,6 +13,10 @@
 #include "media/picture_decoder.h"
 #include "media/upright.h"
 
+extern "C" {
+#include <libavutil/mastering_display_metadata.h>
+}
+
 namespace larkmoor {
 
 /// Where a frame is found without decoding all before it, in the stream's unit.
@@ -47,6 +51,9 @@ struct VideoFacts {
     AVRational rate{25, 1};    ///< frames a second; the mean where it varies
     AVRational timeBase{1, 1}; ///< unit of the frames' time stamps
     bool premultiplied = false;
+    bool alpha = false; ///< not everything is opaque
+    std::optional<AVMasteringDisplayMetadata> mastering;
+    std::optional<AVContentLightMetadata> light;
     AVFieldOrder fieldOrder = AV_FIELD_PROGRESSIVE;
 };
 

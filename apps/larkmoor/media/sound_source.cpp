@@ -8,30 +8,21 @@
 
 namespace larkmoor {
 
-SoundSource::SoundSource(const std::string& path) {
+SoundSource::SoundSource(const std::string& path, int number) {
     std::error_code ignored;
     if (!std::filesystem::exists(path, ignored)) return;
     AVFormatContext* context = nullptr;
     if (avformat_open_input(&context, ("file:" + path).c_str(), nullptr, nullptr) < 0) return;
     m_format.reset(context);
     avCheck(avformat_find_stream_info(context, nullptr), "read " + path);
-    const int index = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    if (index < 0) return;
-    m_stream = context->streams[index];
-    for (unsigned i = 0; i < context->nb_streams; ++i)
-        if (static_cast<int>(i) != index) context->streams[i]->discard = AVDISCARD_ALL;
+    for (unsigned i = 0; i < context->nb_streams; ++i) {
+        AVStream& stream = *context->streams[i];
+        stream.discard = AVDISCARD_ALL;
+        if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && number-- == 0) m_stream = &stream;
+    }
+    if (!m_stream) return;
+    m_stream->discard = AVDISCARD_DEFAULT;
     m_decoder = openAudioDecoder(*m_stream);
-}
-
-SoundFacts SoundSource::facts() const {
-    const AVCodecParameters& p = *m_stream->codecpar;
-    SoundFacts facts;
-    facts.rate = p.sample_rate;
-    if (p.ch_layout.order == AV_CHANNEL_ORDER_NATIVE)
-        facts.layout = p.ch_layout;
-    else
-        av_channel_layout_default(&facts.layout, p.ch_layout.nb_channels);
-    return facts;
 }
 
 void SoundSource::prepare(const SoundFacts& wanted) {

@@ -10,20 +10,17 @@
 
 namespace larkmoor {
 
-struct SoundFacts {
-    int rate = 0;
-    AVChannelLayout layout{};
-};
-
 class SoundSource {
   public:
-    /// Opens the clip's first stream of sound. Throws Error when it cannot be decoded.
-    explicit SoundSource(const std::string& path);
+    /// Opens a stream of the clip's sound, counted from 0. Throws Error when it cannot be decoded.
+    explicit SoundSource(const std::string& path, int number = 0);
 
-    /// False for a clip without sound.
+    /// False where the clip has no such stream.
     bool any() const { return m_stream != nullptr; }
-    /// Native rate and layout.
-    SoundFacts facts() const;
+    SoundFacts facts() const { return soundFacts(*m_stream->codecpar); }
+    /// The stream's title, language and such.
+    const AVDictionary* metadata() const { return m_stream ? m_stream->metadata : nullptr; }
+    int disposition() const { return m_stream ? m_stream->disposition : 0; }
 
     /// Sets what `read` gives. Call once.
     void prepare(const SoundFacts& wanted);

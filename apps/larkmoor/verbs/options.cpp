@@ -83,6 +83,21 @@ void OutputOptions::add(CLI::App& app, bool reads) {
     app.add_option("--quality", m_quality, "0, the smallest files, to 100, the best pictures")
         ->check(CLI::Range(0.0, 100.0))
         ->type_name("Q");
+    app.add_option("--bitrate", m_bitRate, "Bits a second of the pictures, such as 4M, instead of a quality")
+        ->excludes("--quality")
+        ->type_name("RATE");
+    app.add_option("--encoder-option", m_settings, "A setting of the encoder's own, by FFmpeg's name; may be repeated")
+        ->allow_extra_args(false)
+        ->take_all()
+        ->type_name("KEY=VALUE");
+    app.add_flag("--no-sound", m_noSound, "Leave the sound out");
+    app.add_option("--audio-codec", m_soundCodec, "The encoder of sound, by FFmpeg's name")
+        ->excludes("--no-sound")
+        ->type_name("NAME");
+    app.add_option("--audio-stream", m_soundStream, "Only this one of several streams of sound, counted from 1")
+        ->check(CLI::Range(1, 1000))
+        ->excludes("--no-sound")
+        ->type_name("N");
     app.add_option("--pixel-format", m_pixelFormat, "The encoder's pixel format, by FFmpeg's name")
         ->type_name("FORMAT");
     app.add_option("--raw", m_raw, "What bare frames are: WxH:FORMAT:RATE, FORMAT by FFmpeg's name")
@@ -102,6 +117,14 @@ OutputRequest OutputOptions::request() const {
     out.overwrite = m_overwrite;
     out.encode.codec = m_codec;
     if (m_quality >= 0) out.encode.quality = m_quality;
+    if (!m_bitRate.empty()) out.encode.bitRate = parseBitRate(m_bitRate);
+    for (const std::string& setting : m_settings) {
+        const std::size_t equals = setting.find('=');
+        if (equals == std::string::npos || equals == 0)
+            throw UsageError(fmt::format("--encoder-option takes KEY=VALUE, not \"{}\"", setting));
+        out.encode.settings.emplace_back(setting.substr(0, equals), setting.substr(equals + 1));
+    }
+    out.encode.sound = {.none = m_noSound, .stream = m_soundStream, .codec = m_soundCodec};
     if (!m_pixelFormat.empty()) out.encode.pixelFormat = parsePixelFormat(m_pixelFormat);
     if (!m_raw.empty()) out.raw = parseRaw(m_raw);
     out.threads = m_threads > 0 ? m_threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));

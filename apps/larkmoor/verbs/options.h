@@ -42,10 +42,11 @@ class OutputOptions {
     OutputRequest request() const;
 
   private:
-    std::string m_path, m_codec, m_raw, m_pixelFormat;
+    std::string m_path, m_codec, m_raw, m_pixelFormat, m_bitRate, m_soundCodec;
+    std::vector<std::string> m_settings;
     double m_quality = -1;
-    int m_threads = 0;
-    bool m_overwrite = false, m_strict = false, m_asStored = false;
+    int m_threads = 0, m_soundStream = 0;
+    bool m_overwrite = false, m_strict = false, m_asStored = false, m_noSound = false;
 };
 
 } // namespace larkmoor
