@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/clones.h"
 
 namespace larkmoor {
 

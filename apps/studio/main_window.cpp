@@ -9,8 +9,7 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
-#include "kernels/broadcast.h"
-#include "support/time_format.h"
+#include "platform/exports.h"
 #include "text.h"
 #include "theme.h"
 
@@ -318,10 +317,13 @@ void MainWindow::showLimits() {
         m_scope->setLevels({});
         return;
     }
-    tBROADCASTPROP limits;
-    std::memcpy(&limits, effect->record.data(), std::min(sizeof limits, effect->record.size()));
-    m_scope->setLevels({.studio = limits.studioRGB != 0, .setup = limits.setup != 0});
-    m_scope->setLimits(limits.lumaMin, limits.lumaMax, limits.chromaMax, limits.compositeMin, limits.compositeMax);
+    const auto value = [&](const char* field) {
+        return QString::fromStdString(fieldText(effect->info->field(field), effect->record));
+    };
+    const auto number = [&](const char* field) { return value(field).toDouble(); };
+    m_scope->setLevels({.studio = value("studioRGB") == "on", .setup = value("setup") == "on"});
+    m_scope->setLimits(number("lumaMin"), number("lumaMax"), number("chromaMax"), number("compositeMin"),
+                       number("compositeMax"));
 }
 
 void MainWindow::setFrame(qint64 frame) {
@@ -394,10 +396,12 @@ QString MainWindow::timeText(qint64 frame, int format) const {
                           .beatUnit = 4,
                           .beatsPerMeasure = 4,
                           .ticksPerBeat = 960};
+    const auto write = reinterpret_cast<decltype(&KwFormatTime)>(m_module.symbol("KwFormatTime"));
+    if (!write) return QString::number(frame);
     char written[128];
     // Half a unit of 100 ns keeps a frame from falling back to the one before it.
-    FormatTime(written, how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5),
-               format == kTimeFrames); // frames are whole, all other formats tell them apart by their fraction
+    write(written, sizeof written, &how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5),
+          format == kTimeFrames); // frames are whole, all other formats tell them apart by their fraction
     return QString::fromUtf8(written);
 }
 

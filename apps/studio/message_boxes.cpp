@@ -5,7 +5,6 @@
 #include <QPushButton>
 
 #include "platform/exports.h"
-#include "support/messages.h"
 
 namespace larkmoor {
 
@@ -13,13 +12,13 @@ namespace {
 
 QMessageBox::Icon iconOf(LONG icon) {
     switch (icon) {
-    case 32513:
+    case KWICON_HAND:
         return QMessageBox::Critical;
-    case 32514:
+    case KWICON_QUESTION:
         return QMessageBox::Question;
-    case 32515:
+    case KWICON_EXCLAMATION:
         return QMessageBox::Warning;
-    case 32516:
+    case KWICON_ASTERISK:
         return QMessageBox::Information;
     default:
         return QMessageBox::NoIcon;
@@ -50,8 +49,7 @@ UINT show(void* context, const tMESSAGE& message, bool* silenced) {
 } // namespace
 
 void showModuleMessages(const Module& module, QWidget* window) {
-    using Setter = void (*)(tMessageCallback, void*);
-    if (const auto set = reinterpret_cast<Setter>(module.symbol("KwSetMessageCallback")))
+    if (const auto set = reinterpret_cast<decltype(&KwSetMessageCallback)>(module.symbol("KwSetMessageCallback")))
         set(window ? &show : nullptr, window);
 }
 

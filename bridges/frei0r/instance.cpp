@@ -10,9 +10,9 @@
 #include <fmt/format.h>
 
 #include "base/arith.h"
+#include "base/clones.h"
 #include "guarded_text.h"
 #include "host/alpha.h"
-#include "kernels/clones.h"
 
 namespace larkmoor::frei0r {
 namespace {

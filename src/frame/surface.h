@@ -38,17 +38,17 @@ class CKwSurface {
   public:
     CKwSurface() = default;
     CKwSurface(const CKwSurface&) = delete;
-    ~CKwSurface();
+    KWEXPORT ~CKwSurface();
     KWEXPORT CKwSurface& operator=(const CKwSurface& other);
 
     /// Locks for reading, or for writing where `forWrite` is 1, as pixels of the class of `formatId`: both 32-bit ARGB
     /// formats are one class of 4-byte pixels with no conversion between them, the float format is the 16-byte class.
     /// A surface of any other format can be viewed as 4-byte pixels through a premultiplied private copy, which is not
     /// carried back. Returns nonzero on success.
-    BOOL Lock(IDXSurface* surface, const GUID* formatId, BOOL forWrite);
+    KWEXPORT BOOL Lock(IDXSurface* surface, const GUID* formatId, BOOL forWrite);
     /// As above, with the bounds that clip the view.
-    BOOL Lock(IDXSurface* surface, const GUID* formatId, BOOL forWrite, const DXBNDS* bounds);
-    void Unlock();
+    KWEXPORT BOOL Lock(IDXSurface* surface, const GUID* formatId, BOOL forWrite, const DXBNDS* bounds);
+    KWEXPORT void Unlock();
     void SetAutoUnlock(BOOL on) { m_AutoUnlock = on; }
 
     /// Width over height of a pixel; 1.0 where the surface says nothing sensible.

@@ -22,8 +22,6 @@ struct tStyleChange {
     DWORD oldStyle, newStyle;
 };
 
-constexpr UINT kMostHandles = 2061, kLeastHandles = 2062;
-
 /// The ampersands of a text doubled, for a menu.
 std::string MenuText(const std::string& text) {
     std::string out(2 * text.size() + 1, '\0');
@@ -387,7 +385,7 @@ std::unique_ptr<CPageControl> CPropPageBase::MakeControl(const tPageItem& item) 
         return std::make_unique<CColorPicker>(owner, item.id, item.style);
     case KWCONTROL_PLACEMENT: {
         auto placement = std::make_unique<CPlacement>(owner, item.id, item.style);
-        for (const UINT limit : {kMostHandles, kLeastHandles}) placement->Message(limit, 1, 0);
+        for (const UINT limit : {KWHANDLE_MOST, KWHANDLE_LEAST}) placement->Message(limit, 1, 0);
         return placement;
     }
     case KWCONTROL_LOGO: {

@@ -3,6 +3,8 @@
 #pragma once
 
 #include "platform/component.h"
+#include "platform/message.h"
+#include "platform/time_format.h"
 
 extern "C" {
 /// S_OK while no object and no class factory lock is alive, else S_FALSE.
@@ -21,12 +23,10 @@ KWEXPORT HRESULT DllUnregisterServer();
 KWEXPORT void KwWndCenter(HWND window);
 /// Shows a http, https or mailto address in the user's browser. FALSE where it cannot be started.
 KWEXPORT BOOL Internet_BrowseWebPage(const char* url);
-}
-
-struct tMESSAGE;
-extern "C" {
-/// Lets the host answer the module's messages, such as a page's About box; null takes that away. See
-/// `support/messages.h` for what is shown.
-KWEXPORT void KwSetMessageCallback(UINT (*callback)(void* context, const tMESSAGE& message, bool* silenced),
-                                   void* context);
+/// Lets the host answer the module's messages, such as a page's About box; null takes that away.
+KWEXPORT void KwSetMessageCallback(tMessageCallback callback, void* context);
+/// Writes a time in units of 100 ns as UTF-8, in the user's locale and ended by a zero, into `size` bytes. `full`
+/// leaves the fraction out. The bytes written without the zero; a text that is longer is cut.
+KWEXPORT std::size_t KwFormatTime(char* dest, std::size_t size, const tTIMEFORMAT* format, std::int64_t time,
+                                  BOOL full);
 }

@@ -6,6 +6,8 @@
 // size.
 #pragma once
 
+#include <type_traits>
+
 #include "platform/component.h"
 
 #pragma GCC diagnostic push
@@ -189,7 +191,46 @@ struct tColorPickDetail {
     const char* tip;                          ///< for `hoverPart`; "" for none
 };
 
-/// `IKwPage::GetDetail` of a placement control. Its handles are read by message 2053.
+/// One handle, copied as a block by its messages. The member values are the default handle.
+struct tPlacementHandle {
+    double x = 0.5, y = 0.5; ///< shares of the area's width and height
+    ULONG kind = 2;          ///< shape, 0 to 4; views draw a larger one as 0
+    ULONG selectable = 1;    ///< 1: Tab stops here
+    ULONG confined = 1;      ///< not 0: a drag stops at the area's edges
+    ULONG fill = 0xFFFFFF;   ///< 0x00BBGGRR
+    ULONG outline = 0;       ///< 0x00BBGGRR
+    char label[28] = {};     ///< UTF-8; terminated in every stored handle
+
+    friend bool operator==(const tPlacementHandle&, const tPlacementHandle&) = default;
+};
+static_assert(sizeof(tPlacementHandle) == 64 && std::is_trivially_copyable_v<tPlacementHandle>);
+inline constexpr LONG kPlacementReach = 6; ///< pixels from a handle's centre to its rim
+
+/// Messages of a placement control.
+enum tPlacementMessage : UINT {
+    KWHANDLE_COUNT = 2050, ///< the number of handles
+    KWHANDLE_ADD = 2051,   ///< the record at `lParam`, or the default where it is null or x or y is not within 0..1
+    /// Replaces handle `wParam`; 1 for success. A kind above 4 becomes 0; x and y that are not numbers become 0.5,
+    /// others are limited to -1000..1000, so that every stored place can be drawn.
+    KWHANDLE_SET = 2052,
+    KWHANDLE_GET = 2053,     ///< copies handle `wParam` out; 1 for success
+    KWHANDLE_CURRENT = 2054, ///< the current one, 0 in an empty list
+    KWHANDLE_REMOVE = 2059,  ///< handle `wParam`, not below the least count
+    KWHANDLE_MOST = 2061,    ///< the greatest count, which shortens the list
+    KWHANDLE_LEAST = 2062,   ///< the least count, which lengthens it; the greatest prevails
+    KWHANDLE_REPAINT = 2063,
+    KWHANDLE_RESIZE = 2064, ///< makes the list `wParam` long, at its end
+    KWHANDLE_SELECT = 2065, ///< makes handle `wParam` current
+    /// Steps of the arrow keys in thousandths, plain (unsigned) and with Ctrl; at first 10, 100.
+    KWHANDLE_STEP_X = 2066,
+    KWHANDLE_STEP_Y = 2067,
+    KWHANDLE_GET_LOOK = 2068, ///< three words for the view
+    KWHANDLE_SET_LOOK = 2069,
+    KWHANDLE_GET_WORD = 2078, ///< a word for the owner, at `wParam`
+    KWHANDLE_SET_WORD = 2079,
+};
+
+/// `IKwPage::GetDetail` of a placement control. Its handles are read by `KWHANDLE_GET`.
 struct tPlacementDetail {
     RECT area; ///< where (0, 0) to (1, 1) lies, in pixels
     LONG count, selected;

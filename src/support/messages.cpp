@@ -78,7 +78,7 @@ class CButtons {
 /// The platform's icon of the flags.
 LONG IconOf(UINT flags) {
     const LONG icon = static_cast<LONG>(flags >> 4 & 15);
-    return icon >= 1 && icon <= 4 ? 32512 + icon : 0;
+    return icon >= 1 && icon <= 4 ? KWICON_HAND - 1 + icon : KWICON_NONE;
 }
 
 /// One write per message, so that those of several threads don't mix.

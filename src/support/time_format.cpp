@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/arith.h"
+#include "platform/exports.h"
 #include "support/value_format.h"
 
 namespace {
@@ -214,4 +215,9 @@ std::size_t FormatTime(std::span<char> dest, const tTIMEFORMAT& format, std::int
 std::size_t FormatTimeFlags(std::span<char> dest, const tTIMEFORMAT& format, std::int64_t time, ULONG flags,
                             const tLOCALEBLOCK& locale) noexcept {
     return FormatTimeEx(dest, format, time, PatternOf(format, flags & kTimeFull), flags & kTimeAbsolute, locale);
+}
+
+std::size_t KwFormatTime(char* dest, std::size_t size, const tTIMEFORMAT* format, std::int64_t time, BOOL full) {
+    if (!dest || !format) return 0;
+    return FormatTime({dest, size}, *format, time, full != FALSE);
 }

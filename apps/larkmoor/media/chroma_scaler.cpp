@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "kernels/clones.h"
+#include "base/clones.h"
 
 namespace larkmoor {
 

@@ -10,7 +10,7 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
-#include "kernels/clones.h"
+#include "base/clones.h"
 #include "media/chroma_scaler.h"
 #include "media/colour.h"
 

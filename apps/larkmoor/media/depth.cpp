@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "kernels/clones.h"
+#include "base/clones.h"
 
 namespace larkmoor {
 

@@ -11,7 +11,7 @@ extern "C" {
 }
 
 #include "base/arith.h"
-#include "kernels/clones.h"
+#include "base/clones.h"
 
 namespace larkmoor {
 

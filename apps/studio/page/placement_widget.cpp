@@ -2,13 +2,11 @@
 
 #include <QPainter>
 
-#include "pages/controls/placement.h"
+#include "platform/page.h"
 
 namespace larkmoor {
 
 namespace {
-
-constexpr UINT kGetHandle = 2053;
 
 QPolygonF diamond(QPointF centre, qreal reach) {
     return {{centre + QPointF(0, -reach), centre + QPointF(reach, 0), centre + QPointF(0, reach),
@@ -62,7 +60,7 @@ void PlacementWidget::paintEvent(QPaintEvent*) {
     const auto drawHandle = [&](LONG index) {
         tPlacementHandle handle;
         std::intptr_t found = 0;
-        page().model().SendControl(id(), kGetHandle, static_cast<std::uintptr_t>(index),
+        page().model().SendControl(id(), KWHANDLE_GET, static_cast<std::uintptr_t>(index),
                                    reinterpret_cast<std::intptr_t>(&handle), &found);
         if (!found) return;
         const QPointF at(area.left() + handle.x * area.width(), area.top() + handle.y * area.height());

@@ -8,7 +8,7 @@
 #include <QPointer>
 #include <algorithm>
 
-#include "support/time_format.h"
+#include "platform/time_format.h"
 
 namespace larkmoor {
 namespace {

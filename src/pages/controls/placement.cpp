@@ -161,9 +161,9 @@ std::intptr_t CPlacement::Message(UINT message, std::uintptr_t wParam, std::intp
     case WM_COMMAND:
         if ((wParam & 0xFFFF) == kPlacementReset) Reset();
         break;
-    case 2050:
+    case KWHANDLE_COUNT:
         return Count();
-    case 2051:
+    case KWHANDLE_ADD:
         if (memory) {
             const tPlacementHandle record = HandleAt(memory);
             Add(&record);
@@ -172,7 +172,7 @@ std::intptr_t CPlacement::Message(UINT message, std::uintptr_t wParam, std::intp
         }
         Changed();
         break;
-    case 2052:
+    case KWHANDLE_SET:
         if (memory && Has(wParam)) {
             tPlacementHandle record = HandleAt(memory);
             if (record.kind >= kKinds) record.kind = 0;
@@ -183,56 +183,56 @@ std::intptr_t CPlacement::Message(UINT message, std::uintptr_t wParam, std::intp
             return 1;
         }
         break;
-    case 2053:
+    case KWHANDLE_GET:
         if (memory && Has(wParam)) {
             std::memcpy(memory, &m_handles[wParam], sizeof(tPlacementHandle));
             return 1;
         }
         break;
-    case 2054:
+    case KWHANDLE_CURRENT:
         return m_selected;
-    case 2059:
+    case KWHANDLE_REMOVE:
         if (Has(wParam)) Remove(static_cast<LONG>(wParam));
         break;
-    case 2061:
+    case KWHANDLE_MOST:
         m_maxCount = CountOf(wParam);
         if (Count() > m_maxCount) SetLength(m_maxCount);
         break;
-    case 2062:
+    case KWHANDLE_LEAST:
         m_minCount = CountOf(wParam);
         if (Count() < m_minCount) SetLength(m_minCount);
         break;
-    case 2063:
+    case KWHANDLE_REPAINT:
         Changed();
         break;
-    case 2064:
+    case KWHANDLE_RESIZE:
         SetLength(std::min(std::max(CountOf(wParam), m_minCount), m_maxCount));
         break;
-    case 2065:
+    case KWHANDLE_SELECT:
         if (Has(wParam)) MakeCurrent(static_cast<LONG>(wParam));
         break;
-    case 2066:
+    case KWHANDLE_STEP_X:
         SetSteps(m_stepX, wParam, lParam);
         break;
-    case 2067:
+    case KWHANDLE_STEP_Y:
         SetSteps(m_stepY, wParam, lParam);
         break;
-    case 2068:
+    case KWHANDLE_GET_LOOK:
         if (memory) std::memcpy(memory, m_drawing, sizeof m_drawing);
         break;
-    case 2069:
+    case KWHANDLE_SET_LOOK:
         if (memory) {
             std::memcpy(m_drawing, memory, sizeof m_drawing);
             Changed();
         }
         break;
-    case 2078:
+    case KWHANDLE_GET_WORD:
         if (wParam) {
             std::memcpy(reinterpret_cast<void*>(wParam), &m_userWord, sizeof m_userWord);
             return 1;
         }
         break;
-    case 2079:
+    case KWHANDLE_SET_WORD:
         m_userWord = static_cast<ULONG>(wParam);
         return 1;
     default:

@@ -6,20 +6,6 @@
 
 #include "pages/controls/control.h"
 
-/// One handle, copied as a block by messages 2051 to 2053. The member values are the default handle.
-struct tPlacementHandle {
-    double x = 0.5, y = 0.5; ///< shares of the area's width and height
-    ULONG kind = 2;          ///< shape, 0 to 4; views draw a larger one as 0
-    ULONG selectable = 1;    ///< 1: Tab stops here
-    ULONG confined = 1;      ///< not 0: a drag stops at the area's edges
-    ULONG fill = 0xFFFFFF;   ///< 0x00BBGGRR
-    ULONG outline = 0;       ///< 0x00BBGGRR
-    char label[28] = {};     ///< UTF-8; terminated in every stored handle
-
-    friend bool operator==(const tPlacementHandle&, const tPlacementHandle&) = default;
-};
-static_assert(sizeof(tPlacementHandle) == 64 && std::is_trivially_copyable_v<tPlacementHandle>);
-
 enum tPlacementCode : LONG {
     KWPLACEMENT_ADDED = 2101,   ///< by double-click
     KWPLACEMENT_CURRENT = 2102, ///< press on a handle, Tab, end of a drag
@@ -42,25 +28,13 @@ static_assert(std::is_trivially_copyable_v<tPlacementNotice>);
 inline constexpr ULONG kPlacementRightPressStyle = 1 << 1; ///< code 2107 in place of the menu
 inline constexpr LONG kPlacementReset = 2151;              ///< WM_COMMAND of the menu's one row
 inline constexpr LONG kPlacementTimer = 2060;
-inline constexpr LONG kPlacementReach = 6; ///< pixels from a handle's centre to its rim
 
 /// Handles are numbered from 0, the last drawn on top. The owner hears of the user's changes alone, never of those by
 /// message, and may send messages from within a notification. If a message takes the dragged handle away or makes
 /// another current, the drag is over.
 ///
-/// Messages, by number; null pointers do nothing and give 0. A word is 32 bits. Counts are limited to 0..1000.
-/// - 2050, 2054: the number of handles; the current one (0 in an empty list).
-/// - 2051: adds the record at `lParam`, or the default where it is null or x or y is not within 0..1.
-/// - 2052, 2053: replaces, copies out handle `wParam`; 1 for success. A replaced kind above 4 becomes 0; x and y that
-///   are not numbers become 0.5, others are limited to -1000..1000, so that every stored place can be drawn.
-/// - 2059: removes handle `wParam`, not below the least count.
-/// - 2061, 2062: the greatest and the least count, which shorten and lengthen the list. The greatest prevails.
-/// - 2064: makes the list `wParam` long, at its end.
-/// - 2063, 2065: repaints; makes handle `wParam` current.
-/// - 2066, 2067: the steps of the arrow keys for x and y in thousandths, plain (unsigned) and with Ctrl. At first 10
-///   and 100.
-/// - 2068, 2069: gets, sets three words for the view. 2078, 2079: gets (at `wParam`), sets a word for the owner.
-/// - WM_COMMAND with 2151: one default handle, as from the menu.
+/// Messages are those of `tPlacementMessage`. Null pointers do nothing and give 0; a word is 32 bits; counts are
+/// limited to 0..1000. WM_COMMAND with `kPlacementReset`: one default handle, as from the menu.
 class CPlacement : public CPageControl {
   public:
     CPlacement(IControlOwner& owner, LONG id, ULONG style);
