@@ -160,6 +160,17 @@ class HostTest : public CommandTest {
                              "\ndisplay_aspect_den=" + h + "\ncolorspace=709\n");
         return environment() + "melt -silent -profile profile ";
     }
+    /// What melt writes to got.raw. Its writer's thread may look whether it runs before that is noted (melt 7.12, on a
+    /// busy machine), and then ends without a frame and without a complaint: nothing at all is asked for again.
+    std::string melted(const std::string& line) const {
+        std::string got;
+        for (int tries = 0; got.empty() && tries < kMeltTries; ++tries) {
+            must("rm -f got.raw; " + line);
+            got = content("got.raw");
+        }
+        return got;
+    }
+    static constexpr int kMeltTries = 20;
     static constexpr const char* kToRaw =
         " -consumer avformat:got.raw f=rawvideo vcodec=rawvideo pix_fmt=bgra an=1 real_time=-1";
 
@@ -194,10 +205,9 @@ TEST_P(HostSizes, FiltersEqualTheCommand) {
     if (hasFfmpeg)
         must(environment() + "ffmpeg -nostdin -v error -y -f rawvideo -pix_fmt bgra -r 25 -s " + sizeText(size) +
              " -i in.raw -filter_complex \"" + graph + parts + "\"" + outputs);
-    if (hasMelt) must(profile(size) + clips + kToRaw);
-    const std::string melted = content("got.raw");
+    const std::string got = hasMelt ? melted(profile(size) + clips + kToRaw) : "";
     const std::size_t bytes = std::size_t(size.width) * std::size_t(size.height) * 4;
-    ASSERT_EQ(melted.size(), hasMelt ? bytes * all.size() : 0);
+    ASSERT_EQ(got.size(), hasMelt ? bytes * all.size() : 0);
     for (std::size_t i = 0; i < all.size(); ++i) {
         SCOPED_TRACE(all[i].fileName + " " + commandSettings(all[i]));
         const std::string want = rendered(all[i], "in", size, commandSettings(all[i]));
@@ -206,7 +216,7 @@ TEST_P(HostSizes, FiltersEqualTheCommand) {
             EXPECT_TRUE(content("got" + std::to_string(i) + ".raw") == want) << "ffmpeg";
         }
         if (hasMelt) {
-            EXPECT_TRUE(melted.compare(i * bytes, bytes, want, 0, bytes) == 0) << "melt";
+            EXPECT_TRUE(got.compare(i * bytes, bytes, want, 0, bytes) == 0) << "melt";
         }
     }
     if (!hasFfmpeg || (size.opaque && !hasMelt)) GTEST_SKIP() << "ffmpeg or melt is not installed";
@@ -238,8 +248,7 @@ TEST_P(HostSizes, MeltsTransitionEqualsTheCommand) {
     for (const Plugin& plugin : all)
         clips += " avformat:a.png out=3 avformat:b.png out=3 -mix 3 -mixer frei0r." + plugin.fileName +
                  " position='0=0;-1=1'" + namedSettings(plugin);
-    must(profile(size) + clips + kToRaw);
-    const std::string got = content("got.raw");
+    const std::string got = melted(profile(size) + clips + kToRaw);
     const std::size_t bytes = std::size_t(size.width) * std::size_t(size.height) * 4;
     // A frame of the first alone, the transition, a frame of the second alone.
     ASSERT_EQ(got.size(), bytes * (kFrames + 2) * all.size());
@@ -262,18 +271,15 @@ TEST_F(HostTest, MeltsThreadsGiveTheSamePictures) {
     std::array<std::string, 2> got;
     const std::array<std::string, 2> ways{"real_time=-1", "real_time=-2"};
     for (std::size_t i = 0; i < ways.size(); ++i) {
-        must(profile(size) +
-             "avformat:in.png out=19 -attach-cut frei0r.larkmoor_add_noise -consumer avformat:got.raw "
-             "f=rawvideo vcodec=rawvideo pix_fmt=bgra an=1 " +
-             ways[i]);
-        got[i] = content("got.raw");
+        got[i] = melted(profile(size) +
+                        "avformat:in.png out=19 -attach-cut frei0r.larkmoor_add_noise -consumer avformat:got.raw "
+                        "f=rawvideo vcodec=rawvideo pix_fmt=bgra an=1 " +
+                        ways[i]);
     }
     EXPECT_EQ(got[0].size(), 96u * 64 * 4 * 20);
     EXPECT_TRUE(got[0] == got[1]);
-    must(profile(size) + "avformat:in.png out=19 -attach-cut frei0r.larkmoor_invert threads=0" + kToRaw);
-    const std::string sliced = content("got.raw");
-    must(profile(size) + "avformat:in.png out=19 -attach-cut frei0r.larkmoor_invert" + kToRaw);
-    EXPECT_TRUE(sliced == content("got.raw"));
+    const std::string still = profile(size) + "avformat:in.png out=19 -attach-cut frei0r.larkmoor_invert";
+    EXPECT_TRUE(melted(still + " threads=0" + kToRaw) == melted(still + kToRaw));
 }
 
 /// The commands of the page: every block that is marked as a shell's.
@@ -309,12 +315,15 @@ TEST_F(HostTest, ExamplesOfThePageRun) {
         }
         write("example.sh",
               "set -e -o pipefail\nlarkmoor() { LD_PRELOAD= " LARKMOOR_COMMAND_FILE " \"$@\"; }\n" + example);
-        shell("rm -f out.*");
-        const Outcome outcome = shell(environment() + "bash example.sh");
-        EXPECT_EQ(outcome.status, 0) << example << outcome.err;
+        Outcome outcome;
         bool written = false;
-        for (const std::string& name : names())
-            if (name.starts_with("out.")) written = std::filesystem::file_size(folder() + "/" + name) > 500;
+        for (int tries = example.find("melt ") == std::string::npos ? 1 : kMeltTries; !written && tries > 0; --tries) {
+            shell("rm -f out.*");
+            outcome = shell(environment() + "bash example.sh");
+            ASSERT_EQ(outcome.status, 0) << example << outcome.err;
+            for (const std::string& name : names())
+                if (name.starts_with("out.")) written = std::filesystem::file_size(folder() + "/" + name) > 500;
+        }
         EXPECT_TRUE(written) << example << outcome.err;
     }
     if (!missing.empty()) GTEST_SKIP() << missing;
