@@ -24,6 +24,12 @@ bool sameSamples(const AVFrame& frame, const Target& target) {
            (!sited || chromaPlace(format, is.chroma) == chromaPlace(target.format, wanted.chroma));
 }
 
+/// Whether the samples are the very bytes that effects see.
+bool isBytes(const AVFrame& frame) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    return isRgb(format) && !needsFloat(format);
+}
+
 } // namespace
 
 PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, const VideoFacts& second) {
@@ -120,9 +126,11 @@ void Worker::run(Job& job) {
                      : scratch(m_output);
         draw(job, output);
         output.touch();
-        // What nothing has changed keeps the samples that it came with.
+        // What nothing has changed keeps the samples that it came with. Limits have to hold for what the effect's bytes
+        // do not tell of other samples, too.
         const auto unchanged = [&](const Surface& picture, const FramePtr& frame, const VideoFacts& facts) {
-            return picture && !m_limits && isUnchanged(picture.view(), output.view()) && passOn(job, frame, facts);
+            return picture && !(m_limits && !isBytes(*frame)) && isUnchanged(picture.view(), output.view()) &&
+                   passOn(job, frame, facts);
         };
         if (unchanged(m_firstPicture, job.first, first) || unchanged(m_secondPicture, job.second, m_plan.second))
             return;

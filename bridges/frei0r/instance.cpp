@@ -137,6 +137,20 @@ Surface Instance::input(const std::uint32_t* pixels, const std::uint32_t* out, S
     return memory;
 }
 
+/// Where the effect left a picture as it is, the host gets its own bytes back in place of those that multiplying by
+/// alpha and dividing again leave of them.
+bool Instance::passOn(const std::uint32_t* pixels, const Surface& input, std::uint32_t* out) const {
+    const ImageView before = input.view();
+    if (before.data == reinterpret_cast<const std::byte*>(pixels)) return false; // opaque, and so nothing to undo
+    if (pixels < out + span() && out < pixels + span()) return false;            // drawn over
+    for (unsigned y = 0; y < m_height; ++y)
+        if (std::memcmp(before.data + std::ptrdiff_t{y} * before.stride, out + y * m_pitch, std::size_t{m_width} * 4))
+            return false;
+    for (unsigned y = 0; y < m_height; ++y)
+        std::memcpy(out + y * m_pitch, pixels + y * m_pitch, std::size_t{m_width} * 4);
+    return true;
+}
+
 void Instance::update(double time, const std::uint32_t* first, const std::uint32_t* second, std::uint32_t* out,
                       const void* caller) {
     if (!out) return;
@@ -167,6 +181,9 @@ void Instance::update(double time, const std::uint32_t* first, const std::uint32
         target.setInfo(info);
         target.clear();
         m_effect.render(std::span(inputs).first(count), target);
+        const std::array pictures{first ? first : second, second};
+        for (std::size_t i = 0; i < count; ++i)
+            if (passOn(pictures[i], inputs[i], out)) return;
         unpremultiply(target.view());
     } catch (const std::exception& error) {
         if (!m_complained) std::fprintf(stderr, "larkmoor: %s\n", error.what());

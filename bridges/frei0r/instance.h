@@ -37,6 +37,7 @@ class Instance {
   private:
     void render(const Surface* inputs, std::size_t count, const Surface& out);
     Surface input(const std::uint32_t* pixels, const std::uint32_t* out, Surface& memory) const;
+    bool passOn(const std::uint32_t* pixels, const Surface& input, std::uint32_t* out) const;
     void applyValues();
     tSurfaceInfo infoOf(double time);
     ImageView viewOf(const std::uint32_t* pixels, PixelFormat format) const;
