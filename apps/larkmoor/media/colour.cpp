@@ -179,8 +179,7 @@ Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& co
         if (takes(plain))
             target.format = plain;
         else if (isRgb(like) && isForDelivery(encoder.id) && even && !takesAlpha && takes(AV_PIX_FMT_YUV420P))
-            target.format =
-                needsFloat(like) && takes(AV_PIX_FMT_YUV420P10) ? AV_PIX_FMT_YUV420P10 : AV_PIX_FMT_YUV420P;
+            target.format = needsFloat(like) && takes(AV_PIX_FMT_YUV420P10) ? AV_PIX_FMT_YUV420P10 : AV_PIX_FMT_YUV420P;
         else
             target.format = avcodec_find_best_pix_fmt_of_list(taken.data(), like, alpha, nullptr);
     }
