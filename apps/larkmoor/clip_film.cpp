@@ -83,7 +83,9 @@ class ClipFilm final : public Film {
     }
 
     const VideoFacts& video() const override { return m_video; }
-    VideoFacts second() const override { return m_below ? m_below->video() : VideoFacts{}; }
+    std::vector<VideoFacts> others() const override {
+        return m_below ? std::vector{m_below->video()} : std::vector<VideoFacts>{};
+    }
     const Reader* like() const override { return m_reader.get(); }
     std::optional<std::int64_t> total() const override { return m_total; }
     std::string name() const override { return m_reader->path(); }

@@ -25,7 +25,7 @@ bool makesClear(const Module& module, const Film& film, const Recipe& recipe) {
                 if (view.data[y * view.stride + 4 * x + 3] != std::byte{255}) return true;
         return false;
     }
-    const bool covered = film.second().width > 0 && !recipe.joins();
+    const bool covered = !film.others().empty() && !recipe.joins();
     return !covered && std::ranges::any_of(recipe.effects, [](const Step& step) {
         return step.info->className == "DXTChromaKeyFilter";
     });
@@ -50,9 +50,9 @@ Ended render(const Module& module, Film& film, Recipe recipe, const OutputReques
     if (ContainerSink* container = output.container()) film.begin(*container);
 
     const FramePool frames(sink.target().format, film.video().width, film.video().height);
-    const WorkPlan plan{module, recipe, film.video(), film.second(), sink, frames};
+    const WorkPlan plan{module, recipe, film.video(), film.others(), sink, frames};
     const std::vector<std::string> narrow = effectsInBytes(recipe);
-    if (!narrow.empty() && formFor(recipe, plan.video, plan.second) == PixelFormat::Float128)
+    if (!narrow.empty() && formFor(recipe, plan.video, plan.others) == PixelFormat::Float128)
         warn(narrow.size() == 1 ? fmt::format("{} works at 8 bits; what it leaves as it is keeps its depth", narrow[0])
                                 : fmt::format("{} work at 8 bits; what they leave as it is keeps its depth",
                                               fmt::join(narrow, " and ")));

@@ -18,8 +18,8 @@ class Film {
 
     /// What the pictures are.
     virtual const VideoFacts& video() const = 0;
-    /// What the other pictures of a job are: of a transition's second clip, or of the clip below.
-    virtual VideoFacts second() const { return {}; }
+    /// What the pictures of the film's other clips are: of those that follow, in order, or of the one below.
+    virtual std::vector<VideoFacts> others() const { return {}; }
     /// The clip whose metadata and codec count for the output; null for none.
     virtual const Reader* like() const { return nullptr; }
     /// Frames, as far as can be told beforehand.
@@ -68,12 +68,12 @@ std::int64_t framesBefore(const std::string& path, const ReadOptions& options, d
 /// where the request asks for something else.
 std::unique_ptr<Film> stillFilm(const ClipRequest& request, const OutputRequest& output);
 
-/// Two clips that overlap, at a steady rate, and their sound. Throws UsageError for an overlap of no frames or too
-/// many.
+/// Two or more clips, each of which overlaps the one before, at a steady rate, and their sound. Throws UsageError for
+/// an overlap of no frames or too many, and for one that is longer than half of a clip between two others.
 /// @param rate of the first, where that is a numbered sequence.
 /// @param overlap in seconds.
-std::unique_ptr<Film> joinFilm(const std::string& first, std::optional<AVRational> rate, const std::string& second,
-                               double overlap, const Range& range, const OutputRequest& output);
+std::unique_ptr<Film> joinFilm(const std::vector<std::string>& paths, std::optional<AVRational> rate, double overlap,
+                               const Range& range, const OutputRequest& output);
 
 /// What the pictures of two joined clips are.
 VideoFacts joinFacts(const VideoFacts& first, bool firstIsPicture, const VideoFacts& second, bool secondIsPicture);

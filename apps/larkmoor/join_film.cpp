@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <cmath>
 #include <deque>
+#include <iterator>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -14,79 +17,124 @@ namespace {
 /// The longest overlap: its frames of the first clip are held in memory, as the clip's end comes unannounced.
 constexpr std::int64_t mostFrames = 6000;
 
-/// The two clips' frames in the order of the output.
+using Clips = std::vector<std::unique_ptr<Reader>>;
+
+/// Throws UsageError for a clip between two others that is too short for both its transitions.
+[[noreturn]] void refuseShort(const std::string& path, std::int64_t frames, std::int64_t overlap, AVRational rate) {
+    if (frames < 2) throw UsageError(fmt::format("{} is too short to stand between two others", path));
+    const double most = static_cast<double>(frames / 2) / av_q2d(rate);
+    throw UsageError(fmt::format("{} has {} frames, too few for a transition of {} at either end; --duration {} is the "
+                                 "longest that fits",
+                                 path, frames, overlap, std::round(most * 1000) / 1000));
+}
+
+/// A clip's frames at the steady rate. A picture lasts as long as its transitions.
+class JoinClip {
+  public:
+    JoinClip(Reader& reader, const VideoFacts& video, std::int64_t least)
+        : m_frames(reader, video), m_least(reader.isPicture() ? least : 0) {}
+
+    const std::string& changes() const { return m_frames.changes(); }
+    std::vector<PacketPtr> takeSide() { return m_frames.takeSide(); }
+    /// Frames that `next` has given.
+    std::int64_t given() const { return m_given; }
+
+    /// The next frame, empty at the end.
+    FramePtr next() {
+        FramePtr frame = m_frames.next();
+        if (!frame && m_picture && m_given < m_least) frame = shareFrame(*m_picture);
+        if (!frame) return frame;
+        if (m_least > 0) m_picture = shareFrame(*frame);
+        ++m_given;
+        return frame;
+    }
+
+  private:
+    Conformer m_frames;
+    std::int64_t m_least, m_given = 0;
+    FramePtr m_picture;
+};
+
+/// The clips' frames in the order of the output.
 class JoinSource {
   public:
-    JoinSource(Reader& a, Reader& b, const VideoFacts& video, std::int64_t overlap)
-        : m_a(a, video), m_b(b, video), m_stillA(a.isPicture()), m_stillB(b.isPicture()), m_overlap(overlap) {}
+    /// Where a clip and the next one are both seen, in frames of the output.
+    struct Overlap {
+        std::int64_t start = 0, length = 0;
+    };
 
-    const std::string& changes() const { return m_b.changes(); }
+    JoinSource(const Clips& readers, const VideoFacts& video, std::int64_t overlap)
+        : m_readers(readers), m_rate(video.rate), m_overlap(overlap), m_overlaps(readers.size() - 1) {
+        for (std::size_t i = 0; i < readers.size(); ++i)
+            m_clips.emplace_back(*readers[i], video, isBetween(i) ? 2 * overlap : overlap);
+    }
+
+    JoinClip& clip(std::size_t number) { return m_clips[number]; }
+    /// Whether a clip lies between two others.
+    bool isBetween(std::size_t clip) const { return clip > 0 && clip + 1 < m_readers.size(); }
+    /// Clips of which frames were given, or are held.
+    std::size_t begun() const { return m_clip + (m_met ? 2 : 1); }
+    /// Frames of an overlap as it was asked for.
+    std::int64_t wanted() const { return m_overlap; }
+    /// What follows a clip, as it is once frames of the next one are given.
+    const Overlap& overlap(std::size_t clip) const { return m_overlaps[clip]; }
 
     bool next(Job& job) {
-        if (!m_met) approach(job);
-        if (!job.first && m_met) meet(job);
+        job.plain = true;
+        for (; m_clip < m_overlaps.size(); leave()) {
+            if (!m_met) approach();
+            const std::int64_t length = m_overlaps[m_clip].length, left = m_met ? length - m_step : 0;
+            if (std::ssize(m_held) > left) break;
+            if (left > 0) {
+                job.plain = false;
+                job.second = take(m_ahead);
+                job.position = joinProgress(m_step++, length);
+                break;
+            }
+        }
+        job.clip = m_clip;
+        job.first = m_held.empty() ? m_clips[m_clip].next() : take(m_held);
         m_given += job.first != nullptr;
         return job.first != nullptr;
     }
 
-    /// Packets beside the pictures of the first or the second clip since the last call.
-    std::vector<PacketPtr> takeSide(bool second) { return (second ? m_b : m_a).takeSide(); }
-    /// Frame of the output at which the second clip begins, once its packets come.
-    std::int64_t secondStart() const { return m_start; }
-
-    /// Frames of the overlap, as it is once the first clip has ended.
-    std::int64_t overlap() const { return m_overlap; }
-
   private:
-    static std::deque<FramePtr> fill(Conformer& clip, bool still, std::int64_t count) {
-        std::deque<FramePtr> frames;
-        while (static_cast<std::int64_t>(frames.size()) < count) {
-            FramePtr frame = clip.next();
-            if (!frame) break;
-            frames.push_back(std::move(frame));
-        }
-        // A picture lasts as long as the transition.
-        while (still && !frames.empty() && static_cast<std::int64_t>(frames.size()) < count)
-            frames.push_back(shareFrame(*frames.front()));
-        return frames;
-    }
-
-    /// The first clip alone, as long as more of it than the overlap is known to come.
-    void approach(Job& job) {
-        const auto count = static_cast<std::size_t>(m_overlap);
-        while (m_held.size() <= count) {
-            FramePtr frame = m_a.next();
+    /// Holds more of a clip than its overlap, as long as that comes; else all that is left of it.
+    void approach() {
+        while (std::ssize(m_held) <= m_overlap) {
+            FramePtr frame = m_clips[m_clip].next();
             if (!frame) {
-                while (m_stillA && !m_held.empty() && m_held.size() < count)
-                    m_held.push_back(shareFrame(*m_held.front()));
-                m_ahead = fill(m_b, m_stillB, m_overlap);
-                const std::size_t least = std::min(m_held.size(), m_ahead.size());
-                if (least < count)
-                    warn(fmt::format("a clip is shorter than the transition, which is cut to {} frames", least));
-                m_overlap = static_cast<std::int64_t>(least);
-                m_start = m_given + static_cast<std::int64_t>(m_held.size()) - m_overlap;
-                m_met = true;
+                meet();
                 return;
             }
             m_held.push_back(std::move(frame));
         }
-        job.first = take(m_held);
-        job.plain = true;
     }
 
-    void meet(Job& job) {
-        if (static_cast<std::int64_t>(m_held.size()) > m_overlap) {
-            job.first = take(m_held);
-            job.plain = true;
-        } else if (m_step < m_overlap) {
-            job.first = take(m_held);
-            job.second = take(m_ahead);
-            job.position = joinProgress(m_step, m_overlap);
-            ++m_step;
-        } else {
-            job.first = m_ahead.empty() ? m_b.next() : take(m_ahead);
-            job.plain = job.fromSecond = true;
+    void meet() {
+        while (std::ssize(m_ahead) < m_overlap) {
+            FramePtr frame = m_clips[m_clip + 1].next();
+            if (!frame) break;
+            m_ahead.push_back(std::move(frame));
         }
+        if (std::ssize(m_held) < m_overlap) refuseBetween(m_clip);
+        if (std::ssize(m_ahead) < m_overlap) refuseBetween(m_clip + 1);
+        const auto least = std::min(std::ssize(m_held), std::ssize(m_ahead));
+        if (least < m_overlap)
+            warn(fmt::format("a clip is shorter than the transition, which is cut to {} frames", least));
+        m_overlaps[m_clip] = {m_given + std::ssize(m_held) - least, least};
+        m_met = true;
+    }
+
+    void refuseBetween(std::size_t clip) const {
+        if (isBetween(clip)) refuseShort(m_readers[clip]->path(), m_clips[clip].given(), m_overlap, m_rate);
+    }
+
+    void leave() {
+        ++m_clip;
+        m_held = std::exchange(m_ahead, {});
+        m_met = false;
+        m_step = 0;
     }
 
     static FramePtr take(std::deque<FramePtr>& frames) {
@@ -95,11 +143,14 @@ class JoinSource {
         return frame;
     }
 
-    Conformer m_a, m_b;
-    bool m_stillA, m_stillB, m_met = false;
-    std::int64_t m_overlap, m_step = 0;
-    std::int64_t m_given = 0, m_start = 0;
-    std::deque<FramePtr> m_held, m_ahead; ///< of the first clip's end, and the second's start
+    const Clips& m_readers;
+    std::deque<JoinClip> m_clips;
+    AVRational m_rate;
+    std::int64_t m_overlap, m_step = 0, m_given = 0;
+    std::vector<Overlap> m_overlaps; ///< after each clip but the last
+    std::size_t m_clip = 0;          ///< that frames are given of
+    bool m_met = false;              ///< it has ended, and the next one is held
+    std::deque<FramePtr> m_held, m_ahead;
 };
 
 int streamsOf(const Reader& clip, AVMediaType type) {
@@ -109,60 +160,92 @@ int streamsOf(const Reader& clip, AVMediaType type) {
     return count;
 }
 
+Clips openClips(const std::vector<std::string>& paths, std::optional<AVRational> rate, const OutputRequest& output) {
+    Clips clips;
+    for (const std::string& path : paths) {
+        ReadOptions options{.threads = output.threads, .policy = output.reading};
+        if (clips.empty()) options.rate = rate;
+        clips.push_back(std::make_unique<Reader>(path, options));
+        if (clips.size() > 1) refuseMixedDynamics(paths[0], clips[0]->video(), path, clips.back()->video());
+    }
+    return clips;
+}
+
+VideoFacts factsOf(const Clips& clips) {
+    VideoFacts video = clips[0]->video();
+    bool pictures = clips[0]->isPicture();
+    for (const auto& clip : clips) {
+        video = joinFacts(video, pictures, clip->video(), clip->isPicture());
+        pictures = pictures && clip->isPicture();
+    }
+    return video;
+}
+
 class JoinFilm final : public Film {
   public:
-    JoinFilm(const std::string& first, std::optional<AVRational> rate, const std::string& second, double overlap,
-             const Range& range, const OutputRequest& output)
-        : m_a(first, {.rate = rate, .threads = output.threads, .policy = output.reading}),
-          m_b(second, {.threads = output.threads, .policy = output.reading}),
-          m_video(joinFacts(m_a.video(), m_a.isPicture(), m_b.video(), m_b.isPicture())),
-          m_source(m_a, m_b, m_video, overlapFrames(overlap, m_video.rate)), m_range(range) {
-        refuseMixedDynamics(first, m_a.video(), second, m_b.video());
-        if (!m_source.changes().empty()) warn(fmt::format("{} is resampled: {}", second, m_source.changes()));
-        const auto frames = [&](const Reader& clip) -> std::optional<std::int64_t> {
-            // A picture lasts as long as the transition.
-            return clip.isPicture() ? m_source.overlap()
-                                    : steadyFrames(clip.expectedFrames(), clip.video().rate, m_video.rate);
-        };
-        const auto a = frames(m_a), b = frames(m_b);
-        if (a && b) m_total = *a + *b - m_source.overlap();
+    JoinFilm(const std::vector<std::string>& paths, std::optional<AVRational> rate, double overlap, const Range& range,
+             const OutputRequest& output)
+        : m_clips(openClips(paths, rate, output)), m_video(factsOf(m_clips)),
+          m_source(m_clips, m_video, overlapFrames(overlap, m_video.rate)), m_range(range) {
+        for (std::size_t i = 1; i < m_clips.size(); ++i)
+            if (const std::string& changes = m_source.clip(i).changes(); !changes.empty())
+                warn(fmt::format("{} is resampled: {}", paths[i], changes));
+        refuseShortBetween(output);
+        m_total = 0;
+        for (std::size_t i = 0; i < m_clips.size(); ++i) {
+            const auto frames = framesOf(i);
+            m_total = frames && m_total ? std::optional(*m_total + *frames) : std::nullopt;
+        }
+        if (m_total) *m_total -= std::ssize(m_clips) * m_source.wanted() - m_source.wanted();
         if (m_range.out) m_total = std::min(m_total.value_or(*m_range.out), *m_range.out);
         if (m_total) m_total = std::max<std::int64_t>(1, *m_total - m_range.in);
     }
 
     const VideoFacts& video() const override { return m_video; }
-    VideoFacts second() const override { return m_b.video(); }
-    const Reader* like() const override { return &m_a; }
+    std::vector<VideoFacts> others() const override {
+        std::vector<VideoFacts> others;
+        for (const auto& clip : m_clips) others.push_back(clip->video());
+        others.erase(others.begin());
+        return others;
+    }
+    const Reader* like() const override { return m_clips[0].get(); }
     std::optional<std::int64_t> total() const override { return m_total; }
-    std::string name() const override { return m_a.path() + " and " + m_b.path(); }
-    std::vector<std::string> files() const override { return {m_a.path(), m_b.path()}; }
+    std::string name() const override {
+        const std::vector<std::string> all = files();
+        return fmt::format("{} and {}", fmt::join(all.begin(), all.end() - 1, ", "), all.back());
+    }
+    std::vector<std::string> files() const override {
+        std::vector<std::string> files;
+        for (const auto& clip : m_clips) files.push_back(clip->path());
+        return files;
+    }
 
     std::vector<std::string> damage() const override {
-        std::vector<std::string> sentences = m_a.damageTold();
-        std::ranges::copy(m_b.damageTold(), std::back_inserter(sentences));
+        std::vector<std::string> sentences;
+        for (const auto& clip : m_clips) std::ranges::copy(clip->damageTold(), std::back_inserter(sentences));
         return sentences;
     }
 
     void begin(ContainerSink& container) override {
-        const int first = streamsOf(m_a, AVMEDIA_TYPE_AUDIO), second = streamsOf(m_b, AVMEDIA_TYPE_AUDIO);
-        container.checkSoundNumber(name(), std::max(first, second));
-        for (int i = 0; i < std::max(first, second); ++i) {
+        int most = 0;
+        for (const auto& clip : m_clips) most = std::max(most, streamsOf(*clip, AVMEDIA_TYPE_AUDIO));
+        container.checkSoundNumber(name(), most);
+        for (int i = 0; i < most; ++i) {
             if (!container.wantsSound(i + 1)) continue;
-            m_sounds.emplace_back(m_a.path(), m_b.path(), i);
+            m_sounds.emplace_back(m_clips, i);
             m_sounds.back().open(container);
-            if (m_sounds.back().first() != m_sounds.back().second() && std::min(first, second) > 0)
-                warn(fmt::format("{} has no sound stream {}, which is silent there", (i < first ? m_b : m_a).path(),
-                                 i + 1));
+            for (const auto& clip : m_clips)
+                if (const int there = streamsOf(*clip, AVMEDIA_TYPE_AUDIO); there > 0 && there <= i)
+                    warn(fmt::format("{} has no sound stream {}, which is silent there", clip->path(), i + 1));
         }
         std::optional<std::int64_t> frames;
         if (m_range.out) frames = *m_range.out - m_range.in;
-        container.passSubtitles(m_a, m_b, frames);
+        container.passSubtitles(m_clips, frames);
         container.begin();
     }
 
     bool read(Job& job) override {
-        for (Job skipped; m_place < m_range.in && m_source.next(skipped); skipped = {}, ++m_place)
-            if (skipped.second && !m_overlapBefore) m_overlapBefore = m_place;
+        for (Job skipped; m_place < m_range.in && m_source.next(skipped); skipped = {}) ++m_place;
         if ((m_range.out && m_place >= *m_range.out) || !m_source.next(job)) {
             if (job.index == 0)
                 throw Error(
@@ -172,8 +255,7 @@ class JoinFilm final : public Film {
         job.time100ns = av_rescale_q(m_place, m_video.timeBase, {1, 10000000});
         job.first->pts = job.index;
         job.first->pkt_duration = 1;
-        place(m_source.takeSide(false), m_a, 0, job.side);
-        place(m_source.takeSide(true), m_b, ContainerSink::secondClip, job.side);
+        for (std::size_t i = 0; i < m_source.begun(); ++i) place(m_source.clip(i).takeSide(), i, job.side);
         ++m_place;
         return true;
     }
@@ -181,52 +263,73 @@ class JoinFilm final : public Film {
     void written(const Job& job) override {
         const double period = av_q2d(m_video.timeBase);
         const std::int64_t place = job.index + m_range.in;
-        const auto fade = [&](std::int64_t start) {
-            m_faded = true;
+        for (const std::size_t newest = job.clip + (job.second ? 1 : 0); m_heard < newest; ++m_heard) {
+            const JoinSource::Overlap& overlap = m_source.overlap(m_heard);
             for (CrossFade& sound : m_sounds)
-                sound.overlapAt(static_cast<double>(start) * period, static_cast<double>(m_source.overlap()) * period);
-        };
-        if (job.index == 0 && m_range.in > 0) {
-            if (m_overlapBefore) fade(*m_overlapBefore);
-            for (CrossFade& sound : m_sounds) sound.skipUntil(static_cast<double>(m_range.in) * period);
+                sound.overlapAt(static_cast<double>(overlap.start) * period,
+                                static_cast<double>(overlap.length) * period);
         }
-        if (job.second && !m_faded) fade(place);
+        if (job.index == 0 && m_range.in > 0)
+            for (CrossFade& sound : m_sounds) sound.skipUntil(static_cast<double>(m_range.in) * period);
         for (CrossFade& sound : m_sounds) sound.writeUntil(static_cast<double>(place + 1) * period);
     }
 
     void end(FrameSink& sink) override {
         std::vector<PacketPtr> rest;
-        place(m_a.rest(), m_a, 0, rest);
-        place(m_b.rest(), m_b, ContainerSink::secondClip, rest);
+        for (std::size_t i = 0; i < m_source.begun(); ++i) place(m_clips[i]->rest(), i, rest);
         for (PacketPtr& packet : rest) sink.writeSide(std::move(packet));
     }
 
   private:
-    /// Moves packets of a clip onto the output's clock, under stream numbers from `first` on.
-    void place(std::vector<PacketPtr> packets, const Reader& clip, int first, std::vector<PacketPtr>& out) const {
-        const std::int64_t frames = (first == 0 ? 0 : m_source.secondStart()) - m_range.in;
+    /// Frames that a clip adds to the output, overlaps included, as far as can be told.
+    std::optional<std::int64_t> framesOf(std::size_t number) const {
+        const Reader& clip = *m_clips[number];
+        if (clip.isPicture()) return (m_source.isBetween(number) ? 2 : 1) * m_source.wanted();
+        return steadyFrames(clip.expectedFrames(), clip.video().rate, m_video.rate);
+    }
+
+    /// Tells at once, and not after the clips before it, that one is too short. What containers tell is counted again.
+    void refuseShortBetween(const OutputRequest& output) const {
+        const std::int64_t needed = 2 * m_source.wanted();
+        std::int64_t least = needed;
+        const Reader* shortest = nullptr;
+        for (std::size_t i = 1; i + 1 < m_clips.size(); ++i) {
+            if (framesOf(i).value_or(needed) >= needed) continue;
+            Reader reader(m_clips[i]->path(), {.threads = output.threads, .policy = output.reading});
+            Conformer frames(reader, m_video);
+            std::int64_t count = 0;
+            while (count < least && frames.next()) ++count;
+            if (count == least) continue;
+            least = count;
+            shortest = m_clips[i].get();
+        }
+        if (shortest) refuseShort(shortest->path(), least, m_source.wanted(), m_video.rate);
+    }
+
+    /// Moves packets of a clip onto the output's clock, under stream numbers of its own.
+    void place(std::vector<PacketPtr> packets, std::size_t number, std::vector<PacketPtr>& out) const {
+        const std::int64_t frames = (number == 0 ? 0 : m_source.overlap(number - 1).start) - m_range.in;
         for (PacketPtr& packet : packets) {
-            packet->pts +=
-                av_rescale_q(frames, m_video.timeBase, clip.container().streams[packet->stream_index]->time_base);
+            packet->pts += av_rescale_q(frames, m_video.timeBase,
+                                        m_clips[number]->container().streams[packet->stream_index]->time_base);
             if (packet->pts < 0) {
                 packet->duration += packet->pts;
                 packet->pts = 0;
             }
             packet->dts = packet->pts;
-            packet->stream_index += first;
+            packet->stream_index += static_cast<int>(number) * ContainerSink::nextClip;
             if (packet->duration > 0) out.push_back(std::move(packet));
         }
     }
 
-    Reader m_a, m_b;
+    Clips m_clips;
     VideoFacts m_video;
     JoinSource m_source;
     std::vector<CrossFade> m_sounds;
     Range m_range;
     std::optional<std::int64_t> m_total;
-    std::int64_t m_place = 0;                    ///< of the next frame, before any cut
-    std::optional<std::int64_t> m_overlapBefore; ///< its first frame, where that is cut away
-    bool m_faded = false;
+    std::int64_t m_place = 0; ///< of the next frame, before any cut
+    std::size_t m_heard = 0;  ///< overlaps that the sound knows of
 };
 
 } // namespace
@@ -274,9 +377,9 @@ double joinProgress(std::int64_t step, std::int64_t overlap) {
     return overlap > 1 ? static_cast<double>(step) / static_cast<double>(overlap - 1) : 0.5;
 }
 
-std::unique_ptr<Film> joinFilm(const std::string& first, std::optional<AVRational> rate, const std::string& second,
-                               double overlap, const Range& range, const OutputRequest& output) {
-    return std::make_unique<JoinFilm>(first, rate, second, overlap, range, output);
+std::unique_ptr<Film> joinFilm(const std::vector<std::string>& paths, std::optional<AVRational> rate, double overlap,
+                               const Range& range, const OutputRequest& output) {
+    return std::make_unique<JoinFilm>(paths, rate, overlap, range, output);
 }
 
 } // namespace larkmoor

@@ -15,7 +15,7 @@ struct Job {
     std::int64_t index = 0;      ///< in the output, from 0
     FramePtr first, second;      ///< decoded pictures: none to generate, one to filter, two to join or to lay over
     bool plain = false;          ///< the first picture is outside of any transition
-    bool fromSecond = false;     ///< and is of a transition's second clip
+    std::size_t clip = 0;        ///< of the film's clips, the one that the first picture is of
     double position = 0;         ///< a transition's progress, 0 to 1
     std::int64_t time100ns = 0;  ///< of the frame in its clip
     std::vector<PacketPtr> side; ///< goes before the frame

@@ -16,7 +16,7 @@ std::unique_ptr<Film> filmOf(const Project& project, const OutputRequest& output
         return generatorFilm(made->width, made->height, made->rate, made->duration, range);
     const auto& clip = std::get<ProjectClip>(project.source);
     if (project.second)
-        return joinFilm(clip.path, clip.rate, project.second->path, project.second->duration, range, output);
+        return joinFilm({clip.path, project.second->path}, clip.rate, project.second->duration, range, output);
     return clipFilm({.path = clip.path, .over = {}, .rate = clip.rate, .range = range}, output);
 }
 

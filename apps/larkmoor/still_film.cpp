@@ -28,7 +28,7 @@ class StillFilm final : public Film {
     }
 
     const VideoFacts& video() const override { return m_video; }
-    VideoFacts second() const override { return m_clip->video(); }
+    std::vector<VideoFacts> others() const override { return {m_clip->video()}; }
     const Reader* like() const override { return m_clip.get(); }
     std::optional<std::int64_t> total() const override { return m_clip->expectedFrames(); }
     std::string name() const override { return m_clip->path(); }

@@ -32,17 +32,23 @@ bool isBytes(const AVFrame& frame) {
 
 } // namespace
 
-PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, const VideoFacts& second) {
-    if (needsFloat(video.format) || needsFloat(second.format)) return PixelFormat::Float128;
+PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, std::span<const VideoFacts> others) {
+    const auto deep = [](const VideoFacts& facts) { return needsFloat(facts.format); };
+    if (deep(video) || std::ranges::any_of(others, deep)) return PixelFormat::Float128;
     return recipe.generates() && recipe.effects.empty() ? PixelFormat::Argb32 : PixelFormat::PremultipliedArgb32;
 }
 
 Worker::Worker(const WorkPlan& plan)
-    : m_plan(plan), m_form(formFor(plan.recipe, plan.video, plan.second)),
+    : m_plan(plan), m_form(formFor(plan.recipe, plan.video, plan.others)),
       m_limits(std::ranges::any_of(plan.recipe.effects, limitsLevels)), m_chain(plan.module, plan.recipe) {}
 
 tSurfaceInfo Worker::infoFor(const Job& job) const {
     return {av_q2d(m_plan.video.aspect), av_q2d(m_plan.video.rate), job.time100ns};
+}
+
+/// Clips differ in what their numbers mean.
+const VideoFacts& Worker::factsOf(std::size_t clip) const {
+    return clip == 0 ? m_plan.video : m_plan.others.at(clip - 1);
 }
 
 /// The frame's own memory where it is in the right form already, else a converted copy in `memory`.
@@ -69,12 +75,11 @@ void Worker::draw(Job& job, Surface output) {
     output.setInfo(info);
     Surface &first = m_firstPicture = {}, &second = m_secondPicture = {};
     if (job.first) {
-        // A transition's first clip and its second one differ in what their numbers mean.
-        first = surfaceOf(*job.first, job.fromSecond ? m_plan.second : m_plan.video, m_firstImporter, m_first);
+        first = surfaceOf(*job.first, factsOf(job.clip), m_firstImporter, m_first);
         first.setInfo(info);
     }
     if (job.second) {
-        second = surfaceOf(*job.second, m_plan.second, m_secondImporter, m_second);
+        second = surfaceOf(*job.second, factsOf(job.clip + 1), m_secondImporter, m_second);
         second.setInfo(info);
     }
     if (!second || m_plan.recipe.joins()) {
@@ -103,7 +108,7 @@ bool Worker::passOn(Job& job, const FramePtr& frame, const VideoFacts& facts) co
 
 void Worker::run(Job& job) {
     const Target& target = m_plan.sink.target();
-    const VideoFacts& first = job.fromSecond ? m_plan.second : m_plan.video;
+    const VideoFacts& first = factsOf(job.clip);
     const bool plain = job.plain && m_plan.recipe.effects.empty();
     if (plain && passOn(job, job.first, first)) return;
     FramePtr made = m_plan.frames.take();
@@ -132,7 +137,8 @@ void Worker::run(Job& job) {
             return picture && !(m_limits && !isBytes(*frame)) && isUnchanged(picture.view(), output.view()) &&
                    passOn(job, frame, facts);
         };
-        if (unchanged(m_firstPicture, job.first, first) || unchanged(m_secondPicture, job.second, m_plan.second))
+        if (unchanged(m_firstPicture, job.first, first) ||
+            (job.second && unchanged(m_secondPicture, job.second, factsOf(job.clip + 1))))
             return;
     }
     m_exporter.run(output.view(), out, m_plan.sink.premultiplied());

@@ -1,6 +1,9 @@
 // The work on one frame: into the effects' pixel form, through the effects, into the encoder's format.
 #pragma once
 
+#include <span>
+#include <vector>
+
 #include "chain.h"
 #include "media/convert.h"
 #include "media/reader.h"
@@ -13,14 +16,14 @@ namespace larkmoor {
 struct WorkPlan {
     const Module& module;
     const Recipe& recipe;
-    VideoFacts video;  ///< of the pictures that come in, or are to be generated
-    VideoFacts second; ///< of a transition's second clip, or of the one below the pictures
+    VideoFacts video;               ///< of the pictures that come in, or are to be generated
+    std::vector<VideoFacts> others; ///< of the clips that follow in a join, or of the one below the pictures
     const FrameSink& sink;
     const FramePool& frames; ///< in the sink's format
 };
 
 /// The pixel form that a run works in: floats where pictures have more than 8 bits a sample.
-PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, const VideoFacts& second);
+PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, std::span<const VideoFacts> others);
 
 /// Everything that one frame in flight needs for itself.
 class Worker {
@@ -33,6 +36,7 @@ class Worker {
     Surface surfaceOf(AVFrame& frame, const VideoFacts& facts, Importer& importer, Surface& memory);
     Surface scratch(Surface& memory) const;
     void draw(Job& job, Surface output);
+    const VideoFacts& factsOf(std::size_t clip) const;
     bool passOn(Job& job, const FramePtr& frame, const VideoFacts& facts) const;
     tSurfaceInfo infoFor(const Job& job) const;
 

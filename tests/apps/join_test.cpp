@@ -30,6 +30,61 @@ TEST_F(JoinTest, ClipsAreUntouchedOutsideTheOverlap) {
     EXPECT_NE(lines(out, 20, 1), lines(b, 5, 1));
 }
 
+TEST_F(JoinTest, ManyClipsAreAsJoinedOneByOne) {
+    const auto sounding = [&](const std::string& name, const std::string& pitch, const std::string& more,
+                              const std::string& seconds) {
+        clip(name,
+             "-f lavfi -i sine=" + pitch + ":sample_rate=48000:duration=" + seconds + " " + more +
+                 " -pix_fmt bgr0 -c:v ffv1 -c:a pcm_s16le",
+             seconds);
+    };
+    // The second clip is all overlap.
+    sounding("a.mkv", "440", "", "1");
+    sounding("b.mkv", "880", "-vf hflip", "0.8");
+    sounding("c.mkv", "660", "-vf vflip", "1.2");
+    sounding("d.mkv", "550", "-vf negate", "1");
+    const std::string more = " -y --codec ffv1 --transition Dissolve --duration 0.4 -o ";
+    for (const std::string& run : {"a.mkv b.mkv" + more + "ab.mkv", "ab.mkv c.mkv" + more + "abc.mkv",
+                                   "abc.mkv d.mkv" + more + "steps.mkv", "a.mkv b.mkv c.mkv d.mkv" + more + "once.mkv"})
+        ASSERT_EQ(larkmoor("join " + run).status, 0) << run;
+    EXPECT_EQ(frames("once.mkv", "bgr0"), frames("steps.mkv", "bgr0"));
+    EXPECT_EQ(std::ranges::count(frames("once.mkv", "bgr0"), '\n'), 25 + 20 + 30 + 25 - 3 * 10);
+    for (const std::string name : {"once", "steps"}) ffmpeg("-i " + name + ".mkv -map 0:a -f s16le " + name + ".raw");
+    EXPECT_TRUE(content("once.raw") == content("steps.raw"));
+}
+
+TEST_F(JoinTest, ClipsBetweenOthersHoldBothTransitions) {
+    clip("a.mkv", "-pix_fmt bgr0 -c:v ffv1");
+    clip("b.mkv", "-pix_fmt yuv420p -c:v ffv1", "0.2");
+    clip("b.h264", "-pix_fmt yuv420p -c:v libx264", "0.2");
+    clip("half.ts", "-pix_fmt yuv420p -c:v libx264", "0.2");
+    shell("cat half.ts half.ts >twice.ts");
+    const struct {
+        std::string clip, duration, says; ///< nothing to say where it fits
+        int frames;                       ///< of the film
+    } rows[] = {
+        {"b.mkv", "0.12", "b.mkv has 5 frames, too few for a transition of 3 at either end; --duration 0.08 is", 0},
+        {"b.mkv", "0.08", "", 51},
+        // Known only once it is read.
+        {"b.h264", "0.12", "b.h264 has 5 frames, too few", 0},
+        {"b.h264", "0.08", "", 51},
+        // Longer than it tells.
+        {"twice.ts", "0.2", "", 50},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.clip + " " + row.duration);
+        const Outcome run =
+            larkmoor("join a.mkv " + row.clip + " a.mkv -y -o out.mkv --transition Push --duration " + row.duration);
+        EXPECT_EQ(run.status == 2, !row.says.empty()) << run.err;
+        EXPECT_NE(run.err.find(row.says), std::string::npos) << run.err;
+        EXPECT_EQ(exists("out.mkv"), row.says.empty());
+        if (row.says.empty()) {
+            EXPECT_EQ(std::ranges::count(frames("out.mkv", "bgr0"), '\n'), row.frames);
+        }
+        std::filesystem::remove(path("out.mkv"));
+    }
+}
+
 TEST_F(JoinTest, TheSecondIsBroughtToTheFirst) {
     clip("a.mp4", "-f lavfi -i sine=440:duration=1 -c:v libx264 -pix_fmt yuv420p -c:a aac");
     ffmpeg("-f lavfi -i testsrc=size=64x64:rate=15:duration=1 -f lavfi -i sine=880:duration=1:sample_rate=48000 "
@@ -45,8 +100,8 @@ TEST_F(JoinTest, TheSecondIsBroughtToTheFirst) {
 TEST_F(JoinTest, PicturesLastAsLongAsTheTransition) {
     clip("a.png", "-frames:v 1");
     clip("b.png", "-vf hflip -frames:v 1");
-    ASSERT_EQ(larkmoor("join a.png b.png -o out.mp4 --transition Dissolve --duration 2").status, 0);
-    EXPECT_EQ(probe("out.mp4", "stream=nb_frames"), "50\n");
+    ASSERT_EQ(larkmoor("join a.png b.png a.png -o out.mp4 --transition Dissolve --duration 2").status, 0);
+    EXPECT_EQ(probe("out.mp4", "stream=nb_frames"), "100\n");
 }
 
 TEST_F(JoinTest, ShortClipsShortenTheTransition) {

@@ -400,6 +400,7 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
         {"render - -y -o in.raw --raw 1x1:gray:25 --effect Invert <in.raw", 1, "which is read"},
         {"render in.mp4 -y -o x.mp4 --effect Invert --save-state in.mp4", 1, "in.mp4 is read"},
         {"join in.mp4 hard.mp4 -y -o link.mp4 --transition Iris", 1, "which is read"},
+        {"join in.png in.png in.mp4 -y -o in.mp4 --transition Iris", 1, "in.mp4 is read"},
     };
     for (const Refusal& refusal : refusals) {
         SCOPED_TRACE(refusal.arguments);

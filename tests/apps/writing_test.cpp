@@ -166,19 +166,19 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"JoinedSubtitles",
             "printf '1\\n00:00:00,200 --> 00:00:00,900\\nhello\\n' >s.srt; make in.mkv -i s.srt -pix_fmt yuv420p -c:v "
             "libx264 -c:s srt",
-            "join in.mkv in.mkv -o out.mkv --transition Dissolve --duration 0.4",
+            "join in.mkv in.mkv in.mkv -o out.mkv --transition Dissolve --duration 0.4",
             0,
             "",
             {"same \"$(look s packet=pts_time,duration_time out.mkv | tr '\\n' ' ')\" '0.200000,0.700000 "
-             "1.800000,0.700000 '"}},
+             "1.800000,0.700000 3.400000,0.700000 '"}},
         Row{"JoinedSubtitlesOfTwoKinds",
             "printf '1\\n00:00:00,200 --> 00:00:00,900\\nhello\\n' >s.srt; make in.mkv -i s.srt -pix_fmt yuv420p -c:v "
             "libx264 -c:s srt; make b.mp4 -i s.srt -pix_fmt yuv420p -c:v libx264 -c:s mov_text",
-            "join in.mkv b.mp4 -o out.mp4 --transition Dissolve --duration 0.4",
+            "join in.mkv b.mp4 in.mkv -o out.mp4 --transition Dissolve --duration 0.4",
             0,
             "",
             {"same \"$(ff -i out.mp4 -map 0:s -f srt - | grep -e --)\" \"$(printf '00:00:00,200 --> "
-             "00:00:00,900\\n00:00:01,800 --> 00:00:02,500')\""}},
+             "00:00:00,900\\n00:00:01,800 --> 00:00:02,500\\n00:00:03,400 --> 00:00:04,100')\""}},
         Row{"SteadyThroughTransport",
             "make in.ts -f lavfi -i sine=440:d=2:sample_rate=48000 -pix_fmt yuv420p -c:v libx264 -bf 2 -c:a aac",
             "render in.ts -o out.ts $none",
@@ -272,7 +272,7 @@ INSTANTIATE_TEST_SUITE_P(
                          "same \"$(light out.webm)\" 'max_content=1000 red_x=17/25 '"}},
                     Row{"HdrWithSdr",
                         "hdr; make b.mp4 -pix_fmt yuv420p",
-                        "join in.mp4 b.mp4 -o out.mp4 --transition Dissolve",
+                        "join in.mp4 in.mp4 b.mp4 -o out.mp4 --transition Dissolve",
                         1,
                         "in.mp4 is HDR (PQ) and b.mp4 is SDR",
                         {}},

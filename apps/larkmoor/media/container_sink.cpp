@@ -313,9 +313,13 @@ void ContainerSink::passStreams(Reader& source) {
         m_cut = av_rescale_q(*frames, av_inv_q(m_video.rate), nanoseconds);
 }
 
-void ContainerSink::passSubtitlePair(const AVStream* first, const AVStream* second) {
-    const AVStream& like = first ? *first : *second;
-    const bool same = !first || !second || first->codecpar->codec_id == second->codecpar->codec_id;
+/// Streams of clips that follow one another, null where a clip has none, as one.
+void ContainerSink::passSubtitleRow(std::span<const AVStream* const> streams) {
+    const auto first = std::ranges::find_if(streams, [](const AVStream* stream) { return stream != nullptr; });
+    const AVStream& like = **first;
+    const bool same = std::ranges::all_of(streams, [&](const AVStream* stream) {
+        return !stream || stream->codecpar->codec_id == like.codecpar->codec_id;
+    });
     Passage passage;
     if (!(same && copyStream(like, passage)) && !reencodeSubtitles(like, passage)) {
         warn(fmt::format("{} does not take {}; it is left out", m_name, kindOf(like)));
@@ -326,37 +330,43 @@ void ContainerSink::passSubtitlePair(const AVStream* first, const AVStream* seco
     AVStream* const stream = passage.stream;
     const bool copied = !passage.subtitles;
     passage.unit = like.time_base;
-    m_passages.emplace(like.index + (first ? 0 : secondClip), std::move(passage));
-    if (!first || !second) return;
-    Passage following;
-    following.stream = stream;
-    following.unit = second->time_base;
-    if (!copied) {
-        try {
-            following.subtitles = std::make_unique<SubtitleEncoder>(m_container, *second);
-        } catch (const Error&) {
-            warn(fmt::format("{} does not take {} of the second clip; it is left out", m_name, kindOf(*second)));
-            return;
+    const auto number = [&](auto place) {
+        return (*place)->index + static_cast<int>(place - streams.begin()) * nextClip;
+    };
+    m_passages.emplace(number(first), std::move(passage));
+    for (auto next = first + 1; next != streams.end(); ++next) {
+        if (!*next) continue;
+        Passage following;
+        following.stream = stream;
+        following.unit = (*next)->time_base;
+        if (!copied) {
+            try {
+                following.subtitles = std::make_unique<SubtitleEncoder>(m_container, **next);
+            } catch (const Error&) {
+                warn(fmt::format("{} does not take {} of clip {}; it is left out", m_name, kindOf(**next),
+                                 next - streams.begin() + 1));
+                continue;
+            }
         }
+        m_passages.emplace(number(next), std::move(following));
     }
-    m_passages.emplace(second->index + secondClip, std::move(following));
 }
 
-void ContainerSink::passSubtitles(Reader& first, Reader& second, std::optional<std::int64_t> frames) {
+void ContainerSink::passSubtitles(std::span<const std::unique_ptr<Reader>> clips, std::optional<std::int64_t> frames) {
     if (isPictureContainer(m_container)) return;
-    const auto subtitles = [](Reader& clip) {
-        std::vector<const AVStream*> streams;
-        for (unsigned i = 0; i < clip.container().nb_streams; ++i) {
-            const AVStream* stream = clip.container().streams[i];
+    std::vector<std::vector<const AVStream*>> rows;
+    for (std::size_t clip = 0; clip < clips.size(); ++clip) {
+        const AVFormatContext& container = clips[clip]->container();
+        std::size_t row = 0;
+        for (unsigned i = 0; i < container.nb_streams; ++i) {
+            const AVStream* stream = container.streams[i];
             if (stream->codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) continue;
-            streams.push_back(stream);
-            clip.select(stream->index);
+            if (row == rows.size()) rows.emplace_back(clips.size());
+            rows[row++][clip] = stream;
+            clips[clip]->select(stream->index);
         }
-        return streams;
-    };
-    const std::vector<const AVStream*> a = subtitles(first), b = subtitles(second);
-    for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i)
-        passSubtitlePair(i < a.size() ? a[i] : nullptr, i < b.size() ? b[i] : nullptr);
+    }
+    for (const auto& row : rows) passSubtitleRow(row);
     if (frames) m_cut = av_rescale_q(*frames, av_inv_q(m_video.rate), nanoseconds);
 }
 

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "media/audio_encoder.h"
@@ -26,11 +27,11 @@ class ContainerSink : public FrameSink {
     /// it does not, else left out with a warning. Call before `begin`.
     void passStreams(Reader& source);
 
-    /// Carries the subtitles of two clips that follow one another, stream by stream. Packets of the second clip come to
-    /// `writeSide` with `secondClip` added to their stream's number. Call before `begin`.
+    /// Carries the subtitles of clips that follow one another, stream by stream. Packets come to `writeSide` with
+    /// `nextClip` added to their stream's number once for each clip before theirs. Call before `begin`.
     /// @param frames after which the output ends, where that cuts something off.
-    void passSubtitles(Reader& first, Reader& second, std::optional<std::int64_t> frames);
-    static constexpr int secondClip = 1 << 16;
+    void passSubtitles(std::span<const std::unique_ptr<Reader>> clips, std::optional<std::int64_t> frames);
+    static constexpr int nextClip = 1 << 16;
 
     /// Whether the user wants a clip's sound, by its number from 1 on.
     bool wantsSound(int number) const;
@@ -75,7 +76,7 @@ class ContainerSink : public FrameSink {
     AVStream* addSoundStream(const AudioEncoder& encoder);
     PacketTaker takerFor(Passage& passage);
     bool reencodeSubtitles(const AVStream& from, Passage& passage);
-    void passSubtitlePair(const AVStream* first, const AVStream* second);
+    void passSubtitleRow(std::span<const AVStream* const> streams);
     void copyChapters(const Reader& from);
     [[noreturn]] void fail(int code) const;
 
