@@ -56,15 +56,18 @@ TEST_F(JoinTest, ManyClipsAreAsJoinedOneByOne) {
 TEST_F(JoinTest, ClipsBetweenOthersHoldBothTransitions) {
     clip("a.mkv", "-pix_fmt bgr0 -c:v ffv1");
     clip("b.mkv", "-pix_fmt yuv420p -c:v ffv1", "0.2");
+    clip("longer.mkv", "-pix_fmt yuv420p -c:v ffv1", "0.4");
     clip("b.h264", "-pix_fmt yuv420p -c:v libx264", "0.2");
     clip("half.ts", "-pix_fmt yuv420p -c:v libx264", "0.2");
     shell("cat half.ts half.ts >twice.ts");
     const struct {
-        std::string clip, duration, says; ///< nothing to say where it fits
-        int frames;                       ///< of the film
+        std::string clips, duration, says; ///< nothing to say where it fits
+        int frames;                        ///< of the film
     } rows[] = {
         {"b.mkv", "0.12", "b.mkv has 5 frames, too few for a transition of 3 at either end; --duration 0.08 is", 0},
         {"b.mkv", "0.08", "", 51},
+        // The shortest counts, though it is not the first.
+        {"longer.mkv b.mkv", "0.24", "b.mkv has 5 frames", 0},
         // Known only once it is read.
         {"b.h264", "0.12", "b.h264 has 5 frames, too few", 0},
         {"b.h264", "0.08", "", 51},
@@ -72,9 +75,9 @@ TEST_F(JoinTest, ClipsBetweenOthersHoldBothTransitions) {
         {"twice.ts", "0.2", "", 50},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.clip + " " + row.duration);
+        SCOPED_TRACE(row.clips + " " + row.duration);
         const Outcome run =
-            larkmoor("join a.mkv " + row.clip + " a.mkv -y -o out.mkv --transition Push --duration " + row.duration);
+            larkmoor("join a.mkv " + row.clips + " a.mkv -y -o out.mkv --transition Push --duration " + row.duration);
         EXPECT_EQ(run.status == 2, !row.says.empty()) << run.err;
         EXPECT_NE(run.err.find(row.says), std::string::npos) << run.err;
         EXPECT_EQ(exists("out.mkv"), row.says.empty());
@@ -107,10 +110,12 @@ TEST_F(JoinTest, PicturesLastAsLongAsTheTransition) {
 TEST_F(JoinTest, ShortClipsShortenTheTransition) {
     clip("a.mkv", "-pix_fmt bgr0 -c:v ffv1");
     clip("b.mkv", "-pix_fmt bgr0 -c:v ffv1", "0.2");
-    const Outcome outcome = larkmoor("join a.mkv b.mkv -o out.mkv --transition Dissolve --duration 0.5");
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.err.find("cut to 5 frames"), std::string::npos);
-    EXPECT_EQ(std::ranges::count(frames("out.mkv", "bgr0"), '\n'), 25);
+    for (const std::string order : {"a.mkv b.mkv", "b.mkv a.mkv"}) {
+        const Outcome outcome = larkmoor("join " + order + " -y -o out.mkv --transition Dissolve --duration 0.5");
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_NE(outcome.err.find("cut to 5 frames"), std::string::npos);
+        EXPECT_EQ(std::ranges::count(frames("out.mkv", "bgr0"), '\n'), 25) << order;
+    }
     EXPECT_EQ(larkmoor("join a.mkv b.mkv -o x.mkv --transition Dissolve --duration 0").status, 2);
     EXPECT_EQ(larkmoor("render a.mkv -o x.mkv --effect Dissolve").status, 2);
 }
