@@ -108,7 +108,7 @@ KW_VBMI void LutPermute8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t 
                          unsigned channels, bool limit) {
     const __m512i parts[] = {_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
                              _mm512_loadu_si512(table + 192)};
-    const auto bits = [](unsigned which) { return 0x1111111111111111 * (which & 15); };
+    const auto bits = [](unsigned which) { return std::uint64_t{0x1111111111111111} * (which & 15); };
     const __mmask64 keep = bits(~channels), limited = limit ? bits(kMapColors) : 0;
     const __m512i alphas = _mm512_set4_epi32(0x0F0F0F0F, 0x0B0B0B0B, 0x07070707, 0x03030303);
     const std::ptrdiff_t bytes = count * 4,

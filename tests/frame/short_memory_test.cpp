@@ -65,6 +65,16 @@ void* operator new(std::size_t size) {
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return New(size, alignment);
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return New(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    Delete(memory);
+}
 void operator delete(void* memory) noexcept {
     Delete(memory);
 }
