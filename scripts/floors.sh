@@ -12,17 +12,17 @@ src/base:         platform
 src/support:      platform base
 src/kernels:      platform base support
 src/frame:        platform base support kernels
-src/filters:      platform base support kernels frame
-src/transitions:  platform base support kernels frame
-src/keying:       platform base support kernels frame
-src/generators:   platform base support kernels frame
-src/broadcast:    platform base support kernels frame
-src/pages:        platform base support kernels frame filters transitions keying generators broadcast
+src/pages:        platform base support kernels frame
+src/filters:      platform base support kernels frame pages
+src/transitions:  platform base support kernels frame pages
+src/keying:       platform base support kernels frame pages
+src/generators:   platform base support kernels frame pages
+src/broadcast:    platform base support kernels frame pages
 host:             platform base
 apps:             platform base
 bridges:          platform base
 '
-module='platform|base|support|kernels|frame|filters|transitions|keying|generators|broadcast|pages'
+module='platform|base|support|kernels|frame|pages|filters|transitions|keying|generators|broadcast'
 
 found=0
 while IFS=: read -r folder allowed; do

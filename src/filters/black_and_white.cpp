@@ -1,7 +1,12 @@
-#include "filters/black_and_white.h"
-
 #include "frame/effect.h"
 #include "kernels/desaturate.h"
+#include "pages/page.h"
+
+/// Parameters of Black and White.
+struct tDESATURATEPROP {
+    double blendAmount; ///< 0 leaves the picture, 1 gives full grey
+};
+static_assert(sizeof(tDESATURATEPROP) == 8);
 
 namespace {
 
@@ -46,4 +51,22 @@ class DXTDesaturate final : public CEffect<tDESATURATEPROP> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr tPageColumns kColumns = KwColumns(220, 58);
+
+constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "blendAmount", 1435, 1383, kThousandthsCut));
+
+constexpr tPageInfo kPage{.title = "Black and White", .size = {220, 41}, .helpTopic = 1029, .items = kItems};
+
+} // namespace
+
+class DXTDesaturatePropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTDesaturate>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTDesaturatePropPage>(const tObjectMapRow&, IUnknown*);

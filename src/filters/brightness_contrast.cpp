@@ -1,5 +1,3 @@
-#include "filters/brightness_contrast.h"
-
 #include <cmath>
 
 #include "base/arith.h"
@@ -7,6 +5,15 @@
 #include "kernels/copy.h"
 #include "kernels/lut.h"
 #include "kernels/strips.h"
+#include "pages/page.h"
+
+/// Parameters of Brightness and Contrast, in units of full scale.
+struct tBRIGHTCONTRASTPROP {
+    double brightness;     ///< added to each colour
+    double contrast;       ///< above 0 stretches, below 0 compresses
+    double contrastCenter; ///< the level about which contrast pivots
+};
+static_assert(sizeof(tBRIGHTCONTRASTPROP) == 24);
 
 namespace {
 
@@ -83,4 +90,24 @@ class DXTBrightnessContrast final : public CEffect<tBRIGHTCONTRASTPROP> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr tPageColumns kColumns = KwColumns(239, 62);
+
+constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "brightness", 1017, 1020, kSignedHundredths),
+                                KwSlider(KwRow(1), kColumns, "contrast", 1016, 1021, kSignedHundredths),
+                                KwSlider(KwRow(2), kColumns, "contrastCenter", 1318, 1319, kHundredths));
+
+constexpr tPageInfo kPage{.title = "Brightness and Contrast", .size = {239, 72}, .helpTopic = 1004, .items = kItems};
+
+} // namespace
+
+class DXTBrightnessContrastPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTBrightnessContrast>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTBrightnessContrastPropPage>(const tObjectMapRow&, IUnknown*);

@@ -1,7 +1,12 @@
-#include "filters/invert.h"
-
-#include "frame/effect.h"
 #include "kernels/invert.h"
+#include "frame/effect.h"
+#include "pages/page.h"
+
+/// Parameters of Invert.
+struct tINVERTPROP {
+    double amount; ///< 0 the source unchanged, 1 the full negative
+};
+static_assert(sizeof(tINVERTPROP) == 8);
 
 namespace {
 
@@ -51,4 +56,20 @@ class DXTInvert final : public CEffect<tINVERTPROP> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr tPageColumns kColumns = KwColumns(220, 58);
+constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "amount", 1435, 1383, kThousandthsCut));
+constexpr tPageInfo kPage{.title = "Invert", .size = {220, 41}, .helpTopic = 1028, .items = kItems};
+
+} // namespace
+
+class DXTInvertPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTInvert>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTInvertPropPage>(const tObjectMapRow&, IUnknown*);

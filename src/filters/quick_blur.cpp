@@ -1,5 +1,6 @@
 #include "frame/effect.h"
 #include "kernels/smooth_mix.h"
+#include "pages/page.h"
 
 namespace {
 
@@ -40,4 +41,22 @@ class DXTBlur final : public CEffect<tBLURPROP> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr tPageColumns kColumns = KwColumns(220, 58);
+
+constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "blendAmount", 1435, 1383, kThousandthsCut));
+
+constexpr tPageInfo kPage{.title = "Quick Blur", .size = {220, 41}, .helpTopic = 1030, .items = kItems};
+
+} // namespace
+
+class DXTBlurPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTBlur>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTBlurPropPage>(const tObjectMapRow&, IUnknown*);

@@ -1,8 +1,13 @@
-#include "filters/threshold.h"
-
 #include "base/arith.h"
 #include "frame/effect.h"
 #include "kernels/lut.h"
+#include "pages/page.h"
+
+/// Parameters of Threshold.
+struct tTHRESHOLDPROP {
+    float threshold; ///< fraction of full scale
+};
+static_assert(sizeof(tTHRESHOLDPROP) == 4);
 
 namespace {
 
@@ -33,17 +38,6 @@ constexpr tEffectClass kClass{
 
 } // namespace
 
-void KwBuildThresholdTable(void* table, LONG bytesPerPixel, float threshold) {
-    const bool bytes = bytesPerPixel == 4;
-    const std::int32_t from = KwTrunc(double{threshold} * (bytes ? 256.0 : 65536.0));
-    for (std::int32_t i = 0; i < (bytes ? 256 : 65536); ++i) {
-        if (bytes)
-            static_cast<std::uint8_t*>(table)[i] = i < from ? 0 : 0xFF;
-        else
-            static_cast<std::uint16_t*>(table)[i] = i < from ? 0 : 0xFFFF;
-    }
-}
-
 class DXTThreshold final : public CEffect<tTHRESHOLDPROP> {
   public:
     DXTThreshold(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
@@ -52,8 +46,9 @@ class DXTThreshold final : public CEffect<tTHRESHOLDPROP> {
     bool WritesWholeFrame() const override { return true; }
 
     HRESULT Apply(const CEffectViews& views, const tTHRESHOLDPROP& params) override {
+        const std::int32_t from = KwTrunc(double{params.threshold} * 256.0);
         std::uint8_t table[256];
-        KwBuildThresholdTable(table, 4, params.threshold);
+        for (std::int32_t i = 0; i < 256; ++i) table[i] = i < from ? 0 : 0xFF;
         // The whole frame where both pictures have one size.
         const bool whole = views.FramesMatch();
         const auto view = [whole](const CKwSurface& surface) { return whole ? surface.WholeView() : surface.View(); };
@@ -62,4 +57,22 @@ class DXTThreshold final : public CEffect<tTHRESHOLDPROP> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr tPageColumns kColumns = KwColumns(216, 44);
+
+constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "threshold", 1124, 1125, kHundredthsCut));
+
+constexpr tPageInfo kPage{.title = "Threshold", .size = {216, 38}, .helpTopic = 1011, .items = kItems};
+
+} // namespace
+
+class DXTThresholdPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTThreshold>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTThresholdPropPage>(const tObjectMapRow&, IUnknown*);

@@ -56,8 +56,7 @@ struct tEffectClass {
     CPresetRows presets{};
     tFloatForm floatForm = KWFLOAT_OTHER;
     bool answersPresets = true; ///< false: presets are told by `IKwParamInfo` alone
-    bool hasPage = true;
-    DWORD miscFlags = 0; ///< further bits of `m_MiscFlags`
+    DWORD miscFlags = 0;        ///< further bits of `m_MiscFlags`
 };
 
 /// A row of the object map. The table is in `object_map.cpp`.
@@ -69,13 +68,14 @@ struct tObjectMapRow {
     /// Makes the object with one reference on the returned inner unknown; null where memory is short. A null creator
     /// is a class that cannot be made.
     IUnknown* (*create)(const tObjectMapRow& row, IUnknown* outer);
+    LONG mate; ///< the row of an effect's page and of a page's effect; -1 for none
 };
 
-/// The 65 rows, in the order that hosts count them.
+/// In the order that hosts count them.
 std::span<const tObjectMapRow> KwObjectMap();
 
-/// The page class of an effect: the row behind its own, or null where that is no page.
-const CLSID* KwPageOf(const tObjectMapRow& effect);
+/// The page of an effect, the effect of a page; null for none.
+const tObjectMapRow* KwMateOf(const tObjectMapRow& row);
 
 /// Creator of a class. Defined in `frame/create.h`; each class instantiates it in its own source.
 template <class T>

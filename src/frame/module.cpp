@@ -1,7 +1,7 @@
 // The module as hosts load it: class factories and the walk of the object map.
 #include <algorithm>
-#include <array>
 #include <mutex>
+#include <vector>
 
 #include "base/object.h"
 #include "frame/effect_class.h"
@@ -52,14 +52,9 @@ class CClassFactory final : public IClassFactory {
     const tObjectMapRow& m_row;
 };
 
-template <std::size_t... I>
-auto MakeFactories(std::index_sequence<I...>) {
-    return std::array{CClassFactory(KwObjectMap()[I])...};
-}
-
-/// The factory of a row, made once.
+/// The factory of a row. Made once and never freed: a host may still hold one while the process ends.
 CClassFactory& FactoryOf(std::size_t index) {
-    static auto factories = MakeFactories(std::make_index_sequence<65>());
+    static auto& factories = *new std::vector<CClassFactory>(KwObjectMap().begin(), KwObjectMap().end());
     return factories[index];
 }
 

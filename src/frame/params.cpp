@@ -349,11 +349,11 @@ HRESULT CParamObject::Save(IStorage* storage, BOOL sameAsLoad) {
 HRESULT CParamObject::GetPages(CAUUID* pages) {
     if (!pages) return E_POINTER;
     *pages = {};
-    const CLSID* const page = m_class.hasPage ? KwPageOf(m_row) : nullptr;
+    const tObjectMapRow* const page = KwMateOf(m_row);
     if (!page) return S_OK;
     pages->pElems = static_cast<GUID*>(std::malloc(sizeof(GUID)));
     if (!pages->pElems) return E_OUTOFMEMORY;
-    *pages->pElems = *page;
+    *pages->pElems = page->clsid;
     pages->cElems = 1;
     return S_OK;
 }

@@ -1,6 +1,7 @@
 #include "kernels/test_pattern.h"
 
 #include "frame/generator.h"
+#include "pages/page.h"
 
 namespace {
 
@@ -89,4 +90,26 @@ class DXSTestp final : public CWithRecord<CGenerator, tTESTPATTERNPROP> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr auto kItems =
+    KwItems(KwItem({.id = 1123, .place = KwPlace(kPageMargin, 24, 66, 9), .field = "type", .buddy = 1122}),
+            KwItem({.kind = KWCONTROL_LIST,
+                    .id = 1122,
+                    .place = KwPlace(76, 22, 100, kRowHeight),
+                    .field = "type",
+                    .sorted = true}));
+
+constexpr tPageInfo kPage{.title = "Test Pattern", .size = {183, 45}, .helpTopic = 1023, .items = kItems};
+
+} // namespace
+
+class DXSTestpPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXSTestp>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXSTestpPropPage>(const tObjectMapRow&, IUnknown*);

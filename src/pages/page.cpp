@@ -148,8 +148,7 @@ HRESULT CPropPageBase::SetObjects(ULONG count, IUnknown** objects) {
         if (count > 0) {
             taken.assign(objects, objects + count);
             const auto known = KwQuery<IKwParamInfo>(taken.front().Get());
-            // A page stands behind its effect in the object map.
-            if (!known || FAILED(known->GetClassInfo(&info, sizeof info)) || !(info.clsid == (&m_row - 1)->clsid))
+            if (!known || FAILED(known->GetClassInfo(&info, sizeof info)) || !(info.clsid == KwMateOf(m_row)->clsid))
                 return E_NOINTERFACE;
             for (LONG i = 0; i < info.fieldCount; ++i) {
                 fields.emplace_back();

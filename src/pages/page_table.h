@@ -66,7 +66,7 @@ struct tPagePair {
     tPairEdit lowEdit = tPairEdit::STOPS, highEdit = tPairEdit::STOPS;
 };
 
-/// A page as data. Its class stands behind its effect's in the object map.
+/// A page as data.
 struct tPageInfo {
     const char* title; ///< caption of the Logo band
     SIZE size;         ///< dialog units

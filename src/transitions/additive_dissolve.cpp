@@ -12,7 +12,6 @@ constexpr tEffectClass kClass{
     .infoFlags = 0xC1,
     .maxBands = 4,
     .floatForm = KWFLOAT_SOUND,
-    .hasPage = false,
 };
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "frame/effect.h"
 #include "kernels/shape_mix.h"
+#include "pages/page.h"
+#include "pages/shape_rows.h"
 #include "transitions/shape_fields.h"
 
 namespace {
@@ -64,4 +66,22 @@ class DXTKwCCutter final : public CEffect<tCUTTERINFO> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr auto kItems = KwItems(
+    KwShapeRows("method", 96, KwSlider(KwRow(5), kShapeColumns, "size", kShapeSize, kShapeSizeEdit, kHundredthsCut)));
+
+constexpr tPageInfo kPage{
+    .title = "Cookie Cutter", .size = {kShapeWidth, KwRow(6) + 172}, .helpTopic = 1033, .items = kItems};
+
+} // namespace
+
+class DXTKwCCutterPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTKwCCutter>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTKwCCutterPropPage>(const tObjectMapRow&, IUnknown*);

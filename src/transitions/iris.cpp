@@ -1,6 +1,8 @@
 #include "base/arith.h"
 #include "frame/effect.h"
 #include "kernels/shape_mix.h"
+#include "pages/page.h"
+#include "pages/shape_rows.h"
 #include "transitions/shape_fields.h"
 
 namespace {
@@ -62,4 +64,22 @@ class DXTKwIris final : public CEffect<tIRISINFO> {
     }
 };
 
+// --- its page
+
+namespace {
+
+constexpr std::array<tPageItem, 0> kNoSize{};
+
+constexpr auto kItems = KwItems(KwShapeRows("direction", 96, kNoSize));
+
+constexpr tPageInfo kPage{.title = "Iris", .size = {kShapeWidth, KwRow(5) + 172}, .helpTopic = 1021, .items = kItems};
+
+} // namespace
+
+class DXTKwIrisPropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTKwIris>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTKwIrisPropPage>(const tObjectMapRow&, IUnknown*);

@@ -3,6 +3,7 @@
 #include "base/arith.h"
 #include "frame/effect.h"
 #include "kernels/wipe.h"
+#include "pages/page.h"
 
 namespace {
 
@@ -75,4 +76,27 @@ class DXTKwWipe final : public CEffect<tWIPEPROP> {
     double m_LongerSide = 0.0; ///< pixels of this frame's output area
 };
 
+// --- its page
+
+namespace {
+
+constexpr tPageColumns kColumns = KwColumns(230, 36);
+
+/// Tenths of a degree.
+constexpr tPageScale kAngle{
+    0, 3600, 1, 0, [](double v) { return KwRoundAway(v * 10); }, [](LONG p) { return p * 0.1; }};
+
+constexpr auto kItems = KwItems(KwSlider(KwRow(0), kColumns, "angle", 1171, 1172, kAngle),
+                                KwSlider(KwRow(1), kColumns, "feather", 1175, 1176, kThousandths));
+
+constexpr tPageInfo kPage{.title = "Linear Wipe", .size = {230, 57}, .helpTopic = 1020, .items = kItems};
+
+} // namespace
+
+class DXTKwWipePropPage final : public CPropPage<kPage> {
+  public:
+    using CPropPage::CPropPage;
+};
+
 template IUnknown* KwCreate<DXTKwWipe>(const tObjectMapRow&, IUnknown*);
+template IUnknown* KwCreate<DXTKwWipePropPage>(const tObjectMapRow&, IUnknown*);

@@ -2,7 +2,6 @@
 #include "base/arith.h"
 #include "base/level.h"
 #include "filter.h"
-#include "filters/black_and_white.h"
 #include "kernels/hsl_adjust.h"
 #include "kernels/sepia.h"
 
@@ -30,10 +29,10 @@ tPixelRule BlackAndWhite(double amount) {
 }
 
 TEST(BlackAndWhite, FollowsItsRule) {
-    for (const auto& r : Records<tDESATURATEPROP>("Black and White", {{0.998}, {-0.004}, {1.5}, {-2.0}}))
-        ExpectRule("Black and White", r, [&] { return BlackAndWhite(r.blendAmount); });
+    for (const auto& r : Records<double>("Black and White", {0.998, -0.004, 1.5, -2.0}))
+        ExpectRule("Black and White", r, [&] { return BlackAndWhite(r); });
     // At no grey at all the picture comes back a little short.
-    EXPECT_EQ((tPixel8{1, 86, 254, 255}), Through("Black and White", tDESATURATEPROP{0}, {0, 85, 255, 255}));
+    EXPECT_EQ((tPixel8{1, 86, 254, 255}), Through("Black and White", 0.0, {0, 85, 255, 255}));
 }
 
 TEST(BlackAndWhite, WithoutAnInputWorksInPlace) {

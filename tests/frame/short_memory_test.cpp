@@ -462,7 +462,7 @@ void WalkRow(const tObjectMapRow& row) {
         WalkEffect(row);
     else
         WalkGenerator(row);
-    if (const CLSID* const page = KwPageOf(row)) WalkPage(row, *page);
+    if (const tObjectMapRow* const page = KwMateOf(row)) WalkPage(row, page->clsid);
 }
 
 class ShortMemory : public testing::TestWithParam<std::size_t> {};
