@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "fmt/format.h"
+#include "host/field_words.h"
 #include "host/module.h"
 #include "host/names.h"
 #include "host/text_fields.h"
@@ -153,12 +154,6 @@ std::vector<std::size_t> shownOrder(const tFieldInfo& field) {
     return order;
 }
 
-std::string shownLetters(const tFieldInfo& field) {
-    std::string letters;
-    for (const std::size_t i : shownOrder(field)) letters += field.components[i];
-    return letters;
-}
-
 /// Red, green, blue and perhaps alpha of "#RRGGBB" or "#RRGGBBAA", as 0 to 1.
 std::optional<std::vector<double>> parseHexColor(std::string_view text) {
     text.remove_prefix(1);
@@ -199,7 +194,7 @@ std::string takenText(const tFieldInfo& field) {
         return fmt::format("{} or a number from {} to {}", quotedList(texts), least.value, most.value);
     }
     case KWFIELD_COLOR: {
-        const std::string letters = shownLetters(field);
+        const std::string letters = fieldLetters(field);
         const std::string_view hex = letters == "rgb"    ? "a colour as #RRGGBB or "
                                      : letters == "rgba" ? "a colour as #RRGGBB, #RRGGBBAA or "
                                                          : "";
@@ -245,7 +240,7 @@ std::optional<std::vector<double>> parseValues(const tFieldInfo& field, std::str
     if (field.kind == KWFIELD_SWITCH) return single(parseSwitch(text));
     if (field.kind == KWFIELD_CHOICE) return single(parseChoice(field, text));
     if (field.kind != KWFIELD_COLOR) return parseNumbers(text);
-    const std::string letters = shownLetters(field);
+    const std::string letters = fieldLetters(field);
     const bool isRgb = letters == "rgb" || letters == "rgba";
     auto values = text.starts_with('#') ? isRgb ? parseHexColor(text) : std::nullopt : parseNumbers(text);
     // A colour without alpha is opaque.

@@ -1,5 +1,6 @@
 #include "host/module.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -49,6 +50,9 @@ EffectKind kindOf(LONG kind) {
     return kind == 0 ? EffectKind::Generator : kind == KWKIND_TRANSITION ? EffectKind::Transition : EffectKind::Filter;
 }
 
+/// Bit of `tEffectInfo::flags` in effects that take the frame's time from the surface.
+constexpr ULONG kFlagWatchesTime = 0x100;
+
 /// False for an object that does not tell what it is.
 bool describe(IUnknown* object, EffectInfo& info) {
     const auto told = KwQuery<IKwParamInfo>(object);
@@ -60,6 +64,10 @@ bool describe(IUnknown* object, EffectInfo& info) {
     info.minInputs = row.minInputs;
     info.maxInputs = row.maxInputs;
     info.soundInFloat = row.floatForm == KWFLOAT_SOUND;
+    tEffectInfo block{};
+    const auto teller = KwQuery<IKwEffectInfo>(object);
+    info.watchesTime =
+        teller && SUCCEEDED(teller->GetEffectInfo(&block, sizeof block)) && (block.flags & kFlagWatchesTime) != 0;
     const auto recordOf = [&](LONG index, std::string& name) {
         std::vector<std::byte> record(static_cast<std::size_t>(row.recordSize));
         const char* text = nullptr;
@@ -156,6 +164,24 @@ CComPtr<IUnknown> Module::State::createObject(const CLSID& clsid) const {
     if (status == E_OUTOFMEMORY) throw StatusError("there is not enough memory for another effect", status);
     throw StatusError(fmt::format("the module {} has no such effect", path),
                       FAILED(status) ? status : CLASS_E_CLASSNOTAVAILABLE);
+}
+
+bool isLegalizer(const EffectInfo& info) {
+    return info.className == "DXTBroadcastColors" || info.className == "DXTGamut";
+}
+
+bool isNone(const EffectInfo& info, std::span<const std::byte> record) {
+    return std::ranges::any_of(info.presets, [&](const PresetInfo& preset) {
+        return preset.name == "Reset to None" && std::ranges::equal(preset.record, record);
+    });
+}
+
+std::string moduleBeside(const void* address) {
+    Dl_info place{};
+    if (std::getenv("LARKMOOR_MODULE") || !dladdr(address, &place)) return {};
+    std::error_code error;
+    const fs::path file = fs::canonical(place.dli_fname, error).parent_path() / kFileName;
+    return !error && fs::exists(file, error) ? file.string() : std::string();
 }
 
 Module Module::load(const std::string& path) {

@@ -35,6 +35,7 @@ struct EffectInfo {
     EffectKind kind{};
     int minInputs = 0, maxInputs = 0;
     bool soundInFloat = false; ///< makes of floats the picture that it makes of bytes, finer; false for generators
+    bool watchesTime = false;  ///< the picture depends on the frame's time
     std::vector<std::byte> defaults;
     std::vector<tFieldInfo> fields;
     std::vector<PresetInfo> presets;
@@ -48,6 +49,11 @@ struct EffectInfo {
     const PresetInfo& preset(std::string_view name) const;
 };
 
+/// Whether an effect holds levels to those that can be broadcast: what lies beyond full scale may not pass it by.
+bool isLegalizer(const EffectInfo& info);
+/// Whether the record is that of the preset by which an effect leaves pictures as they are.
+bool isNone(const EffectInfo& info, std::span<const std::byte> record);
+
 /// Reads or writes one field of a record's bytes as text in plain "C" form: a number; on/off, yes/no, true/false, 1/0;
 /// a choice by its text or number; a colour as #RRGGBB, #RRGGBBAA or comma-separated numbers 0 to 1 in the order red,
 /// green, blue, alpha; a point as x,y; a font as family, style and pixels ("Liberation Sans Bold 72", each part but the
@@ -60,6 +66,10 @@ void setFieldText(const tFieldInfo& field, std::vector<std::byte>& record, std::
 /// What is wrong with a field's value where it lies beyond what the effect's page takes: a sentence that names the
 /// range.
 std::optional<std::string> fieldFault(const tFieldInfo& field, std::span<const std::byte> record);
+
+/// The module's file for what is loaded into other programs: the one in the folder of the library or program that an
+/// address lies in. Empty, for `Module::load` to look, where there is none or LARKMOOR_MODULE names one.
+std::string moduleBeside(const void* address);
 
 class Effect;
 

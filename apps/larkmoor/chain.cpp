@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 
 #include "host/alpha.h"
+#include "host/depth.h"
 #include "json_node.h"
-#include "media/depth.h"
 #include "output_file.h"
 #include "preset_store.h"
 
@@ -159,12 +159,7 @@ std::vector<std::string> effectsInBytes(const Recipe& recipe) {
 }
 
 bool limitsLevels(const Step& step) {
-    constexpr std::string_view legality[] = {"DXTBroadcastColors", "DXTGamut"};
-    if (std::ranges::find(legality, step.info->className) == std::end(legality)) return false;
-    const auto isNone = [&](const PresetInfo& preset) {
-        return preset.name == "Reset to None" && preset.record == step.record;
-    };
-    return step.ramp || std::ranges::none_of(step.info->presets, isNone);
+    return isLegalizer(*step.info) && (step.ramp || !isNone(*step.info, step.record));
 }
 
 Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors) : m_processors(processors) {

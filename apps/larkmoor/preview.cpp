@@ -10,9 +10,9 @@
 #include <fmt/format.h>
 
 #include "host/alpha.h"
+#include "host/depth.h"
 #include "media/conform.h"
 #include "media/convert.h"
-#include "media/depth.h"
 #include "platform/font.h"
 #include "render_project.h"
 

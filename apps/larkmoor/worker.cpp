@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "host/alpha.h"
-#include "media/depth.h"
+#include "host/depth.h"
 
 namespace larkmoor {
 

@@ -14,7 +14,6 @@ struct Plugin {
     std::string title;    ///< "Larkmoor Gaussian Blur"
     std::string explanation;
     int type = F0R_PLUGIN_TYPE_FILTER;
-    bool watchesTime = false; ///< the picture depends on the frame's time
     std::vector<Parameter> parameters;
 };
 

@@ -105,7 +105,7 @@ void Instance::applyValues() {
 tSurfaceInfo Instance::infoOf(double time) {
     const std::int64_t frame = m_frames++;
     tSurfaceInfo info{.pixelAspect = 1, .frameRate = m_timing.rate, .time100ns = 0};
-    if (!m_plugin.watchesTime) return info;
+    if (!m_plugin.info->watchesTime) return info;
     double seconds = static_cast<double>(frame) / m_timing.rate;
     if (time >= 0 && time <= kMostTime) {
         const bool milliseconds = m_timing.unit == Timing::Unit::Milliseconds ||

@@ -1,11 +1,11 @@
 #include "parameters.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 #include <fmt/format.h>
 
+#include "host/field_words.h"
 #include "host/names.h"
 
 namespace larkmoor::frei0r {
@@ -17,59 +17,9 @@ std::string textOf(const char* text) {
     return text ? text : "";
 }
 
-/// A label without its mnemonic and final colon.
-std::string titleOf(const tFieldInfo& field) {
-    std::string title = textOf(field.label);
-    std::erase(title, '&');
-    while (title.ends_with(':') || title.ends_with(' ')) title.pop_back();
-    return title.empty() ? textOf(field.name) : title;
-}
-
-/// The table's word for fields that stand in the record alone and show nowhere.
-bool isIdle(const tFieldInfo& field) {
-    return textOf(field.help).starts_with("Kept ");
-}
-
 /// Hosts that set by position reach the first ones best: what is written, then what animates.
 int rankOf(const tFieldInfo& field) {
     return field.kind == KWFIELD_TEXT ? 0 : field.ramp != KWRAMP_START ? 1 : 2;
-}
-
-std::vector<double> numbersOf(std::string_view text) {
-    std::vector<double> numbers;
-    while (!text.empty()) {
-        double number = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error != std::errc()) break;
-        numbers.push_back(number);
-        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-        if (text.starts_with(',')) text.remove_prefix(1);
-    }
-    return numbers;
-}
-
-/// The letters of a colour or point in the order in which its text has them: red, green, blue, alpha.
-std::string lettersOf(const tFieldInfo& field) {
-    std::string letters = textOf(field.components);
-    constexpr std::string_view order = "rgba";
-    if (field.kind == KWFIELD_COLOR && letters.find_first_not_of(order) == std::string::npos)
-        std::ranges::stable_sort(letters, {}, [&](char letter) { return order.find(letter); });
-    return letters;
-}
-
-std::string wordOf(char letter) {
-    switch (letter) {
-    case 'r':
-        return "Red";
-    case 'g':
-        return "Green";
-    case 'b':
-        return "Blue";
-    case 'a':
-        return "Alpha";
-    default:
-        return std::string(1, static_cast<char>(letter >= 'a' && letter <= 'z' ? letter - 'a' + 'A' : letter));
-    }
 }
 
 std::string choicesText(const Parameter& parameter) {
@@ -113,7 +63,7 @@ void explain(Parameter& parameter) {
 void addField(std::vector<Parameter>& parameters, const EffectInfo& info, const tFieldInfo& field) {
     Parameter base{.role = Role::Field,
                    .name = textOf(field.name),
-                   .title = titleOf(field),
+                   .title = fieldTitle(field),
                    .help = textOf(field.help),
                    .unit = textOf(field.unit),
                    .minimum = field.minimum,
@@ -148,8 +98,8 @@ void addField(std::vector<Parameter>& parameters, const EffectInfo& info, const 
     default:
         break;
     }
-    const std::vector<double> numbers = numbersOf(text);
-    const std::string letters = lettersOf(field);
+    const std::vector<double> numbers = fieldNumbers(text);
+    const std::string letters = fieldLetters(field);
     base.count = 1;
     if (field.kind == KWFIELD_COLOR) {
         // Full scale is 1 in a colour's text, whatever its storage.
@@ -168,7 +118,7 @@ void addField(std::vector<Parameter>& parameters, const EffectInfo& info, const 
         Parameter one = base;
         one.element = i;
         if (numbers.size() > 1) {
-            const std::string word = i < letters.size() ? wordOf(letters[i]) : std::to_string(i + 1);
+            const std::string word = i < letters.size() ? componentWord(letters[i]) : std::to_string(i + 1);
             one.name += word;
             one.title += ' ';
             one.title += word.size() > 1 ? foldName(word) : word;
@@ -267,7 +217,7 @@ double Parameter::normal(double value) const {
     return maximum > minimum ? fraction((value - minimum) / (maximum - minimum)) : 0.0;
 }
 
-std::vector<Parameter> parametersOf(const EffectInfo& info, bool watchesTime) {
+std::vector<Parameter> parametersOf(const EffectInfo& info) {
     std::vector<Parameter> parameters;
     if (info.kind == EffectKind::Transition) {
         Parameter progress{.role = Role::Progress,
@@ -292,7 +242,7 @@ std::vector<Parameter> parametersOf(const EffectInfo& info, bool watchesTime) {
     for (const int rank : {0, 1, 2})
         for (const tFieldInfo& field : info.fields)
             if (rankOf(field) == rank && !isIdle(field)) addField(parameters, info, field);
-    if (watchesTime) std::ranges::move(timeParameters(), std::back_inserter(parameters));
+    if (info.watchesTime) std::ranges::move(timeParameters(), std::back_inserter(parameters));
     return parameters;
 }
 

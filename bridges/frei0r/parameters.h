@@ -51,8 +51,7 @@ struct Parameter {
 };
 
 /// Progress first, then the preset, the text, the fields that animate, the other fields, the parameters of time.
-/// @param watchesTime whether the picture depends on the frame's time.
-std::vector<Parameter> parametersOf(const EffectInfo& info, bool watchesTime);
+std::vector<Parameter> parametersOf(const EffectInfo& info);
 
 /// The record that values stand for. What has its default keeps the default record's very bytes, and a preset in force
 /// gives its own record. What a field does not take leaves the default.

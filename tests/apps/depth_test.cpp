@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "host/depth.h"
 #include "media/chroma_scaler.h"
 #include "media/convert.h"
 #include "media/deep_rows.h"
-#include "media/depth.h"
 
 namespace larkmoor {
 namespace {

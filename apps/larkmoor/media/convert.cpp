@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "host/alpha.h"
+#include "host/depth.h"
 #include "media/deep_rows.h"
-#include "media/depth.h"
 #include "media/yuv_rows.h"
 
 extern "C" {

@@ -1,4 +1,4 @@
-#include "media/depth.h"
+#include "host/depth.h"
 
 #include <cstdint>
 #include <cstring>
