@@ -1,10 +1,9 @@
 #include "host/task_manager.h"
 
 #include <algorithm>
-
-#include "tbb/info.h"
-#include "tbb/parallel_for.h"
-#include "tbb/task_arena.h"
+#include <system_error>
+#include <thread>
+#include <vector>
 
 namespace larkmoor {
 namespace {
@@ -17,7 +16,7 @@ void run(const DXTASKINFO& task) {
 } // namespace
 
 TaskManager::TaskManager(unsigned processors)
-    : m_processors(processors ? processors : static_cast<ULONG>(std::max(tbb::info::default_concurrency(), 1))),
+    : m_processors(processors ? processors : std::max(std::thread::hardware_concurrency(), 1u)),
       m_poolSize(m_processors), m_limit(m_processors) {}
 
 HRESULT TaskManager::SetThreadPoolSize(ULONG size) {
@@ -39,13 +38,18 @@ HRESULT TaskManager::ScheduleTasks(DXTASKINFO* tasks, HANDLE*, DWORD* ids, ULONG
         return E_INVALIDARG;
     if (ids) std::generate_n(ids, count, [this] { return m_nextId++; });
     return guarded([&]() -> HRESULT {
-        if (count == 1 || m_limit == 1) {
-            std::for_each(tasks, tasks + count, run);
-        } else {
-            // Isolated: while it waits, the calling thread must not pick up a task of some other frame, which could
-            // come back to the object whose lock is held here.
-            tbb::this_task_arena::isolate([&] { tbb::parallel_for(ULONG{0}, count, [&](ULONG i) { run(tasks[i]); }); });
+        std::atomic<ULONG> next = 0;
+        const auto work = [&] {
+            for (ULONG i = next++; i < count; i = next++) run(tasks[i]);
+        };
+        std::vector<std::jthread> helpers;
+        try {
+            // Not a pool's: a waiting thread would take up a task of some other frame, which could come back to the
+            // object whose lock is held here. To start a few costs little beside a frame.
+            while (helpers.size() + 1 < std::min<ULONG>({count, m_limit, m_processors})) helpers.emplace_back(work);
+        } catch (const std::system_error&) { // no more threads: the others do it
         }
+        work();
         return S_OK;
     });
 }

@@ -1,13 +1,13 @@
-// Bands in parallel on oneTBB.
+// Bands in parallel.
 #pragma once
 
 #include "host/object.h"
 
 namespace larkmoor {
 
-/// Runs the tasks of a call at once and returns when all are done. A concurrency limit of 1 runs them one behind the
-/// other; other limits and the pool's size are kept and told, and the scheduler decides. Nothing can be terminated,
-/// since nothing is left to run when a call has returned.
+/// Runs the tasks of a call at once, on as many threads as it reports processors and the concurrency limit allows, and
+/// returns when all are done. The pool's size is kept and told. Nothing can be terminated, since nothing is left to run
+/// when a call has returned.
 class TaskManager final : public ObjectOf<IDXTaskManager> {
   public:
     /// @param processors what it reports; 0 for the machine's number.

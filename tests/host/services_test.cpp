@@ -1,9 +1,13 @@
 #include "host/services.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstring>
+#include <latch>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "host/error.h"
@@ -115,6 +119,27 @@ TEST(HostTasks, RunAllAndReturnAfterTheLast) {
         EXPECT_EQ(manager->ScheduleTasks(nullptr, nullptr, nullptr, 2, 0), E_POINTER);
         EXPECT_EQ(manager->ScheduleTasks(nullptr, nullptr, nullptr, 0, 0), S_OK);
     }
+}
+
+TEST(HostTasks, RunAtOnceUnlessLimited) {
+    struct Meeting {
+        std::latch all{3};
+        std::set<std::thread::id> threads;
+        std::mutex lock;
+    } meeting;
+    const auto manager = serviceOf<IDXTaskManager>(createTransformFactory(3).Get(), SID_SDXTaskManager);
+    const auto run = [&](void (*task)(void*, BOOL*)) {
+        std::vector<DXTASKINFO> tasks(3, {task, &meeting, nullptr, 0, nullptr});
+        EXPECT_EQ(manager->ScheduleTasks(tasks.data(), nullptr, nullptr, 3, 0), S_OK);
+    };
+    run([](void* data, BOOL*) { static_cast<Meeting*>(data)->all.arrive_and_wait(); });
+    manager->SetConcurrencyLimit(1);
+    run([](void* data, BOOL*) {
+        auto& [all, threads, lock] = *static_cast<Meeting*>(data);
+        const std::scoped_lock guard(lock);
+        threads.insert(std::this_thread::get_id());
+    });
+    EXPECT_THAT(meeting.threads, testing::ElementsAre(std::this_thread::get_id()));
 }
 
 TEST(HostStream, ReadsWritesAndSeeks) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -9,6 +10,8 @@
 #include <vector>
 
 #include "locales.h"
+#include "platform/locale_table.h"
+#include "platform/posix/icu_locale.h"
 #include "support/named_strings.h"
 #include "support/strings.h"
 #include "support/value_read.h"
@@ -355,6 +358,30 @@ TEST(LocaleBlock, Facts) {
     EXPECT_EQ(KwReadLocale("sv_SE").negativeSign.View(), "\u2212");
     EXPECT_EQ(KwReadLocale("en_US_and_then_a_very_long_tail_that_no_locale_has_at_all_________").decimal.View(), ".");
     EXPECT_EQ(KwReadLocale(std::string(5000, 'x').c_str()).decimal.View(), ".");
+}
+
+TEST(LocaleBlock, TableTellsWhatTheSystemDoes) {
+    const auto same = [](const tLOCALEFACTS& one, const tLOCALEFACTS& other) {
+        return std::memcmp(&one, &other, sizeof one) == 0;
+    };
+    const auto read = [](std::string_view name) {
+        tLOCALEFACTS facts{};
+        KwReadLocaleTable(name, facts);
+        return facts;
+    };
+    tLOCALEFACTS facts{};
+    const bool hasSystem = KwReadIcuLocale("en_US", facts);
+    for (const std::string_view name : KwLocaleTableNames()) {
+        facts = {};
+        KwReadIcuLocale(std::string(name).c_str(), facts);
+        facts.leadingZero = 0;
+        EXPECT_TRUE(!hasSystem || same(read(name), facts)) << name;
+    }
+    const char* const rows[][2] = {{"de_LU", "de_DE"}, {"de-CH", "de_CH"}, {"fr", "fr_FR"}, {"fr_", "fr_FR"},
+                                   {"dex", "en_US"},   {"xx_DE", "en_US"}, {"d", "en_US"},  {"", "en_US"}};
+    for (const auto& [name, as] : rows) EXPECT_TRUE(same(read(name), read(as))) << name;
+    for (const char* const name : kLocaleNames)
+        EXPECT_NE(std::ranges::find(KwLocaleTableNames(), name), KwLocaleTableNames().end());
 }
 
 TEST(ValueRead, StopsBehindTheDigits) {

@@ -65,7 +65,8 @@ CPlacement::tPoint CPlacement::PixelOf(const tPlacementHandle& handle) const {
 LONG CPlacement::HitTest(LONG x, LONG y) const {
     const auto hit = [&](LONG index) {
         const tPoint centre = PixelOf(m_handles[index]);
-        return std::hypot(x - centre.x, y - centre.y) <= kPlacementReach;
+        const double dx = x - centre.x, dy = y - centre.y;
+        return dx * dx + dy * dy <= kPlacementReach * kPlacementReach;
     };
     if (Has(m_selected) && hit(m_selected)) return m_selected;
     for (LONG index = Count() - 1; index >= 0; --index)

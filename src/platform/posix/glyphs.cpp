@@ -11,11 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include <fontconfig/fontconfig.h>
-#include <ft2build.h>
-#include FT_FREETYPE_H
-#include FT_OUTLINE_H
-#include FT_TRUETYPE_TABLES_H
+#include "platform/posix/font_libraries.h"
 
 namespace {
 
@@ -32,10 +28,11 @@ struct tFree {
         Free(object);
     }
 };
-using tPattern = std::unique_ptr<FcPattern, tFree<&FcPatternDestroy>>;
-using tConfig = std::unique_ptr<FcConfig, tFree<&FcConfigDestroy>>;
-using tLibrary = std::unique_ptr<std::remove_pointer_t<FT_Library>, tFree<&FT_Done_FreeType>>;
-using tFace = std::unique_ptr<std::remove_pointer_t<FT_Face>, tFree<&FT_Done_Face>>;
+using tPattern = std::unique_ptr<FcPattern, tFree<[](auto* object) { Fc().PatternDestroy(object); }>>;
+using tConfig = std::unique_ptr<FcConfig, tFree<[](auto* object) { Fc().ConfigDestroy(object); }>>;
+using tLibrary =
+    std::unique_ptr<std::remove_pointer_t<FT_Library>, tFree<[](auto* object) { Ft().DoneFreeType(object); }>>;
+using tFace = std::unique_ptr<std::remove_pointer_t<FT_Face>, tFree<[](auto* object) { Ft().DoneFace(object); }>>;
 
 /// What fontconfig chose.
 struct tChoice {
@@ -50,19 +47,20 @@ const FcChar8* Bytes(const char* text) {
 
 bool IsGeneric(const std::string& family) {
     constexpr const char* kNames[] = {"sans-serif", "sans", "serif", "monospace", "mono", "system-ui", ""};
-    return std::any_of(std::begin(kNames), std::end(kNames),
-                       [&](const char* name) { return FcStrCmpIgnoreCase(Bytes(name), Bytes(family.c_str())) == 0; });
+    return std::any_of(std::begin(kNames), std::end(kNames), [&](const char* name) {
+        return Fc().StrCmpIgnoreCase(Bytes(name), Bytes(family.c_str())) == 0;
+    });
 }
 
 /// Whether the face bears the family's name, or one that the configuration calls the same.
 bool IsSameFamily(FcPattern* wanted, FcPattern* found) {
     FcValue name;
     FcValueBinding binding;
-    for (int i = 0; FcPatternGetWithBinding(wanted, FC_FAMILY, i, &name, &binding) == FcResultMatch; ++i) {
+    for (int i = 0; Fc().PatternGetWithBinding(wanted, FC_FAMILY, i, &name, &binding) == FcResultMatch; ++i) {
         if (binding == FcValueBindingWeak || name.type != FcTypeString) continue;
         FcChar8* has = nullptr;
-        for (int k = 0; FcPatternGetString(found, FC_FAMILY, k, &has) == FcResultMatch; ++k)
-            if (FcStrCmpIgnoreCase(name.u.s, has) == 0) return true;
+        for (int k = 0; Fc().PatternGetString(found, FC_FAMILY, k, &has) == FcResultMatch; ++k)
+            if (Fc().StrCmpIgnoreCase(name.u.s, has) == 0) return true;
     }
     return false;
 }
@@ -73,41 +71,41 @@ void TellReplaced(const std::string& family, FcPattern* found) {
     const std::scoped_lock guard(lock);
     if (told.size() >= kMostTold || !told.insert(family).second) return;
     FcChar8* name = nullptr;
-    FcPatternGetString(found, FC_FAMILY, 0, &name);
+    Fc().PatternGetString(found, FC_FAMILY, 0, &name);
     std::fprintf(stderr, "larkmoor: the font family \"%s\" is not installed; \"%s\" takes its place\n", family.c_str(),
                  name ? reinterpret_cast<const char*>(name) : "another");
 }
 
 FcConfig* Fonts() {
-    static const tConfig config(FcInitLoadConfigAndFonts());
+    static const tConfig config(Fc().InitLoadConfigAndFonts());
     return config.get();
 }
 
 std::optional<tChoice> Choose(const tLOGFONT& font) {
     FcConfig* const config = Fonts();
     const std::string family(font.lfFaceName, strnlen(font.lfFaceName, sizeof font.lfFaceName));
-    const tPattern wanted(FcPatternCreate());
+    const tPattern wanted(Fc().PatternCreate());
     if (!config || !wanted) return std::nullopt;
-    if (!family.empty()) FcPatternAddString(wanted.get(), FC_FAMILY, Bytes(family.c_str()));
+    if (!family.empty()) Fc().PatternAddString(wanted.get(), FC_FAMILY, Bytes(family.c_str()));
     const bool bold = font.lfWeight >= 600;
-    FcPatternAddInteger(wanted.get(), FC_WEIGHT,
-                        font.lfWeight > 0 && font.lfWeight <= 1000 ? FcWeightFromOpenType(font.lfWeight)
-                        : bold                                     ? FC_WEIGHT_BOLD
-                                                                   : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(wanted.get(), FC_SLANT, font.lfItalic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
-    FcPatternAddBool(wanted.get(), FC_SCALABLE, FcTrue);
-    FcConfigSubstitute(config, wanted.get(), FcMatchPattern);
-    FcDefaultSubstitute(wanted.get());
+    Fc().PatternAddInteger(wanted.get(), FC_WEIGHT,
+                           font.lfWeight > 0 && font.lfWeight <= 1000 ? Fc().WeightFromOpenType(font.lfWeight)
+                           : bold                                     ? FC_WEIGHT_BOLD
+                                                                      : FC_WEIGHT_REGULAR);
+    Fc().PatternAddInteger(wanted.get(), FC_SLANT, font.lfItalic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    Fc().PatternAddBool(wanted.get(), FC_SCALABLE, FcTrue);
+    Fc().ConfigSubstitute(config, wanted.get(), FcMatchPattern);
+    Fc().DefaultSubstitute(wanted.get());
     FcResult result{};
-    const tPattern found(FcFontMatch(config, wanted.get(), &result));
+    const tPattern found(Fc().FontMatch(config, wanted.get(), &result));
     FcChar8* file = nullptr;
-    if (!found || FcPatternGetString(found.get(), FC_FILE, 0, &file) != FcResultMatch) return std::nullopt;
+    if (!found || Fc().PatternGetString(found.get(), FC_FILE, 0, &file) != FcResultMatch) return std::nullopt;
     if (!IsGeneric(family) && !IsSameFamily(wanted.get(), found.get())) TellReplaced(family, found.get());
     tChoice choice{reinterpret_cast<const char*>(file)};
     int weight = FC_WEIGHT_REGULAR, slant = FC_SLANT_ROMAN;
-    FcPatternGetInteger(found.get(), FC_INDEX, 0, &choice.index);
-    FcPatternGetInteger(found.get(), FC_WEIGHT, 0, &weight);
-    FcPatternGetInteger(found.get(), FC_SLANT, 0, &slant);
+    Fc().PatternGetInteger(found.get(), FC_INDEX, 0, &choice.index);
+    Fc().PatternGetInteger(found.get(), FC_WEIGHT, 0, &weight);
+    Fc().PatternGetInteger(found.get(), FC_SLANT, 0, &slant);
     choice.bold = !bold || weight >= FC_WEIGHT_DEMIBOLD;
     choice.italic = !font.lfItalic || slant != FC_SLANT_ROMAN;
     return choice;
@@ -124,7 +122,7 @@ class CFreeTypeFont final : public CGlyphFont {
 
     const tFontMetrics& Metrics() const override { return m_metrics; }
     std::span<const std::byte> CharacterMap() const override { return m_characterMap; }
-    ULONG IndexOf(char32_t character) const override { return FT_Get_Char_Index(m_face.get(), character); }
+    ULONG IndexOf(char32_t character) const override { return Ft().GetCharIndex(m_face.get(), character); }
 
     const tGlyph* Glyph(ULONG index) override {
         if (const auto kept = m_glyphs.find(index); kept != m_glyphs.end())
@@ -149,8 +147,8 @@ class CFreeTypeFont final : public CGlyphFont {
 
     void SetSize(LONG height) {
         const FT_Face face = m_face.get();
-        const auto* const os2 = static_cast<const TT_OS2*>(FT_Get_Sfnt_Table(face, FT_SFNT_OS2));
-        const auto* const hhea = static_cast<const TT_HoriHeader*>(FT_Get_Sfnt_Table(face, FT_SFNT_HHEA));
+        const auto* const os2 = static_cast<const TT_OS2*>(Ft().GetSfntTable(face, FT_SFNT_OS2));
+        const auto* const hhea = static_cast<const TT_HoriHeader*>(Ft().GetSfntTable(face, FT_SFNT_HHEA));
         const long em = face->units_per_EM;
         long ascent = face->ascender, descent = -face->descender;
         if (os2 && os2->usWinAscent + os2->usWinDescent > 0) {
@@ -163,7 +161,7 @@ class CFreeTypeFont final : public CGlyphFont {
         const std::int64_t size = height > 0 ? (std::int64_t{height} * em + cell / 2) / cell : -std::int64_t{height};
         if (size > kMostHeight) return;
         const auto perEm = static_cast<long>(std::max<std::int64_t>(size, 1));
-        if (FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(perEm)) != 0) return;
+        if (Ft().SetPixelSizes(face, 0, static_cast<FT_UInt>(perEm)) != 0) return;
         const auto pixels = [&](long units) { return static_cast<LONG>((units * perEm + em / 2) / em); };
         m_metrics.height = pixels(ascent) + pixels(descent);
         if (hhea)
@@ -176,27 +174,27 @@ class CFreeTypeFont final : public CGlyphFont {
     void ReadCharacterMap() {
         FT_ULong size = 0;
         constexpr FT_ULong kTag = FT_MAKE_TAG('c', 'm', 'a', 'p');
-        if (FT_Load_Sfnt_Table(m_face.get(), kTag, 0, nullptr, &size) != 0) return;
+        if (Ft().LoadSfntTable(m_face.get(), kTag, 0, nullptr, &size) != 0) return;
         m_characterMap.resize(size);
-        if (FT_Load_Sfnt_Table(m_face.get(), kTag, 0, reinterpret_cast<FT_Byte*>(m_characterMap.data()), &size) != 0)
+        if (Ft().LoadSfntTable(m_face.get(), kTag, 0, reinterpret_cast<FT_Byte*>(m_characterMap.data()), &size) != 0)
             m_characterMap.clear();
     }
 
     bool Draw(ULONG index, tKept& out) {
-        if (FT_Load_Glyph(m_face.get(), index, FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP) != 0) return false;
+        if (Ft().LoadGlyph(m_face.get(), index, FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP) != 0) return false;
         const FT_GlyphSlot slot = m_face->glyph;
         if (slot->format != FT_GLYPH_FORMAT_OUTLINE) return false;
-        if (m_embolden) FT_Outline_Embolden(&slot->outline, m_face->size->metrics.y_ppem * 64 / 24);
-        if (m_slant) FT_Outline_Transform(&slot->outline, &kSlant);
-        FT_Outline_Transform(&slot->outline, &m_scale);
+        if (m_embolden) Ft().OutlineEmbolden(&slot->outline, m_face->size->metrics.y_ppem * 64 / 24);
+        if (m_slant) Ft().OutlineTransform(&slot->outline, &kSlant);
+        Ft().OutlineTransform(&slot->outline, &m_scale);
         FT_BBox box{};
-        FT_Outline_Get_CBox(&slot->outline, &box);
+        Ft().OutlineGetCBox(&slot->outline, &box);
         const FT_Pos most = kMostBox * 64;
         if (box.xMin < -most || box.xMax > most || box.yMin < -most || box.yMax > most) return false;
-        const FT_Pos advance = FT_MulFix(slot->linearHoriAdvance, m_scale.xx);
+        const FT_Pos advance = Ft().MulFix(slot->linearHoriAdvance, m_scale.xx);
         out.glyph.cellIncrementX = static_cast<LONG>((advance + 0x8000) >> 16);
 
-        if (FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL) != 0) return false;
+        if (Ft().RenderGlyph(slot, FT_RENDER_MODE_NORMAL) != 0) return false;
         const FT_Bitmap& bitmap = slot->bitmap;
         out.glyph.boxWidth = static_cast<LONG>(bitmap.width);
         out.glyph.boxHeight = static_cast<LONG>(bitmap.rows);
@@ -231,24 +229,28 @@ class CFreeTypeFont final : public CGlyphFont {
 } // namespace
 
 std::unique_ptr<CGlyphFont> CGlyphFont::Open(const tLOGFONT& font, LONG scaleX, LONG scaleY) {
+    if (!HasFontLibraries()) return nullptr;
     const auto choice = Choose(font);
     FT_Library library = nullptr;
-    if (!choice || FT_Init_FreeType(&library) != 0) return nullptr;
+    if (!choice || Ft().InitFreeType(&library) != 0) return nullptr;
     tLibrary owned(library);
     FT_Face face = nullptr;
-    if (FT_New_Face(library, choice->file.c_str(), choice->index, &face) != 0) return nullptr;
+    if (Ft().NewFace(library, choice->file.c_str(), choice->index, &face) != 0) return nullptr;
     return std::make_unique<CFreeTypeFont>(std::move(owned), tFace(face), *choice, font.lfHeight, scaleX, scaleY);
 }
 
 std::vector<std::string> KwFontFamilies() {
-    const tPattern wanted(FcPatternCreate());
-    const std::unique_ptr<FcObjectSet, tFree<&FcObjectSetDestroy>> asked(FcObjectSetBuild(FC_FAMILY, nullptr));
+    if (!HasFontLibraries()) return {};
+    const tPattern wanted(Fc().PatternCreate());
+    const std::unique_ptr<FcObjectSet, tFree<[](auto* object) { Fc().ObjectSetDestroy(object); }>> asked(
+        Fc().ObjectSetBuild(FC_FAMILY, nullptr));
     if (!Fonts() || !wanted || !asked) return {};
-    FcPatternAddString(wanted.get(), FC_FONTFORMAT, Bytes("TrueType"));
-    const std::unique_ptr<FcFontSet, tFree<&FcFontSetDestroy>> found(FcFontList(Fonts(), wanted.get(), asked.get()));
+    Fc().PatternAddString(wanted.get(), FC_FONTFORMAT, Bytes("TrueType"));
+    const std::unique_ptr<FcFontSet, tFree<[](auto* object) { Fc().FontSetDestroy(object); }>> found(
+        Fc().FontList(Fonts(), wanted.get(), asked.get()));
     std::set<std::string> names;
     for (int i = 0; found && i < found->nfont; ++i)
-        if (FcChar8* name = nullptr; FcPatternGetString(found->fonts[i], FC_FAMILY, 0, &name) == FcResultMatch)
+        if (FcChar8* name = nullptr; Fc().PatternGetString(found->fonts[i], FC_FAMILY, 0, &name) == FcResultMatch)
             names.insert(reinterpret_cast<const char*>(name));
     return {names.begin(), names.end()};
 }

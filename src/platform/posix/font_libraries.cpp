@@ -1,0 +1,25 @@
+#include "platform/posix/font_libraries.h"
+
+#include <cstdio>
+
+const tFontconfig& Fc() {
+    static const tFontconfig functions;
+    return functions;
+}
+
+const tFreeType& Ft() {
+    static const tFreeType functions;
+    return functions;
+}
+
+bool HasFontLibraries() {
+    static const bool has = [] {
+        const bool found = Fc().library.IsWhole(), drawn = Ft().library.IsWhole();
+        if (!found || !drawn)
+            std::fprintf(stderr,
+                         "larkmoor: titles and timecodes stay without letters: the system has no %s; install it\n",
+                         !found ? "libfontconfig.so.1" : "libfreetype.so.6");
+        return found && drawn;
+    }();
+    return has;
+}
