@@ -6,6 +6,7 @@
 
 #include "platform/types.h"
 
+#pragma GCC visibility push(default)
 namespace larkmoor {
 
 /// What went wrong and what to do about it, as one sentence without a final line break.
@@ -25,3 +26,4 @@ class StatusError : public Error {
 };
 
 } // namespace larkmoor
+#pragma GCC visibility pop

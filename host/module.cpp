@@ -189,6 +189,7 @@ Module Module::load(const std::string& path) {
     const auto take = [&](const std::string& file) { module.m_state = std::make_shared<State>(file); };
     std::string named = path;
     if (const char* const variable = std::getenv("LARKMOOR_MODULE"); named.empty() && variable) named = variable;
+    if (named.empty()) named = moduleBeside(reinterpret_cast<const void*>(&dlerrorText));
     std::error_code error;
     if (!named.empty()) {
         // dlopen would look up a name without a folder on the library path.

@@ -12,6 +12,7 @@
 #include "host/services.h"
 #include "host/surface.h"
 
+#pragma GCC visibility push(default)
 namespace larkmoor {
 
 enum class EffectKind { Filter, Transition, Generator };
@@ -76,8 +77,9 @@ class Effect;
 /// The loaded module. Copies share it; once loaded it stays until the process ends.
 class Module {
   public:
-    /// Loads `path`, or without one the file that LARKMOOR_MODULE names, the one beside the program, in the `lib`
-    /// folders beside the program's folder, or on the system's library path. Throws Error that tells where it looked.
+    /// Loads `path`, or without one the file that LARKMOOR_MODULE names, the one beside this library or the program, in
+    /// the `lib` folders beside the program's folder, or on the system's library path. Throws Error that tells where it
+    /// looked.
     static Module load(const std::string& path = {});
 
     /// The effects that the module can create, in the order of its object map.
@@ -153,3 +155,4 @@ class Effect {
 };
 
 } // namespace larkmoor
+#pragma GCC visibility pop

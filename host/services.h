@@ -9,6 +9,7 @@
 #include "platform/com_ptr.h"
 #include "platform/transform.h"
 
+#pragma GCC visibility push(default)
 namespace larkmoor {
 
 /// A transform factory to be handed to `IObjectWithSite::SetSite`. It answers `QueryService` for the surface factory,
@@ -43,3 +44,4 @@ class MessageQueue : public tMessageTarget {
 };
 
 } // namespace larkmoor
+#pragma GCC visibility pop

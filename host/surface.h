@@ -7,6 +7,7 @@
 #include "platform/com_ptr.h"
 #include "platform/effect.h"
 
+#pragma GCC visibility push(default)
 namespace larkmoor {
 
 enum class PixelFormat {
@@ -64,3 +65,4 @@ class Surface {
 };
 
 } // namespace larkmoor
+#pragma GCC visibility pop
