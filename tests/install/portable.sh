@@ -37,4 +37,6 @@ if [ -e "${plugins[0]}" ]; then
     check "$build/lib/liblarkmoor-frei0r.so" bridge "${system[@]}"
     for plugin in "${plugins[@]}"; do check "$plugin" plugin "${system[@]}" liblarkmoor-frei0r.so; done
 fi
+bundle=$build/OFX/Plugins/Larkmoor.ofx.bundle/Contents/Linux-x86-64/Larkmoor.ofx
+if [ -e "$bundle" ]; then check "$bundle" openfx "${system[@]}"; fi
 exit $fault

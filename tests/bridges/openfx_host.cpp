@@ -1,0 +1,440 @@
+#include "bridges/openfx_host.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstring>
+
+#include <dlfcn.h>
+
+namespace openfxhost {
+namespace {
+
+std::mutex faultLock;
+std::vector<std::string> faults;
+
+/// The interface's properties: name (a final '*' for any ending), kind of value, most values (0 for any number), and
+/// who has it: (H)ost, (E)ffect, instance (X), (C)lip, (P)arameter, i(M)age, (I)n and (O)ut arguments. A capital may be
+/// set by the plug-in.
+struct Row {
+    const char* name;
+    char kind;
+    std::size_t most;
+    const char* sets; ///< by the plug-in
+    const char* gets;
+};
+constexpr Row kRows[] = {
+    {"OfxPropLabel", 's', 1, "EP", "EXCP"},
+    {"OfxPropShortLabel", 's', 1, "E", "E"},
+    {"OfxPropLongLabel", 's', 1, "E", "E"},
+    {"OfxImageEffectPluginPropGrouping", 's', 1, "E", "E"},
+    {"OfxPropPluginDescription", 's', 1, "E", "E"},
+    {"OfxPropVersion", 'i', 0, "E", "E"},
+    {"OfxPropVersionLabel", 's', 1, "E", "E"},
+    {"OfxImageEffectPropSupportedContexts", 's', 0, "E", "E"},
+    {"OfxImageEffectPropSupportedPixelDepths", 's', 0, "E", "E"},
+    {"OfxImageEffectPluginRenderThreadSafety", 's', 1, "E", "E"},
+    {"OfxImageEffectPluginPropSingleInstance", 'i', 1, "E", "E"},
+    {"OfxImageEffectPluginPropHostFrameThreading", 'i', 1, "E", "E"},
+    {"OfxImageEffectPropSupportsMultiResolution", 'i', 1, "E", "E"},
+    {"OfxImageEffectPropSupportsTiles", 'i', 1, "EC", "EC"},
+    {"OfxImageEffectPropTemporalClipAccess", 'i', 1, "EC", "EC"},
+    {"OfxImageEffectPluginPropFieldRenderTwiceAlways", 'i', 1, "E", "E"},
+    {"OfxImageEffectPropMultipleClipDepths", 'i', 1, "E", "E"},
+    {"OfxImageEffectPropSupportsMultipleClipPARs", 'i', 1, "E", "E"},
+    {"OfxImageEffectPropSupportedComponents", 's', 0, "C", "C"},
+    {"OfxImageClipPropOptional", 'i', 1, "C", "C"},
+    {"OfxImageClipPropFieldExtraction", 's', 1, "C", "C"},
+    {"OfxPropInstanceData", 'p', 1, "X", "X"},
+    {"OfxImageEffectPropContext", 's', 1, "", "XI"},
+    {"OfxImageEffectPropProjectSize", 'd', 2, "", "X"},
+    {"OfxImageEffectPropProjectOffset", 'd', 2, "", "X"},
+    {"OfxImageEffectPropFrameRate", 'd', 1, "", "XC"},
+    {"OfxParamPropHint", 's', 1, "P", "P"},
+    {"OfxParamPropScriptName", 's', 1, "P", "P"},
+    {"OfxParamPropAnimates", 'i', 1, "P", "P"},
+    {"OfxParamPropDefault", '*', 0, "P", "P"},
+    {"OfxParamPropMin", '*', 0, "P", "P"},
+    {"OfxParamPropMax", '*', 0, "P", "P"},
+    {"OfxParamPropDisplayMin", '*', 0, "P", "P"},
+    {"OfxParamPropDisplayMax", '*', 0, "P", "P"},
+    {"OfxParamPropIncrement", 'd', 1, "P", "P"},
+    {"OfxParamPropDigits", 'i', 1, "P", "P"},
+    {"OfxParamPropDoubleType", 's', 1, "P", "P"},
+    {"OfxParamPropChoiceOption", 's', 0, "P", "P"},
+    {"OfxParamPropStringMode", 's', 1, "P", "P"},
+    {"OfxImagePropData", 'p', 1, "", "M"},
+    {"OfxImagePropRowBytes", 'i', 1, "", "M"},
+    {"OfxImagePropBounds", 'i', 4, "", "M"},
+    {"OfxImageEffectPropPixelDepth", 's', 1, "", "CM"},
+    {"OfxImageEffectPropComponents", 's', 1, "", "CM"},
+    {"OfxImageEffectPropPreMultiplication", 's', 1, "O", "CM"},
+    {"OfxImagePropPixelAspectRatio", 'd', 1, "", "CM"},
+    {"OfxPropTime", 'd', 1, "O", "I"},
+    {"OfxPropName", 's', 1, "O", "I"},
+    {"OfxPropType", 's', 1, "", "I"},
+    {"OfxPropChangeReason", 's', 1, "", "I"},
+    {"OfxImageEffectPropRenderWindow", 'i', 4, "", "I"},
+    {"OfxImageEffectPropRenderScale", 'd', 2, "", "I"},
+    {"OfxImageEffectPropRegionOfDefinition", 'd', 4, "O", ""},
+    {"OfxImageEffectFrameVarying", 'i', 1, "O", ""},
+    {"OfxImageClipPropRoI_Source", 'd', 4, "O", ""},
+    {"OfxImageClipPropRoI_SourceFrom", 'd', 4, "O", ""},
+    {"OfxImageClipPropRoI_SourceTo", 'd', 4, "O", ""},
+};
+
+template <class Handle>
+auto& of(Handle handle) {
+    if constexpr (std::is_same_v<Handle, PropertySet>) return *reinterpret_cast<Properties*>(handle);
+    if constexpr (std::is_same_v<Handle, ClipHandle>) return *reinterpret_cast<Clip*>(handle);
+    if constexpr (std::is_same_v<Handle, ParamHandle>) return *reinterpret_cast<Parameter*>(handle);
+    if constexpr (std::is_same_v<Handle, EffectHandle> || std::is_same_v<Handle, ParamSet>)
+        return *reinterpret_cast<Effect*>(handle);
+}
+
+bool known(const Properties& set, const char* name, char kind, std::size_t index, bool sets) {
+    constexpr std::string_view letters = "HEXCPMIO";
+    for (const Row& row : kRows)
+        if (std::strcmp(row.name, name) == 0) {
+            const char who = letters[static_cast<std::size_t>(set.owner)];
+            if (std::string_view(sets ? row.sets : row.gets).find(who) == std::string_view::npos) break;
+            if (row.kind != '*' && row.kind != kind) break;
+            if (row.most && index >= row.most) break;
+            return true;
+        }
+    addFault(std::string(sets ? "sets " : "gets ") + name + " as '" + kind + "' " + std::to_string(index));
+    return false;
+}
+
+template <class T, char Kind>
+int setOne(PropertySet set, const char* name, int index, T value) {
+    Properties& properties = of(set);
+    if (index < 0 || !known(properties, name, Kind, static_cast<std::size_t>(index), true)) return kUnknown;
+    auto& values = properties.values[name];
+    if (values.size() <= static_cast<std::size_t>(index)) values.resize(static_cast<std::size_t>(index) + 1);
+    values[static_cast<std::size_t>(index)] = value;
+    return kOk;
+}
+
+template <class T, char Kind, class Held = T>
+int getOne(PropertySet set, const char* name, int index, T* out) {
+    Properties& properties = of(set);
+    if (index < 0 || !known(properties, name, Kind, static_cast<std::size_t>(index), false)) return kUnknown;
+    const auto found = properties.values.find(std::string_view(name));
+    if (found == properties.values.end() || found->second.size() <= static_cast<std::size_t>(index)) return kUnknown;
+    auto* const held = std::get_if<Held>(&found->second[static_cast<std::size_t>(index)]);
+    if (!held) return kUnknown;
+    if constexpr (std::is_same_v<Held, std::string>)
+        *out = held->data();
+    else
+        *out = *held;
+    return kOk;
+}
+
+const PropertySuite propertySuite{.setPointer = &setOne<void*, 'p'>,
+                                  .setString = &setOne<const char*, 's'>,
+                                  .setDouble = &setOne<double, 'd'>,
+                                  .setInt = &setOne<int, 'i'>,
+                                  .getPointer = &getOne<void*, 'p'>,
+                                  .getString = &getOne<char*, 's', std::string>,
+                                  .getDouble = &getOne<double, 'd'>,
+                                  .getInt = &getOne<int, 'i'>};
+
+void during(const Effect& effect, const char* what, std::initializer_list<const char*> actions) {
+    if (std::ranges::find(actions, effect.action) == actions.end())
+        addFault(std::string(what) + " during " + effect.action);
+}
+
+int clipDefine(EffectHandle handle, const char* name, PropertySet* set) {
+    Effect& effect = of(handle);
+    during(effect, "clipDefine", {"OfxImageEffectActionDescribeInContext"});
+    auto& clip = effect.clips[name];
+    if (clip) addFault(std::string("defines the clip twice: ") + name);
+    clip = std::make_unique<Clip>();
+    clip->name = name;
+    *set = clip->properties.handle();
+    return kOk;
+}
+
+int clipGetHandle(EffectHandle handle, const char* name, ClipHandle* clip, PropertySet* set) {
+    Effect& effect = of(handle);
+    const auto found = effect.clips.find(name);
+    if (effect.properties.owner != Owner::Instance || found == effect.clips.end()) {
+        addFault(std::string("asks for the clip ") + name);
+        return kBadHandle;
+    }
+    *clip = reinterpret_cast<ClipHandle>(found->second.get());
+    if (set) *set = found->second->properties.handle();
+    return kOk;
+}
+
+int clipGetImage(ClipHandle handle, double, const RectD*, PropertySet* image) {
+    Clip& clip = of(handle);
+    during(*clip.effect, "clipGetImage", {"OfxImageEffectActionRender"});
+    if (!clip.picture) return kFailed;
+    Picture& picture = *clip.picture;
+    auto* const set = new Properties(Owner::Image);
+    const Area& b = picture.bounds;
+    constexpr const char* states[] = {"OfxImageOpaque", "OfxImageAlphaPremultiplied", "OfxImageAlphaUnPremultiplied"};
+    set->put<void*>("OfxImagePropData", {picture.first});
+    set->put<int>("OfxImagePropRowBytes", {static_cast<int>(picture.rowBytes)});
+    set->put<int>("OfxImagePropBounds", {b.x1, b.y1, b.x2, b.y2});
+    set->put<std::string>("OfxImageEffectPropPixelDepth", {picture.floats ? "OfxBitDepthFloat" : "OfxBitDepthByte"});
+    set->put<std::string>("OfxImageEffectPropComponents", {"OfxImageComponentRGBA"});
+    set->put<std::string>("OfxImageEffectPropPreMultiplication", {states[static_cast<int>(picture.alpha)]});
+    if (clip.properties.has("OfxImagePropPixelAspectRatio"))
+        set->put<double>("OfxImagePropPixelAspectRatio", {clip.properties.number("OfxImagePropPixelAspectRatio")});
+    set->values["effect"] = {static_cast<void*>(clip.effect)};
+    ++clip.effect->images;
+    *image = set->handle();
+    return kOk;
+}
+
+int clipReleaseImage(PropertySet image) {
+    Properties* const set = &of(image);
+    --static_cast<Effect*>(std::get<void*>(set->values["effect"][0]))->images;
+    delete set;
+    return kOk;
+}
+
+const EffectSuite effectSuite{
+    .getPropertySet =
+        [](EffectHandle handle, PropertySet* set) {
+            *set = of(handle).properties.handle();
+            return static_cast<int>(kOk);
+        },
+    .getParamSet =
+        [](EffectHandle handle, ParamSet* set) {
+            *set = reinterpret_cast<ParamSet>(handle);
+            return static_cast<int>(kOk);
+        },
+    .clipDefine = &clipDefine,
+    .clipGetHandle = &clipGetHandle,
+    .clipGetImage = &clipGetImage,
+    .clipReleaseImage = &clipReleaseImage,
+    .clipGetRegionOfDefinition =
+        [](ClipHandle handle, double, RectD* region) {
+            *region = of(handle).region;
+            return static_cast<int>(kOk);
+        },
+    .abort =
+        [](EffectHandle handle) {
+            Effect& effect = of(handle);
+            during(effect, "abort", {"OfxImageEffectActionRender"});
+            return effect.abortAfter < 0 ? 0 : effect.abortAfter-- == 0 ? 1 + effect.abortAfter++ : 0;
+        },
+};
+
+int paramDefine(ParamSet handle, const char* type, const char* name, PropertySet* set) {
+    Effect& effect = of(handle);
+    during(effect, "paramDefine", {"OfxImageEffectActionDescribeInContext"});
+    auto& parameter = effect.parameters[name];
+    if (parameter) addFault(std::string("defines the parameter twice: ") + name);
+    parameter = std::make_unique<Parameter>();
+    parameter->type = std::string(type).substr(std::strlen("OfxParamType"));
+    effect.order.emplace_back(name);
+    *set = parameter->properties.handle();
+    return kOk;
+}
+
+int paramGetHandle(ParamSet handle, const char* name, ParamHandle* param, PropertySet* set) {
+    Effect& effect = of(handle);
+    const auto found = effect.parameters.find(name);
+    if (effect.properties.owner != Owner::Instance || found == effect.parameters.end()) {
+        addFault(std::string("asks for the parameter ") + name);
+        return kUnknown;
+    }
+    *param = reinterpret_cast<ParamHandle>(found->second.get());
+    if (set) *set = found->second->properties.handle();
+    return kOk;
+}
+
+int getValueAtTime(ParamHandle handle, double time, ...) {
+    Parameter& parameter = of(handle);
+    std::va_list arguments;
+    va_start(arguments, time);
+    if (parameter.type == "String")
+        *va_arg(arguments, char**) = parameter.text.data();
+    else
+        for (const double number : parameter.numbers) {
+            const double value = number + parameter.perFrame * time;
+            if (parameter.type == "Integer" || parameter.type == "Boolean" || parameter.type == "Choice")
+                *va_arg(arguments, int*) = static_cast<int>(value);
+            else
+                *va_arg(arguments, double*) = value;
+        }
+    va_end(arguments);
+    return kOk;
+}
+
+int setValue(ParamHandle handle, ...) {
+    Parameter& parameter = of(handle);
+    std::va_list arguments;
+    va_start(arguments, handle);
+    if (parameter.type == "String")
+        parameter.text = va_arg(arguments, char*);
+    else
+        for (double& number : parameter.numbers)
+            number = parameter.type == "Integer" || parameter.type == "Boolean" || parameter.type == "Choice"
+                         ? va_arg(arguments, int)
+                         : va_arg(arguments, double);
+    va_end(arguments);
+    return kOk;
+}
+
+const ParameterSuite parameterSuite{.define = &paramDefine,
+                                    .getHandle = &paramGetHandle,
+                                    .getValueAtTime = &getValueAtTime,
+                                    .setValue = &setValue,
+                                    .editBegin =
+                                        [](ParamSet set, const char*) {
+                                            during(of(set), "editBegin", {"OfxActionInstanceChanged"});
+                                            ++of(set).edits;
+                                            return static_cast<int>(kOk);
+                                        },
+                                    .editEnd =
+                                        [](ParamSet set) {
+                                            --of(set).edits;
+                                            return static_cast<int>(kOk);
+                                        }};
+
+bool mayFetch = false;
+
+const void* fetchSuite(PropertySet, const char* name, int version) {
+    if (!mayFetch) addFault(std::string("fetches a suite before it is loaded: ") + name);
+    if (version != 1) return nullptr;
+    const std::string_view wanted = name;
+    if (wanted == "OfxPropertySuite") return &propertySuite;
+    if (wanted == "OfxImageEffectSuite") return &effectSuite;
+    return wanted == "OfxParameterSuite" ? &parameterSuite : nullptr;
+}
+
+} // namespace
+
+void addFault(const std::string& fault) {
+    const std::scoped_lock guard(faultLock);
+    faults.push_back(fault);
+}
+
+std::vector<std::string> takeFaults() {
+    const std::scoped_lock guard(faultLock);
+    return std::exchange(faults, {});
+}
+
+std::string Properties::text(const std::string& name, std::size_t index) const {
+    const auto found = values.find(name);
+    return found != values.end() && index < found->second.size() ? std::get<std::string>(found->second[index]) : "";
+}
+
+double Properties::number(const std::string& name, std::size_t index) const {
+    const auto found = values.find(name);
+    if (found == values.end() || index >= found->second.size()) return 0;
+    const int* const whole = std::get_if<int>(&found->second[index]);
+    return whole ? *whole : std::get<double>(found->second[index]);
+}
+
+Picture::Picture(Area area, bool isFloat, Alpha state, int padding, bool topDown)
+    : bounds(area), floats(isFloat), alpha(state), rowBytes(area.width() * (isFloat ? 16 : 4) + padding),
+      memory(static_cast<std::size_t>(rowBytes * (area.height() + 2)), std::byte{0xA5}) {
+    first = memory.data() + rowBytes * (topDown ? area.height() : 1);
+    if (topDown) rowBytes = -rowBytes;
+}
+
+std::vector<std::byte> Picture::pixels(const Area& area) {
+    std::vector<std::byte> all;
+    for (int y = area.y2 - 1; y >= area.y1; --y)
+        all.insert(all.end(), at(area.x1, y), at(area.x1, y) + area.width() * (floats ? 16 : 4));
+    return all;
+}
+
+bool Picture::differsOutside(Picture before, const Area& area) {
+    before.first = before.memory.data() + (first - memory.data());
+    for (int y = area.y1; y < area.y2; ++y)
+        std::memcpy(before.at(area.x1, y), at(area.x1, y), static_cast<std::size_t>(area.width()) * (floats ? 16 : 4));
+    return before.memory != memory;
+}
+
+LoadedPlugin::LoadedPlugin(PluginEntry& entry) : m_entry(entry) {
+    static Properties hostProperties(Owner::Host);
+    static Host host{hostProperties.handle(), &fetchSuite};
+    mayFetch = false;
+    entry.setHost(&host);
+    mayFetch = true;
+    if (call(nullptr, "OfxActionLoad") != kOk) addFault("cannot be loaded");
+    if (call(&m_descriptor, "OfxActionDescribe") != kOk) addFault("cannot be described");
+}
+
+int LoadedPlugin::call(Effect* effect, const char* action, Properties* in, Properties* out) {
+    if (effect) effect->action = action;
+    const int status = m_entry.mainEntry(action, effect, in ? in->handle() : nullptr, out ? out->handle() : nullptr);
+    if (effect && effect->images) addFault(std::string("keeps an image after ") + action);
+    if (effect && effect->edits) addFault(std::string("leaves an edit open after ") + action);
+    if (effect) effect->action = "nothing";
+    return status;
+}
+
+std::unique_ptr<Effect> LoadedPlugin::describe(const std::string& context) {
+    auto effect = std::make_unique<Effect>(Owner::Effect);
+    effect->context = context;
+    Properties in(Owner::In);
+    in.put<std::string>("OfxImageEffectPropContext", {context});
+    if (call(effect.get(), "OfxImageEffectActionDescribeInContext", &in) != kOk)
+        addFault("cannot be described in " + context);
+    return effect;
+}
+
+Instance::Instance(LoadedPlugin& plugin, const std::string& context) : Instance(plugin, *plugin.describe(context)) {}
+
+Instance::Instance(LoadedPlugin& plugin, const Effect& described) : m_plugin(plugin) {
+    m_effect.properties.put<std::string>("OfxImageEffectPropContext", {described.context});
+    for (const auto& [name, clip] : described.clips) {
+        auto& own = m_effect.clips[name] = std::make_unique<Clip>(*clip);
+        own->effect = &m_effect;
+    }
+    for (const auto& [name, parameter] : described.parameters) {
+        auto& own = m_effect.parameters[name] = std::make_unique<Parameter>(*parameter);
+        if (own->type == "String")
+            own->text = own->properties.text("OfxParamPropDefault");
+        else
+            for (std::size_t i = 0; i < own->properties.values["OfxParamPropDefault"].size(); ++i)
+                own->numbers.push_back(own->properties.number("OfxParamPropDefault", i));
+    }
+    if (call("OfxActionCreateInstance") != kOk) addFault("cannot be created");
+}
+
+Instance::~Instance() {
+    if (call("OfxActionDestroyInstance") != kOk) addFault("cannot be destroyed");
+}
+
+Parameter& Instance::parameter(const std::string& name) {
+    return *m_effect.parameters.at(name);
+}
+
+Clip& Instance::clip(const std::string& name) {
+    return *m_effect.clips.at(name);
+}
+
+int Instance::render(double time, const Area& window, double scaleX, double scaleY) {
+    Properties in(Owner::In);
+    in.put<double>("OfxPropTime", {time});
+    in.put<int>("OfxImageEffectPropRenderWindow", {window.x1, window.y1, window.x2, window.y2});
+    in.put<double>("OfxImageEffectPropRenderScale", {scaleX, scaleY});
+    return call("OfxImageEffectActionRender", &in);
+}
+
+std::vector<std::unique_ptr<LoadedPlugin>>& plugins() {
+    static std::vector<std::unique_ptr<LoadedPlugin>> all = [] {
+        std::vector<std::unique_ptr<LoadedPlugin>> found;
+        void* const file = ::dlopen(LARKMOOR_OPENFX_FILE, RTLD_LAZY | RTLD_LOCAL);
+        if (!file) {
+            addFault(::dlerror());
+            return found;
+        }
+        const auto count = reinterpret_cast<int (*)()>(::dlsym(file, "OfxGetNumberOfPlugins"));
+        const auto get = reinterpret_cast<PluginEntry* (*)(int)>(::dlsym(file, "OfxGetPlugin"));
+        for (int i = 0; i < count(); ++i) found.push_back(std::make_unique<LoadedPlugin>(*get(i)));
+        return found;
+    }();
+    return all;
+}
+
+} // namespace openfxhost

@@ -1,0 +1,599 @@
+// The OpenFX plug-ins under a strict host, against the command's own chain of effects.
+#include "bridges/openfx_host.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <set>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "chain.h"
+#include "host/alpha.h"
+#include "host/depth.h"
+
+namespace openfxhost {
+namespace {
+
+using larkmoor::Chain;
+using larkmoor::EffectInfo;
+using larkmoor::EffectKind;
+using larkmoor::EffectRequest;
+using larkmoor::ImageView;
+using larkmoor::Module;
+using larkmoor::PixelFormat;
+using larkmoor::Surface;
+
+constexpr double kRate = 25;
+constexpr const char* kGeneral = "OfxImageEffectContextGeneral";
+
+const Module& module() {
+    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
+    return loaded;
+}
+
+const EffectInfo& infoOf(std::size_t nth) {
+    return module().effects()[nth];
+}
+
+std::size_t numbered(const std::string& name) {
+    return static_cast<std::size_t>(&module().find(name) - module().effects().data());
+}
+
+std::string contextOf(const EffectInfo& info) {
+    return info.kind == EffectKind::Transition  ? "OfxImageEffectContextTransition"
+           : info.kind == EffectKind::Generator ? "OfxImageEffectContextGenerator"
+                                                : "OfxImageEffectContextFilter";
+}
+
+std::vector<std::string> inputsOf(const EffectInfo& info) {
+    if (info.kind == EffectKind::Generator) return {};
+    if (info.kind == EffectKind::Transition) return {"SourceFrom", "SourceTo"};
+    return {"Source"};
+}
+
+std::string digits(double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.17g", value);
+    return text;
+}
+
+bool isKept(const tFieldInfo& field) {
+    return std::string_view(field.help).starts_with("Kept ");
+}
+
+std::string parameterOf(const tFieldInfo& field) {
+    std::string name = field.name;
+    std::replace(name.begin(), name.end(), '.', '_');
+    return name;
+}
+
+/// Gives a field another value than its default, spread by its place.
+/// @return the same in the command's words.
+std::string changeField(Instance& instance, const tFieldInfo& field, std::size_t index) {
+    Parameter& parameter = instance.parameter(parameterOf(field));
+    const double part = static_cast<double>((index * 3 + 1) % 8) / 8;
+    const double real = field.minimum + part * (field.maximum - field.minimum);
+    const std::string option = std::string(field.name) + "=";
+    switch (field.kind) {
+    case KWFIELD_TEXT:
+        parameter.text = "A\\nb\nc";
+        return option + "A\\\\nb\\nc";
+    case KWFIELD_FONT:
+        parameter.text = "Serif Bold";
+        instance.parameter("fontSize").numbers = {12};
+        return option + "Serif Bold 12";
+    case KWFIELD_SWITCH:
+        parameter.numbers = {index % 2 == 0 ? 1.0 : 0.0};
+        return option + (index % 2 == 0 ? "on" : "off");
+    case KWFIELD_CHOICE: {
+        const auto choice = (index * 5 + 1) % static_cast<std::size_t>(field.choiceCount);
+        parameter.numbers = {static_cast<double>(choice)};
+        return option + std::to_string(field.choices[choice].value);
+    }
+    case KWFIELD_COLOR:
+        parameter.numbers = {0x12 / 255.0, 0xAB / 255.0, 0xFE / 255.0, 0x33 / 255.0};
+        parameter.numbers.resize(static_cast<std::size_t>(field.count));
+        return option + (field.count == 4 ? "#12ABFE33" : "#12ABFE");
+    case KWFIELD_POINT:
+        parameter.numbers = {real, field.maximum - real / 2};
+        return option + digits(real) + "," + digits(field.maximum - real / 2);
+    default:
+        parameter.numbers = {field.kind == KWFIELD_WHOLE || field.type == KWTYPE_LONG ? std::round(real) : real};
+        return option + digits(parameter.numbers[0]);
+    }
+}
+
+/// Noise with alphas of its own or without.
+std::vector<std::uint8_t> noise(int width, int height, unsigned seed, bool opaque) {
+    std::minstd_rand random(seed);
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(width * height * 4));
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = opaque && i % 4 == 3 ? 255 : static_cast<std::uint8_t>(random() >> 8);
+    return bytes;
+}
+
+/// A surface of noise, blue first, the highest row first; in floats between the steps of bytes.
+Surface surfaceOf(int width, int height, unsigned seed, bool opaque, bool floats) {
+    const auto bytes = noise(width, height, seed, opaque);
+    const Surface surface =
+        Surface::create(floats ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32, width, height);
+    const ImageView view = surface.view();
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::size_t row = i / static_cast<std::size_t>(width * 4), at = i % static_cast<std::size_t>(width * 4);
+        std::byte* const line = view.data + static_cast<std::ptrdiff_t>(row) * view.stride;
+        if (floats)
+            reinterpret_cast<float*>(line)[at] =
+                i % 4 == 3 && opaque ? 1.0f : (static_cast<float>(bytes[i]) + 0.3f) / 255.6f;
+        else
+            line[at] = static_cast<std::byte>(bytes[i]);
+    }
+    return surface;
+}
+
+/// The pixel of a host's picture that stands for one of a surface.
+std::vector<std::byte> hostPixel(const Surface& surface, int x, int row) {
+    const ImageView view = surface.view();
+    const std::size_t sample = view.format == PixelFormat::Float128 ? 4 : 1;
+    const std::byte* const p = view.data + row * view.stride + x * static_cast<int>(4 * sample);
+    std::vector<std::byte> pixel;
+    for (const std::size_t channel : {2, 1, 0, 3})
+        pixel.insert(pixel.end(), p + channel * sample, p + (channel + 1) * sample);
+    return pixel;
+}
+
+void fill(Picture& picture, const Area& frame, const Surface& surface) {
+    for (int y = frame.y1; y < frame.y2; ++y)
+        for (int x = frame.x1; x < frame.x2; ++x) {
+            const auto pixel = hostPixel(surface, x - frame.x1, frame.y2 - 1 - y);
+            std::memcpy(picture.at(x, y), pixel.data(), pixel.size());
+        }
+}
+
+/// Pixels of `area` that are not those of the surface over `frame`.
+int differences(Picture& picture, const Area& frame, const Area& area, const Surface& surface) {
+    int count = 0;
+    for (int y = area.y1; y < area.y2; ++y)
+        for (int x = area.x1; x < area.x2; ++x) {
+            const auto pixel = hostPixel(surface, x - frame.x1, frame.y2 - 1 - y);
+            count += std::memcmp(picture.at(x, y), pixel.data(), pixel.size()) != 0;
+        }
+    return count;
+}
+
+/// What the command makes of pictures with settings in its words.
+Surface commanded(const EffectInfo& info, const std::vector<std::string>& settings, const std::vector<Surface>& inputs,
+                  double progress, double frame, Surface output) {
+    EffectRequest request{.name = info.name, .values = larkmoor::Values::Unchecked};
+    for (const std::string& setting : settings) request.options.emplace_back(EffectRequest::Kind::Set, setting);
+    larkmoor::Recipe recipe;
+    const larkmoor::Step step = larkmoor::planStep(module(), request);
+    if (info.kind == EffectKind::Filter)
+        recipe.effects = {step};
+    else
+        recipe.head = step;
+    const tSurfaceInfo told{1, kRate, std::llround(frame / kRate * 1e7)};
+    for (Surface input : inputs) input.setInfo(told);
+    output.setInfo(told);
+    Chain chain(module(), recipe);
+    chain.run(inputs.empty() ? Surface() : inputs[0], inputs.size() > 1 ? inputs[1] : Surface(), output, {0, progress});
+    // What nothing has changed keeps the samples that it came with.
+    for (const Surface& input : inputs)
+        if (!larkmoor::limitsLevels(step) && larkmoor::isUnchanged(input.view(), output.view())) return input;
+    return output;
+}
+
+RectD regionOf(const Area& area) {
+    return {double(area.x1), double(area.y1), double(area.x2), double(area.y2)};
+}
+
+/// An instance with pictures on its clips.
+struct Bench {
+    Bench(std::size_t nth, const std::string& context, const Area& frame, bool floats, Alpha alpha, int padding = 0,
+          bool topDown = false)
+        : info(infoOf(nth)), instance(*plugins()[nth], context), frame(frame),
+          out(frame, floats, alpha, padding, topDown) {
+        for (const std::string& name : inputsOf(info)) {
+            pictures.push_back(std::make_unique<Picture>(frame, floats, alpha, padding, topDown));
+            connect(name, *pictures.back());
+        }
+        connect("Output", out);
+    }
+    void connect(const std::string& name, Picture& picture) {
+        Clip& clip = instance.clip(name);
+        clip.picture = &picture;
+        clip.region = regionOf(frame);
+        clip.properties.put<double>("OfxImageEffectPropFrameRate", {kRate});
+    }
+    /// Noise on the inputs, as surfaces too.
+    std::vector<Surface> feed(bool opaque) {
+        std::vector<Surface> surfaces;
+        for (std::size_t i = 0; i < pictures.size(); ++i) {
+            surfaces.push_back(surfaceOf(static_cast<int>(frame.width()), static_cast<int>(frame.height()),
+                                         static_cast<unsigned>(i + 1), opaque, out.floats));
+            fill(*pictures[i], frame, surfaces.back());
+        }
+        return surfaces;
+    }
+    std::vector<std::string> change() {
+        std::vector<std::string> settings;
+        for (std::size_t i = 0; i < info.fields.size(); ++i)
+            if (!isKept(info.fields[i])) settings.push_back(changeField(instance, info.fields[i], i));
+        return settings;
+    }
+    Surface target() const {
+        const PixelFormat form = out.floats                           ? PixelFormat::Float128
+                                 : info.kind == EffectKind::Generator ? PixelFormat::Argb32
+                                                                      : PixelFormat::PremultipliedArgb32;
+        return Surface::create(form, static_cast<int>(frame.width()), static_cast<int>(frame.height()));
+    }
+
+    const EffectInfo& info;
+    Instance instance;
+    Area frame;
+    std::vector<std::unique_ptr<Picture>> pictures;
+    Picture out;
+};
+
+class OpenFx : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(plugins().size(), module().effects().size()); }
+    void TearDown() override {
+        for (const std::string& fault : takeFaults()) ADD_FAILURE() << "the plug-in " << fault;
+    }
+};
+
+TEST_F(OpenFx, TellsEveryEffectAndParameter) {
+    std::set<std::string> identifiers;
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+        LoadedPlugin& plugin = *plugins()[nth];
+        const EffectInfo& info = infoOf(nth);
+        SCOPED_TRACE(info.name);
+        EXPECT_STREQ(plugin.entry().api, "OfxImageEffectPluginAPI");
+        EXPECT_EQ(plugin.entry().apiVersion, 1);
+        const std::string identifier = plugin.entry().identifier;
+        EXPECT_TRUE(identifier.starts_with("org.larkmoor.")) << identifier;
+        EXPECT_EQ(identifier.find_first_of(" :-()"), std::string::npos) << identifier;
+        EXPECT_TRUE(identifiers.insert(identifier).second);
+        EXPECT_EQ(plugin.descriptor().text("OfxPropLabel"), info.name);
+        EXPECT_TRUE(plugin.descriptor().text("OfxImageEffectPluginPropGrouping").starts_with("Larkmoor/"));
+        EXPECT_EQ(plugin.descriptor().text("OfxImageEffectPropSupportedContexts"), contextOf(info));
+        EXPECT_EQ(plugin.descriptor().text("OfxImageEffectPropSupportedContexts", 1), kGeneral);
+        EXPECT_EQ(plugin.descriptor().text("OfxImageEffectPluginRenderThreadSafety"),
+                  "OfxImageEffectRenderInstanceSafe");
+        EXPECT_EQ(plugin.call(nullptr, "OfxActionOfTomorrow"), kReplyDefault);
+        for (const std::string& context : {contextOf(info), std::string(kGeneral)}) {
+            const auto effect = plugin.describe(context);
+            std::set<std::string> clips, wanted{"Output"};
+            for (const auto& [name, clip] : effect->clips) clips.insert(name);
+            for (const std::string& name : inputsOf(info)) wanted.insert(name);
+            EXPECT_EQ(clips, wanted);
+            const bool transition = info.kind == EffectKind::Transition;
+            EXPECT_EQ(effect->parameters.count("Transition"), transition && context != kGeneral);
+            EXPECT_EQ(effect->parameters.count("progress"), transition && context == kGeneral);
+            EXPECT_EQ(effect->parameters.count("preset"), !info.presets.empty());
+            EXPECT_EQ(effect->parameters.count("startTime"), info.watchesTime);
+            for (const tFieldInfo& field : info.fields)
+                EXPECT_EQ(effect->parameters.count(parameterOf(field)), !isKept(field));
+            for (const auto& [name, parameter] : effect->parameters) {
+                SCOPED_TRACE(name);
+                EXPECT_EQ(name.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_"),
+                          std::string::npos);
+                const auto& p = parameter->properties;
+                EXPECT_NE(p.text("OfxPropLabel"), "");
+                EXPECT_NE(p.text("OfxParamPropHint"), "");
+                if (parameter->type == "Double" || parameter->type == "Integer") {
+                    EXPECT_LT(p.number("OfxParamPropMin"), p.number("OfxParamPropMax"));
+                    EXPECT_EQ(p.number("OfxParamPropMin"), p.number("OfxParamPropDisplayMin"));
+                    EXPECT_EQ(p.number("OfxParamPropMax"), p.number("OfxParamPropDisplayMax"));
+                    EXPECT_LE(p.number("OfxParamPropMin"), p.number("OfxParamPropDefault"));
+                    EXPECT_GE(p.number("OfxParamPropMax"), p.number("OfxParamPropDefault"));
+                }
+            }
+        }
+    }
+}
+
+// Every effect at its defaults and with every field changed, in both contexts and depths, over rows of all kinds.
+TEST_F(OpenFx, PicturesEqualTheCommand) {
+    constexpr Area frame{-3, 5, 34, 28};
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth)
+        for (unsigned way = 0; way < 8; ++way) {
+            const bool general = way & 1, floats = way & 2, changed = way & 4, turned = (nth + way / 2) % 2;
+            const EffectInfo& info = infoOf(nth);
+            Bench bench(nth, general ? kGeneral : contextOf(info), frame, floats,
+                        turned ? Alpha::Premultiplied : Alpha::Opaque, turned ? 48 : 0, turned);
+            const auto settings = changed ? bench.change() : std::vector<std::string>();
+            const auto inputs = bench.feed(true);
+            if (!inputs.empty() && inputs.size() > 1)
+                bench.instance.parameter(general ? "progress" : "Transition").numbers = {0.375};
+            const Surface want = commanded(info, settings, inputs, 0.375, 7, bench.target());
+            if (info.kind == EffectKind::Generator && !floats && bench.out.alpha != Alpha::Straight) {
+                ImageView view = want.view();
+                premultiply(view);
+            }
+            Picture before = bench.out;
+            EXPECT_EQ(bench.instance.render(7, frame), kOk);
+            EXPECT_EQ(differences(bench.out, frame, frame, want), 0) << info.name << " " << way;
+            EXPECT_FALSE(bench.out.differsOutside(before, frame)) << info.name << " " << way;
+        }
+}
+
+// A part of the picture is that part of the whole, wherever the picture lies; pictures that end before the frame does
+// have nothing there.
+TEST_F(OpenFx, WindowsArePartsOfTheWhole) {
+    constexpr Area frame{-7, 4, 32, 31}, window{2, 9, 21, 25}, small{-2, 7, 25, 40};
+    for (const char* const name : {"Wave", "Gaussian Blur", "Iris", "Test Pattern"})
+        for (const bool floats : {false, true}) {
+            SCOPED_TRACE(name);
+            Bench bench(numbered(name), kGeneral, frame, floats, Alpha::Premultiplied, 32, floats);
+            auto inputs = bench.feed(true);
+            std::unique_ptr<Picture> cut;
+            if (!inputs.empty()) {
+                cut = std::make_unique<Picture>(small, floats, Alpha::Premultiplied);
+                for (int y = small.y1; y < small.y2; ++y)
+                    for (int x = small.x1; x < small.x2; ++x) std::memset(cut->at(x, y), 0, floats ? 16 : 4);
+                constexpr Area both{-2, 7, 25, 31}; // small within frame
+                for (int y = both.y1; y < both.y2; ++y)
+                    std::memcpy(cut->at(both.x1, y), bench.pictures[0]->at(both.x1, y),
+                                static_cast<std::size_t>(both.width()) * (floats ? 16 : 4));
+                bench.connect(inputsOf(bench.info)[0], *cut);
+                const ImageView view = inputs[0].view();
+                for (int y = frame.y1; y < frame.y2; ++y)
+                    for (int x = frame.x1; x < frame.x2; ++x)
+                        if (x < both.x1 || x >= both.x2 || y < both.y1 || y >= both.y2)
+                            std::memset(view.data + (frame.y2 - 1 - y) * view.stride +
+                                            (x - frame.x1) * (floats ? 16 : 4),
+                                        0, floats ? 16 : 4);
+            }
+            if (inputs.size() > 1) bench.instance.parameter("progress").numbers = {0.5};
+            const Surface want = commanded(bench.info, {}, inputs, 0.5, 0, bench.target());
+            Picture before = bench.out;
+            EXPECT_EQ(bench.instance.render(0, window), kOk);
+            EXPECT_EQ(differences(bench.out, frame, window, want), 0);
+            EXPECT_FALSE(bench.out.differsOutside(before, window));
+            // A host that asks for more than there is.
+            const Area beyond{frame.x1 - 2, frame.y1, frame.x2, frame.y2};
+            bench.out = Picture(beyond, floats, Alpha::Premultiplied);
+            EXPECT_EQ(bench.instance.render(0, beyond), kOk);
+            EXPECT_EQ(differences(bench.out, frame, frame, want), 0);
+            for (const std::byte byte : bench.out.pixels({beyond.x1, beyond.y1, frame.x1, beyond.y2}))
+                EXPECT_EQ(byte, std::byte{0});
+        }
+}
+
+TEST_F(OpenFx, ColourIsGivenInTheFormItCameIn) {
+    constexpr Area frame{0, 0, 33, 20};
+    for (const char* const name : {"Invert", "Levels", "Dissolve"})
+        for (const bool floats : {false, true})
+            for (const Alpha alpha : {Alpha::Premultiplied, Alpha::Straight, Alpha::Opaque}) {
+                SCOPED_TRACE(name);
+                Bench bench(numbered(name), kGeneral, frame, floats, alpha);
+                const auto inputs = bench.feed(false);
+                for (const Surface& input : inputs) {
+                    const ImageView view = input.view();
+                    if (alpha == Alpha::Straight) premultiply(view);
+                    for (int i = 0; alpha == Alpha::Opaque && i < view.width * view.height; ++i) {
+                        std::byte* const pixel = view.data + i / view.width * view.stride;
+                        if (floats)
+                            reinterpret_cast<float*>(pixel)[i % view.width * 4 + 3] = 1;
+                        else
+                            pixel[i % view.width * 4 + 3] = std::byte{255};
+                    }
+                }
+                if (inputs.size() > 1) bench.instance.parameter("progress").numbers = {0.5};
+                const Surface want = commanded(bench.info, {}, inputs, 0.5, 0, bench.target());
+                if (alpha == Alpha::Straight) unpremultiply(want.view());
+                EXPECT_EQ(bench.instance.render(0, frame), kOk);
+                EXPECT_EQ(differences(bench.out, frame, frame, want), 0) << static_cast<int>(alpha);
+            }
+}
+
+// What an effect leaves as it is comes back whole: levels beyond white, and colour under alphas that would not bear
+// being multiplied and divided.
+TEST_F(OpenFx, WhatIsLeftComesBackWhole) {
+    constexpr Area frame{0, 0, 24, 10};
+    std::set<std::string> identities;
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+        const EffectInfo& info = infoOf(nth);
+        std::size_t none = 0;
+        while (none < info.presets.size() && info.presets[none].name != "Reset to None") ++none;
+        if (info.kind != EffectKind::Filter || none == info.presets.size()) continue;
+        for (const bool floats : {false, true}) {
+            Bench bench(nth, contextOf(info), frame, floats, Alpha::Straight);
+            bench.instance.parameter("preset").numbers = {static_cast<double>(none + 1)};
+            bench.feed(false);
+            if (floats) reinterpret_cast<float*>(bench.pictures[0]->at(3, 3))[1] = 7;
+            Properties in(Owner::In), out(Owner::Out);
+            in.put<double>("OfxPropTime", {3});
+            const int status = bench.instance.call("OfxImageEffectActionIsIdentity", &in, &out);
+            EXPECT_EQ(bench.instance.render(3, frame), kOk);
+            if (status == kOk) {
+                identities.insert(info.name);
+                EXPECT_EQ(out.text("OfxPropName"), "Source");
+                EXPECT_EQ(out.number("OfxPropTime"), 3);
+                EXPECT_TRUE(bench.out.pixels(frame) == bench.pictures[0]->pixels(frame)) << info.name << floats;
+            }
+            bench.change();
+            bench.instance.parameter("preset").numbers = {0};
+            EXPECT_EQ(bench.instance.call("OfxImageEffectActionIsIdentity", &in, &out), kReplyDefault) << info.name;
+        }
+    }
+    for (const char* const name : {"Gaussian Blur", "Levels", "Broadcast Colors"})
+        EXPECT_EQ(identities.count(name), 1u);
+    EXPECT_EQ(identities.count("Sharpen"), 0u); // which sharpens a little even so
+}
+
+TEST_F(OpenFx, PresetsSetTheParametersOrStandForThem) {
+    constexpr Area frame{0, 0, 30, 20};
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+        const EffectInfo& info = infoOf(nth);
+        for (std::size_t preset = 0; preset < info.presets.size(); ++preset) {
+            Bench bench(nth, kGeneral, frame, false, Alpha::Premultiplied);
+            const auto inputs = bench.feed(true);
+            bench.change();
+            bench.instance.parameter("preset").numbers = {static_cast<double>(preset + 1)};
+            if (inputs.size() > 1) bench.instance.parameter("progress").numbers = {0.5};
+            EXPECT_EQ(bench.instance.render(0, frame), kOk);
+            const auto stands = bench.out.pixels(frame);
+            const Surface want = [&] {
+                larkmoor::Effect effect = module().create(info);
+                effect.setRecord(info.presets[preset].record);
+                Surface output = bench.target();
+                for (Surface input : inputs) input.setInfo({1, kRate, 0});
+                output.setInfo({1, kRate, 0});
+                if (info.kind == EffectKind::Generator) {
+                    effect.generate(output);
+                    premultiply(output.view());
+                } else {
+                    if (inputs.size() > 1) effect.setProgress(0.5f);
+                    effect.render(inputs, output);
+                }
+                return output;
+            }();
+            EXPECT_EQ(differences(bench.out, frame, frame, want), 0) << info.name << " " << preset;
+            Properties in(Owner::In);
+            in.put<double>("OfxPropTime", {0});
+            in.put<std::string>("OfxPropType", {"OfxTypeParameter"});
+            in.put<std::string>("OfxPropName", {"preset"});
+            in.put<std::string>("OfxPropChangeReason", {"OfxChangePluginEdited"});
+            EXPECT_EQ(bench.instance.call("OfxActionInstanceChanged", &in), kReplyDefault);
+            EXPECT_EQ(bench.instance.parameter("preset").numbers[0], preset + 1.0);
+            in.put<std::string>("OfxPropChangeReason", {"OfxChangeUserEdited"});
+            EXPECT_EQ(bench.instance.call("OfxActionInstanceChanged", &in), kOk);
+            EXPECT_EQ(bench.instance.parameter("preset").numbers[0], 0.0);
+            EXPECT_EQ(bench.instance.render(0, frame), kOk);
+            EXPECT_TRUE(bench.out.pixels(frame) == stands) << info.name << " " << preset;
+        }
+    }
+}
+
+TEST_F(OpenFx, WhatIsMeasuredInPixelsFollowsTheScale) {
+    constexpr Area full{0, 0, 120, 60}, half{0, 0, 60, 30};
+    Bench text(numbered("Text"), kGeneral, half, false, Alpha::Straight);
+    text.instance.clip("Output").region = regionOf(full);
+    text.instance.parameter("fontSize").numbers = {40};
+    EXPECT_EQ(text.instance.render(0, half, 0.5, 0.5), kOk);
+    EXPECT_EQ(differences(text.out, half, half, commanded(text.info, {"font=Arial 20"}, {}, 0, 0, text.target())), 0);
+    Bench keyer(numbered("Chroma Keyer"), kGeneral, half, false, Alpha::Premultiplied);
+    keyer.instance.clip("Output").region = regionOf(full);
+    const auto inputs = keyer.feed(true);
+    keyer.instance.parameter("transparencyMask_blurAmount").numbers = {0.5};
+    EXPECT_EQ(keyer.instance.render(0, half, 0.5, 0.5), kOk);
+    const Surface want = commanded(keyer.info, {"transparencyMask.blurAmount=0.25"}, inputs, 0, 0, keyer.target());
+    EXPECT_EQ(differences(keyer.out, half, half, want), 0);
+}
+
+TEST_F(OpenFx, TimeAndKeysReachTheEffect) {
+    constexpr Area frame{0, 0, 160, 90};
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+        Instance instance(*plugins()[nth], kGeneral);
+        Properties out(Owner::Out);
+        EXPECT_EQ(instance.call("OfxImageEffectActionGetClipPreferences", nullptr, &out), kOk);
+        EXPECT_EQ(out.number("OfxImageEffectFrameVarying"), infoOf(nth).watchesTime) << infoOf(nth).name;
+    }
+    Bench code(numbered("Timecode"), kGeneral, frame, false, Alpha::Premultiplied);
+    const auto inputs = code.feed(true);
+    code.instance.parameter("startTime").numbers = {1};
+    EXPECT_EQ(code.instance.render(30, frame), kOk);
+    EXPECT_EQ(differences(code.out, frame, frame, commanded(code.info, {}, inputs, 0, 90030, code.target())), 0);
+    Bench wipe(numbered("Linear Wipe"), "OfxImageEffectContextTransition", frame, false, Alpha::Premultiplied);
+    const auto pair = wipe.feed(true);
+    wipe.instance.parameter("Transition").perFrame = 0.01;
+    wipe.instance.parameter("angle").numbers = {10};
+    wipe.instance.parameter("angle").perFrame = 2;
+    EXPECT_EQ(wipe.instance.render(25, frame), kOk);
+    EXPECT_EQ(differences(wipe.out, frame, frame, commanded(wipe.info, {"angle=60"}, pair, 0.25, 0, wipe.target())), 0);
+}
+
+TEST_F(OpenFx, StandsWhateverAHostSends) {
+    constexpr Area frame{0, 0, 20, 14};
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+        Bench bench(nth, kGeneral, frame, nth % 2, Alpha::Straight);
+        bench.feed(false);
+        Picture before = bench.out;
+        for (const double wild : {std::nan(""), infinite, -infinite, 1e300, -1e300, 2.0, -1.0}) {
+            for (auto& [name, parameter] : bench.instance.effect().parameters)
+                // No host has whole numbers that are none.
+                if (parameter->type == "String")
+                    parameter->text = "\xC3( \x01" + std::string(70000, 'x');
+                else
+                    for (double& number : parameter->numbers)
+                        number = name == "preset"                                           ? 0
+                                 : parameter->type == "Double" || parameter->type == "RGBA" ? wild
+                                                                                            : std::copysign(1e9, wild);
+            EXPECT_EQ(bench.instance.render(wild, frame), kOk) << infoOf(nth).name << " " << wild;
+            EXPECT_FALSE(bench.out.differsOutside(before, frame)) << infoOf(nth).name;
+        }
+        // A choice of tomorrow's version.
+        if (infoOf(nth).presets.size()) bench.instance.parameter("preset").numbers = {1e6};
+        EXPECT_EQ(bench.instance.render(0, frame), kOk);
+        // Windows and scales that cannot be, and no pictures.
+        for (const Area& window : {Area{}, Area{5, 5, 2, 2}, Area{INT_MIN, INT_MIN, INT_MAX, INT_MAX}})
+            for (const double scale : {1.0, 0.0, -1.0, std::nan(""), 1e9}) {
+                bench.instance.render(0, window, scale, scale);
+                EXPECT_FALSE(bench.out.differsOutside(before, frame)) << infoOf(nth).name;
+            }
+        for (auto& [name, clip] : bench.instance.effect().clips) {
+            if (name == "Output") continue;
+            clip->picture = nullptr;
+            EXPECT_EQ(bench.instance.render(0, frame), infoOf(nth).kind == EffectKind::Filter ? kFailed : kOk);
+        }
+        bench.instance.clip("Output").picture = nullptr;
+        EXPECT_EQ(bench.instance.render(0, frame), kFailed);
+    }
+}
+
+TEST_F(OpenFx, GeneratorsFillTheProjectAndFiltersSeeAllOfTheirInput) {
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+        Instance instance(*plugins()[nth], kGeneral);
+        instance.effect().properties.put<double>("OfxImageEffectPropProjectOffset", {-4, 10});
+        instance.effect().properties.put<double>("OfxImageEffectPropProjectSize", {640, 360});
+        Properties in(Owner::In), out(Owner::Out);
+        in.put<double>("OfxPropTime", {0});
+        const int status = instance.call("OfxImageEffectActionGetRegionOfDefinition", &in, &out);
+        if (infoOf(nth).kind == EffectKind::Generator) {
+            EXPECT_EQ(status, kOk);
+            const double want[] = {-4, 10, 636, 370};
+            for (std::size_t i = 0; i < 4; ++i)
+                EXPECT_EQ(out.number("OfxImageEffectPropRegionOfDefinition", i), want[i]);
+            continue;
+        }
+        EXPECT_EQ(status, kReplyDefault);
+        for (const std::string& name : inputsOf(infoOf(nth))) instance.clip(name).region = {-1, -2, 30, 40};
+        EXPECT_EQ(instance.call("OfxImageEffectActionGetRegionsOfInterest", &in, &out), kOk);
+        for (const std::string& name : inputsOf(infoOf(nth)))
+            EXPECT_EQ(out.number("OfxImageClipPropRoI_" + name, 3), 40) << infoOf(nth).name;
+    }
+}
+
+// Instances on several threads: made, rendered and ended at random, each frame as it is by itself.
+TEST_F(OpenFx, InstancesStandThreads) {
+    constexpr Area frame{0, 0, 24, 16};
+    std::vector<std::vector<std::byte>> alone;
+    const auto frameOf = [&](std::size_t nth) {
+        Bench bench(nth, kGeneral, frame, false, Alpha::Straight);
+        bench.feed(false);
+        bench.change();
+        EXPECT_EQ(bench.instance.render(1, frame), kOk);
+        return bench.out.pixels(frame);
+    };
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth) alone.push_back(frameOf(nth));
+    std::vector<std::jthread> threads;
+    for (unsigned seed = 1; seed <= 4; ++seed)
+        threads.emplace_back([&, seed] {
+            std::minstd_rand random(seed);
+            for (int step = 0; step < 60; ++step) {
+                const std::size_t nth = random() % alone.size();
+                EXPECT_TRUE(frameOf(nth) == alone[nth]) << infoOf(nth).name;
+            }
+        });
+}
+
+} // namespace
+} // namespace openfxhost
