@@ -16,7 +16,8 @@ LoadedPlugin& Named(const std::string& identifier) {
 
 void OpenFxInstance(benchmark::State& state, const char* identifier) {
     LoadedPlugin& plugin = Named(identifier);
-    for (auto _ : state) Instance(plugin, "OfxImageEffectContextGeneral");
+    const auto described = plugin.describe("OfxImageEffectContextGeneral");
+    for (auto _ : state) Instance(plugin, *described);
 }
 
 void OpenFxDescribeAndInstance(benchmark::State& state, const char* identifier) {

@@ -54,7 +54,10 @@ Area pixelsOf(const RectD& region, double scaleX, double scaleY) {
 
 Instance::Instance(const Suites& suites, const Catalog& catalog, const Plugin& plugin, EffectHandle handle)
     : m_suites(suites), m_plugin(plugin), m_handle(handle), m_effect(catalog.module().create(*plugin.info)),
-      m_record(plugin.info->defaults) {
+      m_tasks(makeObject<BandTasks>(suites, handle)), m_record(plugin.info->defaults) {
+    const auto site = createTransformFactory(1);
+    const auto sited = KwQuery<IObjectWithSite>(m_effect.object());
+    if (sited && SUCCEEDED(site->SetService(&SID_SDXTaskManager, m_tasks.Get(), FALSE))) sited->SetSite(site.Get());
     const auto input = [&](const char* name) {
         Input clip;
         if (suites.effect->clipGetHandle(handle, name, &clip.clip, &clip.properties) != kOk) clip = {};
@@ -182,6 +185,16 @@ tSurfaceInfo Instance::infoOf(const HostPicture& out, const Settings& settings, 
 
 Status Instance::render(const Request& request) {
     const std::scoped_lock guard(m_lock);
+    if (m_tasks->stops()) return kOk;
+    try {
+        return draw(request);
+    } catch (const StatusError&) {
+        if (m_tasks->isStopped()) return kOk;
+        throw;
+    }
+}
+
+Status Instance::draw(const Request& request) {
     const Image outImage(m_suites, m_output.clip, request.time);
     if (outImage.isForeign()) return kImageFormat;
     const HostPicture* const out = outImage.get();
@@ -217,6 +230,7 @@ Status Instance::render(const Request& request) {
     Surface made = sized(m_made, form, frame);
     made.setInfo(info);
     if (m_plugin.info->kind == EffectKind::Transition) m_effect.setProgress(static_cast<float>(settings.progress));
+    if (m_tasks->stops()) return kOk;
     make(inputs, made);
 
     // What was left as it is goes back as it came.

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 
+#include "band_tasks.h"
 #include "catalog.h"
 #include "picture.h"
 
@@ -22,6 +23,7 @@ class Instance {
     /// Takes the handles of clips and parameters. Throws Error.
     Instance(const Suites& suites, const Catalog& catalog, const Plugin& plugin, EffectHandle handle);
 
+    /// Answers as soon as it can where the host gives the frame up, with nothing written.
     Status render(const Request& request);
 
     /// The input whose pictures are the effect's at that moment, or null.
@@ -44,6 +46,7 @@ class Instance {
     double startTime(const Settings& settings) const;
     double frameRate() const;
     Area frameOf(const HostPicture& out, const Request& request) const;
+    Status draw(const Request& request);
     void apply(std::vector<std::byte> record);
     bool limitsLevels() const;
     bool isIdentity(std::span<const std::byte> record) const;
@@ -61,6 +64,7 @@ class Instance {
     Input m_output;
     std::mutex m_lock;
     Effect m_effect;
+    CComPtr<BandTasks> m_tasks;
     std::vector<std::byte> m_record; ///< as the effect has it
     Surface m_pictures[2], m_made;
     Surface m_bytes[3]; ///< for effects that are not sound in floats

@@ -220,7 +220,11 @@ const EffectSuite effectSuite{
         [](EffectHandle handle) {
             Effect& effect = of(handle);
             during(effect, "abort", {"OfxImageEffectActionRender"});
-            return effect.abortAfter < 0 ? 0 : effect.abortAfter-- == 0 ? 1 + effect.abortAfter++ : 0;
+            if (effect.abortAfter > 0)
+                --effect.abortAfter;
+            else if (effect.abortAfter == 0)
+                return 1;
+            return 0;
         },
 };
 

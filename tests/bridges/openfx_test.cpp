@@ -300,7 +300,7 @@ TEST_F(OpenFx, TellsEveryEffectAndParameter) {
 
 // Every effect at its defaults and with every field changed, in both contexts and depths, over rows of all kinds.
 TEST_F(OpenFx, PicturesEqualTheCommand) {
-    constexpr Area frame{-3, 5, 34, 28};
+    constexpr Area frame{-3, 5, 147, 85}; // three bands
     for (std::size_t nth = 0; nth < plugins().size(); ++nth)
         for (unsigned way = 0; way < 8; ++way) {
             const bool general = way & 1, floats = way & 2, changed = way & 4, turned = (nth + way / 2) % 2;
@@ -547,6 +547,25 @@ TEST_F(OpenFx, StandsWhateverAHostSends) {
         bench.instance.clip("Output").picture = nullptr;
         EXPECT_EQ(bench.instance.render(0, frame), kFailed);
     }
+}
+
+TEST_F(OpenFx, FramesAreGivenUpBetweenBands) {
+    constexpr Area frame{0, 0, 200, 120};
+    Bench bench(numbered("Iris"), kGeneral, frame, false, Alpha::Premultiplied);
+    bench.feed(true);
+    bench.instance.parameter("progress").numbers = {0.5};
+    Picture before = bench.out;
+    int asked = 0;
+    for (;; ++asked) {
+        bench.instance.effect().abortAfter = asked;
+        EXPECT_EQ(bench.instance.render(0, frame), kOk);
+        if (bench.out.memory != before.memory) break;
+    }
+    EXPECT_EQ(asked, 5); // at its start, when the inputs are there, and between four bands
+    const auto whole = bench.out.pixels(frame);
+    bench.instance.effect().abortAfter = -1;
+    EXPECT_EQ(bench.instance.render(0, frame), kOk);
+    EXPECT_TRUE(bench.out.pixels(frame) == whole);
 }
 
 TEST_F(OpenFx, GeneratorsFillTheProjectAndFiltersSeeAllOfTheirInput) {
