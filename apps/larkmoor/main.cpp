@@ -32,7 +32,8 @@ class Command {
             ->check(CLI::IsMember({"json"}))
             ->type_name("json")
             ->excludes("--quiet");
-        for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb})
+        for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb,
+                           &manualVerb, &completeVerb})
             m_verbs.push_back(make(m_app));
     }
 
@@ -79,7 +80,8 @@ class Command {
 
     std::vector<Candidate> verbs() const {
         std::vector<Candidate> names;
-        for (const CLI::App* verb : m_app.get_subcommands({})) names.push_back({verb->get_name()});
+        for (const CLI::App* verb : m_app.get_subcommands({}))
+            if (!verb->get_group().empty()) names.push_back({verb->get_name()});
         return names;
     }
 

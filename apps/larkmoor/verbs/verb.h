@@ -39,6 +39,9 @@ std::unique_ptr<Verb> joinVerb(CLI::App& command);
 std::unique_ptr<Verb> generateVerb(CLI::App& command);
 std::unique_ptr<Verb> lutVerb(CLI::App& command);
 std::unique_ptr<Verb> presetsVerb(CLI::App& command);
+// For packages and shells; not told by --help.
+std::unique_ptr<Verb> manualVerb(CLI::App& command);
+std::unique_ptr<Verb> completeVerb(CLI::App& command);
 
 /// The exit code of a verb that renders.
 int exitCode(Ended ended);

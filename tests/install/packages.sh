@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# The installed tree serves people: it runs from any folder, shells complete the command, the manual reads.
+#
+# packages.sh BUILD
+set -euo pipefail
+prefix=$(mktemp -d)
+trap 'rm -rf "$prefix"' EXIT
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+# Installed for one folder and moved: nothing may know where it was.
+cmake --install "$1" --prefix "$prefix/first" >/dev/null
+mv "$prefix/first" "$prefix/moved folder"
+cd "$prefix/moved folder"
+PATH=$PWD/bin:$PATH
+export FREI0R_PATH=$PWD/lib/frei0r-1
+cd "$prefix"
+larkmoor generate "Test Pattern" --size 64x48 -o a.png >/dev/null 2>&1
+larkmoor render a.png -o b.png --effect Invert >/dev/null 2>&1
+[ -s b.png ] || fail "the installed command wrote nothing"
+ffmpeg -v error -i a.png -vf frei0r=larkmoor_invert -pix_fmt rgb24 -f rawvideo plug.raw
+ffmpeg -v error -i b.png -pix_fmt rgb24 -f rawvideo command.raw
+cmp plug.raw command.raw || fail "the installed plug-in does not do what the command does"
+
+# What a line may go on with: the words behind "larkmoor" on the left, one of the answers on the right.
+completion=$prefix/moved\ folder/share/bash-completion/completions/larkmoor
+answers() {
+    bash -c 'compopt() { :; }; source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _larkmoor "$1"
+             printf "%s\n" "${COMPREPLY[@]}"' bash "$completion" larkmoor "$@"
+}
+expect() {
+    local wanted=$1
+    shift
+    answers "$@" | grep -qxF -- "$wanted" || fail "no $wanted after: $*"
+}
+expect render re
+expect --effect render in.mp4 --e
+expect "Gaussian Blur" render in.mp4 --effect gauss
+expect "Gaussian Blur" show "Gaussian\\ B"
+expect Warm render --effect Sepia --preset W
+expect gamma= render --effect Levels --set gam
+expect on render --effect "Gaussian Blur" --set red = o
+expect Iris join a b --transition I
+expect "Test Pattern" generate T
+[ "$(answers generate "" | sort | head -n 1)" = "Test Pattern" ] || fail "generate takes what is no generator"
+! answers re | grep -qx show || fail "what does not fit is offered"
+! answers "" | grep -qx complete || fail "a hidden verb is offered"
+[ -z "$(answers render "")" ] || fail "no room for files"
+
+for verb in "" -render -join -generate -list -show -lut -presets; do
+    page=$prefix/moved\ folder/share/man/man1/larkmoor$verb.1.gz
+    [ -e "$page" ] || fail "no page for larkmoor$verb"
+done
