@@ -44,5 +44,5 @@ larkmoor_package(dev liblarkmoor-dev libdevel "video effects for programs: heade
 foreach(COMPONENT RUNTIME PLUGINS)
     set(CPACK_DEBIAN_${COMPONENT}_PACKAGE_CONTROL_EXTRA ${CMAKE_SOURCE_DIR}/cmake/triggers)
 endforeach()
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 include(CPack)
