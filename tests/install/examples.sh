@@ -33,3 +33,8 @@ tail -c 96 in.ppm | LC_ALL=C tr '\000\040\100\200\377' '\377\337\277\177\000' >>
 ./by_pkg_config Invert <in.ppm | cmp - inverted.ppm
 ! sentence=$(./by_pkg_config Sepio <in.ppm 2>&1 >/dev/null)
 [[ $sentence == *Sepia* ]] || { echo "no help for a wrong name: $sentence" >&2; exit 1; }
+
+# Without fontconfig, as on a bare system, the module loads, draws no letters, and says why.
+mkdir none && echo no >none/libfontconfig.so.1
+sentence=$(LD_LIBRARY_PATH=$prefix/none:$LD_LIBRARY_PATH ./by_pkg_config Text text=Hi <in.ppm 2>&1 >/dev/null)
+[[ $sentence == *libfontconfig.so.1* ]] || { echo "nothing told of missing fonts: $sentence" >&2; exit 1; }
