@@ -16,7 +16,7 @@ void defineClip(const Suites& suites, EffectHandle effect, const char* name) {
     clip.set("OfxImageEffectPropSupportsTiles", 0);
     clip.set("OfxImageEffectPropTemporalClipAccess", 0);
     clip.set("OfxImageClipPropOptional", 0);
-    clip.set("OfxImageClipPropFieldExtraction", "OfxImageFieldBoth");
+    clip.set("OfxImageClipPropFieldExtraction", "OfxFieldBoth");
 }
 
 Properties propertiesOf(const Suites& suites, EffectHandle effect) {
@@ -74,8 +74,9 @@ bool tellRegion(const Suites& suites, const Plugin& plugin, EffectHandle effect,
 void tellInterest(const Suites& suites, const Plugin& plugin, EffectHandle effect, double time, const Properties& out) {
     for (const char* const name : plugin.inputs()) {
         ClipHandle clip = nullptr;
+        PropertySet set = nullptr; // not every host takes null for it
         RectD region{};
-        if (suites.effect->clipGetHandle(effect, name, &clip, nullptr) != kOk || !clip ||
+        if (suites.effect->clipGetHandle(effect, name, &clip, &set) != kOk || !clip ||
             suites.effect->clipGetRegionOfDefinition(clip, time, &region) != kOk)
             continue;
         const std::string property = std::string("OfxImageClipPropRoI_") + name;

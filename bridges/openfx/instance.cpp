@@ -73,7 +73,8 @@ Instance::Instance(const Suites& suites, const Catalog& catalog, const Plugin& p
     for (const Parameter& parameter : plugin.parameters) {
         const char* const name = hosts && parameter.role == Role::Progress ? kTransition : parameter.name.c_str();
         ParamHandle param = nullptr;
-        if (!m_paramSet || suites.parameter->getHandle(m_paramSet, name, &param, nullptr) != kOk) param = nullptr;
+        PropertySet set = nullptr; // not every host takes null for it
+        if (!m_paramSet || suites.parameter->getHandle(m_paramSet, name, &param, &set) != kOk) param = nullptr;
         m_params.push_back(param);
     }
 }

@@ -66,9 +66,9 @@ std::optional<HostPicture> pictureOf(const Properties& image) {
                         .rowBytes = image.number("OfxImagePropRowBytes", 0),
                         .bounds = {side(0), side(1), side(2), side(3)},
                         .floats = depth == "OfxBitDepthFloat",
-                        .alpha = alpha == "OfxImageOpaque"               ? Alpha::Opaque
-                                 : alpha == "OfxImageAlphaPremultiplied" ? Alpha::Premultiplied
-                                                                         : Alpha::Straight,
+                        .alpha = alpha == "OfxImageOpaque"                 ? Alpha::Opaque
+                                 : alpha == "OfxImageAlphaUnPremultiplied" ? Alpha::Straight
+                                                                           : Alpha::Premultiplied,
                         .aspect = image.number("OfxImagePropPixelAspectRatio", 1.0)};
     if (!(picture.aspect > 0.001 && picture.aspect < 1000)) picture.aspect = 1;
     if (std::string_view(image.text("OfxImageEffectPropComponents")) != "OfxImageComponentRGBA" ||

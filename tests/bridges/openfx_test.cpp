@@ -117,7 +117,8 @@ std::vector<std::uint8_t> noise(int width, int height, unsigned seed, bool opaqu
     return bytes;
 }
 
-/// A surface of noise, blue first, the highest row first; in floats between the steps of bytes.
+/// A surface of noise, blue first, the highest row first; in floats between the steps of bytes, with a row
+/// beyond white and one beyond black.
 Surface surfaceOf(int width, int height, unsigned seed, bool opaque, bool floats) {
     const auto bytes = noise(width, height, seed, opaque);
     const Surface surface =
@@ -127,8 +128,10 @@ Surface surfaceOf(int width, int height, unsigned seed, bool opaque, bool floats
         const std::size_t row = i / static_cast<std::size_t>(width * 4), at = i % static_cast<std::size_t>(width * 4);
         std::byte* const line = view.data + static_cast<std::ptrdiff_t>(row) * view.stride;
         if (floats)
-            reinterpret_cast<float*>(line)[at] =
-                i % 4 == 3 && opaque ? 1.0f : (static_cast<float>(bytes[i]) + 0.3f) / 255.6f;
+            reinterpret_cast<float*>(line)[at] = i % 4 == 3 && opaque ? 1.0f
+                                                 : i % 4 != 3 && row < 2
+                                                     ? (row == 0 ? 1.5f : -0.25f)
+                                                     : (static_cast<float>(bytes[i]) + 0.3f) / 255.6f;
         else
             line[at] = static_cast<std::byte>(bytes[i]);
     }
@@ -272,6 +275,10 @@ TEST_F(OpenFx, TellsEveryEffectAndParameter) {
             for (const auto& [name, clip] : effect->clips) clips.insert(name);
             for (const std::string& name : inputsOf(info)) wanted.insert(name);
             EXPECT_EQ(clips, wanted);
+            for (const auto& [name, clip] : effect->clips) {
+                EXPECT_EQ(clip->properties.text("OfxImageEffectPropSupportedComponents"), "OfxImageComponentRGBA");
+                EXPECT_EQ(clip->properties.text("OfxImageClipPropFieldExtraction"), "OfxFieldBoth");
+            }
             const bool transition = info.kind == EffectKind::Transition;
             EXPECT_EQ(effect->parameters.count("Transition"), transition && context != kGeneral);
             EXPECT_EQ(effect->parameters.count("progress"), transition && context == kGeneral);
@@ -306,7 +313,10 @@ TEST_F(OpenFx, PicturesEqualTheCommand) {
             const bool general = way & 1, floats = way & 2, changed = way & 4, turned = (nth + way / 2) % 2;
             const EffectInfo& info = infoOf(nth);
             Bench bench(nth, general ? kGeneral : contextOf(info), frame, floats,
-                        turned ? Alpha::Premultiplied : Alpha::Opaque, turned ? 48 : 0, turned);
+                        !turned                                         ? Alpha::Opaque
+                        : info.kind == EffectKind::Generator && !floats ? Alpha::Straight
+                                                                        : Alpha::Premultiplied,
+                        turned ? 48 : 0, turned);
             const auto settings = changed ? bench.change() : std::vector<std::string>();
             const auto inputs = bench.feed(true);
             if (!inputs.empty() && inputs.size() > 1)
@@ -357,40 +367,56 @@ TEST_F(OpenFx, WindowsArePartsOfTheWhole) {
             EXPECT_EQ(differences(bench.out, frame, window, want), 0);
             EXPECT_FALSE(bench.out.differsOutside(before, window));
             // A host that asks for more than there is.
-            const Area beyond{frame.x1 - 2, frame.y1, frame.x2, frame.y2};
+            const Area beyond{frame.x1 - 2, frame.y1 - 1, frame.x2 + 3, frame.y2};
             bench.out = Picture(beyond, floats, Alpha::Premultiplied);
             EXPECT_EQ(bench.instance.render(0, beyond), kOk);
             EXPECT_EQ(differences(bench.out, frame, frame, want), 0);
-            for (const std::byte byte : bench.out.pixels({beyond.x1, beyond.y1, frame.x1, beyond.y2}))
-                EXPECT_EQ(byte, std::byte{0});
+            for (const Area& side :
+                 {Area{beyond.x1, beyond.y1, frame.x1, beyond.y2}, Area{frame.x2, beyond.y1, beyond.x2, beyond.y2},
+                  Area{beyond.x1, beyond.y1, beyond.x2, frame.y1}})
+                EXPECT_EQ(std::ranges::count(bench.out.pixels(side), std::byte{0}),
+                          side.width() * side.height() * (floats ? 16 : 4));
         }
 }
 
-TEST_F(OpenFx, ColourIsGivenInTheFormItCameIn) {
+// Whatever the form that it comes in and the one that it is wanted in.
+TEST_F(OpenFx, ColourIsMultipliedAndDividedByAlpha) {
     constexpr Area frame{0, 0, 33, 20};
-    for (const char* const name : {"Invert", "Levels", "Dissolve"})
-        for (const bool floats : {false, true})
-            for (const Alpha alpha : {Alpha::Premultiplied, Alpha::Straight, Alpha::Opaque}) {
-                SCOPED_TRACE(name);
-                Bench bench(numbered(name), kGeneral, frame, floats, alpha);
-                const auto inputs = bench.feed(false);
-                for (const Surface& input : inputs) {
-                    const ImageView view = input.view();
-                    if (alpha == Alpha::Straight) premultiply(view);
-                    for (int i = 0; alpha == Alpha::Opaque && i < view.width * view.height; ++i) {
-                        std::byte* const pixel = view.data + i / view.width * view.stride;
-                        if (floats)
-                            reinterpret_cast<float*>(pixel)[i % view.width * 4 + 3] = 1;
-                        else
-                            pixel[i % view.width * 4 + 3] = std::byte{255};
-                    }
+    constexpr Alpha forms[] = {Alpha::Opaque, Alpha::Premultiplied, Alpha::Straight};
+    for (const char* const name : {"Invert", "Levels", "Dissolve", "Gaussian Blur", "Pixelate"})
+        for (int way = 0; way < 18; ++way) {
+            const bool floats = way % 2;
+            const Alpha given = forms[way / 2 % 3], wanted = forms[way / 6];
+            const bool leaves = std::string_view(name) == "Gaussian Blur" || std::string_view(name) == "Pixelate";
+            if (leaves && given == wanted) continue; // goes back as it came
+            SCOPED_TRACE(name + std::string(" ") + std::to_string(way));
+            Bench bench(numbered(name), kGeneral, frame, floats, given);
+            bench.out.alpha = wanted;
+            const auto inputs = bench.feed(false);
+            for (const Surface& input : inputs) {
+                const ImageView view = input.view();
+                if (given == Alpha::Straight) premultiply(view);
+                for (int i = 0; given == Alpha::Opaque && i < view.width * view.height; ++i) {
+                    std::byte* const row = view.data + i / view.width * view.stride;
+                    if (floats)
+                        reinterpret_cast<float*>(row)[i % view.width * 4 + 3] = 1;
+                    else
+                        row[i % view.width * 4 + 3] = std::byte{255};
                 }
-                if (inputs.size() > 1) bench.instance.parameter("progress").numbers = {0.5};
-                const Surface want = commanded(bench.info, {}, inputs, 0.5, 0, bench.target());
-                if (alpha == Alpha::Straight) unpremultiply(want.view());
-                EXPECT_EQ(bench.instance.render(0, frame), kOk);
-                EXPECT_EQ(differences(bench.out, frame, frame, want), 0) << static_cast<int>(alpha);
             }
+            std::vector<std::string> settings;
+            for (const tFieldInfo& field : bench.info.fields) {
+                const bool range = std::string_view(field.name).ends_with("Range"); // of Gaussian Blur
+                if (!leaves || field.kind == KWFIELD_SWITCH) continue;
+                bench.instance.parameter(field.name).numbers = {range ? 0.0 : 1.0};
+                settings.push_back(std::string(field.name) + (range ? "=0" : "=1"));
+            }
+            if (inputs.size() > 1) bench.instance.parameter("progress").numbers = {0.5};
+            const Surface want = commanded(bench.info, settings, inputs, 0.5, 0, bench.target());
+            if (wanted == Alpha::Straight) unpremultiply(want.view());
+            EXPECT_EQ(bench.instance.render(0, frame), kOk);
+            EXPECT_EQ(differences(bench.out, frame, frame, want), 0);
+        }
 }
 
 // What an effect leaves as it is comes back whole: levels beyond white, and colour under alphas that would not bear
@@ -486,6 +512,18 @@ TEST_F(OpenFx, WhatIsMeasuredInPixelsFollowsTheScale) {
     EXPECT_EQ(keyer.instance.render(0, half, 0.5, 0.5), kOk);
     const Surface want = commanded(keyer.info, {"transparencyMask.blurAmount=0.25"}, inputs, 0, 0, keyer.target());
     EXPECT_EQ(differences(keyer.out, half, half, want), 0);
+}
+
+// Regions are told in square pixels.
+TEST_F(OpenFx, RegionsFollowThePixelsAspect) {
+    constexpr Area frame{4, 0, 64, 30}, window{10, 2, 40, 20};
+    Bench bench(numbered("Wave"), kGeneral, frame, false, Alpha::Premultiplied);
+    const auto inputs = bench.feed(true);
+    bench.out = Picture(window, false, Alpha::Premultiplied);
+    bench.instance.clip("Output").properties.put<double>("OfxImagePropPixelAspectRatio", {2});
+    bench.instance.clip("Output").region = {16, 0, 256, 60};
+    EXPECT_EQ(bench.instance.render(0, window, 0.5, 0.5), kOk);
+    EXPECT_EQ(differences(bench.out, frame, window, commanded(bench.info, {}, inputs, 0, 0, bench.target())), 0);
 }
 
 TEST_F(OpenFx, TimeAndKeysReachTheEffect) {
