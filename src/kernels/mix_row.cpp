@@ -2,6 +2,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/row.h"
 
 namespace {
 
@@ -66,6 +67,24 @@ KWINLINE inline void MixRowByF(tAnyFloat* out, const tAnyFloat* a, const tAnyFlo
 }
 constexpr CKwBodies kMixRowByF(KwClones<MixRowByF>);
 
+void OverRowPlain8(std::uint8_t* out, const std::uint8_t* pixels, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const int rest = 255 - pixels[i * 4 + 3];
+        for (int c = 0; c < 4; ++c) out[i * 4 + c] = KwByte(pixels[i * 4 + c] + ((rest * out[i * 4 + c] + 127) >> 8));
+    }
+}
+/// Most blocks are opaque, and then there is nothing to weigh.
+KWINLINE inline void OverRow8(std::uint8_t* out, const std::uint8_t* pixels, std::ptrdiff_t count) {
+    KwForBlocks(out, count * 4, out, pixels, [](const tBytes& back, const tBytes& front) KWINLINE {
+        if (KwAllOpaque(front)) return front;
+        const tAmounts rest = KwAlphaAmounts(~front);
+        const tHalves b = reinterpret_cast<tHalves>(back);
+        const tHalves even = ((b & 255) * rest.even + 127) >> 8, odd = ((b >> 8) * rest.odd + 127) & 0xFF00;
+        return front + reinterpret_cast<tBytes>(even | odd);
+    });
+}
+constexpr CKwBodies kOverRow8(OverRowPlain8, KwClones<OverRow8>);
+
 } // namespace
 
 void KwMixRow(std::uint8_t* out, const std::uint8_t* first, const std::uint8_t* second, const std::uint16_t* weights,
@@ -75,6 +94,9 @@ void KwMixRow(std::uint8_t* out, const std::uint8_t* first, const std::uint8_t* 
 void KwMixRow(tAnyFloat* out, const tAnyFloat* first, const tAnyFloat* second, const float* weights,
               std::ptrdiff_t count) {
     kMixRowF(out, first, second, weights, count);
+}
+void KwOverRow(std::uint8_t* out, const std::uint8_t* pixels, std::ptrdiff_t count) {
+    kOverRow8(out, pixels, count);
 }
 void KwMixRowBy(std::uint8_t* out, const std::uint8_t* first, const std::uint8_t* second, std::uint16_t weight,
                 std::ptrdiff_t count) {

@@ -32,6 +32,9 @@ void KwMixRowBy(std::uint8_t* out, const std::uint8_t* first, const std::uint8_t
                 std::ptrdiff_t count);
 void KwMixRowBy(tAnyFloat* out, const tAnyFloat* first, const tAnyFloat* second, float weight, std::ptrdiff_t count);
 
+/// out = pixels over out, premultiplied: pixels + (255 - alpha) * out / 256, rounded at 127. `out` may be `pixels`.
+void KwOverRow(std::uint8_t* out, const std::uint8_t* pixels, std::ptrdiff_t count);
+
 /// Calls `body` with the form that `bytesPerPixel` stands for.
 template <class Body>
 auto KwWithForm(LONG bytesPerPixel, Body&& body) {

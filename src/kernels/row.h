@@ -82,6 +82,16 @@ KWINLINE inline tBytes KwMeans(const tBytes& pixels) {
     return KwSpread(KwColorSums(pixels) * 0xAAABu >> 17);
 }
 
+/// Whether every pixel's alpha is 255.
+KWINLINE inline bool KwAllOpaque(const tBytes& pixels) {
+    using tQuads [[gnu::vector_size(kBlockBytes)]] = std::uint64_t;
+    const tQuads set = reinterpret_cast<tQuads>(pixels);
+    std::uint64_t common = ~std::uint64_t{0};
+    KWUNROLL
+    for (int i = 0; i < kBlockBytes / 8; ++i) common &= set[i];
+    return (common & 0xFF000000FF000000u) == 0xFF000000FF000000u;
+}
+
 /// `body(half)` of every byte, as a half; results are bytes again.
 template <class Body>
 KWINLINE inline tBytes KwByHalves(const tBytes& v, Body body) {

@@ -174,26 +174,31 @@ class CMixer {
                const std::byte* border, std::ptrdiff_t count) {
         WeightsOf(m_mix.rule, m_weights, mask, border, count);
         if (m_mix.rule == tRule::iris) std::fill_n(m_weights.shown, count, typename Form::tWeight{1});
-        if (!m_mix.blendWithOutput) {
-            Mix(out, first, second, count);
-        } else if (!AllAre(m_weights.shown, count, typename Form::tWeight{0})) {
-            Mix(m_mixed, first, second, count);
-            if constexpr (Form::kPixelSize == 4)
-                kOverRow8(out, m_mixed, m_weights.shown, count);
-            else
-                kOverRowF(out, m_mixed, m_weights.shown, count);
-        }
+        if (!m_mix.blendWithOutput)
+            Put(out, Mixed(out, first, second, count), count);
+        else if (!AllAre(m_weights.shown, count, typename Form::tWeight{0}))
+            Over(out, Mixed(m_mixed, first, second, count), count);
         if (border && !AllAre(m_weights.border, count, typename Form::tWeight{0}))
             BorderRow(out, m_color, m_weights.border, count);
     }
-    void Mix(tChannel* out, const tChannel* first, const tChannel* second, std::ptrdiff_t count) {
-        const auto bytes = static_cast<std::size_t>(count * Form::kPixelSize);
-        if (AllAre(m_weights.mix, count, Form::kKeep))
-            std::memmove(out, first, bytes);
-        else if (AllAre(m_weights.mix, count, Form::kWhole))
-            std::memmove(out, second, bytes);
+    /// The mixed pixels: one of the pictures where it is whole, else `memory`.
+    const tChannel* Mixed(tChannel* memory, const tChannel* first, const tChannel* second, std::ptrdiff_t count) {
+        if (AllAre(m_weights.mix, count, Form::kKeep)) return first;
+        if (AllAre(m_weights.mix, count, Form::kWhole)) return second;
+        KwMixRow(memory, first, second, m_weights.mix, count);
+        return memory;
+    }
+    static void Put(tChannel* out, const tChannel* mixed, std::ptrdiff_t count) {
+        if (out != mixed) std::memmove(out, mixed, static_cast<std::size_t>(count * Form::kPixelSize));
+    }
+    /// An iris shows everywhere.
+    void Over(tChannel* out, const tChannel* mixed, std::ptrdiff_t count) {
+        if constexpr (Form::kPixelSize == 16)
+            kOverRowF(out, mixed, m_weights.shown, count);
+        else if (m_mix.rule == tRule::iris)
+            KwOverRow(out, mixed, count);
         else
-            KwMixRow(out, first, second, m_weights.mix, count);
+            kOverRow8(out, mixed, m_weights.shown, count);
     }
 
     const tMix& m_mix;

@@ -121,17 +121,9 @@ LONG RunOf(std::int64_t d, std::int64_t step, std::int64_t bound, LONG count) {
     return static_cast<LONG>(std::min<std::int64_t>(run, count));
 }
 
-KWINLINE inline void OverRow(std::uint8_t* out, const std::uint8_t* r, std::ptrdiff_t count) {
-    KWNODEPENDENCE
-    for (std::ptrdiff_t i = 0; i < count; ++i)
-        for (int c = 0; c < 4; ++c)
-            out[i * 4 + c] = KwByte(r[i * 4 + c] + (((255 - r[i * 4 + 3]) * out[i * 4 + c] + 127) >> 8));
-}
-constexpr CKwBodies kOverRow(KwClones<OverRow>);
-
 void Put(std::uint8_t* out, const std::uint8_t* pixels, LONG count, bool blend) {
     if (blend)
-        kOverRow(out, pixels, count);
+        KwOverRow(out, pixels, count);
     else if (out != pixels)
         std::memmove(out, pixels, static_cast<std::size_t>(count) * 4);
 }
@@ -154,7 +146,7 @@ void WipeRow(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, LO
                 if (blend) {
                     std::uint8_t mixed[kChunk * 4];
                     KwMixRow(mixed, a + at, b + at, weights, run);
-                    kOverRow(out + at, mixed, run);
+                    KwOverRow(out + at, mixed, run);
                 } else {
                     KwMixRow(out + at, a + at, b + at, weights, run);
                 }
