@@ -1,4 +1,4 @@
-// Every effect as a host runs it: through the contract with the flags that it is born with, on a ring of pictures that
+// Every effect as a host runs it: through the contract and over a cleared picture, on a ring of pictures that
 // no cache holds, in one thread. Each row stands beside a plain copy of the same ring, timed turn by turn.
 #include <benchmark/benchmark.h>
 
@@ -94,6 +94,7 @@ void run(benchmark::State& state, const Ring& pictures, Work work) {
 void runEffect(benchmark::State& state, const Module& module, const EffectInfo& info, const std::string& preset,
                bool soft) {
     Effect effect = module.create(info);
+    effect.setBlending(false);
     if (!preset.empty()) effect.applyPreset(preset);
     const Ring& pictures = ring(soft);
     if (info.kind == EffectKind::Transition) effect.setProgress(0.4f);

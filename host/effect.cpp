@@ -186,6 +186,14 @@ void Effect::setProgress(float progress) {
     m_state->check(m_state->effect->put_Progress(progress), "take its progress");
 }
 
+void Effect::setBlending(bool on) {
+    constexpr DWORD kBlends = 1, kChangeable = 1 << 16;
+    DWORD flags = 0;
+    if (!m_state->transform || FAILED(m_state->transform->GetMiscFlags(&flags))) return;
+    if ((flags & kChangeable) && bool(flags & kBlends) != on)
+        m_state->check(m_state->transform->SetMiscFlags((flags & 0xFFFF) ^ kBlends), "change its blending");
+}
+
 bool Effect::render(std::span<const Surface> inputs, const Surface& output, const RECT* clip, const POINT* placement) {
     State& state = *m_state;
     if (!state.effect || !state.transform)

@@ -133,6 +133,10 @@ class Effect {
     /// Progress of a transition, 0 to 1.
     void setProgress(float progress);
 
+    /// Whether pictures that may be clear somewhere go over what the output holds, as they do at first, or replace it,
+    /// which is faster. Of no account to an effect that always does the one or the other.
+    void setBlending(bool on);
+
     /// Renders one frame of a filter or transition from the inputs into `output`, which is not cleared first.
     /// Inputs may be fewer than the most the effect takes. With a clip only that part of the input's coordinates is
     /// done, and it lands at `placement`, or at (0, 0) without one. Returns false when there was nothing to do (the

@@ -169,6 +169,7 @@ Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors) : 
 
 Chain::Link Chain::makeLink(const Module& module, const Step& step) const {
     Link link{{.info = step.info}, module.create(*step.info, m_processors)};
+    link.effect.setBlending(false); // outputs are cleared first
     change(link, step);
     return link;
 }

@@ -50,6 +50,7 @@ HostWays waysOf(const void* address) {
 Instance::Instance(const Catalog& catalog, const Plugin& plugin, unsigned width, unsigned height)
     : m_plugin(plugin), m_width(checked(width, height)), m_height(height),
       m_effect(catalog.module().create(*plugin.info)), m_pitch(width) {
+    m_effect.setBlending(false); // outputs are cleared first
     for (const Parameter& parameter : plugin.parameters) m_values.push_back(parameter.initial);
 }
 

@@ -88,11 +88,4 @@ Record RecordOf(std::span<const std::byte> bytes) {
     return record;
 }
 
-/// Bit 0 of the miscellaneous flags: whether a picture goes over what the output holds.
-inline void BlendWithOutput(Effect& effect, bool on) {
-    const CComPtr<IDXTransform> transform = KwQuery<IDXTransform>(effect.object());
-    ASSERT_TRUE(transform);
-    ASSERT_EQ(S_OK, transform->SetMiscFlags(on ? 3 : 2));
-}
-
 } // namespace effect_test

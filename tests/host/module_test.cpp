@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -113,6 +114,27 @@ TEST(HostEffect, RendersWithClipAndPlacement) {
     EXPECT_EQ(sampleAt(small, 1, 1), inverted);
     effect.unbind();
     ASSERT_TRUE(effect.render({&second, 1}, small));
+}
+
+TEST(HostEffect, ReplacesWhatTheOutputHoldsWithoutBlending) {
+    const Surface input = Surface::create(PixelFormat::PremultipliedArgb32, 6, 4);
+    fill(input, 0x40102030);
+    for (const char* const name : {"Linear Wipe", "Iris", "Cookie Cutter", "Additive Dissolve"}) {
+        Effect effect = module().create(module().find(name));
+        const std::array inputs{input, input};
+        const auto over = [&](DWORD below) {
+            Surface output = Surface::create(PixelFormat::PremultipliedArgb32, 6, 4);
+            fill(output, below);
+            effect.setProgress(0.5f);
+            effect.render(std::span(inputs).first(std::size_t(effect.info().maxInputs)), output);
+            return sampleAt(output, 3, 2);
+        };
+        EXPECT_NE(over(0), over(0xFF808080)) << name;
+        effect.setBlending(false);
+        EXPECT_EQ(over(0), over(0xFF808080)) << name;
+        effect.setBlending(true);
+        EXPECT_NE(over(0), over(0xFF808080)) << name;
+    }
 }
 
 TEST(HostEffect, GeneratorsDrawTheSamePictureInEachFormat) {
