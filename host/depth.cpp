@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/clones.h"
+#include "host/rows.h"
 
 namespace larkmoor {
 
@@ -89,17 +90,11 @@ void limitPicture(const ImageView& floats) {
 
 bool isUnchanged(const ImageView& before, const ImageView& after) {
     const auto bytes = static_cast<std::size_t>(before.width) * static_cast<std::size_t>(bytesPerPixel(before.format));
-    const auto rowIs = [&](int y) {
+    return everyRow(before.height, [&](int y) {
         if (std::memcmp(rowOf<std::byte>(before, y), rowOf<std::byte>(after, y), bytes) == 0) return true;
         return before.format == PixelFormat::Float128 &&
                changesOf(rowOf<const float>(before, y), rowOf<const float>(after, y), before.width) == 0;
-    };
-    // Rows far apart first: a title or a wipe is met soon.
-    constexpr int apart = 16;
-    for (int first = 0; first < apart; ++first)
-        for (int y = first; y < before.height; y += apart)
-            if (!rowIs(y)) return false;
-    return true;
+    });
 }
 
 } // namespace larkmoor

@@ -13,6 +13,7 @@
 #include "base/clones.h"
 #include "guarded_text.h"
 #include "host/alpha.h"
+#include "host/rows.h"
 
 namespace larkmoor::frei0r {
 namespace {
@@ -144,11 +145,13 @@ bool Instance::passOn(const std::uint32_t* pixels, const Surface& input, std::ui
     const ImageView before = input.view();
     if (before.data == reinterpret_cast<const std::byte*>(pixels)) return false; // opaque, and so nothing to undo
     if (pixels < out + span() && out < pixels + span()) return false;            // drawn over
-    for (unsigned y = 0; y < m_height; ++y)
-        if (std::memcmp(before.data + std::ptrdiff_t{y} * before.stride, out + y * m_pitch, std::size_t{m_width} * 4))
-            return false;
-    for (unsigned y = 0; y < m_height; ++y)
-        std::memcpy(out + y * m_pitch, pixels + y * m_pitch, std::size_t{m_width} * 4);
+    const std::size_t bytes = std::size_t{m_width} * 4;
+    const auto unchanged = [&](int y) {
+        return std::memcmp(before.data + y * before.stride, out + std::size_t{m_pitch} * static_cast<unsigned>(y),
+                           bytes) == 0;
+    };
+    if (!everyRow(before.height, unchanged)) return false;
+    for (unsigned y = 0; y < m_height; ++y) std::memcpy(out + y * m_pitch, pixels + y * m_pitch, bytes);
     return true;
 }
 
@@ -170,11 +173,17 @@ void Instance::update(double time, const std::uint32_t* first, const std::uint32
             m_effect.generate(target);
             return;
         }
+        std::array<const std::uint32_t*, 2> pictures;
         std::array<Surface, 2> inputs;
         std::size_t count = 0;
-        if (first) inputs[count++] = input(first, out, m_firstCopy);
+        const auto take = [&](const std::uint32_t* pixels, Surface& copy) {
+            if (!pixels) return;
+            pictures[count] = pixels;
+            inputs[count++] = input(pixels, out, copy);
+        };
+        take(first, m_firstCopy);
         if (m_plugin.type == F0R_PLUGIN_TYPE_MIXER2) {
-            if (second) inputs[count++] = input(second, out, m_secondCopy);
+            take(second, m_secondCopy);
             m_effect.setProgress(m_progress);
         }
         Surface target = Surface::wrap(viewOf(out, PixelFormat::PremultipliedArgb32));
@@ -182,7 +191,6 @@ void Instance::update(double time, const std::uint32_t* first, const std::uint32
         target.setInfo(info);
         target.clear();
         m_effect.render(std::span(inputs).first(count), target);
-        const std::array pictures{first ? first : second, second};
         for (std::size_t i = 0; i < count; ++i)
             if (passOn(pictures[i], inputs[i], out)) return;
         unpremultiply(target.view());

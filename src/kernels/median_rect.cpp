@@ -199,14 +199,67 @@ KWINLINE inline void MoveFine(tCounts<Form>& fine, const tColumns<typename Form:
     }
 }
 
+/// The fine counts of a row's pixel, a set for each coarse bin.
+template <class Form>
+struct tFine {
+    tCounts<Form> counts[kCoarse];
+    std::int64_t at[kCoarse]; ///< the pixel that the counts of a bin are those of
+
+    KWINLINE tFine() { std::fill_n(at, kCoarse, std::int64_t{INT32_MIN}); }
+};
+
+/// The mean value, in units of 1 / kOne, of the band of weight that begins at `low` over the pixel `x`, whose coarse
+/// counts are given.
+template <class Form, bool Rims>
+KWINLINE inline std::int32_t BandSum(const tRectPass& pass, const tColumns<typename Form::tLane>& column,
+                                     const tCounts<Form>& coarse, tFine<Form>& fine, std::int64_t x,
+                                     const typename Form::tLane* before, const typename Form::tLane* behind,
+                                     typename Form::tWeight low) {
+    using tWeight = typename Form::tWeight;
+    using tWeights = typename Form::tWeights;
+    constexpr LONG groups = Form::kGroups;
+    tWeights weights[groups]{};
+    Weigh<Form, Rims>(pass, coarse, before, behind, weights);
+    tWeight stored[kCoarse];
+    std::memcpy(stored, weights, sizeof stored);
+    const auto upTo = [&](LONG bin) KWINLINE { return stored[bin % groups * (kCoarse / groups) + bin / groups]; };
+
+    const tWeight high = low + kOne;
+    tWeights passed = weights[0] <= low;
+    for (LONG i = 1; i < groups; ++i) passed += weights[i] <= low;
+    LONG k = std::min(static_cast<LONG>(-Total(passed)), kCoarse - 1);
+    tWeight below = k ? upTo(k - 1) : 0;
+    std::int32_t sum = 0;
+    for (bool more = high > 0; more; ++k) {
+        const std::ptrdiff_t offset = kCoarse + k * kCoarse;
+        const std::int64_t known = fine.at[k];
+        fine.at[k] = x;
+        MoveFine<Form, Rims>(fine.counts[k], column, offset, pass.fullX, known, x);
+        // The band's share of bin i is c(i) - c(i - 1), c being the weight up to the bin limited to the band: the sum
+        // over i * (c(i) - c(i - 1)) takes one sum over c.
+        const tWeight base = below - low;
+        tWeights bins[groups]{}, limited{};
+        Weigh<Form, Rims>(pass, fine.counts[k], before + offset, behind + offset, bins);
+        for (tWeights& part : bins) {
+            part += base;
+            part = part < 0 ? tWeights{} : part;
+            limited += part > kOne ? tWeights{} + kOne : part;
+        }
+        const auto covered = static_cast<std::int32_t>(Total(limited));
+        below = upTo(k);
+        const auto start = static_cast<std::int32_t>(std::clamp<tWeight>(base, 0, kOne));
+        const auto stop = static_cast<std::int32_t>(std::clamp<tWeight>(below - low, 0, kOne));
+        sum += (k + 1) * kCoarse * stop - k * kCoarse * start - covered;
+        more = k < kCoarse - 1 && below < high;
+    }
+    return sum;
+}
+
 /// The strip `left` to `right` of the destination. `memory` takes a column of zeros and then those of the strip and
 /// as much beside it as the area reaches; `starts` one band start per pixel.
 template <class Form, bool Rims>
 KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, typename Form::tLane* memory,
                                  typename Form::tWeight* starts) {
-    using tWeight = typename Form::tWeight;
-    using tWeights = typename Form::tWeights;
-    constexpr LONG groups = Form::kGroups;
     const LONG width = pass.source.width, height = pass.source.height;
     const LONG fullX = pass.fullX, fullY = pass.fullY;
     const LONG first = static_cast<LONG>(std::max<std::int64_t>(std::int64_t{left} - fullX, 0));
@@ -230,9 +283,8 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
             FindStarts(pass, left, right, rows, rims, starts);
         }
 
-        tCounts<Form> coarse, fine[kCoarse];
-        std::int64_t fineAt[kCoarse]; // the pixel that the fine counts are those of
-        std::fill_n(fineAt, kCoarse, std::int64_t{INT32_MIN});
+        tCounts<Form> coarse;
+        tFine<Form> fine;
         const std::int64_t filled = std::min<std::int64_t>(std::int64_t{left} + fullX - 1, last);
         for (std::int64_t x = std::max<std::int64_t>(std::int64_t{left} - fullX + 1, first); x < filled; ++x)
             coarse.template Move<Rims>(column(x), memory);
@@ -242,41 +294,8 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
             const auto* const before = column(x - fullX);
             const auto* const behind = column(x + fullX);
             coarse.template Move<Rims>(column(x + fullX - 1), x > left ? before : memory);
-            tWeights weights[groups]{};
-            Weigh<Form, Rims>(pass, coarse, before, behind, weights);
-            tWeight stored[kCoarse];
-            std::memcpy(stored, weights, sizeof stored);
-            const auto upTo = [&](LONG bin)
-                                  KWINLINE { return stored[bin % groups * (kCoarse / groups) + bin / groups]; };
-
-            const tWeight low = starts[x - left], high = low + kOne;
-            tWeights passed = weights[0] <= low;
-            for (LONG i = 1; i < groups; ++i) passed += weights[i] <= low;
-            LONG k = std::min(static_cast<LONG>(-Total(passed)), kCoarse - 1);
-            tWeight below = k ? upTo(k - 1) : 0;
-            std::int32_t sum = 0;
-            for (bool more = high > 0; more; ++k) {
-                const std::ptrdiff_t offset = kCoarse + k * kCoarse;
-                const std::int64_t known = fineAt[k];
-                fineAt[k] = x;
-                MoveFine<Form, Rims>(fine[k], column, offset, fullX, known, x);
-                // The band's share of bin i is c(i) - c(i - 1), c being the weight up to the bin limited to the band:
-                // the sum over i * (c(i) - c(i - 1)) takes one sum over c.
-                const tWeight base = below - low;
-                tWeights bins[groups]{}, limited{};
-                Weigh<Form, Rims>(pass, fine[k], before + offset, behind + offset, bins);
-                for (tWeights& part : bins) {
-                    part += base;
-                    part = part < 0 ? tWeights{} : part;
-                    limited += part > kOne ? tWeights{} + kOne : part;
-                }
-                const auto covered = static_cast<std::int32_t>(Total(limited));
-                below = upTo(k);
-                const auto start = static_cast<std::int32_t>(std::clamp<tWeight>(base, 0, kOne));
-                const auto stop = static_cast<std::int32_t>(std::clamp<tWeight>(below - low, 0, kOne));
-                sum += (k + 1) * kCoarse * stop - k * kCoarse * start - covered;
-                more = k < kCoarse - 1 && below < high;
-            }
+            const std::int32_t sum =
+                BandSum<Form, Rims>(pass, column, coarse, fine, x, before, behind, starts[x - left]);
             *to = static_cast<std::uint8_t>((sum + kOne / 2) / kOne);
         }
     }
