@@ -40,7 +40,7 @@ class DXTBlackRestore final : public CEffect<tBLACKRESTOREPROP> {
     DXTBlackRestore(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tBLACKRESTOREPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tBLACKRESTOREPROP& params) override {
         const tView output = views.output.View(), input = views.HasInput() ? views.first.View() : output;
         return KwDibBlackRestore(output, input, views.BytesPerPixel(), params.threshold);
     }

@@ -73,7 +73,7 @@ class DXTBroadcastColors final : public CEffect<tBROADCASTPROP> {
     DXTBroadcastColors(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tBROADCASTPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tBROADCASTPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         tBroadcastTables tables;
         const tBroadcastPass pass = KwBuildBroadcastTables(params, tables);

@@ -52,7 +52,7 @@ class DXTGamut final : public CEffect<tGAMUTPROP> {
     DXTGamut(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tGAMUTPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tGAMUTPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         if (bytesPerPixel != 4) { // floats are copied and then refused, in this order
             const HRESULT status = KwDibCopy(views.output.View(), views.first.View(), bytesPerPixel);

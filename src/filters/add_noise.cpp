@@ -53,7 +53,7 @@ class DXTNoise final : public CEffect<tNOISEPROP> {
     DXTNoise(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tNOISEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tNOISEPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         tNOISEPROP record = params;
         if (record.animate == 1) record.seed = FrameSeed(views.output.m_SurfaceInfo);

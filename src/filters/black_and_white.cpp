@@ -42,7 +42,7 @@ class DXTDesaturate final : public CEffect<tDESATURATEPROP> {
     DXTDesaturate(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tDESATURATEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tDESATURATEPROP& params) override {
         // Without an input there is nothing to blend with.
         const tView output = views.output.View();
         return views.HasInput()

@@ -64,7 +64,7 @@ class DXTBrightnessContrast final : public CEffect<tBRIGHTCONTRASTPROP> {
     DXTBrightnessContrast(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tBRIGHTCONTRASTPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tBRIGHTCONTRASTPROP& params) override {
         const bool brightens = std::abs(params.brightness) > kLeast;
         const bool contrasts = std::abs(params.contrast) > kLeast;
         if (views.BytesPerPixel() != 4 || (!brightens && !contrasts)) {

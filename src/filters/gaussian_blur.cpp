@@ -59,7 +59,7 @@ class DXTGaussianBlur final : public CEffect<tGAUSSIANBLURPROP> {
     DXTGaussianBlur(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tGAUSSIANBLURPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tGAUSSIANBLURPROP& params) override {
         const tView output = views.output.View(), input = views.first.View();
         const LONG bytesPerPixel = views.BytesPerPixel();
         const double size = std::max(views.first.m_Width, views.first.m_Height);

@@ -43,7 +43,7 @@ class DXTHSLAdjust final : public CEffect<tHSLADJUSTPROP> {
     DXTHSLAdjust(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tHSLADJUSTPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tHSLADJUSTPROP& params) override {
         const tView output = views.output.View(), input = views.HasInput() ? views.first.View() : output;
         return KwDibHslAdjust(output, input, views.BytesPerPixel(), &params);
     }

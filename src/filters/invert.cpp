@@ -49,7 +49,7 @@ class DXTInvert final : public CEffect<tINVERTPROP> {
         return OutputSurface()->GetPixelFormat(format, &sampleFormat);
     }
 
-    HRESULT Apply(const CEffectViews& views, const tINVERTPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tINVERTPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         return views.HasInput() ? KwDibInvert(views.output.View(), views.first.View(), bytesPerPixel, params.amount)
                                 : KwDibInvertInPlace(views.output.View(), bytesPerPixel);

@@ -73,7 +73,7 @@ class DXTLevels final : public CEffect<tLEVELSPROP> {
     DXTLevels(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tLEVELSPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tLEVELSPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         std::uint8_t bytes[256];
         std::unique_ptr<std::uint16_t[]> words;

@@ -79,7 +79,7 @@ class DXTFloatMedian final : public CEffect<tMEDIANPROP> {
         now.offset = 0.5f;
     }
 
-    HRESULT Apply(const CEffectViews& views, const tMEDIANPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tMEDIANPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const tView output = views.output.View(), input = views.first.View();
         tRowPair rows;

@@ -68,7 +68,7 @@ class DXTMax final : public CEffect<tMINMAXPROP> {
         now.circular = 0;
     }
 
-    HRESULT Apply(const CEffectViews& views, const tMINMAXPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tMINMAXPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const tView output = views.output.View(), input = views.first.View();
         tRowPair rows;

@@ -45,7 +45,7 @@ class DXTPixelate final : public CEffect<tPIXELATEPROP> {
     DXTPixelate(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tPIXELATEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tPIXELATEPROP& params) override {
         return KwDibPixelate(views.output.View(), views.first.View(), views.BytesPerPixel(), params.horizontal,
                              params.vertical);
     }

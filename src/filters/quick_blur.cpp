@@ -35,7 +35,7 @@ class DXTBlur final : public CEffect<tBLURPROP> {
     DXTBlur(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tBLURPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tBLURPROP& params) override {
         return KwDibSmoothBlend(views.output.View(), views.first.View(), views.BytesPerPixel(),
                                 1.0 - params.blendAmount);
     }

@@ -51,7 +51,7 @@ class DXTSepia final : public CEffect<tSEPIAPROP> {
     bool WritesWholeFrame() const override { return true; }
 
     // The copy and the cap keep to the clip, the toning does not.
-    HRESULT Apply(const CEffectViews& views, const tSEPIAPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tSEPIAPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const tView clip = views.output.View(), whole = views.output.WholeView();
         const tView input = views.HasInput() ? views.first.View() : clip;

@@ -42,7 +42,7 @@ class DXTSharpen final : public CEffect<tSHARPENPROP> {
   protected:
     bool WritesWholeFrame() const override { return true; }
 
-    HRESULT Apply(const CEffectViews& views, const tSHARPENPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tSHARPENPROP& params) override {
         const bool whole = views.FramesMatch();
         return KwDibSharpen(whole ? views.output.WholeView() : views.output.View(),
                             whole ? views.first.WholeView() : views.first.View(), views.BytesPerPixel(), params.amount);

@@ -45,7 +45,7 @@ class DXTThreshold final : public CEffect<tTHRESHOLDPROP> {
   protected:
     bool WritesWholeFrame() const override { return true; }
 
-    HRESULT Apply(const CEffectViews& views, const tTHRESHOLDPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tTHRESHOLDPROP& params) override {
         const std::int32_t from = KwTrunc(double{params.threshold} * 256.0);
         std::uint8_t table[256];
         for (std::int32_t i = 0; i < 256; ++i) table[i] = i < from ? 0 : 0xFF;

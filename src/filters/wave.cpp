@@ -53,7 +53,7 @@ class DXTWave final : public CEffect<tWAVEPROP> {
     DXTWave(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tWAVEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tWAVEPROP& params) override {
         return KwDibWave(views.output.View(), views.first.View(), views.BytesPerPixel(), params);
     }
 };

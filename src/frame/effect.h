@@ -7,7 +7,7 @@
 #include "frame/transform_base.h"
 #include "kernels/strips.h"
 
-/// An effect without regard to its record's type. An effect class derives from `CEffect` below and says `Apply`.
+/// An effect without regard to its record's type. An effect class derives from `CEffect` below and says `Draw`.
 class CEffectObject : public CTransformBase, public CDual<IKwEffect>, public IKwEffectInfo {
   public:
     // `IUnknown`, for every table.
@@ -90,11 +90,11 @@ class CEffect : public CWithRecord<CEffectWork, R> {
 
     /// Does one band with the record of this frame. A filter copies its input to the output first where its rule says
     /// so. Bands may run at once: members are read only.
-    virtual HRESULT Apply(const CEffectViews& views, const R& params) = 0;
+    virtual HRESULT Draw(const CEffectViews& views, const R& params) = 0;
 
     HRESULT Work(const tWorkInfo& info, BOOL*) override {
         CEffectViews views;
         if (const HRESULT status = this->LockViews(info, views); FAILED(status)) return status;
-        return Apply(views, this->UpdateWorkParams());
+        return Draw(views, this->UpdateWorkParams());
     }
 };

@@ -168,7 +168,7 @@ class DXTTimeCode final : public CEffect<tTIMECODEPROP> {
     DXTTimeCode(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tTIMECODEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tTIMECODEPROP& params) override {
         const tView output = views.output.View();
         if (views.HasInput())
             if (const HRESULT status = KwDibCopy(output, views.first.View(), views.BytesPerPixel()); FAILED(status))

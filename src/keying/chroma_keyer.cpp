@@ -67,7 +67,7 @@ class DXTChromaKeyFilter final : public CEffect<tCHROMAKEYPROP> {
   protected:
     bool WritesWholeFrame() const override { return true; } // the plain copy does, the key keeps to the clip
 
-    HRESULT Apply(const CEffectViews& views, const tCHROMAKEYPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tCHROMAKEYPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const tView output = views.output.View();
         if (bytesPerPixel != 4 || views.output.m_ClipRect == views.output.m_Frame || !views.FramesMatch())

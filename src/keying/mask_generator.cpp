@@ -51,7 +51,7 @@ class DXTKwMask final : public CEffect<tMASKPROP> {
     DXTKwMask(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tMASKPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tMASKPROP& params) override {
         return KwDibMask(views.output.View(), views.first.View(), views.BytesPerPixel(), &params);
     }
 };

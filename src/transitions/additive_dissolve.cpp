@@ -22,7 +22,7 @@ class DXTAdditiveDissolve final : public CEffect<tNoRecord> {
 
   protected:
     // One picture at full strength, the other added: the second up to half time, then the first, on its way out.
-    HRESULT Apply(const CEffectViews& views, const tNoRecord&) override {
+    HRESULT Draw(const CEffectViews& views, const tNoRecord&) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const double progress = m_Progress;
         const bool early = progress < 0.5;

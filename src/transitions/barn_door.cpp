@@ -65,7 +65,7 @@ class DXTKwBarn final : public CEffect<tBARNPROP> {
 
   protected:
     // Out is in, run backwards with the pictures exchanged.
-    HRESULT Apply(const CEffectViews& views, const tBARNPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tBARNPROP& params) override {
         const tView output = views.output.View(), first = views.first.View(), second = views.second.View();
         return params.direction == kIn
                    ? KwDibBarn(output, first, second, views.BytesPerPixel(), params, m_Progress)

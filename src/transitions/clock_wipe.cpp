@@ -43,7 +43,7 @@ class DXTKwClock final : public CEffect<tCLOCKPROP> {
     DXTKwClock(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tCLOCKPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tCLOCKPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         // Both inputs are clipped to one area.
         const tView second = views.second.View();

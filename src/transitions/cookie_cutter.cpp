@@ -59,7 +59,7 @@ class DXTKwCCutter final : public CEffect<tCUTTERINFO> {
     DXTKwCCutter(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tCUTTERINFO& params) override {
+    HRESULT Draw(const CEffectViews& views, const tCUTTERINFO& params) override {
         tCUTTERINFO info = params;
         return KwDibCutter(views.output.View(), views.first.View(), views.BytesPerPixel(), &info, BlendsWithOutput(),
                            views.output.GetPixelAspect());

@@ -170,7 +170,7 @@ class Dissolve final : public CEffect<tDISSOLVEPROP> {
         return status;
     }
 
-    HRESULT Apply(const CEffectViews&, const tDISSOLVEPROP&) override { return E_NOTIMPL; } // `Work` stands for it
+    HRESULT Draw(const CEffectViews&, const tDISSOLVEPROP&) override { return E_NOTIMPL; } // `Work` stands for it
 };
 
 // --- its page

@@ -54,7 +54,7 @@ class DXTKwIris final : public CEffect<tIRISINFO> {
     DXTKwIris(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tIRISINFO& params) override {
+    HRESULT Draw(const CEffectViews& views, const tIRISINFO& params) override {
         tIRISINFO info = params;
         const double progress = KwClamp(m_Progress, 0.0f, 1.0f);
         const bool closes = info.direction != kOut;

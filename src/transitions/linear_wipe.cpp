@@ -66,7 +66,7 @@ class DXTKwWipe final : public CEffect<tWIPEPROP> {
         now.feather = std::clamp(now.reserved * 0.01, 0.0, 1.0);
     }
 
-    HRESULT Apply(const CEffectViews& views, const tWIPEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tWIPEPROP& params) override {
         return KwDibWipe(views.output.View(), views.first.View(), views.second.View(), views.BytesPerPixel(),
                          m_LongerSide * KwClamp(params.feather, 0.0, 1.0) * 0.5, static_cast<double>(params.angle),
                          m_Progress, BlendsWithOutput());

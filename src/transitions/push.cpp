@@ -63,7 +63,7 @@ class DXTKwPush final : public CEffect<tPUSHPROP> {
     DXTKwPush(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tPUSHPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tPUSHPROP& params) override {
         return KwDibPush(views.output.View(), views.first.View(), views.second.View(), views.BytesPerPixel(), params,
                          m_Progress);
     }

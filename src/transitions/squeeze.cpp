@@ -68,7 +68,7 @@ class DXTKwSqueeze final : public CEffect<tSQUEEZEPROP> {
     DXTKwSqueeze(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
-    HRESULT Apply(const CEffectViews& views, const tSQUEEZEPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tSQUEEZEPROP& params) override {
         return KwDibSqueeze(views.output.View(), views.first.View(), views.second.View(), views.BytesPerPixel(), params,
                             m_Progress);
     }

@@ -68,7 +68,7 @@ class DXTKwZoom final : public CEffect<tZOOMPROP> {
 
   protected:
     // Out is in, run backwards with the pictures exchanged.
-    HRESULT Apply(const CEffectViews& views, const tZOOMPROP& params) override {
+    HRESULT Draw(const CEffectViews& views, const tZOOMPROP& params) override {
         const tView output = views.output.View(), first = views.first.View(), second = views.second.View();
         return params.direction == kIn
                    ? KwDibZoom(output, first, second, views.BytesPerPixel(), params, m_Progress)

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frame/effect.h"
+#include "host/foreign_surface.h"
 #include "host/services.h"
 #include "host/surface.h"
 
@@ -55,7 +56,7 @@ class CProbe final : public CEffect<tTESTPROP> {
         m_records.push_back(UpdateWorkParams());
         return info.DoBounds.Axis[1].Min == m_failAt ? E_OUTOFMEMORY : S_OK;
     }
-    HRESULT Apply(const CEffectViews&, const tTESTPROP&) override { return S_OK; }
+    HRESULT Draw(const CEffectViews&, const tTESTPROP&) override { return S_OK; }
 
     struct tBand {
         RECT in, out;
@@ -91,7 +92,7 @@ class Frame : public testing::Test {
     CComPtr<IUnknown> m_object;
 };
 
-TEST_F(Frame, BandsCutTheRowsAsTheSystemDoes) {
+TEST_F(Frame, BandsCutTheRows) {
     CProbe& probe = Make(kOneInput, 4);
     const struct {
         int width, height;
@@ -134,31 +135,13 @@ TEST_F(Frame, BandsReachAcrossAllCoordinates) {
 }
 
 /// A surface that says wild bounds, and calls back when it is asked for them.
-struct CWildSurface final : IDXSurface {
-    HRESULT QueryInterface(const IID* iid, void** out) override {
-        *out = *iid == IUnknown::iid || *iid == IDXSurface::iid || *iid == IDXBaseObject::iid ? this : nullptr;
-        return *out ? S_OK : E_NOINTERFACE;
-    }
-    ULONG AddRef() override { return 2; }
-    ULONG Release() override { return 1; }
-    HRESULT GetGenerationId(ULONG* id) override { return *id = 1, S_OK; }
-    HRESULT IncrementGenerationId(BOOL) override { return S_OK; }
-    HRESULT GetObjectSize(ULONG*) override { return E_NOTIMPL; }
+struct CWildSurface final : larkmoor::ForeignSurface {
     HRESULT GetPixelFormat(GUID* format, DWORD*) override { return *format = DDPF_PMARGB32, S_OK; }
     HRESULT GetBounds(DXBNDS* out) override {
         *out = bounds;
         if (callBack) callBack();
         return S_OK;
     }
-    HRESULT GetStatusFlags(DWORD*) override { return E_NOTIMPL; }
-    HRESULT SetStatusFlags(DWORD) override { return E_NOTIMPL; }
-    HRESULT LockSurface(const DXBNDS*, ULONG, DWORD, const IID*, void**, DWORD*) override { return E_FAIL; }
-    HRESULT GetDirectDrawSurface(const IID*, void**) override { return E_NOTIMPL; }
-    HRESULT GetColorKey(DWORD*) override { return E_NOTIMPL; }
-    HRESULT SetColorKey(DWORD) override { return E_NOTIMPL; }
-    HRESULT LockSurfaceDC(const DXBNDS*, ULONG, DWORD, IUnknown**) override { return E_NOTIMPL; }
-    HRESULT SetAppData(std::uintptr_t) override { return E_NOTIMPL; }
-    HRESULT GetAppData(std::uintptr_t*) override { return E_NOTIMPL; }
 
     DXBNDS bounds{};
     std::function<void()> callBack;
@@ -166,7 +149,8 @@ struct CWildSurface final : IDXSurface {
 
 TEST_F(Frame, WildBoundsAreRefusedByTheViews) {
     CProbe& probe = Make(kOneInput, 4);
-    CWildSurface wild;
+    const auto held = larkmoor::makeObject<CWildSurface>();
+    CWildSurface& wild = *held.Get();
     const DXBNDS::tAxis all{INT32_MIN, INT32_MAX}, one{0, 1};
     wild.bounds = {.Axis = {all, all, one, one}};
     IUnknown* const surface = &wild;
@@ -186,8 +170,9 @@ TEST_F(Frame, WildBoundsAreRefusedByTheViews) {
 
 TEST_F(Frame, NothingIsBoundAnewDuringAFrame) {
     CProbe& probe = Make(kOneInput);
-    CWildSurface surface;
-    surface.bounds = {.Axis = {{0, 4}, {0, 4}, {0, 1}, {0, 1}}};
+    const auto held = larkmoor::makeObject<CWildSurface>();
+    CWildSurface& surface = *held.Get();
+    surface.bounds = larkmoor::boundsOf(0, 0, 4, 4);
     IUnknown* const bound = &surface;
     ASSERT_EQ(S_OK, probe.Setup(&bound, 1, &bound, 1, 0));
     HRESULT unbound = S_OK;
@@ -343,6 +328,8 @@ TEST_F(Frame, BoundsMapBothWays) {
     EXPECT_EQ(S_OK, probe.MapBoundsIn2Out(two, 2, 0, &out));
     EXPECT_EQ(-3, out.Axis[0].Min);
     EXPECT_EQ(5, out.Axis[0].Max);
+    EXPECT_EQ(S_OK, probe.MapBoundsIn2Out(two, 2, 0, &two[1])) << "in place";
+    EXPECT_EQ(0, std::memcmp(&out, &two[1], sizeof out));
     two[1].eType = 1;
     EXPECT_EQ(E_INVALIDARG, probe.MapBoundsIn2Out(two, 2, 0, &out));
     EXPECT_EQ(E_INVALIDARG, probe.MapBoundsIn2Out(nullptr, 1, 0, &out));
@@ -456,7 +443,7 @@ constexpr tLONGPROP kLong{};
 
 struct CLongRecord final : CEffect<tLONGPROP> {
     explicit CLongRecord(const tEffectClass& effect) : CEffect(KwObjectMap()[0], nullptr, effect) {}
-    HRESULT Apply(const CEffectViews&, const tLONGPROP&) override { return S_OK; }
+    HRESULT Draw(const CEffectViews&, const tLONGPROP&) override { return S_OK; }
 };
 
 TEST_F(Frame, ABlockIsSetAndAskedForAsAWhole) {
