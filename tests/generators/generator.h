@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/effect_class.h"
+#include "host/foreign_surface.h"
 #include "host/module.h"
 #include "host/services.h"
 #include "platform/com_ptr.h"
@@ -28,15 +29,8 @@ struct tGenerator {
         persist = KwQuery<IPersistStreamInit>(object.Get());
     }
 
-    static DXBNDS Bounds(LONG left, LONG top, LONG right, LONG bottom) {
-        DXBNDS bounds{};
-        bounds.Axis[0] = {left, right};
-        bounds.Axis[1] = {top, bottom};
-        bounds.Axis[2] = bounds.Axis[3] = {0, 1};
-        return bounds;
-    }
     HRESULT Size(LONG width, LONG height) {
-        const DXBNDS bounds = Bounds(0, 0, width, height);
+        const DXBNDS bounds = larkmoor::boundsOf(0, 0, width, height);
         return sized->InitSurface(nullptr, nullptr, nullptr, &bounds, 0);
     }
     ULONG Generation() {

@@ -1,9 +1,7 @@
 #include "generators/text.h"
 
-#include <atomic>
 #include <cmath>
 #include <random>
-#include <thread>
 
 #include "generators/generator.h"
 #include "generators/text_layout.h"
@@ -456,15 +454,6 @@ TEST(TextSurface, TellsWhereItsPixelsAre) {
     EXPECT_EQ(0x7F00007Fu, row[0]);
     EXPECT_EQ(0x7F0000FFu, straight[0]);
 
-    // What a reader holds is not drawn over, and outlives the object's next sizes.
-    const auto before = row;
-    text.Put(tRecord(u"Zz"));
-    ASSERT_EQ(S_OK, text.dual->GetCacheInfo(&cache));
-    ASSERT_EQ(S_OK, text.Size(3, 3));
-    rows->MoveToRow(39);
-    rows->UnpackPremult(row.data(), 50, FALSE);
-    EXPECT_EQ(before, row);
-
     ASSERT_EQ(S_OK, text.Size(INT32_MAX, INT32_MAX)) << "the picture itself cannot be had";
     EXPECT_EQ(E_OUTOFMEMORY, text.dual->GetCacheInfo(&cache));
     EXPECT_EQ(nullptr, cache.pixels);
@@ -502,22 +491,6 @@ TEST(TextSurface, WildRecordsStayInTheFrame) {
         text.Size(w, h);
         text.Picture(w, h);
     }
-}
-
-TEST(TextSurface, ParametersMayChangeWhileItIsDrawn) {
-    tTextObject text;
-    text.Size(80, 40);
-    std::atomic<bool> stop{false};
-    std::thread changing([&] {
-        for (int i = 0; !stop; ++i) text.Put(tRecord(i % 2 ? u"one" : u"another, longer text"));
-    });
-    std::thread reading([&] {
-        while (!stop) text.Picture(80, 40);
-    });
-    for (int i = 0; i < 50; ++i) text.Picture(80, 40);
-    stop = true;
-    changing.join();
-    reading.join();
 }
 
 TEST(TextField, SettingsByNameComeBack) {

@@ -7,21 +7,12 @@
 #include <limits>
 
 #include "host/error.h"
-#include "host/object.h"
+#include "host/foreign_surface.h"
 #include "host/samples.h"
 #include "host/services.h"
-#include "platform/transform.h"
 
 namespace larkmoor {
 namespace {
-
-DXBNDS bounds(LONG left, LONG top, LONG right, LONG bottom) {
-    DXBNDS made{};
-    made.Axis[0] = {left, right};
-    made.Axis[1] = {top, bottom};
-    made.Axis[2] = made.Axis[3] = {0, 1};
-    return made;
-}
 
 CComPtr<IDXARGBReadWritePtr> lockForWrite(IDXSurface* surface, const DXBNDS* area = nullptr,
                                           const IID& iid = IDXARGBReadWritePtr::iid) {
@@ -49,15 +40,15 @@ TEST(HostSurface, LocksOnlyWhatLiesInsideItsBounds) {
         DXBNDS area;
         HRESULT expected;
     } rows[] = {
-        {bounds(-10, 5, 90, 65), S_OK},
-        {bounds(89, 64, 90, 65), S_OK},
-        {bounds(-11, 5, 90, 65), E_INVALIDARG},
-        {bounds(-10, 4, 90, 65), E_INVALIDARG},
-        {bounds(-10, 5, 91, 65), E_INVALIDARG},
-        {bounds(-10, 5, 90, 66), E_INVALIDARG},
-        {bounds(20, 20, 20, 30), E_INVALIDARG},
-        {bounds(30, 20, 20, 30), E_INVALIDARG},
-        {bounds(INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX), E_INVALIDARG},
+        {boundsOf(-10, 5, 90, 65), S_OK},
+        {boundsOf(89, 64, 90, 65), S_OK},
+        {boundsOf(-11, 5, 90, 65), E_INVALIDARG},
+        {boundsOf(-10, 4, 90, 65), E_INVALIDARG},
+        {boundsOf(-10, 5, 91, 65), E_INVALIDARG},
+        {boundsOf(-10, 5, 90, 66), E_INVALIDARG},
+        {boundsOf(20, 20, 20, 30), E_INVALIDARG},
+        {boundsOf(30, 20, 20, 30), E_INVALIDARG},
+        {boundsOf(INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX), E_INVALIDARG},
     };
     for (const auto& row : rows) {
         CComPtr<IDXARGBReadPtr> pointer;
@@ -65,7 +56,7 @@ TEST(HostSurface, LocksOnlyWhatLiesInsideItsBounds) {
                   row.expected);
         EXPECT_EQ(static_cast<bool>(pointer), row.expected == S_OK);
     }
-    DXBNDS realNumbers = bounds(-10, 5, 90, 65);
+    DXBNDS realNumbers = boundsOf(-10, 5, 90, 65);
     realNumbers.eType = 1;
     void* out = &realNumbers;
     EXPECT_EQ(surface.get()->LockSurface(&realNumbers, 0, 0, &IDXARGBReadPtr::iid, &out, nullptr), E_INVALIDARG);
@@ -73,13 +64,13 @@ TEST(HostSurface, LocksOnlyWhatLiesInsideItsBounds) {
 
     DXBNDS told{};
     ASSERT_EQ(surface.get()->GetBounds(&told), S_OK);
-    EXPECT_EQ(std::memcmp(&told, &(const DXBNDS&)bounds(-10, 5, 90, 65), sizeof told), 0);
+    EXPECT_EQ(std::memcmp(&told, &(const DXBNDS&)boundsOf(-10, 5, 90, 65), sizeof told), 0);
 }
 
 TEST(HostSurface, NativePointerIsThePixelAtTheTopLeftOfTheLockedArea) {
     for (const PixelFormat format : {PixelFormat::Argb32, PixelFormat::Float128}) {
         const Surface surface = Surface::create(format, 100, 60, -10, 5);
-        const DXBNDS area = bounds(0, 25, 20, 35);
+        const DXBNDS area = boundsOf(0, 25, 20, 35);
         const auto pointer = lockForWrite(surface.get(), &area);
         DXNATIVETYPEINFO native{};
         EXPECT_TRUE(pointer->GetNativeType(&native) & DXSAMPLE_TRANSLUCENT);
@@ -205,7 +196,7 @@ TEST(HostSurface, RefusesPicturesThatCannotBe) {
 TEST(HostSurface, PlacesOutsideTheLockedAreaReadAsNothingAndTakeNothing) {
     const Surface surface = Surface::create(PixelFormat::Argb32, 4, 3);
     const std::array<DWORD, 4> white{~0u, ~0u, ~0u, ~0u};
-    const DXBNDS area = bounds(1, 1, 3, 2);
+    const DXBNDS area = boundsOf(1, 1, 3, 2);
     const auto pointer = lockForWrite(surface.get(), &area);
     const auto sampleAt = [&](int x, int y) {
         DWORD sample = 0;
@@ -320,7 +311,7 @@ TEST(HostModifier, ShowsItsForegroundAtAnOffsetAndNothingAroundIt) {
                 pointer->PackPremultAndMove(samples + 3, 3);
             }
             const Modifier shown = createModifier();
-            const DXBNDS all = bounds(-2, -1, 4, 4);
+            const DXBNDS all = boundsOf(-2, -1, 4, 4);
             ASSERT_EQ(shown.modifier->SetForeground(front.get(), FALSE, &origin), S_OK);
             ASSERT_EQ(shown.modifier->SetBounds(&all), S_OK);
             const bool isFloat = format == PixelFormat::Float128;
@@ -381,7 +372,7 @@ TEST(HostModifier, FollowsItsForeground) {
 }
 
 /// Rows that are computed at the read and stand nowhere, a run of which goes 8 samples beyond what was asked.
-class ComputedSurface final : public ObjectOf<IDXSurface> {
+class ComputedSurface final : public ForeignSurface {
   public:
     class Rows final : public ObjectOf<IDXARGBReadPtr> {
       public:
@@ -401,22 +392,11 @@ class ComputedSurface final : public ObjectOf<IDXSurface> {
       private:
         ULONG m_y = 0;
     };
-    HRESULT GetGenerationId(ULONG* id) override { return answer(id, 1); }
-    HRESULT IncrementGenerationId(BOOL) override { return S_OK; }
-    HRESULT GetObjectSize(ULONG*) override { return E_NOTIMPL; }
     HRESULT GetPixelFormat(GUID* format, DWORD*) override { return answer(format, m_format); }
-    HRESULT GetBounds(DXBNDS* out) override { return answer(out, bounds(0, 0, 5, 4)); }
-    HRESULT GetStatusFlags(DWORD*) override { return E_NOTIMPL; }
-    HRESULT SetStatusFlags(DWORD) override { return E_NOTIMPL; }
+    HRESULT GetBounds(DXBNDS* out) override { return answer(out, boundsOf(0, 0, 5, 4)); }
     HRESULT LockSurface(const DXBNDS*, ULONG, DWORD, const IID* iid, void** out, DWORD*) override {
         return makeObject<Rows>()->QueryInterface(iid, out);
     }
-    HRESULT GetDirectDrawSurface(const IID*, void**) override { return E_NOTIMPL; }
-    HRESULT GetColorKey(DWORD*) override { return E_NOTIMPL; }
-    HRESULT SetColorKey(DWORD) override { return E_NOTIMPL; }
-    HRESULT LockSurfaceDC(const DXBNDS*, ULONG, DWORD, IUnknown**) override { return E_NOTIMPL; }
-    HRESULT SetAppData(std::uintptr_t) override { return E_NOTIMPL; }
-    HRESULT GetAppData(std::uintptr_t*) override { return E_NOTIMPL; }
 
     GUID m_format = DDPF_ARGB32;
 };
@@ -426,7 +406,7 @@ TEST(HostModifier, ShowsSurfacesThatHaveNoMemory) {
         const auto front = makeObject<ComputedSurface>();
         front->m_format = format;
         const Modifier shown = createModifier();
-        const DXBNDS all = bounds(0, 0, 3, 3);
+        const DXBNDS all = boundsOf(0, 0, 3, 3);
         const POINT origin{-2, -1};
         shown.modifier->SetForeground(front.Get(), FALSE, &origin);
         shown.modifier->SetBounds(&all);

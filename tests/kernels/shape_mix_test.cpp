@@ -122,41 +122,6 @@ TEST(ShapeMix, CutterFollowsTheRules) {
                     }
 }
 
-TEST(ShapeMix, BandsAndClipsGiveThePixelsOfTheWhole) {
-    CTestPicture first(123, 97, 4), second(123, 97, 4);
-    first.Fill(1);
-    second.Fill(2);
-    for (tIRISINFO info : ShapeRecords()) {
-        CTestPicture whole(123, 97, 4), bands(123, 97, 4);
-        tCUTTERINFO cutter{info, 0.3f};
-        CTestPicture cutWhole = whole, cutBands = whole;
-        KwDibIris(whole.View(), first.View(), second.View(), 4, &info, 0.4, true, 1.0);
-        KwDibCutter(cutWhole.View(), first.View(), 4, &cutter, false, 1.0);
-        for (const RECT& clip :
-             {RECT{0, 0, 123, 24}, RECT{0, 24, 50, 97}, RECT{50, 24, 123, 25}, RECT{50, 25, 123, 97}}) {
-            KwDibIris(bands.View(&clip), first.View(&clip), second.View(&clip), 4, &info, 0.4, true, 1.0);
-            KwDibCutter(cutBands.View(&clip), first.View(&clip), 4, &cutter, false, 1.0);
-        }
-        ExpectSame(bands, whole);
-        ExpectSame(cutBands, cutWhole);
-    }
-}
-
-TEST(ShapeMix, CutterAtItsEnds) {
-    CTestPicture in(40, 30, 4), out(40, 30, 4);
-    in.Fill(1);
-    for (const LONG method : {0, 1})
-        for (const float size : {0.0f, 1.0f}) {
-            tCUTTERINFO info{{}, size};
-            info.shape.direction = method;
-            out.Fill(2);
-            ASSERT_EQ(S_OK, KwDibCutter(out.View(), in.View(), 4, &info, false, 1.0));
-            CTestPicture expected(40, 30, 4);
-            if ((size == 1.0f) == (method == 1)) expected = in;
-            ExpectSame(out, expected);
-        }
-}
-
 TEST(ShapeMix, HostileCalls) {
     CTestPicture a(9, 7, 4), b(9, 7, 4), out(9, 7, 4);
     tIRISINFO info;

@@ -285,28 +285,6 @@ TEST_P(Slide, RefusesWhatIsMissing) {
 INSTANTIATE_TEST_SUITE_P(Kernels, Slide, testing::ValuesIn(kTransitions),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_P(Slide, RowsMayStandAtAnyAddress) {
-    constexpr LONG kWidth = 13, kHeight = 9, kOdd = 13 * 16 + 3;
-    const RECT frame{0, 0, kWidth, kHeight};
-    CTestPicture a(kWidth, kHeight, 16), b(kWidth, kHeight, 16), expected(kWidth, kHeight, 16);
-    std::vector<char> memory[3];
-    tView odd[3];
-    CTestPicture* const pictures[] = {&a.Fill(1), &b.Fill(2), &expected};
-    for (int i = 0; i < 3; ++i) {
-        memory[i].resize(kOdd * kHeight);
-        odd[i] = {memory[i].data(), &frame, kOdd, nullptr};
-        for (LONG y = 0; y < kHeight; ++y)
-            std::memcpy(&memory[i][std::size_t(y * kOdd)], pictures[i]->At(0, y), 13 * 16);
-    }
-    for (const double progress : {0.3, 0.5, 0.777}) {
-        const tCase k{0, 1, 0.1f, 0.1f, progress};
-        ASSERT_EQ(S_OK, GetParam().kernel(odd[2], odd[0], odd[1], 16, k));
-        ASSERT_EQ(S_OK, GetParam().kernel(expected.View(), a.View(), b.View(), 16, k));
-        for (LONG y = 0; y < kHeight; ++y)
-            ASSERT_EQ(0, std::memcmp(&memory[2][std::size_t(y * kOdd)], expected.At(0, y), 13 * 16)) << y;
-    }
-}
-
 TEST(Zoom, WildAnchorsStayInside) {
     CTestPicture a(9, 6, 16), b(9, 6, 16), out(9, 6, 16);
     for (const float x : {std::numeric_limits<float>::quiet_NaN(), 3e38f, -1e6f, 1e9f})

@@ -80,19 +80,6 @@ TEST(Wipe, FollowsTheDefinition) {
                     }
 }
 
-TEST(Wipe, BandsGiveThePictureOfOne) {
-    CTestPicture a(64, 40, 4), b(64, 40, 4), whole(64, 40, 4), bands(64, 40, 4);
-    a.Fill(1);
-    b.Fill(2);
-    KwDibWipe(whole.View(), a.View(), b.View(), 4, 12.0, 70.0, 0.4, false);
-    for (LONG top = 0; top < 40; top += 10) {
-        const RECT band{0, top, 64, top + 10};
-        KwDibWipe(bands.View(&band), a.View(&band), b.FlippedView(&band), 4, 12.0, 70.0, 0.4, false);
-        KwDibWipe(bands.View(&band), a.View(&band), b.View(&band), 4, 12.0, 70.0, 0.4, false);
-    }
-    ExpectSame(bands, whole);
-}
-
 TEST(Wipe, RefusesWhatItCannotDraw) {
     CTestPicture a(9, 7, 4), b(8, 7, 4);
     CTestPicture before = a.Fill(5);
