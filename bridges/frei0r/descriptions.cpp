@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -74,7 +75,20 @@ std::string joined(const std::vector<std::string>& texts, const char* between) {
     return fmt::format("{}", fmt::join(texts, between));
 }
 
-std::string kdenliveParameter(const Parameter& parameter, std::size_t index) {
+/// What Kdenlive begins with: a preset that shows where the fields' own defaults leave the picture as it is and no
+/// slider invites to be moved first.
+Value kdenliveStart(const EffectInfo& info, const Parameter& parameter) {
+    constexpr std::pair<const char*, const char*> kPresets[] = {{"DXTSepia", "Warm"},
+                                                                {"DXTDesaturate", "100% Black and White"}};
+    for (const auto& [className, preset] : kPresets)
+        if (parameter.role == Role::Preset && info.className == className)
+            if (const auto at = std::ranges::find(parameter.choices, preset); at != parameter.choices.end())
+                return parameter.normal(static_cast<double>(at - parameter.choices.begin()));
+    return parameter.initial;
+}
+
+std::string kdenliveParameter(const EffectInfo& info, Parameter parameter, std::size_t index) {
+    parameter.initial = kdenliveStart(info, parameter);
     std::string title = parameter.title, shape;
     if (parameter.role == Role::Progress) {
         shape = R"(type="switch" default="0=0;-1=1" min="0=0;-1=1" max="0=1;-1=0")";
@@ -142,7 +156,8 @@ Description kdenliveOf(const Plugin& plugin) {
                     "    <name>{2} (Larkmoor)</name>\n    <description>{3}</description>\n"
                     "    <author>Larkmoor</author>\n",
                     kind, plugin.fileName, xml(plugin.info->name), xml(plugin.explanation));
-    for (std::size_t i = 0; i < plugin.parameters.size(); ++i) text += kdenliveParameter(plugin.parameters[i], i);
+    for (std::size_t i = 0; i < plugin.parameters.size(); ++i)
+        text += kdenliveParameter(*plugin.info, plugin.parameters[i], i);
     return {fmt::format("kdenlive/{}s/frei0r_{}.xml", kind, plugin.fileName), text + fmt::format("</{}>\n", kind)};
 }
 

@@ -1,6 +1,7 @@
 // The frei0r plug-ins under a small host of its own.
 #include "bridges/plugin_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -12,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include <fmt/format.h>
 #include <sys/mman.h>
 
 #include "catalog.h"
@@ -445,6 +447,18 @@ TEST(Frei0r, StandsThreadsInAnyOrder) {
         for (unsigned seed = 1; seed <= 4; ++seed) threads.emplace_back(work, seed);
     }
     for (std::size_t i = 0; i < slots.size(); ++i) files[i]->destruct(slots[i].instance);
+}
+
+TEST(Frei0r, KdenliveBeginsWithWhatShows) {
+    const std::pair<const char*, const char*> starts[] = {
+        {"larkmoor_sepia", "Warm"}, {"larkmoor_black_and_white", "100% Black and White"}, {"larkmoor_levels", "none"}};
+    for (const auto& [name, preset] : starts) {
+        const Plugin& plugin = pluginNamed(name);
+        const auto& choices = plugin.parameters[0].choices;
+        const auto at = static_cast<double>(std::ranges::find(choices, preset) - choices.begin());
+        const auto value = fmt::format("type=\"list\" name=\"0\" default=\"{:.15g}\"", plugin.parameters[0].normal(at));
+        EXPECT_NE(kdenliveOf(plugin).text.find(value), std::string::npos) << name << ": " << value;
+    }
 }
 
 // Users of hosts that set by position count on the order.
