@@ -21,7 +21,7 @@ bool sameSamples(const AVFrame& frame, const Target& target) {
     const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(format);
     const bool sited = d.log2_chroma_w || d.log2_chroma_h;
     return matrixOf(is.space, frame.width, frame.height) == matrixOf(wanted.space, frame.width, frame.height) &&
-           (!sited || chromaPlace(format, is.chroma) == chromaPlace(target.format, wanted.chroma));
+           (!sited || chromaPlace(frame) == chromaPlace(target.format, wanted.chroma));
 }
 
 /// Whether the samples are the very bytes that effects see.
@@ -106,6 +106,20 @@ bool Worker::passOn(Job& job, const FramePtr& frame, const VideoFacts& facts) co
     return true;
 }
 
+/// Gives a decoded frame of luma and chroma out in other luma and chroma, by floats: of what lies beyond colours
+/// nothing is lost.
+bool Worker::convert(Job& job, AVFrame& frame, const VideoFacts& facts, FramePtr& made) {
+    const auto hasLuma = [](int format) { return !isRgb(static_cast<AVPixelFormat>(format)); };
+    const VideoFacts& video = m_plan.video;
+    if (!hasLuma(frame.format) || !hasLuma(made->format) || frame.width != video.width || frame.height != video.height)
+        return false;
+    if (!m_deep) m_deep = Surface::create(PixelFormat::Float128, video.width, video.height);
+    m_firstImporter.run(frame, m_deep.view(), facts.premultiplied);
+    m_exporter.run(m_deep.view(), *made, m_plan.sink.premultiplied());
+    job.output = std::move(made);
+    return true;
+}
+
 void Worker::run(Job& job) {
     const Target& target = m_plan.sink.target();
     const VideoFacts& first = factsOf(job.clip);
@@ -122,6 +136,7 @@ void Worker::run(Job& job) {
     tag(out, target.colour);
 
     Surface output;
+    if (plain && convert(job, *job.first, first, made)) return;
     if (plain) {
         output = surfaceOf(*job.first, first, m_firstImporter, m_first);
     } else {
@@ -135,7 +150,7 @@ void Worker::run(Job& job) {
         // do not tell of other samples, too.
         const auto unchanged = [&](const Surface& picture, const FramePtr& frame, const VideoFacts& facts) {
             return picture && !(m_limits && !isBytes(*frame)) && isUnchanged(picture.view(), output.view()) &&
-                   passOn(job, frame, facts);
+                   (passOn(job, frame, facts) || convert(job, *frame, facts, made));
         };
         if (unchanged(m_firstPicture, job.first, first) ||
             (job.second && unchanged(m_secondPicture, job.second, factsOf(job.clip + 1))))

@@ -38,6 +38,7 @@ class Worker {
     void draw(Job& job, Surface output);
     const VideoFacts& factsOf(std::size_t clip) const;
     bool passOn(Job& job, const FramePtr& frame, const VideoFacts& facts) const;
+    bool convert(Job& job, AVFrame& frame, const VideoFacts& facts, FramePtr& made);
     tSurfaceInfo infoFor(const Job& job) const;
 
     const WorkPlan& m_plan;
@@ -48,6 +49,7 @@ class Worker {
     Exporter m_exporter;
     Surface m_first, m_second, m_above, m_output; ///< memory
     Surface m_firstPicture, m_secondPicture;      ///< of the frame in work
+    Surface m_deep;                               ///< memory of floats, where they are needed
 };
 
 } // namespace larkmoor

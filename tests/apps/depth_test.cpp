@@ -13,7 +13,12 @@
 namespace larkmoor {
 namespace {
 
-constexpr ChromaStep steps[] = {ChromaStep::Same, ChromaStep::Centred, ChromaStep::Sited};
+constexpr ChromaStep steps[] = {std::nullopt, 0, 64, 128, 192, 256};
+
+/// Of a step, for people.
+int number(ChromaStep step) {
+    return step.value_or(-1);
+}
 
 TEST(ChromaScaler, ComesBackWhateverTheSize) {
     std::mt19937 random(5);
@@ -28,7 +33,7 @@ TEST(ChromaScaler, ComesBackWhateverTheSize) {
                 scaler.shrink(large, back);
                 for (std::size_t i = 0; i < small.size(); ++i)
                     ASSERT_NEAR(back[i], small[i], 2e-6)
-                        << width << "x" << height << " " << int(across) << int(down) << " at " << i;
+                        << width << "x" << height << " " << number(across) << " " << number(down) << " at " << i;
             }
 }
 
@@ -38,9 +43,7 @@ TEST(ChromaScaler, KeepsPlacesAndPassesLowTonesOnly) {
     for (const ChromaStep across : steps)
         for (const ChromaStep down : steps) {
             ChromaScaler scaler(side, side, across, down);
-            const auto place = [](int i, ChromaStep step) {
-                return step == ChromaStep::Same ? i : 2 * i + (step == ChromaStep::Centred ? 0.5 : 0.0);
-            };
+            const auto place = [](int i, ChromaStep step) { return step ? 2 * i + *step / 256.0 : i; };
             const int width = chromaLength(side, across);
             std::vector<float> small(scaler.smallSize()), large(side * side), fine(side * side);
             for (std::size_t i = 0; i < small.size(); ++i)
@@ -50,11 +53,11 @@ TEST(ChromaScaler, KeepsPlacesAndPassesLowTonesOnly) {
             for (int y = 6; y < side - 6; ++y)
                 for (int x = 6; x < side - 6; ++x)
                     ASSERT_NEAR(large[static_cast<std::size_t>(y * side + x)], x + 3 * y, 1e-4)
-                        << int(across) << int(down);
+                        << number(across) << " " << number(down);
             for (int i = 0; i < side * side; ++i) fine[static_cast<std::size_t>(i)] = (i + i / side) % 2 ? 1.0f : 0.0f;
             scaler.shrink(fine, small);
-            if (across == ChromaStep::Same && down == ChromaStep::Same) continue;
-            for (const float value : small) ASSERT_NEAR(value, 0.5, 1e-4) << int(across) << int(down);
+            if (!across && !down) continue;
+            for (const float value : small) ASSERT_NEAR(value, 0.5, 1e-4) << number(across) << " " << number(down);
         }
 }
 
@@ -71,6 +74,7 @@ TEST(DeepRows, ComeBackToTheBit) {
         {AV_PIX_FMT_YUV420P10},
         {AV_PIX_FMT_YUV420P10, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, AVCHROMA_LOC_CENTER},
         {AV_PIX_FMT_YUV420P12, AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, AVCHROMA_LOC_TOPLEFT},
+        {AV_PIX_FMT_YUV420P10, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCHROMA_LOC_BOTTOM},
         {AV_PIX_FMT_YUV422P10},
         {AV_PIX_FMT_YUV422P10BE, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG},
         {AV_PIX_FMT_YUV444P10},
@@ -117,16 +121,16 @@ TEST(DeepRows, ComeBackToTheBit) {
                     av_write_image_line2(samples.data(), frame->data, frame->linesize, &d, 0, y, i, sizeOf(i).first, 2);
                 }
             const Surface picture = Surface::create(PixelFormat::Float128, width, height);
-            ASSERT_TRUE(readDeep(*frame, picture.view())) << d.name;
-            ASSERT_TRUE(writeDeep(picture.view(), *back)) << d.name;
+            ASSERT_TRUE(readDeep(*frame, chromaPlace(*frame), picture.view())) << d.name;
+            ASSERT_TRUE(writeDeep(picture.view(), *back, chromaPlace(*back))) << d.name;
             for (int i = 0; i < d.nb_components; ++i)
                 for (int y = 0; y < sizeOf(i).second; ++y)
                     ASSERT_EQ(row(*back, i, y), row(*frame, i, y)) << d.name << " " << width << " component " << i;
         }
     const FramePool palette(AV_PIX_FMT_PAL8, 4, 4);
-    EXPECT_FALSE(readDeep(*palette.take(), Surface::create(PixelFormat::Float128, 4, 4).view()));
+    EXPECT_FALSE(readDeep(*palette.take(), {}, Surface::create(PixelFormat::Float128, 4, 4).view()));
     const FramePool other(AV_PIX_FMT_YUV420P10, 8, 4);
-    EXPECT_FALSE(readDeep(*other.take(), Surface::create(PixelFormat::Float128, 4, 4).view()));
+    EXPECT_FALSE(readDeep(*other.take(), {}, Surface::create(PixelFormat::Float128, 4, 4).view()));
 }
 
 /// A flat picture is the matrix alone, beyond its ends as well.
@@ -159,7 +163,7 @@ TEST(DeepRows, FollowTheMatrix) {
                                 reinterpret_cast<std::uint16_t*>(frame->data[plane] + row * frame->linesize[plane]), 4,
                                 static_cast<std::uint16_t>(samples[plane]));
                     const Surface picture = Surface::create(PixelFormat::Float128, 4, 4);
-                    ASSERT_TRUE(readDeep(*frame, picture.view()));
+                    ASSERT_TRUE(readDeep(*frame, chromaPlace(*frame), picture.view()));
                     const double luma = (samples[0] - zero) / lumaUnit, cu = (samples[1] - 128 * unit) / chromaUnit,
                                  cv = (samples[2] - 128 * unit) / chromaUnit;
                     const double red = luma + 2 * (1 - c.red) * cv, blue = luma + 2 * (1 - c.blue) * cu;
@@ -180,14 +184,14 @@ TEST(DeepRows, KeepAlphaAndLimits) {
     const auto luma = [&] { return *reinterpret_cast<std::uint16_t*>(frame->data[0]); };
     const auto alpha = [&] { return *reinterpret_cast<std::uint16_t*>(frame->data[3]); };
     std::fill_n(pixel, 4, 2.0f);
-    ASSERT_TRUE(writeDeep(picture.view(), *frame));
+    ASSERT_TRUE(writeDeep(picture.view(), *frame, chromaPlace(*frame)));
     EXPECT_EQ(luma(), 4095);
     EXPECT_EQ(alpha(), 4095);
     std::fill_n(pixel, 4, 1.0f);
-    ASSERT_TRUE(writeDeep(picture.view(), *frame));
+    ASSERT_TRUE(writeDeep(picture.view(), *frame, chromaPlace(*frame)));
     EXPECT_EQ(luma(), 235 * 16);
     EXPECT_EQ(alpha(), 4095);
-    ASSERT_TRUE(readDeep(*frame, picture.view()));
+    ASSERT_TRUE(readDeep(*frame, chromaPlace(*frame), picture.view()));
     EXPECT_EQ(pixel[3], 1);
 }
 

@@ -42,7 +42,7 @@ TEST_P(YuvRows, FlatPicturesFollowTheMatrix) {
                                 frame->data[plane] + y * frame->linesize[plane]);
             }
             std::vector<std::uint8_t> out(static_cast<std::size_t>(width * height) * 4);
-            ASSERT_TRUE(convertYuv(*frame, colourOf(*frame),
+            ASSERT_TRUE(convertYuv(*frame, chromaPlace(*frame),
                                    {reinterpret_cast<std::byte*>(out.data()), width, height, 4 * width}));
             const double luma = full ? value[0] / 255.0 : (value[0] - 16) / 219.0;
             const double scale = full ? 255.0 : 224.0;
@@ -64,30 +64,52 @@ INSTANTIATE_TEST_SUITE_P(
                     YuvCase{AV_PIX_FMT_YUV444P, AVCOL_SPC_BT470BG, AVCOL_RANGE_MPEG, 0.299, 0.114},
                     YuvCase{AV_PIX_FMT_YUVJ420P, AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_JPEG, 0.299, 0.114}));
 
-/// A slope of chroma shows where its samples sit: along a line every step is the same.
-TEST(YuvRowsSiting, SlopesStayStraight) {
-    constexpr int side = 64;
+/// A slope of chroma shows where its samples sit, in whole pictures and in fields, which are rows of their own.
+TEST(ChromaPlaces, AreKeptThereAndBack) {
+    constexpr int side = 32;
     const FramePool pool(AV_PIX_FMT_YUV420P, side, side);
-    for (const AVChromaLocation where : {AVCHROMA_LOC_LEFT, AVCHROMA_LOC_CENTER, AVCHROMA_LOC_TOPLEFT}) {
-        const FramePtr frame = pool.take();
-        tag(*frame, {.space = AVCOL_SPC_BT709, .range = AVCOL_RANGE_JPEG, .chroma = where});
-        std::fill_n(frame->data[0], side * frame->linesize[0], 128);
-        std::fill_n(frame->data[2], side / 2 * frame->linesize[2], 128);
-        const double offsetX = where == AVCHROMA_LOC_CENTER ? 0.5 : 0,
-                     offsetY = where == AVCHROMA_LOC_TOPLEFT ? 0 : 0.5;
-        for (int y = 0; y < side / 2; ++y)
-            for (int x = 0; x < side / 2; ++x)
-                frame->data[1][y * frame->linesize[1] + x] =
-                    static_cast<std::uint8_t>(std::lround(100 + (2 * x + offsetX + 2 * y + offsetY) / 4));
-        std::vector<std::uint8_t> out(side * side * 4);
-        ASSERT_TRUE(
-            convertYuv(*frame, colourOf(*frame), {reinterpret_cast<std::byte*>(out.data()), side, side, 4 * side}));
-        for (int y = 8; y < side - 8; ++y)
-            for (int x = 8; x < side - 8; ++x)
-                ASSERT_NEAR(out[static_cast<std::size_t>((y * side + x) * 4)],
-                            128 + 1.8556 * (100 + (x + y) / 4.0 - 128), 2.2)
-                    << where << " at " << x << "," << y;
-    }
+    Importer importer;
+    Exporter exporter;
+    for (const bool fields : {false, true})
+        for (const ChromaPlace place :
+             {ChromaPlace{0, 128}, {128, 128}, {0, 0}, {128, 0}, {128, 256}, {256, 128}, {256, 0}})
+            for (const PixelFormat form : {PixelFormat::PremultipliedArgb32, PixelFormat::Float128}) {
+                const FramePtr frame = pool.take(), back = pool.take();
+                for (AVFrame* f : {frame.get(), back.get()}) {
+                    tag(*f, {.space = AVCOL_SPC_BT709, .range = AVCOL_RANGE_JPEG});
+                    tellChromaPlace(*f, place);
+                    f->interlaced_frame = fields;
+                }
+                ASSERT_EQ(chromaPlace(*frame), place);
+                const Surface picture = Surface::create(form, side, side);
+                const auto sample = [&](int x, int y, int c) -> double {
+                    const std::byte* at = picture.view().data + y * picture.view().stride;
+                    return form == PixelFormat::Float128 ? reinterpret_cast<const float*>(at)[4 * x + c] * 255
+                                                         : static_cast<double>(at[4 * x + c]);
+                };
+                for (int plane = 0; plane < 3; ++plane)
+                    for (int y = 0; y < (plane ? side / 2 : side); ++y)
+                        for (int x = 0; x < (plane ? side / 2 : side); ++x) {
+                            // A field has every other row.
+                            const double field = y % 2 + 4 * (y / 2) + 2 * (chromaPlaceInField(place, y % 2).y / 256.0);
+                            const double row = plane == 0 ? y : fields ? field : 2 * y + place.y / 256.0;
+                            const double column = plane == 0 ? x : 2 * x + place.x / 256.0;
+                            frame->data[plane][y * frame->linesize[plane] + x] =
+                                static_cast<std::uint8_t>(std::lround(plane == 2 ? 66 + 2 * (row + column) : 128));
+                        }
+                importer.run(*frame, picture.view(), false);
+                for (int y = 8; y < side - 8; ++y)
+                    for (int x = 8; x < side - 8; ++x)
+                        ASSERT_NEAR(sample(x, y, 2), 128 + 1.5748 * (2 * (x + y) - 62), 0.8)
+                            << fields << " " << place.x << "," << place.y << " at " << x << "," << y;
+                if (place.x == 256) continue; // nothing is written so
+                exporter.run(picture.view(), *back, false);
+                for (int y = 4; y < side / 2 - 4; ++y)
+                    for (int x = 4; x < side / 2 - 4; ++x)
+                        ASSERT_NEAR(back->data[2][y * back->linesize[2] + x],
+                                    frame->data[2][y * frame->linesize[2] + x], 1)
+                            << fields << " " << place.x << "," << place.y << " at " << x << "," << y;
+            }
 }
 
 TEST(Alpha, MultipliesAndDividesToTheNearest) {

@@ -11,19 +11,17 @@ namespace {
 
 constexpr int margin = 2;
 
-/// Shares of the neighbours in the sample after a centred one, in 1/128, from the one before it on; mirrored for the
-/// sample before it.
-constexpr int centred[] = {-9, 111, 29, -3};
-
-/// The two samples around a centred one.
+/// The two samples of luma's around one of chroma's.
 /// @param around two before it, itself, two behind it
-KWCLONES void splitRow(const float* const* around, float* __restrict first, float* __restrict second, int width) {
+/// @param shares four for either
+KWCLONES void splitRow(const float* const* around, const float* shares, float* __restrict first,
+                       float* __restrict second, int width) {
     const float *a = around[0], *b = around[1], *c = around[2], *d = around[3], *e = around[4];
-    constexpr float k0 = centred[0] / 128.0f, k1 = centred[1] / 128.0f, k2 = centred[2] / 128.0f,
-                    k3 = centred[3] / 128.0f;
+    const float f0 = shares[0], f1 = shares[1], f2 = shares[2], f3 = shares[3];
+    const float s0 = shares[4], s1 = shares[5], s2 = shares[6], s3 = shares[7];
     for (int x = 0; x < width; ++x) {
-        first[x] = k3 * a[x] + k2 * b[x] + k1 * c[x] + k0 * d[x];
-        second[x] = k0 * b[x] + k1 * c[x] + k2 * d[x] + k3 * e[x];
+        first[x] = f0 * a[x] + f1 * b[x] + f2 * c[x] + f3 * d[x];
+        second[x] = s0 * b[x] + s1 * c[x] + s2 * d[x] + s3 * e[x];
     }
 }
 
@@ -53,6 +51,11 @@ KWCLONES void solveRow(float* __restrict row, const float* __restrict near, floa
     for (int x = 0; x < width; ++x) row[x] = (row[x] - shareNear * near[x] - shareFar * far[x]) * scale;
 }
 
+/// Chroma sits at none of luma's samples, or at the second of two.
+bool isBetween(ChromaStep step) {
+    return step.value_or(0) != 0;
+}
+
 void spreadEdges(float* row, int width) {
     for (int i = 1; i <= margin; ++i) {
         row[-i] = row[0];
@@ -66,29 +69,46 @@ ChromaScaler::ChromaScaler(int width, int height, ChromaStep across, ChromaStep 
     : m_width(width), m_height(height), m_smallWidth(chromaLength(width, across)),
       m_smallHeight(chromaLength(height, down)), m_across(across), m_down(down),
       m_even(static_cast<std::size_t>(m_smallWidth + 2 * margin)), m_odd(m_even.size()) {
-    if (down != ChromaStep::Same) {
+    if (down) {
         m_half.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(m_smallHeight));
         m_spare.resize(static_cast<std::size_t>(width));
     }
-    if (across == ChromaStep::Centred) m_meansAcross = meansOf(width, m_smallWidth);
-    if (down == ChromaStep::Centred) m_meansDown = meansOf(height, m_smallHeight);
+    if (isBetween(across)) {
+        m_pairAcross = pairOf(*across);
+        m_meansAcross = meansOf(width, m_smallWidth, m_pairAcross);
+    }
+    if (isBetween(down)) {
+        m_pairDown = pairOf(*down);
+        m_meansDown = meansOf(height, m_smallHeight, m_pairDown);
+    }
 }
 
-ChromaScaler::Means ChromaScaler::meansOf(int length, int smallLength) {
+ChromaScaler::Pair ChromaScaler::pairOf(int place) {
+    const int eighths = place / 64;
+    Pair shares;
+    for (std::size_t k = 0; k < 4; ++k) {
+        shares[k] = chromaCubics[8 - eighths][k] / 1024.0f;
+        shares[4 + k] = chromaCubics[4 - eighths][k] / 1024.0f;
+    }
+    return shares;
+}
+
+ChromaScaler::Means ChromaScaler::meansOf(int length, int smallLength, const Pair& pair) {
     const auto n = static_cast<std::size_t>(smallLength);
     Means m{std::vector<float>(n), std::vector<float>(n), std::vector<float>(n), std::vector<float>(n),
             std::vector<float>(n)};
     std::vector<std::array<double, 5>> rows(n); // of the matrix, the diagonal in the middle
     for (int i = 0; i < smallLength; ++i) {
         // Means of the pair; the last of an odd length is half a pair.
-        const bool pair = 2 * i + 1 < length;
+        const bool whole = 2 * i + 1 < length;
         for (int k = 0; k < 4; ++k) {
             const auto add = [&](int at, double share) {
                 rows[static_cast<std::size_t>(i)]
                     [static_cast<std::size_t>(std::clamp(at, 0, smallLength - 1) - i + 2)] += share;
             };
-            add(i + 1 - k, centred[k] / (pair ? 256.0 : 128.0));
-            if (pair) add(i - 1 + k, centred[k] / 256.0);
+            const double first = pair[static_cast<std::size_t>(k)], second = pair[static_cast<std::size_t>(k) + 4];
+            add(i - 2 + k, whole ? first / 2 : first);
+            if (whole) add(i - 1 + k, second / 2);
         }
     }
     for (std::size_t i = 0; i < n; ++i) {
@@ -111,7 +131,7 @@ std::size_t ChromaScaler::smallSize() const {
 }
 
 void ChromaScaler::widenRow(const float* in, float* out) {
-    if (m_across == ChromaStep::Same) {
+    if (!m_across) {
         std::copy_n(in, m_width, out);
         return;
     }
@@ -120,10 +140,10 @@ void ChromaScaler::widenRow(const float* in, float* out) {
     std::copy_n(in, m_smallWidth, even);
     spreadEdges(even, m_smallWidth);
     const int pairs = m_width / 2;
-    if (m_across == ChromaStep::Centred) {
+    if (isBetween(m_across)) {
         const float* const around[] = {even - 2, even - 1, even, even + 1, even + 2};
         // Half a pair, too; then in place, from the end on.
-        splitRow(around, out, odd, m_smallWidth);
+        splitRow(around, m_pairAcross.data(), out, odd, m_smallWidth);
         for (int x = m_smallWidth - 1; x >= 0; --x) {
             out[2 * x] = out[x];
             if (2 * x + 1 < m_width) out[2 * x + 1] = odd[x];
@@ -140,7 +160,7 @@ void ChromaScaler::widenRow(const float* in, float* out) {
 }
 
 void ChromaScaler::shrinkRow(const float* in, float* out) {
-    if (m_across == ChromaStep::Same) {
+    if (!m_across) {
         std::copy_n(in, m_width, out);
         return;
     }
@@ -152,7 +172,7 @@ void ChromaScaler::shrinkRow(const float* in, float* out) {
         odd[x] = in[2 * x + 1];
     }
     if (m_width % 2) even[m_smallWidth - 1] = in[m_width - 1];
-    if (m_across == ChromaStep::Centred) {
+    if (isBetween(m_across)) {
         meanRow(even, odd, out, pairs);
         if (m_width % 2) out[m_smallWidth - 1] = even[m_smallWidth - 1];
         const Means& m = m_meansAcross;
@@ -180,17 +200,17 @@ void ChromaScaler::shrinkRow(const float* in, float* out) {
 }
 
 void ChromaScaler::widen(std::span<const float> small, std::span<float> large) {
-    float* const half = m_down == ChromaStep::Same ? large.data() : m_half.data();
+    float* const half = m_down ? m_half.data() : large.data();
     for (int y = 0; y < m_smallHeight; ++y)
         widenRow(small.data() + std::ptrdiff_t{y} * m_smallWidth, half + std::ptrdiff_t{y} * m_width);
-    if (m_down == ChromaStep::Same) return;
+    if (!m_down) return;
     const auto row = [&](int y) { return half + std::ptrdiff_t{std::clamp(y, 0, m_smallHeight - 1)} * m_width; };
     for (int y = 0; y < m_smallHeight; ++y) {
         float* first = large.data() + std::ptrdiff_t{2 * y} * m_width;
         const bool pair = 2 * y + 1 < m_height;
-        if (m_down == ChromaStep::Centred) {
+        if (isBetween(m_down)) {
             const float* const around[] = {row(y - 2), row(y - 1), row(y), row(y + 1), row(y + 2)};
-            splitRow(around, first, pair ? first + m_width : m_spare.data(), m_width);
+            splitRow(around, m_pairDown.data(), first, pair ? first + m_width : m_spare.data(), m_width);
             continue;
         }
         std::copy_n(row(y), m_width, first);
@@ -202,7 +222,7 @@ void ChromaScaler::widen(std::span<const float> small, std::span<float> large) {
 void ChromaScaler::shrink(std::span<const float> large, std::span<float> small) {
     const auto fine = [&](int y) { return large.data() + std::ptrdiff_t{y} * m_width; };
     const auto out = [&](int y) { return small.data() + std::ptrdiff_t{y} * m_smallWidth; };
-    if (m_down == ChromaStep::Same) {
+    if (!m_down) {
         for (int y = 0; y < m_height; ++y) shrinkRow(fine(y), out(y));
         return;
     }
@@ -210,7 +230,7 @@ void ChromaScaler::shrink(std::span<const float> large, std::span<float> small) 
     const auto half = [&](int y) {
         return m_half.data() + std::ptrdiff_t{std::clamp(y, 0, m_smallHeight - 1)} * m_width;
     };
-    if (m_down == ChromaStep::Centred) {
+    if (isBetween(m_down)) {
         for (int y = 0; y < pairs; ++y) meanRow(fine(2 * y), fine(2 * y + 1), half(y), m_width);
         if (m_height % 2) std::copy_n(fine(m_height - 1), m_width, half(m_smallHeight - 1));
         const Means& m = m_meansDown;

@@ -15,6 +15,13 @@ extern "C" {
 
 namespace larkmoor {
 
+namespace {
+
+/// Of a frame's metadata: chroma sits in the second of two columns.
+constexpr const char* secondColumn = "larkmoor:chroma in second column";
+
+} // namespace
+
 Colour colourOf(const AVFrame& frame) {
     return {frame.colorspace, frame.color_range, frame.color_primaries, frame.color_trc, frame.chroma_location};
 }
@@ -25,6 +32,7 @@ void tag(AVFrame& frame, const Colour& colour) {
     frame.color_primaries = colour.primaries;
     frame.color_trc = colour.transfer;
     frame.chroma_location = colour.chroma;
+    av_dict_set(&frame.metadata, secondColumn, nullptr, 0);
 }
 
 namespace {
@@ -33,6 +41,14 @@ std::uint64_t flagsOf(AVPixelFormat format) {
     const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(format);
     return d ? d->flags : 0;
 }
+
+struct ChromaWord {
+    AVChromaLocation word;
+    ChromaPlace place;
+};
+constexpr ChromaWord chromaPlaces[] = {{AVCHROMA_LOC_LEFT, {0, 128}},       {AVCHROMA_LOC_CENTER, {128, 128}},
+                                       {AVCHROMA_LOC_TOPLEFT, {0, 0}},      {AVCHROMA_LOC_TOP, {128, 0}},
+                                       {AVCHROMA_LOC_BOTTOMLEFT, {0, 256}}, {AVCHROMA_LOC_BOTTOM, {128, 256}}};
 
 /// What pictures can be converted to.
 bool isUsable(AVPixelFormat format) {
@@ -93,9 +109,30 @@ LumaShares lumaShares(AVColorSpace space) {
     }
 }
 
-AVChromaLocation chromaPlace(AVPixelFormat format, AVChromaLocation told) {
-    if (told != AVCHROMA_LOC_UNSPECIFIED) return told;
-    return withoutRange(format) == format ? AVCHROMA_LOC_LEFT : AVCHROMA_LOC_CENTER;
+ChromaPlace chromaPlace(AVPixelFormat format, AVChromaLocation told) {
+    const auto* place = std::ranges::find(chromaPlaces, told, &ChromaWord::word);
+    if (place != std::end(chromaPlaces)) return place->place;
+    return {withoutRange(format) == format ? 0 : 128, 128};
+}
+
+ChromaPlace chromaPlace(const AVFrame& frame) {
+    ChromaPlace place = chromaPlace(static_cast<AVPixelFormat>(frame.format), frame.chroma_location);
+    if (av_dict_get(frame.metadata, secondColumn, nullptr, 0)) place.x = 256;
+    return place;
+}
+
+void tellChromaPlace(AVFrame& frame, ChromaPlace place) {
+    const bool second = place.x == 256;
+    av_dict_set(&frame.metadata, secondColumn, second ? "1" : nullptr, 0);
+    if (second) place.x = 0;
+    const auto* word = std::ranges::find(chromaPlaces, place, &ChromaWord::place);
+    frame.chroma_location = word != std::end(chromaPlaces) ? word->word : AVCHROMA_LOC_UNSPECIFIED;
+}
+
+ChromaPlace chromaPlaceInField(ChromaPlace place, int field) {
+    // A sample between two rows of a field lies nearer to the one that the other field is not above of.
+    if (place.y == 128) place.y = field == 0 ? 64 : 192;
+    return place;
 }
 
 AVPixelFormat withoutRange(AVPixelFormat format) {

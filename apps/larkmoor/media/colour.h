@@ -42,8 +42,18 @@ struct LumaShares {
 };
 LumaShares lumaShares(AVColorSpace space);
 
-/// Where chroma sits: as told, or by the habit for the format.
-AVChromaLocation chromaPlace(AVPixelFormat format, AVChromaLocation told);
+/// Where the first sample of chroma sits, in 1/256 of luma's samples from their first one, across and down.
+struct ChromaPlace {
+    int x, y;
+    friend bool operator==(const ChromaPlace&, const ChromaPlace&) = default;
+};
+/// As told, or by the habit for the format.
+ChromaPlace chromaPlace(AVPixelFormat format, AVChromaLocation told);
+ChromaPlace chromaPlace(const AVFrame& frame);
+/// Tells a frame's place, those that FFmpeg has no word for included: the second of two columns.
+void tellChromaPlace(AVFrame& frame, ChromaPlace place);
+/// In the rows of one of two fields, 0 for the upper one.
+ChromaPlace chromaPlaceInField(ChromaPlace place, int field);
 
 /// Full range of the samples, by the frame's word, the kind of pixel format, or the habit for it.
 bool isFullRange(AVPixelFormat format, AVColorRange range);

@@ -159,6 +159,22 @@ bool carriesRange(const AVOutputFormat& container, AVCodecID codec) {
     }
 }
 
+AVChromaLocation carriedPlace(const AVOutputFormat& container, AVCodecID codec, AVChromaLocation wanted) {
+    switch (codec) {
+    case AV_CODEC_ID_H264:
+    case AV_CODEC_ID_HEVC:
+        return wanted;
+    case AV_CODEC_ID_MPEG2VIDEO:
+    case AV_CODEC_ID_MPEG4:
+        return AVCHROMA_LOC_LEFT;
+    default:
+        break;
+    }
+    const bool usual = wanted == AVCHROMA_LOC_UNSPECIFIED || wanted == AVCHROMA_LOC_CENTER;
+    const bool low = wanted == AVCHROMA_LOC_BOTTOM || wanted == AVCHROMA_LOC_BOTTOMLEFT;
+    return usual || (isMatroska(container) && !low) ? wanted : AVCHROMA_LOC_LEFT;
+}
+
 std::string limitsOf(AVCodecID codec) {
     switch (codec) {
     case AV_CODEC_ID_DVVIDEO:

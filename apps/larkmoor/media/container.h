@@ -31,6 +31,9 @@ AVCodecID usualAlpha(const AVOutputFormat& container);
 /// Whether a player learns that luma is of the full range.
 bool carriesRange(const AVOutputFormat& container, AVCodecID codec);
 
+/// The place of chroma that a player learns of: the wanted one where it can, else the one that it takes for granted.
+AVChromaLocation carriedPlace(const AVOutputFormat& container, AVCodecID codec, AVChromaLocation wanted);
+
 /// The sizes and rates that a codec takes, as the end of a sentence; empty where there are hardly any limits.
 std::string limitsOf(AVCodecID codec);
 

@@ -102,6 +102,8 @@ Target targetFor(const AVCodec& codec, const AVOutputFormat& container, const Vi
     if (yuv && target.colour.range == AVCOL_RANGE_JPEG && withoutRange(target.format) == target.format &&
         !carriesRange(container, codec.id))
         target.colour.range = AVCOL_RANGE_MPEG;
+    if (yuv && codec.id != AV_CODEC_ID_MJPEG)
+        target.colour.chroma = carriedPlace(container, codec.id, target.colour.chroma);
     if (yuv && codec.id == AV_CODEC_ID_WEBP) target.colour.space = AVCOL_SPC_SMPTE170M;
     return target;
 }
@@ -117,6 +119,9 @@ std::string kindOf(const AVStream& stream) {
 ContainerSink::ContainerSink(const std::string& path, const std::string& name, const VideoFacts& video,
                              const EncodeOptions& options, const Reader* like)
     : m_path(path), m_name(name), m_container(containerFor(name)), m_soundOptions(options.sound), m_video(video) {
+    if ((!like || isPictureContainer(m_container)) && (m_soundOptions.stream > 0 || !m_soundOptions.codec.empty()))
+        warn(fmt::format("{} gets no sound; {} does nothing", name,
+                         m_soundOptions.stream > 0 ? "--audio-stream" : "--audio-codec"));
     const AVCodec& codec = encoderFor(options, m_container, name, video, like);
     m_target = targetFor(codec, m_container, video, options.pixelFormat);
     m_encoder = openEncoder(codec, options, m_container, video, m_target, like);
@@ -530,6 +535,12 @@ void ContainerSink::pass(Passage& passage, PacketPtr packet) {
     if (passage.subtitles) {
         passage.subtitles->write(*packet, [&](PacketPtr text) { put(std::move(text), *passage.stream, passage.unit); });
         return;
+    }
+    // Where nothing tells how long the last packet of sound lasts, movie files would not show it at all.
+    if (passage.stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO && packet->pts != AV_NOPTS_VALUE) {
+        if (passage.last != AV_NOPTS_VALUE) passage.step = packet->pts - passage.last;
+        passage.last = packet->pts;
+        if (packet->duration <= 0 && passage.step > 0) packet->duration = passage.step;
     }
     put(std::move(packet), *passage.stream, passage.unit);
 }

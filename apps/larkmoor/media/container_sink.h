@@ -57,6 +57,7 @@ class ContainerSink : public FrameSink {
     struct Passage {
         AVStream* stream = nullptr;
         AVRational unit{1, 1};
+        std::int64_t last = AV_NOPTS_VALUE, step = 0; ///< stamp of the last packet that was copied, and the way to it
         CodecPtr decoder;
         std::unique_ptr<AudioEncoder> encoder;
         std::unique_ptr<SubtitleEncoder> subtitles;

@@ -31,30 +31,11 @@ const int* coefficients(AVColorSpace space, int width, int height) {
     return sws_getCoefficients(matrixOf(space, width, height));
 }
 
-/// Where chroma sits, in 1/256 of a luma sample from the top left one.
-std::pair<int, int> chromaOffset(AVChromaLocation where) {
-    switch (where) {
-    case AVCHROMA_LOC_CENTER:
-        return {128, 128};
-    case AVCHROMA_LOC_TOPLEFT:
-        return {0, 0};
-    case AVCHROMA_LOC_TOP:
-        return {128, 0};
-    case AVCHROMA_LOC_BOTTOMLEFT:
-        return {0, 256};
-    case AVCHROMA_LOC_BOTTOM:
-        return {128, 256};
-    default:
-        return {0, 128};
-    }
-}
-
 void placeChroma(SwsContext* context, const char* horizontal, const char* vertical, AVPixelFormat format,
-                 AVChromaLocation where) {
+                 ChromaPlace place) {
     const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(format);
-    const auto [x, y] = chromaOffset(chromaPlace(format, where));
-    if (d->log2_chroma_w) av_opt_set_int(context, horizontal, x, 0);
-    if (d->log2_chroma_h) av_opt_set_int(context, vertical, y, 0);
+    if (d->log2_chroma_w) av_opt_set_int(context, horizontal, place.x, 0);
+    if (d->log2_chroma_h) av_opt_set_int(context, vertical, place.y, 0);
 }
 
 /// A frame that borrows a picture's memory.
@@ -194,8 +175,8 @@ void Scaler::prepare(const Side& from, const Side& to) {
     av_opt_set_int(c, "dsth", to.height, 0);
     av_opt_set_int(c, "dst_format", to.format, 0);
     av_opt_set_int(c, "sws_flags", m_draft ? draftFlags : scalerFlags, 0);
-    placeChroma(c, "src_h_chr_pos", "src_v_chr_pos", source, from.colour.chroma);
-    placeChroma(c, "dst_h_chr_pos", "dst_v_chr_pos", target, to.colour.chroma);
+    placeChroma(c, "src_h_chr_pos", "src_v_chr_pos", source, from.place);
+    placeChroma(c, "dst_h_chr_pos", "dst_v_chr_pos", target, to.place);
     const bool fullIn = isFullRange(source, from.colour.range), fullOut = isFullRange(target, to.colour.range);
     av_opt_set_int(c, "src_range", fullIn, 0);
     av_opt_set_int(c, "dst_range", fullOut, 0);
@@ -208,37 +189,41 @@ void Scaler::prepare(const Side& from, const Side& to) {
     m_to = to;
 }
 
-void Scaler::run(const AVFrame& from, AVFrame& to) {
-    prepare({from.width, from.height, from.format, colourOf(from)}, {to.width, to.height, to.format, colourOf(to)});
+void Scaler::run(const AVFrame& from, ChromaPlace fromPlace, AVFrame& to, ChromaPlace toPlace) {
+    prepare({from.width, from.height, from.format, colourOf(from), fromPlace},
+            {to.width, to.height, to.format, colourOf(to), toPlace});
     avCheck(sws_scale(m_context.get(), from.data, from.linesize, 0, from.height, to.data, to.linesize),
             "convert a picture");
 }
 
 void Importer::run(const AVFrame& frame, const ImageView& out, bool premultiplied) {
+    const ChromaPlace place = chromaPlace(frame);
+    if (!hasFields(frame) || !sameSize(frame, out)) return convert(frame, place, out, premultiplied);
+    for (const int field : {0, 1})
+        convert(*fieldOf(frame, field), chromaPlaceInField(place, field), fieldOf(out, field), premultiplied);
+}
+
+void Importer::convert(const AVFrame& frame, ChromaPlace place, const ImageView& out, bool premultiplied) {
     const auto format = static_cast<AVPixelFormat>(frame.format);
-    if (hasFields(frame) && sameSize(frame, out)) {
-        for (const int field : {0, 1}) run(*fieldOf(frame, field), fieldOf(out, field), premultiplied);
-        return;
-    }
     if (out.format == PixelFormat::Float128) {
         if (hasFloats(format) && sameSize(frame, out)) {
             interleave(frame, out);
-        } else if (!readDeep(frame, out)) {
+        } else if (!readDeep(frame, place, out)) {
             const ImageView words = scratch(m_narrow, out, out.format, 8);
-            m_scaler.run(frame, *borrow(words, AV_PIX_FMT_RGBA64));
+            m_scaler.run(frame, place, *borrow(words, AV_PIX_FMT_RGBA64), {});
             widenWords(words, out);
         }
         if (hasAlpha(format) && !premultiplied) premultiply(out);
         return;
     }
-    if (convertYuv(frame, colourOf(frame), out)) return;
+    if (convertYuv(frame, place, out)) return;
     if (format == AV_PIX_FMT_BGRA && sameSize(frame, out)) {
         for (int y = 0; y < out.height; ++y)
             std::copy_n(rowOf<const std::byte>(frame, 0, y), 4 * static_cast<std::size_t>(out.width),
                         rowOf<std::byte>(out, y));
     } else {
         const FramePtr target = borrow(out, AV_PIX_FMT_BGRA);
-        m_scaler.run(frame, *target);
+        m_scaler.run(frame, place, *target, {});
     }
     if (hasAlpha(format) && !premultiplied) premultiply(out);
 }
@@ -251,15 +236,14 @@ void Exporter::run(const ImageView& picture, AVFrame& out, bool premultiplied) {
     if (straight && !wantStraight) premultiply(picture);
     if (!straight && wantStraight) unpremultiply(picture);
 
-    if (hasFields(out)) {
-        for (const int field : {0, 1}) convert(fieldOf(picture, field), *fieldOf(out, field));
-        return;
-    }
-    convert(picture, out);
+    const ChromaPlace place = chromaPlace(out);
+    if (!hasFields(out)) return convert(picture, out, place);
+    for (const int field : {0, 1})
+        convert(fieldOf(picture, field), *fieldOf(out, field), chromaPlaceInField(place, field));
 }
 
 /// With the picture's colour as the frame wants it.
-void Exporter::convert(const ImageView& picture, AVFrame& out) {
+void Exporter::convert(const ImageView& picture, AVFrame& out, ChromaPlace place) {
     const auto format = static_cast<AVPixelFormat>(out.format);
     if (hasFloats(format)) {
         ImageView floats = picture;
@@ -270,7 +254,7 @@ void Exporter::convert(const ImageView& picture, AVFrame& out) {
         deinterleave(floats, out);
         return;
     }
-    if (picture.format == PixelFormat::Float128 && writeDeep(picture, out)) return;
+    if (picture.format == PixelFormat::Float128 && writeDeep(picture, out, place)) return;
     FramePtr source;
     if (picture.format == PixelFormat::Float128) {
         const bool deep = av_pix_fmt_desc_get(format)->comp[0].depth > 8;
@@ -290,7 +274,7 @@ void Exporter::convert(const ImageView& picture, AVFrame& out) {
                         rowOf<std::byte>(out, 0, y));
         return;
     }
-    m_scaler.run(*source, out);
+    m_scaler.run(*source, {}, out, place);
 }
 
 ImageView viewOf(const AVFrame& frame, PixelFormat format) {

@@ -19,12 +19,13 @@ class Scaler {
     explicit Scaler(bool draft = false) : m_draft(draft) {}
 
     /// From one frame's pixels to another's; sizes, formats and colour tags are read off the frames.
-    void run(const AVFrame& from, AVFrame& to);
+    void run(const AVFrame& from, ChromaPlace fromPlace, AVFrame& to, ChromaPlace toPlace);
 
   private:
     struct Side {
         int width = 0, height = 0, format = -1;
         Colour colour;
+        ChromaPlace place{};
         friend bool operator==(const Side&, const Side&) = default;
     };
     void prepare(const Side& from, const Side& to);
@@ -47,6 +48,8 @@ class Importer {
     void run(const AVFrame& frame, const ImageView& out, bool premultiplied);
 
   private:
+    void convert(const AVFrame& frame, ChromaPlace place, const ImageView& out, bool premultiplied);
+
     Scaler m_scaler;
     std::vector<std::byte> m_narrow;
 };
@@ -60,7 +63,7 @@ class Exporter {
     void run(const ImageView& picture, AVFrame& out, bool premultiplied);
 
   private:
-    void convert(const ImageView& picture, AVFrame& out);
+    void convert(const ImageView& picture, AVFrame& out, ChromaPlace place);
 
     Scaler m_scaler;
     std::vector<std::byte> m_narrow;

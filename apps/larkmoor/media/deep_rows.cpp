@@ -209,23 +209,17 @@ bool isKnown(AVPixelFormat format, const AVPixFmtDescriptor& d) {
 }
 
 /// None for a kind of frame that is not done here.
-std::optional<Layout> layoutOf(const AVFrame& frame, const ImageView& picture) {
+std::optional<Layout> layoutOf(const AVFrame& frame, ChromaPlace place, const ImageView& picture) {
     const auto format = static_cast<AVPixelFormat>(frame.format);
     const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(format);
     if (!isKnown(format, d) || frame.width != picture.width || frame.height != picture.height) return {};
-    const AVChromaLocation where = chromaPlace(format, frame.chroma_location);
-    if (d.log2_chroma_h && (where == AVCHROMA_LOC_BOTTOM || where == AVCHROMA_LOC_BOTTOMLEFT)) return {};
-    const auto step = [&](int log2, AVChromaLocation other) {
-        if (!log2) return ChromaStep::Same;
-        return where == AVCHROMA_LOC_CENTER || where == other ? ChromaStep::Centred : ChromaStep::Sited;
-    };
     return Layout{.d = &d,
                   .gray = d.nb_components < 3,
                   .rgb = isRgb(format),
                   .alpha = hasAlpha(format),
                   .full = isFullRange(format, frame.color_range),
-                  .across = step(d.log2_chroma_w, AVCHROMA_LOC_TOP),
-                  .down = step(d.log2_chroma_h, AVCHROMA_LOC_LEFT),
+                  .across = d.log2_chroma_w ? ChromaStep(place.x) : std::nullopt,
+                  .down = d.log2_chroma_h ? ChromaStep(place.y) : std::nullopt,
                   .matrix = matrixFor(matrixOf(frame.colorspace, frame.width, frame.height)),
                   .width = frame.width};
 }
@@ -241,8 +235,8 @@ using Values = std::vector<float>;
 
 } // namespace
 
-bool readDeep(const AVFrame& frame, const ImageView& out) {
-    const std::optional<Layout> layout = layoutOf(frame, out);
+bool readDeep(const AVFrame& frame, ChromaPlace place, const ImageView& out) {
+    const std::optional<Layout> layout = layoutOf(frame, place, out);
     if (!layout) return false;
     const int width = out.width;
     const auto columns = static_cast<std::size_t>(width);
@@ -290,8 +284,8 @@ bool readDeep(const AVFrame& frame, const ImageView& out) {
     return true;
 }
 
-bool writeDeep(const ImageView& picture, AVFrame& out) {
-    const std::optional<Layout> layout = layoutOf(out, picture);
+bool writeDeep(const ImageView& picture, AVFrame& out, ChromaPlace place) {
+    const std::optional<Layout> layout = layoutOf(out, place, picture);
     if (!layout) return false;
     const int width = picture.width;
     const auto columns = static_cast<std::size_t>(width);
@@ -322,9 +316,8 @@ bool writeDeep(const ImageView& picture, AVFrame& out) {
         lumaOf(&layout->matrix, rowOf(picture, y), row.data(), width);
         luma.write(y, row.data());
         if (layout->gray) continue;
-        const std::ptrdiff_t place = std::ptrdiff_t{y} * width;
-        chromaOf(&layout->matrix, rowOf(picture, y), row.data(), chroma[0].data() + place, chroma[1].data() + place,
-                 width);
+        const std::ptrdiff_t at = std::ptrdiff_t{y} * width;
+        chromaOf(&layout->matrix, rowOf(picture, y), row.data(), chroma[0].data() + at, chroma[1].data() + at, width);
     }
     if (layout->gray) return true;
     ChromaScaler scaler(width, picture.height, layout->across, layout->down);

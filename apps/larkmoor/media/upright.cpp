@@ -31,6 +31,20 @@ std::string filtersFor(const std::int32_t* matrix) {
     }
 }
 
+/// Where chroma sits in a picture that such filters have turned.
+ChromaPlace turnedPlace(ChromaPlace place, std::string_view filters, int width, int height) {
+    const auto has = [&](std::string_view word) { return filters.find(word) != std::string_view::npos; };
+    const bool swaps = has("transpose="), both = has("=clock_flip");
+    if (swaps) {
+        std::swap(place.x, place.y);
+        std::swap(width, height);
+    }
+    // An odd length ends with a sample that has no second one beside it.
+    if ((has("=clock") || has("hflip")) && width % 2 == 0) place.x = 256 - place.x;
+    if (((has("=cclock") && !has("_flip")) || both || has("vflip")) && height % 2 == 0) place.y = 256 - place.y;
+    return place;
+}
+
 } // namespace
 
 Upright::Upright(const AVStream& stream, bool turn, const std::string& name)
@@ -87,10 +101,16 @@ FramePtr Upright::run(FramePtr frame) {
                       : std::make_unique<FilterGraph>(is, filters.empty() ? "null" : filters, "turn " + m_name, format);
     }
     if (!m_graph) return frame;
+    const ChromaPlace place = chromaPlace(*frame);
     m_graph->put(*frame);
     FramePtr turned = m_graph->take();
     if (!turned) throw Error(fmt::format("cannot turn the pictures of {}", m_name));
     av_frame_remove_side_data(turned.get(), AV_FRAME_DATA_DISPLAYMATRIX);
+    const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(shape.format));
+    // FFmpeg turns other kinds by a quarter by way of full chroma.
+    if (d.log2_chroma_w == 1 && (d.log2_chroma_h == 1 || !shape.filters.starts_with("transpose")))
+        if (const ChromaPlace now = turnedPlace(place, shape.filters, shape.width, shape.height); now != place)
+            tellChromaPlace(*turned, now);
     return turned;
 }
 

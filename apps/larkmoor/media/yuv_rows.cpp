@@ -12,6 +12,7 @@ extern "C" {
 
 #include "base/arith.h"
 #include "base/clones.h"
+#include "media/chroma_scaler.h"
 
 namespace larkmoor {
 
@@ -38,10 +39,18 @@ Factors factorsOf(AVColorSpace space, bool full) {
             .blueU = scaled(chroma * 2 * (1 - blue), 4096)};
 }
 
-/// Shares of four neighbours in a sample between the middle two, scaled by 128: a cubic through all of them
-/// (Catmull and Rom, "A class of local interpolating splines", 1974).
-using Taps = std::array<std::int16_t, 4>;
-constexpr Taps quarter{-9, 111, 29, -3}, half{-8, 72, 72, -8}, threeQuarters{-3, 29, 111, -9};
+/// How a sample of luma lies among those of chroma.
+struct Phase {
+    int first; ///< of four neighbours, from the sample of its pair on
+    int eighths;
+};
+
+/// @param place of chroma, 1/256 of a luma sample behind the first of a pair
+/// @param second of the pair
+constexpr Phase phaseOf(int place, bool second) {
+    const int eighths = ((second ? 256 : 0) - place) / 64;
+    return eighths < 0 ? Phase{-2, eighths + 8} : Phase{-1, eighths};
+}
 
 KWCLONES void copyRow(const std::uint8_t* __restrict in, std::int16_t* __restrict out, int width) {
     for (int x = 0; x < width; ++x) out[x] = static_cast<std::int16_t>(in[x] * 16);
@@ -55,19 +64,19 @@ KWCLONES void mixRows(const std::uint8_t* const* rows, const std::int16_t* taps,
     const std::uint8_t* __restrict r3 = rows[3];
     const std::int32_t t0 = taps[0], t1 = taps[1], t2 = taps[2], t3 = taps[3];
     for (int x = 0; x < width; ++x)
-        out[x] = static_cast<std::int16_t>((r0[x] * t0 + r1[x] * t1 + r2[x] * t2 + r3[x] * t3 + 4) >> 3);
+        out[x] = static_cast<std::int16_t>((r0[x] * t0 + r1[x] * t1 + r2[x] * t2 + r3[x] * t3 + 32) >> 6);
 }
 
-/// Two samples for each: `even` taps lie around the sample before the middle, `odd` ones around the one after.
+/// Two samples for each: `even` taps lie around the way to it, `odd` ones around the way from it.
 KWCLONES void widenRow(const std::int16_t* __restrict in, const std::int16_t* even, const std::int16_t* odd,
                        std::int16_t* __restrict out, int width) {
     const std::int32_t e0 = even[0], e1 = even[1], e2 = even[2], e3 = even[3];
     const std::int32_t o0 = odd[0], o1 = odd[1], o2 = odd[2], o3 = odd[3];
     for (int x = 0; x < width; ++x) {
         out[2 * x] =
-            static_cast<std::int16_t>((in[x - 2] * e0 + in[x - 1] * e1 + in[x] * e2 + in[x + 1] * e3 + 64) >> 7);
+            static_cast<std::int16_t>((in[x - 2] * e0 + in[x - 1] * e1 + in[x] * e2 + in[x + 1] * e3 + 512) >> 10);
         out[2 * x + 1] =
-            static_cast<std::int16_t>((in[x - 1] * o0 + in[x] * o1 + in[x + 1] * o2 + in[x + 2] * o3 + 64) >> 7);
+            static_cast<std::int16_t>((in[x - 1] * o0 + in[x] * o1 + in[x + 1] * o2 + in[x + 2] * o3 + 512) >> 10);
     }
 }
 
@@ -100,11 +109,10 @@ KWCLONES void colourRow(const std::uint8_t* __restrict luma, const std::int16_t*
 /// One plane of chroma, brought to the rows and columns of luma, scaled by 16.
 class ChromaRows {
   public:
-    ChromaRows(const AVFrame& frame, int plane, int shiftX, int shiftY, bool centredX, bool centredY)
+    ChromaRows(const AVFrame& frame, int plane, int shiftX, int shiftY, ChromaPlace place)
         : m_data(frame.data[plane]), m_stride(frame.linesize[plane]), m_width(-((-frame.width) >> shiftX)),
-          m_height(-((-frame.height) >> shiftY)), m_shiftX(shiftX), m_shiftY(shiftY), m_centredX(centredX),
-          m_centredY(centredY), m_mixed(static_cast<std::size_t>(m_width) + 2 * margin),
-          m_wide(static_cast<std::size_t>(m_width) * 2) {}
+          m_height(-((-frame.height) >> shiftY)), m_shiftX(shiftX), m_shiftY(shiftY), m_place(place),
+          m_mixed(static_cast<std::size_t>(m_width) + 2 * margin), m_wide(static_cast<std::size_t>(m_width) * 2) {}
 
     const std::int16_t* row(int y) {
         std::int16_t* mixed = m_mixed.data() + margin;
@@ -114,10 +122,11 @@ class ChromaRows {
             mixed[-i] = mixed[0];
             mixed[m_width - 1 + i] = mixed[m_width - 1];
         }
-        if (m_centredX)
-            widenRow(mixed, threeQuarters.data(), quarter.data(), m_wide.data(), m_width);
-        else
+        if (m_place.x == 0)
             widenSitedRow(mixed, m_wide.data(), m_width);
+        else
+            widenRow(mixed, chromaCubics[phaseOf(m_place.x, false).eighths].data(),
+                     chromaCubics[phaseOf(m_place.x, true).eighths].data(), m_wide.data(), m_width);
         return m_wide.data();
     }
 
@@ -128,41 +137,36 @@ class ChromaRows {
 
     void mix(int y, std::int16_t* out) const {
         const int near = y >> m_shiftY;
-        const bool odd = m_shiftY != 0 && (y & 1);
-        if (m_shiftY == 0 || (!odd && !m_centredY)) {
+        const Phase phase = phaseOf(m_place.y, y & 1);
+        if (m_shiftY == 0 || phase.eighths == 0) {
             copyRow(source(near), out, m_width);
             return;
         }
-        const int first = odd ? near - 1 : near - 2;
-        const Taps& taps = !m_centredY ? half : odd ? quarter : threeQuarters;
+        const int first = near + phase.first;
         const std::array rows{source(first), source(first + 1), source(first + 2), source(first + 3)};
-        mixRows(rows.data(), taps.data(), out, m_width);
+        mixRows(rows.data(), chromaCubics[phase.eighths].data(), out, m_width);
     }
 
     const std::uint8_t* m_data;
     std::ptrdiff_t m_stride;
     int m_width, m_height, m_shiftX, m_shiftY;
-    bool m_centredX, m_centredY;
+    ChromaPlace m_place;
     std::vector<std::int16_t> m_mixed, m_wide;
 };
 
 } // namespace
 
-bool convertYuv(const AVFrame& frame, const Colour& colour, const ImageView& out) {
+bool convertYuv(const AVFrame& frame, ChromaPlace place, const ImageView& out) {
     const auto format = static_cast<AVPixelFormat>(frame.format);
     const AVPixelFormat plain = withoutRange(format);
     if (plain != AV_PIX_FMT_YUV420P && plain != AV_PIX_FMT_YUV422P && plain != AV_PIX_FMT_YUV444P) return false;
     if (frame.width != out.width || frame.height != out.height) return false;
     const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(plain);
 
-    const AVChromaLocation where = chromaPlace(format, colour.chroma);
-    const bool centredX = where == AVCHROMA_LOC_CENTER || where == AVCHROMA_LOC_TOP || where == AVCHROMA_LOC_BOTTOM;
-    const bool centredY = where == AVCHROMA_LOC_CENTER || where == AVCHROMA_LOC_LEFT;
-
     const Factors factors =
-        factorsOf(matrixOf(colour.space, frame.width, frame.height), isFullRange(format, colour.range));
-    ChromaRows u(frame, 1, d.log2_chroma_w, d.log2_chroma_h, centredX, centredY);
-    ChromaRows v(frame, 2, d.log2_chroma_w, d.log2_chroma_h, centredX, centredY);
+        factorsOf(matrixOf(frame.colorspace, frame.width, frame.height), isFullRange(format, frame.color_range));
+    ChromaRows u(frame, 1, d.log2_chroma_w, d.log2_chroma_h, place);
+    ChromaRows v(frame, 2, d.log2_chroma_w, d.log2_chroma_h, place);
     for (int y = 0; y < frame.height; ++y)
         colourRow(frame.data[0] + y * static_cast<std::ptrdiff_t>(frame.linesize[0]), u.row(y), v.row(y), &factors,
                   reinterpret_cast<std::uint32_t*>(out.data + y * out.stride), frame.width);
