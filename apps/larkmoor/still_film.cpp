@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include <fmt/format.h>
 
 #include "film.h"
@@ -22,6 +25,7 @@ class StillFilm final : public Film {
         m_picture = picture.next();
         if (!m_picture) throw Error(fmt::format("{} holds no frame", m_still->path()));
         const VideoFacts& is = m_still->video();
+        refuseMixedDynamics(m_still->path(), is, m_clip->path(), m_clip->video());
         if (is.width != m_video.width || is.height != m_video.height)
             warn(fmt::format("{} is resampled: {}x{} to {}x{}", m_still->path(), is.width, is.height, m_video.width,
                              m_video.height));
@@ -51,6 +55,12 @@ class StillFilm final : public Film {
         return true;
     }
 
+    std::vector<std::string> damage() const override {
+        std::vector<std::string> sentences = m_still->damageTold();
+        std::ranges::copy(m_clip->damageTold(), std::back_inserter(sentences));
+        return sentences;
+    }
+
     void end(FrameSink& sink) override {
         for (PacketPtr& packet : m_clip->rest()) sink.writeSide(std::move(packet));
     }
@@ -65,9 +75,11 @@ class StillFilm final : public Film {
 
 std::unique_ptr<Film> stillFilm(const ClipRequest& request, const OutputRequest& output) {
     if (request.over.empty() || !isOnePicture(request.path)) return {};
-    auto still = std::make_unique<Reader>(request.path, ReadOptions{.threads = output.threads});
+    auto still =
+        std::make_unique<Reader>(request.path, ReadOptions{.threads = output.threads, .policy = output.reading});
     if (!still->isPicture()) return {};
-    ReadOptions options{.rate = request.rate, .start = request.start, .threads = output.threads};
+    ReadOptions options{
+        .rate = request.rate, .start = request.start, .threads = output.threads, .policy = output.reading};
     if (request.range.out) options.frames = *request.range.out - request.range.in;
     if (request.end) options.frames = framesBefore(request.over, options, *request.end);
     const bool picture = !isRawPath(output.path) && isOnePicture(output.path);

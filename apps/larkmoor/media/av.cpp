@@ -24,7 +24,18 @@ std::set<const void*> endedEarly;
 std::function<void(std::string_view)> warningTaker;
 std::atomic<bool> verboseLog = false;
 
+/// Whether a reader of transport streams tells that the last packet of a stream is not whole.
+bool endsTorn(void* object, const char* format) {
+    if (!std::strstr(format, "PES packet size mismatch")) return false;
+    const AVIOContext* file = static_cast<AVFormatContext*>(object)->pb;
+    return file && file->eof_reached;
+}
+
 void takeLog(void* object, int level, const char* format, va_list arguments) {
+    if (endsTorn(object, format)) {
+        const std::lock_guard guard(lastLock);
+        endedEarly.insert(object);
+    }
     if (level <= AV_LOG_ERROR || Complaints::tells(format)) {
         va_list copy;
         va_copy(copy, arguments);

@@ -34,7 +34,9 @@ bool Complaints::tells(std::string_view line) {
 void Complaints::add(std::int64_t packet, int level, std::string_view line) {
     // A tag of a picture file that the decoder has no use for.
     const bool harmless = line.starts_with("Unknown or unsupported tag");
-    const bool broken = line.starts_with("Could not find ref with POC") || line.starts_with("slice CRC mismatch");
+    const bool broken = line.starts_with("Could not find ref with POC") || line.starts_with("slice CRC mismatch") ||
+                        line.starts_with("mismatching checksum") || line.starts_with("Error parsing NAL unit") ||
+                        line.starts_with("Error splitting the input into NAL units");
     if (!tells(line) && !broken && (!m_strict || level > AV_LOG_ERROR || harmless)) return;
     const std::lock_guard guard(m_lock);
     m_packets.insert(packet);

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "media/file_end.h"
 #include "media/sequence.h"
 
 namespace larkmoor {
@@ -101,7 +102,8 @@ bool Demuxer::seek(std::int64_t stamp) {
     m_ready.clear();
     if (m_clock) m_clock.emplace(*m_format, m_video->index);
     m_lastStamp = m_lastDts = AV_NOPTS_VALUE;
-    m_ended = m_cut = m_lastBroken = false;
+    m_ended = m_cut = false;
+    m_lastBroken.clear();
     return true;
 }
 
@@ -135,13 +137,20 @@ PacketPtr Demuxer::readPlain() {
         if (io < 0 && io != AVERROR_EOF) throw Error(fmt::format("cannot read {}: {}", m_name, avReason(io)));
         const bool ended = status == AVERROR_EOF || ++errors == mostErrors;
         if (!ended) continue;
-        m_cut = errors > 0 || prematureEnd(*m_format) || m_lastBroken || endsBeforeIndex();
+        const bool broken = std::ranges::find(m_lastBroken, true) != m_lastBroken.end();
+        m_cut = errors > 0 || prematureEnd(*m_format) || broken || endsBeforeIndex() ||
+                endsEarly(m_name, m_format->iformat->name);
         return {};
     }
+    const auto stream = static_cast<std::size_t>(packet->stream_index);
+    if (stream >= m_lastBroken.size()) m_lastBroken.resize(stream + 1);
+    m_lastBroken[stream] = packet->flags & AV_PKT_FLAG_CORRUPT;
     if (packet->stream_index == m_video->index) {
+        const bool exr = m_video->codecpar->codec_id == AV_CODEC_ID_EXR;
+        if (exr && exrEndsEarly({packet->data, static_cast<std::size_t>(packet->size)}))
+            packet->flags |= AV_PKT_FLAG_CORRUPT;
         m_lastStamp = stampOf(*packet);
         m_lastDts = packet->dts;
-        m_lastBroken = packet->flags & AV_PKT_FLAG_CORRUPT;
     }
     return packet;
 }

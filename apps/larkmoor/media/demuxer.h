@@ -58,7 +58,8 @@ class Demuxer {
     std::deque<PacketPtr> m_ready;
     std::int64_t m_lastStamp = AV_NOPTS_VALUE, m_lastDts = AV_NOPTS_VALUE; ///< of the last packet of the pictures
     int m_files = 0;
-    bool m_picture = false, m_raw = false, m_ended = false, m_cut = false, m_lastBroken = false;
+    bool m_picture = false, m_raw = false, m_ended = false, m_cut = false;
+    std::vector<bool> m_lastBroken; ///< of each stream's last packet
 };
 
 } // namespace larkmoor

@@ -43,6 +43,8 @@ PictureDecoder::PictureDecoder(AVFormatContext& format, AVStream& stream, const 
     avCheck(avcodec_parameters_to_context(m_decoder.get(), stream.codecpar), "read " + name);
     m_decoder->pkt_timebase = stream.time_base;
     m_decoder->thread_count = std::max(1, threads);
+    // Sums that some streams carry are compared.
+    m_decoder->err_recognition |= AV_EF_CRCCHECK;
     m_complaints.hear(*m_decoder);
     const int status = avcodec_open2(m_decoder.get(), codec, nullptr);
     if (status < 0) throw Error(fmt::format("cannot decode {}: {}", name, avReason(status)));
