@@ -6,6 +6,7 @@
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <type_traits>
 
 #include <fmt/format.h>
 
@@ -13,41 +14,44 @@ namespace larkmoor {
 
 namespace {
 
-using Pixels = std::vector<std::uint32_t>; ///< blue, green, red, alpha from the lowest byte on
+/// Blue, green, red, alpha: bytes of 0 to 255, or floats of 0 to 1.
+template <class Sample>
+using Pixel = std::array<Sample, 4>;
+template <class Sample>
+using Pixels = std::vector<Pixel<Sample>>;
 
-constexpr int full = 255;
-
-constexpr std::uint32_t opaque(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
-    return 0xFF000000u | red << 16 | green << 8 | blue;
-}
+constexpr std::uint8_t full = 255;
+constexpr int latticeWidth = 4096;
 
 /// All colours of those levels, red fastest.
-Pixels lattice(const std::vector<int>& levels) {
-    Pixels pixels;
+template <class Sample>
+Pixels<Sample> lattice(const std::vector<Sample>& levels, Sample opaque) {
+    Pixels<Sample> pixels;
     pixels.reserve(levels.size() * levels.size() * levels.size());
-    for (const int blue : levels)
-        for (const int green : levels)
-            for (const int red : levels)
-                pixels.push_back(opaque(static_cast<std::uint32_t>(red), static_cast<std::uint32_t>(green),
-                                        static_cast<std::uint32_t>(blue)));
+    for (const Sample blue : levels)
+        for (const Sample green : levels)
+            for (const Sample red : levels) pixels.push_back({blue, green, red, opaque});
     return pixels;
 }
 
 /// Pixels through effects as one frame of a clip. The last row is filled up with the first colour.
-Pixels rendered(const Module& module, const std::vector<Step>& effects, const Pixels& colours, int width,
-                std::int64_t frame) {
+template <class Sample>
+Pixels<Sample> rendered(const Module& module, const std::vector<Step>& effects, const Pixels<Sample>& colours,
+                        int width, std::int64_t frame) {
+    constexpr PixelFormat form =
+        std::is_same_v<Sample, float> ? PixelFormat::Float128 : PixelFormat::PremultipliedArgb32;
     const auto columns = static_cast<std::size_t>(width);
     const auto rows = (colours.size() + columns - 1) / columns;
     const auto height = static_cast<int>(rows);
-    const Surface from = Surface::create(PixelFormat::PremultipliedArgb32, width, height);
-    const Surface to = Surface::create(PixelFormat::PremultipliedArgb32, width, height);
+    const Surface from = Surface::create(form, width, height);
+    const Surface to = Surface::create(form, width, height);
     constexpr double rate = 25;
     for (Surface surface : {from, to})
         surface.setInfo({1, rate, static_cast<std::int64_t>(static_cast<double>(frame) * 1e7 / rate)});
     const auto rowOf = [](const ImageView& view, std::size_t y) {
         return view.data + static_cast<std::ptrdiff_t>(y) * view.stride;
     };
-    Pixels row(columns);
+    Pixels<Sample> row(columns);
     for (std::size_t y = 0; y < rows; ++y) {
         for (std::size_t x = 0; x < columns; ++x) {
             const std::size_t at = y * columns + x;
@@ -59,7 +63,7 @@ Pixels rendered(const Module& module, const std::vector<Step>& effects, const Pi
     Chain chain(module, {.head = {}, .effects = effects});
     const bool changed = chain.run(from, {}, to, {.index = frame});
     const ImageView view = changed ? to.view() : from.view();
-    Pixels out(colours.size());
+    Pixels<Sample> out(colours.size());
     for (std::size_t y = 0; y < rows; ++y)
         std::memcpy(out.data() + y * columns, rowOf(view, y),
                     std::min(columns, out.size() - y * columns) * sizeof out[0]);
@@ -68,21 +72,21 @@ Pixels rendered(const Module& module, const std::vector<Step>& effects, const Pi
 
 /// Whether each colour becomes the same one wherever, whenever and beside whatever it stands.
 bool isTonal(const Module& module, const Step& step) {
-    std::vector<int> levels;
-    for (int level = 0; level <= full; level += 15) levels.push_back(level);
-    const Pixels colours = lattice(levels);
+    std::vector<std::uint8_t> levels;
+    for (int level = 0; level <= full; level += 15) levels.push_back(static_cast<std::uint8_t>(level));
+    const Pixels<std::uint8_t> colours = lattice(levels, full);
     const std::vector<Step> alone{step};
-    const Pixels wanted = rendered(module, alone, colours, 64, 0);
+    const Pixels<std::uint8_t> wanted = rendered(module, alone, colours, 64, 0);
     std::mt19937 random(1);
     std::vector<std::size_t> order(colours.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     // Whole, and with part of the colours only: some effects measure the picture.
     for (const auto& [share, width, frame] : {std::tuple(1, 97, 1), {3, 31, 1000}, {7, 256, 77}}) {
         std::shuffle(order.begin(), order.end(), random);
-        Pixels other;
+        Pixels<std::uint8_t> other;
         for (std::size_t i = 0; i < order.size() / static_cast<std::size_t>(share); ++i)
             other.push_back(colours[order[i]]);
-        const Pixels got = rendered(module, alone, other, width, frame);
+        const Pixels<std::uint8_t> got = rendered(module, alone, other, width, frame);
         for (std::size_t i = 0; i < got.size(); ++i)
             if (got[i] != wanted[order[i]]) return false;
     }
@@ -104,17 +108,36 @@ void checkTonal(const Module& module, const std::vector<Step>& effects) {
     }
 }
 
+namespace {
+
+[[noreturn]] void refuseClear() {
+    throw UsageError("the effects make colours transparent, which no LUT can hold");
+}
+
+ColourCube cubeByFloats(const Module& module, const std::vector<Step>& effects, int size) {
+    std::vector<float> levels;
+    for (int i = 0; i < size; ++i) levels.push_back(static_cast<float>(i) / static_cast<float>(size - 1));
+    ColourCube cube{size, {}};
+    for (const auto& [blue, green, red, alpha] : rendered(module, effects, lattice(levels, 1.0f), latticeWidth, 0)) {
+        if (alpha < 1 - 0.5f / full) refuseClear();
+        cube.colours.push_back({red, green, blue});
+    }
+    return cube;
+}
+
+} // namespace
+
 ColourCube colourCube(const Module& module, const std::vector<Step>& effects, int size) {
+    if (std::ranges::all_of(effects, [](const Step& step) { return step.info->soundInFloat; }))
+        return cubeByFloats(module, effects, size);
     const auto levelOf = [&](int index) { return static_cast<double>(full) * index / (size - 1); };
-    std::vector<int> levels;
+    std::vector<std::uint8_t> levels;
     for (int i = 0; i < size; ++i)
         for (const double level : {std::floor(levelOf(i)), std::ceil(levelOf(i))})
-            if (levels.empty() || levels.back() < level) levels.push_back(static_cast<int>(level));
-    constexpr int width = 4096;
-    const Pixels colours = lattice(levels);
-    const Pixels out = rendered(module, effects, colours, width, 0);
-    for (const std::uint32_t pixel : out)
-        if (pixel >> 24 != full) throw UsageError("the effects make colours transparent, which no LUT can hold");
+            if (levels.empty() || levels.back() < level) levels.push_back(static_cast<std::uint8_t>(level));
+    const Pixels<std::uint8_t> out = rendered(module, effects, lattice(levels, full), latticeWidth, 0);
+    for (const Pixel<std::uint8_t>& pixel : out)
+        if (pixel[3] != full) refuseClear();
 
     // For each index the places of the levels below and above, and how far it is on the way.
     struct Between {
@@ -125,7 +148,7 @@ ColourCube colourCube(const Module& module, const std::vector<Step>& effects, in
     for (int i = 0; i < size; ++i) {
         const double level = levelOf(i);
         const auto place = [&](double whole) {
-            return static_cast<std::size_t>(std::ranges::find(levels, static_cast<int>(whole)) - levels.begin());
+            return static_cast<std::size_t>(std::ranges::find(levels, whole) - levels.begin());
         };
         places.push_back({place(std::floor(level)), place(std::ceil(level)), level - std::floor(level)});
     }
@@ -142,10 +165,9 @@ ColourCube colourCube(const Module& module, const std::vector<Step>& effects, in
                     const auto [red, redShare] = side(r, 1);
                     const auto [green, greenShare] = side(g, 2);
                     const auto [blue, blueShare] = side(b, 4);
-                    const std::uint32_t pixel = out[(blue * count + green) * count + red];
+                    const Pixel<std::uint8_t>& pixel = out[(blue * count + green) * count + red];
                     const double share = redShare * greenShare * blueShare;
-                    for (std::size_t c = 0; c < 3; ++c)
-                        sum[c] += share * static_cast<double>(pixel >> (16 - 8 * c) & 255);
+                    for (std::size_t c = 0; c < 3; ++c) sum[c] += share * pixel[2 - c];
                 }
                 cube.colours.push_back({static_cast<float>(sum[0] / full), static_cast<float>(sum[1] / full),
                                         static_cast<float>(sum[2] / full)});
