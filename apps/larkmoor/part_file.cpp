@@ -76,7 +76,7 @@ PartFile::PartFile(const fs::path& folder, const std::string& name, bool isFolde
         else
             file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (file < 0 && errno == EEXIST) continue;
-        if (file < 0) throw Error(fmt::format("cannot write {}: {}", name, std::strerror(errno)));
+        if (file < 0) throw Error(fmt::format("cannot write {}: {}", (folder / name).string(), std::strerror(errno)));
         // Some file systems know no locks; parts on them are never taken for dead, as nobody gets a lock.
         while (::flock(file, LOCK_EX) != 0 && errno == EINTR) {
         }

@@ -253,6 +253,8 @@ CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const A
     const bool profiled = std::string_view(codec.name) == "prores_ks" || codec.id == AV_CODEC_ID_DNXHD;
     if (options.quality && !profiled && !setQuality(*context, options.quality))
         warn(fmt::format("{} has no quality to set; --quality does nothing", codec.name));
+    if (options.bitRate > 0 && isLossless(codec.id))
+        warn(fmt::format("{} keeps everything, at whatever bit rate; --bitrate does nothing", codec.name));
     const std::string limits = limitsOf(codec.id);
     const auto misfit = [&](const std::string& reason) {
         return Error(fmt::format("cannot encode {}x{} at {} frames a second with {}: {}", exact.width, exact.height,

@@ -44,7 +44,7 @@ constexpr QualityRow rows[] = {
     {"snow", nullptr, 31, 1, 0.1},
     {"jpeg2000", nullptr, 31, 0.5, 0.05},
     {"libopenjpeg", "compression_level", 100, 4, 1},
-    {"libjxl", "distance", 15, 0.4, 0},
+    {"libjxl", "distance", 15, 0.1, 0},
     {"libwebp", "quality", 0, 90, 100},
     {"libwebp_anim", "quality", 0, 90, 100},
     {"cfhd", "quality", 12, 2, 0},
