@@ -1,74 +1,12 @@
-// What is written: one row of a table a run of the command and what FFmpeg finds in the file.
-//
-// The words of the shell lines stand in tests/apps/media/words.sh; "$none" is a chain that changes nothing.
-#include <gtest/gtest.h>
-
-#include "apps/command.h"
+// What is written: range, sound, codecs, alpha, settings, quality.
+#include "apps/material.h"
 
 namespace {
-
-struct Row {
-    const char* name;
-    const char* make; ///< shell lines for what goes in
-    const char* run;  ///< arguments of the command
-    int status;
-    const char* says; ///< a piece of standard error, "" for not a word, nullptr for anything
-    std::vector<const char*> holds;
-};
-
-std::ostream& operator<<(std::ostream& out, const Row& row) {
-    return out << row.name;
-}
-
-/// More words: `full`, a clip of the full range, and `limited`, what a file that cannot tell it should hold; `sounds`,
-/// the codecs of all sound; `gap`, milliseconds from the first sound to the first picture.
-constexpr const char* moreWords =
-    "none='--effect Invert --effect Invert'; "
-    "full() { make in.mp4 -vf scale=out_range=pc,format=yuv420p -color_range pc -c:v libx264 -crf 5; "
-    "ff -i in.mp4 -vf scale=in_range=pc:out_range=tv,format=yuv420p -c:v ffv1 limited.mkv; }; "
-    "hdr() { make in.mp4 -vf format=yuv420p10le -c:v libx265 -x265-params "
-    "'log-level=error:master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,1):"
-    "max-cll=1000,400' -color_primaries bt2020 -color_trc smpte2084 -colorspace bt2020nc; }; "
-    "light() { ffprobe -v error -select_streams v -read_intervals %+#1 -show_frames -show_streams $1 | "
-    "grep -E 'red_x|max_content' | sort -u | tr '\\n' ' '; }; "
-    "sounds() { look a stream=codec_name $1 | grep . | sort -u | tr '\\n' ' '; }; "
-    "first() { look $1 packet=pts_time $2 | tr -d , | grep . | sort -n | head -n 1; }; "
-    "gap() { echo \"$(first v:0 $1) $(first a:0 $1)\" | awk '{ printf \"%.0f\", ($1 - $2) * 1000 }'; }; "
-    "ascends() { echo $* | awk '{ for (i = 2; i <= NF; ++i) if ($i + 0 < $(i - 1) + 0) exit 1; exit !($NF > $1) }' || "
-    "{ echo $*; return 1; }; }; ";
-
-class Writing : public CommandTest, public testing::WithParamInterface<Row> {
-  protected:
-    Outcome words(const std::string& line) const {
-        return shell(". " LARKMOOR_TEST_FOLDER "/apps/media/words.sh; " + (moreWords + line));
-    }
-};
-
-TEST_P(Writing, MakesWhatItShould) {
-    const Row& row = GetParam();
-    const Outcome made = words(std::string("set -e; ") + row.make);
-    ASSERT_EQ(made.status, 0) << made.err;
-    const Outcome run = words(std::string(LARKMOOR_COMMAND_FILE " ") + row.run);
-    ASSERT_EQ(run.status, row.status) << run.err;
-    if (row.says && *row.says) {
-        EXPECT_NE(run.err.find(row.says), std::string::npos) << run.err;
-    } else if (row.says) {
-        EXPECT_EQ(run.err, row.says);
-    }
-    for (const char* line : row.holds) {
-        const Outcome held = words(line);
-        EXPECT_EQ(held.status, 0) << line << "\n" << held.out << held.err;
-    }
-}
-
-std::string nameOf(const testing::TestParamInfo<Row>& info) {
-    return info.param.name;
-}
 
 constexpr const char* shown = "atLeast 31 $(psnr limited.mkv out.*)";
 
 INSTANTIATE_TEST_SUITE_P(
-    Range, Writing,
+    Range, Material,
     testing::Values(
         Row{"Transport", "full", "render in.mp4 -o out.ts $none", 0, "", {shown, "same $(tag color_range out.ts) tv"}},
         Row{"Program", "full", "render in.mp4 -o out.mpg $none", 0, "", {shown}},
@@ -80,6 +18,12 @@ INSTANTIATE_TEST_SUITE_P(
             "",
             {"same $(tag color_range out.mov) tv",
              "ff -i out.mov -pix_fmt yuv420p -c:v ffv1 flat.mkv; atLeast 31 $(psnr limited.mkv flat.mkv)"}},
+        Row{"NotByWayOfColours",
+            "full",
+            "render in.mp4 -o out.nut --codec ffv1 $none",
+            0,
+            "",
+            {"atLeast 50 $(psnr limited.mkv out.nut)"}},
         Row{"KeptWhereItCanBe",
             "full",
             "render in.mp4 -o out.mkv --codec ffv1 $none",
@@ -94,14 +38,14 @@ constexpr const char* three =
     "-map 3 -pix_fmt yuv420p -c:v libx264 -c:a:0 pcm_s16le -c:a:1 aac -c:a:2 flac -metadata:s:a:1 language=fin";
 
 INSTANTIATE_TEST_SUITE_P(
-    Sound, Writing,
+    Sound, Material,
     testing::Values(
         Row{"FlacToMp4",
             flac,
             "render in.mkv -o out.mp4 $none",
             0,
             "(flac); it is encoded anew as",
-            {"same $(sounds out.mp4) aac"}},
+            {"same $(soundCodecs out.mp4) aac"}},
         Row{"FlacToMovWithoutLoss",
             flac,
             "render in.mkv -o out.mov $none",
@@ -113,26 +57,32 @@ INSTANTIATE_TEST_SUITE_P(
             "render in.mkv -o out.ts $none",
             0,
             "encoded anew as mp2",
-            {"same $(sounds out.ts) mp2"}},
+            {"same $(soundCodecs out.ts) mp2"}},
+        Row{"AlacToMp4",
+            "make in.mkv -f lavfi -i sine=440:d=2 -pix_fmt yuv420p -c:v libx264 -c:a alac",
+            "render in.mkv -o out.mp4 $none",
+            0,
+            "",
+            {"same \"$(sound out.mp4)\" \"$(sound in.mkv)\""}},
         Row{"OpusToMov",
             "make in.mkv -f lavfi -i sine=440:d=2 -pix_fmt yuv420p -c:v libx264 -c:a libopus",
             "render in.mkv -o out.mov $none",
             0,
             "encoded anew as aac",
-            {"same $(sounds out.mov) aac"}},
-        Row{"None", three, "render in.mkv -o out.mkv --no-sound $none", 0, "", {"[ -z \"$(sounds out.mkv)\" ]"}},
+            {"same $(soundCodecs out.mov) aac"}},
+        Row{"None", three, "render in.mkv -o out.mkv --no-sound $none", 0, "", {"[ -z \"$(soundCodecs out.mkv)\" ]"}},
         Row{"OneOfThree",
             three,
             "render in.mkv -o out.mkv --audio-stream 2 $none",
             0,
             "",
-            {"same $(sounds out.mkv) aac", "same \"$(sound out.mkv)\" \"$(sound in.mkv 1)\""}},
+            {"same $(soundCodecs out.mkv) aac", "same \"$(sound out.mkv)\" \"$(sound in.mkv 1)\""}},
         Row{"AsWanted",
             three,
             "render in.mkv -o out.mkv --audio-codec flac $none",
             0,
             "",
-            {"same $(sounds out.mkv) flac", "same \"$(sound out.mkv)\" \"$(sound in.mkv)\""}},
+            {"same $(soundCodecs out.mkv) flac", "same \"$(sound out.mkv)\" \"$(sound in.mkv)\""}},
         Row{"OneTooMany",
             three,
             "render in.mkv -o out.mkv --audio-stream 4 $none",
@@ -156,13 +106,14 @@ INSTANTIATE_TEST_SUITE_P(
             "join in.mkv in.mkv -o out.mkv --transition Dissolve --duration 0.4",
             0,
             "",
-            {"same \"$(sounds out.mkv)\" 'aac flac pcm_s16le '", "same $(look a:1 stream_tags=language out.mkv) fin"}},
+            {"same \"$(soundCodecs out.mkv)\" 'aac flac pcm_s16le '",
+             "same $(look a:1 stream_tags=language out.mkv) fin"}},
         Row{"JoinedOne",
             three,
             "join in.mkv in.mkv -o out.mkv --transition Dissolve --duration 0.4 --audio-stream 1",
             0,
             "",
-            {"same $(sounds out.mkv) pcm_s16le"}},
+            {"same $(soundCodecs out.mkv) pcm_s16le"}},
         Row{"JoinedSubtitles",
             "printf '1\\n00:00:00,200 --> 00:00:00,900\\nhello\\n' >s.srt; make in.mkv -i s.srt -pix_fmt yuv420p -c:v "
             "libx264 -c:s srt",
@@ -188,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
-    Codecs, Writing,
+    Codecs, Material,
     testing::Values(Row{"ProResKeepsItsProfile",
                         "make in.mov -c:v prores_ks -profile:v lt -pix_fmt yuv422p10le",
                         "render in.mov -o out.mov $none",
@@ -276,6 +227,12 @@ INSTANTIATE_TEST_SUITE_P(
                         1,
                         "in.mp4 is HDR (PQ) and b.mp4 is SDR",
                         {}},
+                    Row{"StillOverHdr",
+                        "hdr; make b.png -frames:v 1",
+                        "render b.png --over in.mp4 -o out.mp4",
+                        1,
+                        "b.png is SDR and in.mp4 is HDR (PQ)",
+                        {}},
                     Row{"SdrOverHdr",
                         "hdr; make b.mp4 -pix_fmt yuv420p",
                         "render b.mp4 --over in.mp4 -o out.mp4",
@@ -301,7 +258,7 @@ INSTANTIATE_TEST_SUITE_P(
 constexpr const char* clear = "make in.png -vf format=rgba,geq=r=X:g=Y:b=0:a=X -frames:v 1";
 
 INSTANTIATE_TEST_SUITE_P(
-    Alpha, Writing,
+    Alpha, Material,
     testing::Values(
         Row{"PictureToMov",
             clear,
@@ -345,7 +302,7 @@ INSTANTIATE_TEST_SUITE_P(
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
-    Settings, Writing,
+    Settings, Material,
     testing::Values(
         Row{"EncodersOwn",
             "make in.mkv -pix_fmt yuv420p -c:v ffv1",
@@ -359,6 +316,27 @@ INSTANTIATE_TEST_SUITE_P(
             2,
             "ffv1 has no option called crop",
             {}},
+        Row{"NoBitRateToSet",
+            "make in.mkv -pix_fmt yuv420p -c:v ffv1",
+            "render in.mkv -o out.mkv --bitrate 2M $none",
+            0,
+            "--bitrate does nothing",
+            {}},
+        Row{"NoSoundInPictures",
+            "make in.png -frames:v 1",
+            "render in.png -o out.png --audio-codec aac $none",
+            0,
+            "out.png gets no sound; --audio-codec does nothing",
+            {}},
+        Row{"BareFramesAreNotEncoded",
+            "make in.mkv -pix_fmt yuv420p -c:v ffv1",
+            "render in.mkv -o out.raw --quality 50 $none",
+            2,
+            "--quality is for files that are encoded, and out.raw takes bare frames",
+            {"larkmoor render in.mkv -o - --raw bgra --audio-codec aac $none 2>said; [ $? = 2 ] && grep audio-codec "
+             "said",
+             "larkmoor render in.mkv -o out.raw --raw bgra --pixel-format rgb24 $none; [ $? = 2 ]",
+             "! [ -e out.raw ] && larkmoor render in.mkv -o out.raw --raw bgra --pixel-format bgra --no-sound $none"}},
         Row{"NoQualityToSet",
             "make in.mkv -pix_fmt yuv420p -c:v ffv1",
             "render in.mkv -o out.mkv --quality 50 $none",
@@ -366,15 +344,15 @@ INSTANTIATE_TEST_SUITE_P(
             "ffv1 has no quality to set",
             {}},
         Row{"BitRate",
-            "size=352x288 make in.mkv -pix_fmt yuv420p -c:v ffv1; larkmoor() { " LARKMOOR_COMMAND_FILE
-            " render in.mkv --codec mpeg4 $none \"$@\"; }; larkmoor -o a.mkv --bitrate 300k",
+            "size=352x288 make in.mkv -pix_fmt yuv420p -c:v ffv1; larkmoor render in.mkv --codec mpeg4 $none -o a.mkv "
+            "--bitrate 300k",
             "render in.mkv -o out.mkv --codec mpeg4 --bitrate 2M $none",
             0,
             "",
             {"ascends $(stat -c %s a.mkv) $(stat -c %s out.mkv)"}}),
     nameOf);
 
-class Quality : public CommandTest, public testing::WithParamInterface<const char*> {};
+class Quality : public Words, public testing::WithParamInterface<const char*> {};
 
 /// What the encoder ENCODER.ENDING makes of a moving picture is better with each step up.
 TEST_P(Quality, MoreIsBetter) {
@@ -383,11 +361,10 @@ TEST_P(Quality, MoreIsBetter) {
         ending.size() > 1 && (ending == ".jpg" || ending == ".jxl" || ending == ".webp" || ending == ".jp2");
     const std::string in = picture ? "in.png" : "in.mkv", out = "out" + ending;
     const Outcome outcome =
-        shell(". " LARKMOOR_TEST_FOLDER "/apps/media/words.sh; " +
-              (moreWords + std::string("set -e; size=256x144 make ")) + in + " -vf noise=alls=6:all_seed=1 " +
+        words("set -e; size=256x144 make " + in + " -vf noise=alls=6:all_seed=1 " +
               (picture ? "-pix_fmt rgb24 -frames:v 1" : "-pix_fmt yuv420p -c:v ffv1 -frames:v 4") +
-              "; seen=; for q in 0 40 75 100; do " LARKMOOR_COMMAND_FILE " render " + in + " -y -o " + out +
-              " --codec " + encoder + " --quality $q $none; ff -i " + out +
+              "; seen=; for q in 0 40 75 100; do larkmoor render " + in + " -y -o " + out + " --codec " + encoder +
+              " --quality $q $none; ff -i " + out +
               " -vf scale=in_range=auto:out_range=tv,format=yuv420p -c:v ffv1 a.mkv; "
               "ff -i " +
               in +

@@ -1,4 +1,4 @@
-# Words for looking into media files, for the table in tests/apps/material_test.cpp and for scripts/media.sh. Plain sh,
+# Words for looking into media files, for the tables of tests/apps and for scripts/media.sh. Plain sh,
 # sourced. FFmpeg's own reading is the measure.
 
 ff() { ffmpeg -nostdin -v error -y "$@"; }
@@ -67,3 +67,31 @@ poke() {
 
 # cutTo FILE PER_MILLE: leaves that much of it.
 cutTo() { truncate -s "$(($(wc -c <"$1") * $2 / 1000))" "$1"; }
+
+# full: a clip of the full range, and `limited`, what a file that cannot tell it should hold.
+full() {
+    make in.mp4 -vf scale=out_range=pc,format=yuv420p -color_range pc -c:v libx264 -crf 5
+    ff -i in.mp4 -vf scale=in_range=pc:out_range=tv,format=yuv420p -c:v ffv1 limited.mkv
+}
+
+# hdr: a clip of HDR; light FILE: what it tells of its display and its light.
+hdr() {
+    make in.mp4 -vf format=yuv420p10le -c:v libx265 -color_primaries bt2020 -color_trc smpte2084 -colorspace bt2020nc \
+        -x265-params "log-level=error:max-cll=1000,400:master-display=G(13250,34500)B(7500,3000)R(34000,16000)\
+WP(15635,16450)L(10000000,1)"
+}
+light() {
+    ffprobe -v error -select_streams v -read_intervals %+#1 -show_frames -show_streams "$1" |
+        grep -E 'red_x|max_content' | sort -u | tr '\n' ' '
+}
+
+# soundCodecs FILE: of all its sound; gap FILE: milliseconds from the first sound to the first picture.
+soundCodecs() { look a stream=codec_name "$1" | grep . | sort -u | tr '\n' ' '; }
+first() { look "$1" packet=pts_time "$2" | tr -d , | grep . | sort -n | head -n 1; }
+gap() { echo "$(first v:0 "$1") $(first a:0 "$1")" | awk '{ printf "%.0f", ($1 - $2) * 1000 }'; }
+
+# ascends NUMBERS...: none is less than the one before, and the last is more than the first.
+ascends() {
+    echo "$*" | awk '{ for (i = 2; i <= NF; ++i) if ($i + 0 < $(i - 1) + 0) exit 1; exit !($NF > $1) }' ||
+        { echo "$*"; return 1; }
+}
