@@ -88,10 +88,10 @@ decibel() {
     if [[ -n $2 ]] && atLeast "$1" "$2" >/dev/null; then echo "${short%.}"; else echo "**${short:-none}**"; fi
 }
 
-# likeness IN OUT FILTERS: of what an effect that changes nothing gives, in the output's own format; over black where
+# likeness IN OUT FILTERS TURN: of what an effect that changes nothing gives, in the output's own format; over black where
 # there is alpha.
 likeness() {
-    local format from to=null seen
+    local format from to=null seen filters=$3 stored=()
     format=$(format_of "$2")
     from=$(format_of "$1")
     if has_alpha "$from" && has_alpha "$format"; then
@@ -108,7 +108,12 @@ likeness() {
         [[ $(tag color_range "$2") != tv ]] || to+=:out_range=tv
         to+=,format=$format
     fi
-    ff -i "$1" -map 0:v:0 -vf "$3,$to" -fps_mode passthrough -c:v ffv1 a.mkv 2>/dev/null || true
+    # FFmpeg mirrors chroma with the picture, and then takes it for that of the other column.
+    if [[ $4 == *hflip* ]]; then
+        stored=(-noautorotate)
+        filters="scale=$exact:in_h_chr_pos=0,format=yuv444p,$4,scale=$exact:out_h_chr_pos=0,format=$from"
+    fi
+    ff "${stored[@]}" -i "$1" -map 0:v:0 -vf "$filters,$to" -fps_mode passthrough -c:v ffv1 a.mkv 2>/dev/null || true
     psnr a.mkv "$2"
 }
 
@@ -150,7 +155,7 @@ render_row() {
         "$(if [[ $(stamps "$out") == "$(stamps ref.mkv)" ]]; then echo same; else echo "**differ**"; fi)" \
         "$(tag_verdict "$(tags "$out")" "$(tags "$in")")" \
         "$(sounds "$in" "$out")" \
-        "$(decibel 40 "$(likeness "$in" "$out" "$filters")")" \
+        "$(decibel 40 "$(likeness "$in" "$out" "$filters" "${6:-null}")")" \
         "$(decibel 50 "$(toned "$in" "$filters" "${6:-null}" "${options[@]}")")" \
         "$note$([[ $status == 0 ]] || echo " (exit code $status)")" >>rows
 }
@@ -267,12 +272,4 @@ they differ by rounding. Alpha is compared over black. Bold is not as it should 
 | --- | --- | --- | --- | --- | --- | --- | --- | --- | --- |
 END
     cat rows
-    # A line for each fault that is known, to go with it.
-    cat <<'END'
-
-- Full range made limited goes by way of 8-bit RGB, where pure colours are clipped at hard edges.
-- Where chroma has fewer samples than luma, its place does not turn with a turned picture.
-- Chroma of interlaced 4:2:0 is placed within a field as within a whole picture, a quarter of a line off.
-- ALAC from MKV loses its last packet in MP4, 50 ms, as in a copy by FFmpeg: MKV does not tell how long that lasts.
-END
 } >"$root/docs/media.md"
