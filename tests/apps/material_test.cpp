@@ -16,24 +16,6 @@ TEST_P(Material, IsReadAndWritten) {
     for (const char* line : row.holds) holds(line);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Plain, Material,
-    testing::Values(Row{"RgbInMatroska",
-                        "make in.mkv -pix_fmt bgr0 -c:v ffv1",
-                        "render in.mkv -o out.mkv $none",
-                        0,
-                        "",
-                        {"same \"$(pictures out.mkv)\" \"$(pictures in.mkv)\"",
-                         "same \"$(stamps out.mkv)\" \"$(stamps in.mkv)\""}},
-                    Row{"FilmWithSound",
-                        "make in.mp4 -f lavfi -i sine=440:duration=2 -pix_fmt yuv420p -c:v libx264 -bf 2 -c:a aac",
-                        "render in.mp4 -o out.mp4 $none",
-                        0,
-                        "",
-                        {"atLeast 32 $(psnr in.mp4 out.mp4)", "same \"$(stamps out.mp4)\" \"$(stamps in.mp4)\"",
-                         "same \"$(sound out.mp4)\" \"$(sound in.mp4)\""}}),
-    nameOf);
-
 constexpr const char* deepClip = "make in.mkv -vf format=yuv420p16,noise=alls=4:allf=t,format=yuv420p10 -c:v ffv1";
 constexpr const char* floatPicture =
     "ff -f lavfi -i testsrc2=size=96x64 -frames:v 1 in.png; ff -i in.png -pix_fmt gbrpf32le in.exr";
