@@ -310,7 +310,7 @@ TEST_F(OpenFx, PicturesEqualTheCommand) {
     constexpr Area frame{-3, 5, 147, 85}; // three bands
     for (std::size_t nth = 0; nth < plugins().size(); ++nth)
         for (unsigned way = 0; way < 8; ++way) {
-            const bool general = way & 1, floats = way & 2, changed = way & 4, turned = (nth + way / 2) % 2;
+            const bool general = way & 1, floats = way & 2, changed = way & 4, turned = (nth + way + way / 4) % 2;
             const EffectInfo& info = infoOf(nth);
             Bench bench(nth, general ? kGeneral : contextOf(info), frame, floats,
                         !turned                                         ? Alpha::Opaque
