@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ struct larkmoor_module {
 };
 
 struct larkmoor_effect {
+    explicit larkmoor_effect(larkmoor::Effect made) : effect(std::move(made)) {}
     struct Animation {
         std::string field, from, to;
     };
@@ -156,7 +158,9 @@ const char* larkmoor_preset_name(const larkmoor_module* module, std::size_t effe
 larkmoor_effect* larkmoor_create(const larkmoor_module* module, const char* name) {
     return guarded<larkmoor_effect*>(nullptr, [&] {
         const Module& from = need(module, "the module").module;
-        return new larkmoor_effect{from.create(from.find(&need(name, "the name"))), {}};
+        auto made = std::make_unique<larkmoor_effect>(from.create(from.find(&need(name, "the name"))));
+        made->effect.setBlending(false);
+        return made.release();
     });
 }
 
@@ -235,17 +239,23 @@ int larkmoor_render(larkmoor_effect* effect, const larkmoor_image* inputs, std::
                                                                            i * inputs->size)));
         if (first_row < 0 || row_count < 0 || row_count > output->height || first_row > output->height - row_count)
             throw Error("the rows lie outside the picture; it has " + std::to_string(output->height));
-        const RECT rows{0, first_row, output->width, first_row + row_count};
-        const POINT at{0, first_row};
+        const bool all = row_count == 0;
+        const RECT rows{0, all ? 0 : first_row, output->width, all ? output->height : first_row + row_count};
+        const POINT at{0, rows.top};
+        // Some effects leave alone what they do not draw.
+        ImageView part = out.view();
+        part.data += rows.top * part.stride;
+        part.height = static_cast<int>(rows.bottom - rows.top);
+        Surface::wrap(part).clear();
         // The memory is the caller's again afterwards.
         struct LetGo {
             Effect& effect;
             ~LetGo() { effect.unbind(); }
         } letGo{drawn};
-        if (row_count > 0)
-            drawn.render(in, out, &rows, &at);
-        else
+        if (all)
             drawn.render(in, out);
+        else
+            drawn.render(in, out, &rows, &at);
         return 0;
     });
 }

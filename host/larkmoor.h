@@ -101,6 +101,7 @@ int larkmoor_animate(larkmoor_effect* effect, const char* field, const char* fro
 int larkmoor_seek(larkmoor_effect* effect, double position);
 
 /* Renders rows of one picture: `row_count` from `first_row` on, or all with a count of 0; a generator always draws all.
+ * Those rows of the output are replaced; what they held before does not matter.
  * `inputs` are as many pictures as the effect takes, none of them the output. Returns 0, or -1. */
 int larkmoor_render(larkmoor_effect* effect, const larkmoor_image* inputs, size_t input_count,
                     const larkmoor_image* output, int first_row, int row_count);

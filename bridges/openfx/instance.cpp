@@ -55,6 +55,7 @@ Area pixelsOf(const RectD& region, double scaleX, double scaleY) {
 Instance::Instance(const Suites& suites, const Catalog& catalog, const Plugin& plugin, EffectHandle handle)
     : m_suites(suites), m_plugin(plugin), m_handle(handle), m_effect(catalog.module().create(*plugin.info)),
       m_tasks(makeObject<BandTasks>(suites, handle)), m_record(plugin.info->defaults) {
+    m_effect.setBlending(false); // outputs are cleared first
     const auto site = createTransformFactory(1);
     const auto sited = KwQuery<IObjectWithSite>(m_effect.object());
     if (sited && SUCCEEDED(site->SetService(&SID_SDXTaskManager, m_tasks.Get(), FALSE))) sited->SetSite(site.Get());

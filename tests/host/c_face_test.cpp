@@ -129,6 +129,25 @@ TEST_F(CFace, RendersRowsAndMoves) {
     EXPECT_EQ(larkmoor_preset(effect, "0"), 0) << larkmoor_error();
 }
 
+TEST_F(CFace, ReplacesWhatTheRowsHeld) {
+    for (auto& row : pixels[0])
+        for (auto& pixel : row) pixel &= 0x40FFFFFF;
+    for (const int format : {LARKMOOR_BGRA, LARKMOOR_BGRA_PREMULTIPLIED}) {
+        for (auto& image : images) image.format = format;
+        for (const char* const name : {"Linear Wipe", "Push", "Dissolve", "Additive Dissolve", "Cookie Cutter"}) {
+            make(name);
+            larkmoor_seek(effect, 0.3);
+            std::uint32_t got[2][8][4];
+            for (const int turn : {0, 1}) {
+                std::memset(pixels[2], turn * 0x5A, sizeof pixels[2]);
+                ASSERT_EQ(render(std::strstr(name, "Cutter") ? 1 : 2, 2, 6), 0) << larkmoor_error();
+                std::memcpy(got[turn], pixels[2], sizeof pixels[2]);
+            }
+            EXPECT_EQ(std::memcmp(got[0] + 2, got[1] + 2, sizeof got[0] - 2 * sizeof got[0][0]), 0) << name;
+        }
+    }
+}
+
 TEST_F(CFace, AnswersFaultsWithSentences) {
     make("Invert");
     larkmoor_image none{}, other = images[2], empty = images[2];
