@@ -9,6 +9,7 @@
 #include "host/alpha.h"
 #include "host/depth.h"
 #include "json_node.h"
+#include "levels.h"
 #include "output_file.h"
 #include "preset_store.h"
 
@@ -87,6 +88,7 @@ Step planStep(const Module& module, const EffectRequest& request) {
                 const auto [field, value] = splitField("--set", text);
                 effect.set(field, value);
                 if (request.values == Values::Checked) checkField(step.info->field(field), effect.record());
+                step.ownLevels = step.ownLevels || &step.info->field(field) == levelsField(*step.info);
             });
             break;
         case Kind::LoadState:
@@ -95,6 +97,7 @@ Step planStep(const Module& module, const EffectRequest& request) {
                 std::vector<std::byte> record = recordOfState(module, *step.info, std::as_bytes(std::span(state)));
                 if (request.values == Values::Checked) checkRecord(*step.info, record);
                 effect.setRecord(record);
+                step.ownLevels = true;
             });
             break;
         case Kind::SaveState:
@@ -159,7 +162,11 @@ std::vector<std::string> effectsInBytes(const Recipe& recipe) {
 }
 
 bool limitsLevels(const Step& step) {
-    return isLegalizer(*step.info) && (step.ramp || !isNone(*step.info, step.record));
+    if (!isLegalizer(*step.info) || step.ramp) return isLegalizer(*step.info);
+    std::vector<std::byte> record = step.record; // of which what it takes for white limits nothing
+    if (const tFieldInfo* const levels = levelsField(*step.info))
+        setFieldText(*levels, record, fieldText(*levels, step.info->defaults));
+    return !isNone(*step.info, record);
 }
 
 Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors) : m_processors(processors) {

@@ -40,6 +40,7 @@ struct Step {
     std::vector<std::string> saveTo;  ///< files for the persisted form
     std::vector<std::string> presets; ///< names to save it under
     bool over = false;                ///< as in the request
+    bool ownLevels = false;           ///< the user has told the effect what the levels are
 };
 
 /// What makes pictures: perhaps a generator or a transition, then filters and generators to be laid over.

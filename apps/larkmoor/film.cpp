@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "levels.h"
 #include "output.h"
 #include "worker.h"
 
@@ -36,6 +37,7 @@ bool makesClear(const Module& module, const Film& film, const Recipe& recipe) {
 Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
     const std::optional<std::int64_t> total = film.total();
     settleRamps(recipe, total, film.name());
+    settleLevels(recipe);
     refuseInputs(request.path, film.files());
     const auto check = [&](const Step& step) {
         checkSaves(step, request.overwrite);
@@ -56,6 +58,7 @@ Ended render(const Module& module, Film& film, Recipe recipe, const OutputReques
         warn(narrow.size() == 1 ? fmt::format("{} works at 8 bits; what it leaves as it is keeps its depth", narrow[0])
                                 : fmt::format("{} work at 8 bits; what they leave as it is keeps its depth",
                                               fmt::join(narrow, " and ")));
+    for (const std::string& note : levelNotes(recipe)) warn(note);
     Pool<Worker> workers([&] { return std::make_unique<Worker>(plan); });
     std::atomic<bool> cancelled = false;
     const auto isCancelled = [&] {

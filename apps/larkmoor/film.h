@@ -84,6 +84,8 @@ void refuseMixedDynamics(const std::string& first, const VideoFacts& is, const s
                          const VideoFacts& other);
 /// Frames of an overlap in seconds. Throws UsageError for none or too many.
 std::int64_t overlapFrames(double seconds, AVRational rate);
+/// The nearest to `seconds` that makes a transition.
+double fittingOverlap(double seconds, AVRational rate);
 /// Progress of a transition at a frame of its overlap.
 double joinProgress(std::int64_t step, std::int64_t overlap);
 

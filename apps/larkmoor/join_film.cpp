@@ -373,6 +373,12 @@ std::int64_t overlapFrames(double seconds, AVRational rate) {
     return frames;
 }
 
+double fittingOverlap(double seconds, AVRational rate) {
+    const double frames = std::round(seconds * av_q2d(rate));
+    if (frames >= 1 && frames <= static_cast<double>(mostFrames)) return seconds;
+    return std::clamp(frames, 1.0, static_cast<double>(mostFrames)) / av_q2d(rate);
+}
+
 double joinProgress(std::int64_t step, std::int64_t overlap) {
     return overlap > 1 ? static_cast<double>(step) / static_cast<double>(overlap - 1) : 0.5;
 }

@@ -11,6 +11,7 @@
 
 #include "host/alpha.h"
 #include "host/depth.h"
+#include "levels.h"
 #include "media/conform.h"
 #include "media/convert.h"
 #include "platform/font.h"
@@ -127,8 +128,13 @@ class PreviewFilm {
     bool joins() const { return static_cast<bool>(m_b); }
 
     PictureFacts facts() {
-        PictureFacts facts{
-            .width = m_video.width, .height = m_video.height, .aspect = m_video.aspect, .rate = m_video.rate};
+        PictureFacts facts{.width = m_video.width,
+                           .height = m_video.height,
+                           .aspect = m_video.aspect,
+                           .rate = m_video.rate,
+                           .format = m_video.format,
+                           .colour = m_video.colour,
+                           .alpha = m_video.alpha};
         if (m_made) {
             facts.frames = framesIn(m_made->duration, m_made->rate);
         } else if (m_b) {
@@ -136,6 +142,8 @@ class PreviewFilm {
             facts.frames = plan.total();
             facts.overlapStart = plan.lengthA - plan.overlap;
             facts.overlapFrames = plan.overlap;
+            facts.duration = fittingOverlap(m_duration, m_video.rate);
+            facts.wantedOverlap = m_overlap;
         } else {
             facts.frames = m_a->count();
         }
@@ -208,7 +216,7 @@ class PreviewFilm {
         m_duration = second.duration;
         if (!m_b) m_b = std::make_shared<PreviewSource>(second.path, std::nullopt, cacheBytes / 2);
         m_video = joinFacts(m_a->video(), m_a->isPicture(), m_b->video(), m_b->isPicture());
-        m_overlap = overlapFrames(m_duration, m_video.rate);
+        m_overlap = overlapFrames(fittingOverlap(m_duration, m_video.rate), m_video.rate);
         std::string ignored;
         const std::string filters = fittingFilters(m_b->video(), m_video, ignored);
         if (!filters.empty()) m_fitting.emplace(m_b->video(), filters, "resample " + second.path);
@@ -279,6 +287,7 @@ class PreviewRenderer::Kitchen {
         const Project& project = *wish.project;
         Recipe recipe = recipeOf(project);
         settleRamps(recipe, needsTotal(recipe) ? film->total(project.in, project.out) : std::nullopt, "the project");
+        settleLevels(recipe);
         if (wish.options.half) {
             if (recipe.head) scaleStep(*recipe.head, 0.5);
             for (Step& step : recipe.effects) scaleStep(step, 0.5);

@@ -23,6 +23,11 @@ struct PictureFacts {
     AVRational rate{25, 1};
     std::int64_t frames = 0;
     std::int64_t overlapStart = 0, overlapFrames = 0; ///< of a transition
+    double duration = 0;            ///< of a transition in seconds: the nearest to the project's that can be made
+    std::int64_t wantedOverlap = 0; ///< frames of that; fewer are used where a clip is shorter
+    AVPixelFormat format = AV_PIX_FMT_NONE;
+    Colour colour;
+    bool alpha = false;
 };
 
 /// The pictures of a project's source, any of them, without its effects. Safe to share between threads.

@@ -7,6 +7,7 @@
 
 #include "host/names.h"
 #include "json_node.h"
+#include "levels.h"
 #include "output_file.h"
 #include "requests.h"
 
@@ -24,6 +25,9 @@ constexpr std::int64_t lastFrame = std::int64_t{1} << 40;
 Json effectJson(const ProjectEffect& effect) {
     Json out{{"effect", effect.info->className}, {"on", effect.on}, {"over", effect.over}};
     putRecord(out, *effect.info, effect.info->defaults, effect.record, true);
+    if (const tFieldInfo* const levels = levelsField(*effect.info);
+        levels && !effect.ownLevels && out.contains("fields"))
+        out["fields"].erase(levels->name); // the pictures say it
     if (effect.ramp) {
         Json ramp = Json::object();
         if (effect.ramp->frames) {
@@ -58,6 +62,10 @@ ProjectEffect takeEffect(const Module& module, const Node& node, EffectKind kind
         name.fail(fmt::format("{} cannot be switched off or laid over here", info.name));
     }
     effect.record = takeRecord(node, info, info.defaults, values);
+    if (const tFieldInfo* const levels = levelsField(info)) {
+        const auto fields = node.find("fields");
+        effect.ownLevels = node.find("record") || (fields && fields->find(levels->name));
+    }
     if (const auto ramp = node.find("ramp")) {
         ramp->object({"from", "to", "fields", "record"});
         effect.ramp.emplace();
@@ -97,7 +105,7 @@ std::string rateText(AVRational rate) {
 } // namespace
 
 ProjectEffect projectEffect(const EffectInfo& info) {
-    return {.info = &info, .over = false, .record = info.defaults, .ramp = {}};
+    return {.info = &info, .record = info.defaults, .ramp = {}};
 }
 
 bool isProject(const std::string& path) {

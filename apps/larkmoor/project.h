@@ -26,7 +26,8 @@ struct ProjectRamp {
 struct ProjectEffect {
     const EffectInfo* info = nullptr;
     bool on = true;
-    bool over = false; ///< a generator whose picture is laid over what came before it
+    bool over = false;      ///< a generator whose picture is laid over what came before it
+    bool ownLevels = false; ///< the record says what the pictures' levels are; else the pictures do
     std::vector<std::byte> record;
     std::optional<ProjectRamp> ramp;
 };

@@ -5,7 +5,7 @@ namespace larkmoor {
 namespace {
 
 Step stepOf(const ProjectEffect& effect) {
-    Step step{.info = effect.info, .record = effect.record, .over = effect.over};
+    Step step{.info = effect.info, .record = effect.record, .over = effect.over, .ownLevels = effect.ownLevels};
     if (effect.ramp) step.ramp = Ramp{effect.record, effect.ramp->record, effect.ramp->frames};
     return step;
 }

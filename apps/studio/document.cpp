@@ -31,7 +31,7 @@ bool same(const AVRational& a, const AVRational& b) {
 }
 
 bool same(const ProjectEffect& a, const ProjectEffect& b) {
-    return a.info == b.info && a.on == b.on && a.over == b.over && a.record == b.record &&
+    return a.info == b.info && a.on == b.on && a.over == b.over && a.ownLevels == b.ownLevels && a.record == b.record &&
            a.ramp.has_value() == b.ramp.has_value() &&
            (!a.ramp || (a.ramp->record == b.ramp->record && a.ramp->frames == b.ramp->frames));
 }
@@ -182,13 +182,13 @@ void Document::show(Snapshot project, Slot selected) {
 
 Slot Document::nearest(Slot slot) const {
     if (!m_project) return {};
+    if (slot.kind == Slot::Kind::Source) return {Slot::Kind::Source, 0};
     if (effectIn(*m_project, slot)) return slot;
     const int count = static_cast<int>(m_project->effects.size());
     if (slot.kind == Slot::Kind::Effect && count > 0) return {Slot::Kind::Effect, std::clamp(slot.index, 0, count - 1)};
     if (count > 0) return {Slot::Kind::Effect, count - 1};
     if (m_project->second) return {Slot::Kind::Transition, 0};
-    if (std::holds_alternative<ProjectGenerator>(m_project->source)) return {Slot::Kind::Source, 0};
-    return {};
+    return {Slot::Kind::Source, 0};
 }
 
 } // namespace larkmoor

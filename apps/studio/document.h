@@ -11,7 +11,7 @@
 
 namespace larkmoor {
 
-/// A place in a project that holds an effect.
+/// A place in a project: what it is made of, or an effect.
 struct Slot {
     enum class Kind { None, Source, Transition, Effect };
     Kind kind = Kind::None;

@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "media/av.h"
+#include "save_path.h"
 
 namespace larkmoor {
 
@@ -17,17 +18,6 @@ QString timeLeft(qint64 milliseconds, qint64 done, qint64 total) {
     const qint64 seconds = (milliseconds * (total - done) / done + 999) / 1000;
     return ExportDialog::tr("%1:%2 left").arg(seconds / 60).arg(seconds % 60, 2, 10, QChar('0'));
 }
-
-namespace {
-
-bool isSource(const Project& project, const QString& path) {
-    const QFileInfo file(path);
-    const auto* const clip = std::get_if<ProjectClip>(&project.source);
-    return (clip && QFileInfo(QString::fromStdString(clip->path)) == file) ||
-           (project.second && QFileInfo(QString::fromStdString(project.second->path)) == file);
-}
-
-} // namespace
 
 ExportDialog::ExportDialog(const Document& document, const QString& path, QWidget* parent)
     : QDialog(parent), m_document(document), m_exporter(document.module()), m_path(new QLineEdit(path)),

@@ -9,7 +9,10 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
+#include "levels.h"
 #include "platform/exports.h"
+#include "project_fit.h"
+#include "source_facts.h"
 #include "text.h"
 #include "theme.h"
 
@@ -63,7 +66,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     connect(&m_document, &Document::titleChanged, this, &MainWindow::showTitle);
     connect(&m_feed, &PreviewFeed::rendered, this, &MainWindow::take);
     connect(&m_feed, &PreviewFeed::failed, this, [this](const QString& sentence) { m_status->setText(sentence); });
-    m_document.setFitter([this](Project& project) { fitCut(project); });
+    m_document.setFitter([this](Project& project) { fit(project); });
     // Notes about clips come from the threads that read and write them.
     takeWarnings([this](std::string_view sentence) {
         QMetaObject::invokeMethod(
@@ -279,6 +282,10 @@ void MainWindow::showDocument() {
         m_transport->setFrame(m_frame);
         m_timeline->setFrame(static_cast<int>(m_frame));
         m_picture->setFullSize({facts.width, facts.height});
+        if (const auto* const clip = std::get_if<ProjectClip>(&project->source))
+            m_page->setSourceFacts(sourceFacts(clip->path, facts));
+        if (facts.overlapFrames < facts.wantedOverlap)
+            tell(tr("A clip is shorter than the transition, which is cut to %1 frames.").arg(facts.overlapFrames));
         showRamp();
         showLimits();
         refresh();
@@ -297,13 +304,10 @@ void MainWindow::showRamp() {
     m_timeline->setRamp(FrameRange{static_cast<int>(from + project->in), static_cast<int>(to + project->in)});
 }
 
-/// Another source may have fewer pictures than were cut.
-void MainWindow::fitCut(Project& project) {
-    if ((project.in == 0 && !project.out) || sourceKey(project) == m_source) return;
+void MainWindow::fit(Project& project) {
+    settleLevels(project);
     try {
-        const std::int64_t frames = m_feed.facts(project).frames;
-        if (project.out && *project.out >= frames) project.out.reset();
-        if (project.in >= frames) project.in = 0;
+        fitToPictures(project, sourceKey(project) == m_source ? m_facts : m_feed.facts(project));
     } catch (const Error&) {
         // What is wrong with the source is told when it is shown.
     }
@@ -314,14 +318,16 @@ void MainWindow::showLimits() {
     const ProjectEffect* const effect = m_document.selectedEffect();
     if (!effect || effect->info->className != "DXTBroadcastColors") {
         m_scope->clearLimits();
-        m_scope->setLevels({});
+        const Document::Snapshot project = m_document.project();
+        const auto* const made = project ? std::get_if<ProjectGenerator>(&project->source) : nullptr;
+        m_scope->setLevels({.studio = made && hasStudioLevels(made->generator.info, made->generator.record)});
         return;
     }
     const auto value = [&](const char* field) {
         return QString::fromStdString(fieldText(effect->info->field(field), effect->record));
     };
     const auto number = [&](const char* field) { return value(field).toDouble(); };
-    m_scope->setLevels({.studio = value("studioRGB") == "on", .setup = value("setup") == "on"});
+    m_scope->setLevels({.studio = value(levelsField(*effect->info)->name) == "on", .setup = value("setup") == "on"});
     m_scope->setLimits(number("lumaMin"), number("lumaMax"), number("chromaMax"), number("compositeMin"),
                        number("compositeMax"));
 }
@@ -450,9 +456,9 @@ void MainWindow::addEffect(const QString& className) {
             m_document.select({Slot::Kind::Transition, 0});
             return;
         }
+        // Behind what is selected; behind a source or a transition is before all effects.
         const Slot selected = m_document.selected();
-        const int at =
-            selected.kind == Slot::Kind::Effect ? selected.index + 1 : static_cast<int>(project->effects.size());
+        const int at = selected.kind == Slot::Kind::Effect ? selected.index + 1 : 0;
         m_document.change(tr("Add %1").arg(text(info.name)), [&](Project& next) {
             ProjectEffect effect = projectEffect(info);
             effect.over = info.kind == EffectKind::Generator;

@@ -58,6 +58,7 @@ class MainWindow : public QMainWindow {
     Timeline& timeline() { return *m_timeline; }
     Transport& transport() { return *m_transport; }
     EffectList& effectList() { return *m_effects; }
+    ScopeView& scope() { return *m_scope; }
     StackPanel& stack() { return *m_stack; }
     qint64 frame() const { return m_frame; }
     void setFrame(qint64 frame);
@@ -86,7 +87,8 @@ class MainWindow : public QMainWindow {
     void showTitle();
     void focusWork();
     void showLimits();
-    void fitCut(Project& project);
+    void fit(Project& project);
+    bool mend(Project& project);
     void showRamp();
     void showZoom();
     void refresh();

@@ -16,8 +16,12 @@
 #include "demonstration.h"
 #include "export_dialog.h"
 #include "generator_dialog.h"
+#include "levels.h"
 #include "media/sequence.h"
+#include "project_fit.h"
 #include "render_project.h"
+#include "save_path.h"
+#include "source_facts.h"
 #include "text.h"
 
 namespace larkmoor {
@@ -61,7 +65,7 @@ bool MainWindow::open(const QString& path) {
             Project project = loadProject(m_module, path.toStdString(), Values::Unchecked);
             bool changed = false;
             if (!findClips(project, changed)) return;
-            m_feed.facts(project);
+            changed |= mend(project);
             m_document.start(std::move(project), QFileInfo(path).absoluteFilePath(), changed);
         } else {
             Project project;
@@ -73,6 +77,15 @@ bool MainWindow::open(const QString& path) {
         opened = true;
     });
     return opened;
+}
+
+/// Brings a project that was read into what can be shown. True where it comes out another; throws Error where its clips
+/// cannot be read.
+bool MainWindow::mend(Project& project) {
+    const std::string before = projectText(project, "/");
+    settleLevels(project);
+    fitToPictures(project, m_feed.facts(project));
+    return projectText(project, "/") != before;
 }
 
 void MainWindow::startGenerator(const EffectInfo& info, QSize size, AVRational rate, double seconds) {
@@ -164,13 +177,7 @@ void MainWindow::askSource() {
     }
     const auto& clip = std::get<ProjectClip>(project.source);
     if (!isSequence(clip.path)) {
-        QMessageBox::information(this, tr("Source"),
-                                 tr("%1\n\n%2 × %3 pixels, %4 frames a second, %5 frames")
-                                     .arg(text(clip.path))
-                                     .arg(m_facts.width)
-                                     .arg(m_facts.height)
-                                     .arg(rate(), 0, 'g', 5)
-                                     .arg(m_facts.frames));
+        QMessageBox::information(this, tr("Source"), sourceFacts(clip.path, m_facts));
         return;
     }
     bool ok = false;
@@ -262,11 +269,12 @@ bool MainWindow::save() {
 }
 
 bool MainWindow::saveAs() {
-    QString path = QFileDialog::getSaveFileName(
-        this, tr("Save project"), suggestedName(m_document) + QStringLiteral(".larkmoor"), tr("Projects (*.larkmoor)"));
-    if (path.isEmpty()) return false;
-    if (!isProject(path.toStdString())) path += QStringLiteral(".larkmoor");
-    return saveTo(path);
+    const QString path = askWhereToSave(this, {tr("Save project"),
+                                               suggestedName(m_document) + QStringLiteral(".larkmoor"),
+                                               tr("Projects (*.larkmoor)"),
+                                               QStringLiteral("larkmoor"),
+                                               {QStringLiteral("larkmoor")}});
+    return !path.isEmpty() && saveTo(path);
 }
 
 void MainWindow::exportFilm() {
@@ -280,9 +288,14 @@ void MainWindow::exportFilm() {
 
 void MainWindow::saveFrame() {
     const QString path =
-        QFileDialog::getSaveFileName(this, tr("Save this frame"), suggestedName(m_document) + QStringLiteral(".png"),
-                                     tr("Pictures (*.png *.tif *.jpg)"));
+        askWhereToSave(this, {tr("Save this frame"),
+                              suggestedName(m_document) + QStringLiteral(".png"),
+                              tr("Pictures (*.png *.tif *.jpg)"),
+                              QStringLiteral("png"),
+                              {"png", "tif", "tiff", "jpg", "jpeg", "bmp", "webp", "exr", "dpx", "jxl"}});
     if (path.isEmpty()) return;
+    if (isSource(*m_document.project(), path))
+        return fail(tr("The project is made of this file; choose another name."));
     // One frame of the project, by the way of every export; the ramps keep their places.
     Project one = *m_document.project();
     const std::int64_t shift = m_frame - one.in;
@@ -318,6 +331,7 @@ void MainWindow::offerLostWork() {
             Project project = loadProject(m_module, work.file.toStdString(), Values::Unchecked);
             bool changed = false;
             if (!findClips(project, changed)) return;
+            mend(project);
             m_document.start(std::move(project), work.original, true);
             opened = true;
         });

@@ -13,10 +13,21 @@
 #include <QVBoxLayout>
 
 #include "json_node.h"
+#include "levels.h"
 #include "output_file.h"
+#include "save_path.h"
 #include "text.h"
 
 namespace larkmoor {
+
+namespace {
+
+bool sameButLevels(const EffectInfo& info, std::vector<std::byte> record, const std::vector<std::byte>& other) {
+    if (const tFieldInfo* const levels = levelsField(info)) setFieldText(*levels, record, fieldText(*levels, other));
+    return record == other;
+}
+
+} // namespace
 
 PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     : QWidget(parent), m_document(document), m_user(std::move(presets)), m_scroll(new QScrollArea(this)),
@@ -46,10 +57,10 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_more->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }")); // the dots say it
     auto* const more = new QMenu(m_more);
     more->addAction(tr("&Save settings to a file…"), this, [this] {
-        QString path = QFileDialog::getSaveFileName(this, tr("Save settings"), {}, tr("Settings (*.state)"));
-        if (path.isEmpty()) return;
-        if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".state");
-        attempt([&] { saveState(path); });
+        const QString path = askWhereToSave(
+            this,
+            {tr("Save settings"), {}, tr("Settings (*.state)"), QStringLiteral("state"), {QStringLiteral("state")}});
+        if (!path.isEmpty()) attempt([&] { saveState(path); });
     });
     more->addAction(tr("&Load settings from a file…"), this, [this] {
         const QString path =
@@ -178,12 +189,20 @@ void PagePanel::showPage() {
                 m_title->setText(tr("%1 has nothing to set.").arg(QString::fromStdString(m_info->name)));
             }
         });
-    } else if (m_document.project()) {
-        m_title->setText(tr("Add an effect, or select one to see its settings."));
     }
-    m_title->setVisible(!m_title->text().isEmpty());
+    showTitle();
     m_scroll->setVisible(m_page != nullptr);
     showPresets();
+}
+
+void PagePanel::showTitle() {
+    if (!m_info) m_title->setText(m_document.project() ? m_facts : QString());
+    m_title->setVisible(!m_title->text().isEmpty());
+}
+
+void PagePanel::setSourceFacts(const QString& facts) {
+    m_facts = facts + "<p>" + tr("An effect that is added now comes first.") + "</p>";
+    showTitle();
 }
 
 void PagePanel::showPresets() {
@@ -223,17 +242,22 @@ void PagePanel::showRamp() {
     const auto record = shownRecord();
     int current = -1;
     for (int i = 0; record && i < static_cast<int>(m_records.size()); ++i)
-        if (m_records[static_cast<std::size_t>(i)] == *record && current < 0) current = i;
+        if (current < 0 && sameButLevels(*m_info, m_records[static_cast<std::size_t>(i)], *record)) current = i;
     m_strip->setCurrent(current);
 }
 
 void PagePanel::takeRecord() {
     if (m_setting || !m_effect) return;
     const QScopedValueRollback<bool> taking(m_taking, true);
-    setRecord(tr("Change %1").arg(QString::fromStdString(m_info->name)), m_effect->record());
+    std::vector<std::byte> record = m_effect->record();
+    const tFieldInfo* const levels = levelsField(*m_info);
+    // A preset of the page's own menu is no word about levels.
+    const bool own = levels && record != *shownRecord() && sameButLevels(*m_info, record, *shownRecord());
+    setRecord(tr("Change %1").arg(QString::fromStdString(m_info->name)), std::move(record),
+              own ? Levels::Own : Levels::AsTheyAre);
 }
 
-void PagePanel::setRecord(const QString& text, std::vector<std::byte> record) {
+void PagePanel::setRecord(const QString& text, std::vector<std::byte> record, Levels levels) {
     const Slot slot = m_slot;
     const bool end = m_end->isChecked();
     const QString key = QStringLiteral("record/%1/%2/%3").arg(static_cast<int>(slot.kind)).arg(slot.index).arg(end);
@@ -242,8 +266,14 @@ void PagePanel::setRecord(const QString& text, std::vector<std::byte> record) {
         [&](Project& project) {
             ProjectEffect& effect = *effectIn(project, slot);
             (effect.ramp && end ? effect.ramp->record : effect.record) = std::move(record);
+            effect.ownLevels = effect.ownLevels || levels == Levels::Own;
         },
         key);
+    // What the change was brought to, even where that was no change.
+    if (m_effect && shownRecord()) {
+        const QScopedValueRollback<bool> setting(m_setting, true);
+        m_effect->setRecord(*shownRecord());
+    }
 }
 
 void PagePanel::choosePreset(int index) {
@@ -280,7 +310,7 @@ void PagePanel::loadState(const QString& path) {
         return recordOfState(m_document.module(), *m_info, std::as_bytes(std::span(state)));
     });
     m_document.settle();
-    setRecord(tr("Load settings"), std::move(record));
+    setRecord(tr("Load settings"), std::move(record), Levels::Own);
     m_document.settle();
 }
 

@@ -38,6 +38,8 @@ class PagePanel : public QWidget {
     const std::vector<std::vector<std::byte>>& presetRecords() const { return m_records; }
     void setPresetThumbnail(int index, const QImage& image) { m_strip->setThumbnail(index, image); }
 
+    /// What stands in the page's place while a clip is selected.
+    void setSourceFacts(const QString& facts);
     void saveState(const QString& path);
     void loadState(const QString& path);
     void saveUserPreset(const QString& name);
@@ -63,7 +65,9 @@ class PagePanel : public QWidget {
     void showDuration();
     void setDuration(double seconds);
     void takeRecord();
-    void setRecord(const QString& text, std::vector<std::byte> record);
+    enum class Levels { AsTheyAre, Own }; ///< whether a record brings levels that the user has set
+    void setRecord(const QString& text, std::vector<std::byte> record, Levels levels = Levels::AsTheyAre);
+    void showTitle();
     void choosePreset(int index);
     void toggleRamp(bool on);
     void askToSave();
@@ -82,6 +86,7 @@ class PagePanel : public QWidget {
     QScrollArea* m_scroll;
     PageView* m_page = nullptr;
     QLabel *m_title, *m_durationLabel;
+    QString m_facts;
     QDoubleSpinBox* m_duration;
     QPushButton* m_ramp;
     QRadioButton *m_start, *m_end;

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "colour_cube.h"
+#include "levels.h"
 #include "output_file.h"
 #include "verbs/options.h"
 #include "verbs/verb.h"
@@ -33,7 +34,10 @@ class LutVerb final : public Verb {
     }
 
     int run(const Module& module, Report&) override {
-        const std::vector<Step> steps = planSteps(module, m_effects);
+        Recipe recipe{.head = {}, .effects = planSteps(module, m_effects)};
+        settleLevels(recipe);
+        for (const std::string& note : levelNotes(recipe)) warn(note);
+        const std::vector<Step>& steps = recipe.effects;
         for (const Step& step : steps) checkSaves(step, m_overwrite);
         checkTonal(module, steps);
         std::string title = "Larkmoor:";

@@ -34,6 +34,7 @@ class ScopeView : public QWidget {
     void setPicture(Surface picture);
 
     void setLevels(ScopeLevels levels);
+    ScopeLevels levels() const { return m_levels; }
 
     /// What lies beyond is drawn in the warning colour. The waveform shows the luma limits, the composite waveform the
     /// composite ones, the vectorscope the largest chroma.
