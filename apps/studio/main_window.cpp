@@ -5,9 +5,6 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QSettings>
-#include <QSplitter>
-#include <QStatusBar>
-#include <QVBoxLayout>
 
 #include "levels.h"
 #include "platform/exports.h"
@@ -77,12 +74,13 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
             },
             Qt::QueuedConnection);
     });
-    started();
-    showRecent();
     const QSettings settings;
-    chooseTheme(chosenTheme());
     if (!restoreGeometry(settings.value("geometry").toByteArray()))
         resize(QSize(1400, 880).boundedTo(screen()->availableSize() - QSize(20, 40)));
+    m_arrangement = settings.value("panels").toByteArray();
+    started();
+    showRecent();
+    chooseTheme(chosenTheme());
 }
 
 MainWindow::~MainWindow() {
@@ -90,149 +88,9 @@ MainWindow::~MainWindow() {
     m_player.stop();
     // The panels work on the document, and an edit on its way out still says what was typed.
     m_document.disconnect(this);
+    delete m_keys;
     delete takeCentralWidget();
-}
-
-void MainWindow::makeWidgets() {
-    m_picture = new PictureView;
-    m_picture->setAccessibleName(tr("Picture"));
-    m_transport = new Transport;
-    m_timeline = new Timeline;
-    m_stack = new StackPanel(m_document);
-    m_effects = new EffectList;
-    m_page = new PagePanel(m_document, PresetStore(m_folders.presets.toStdString()));
-    m_scope = new ScopeView;
-    m_status = new QLabel;
-    m_note = new QLabel;
-    m_pixel = new QLabel;
-    m_zoom = new QLabel;
-    m_pixel->setTextFormat(Qt::PlainText);
-    m_note->setTextFormat(Qt::PlainText);
-    m_note->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long note must not widen the window
-    statusBar()->addWidget(m_status);
-    statusBar()->addWidget(m_note, 1);
-    statusBar()->addPermanentWidget(m_pixel);
-    statusBar()->addPermanentWidget(m_zoom);
-
-    auto* const left = new QSplitter(Qt::Vertical);
-    left->addWidget(m_stack);
-    left->addWidget(m_effects);
-    left->setStretchFactor(1, 1);
-    left->setSizes({240, 520});
-    auto* const film = new QWidget;
-    auto* const filmLayout = new QVBoxLayout(film);
-    filmLayout->setContentsMargins(0, 0, 0, 0);
-    filmLayout->setSpacing(2);
-    filmLayout->addWidget(m_picture, 1);
-    filmLayout->addWidget(m_transport);
-    filmLayout->addWidget(m_timeline);
-    auto* const right = new QSplitter(Qt::Vertical);
-    right->addWidget(m_page);
-    right->addWidget(m_scope);
-    right->setStretchFactor(0, 1);
-    right->setSizes({600, 220});
-    auto* const work = new QSplitter;
-    work->addWidget(left);
-    work->addWidget(film);
-    work->addWidget(right);
-    work->setStretchFactor(1, 1);
-    work->setSizes({320, 640, m_sideWidth});
-    connect(work, &QSplitter::splitterMoved, this, [this] { m_sideWidth = m_work->sizes()[2]; });
-    // What is pushed to nothing would not be found again.
-    for (QSplitter* each : {left, right, work}) each->setChildrenCollapsible(false);
-    m_work = work;
-
-    makeWelcome();
-    m_pages = new QStackedWidget;
-    m_pages->addWidget(m_welcome);
-    m_pages->addWidget(m_work);
-    setCentralWidget(m_pages);
-
-    m_transport->setFormatter([this](qint64 frame, int format) { return timeText(frame, format); });
-    m_timeline->setTimeFormat([this](qint64 frame) { return timeText(frame, m_transport->timeFormat()); });
-
-    connect(m_stack, &StackPanel::addRequested, this, &MainWindow::searchEffects);
-    connect(m_effects, &EffectList::chosen, this, &MainWindow::addEffect);
-    connect(m_page, &PagePanel::dragging, this, [this](bool active) {
-        m_dragging = active;
-        m_settle.start(); // a key held down or a wheel has no end of its own
-        if (!active && m_shownHalf) refresh();
-    });
-    connect(m_page, &PagePanel::failed, this, &MainWindow::fail);
-    // Once the splitter has its own width.
-    connect(m_page, &PagePanel::pageWidthChanged, this, &MainWindow::makeRoom, Qt::QueuedConnection);
-    connect(m_page, &PagePanel::rampEndShown, this, [this](bool end) {
-        if (const auto ramp = m_timeline->ramp(); ramp && !m_player.isActive()) setFrame(end ? ramp->to : ramp->from);
-    });
-    connect(m_page, &PagePanel::presetsChanged, this, [this] { m_thumbnailsDue.start(); });
-    connect(m_page, &PagePanel::helpWanted, this, [this](int) {
-        if (const LiveEffect* const effect = m_page->effect()) {
-            QString help = "<b>" + text(effect->info().name).toHtmlEscaped() + "</b><dl>";
-            for (const tFieldInfo& field : effect->info().fields)
-                help += "<dt>" + QString(field.label).remove('&').toHtmlEscaped() + "</dt><dd>" +
-                        QString(field.help).toHtmlEscaped() + "</dd>";
-            QMessageBox box(QMessageBox::NoIcon, tr("Help"), help + "</dl>", QMessageBox::Ok, this);
-            box.exec();
-        }
-    });
-
-    connect(m_timeline, &Timeline::frameChanged, this, [this](int frame) {
-        if (m_player.isActive()) play(false);
-        setFrame(frame);
-    });
-    connect(m_timeline, &Timeline::scrubbing, this, [this](bool active) {
-        m_scrubbing = active;
-        if (!active && m_shownHalf) refresh();
-    });
-    const auto cut = [this](qint64 in, qint64 out, bool final) {
-        m_document.change(
-            tr("Cut"),
-            [&](Project& project) {
-                project.in = in;
-                project.out.reset();
-                if (out + 1 < m_facts.frames) project.out = out + 1;
-            },
-            "cut");
-        if (final) m_document.settle();
-    };
-    connect(m_timeline, &Timeline::inOutChanged, this, cut);
-    connect(m_timeline, &Timeline::rampChanged, this, [this](int from, int to, bool final) {
-        const Slot slot = m_document.selected();
-        m_document.change(
-            tr("Move the ramp"),
-            [&](Project& project) {
-                if (ProjectEffect* const effect = effectIn(project, slot); effect && effect->ramp)
-                    effect->ramp->frames = {from - project.in, to - project.in};
-            },
-            "ramp");
-        if (final) m_document.settle();
-    });
-    connect(m_transport, &Transport::firstRequested, this, [this] { setFrame(m_timeline->inOut().from); });
-    connect(m_transport, &Transport::backRequested, this, [this] { setFrame(m_frame - 1); });
-    connect(m_transport, &Transport::forwardRequested, this, [this] { setFrame(m_frame + 1); });
-    connect(m_transport, &Transport::lastRequested, this, [this] { setFrame(m_timeline->inOut().to); });
-    connect(m_transport, &Transport::playRequested, this, &MainWindow::play);
-    connect(m_transport, &Transport::loopChanged, this, [this](bool loop) { m_loop = loop; });
-    connect(m_transport, &Transport::inRequested, this,
-            [this, cut] { cut(m_frame, std::max<qint64>(m_frame, m_timeline->inOut().to), true); });
-    connect(m_transport, &Transport::outRequested, this,
-            [this, cut] { cut(std::min<qint64>(m_frame, m_timeline->inOut().from), m_frame, true); });
-    connect(m_transport, &Transport::timeFormatChanged, m_timeline, qOverload<>(&QWidget::update));
-    m_transport->setLoop(m_loop);
-    connect(m_picture, &PictureView::spaceTapped, this, [this] { play(!m_player.isActive()); });
-    connect(m_picture, &PictureView::zoomChanged, this, &MainWindow::showZoom);
-    connect(m_picture, &PictureView::pixelHovered, this, [this](QPoint point, QRgb before, QRgb after, bool inside) {
-        const auto values = [](QRgb pixel) {
-            return QStringLiteral("%1 %2 %3 %4")
-                .arg(qRed(pixel))
-                .arg(qGreen(pixel))
-                .arg(qBlue(pixel))
-                .arg(qAlpha(pixel));
-        };
-        m_pixel->setText(inside
-                             ? tr("%1, %2:  %3 → %4").arg(point.x()).arg(point.y()).arg(values(before), values(after))
-                             : QString());
-    });
+    for (QDockWidget* panel : m_panels) delete panel;
 }
 
 void MainWindow::started() {
@@ -240,7 +98,8 @@ void MainWindow::started() {
     m_before = m_listed = {};
     m_lastFull = 0;
     const bool open = m_document.project() != nullptr;
-    m_pages->setCurrentWidget(open ? m_work : m_welcome);
+    m_pages->setCurrentWidget(open ? m_film : m_welcome);
+    showPanels(open);
     for (QAction* action : m_needsProject) action->setEnabled(open);
     m_picture->setPictures({}, {});
     m_scope->setPicture({});
@@ -411,33 +270,37 @@ QString MainWindow::timeText(qint64 frame, int format) const {
     return QString::fromUtf8(written);
 }
 
-void MainWindow::play(bool on) {
-    on = on && m_document.project() && m_facts.frames > 1;
-    if (on) {
+void MainWindow::playAt(int speed) {
+    if (!m_document.project() || m_facts.frames <= 1) speed = 0;
+    const bool played = m_player.isActive();
+    m_speed = speed;
+    if (speed != 0) {
         const FrameRange range = m_timeline->inOut();
-        if (m_frame < range.from || m_frame >= range.to) setFrame(range.from);
+        if (speed > 0 && (m_frame < range.from || m_frame >= range.to)) setFrame(range.from);
+        if (speed < 0 && (m_frame <= range.from || m_frame > range.to)) setFrame(range.to);
         m_playFrom = m_frame;
         m_playClock.start();
         m_player.start(std::max(1, static_cast<int>(500 / rate()))); // looked at twice a frame
-    } else if (m_player.isActive()) {
+    } else if (played) {
         m_player.stop();
         refresh();
         m_thumbnailsDue.start(); // there were none while it played
     }
-    m_transport->setPlaying(on);
+    m_transport->setPlaying(speed != 0);
 }
 
 void MainWindow::tick() {
     if (m_feed.isBusy()) return; // frames that come too late are left out
     const FrameRange range = m_timeline->inOut();
-    qint64 frame = m_playFrom + static_cast<qint64>(static_cast<double>(m_playClock.elapsed()) * rate() / 1000);
-    if (frame > range.to) {
+    const double passed = static_cast<double>(m_playClock.elapsed()) * rate() / 1000 * m_speed;
+    qint64 frame = m_playFrom + static_cast<qint64>(passed);
+    if (frame > range.to || frame < range.from) {
         if (!m_loop) {
-            setFrame(range.to);
+            setFrame(m_speed > 0 ? range.to : range.from);
             play(false);
             return;
         }
-        m_playFrom = frame = range.from;
+        m_playFrom = frame = m_speed > 0 ? range.from : range.to;
         m_playClock.restart();
     }
     setFrame(frame);
@@ -473,18 +336,6 @@ void MainWindow::searchEffects() {
     m_effects->filterField()->selectAll();
 }
 
-/// The right side as wide as the user left it, or as its page where that is wider; the film gives way, and gets its
-/// room back with the next page.
-void MainWindow::makeRoom(int pageWidth) {
-    constexpr int kLeastFilm = 320;
-    QList<int> sizes = m_work->sizes();
-    const int both = sizes[1] + sizes[2];
-    if (both <= kLeastFilm) return; // not laid out yet
-    sizes[2] = std::min(std::max(m_sideWidth, pageWidth), both - kLeastFilm);
-    sizes[1] = both - sizes[2];
-    m_work->setSizes(sizes);
-}
-
 void MainWindow::fail(const QString& sentence) {
     QMessageBox::warning(this, tr("Larkmoor"), sentence);
 }
@@ -506,8 +357,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         event->ignore();
         return;
     }
-    QSettings().setValue("geometry", saveGeometry());
+    QSettings settings;
+    settings.setValue("geometry", saveGeometry());
     m_document.close();
+    settings.setValue("panels", m_arrangement);
     event->accept();
 }
 

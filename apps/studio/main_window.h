@@ -2,17 +2,18 @@
 #pragma once
 
 #include <QAction>
+#include <QDockWidget>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMainWindow>
 #include <QProgressDialog>
-#include <QSplitter>
 #include <QStackedWidget>
 #include <QTimer>
 
 #include "autosave.h"
 #include "document.h"
 #include "exporter.h"
+#include "key_router.h"
 #include "page_panel.h"
 #include "preview_feed.h"
 #include "stack_panel.h"
@@ -62,7 +63,10 @@ class MainWindow : public QMainWindow {
     StackPanel& stack() { return *m_stack; }
     qint64 frame() const { return m_frame; }
     void setFrame(qint64 frame);
-    void play(bool on);
+    void play(bool on) { playAt(on ? 1 : 0); }
+    /// At a multiple of the clip's rate; 0 stops, and less than 0 runs backwards.
+    void playAt(int speed);
+    int speed() const { return m_speed; }
     /// False from a request until its picture is shown.
     bool isIdle() const { return !m_feed.isBusy(); }
 
@@ -75,11 +79,35 @@ class MainWindow : public QMainWindow {
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
   private:
     void makeWidgets();
+    void makeStatusBar();
+    void makePanels();
+    QDockWidget* addPanel(const QString& name, const QString& title, QWidget* content);
+    void arrange();
+    void showPanels(bool shown);
+    void connectPage();
+    void connectFilm();
+    void connectPicture();
+    void showHelp();
+    void cut(qint64 in, qint64 out, bool final);
+    void moveRamp(int from, int to, bool final);
+
     void makeMenus();
+    void makeFileMenu();
+    void makeEditMenu();
+    void makeViewMenu();
+    void makeScopeMenu(QMenu* view);
+    void makeFilmMenu();
+    void makeHelpMenu();
+    void makeFilmKeys();
+    using Choice = std::tuple<QString, QKeySequence, std::function<void()>>;
     QAction* add(QMenu* menu, const QString& text, const QKeySequence& keys, const std::function<void()>& act);
+    QAction* needs(QAction* action);
+    void addChoices(QMenu* menu, const std::vector<Choice>& rows, int current);
+    void addSwitch(QMenu* menu, const QString& text, const QKeySequence& keys, const std::function<void(bool)>& act);
     void makeWelcome();
 
     void started();
@@ -129,8 +157,10 @@ class MainWindow : public QMainWindow {
 
     QStackedWidget* m_pages;
     QWidget* m_welcome;
-    QSplitter* m_work;
-    int m_sideWidth = 440; ///< of the right side, as the user has it
+    QWidget* m_film;
+    std::vector<QDockWidget*> m_panels; ///< stack, effects, settings, presets, scope
+    QByteArray m_arrangement;           ///< of the panels while none is shown
+    KeyRouter* m_keys;
     PictureView* m_picture;
     Transport* m_transport;
     Timeline* m_timeline;
@@ -153,6 +183,7 @@ class MainWindow : public QMainWindow {
     QTimer m_settle, m_player, m_thumbnailsDue;
     QElapsedTimer m_playClock;
     qint64 m_playFrom = 0;
+    int m_speed = 0;
     std::unique_ptr<Exporter> m_maker; ///< of the demonstration clip
 };
 

@@ -1,12 +1,18 @@
 #include "main_window.h"
 
+#include <algorithm>
+#include <map>
+
 #include <QActionGroup>
+#include <QApplication>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "help_box.h"
 #include "text.h"
 #include "theme.h"
 
@@ -57,19 +63,47 @@ QAction* MainWindow::add(QMenu* menu, const QString& label, const QKeySequence& 
     return action;
 }
 
+QAction* MainWindow::needs(QAction* action) {
+    m_needsProject.push_back(action);
+    return action;
+}
+
+void MainWindow::addChoices(QMenu* menu, const std::vector<Choice>& rows, int current) {
+    auto* const actions = new QActionGroup(this);
+    for (int i = 0; const auto& [label, keys, act] : rows) {
+        QAction* const action = add(menu, label, keys, act);
+        action->setCheckable(true);
+        action->setChecked(i++ == current);
+        actions->addAction(action);
+    }
+}
+
+void MainWindow::addSwitch(QMenu* menu, const QString& label, const QKeySequence& keys,
+                           const std::function<void(bool)>& act) {
+    QAction* const action = menu->addAction(label);
+    action->setCheckable(true);
+    action->setShortcut(keys);
+    connect(action, &QAction::toggled, this, act);
+}
+
 void MainWindow::makeMenus() {
-    const auto needs = [this](QAction* action) {
-        m_needsProject.push_back(action);
-        return action;
-    };
+    makeFileMenu();
+    makeEditMenu();
+    makeViewMenu();
+    makeFilmMenu();
+    makeHelpMenu();
+    makeFilmKeys();
+}
+
+void MainWindow::makeFileMenu() {
     QMenu* const file = menuBar()->addMenu(tr("&File"));
     add(file, tr("&Open…"), QKeySequence::Open, [this] { askOpen(); });
-    add(file, tr("Open image &sequence…"), {}, [this] { askSequence(); });
+    add(file, tr("Open &image sequence…"), {}, [this] { askSequence(); });
     m_recent = file->addMenu(tr("Open &recent"));
     add(file, tr("New from a &generator…"), QKeySequence::New, [this] { askGenerator(); });
     add(file, tr("Open the &demonstration clip"), {}, [this] { openDemonstration(); });
     file->addSeparator();
-    needs(add(file, tr("Add a second &clip…"), {}, [this] { askSecond(); }));
+    needs(add(file, tr("Add a second c&lip…"), {}, [this] { askSecond(); }));
     needs(add(file, tr("Re&place the clip…"), {}, [this] { askReplace(); }));
     needs(add(file, tr("So&urce settings…"), {}, [this] { askSource(); }));
     file->addSeparator();
@@ -82,12 +116,14 @@ void MainWindow::makeMenus() {
         if (mayLeave()) m_document.close();
     }));
     add(file, tr("&Quit"), QKeySequence::Quit, [this] { close(); });
+}
 
+void MainWindow::makeEditMenu() {
     QMenu* const edit = menuBar()->addMenu(tr("&Edit"));
     QAction* const undo = m_document.history().createUndoAction(this, tr("&Undo"));
     QAction* const redo = m_document.history().createRedoAction(this, tr("&Redo"));
     undo->setShortcut(QKeySequence::Undo);
-    redo->setShortcut(QKeySequence::Redo);
+    redo->setShortcuts({QKeySequence(tr("Ctrl+Shift+Z")), QKeySequence(tr("Ctrl+Y"))});
     edit->addActions({undo, redo});
     edit->addSeparator();
     needs(add(edit, tr("&Add an effect"), QKeySequence(tr("Ctrl+F")), [this] { searchEffects(); }));
@@ -98,65 +134,65 @@ void MainWindow::makeMenus() {
         add(edit, tr("Move the effect u&p"), QKeySequence(tr("Ctrl+Shift+Up")), [this] { m_stack->moveSelected(-1); }));
     needs(add(edit, tr("Move the effect do&wn"), QKeySequence(tr("Ctrl+Shift+Down")),
               [this] { m_stack->moveSelected(1); }));
+    edit->addSeparator();
+    needs(add(edit, tr("Reset this &field"), QKeySequence(tr("Ctrl+R")),
+              [this] { m_page->resetField(QApplication::focusWidget()); }));
+    needs(add(edit, tr("Reset a&ll fields"), QKeySequence(tr("Ctrl+Shift+R")), [this] { m_page->resetAll(); }));
+}
 
+void MainWindow::makeViewMenu() {
     QMenu* const view = menuBar()->addMenu(tr("&View"));
     add(view, tr("&Fit"), QKeySequence(tr("Ctrl+0")), [this] { m_picture->setFit(); });
     add(view, tr("&Actual size"), QKeySequence(tr("Ctrl+1")), [this] { m_picture->setZoom(1); });
     add(view, tr("Zoom &in"), QKeySequence::ZoomIn, [this] { m_picture->zoomIn(); });
     add(view, tr("Zoom &out"), QKeySequence::ZoomOut, [this] { m_picture->zoomOut(); });
     view->addSeparator();
-    const auto group = [this](QMenu* menu,
-                              const std::vector<std::tuple<QString, QKeySequence, std::function<void()>>>& rows,
-                              int current) {
-        auto* const actions = new QActionGroup(this);
-        for (int i = 0; const auto& [label, keys, act] : rows) {
-            QAction* const action = add(menu, label, keys, act);
-            action->setCheckable(true);
-            action->setChecked(i++ == current);
-            actions->addAction(action);
-        }
-    };
-    group(view,
-          {{tr("Af&ter"), QKeySequence(tr("F5")), [this] { m_picture->setMode(PictureView::Mode::After); }},
-           {tr("&Before"), QKeySequence(tr("F6")), [this] { m_picture->setMode(PictureView::Mode::Before); }},
-           {tr("Before and after, &split"), QKeySequence(tr("F7")),
-            [this] { m_picture->setMode(PictureView::Mode::Split); }}},
-          0);
+    addChoices(view,
+               {{tr("Af&ter"), QKeySequence(tr("F5")), [this] { m_picture->setMode(PictureView::Mode::After); }},
+                {tr("&Before"), QKeySequence(tr("F6")), [this] { m_picture->setMode(PictureView::Mode::Before); }},
+                {tr("Before and after, &split"), QKeySequence(tr("F7")),
+                 [this] { m_picture->setMode(PictureView::Mode::Split); }}},
+               0);
     view->addSeparator();
-    const auto toggle = [this](QMenu* menu, const QString& label, const QKeySequence& keys,
-                               const std::function<void(bool)>& act) {
-        QAction* const action = menu->addAction(label);
-        action->setCheckable(true);
-        action->setShortcut(keys);
-        connect(action, &QAction::toggled, this, act);
-    };
-    toggle(view, tr("A&lpha"), QKeySequence(tr("F8")), [this](bool on) { m_picture->setAlphaView(on); });
-    toggle(view, tr("Title-safe f&rames"), QKeySequence(tr("F9")), [this](bool on) { m_picture->setSafeFrames(on); });
+    addSwitch(view, tr("A&lpha"), QKeySequence(tr("F8")), [this](bool on) { m_picture->setAlphaView(on); });
+    addSwitch(view, tr("Title-safe f&rames"), QKeySequence(tr("F9")),
+              [this](bool on) { m_picture->setSafeFrames(on); });
+    makeScopeMenu(view);
+    QMenu* const panels = view->addMenu(tr("&Panels"));
+    for (QDockWidget* panel : m_panels) panels->addAction(needs(panel->toggleViewAction()));
+    panels->addSeparator();
+    needs(add(panels, tr("&Usual arrangement"), {}, [this] { arrange(); }));
+    QMenu* const theme = view->addMenu(tr("T&heme"));
+    const QString now = chosenTheme();
+    addChoices(theme,
+               {{tr("As the &desktop"), {}, [] { chooseTheme("system"); }},
+                {tr("&Light"), {}, [] { chooseTheme("light"); }},
+                {tr("Dar&k"), {}, [] { chooseTheme("dark"); }}},
+               now == "light"  ? 1
+               : now == "dark" ? 2
+                               : 0);
+}
+
+void MainWindow::makeScopeMenu(QMenu* view) {
     QMenu* const scope = view->addMenu(tr("S&cope"));
     using Kind = ScopeView::Kind;
     const auto showScope = [this](Kind kind) {
         return [this, kind] {
-            m_scope->setVisible(true);
+            m_panels.back()->show();
+            m_panels.back()->raise();
             m_scope->setKind(kind);
         };
     };
-    group(scope,
-          {{tr("&Histogram"), QKeySequence(tr("Alt+1")), showScope(Kind::Histogram)},
-           {tr("&Waveform"), QKeySequence(tr("Alt+2")), showScope(Kind::Waveform)},
-           {tr("&Composite waveform"), QKeySequence(tr("Alt+3")), showScope(Kind::Composite)},
-           {tr("&Vectorscope"), QKeySequence(tr("Alt+4")), showScope(Kind::Vectorscope)},
-           {tr("&None"), QKeySequence(tr("Alt+0")), [this] { m_scope->setVisible(false); }}},
-          1);
-    QMenu* const theme = view->addMenu(tr("T&heme"));
-    const QString now = chosenTheme();
-    group(theme,
-          {{tr("As the &desktop"), {}, [] { chooseTheme("system"); }},
-           {tr("&Light"), {}, [] { chooseTheme("light"); }},
-           {tr("Dar&k"), {}, [] { chooseTheme("dark"); }}},
-          now == "light"  ? 1
-          : now == "dark" ? 2
-                          : 0);
+    addChoices(scope,
+               {{tr("&Histogram"), QKeySequence(tr("Alt+1")), showScope(Kind::Histogram)},
+                {tr("&Waveform"), QKeySequence(tr("Alt+2")), showScope(Kind::Waveform)},
+                {tr("&Composite waveform"), QKeySequence(tr("Alt+3")), showScope(Kind::Composite)},
+                {tr("&Vectorscope"), QKeySequence(tr("Alt+4")), showScope(Kind::Vectorscope)},
+                {tr("&None"), QKeySequence(tr("Alt+0")), [this] { m_panels.back()->hide(); }}},
+               1);
+}
 
+void MainWindow::makeFilmMenu() {
     QMenu* const film = menuBar()->addMenu(tr("F&ilm"));
     needs(add(film, tr("&Play or pause"), QKeySequence(tr("Ctrl+Space")), [this] { play(!m_player.isActive()); }));
     needs(add(film, tr("&Next frame"), QKeySequence(tr("Alt+Right")), [this] { setFrame(m_frame + 1); }));
@@ -167,7 +203,13 @@ void MainWindow::makeMenus() {
     needs(add(film, tr("Set &in point"), QKeySequence(tr("Ctrl+I")), [this] { emit m_transport->inRequested(); }));
     needs(add(film, tr("Set &out point"), QKeySequence(tr("Ctrl+Shift+O")),
               [this] { emit m_transport->outRequested(); }));
+    film->addSeparator();
+    needs(add(film, tr("&Back, faster each time (J)"), {}, [this] { playAt(std::clamp(m_speed * 2, -8, -1)); }));
+    needs(add(film, tr("&Stop (K)"), {}, [this] { playAt(0); }));
+    needs(add(film, tr("For&wards, faster each time (L)"), {}, [this] { playAt(std::clamp(m_speed * 2, 1, 8)); }));
+}
 
+void MainWindow::makeHelpMenu() {
     QMenu* const help = menuBar()->addMenu(tr("&Help"));
     add(help, tr("&Keyboard"), QKeySequence::HelpContents, [this] { showShortcuts(); });
     add(help, tr("&About"), {}, [this] {
@@ -178,6 +220,60 @@ void MainWindow::makeMenus() {
     });
 }
 
+/// Keys that are the film's wherever no text is typed.
+void MainWindow::makeFilmKeys() {
+    m_keys = new KeyRouter(*this, [this] { return m_page->page(); });
+    const auto step = [this](int by) {
+        return [this, by] {
+            playAt(0);
+            setFrame(m_frame + by);
+        };
+    };
+    m_keys->setFilmKeys({{Qt::Key_J, [this] { playAt(std::clamp(m_speed * 2, -8, -1)); }},
+                         {Qt::Key_K, [this] { playAt(0); }},
+                         {Qt::Key_L, [this] { playAt(std::clamp(m_speed * 2, 1, 8)); }},
+                         {Qt::Key_Comma, step(-1)},
+                         {Qt::Key_Period, step(1)},
+                         {Qt::Key_I, [this] { emit m_transport->inRequested(); }},
+                         {Qt::Key_O, [this] { emit m_transport->outRequested(); }}});
+}
+
+/// What the widget with the focus has no use for.
+void MainWindow::keyPressEvent(QKeyEvent* event) {
+    if (!m_document.project() || event->modifiers() != Qt::NoModifier) return QMainWindow::keyPressEvent(event);
+    switch (event->key()) {
+    case Qt::Key_Space:
+        return play(m_speed == 0);
+    case Qt::Key_Left:
+        return setFrame(m_frame - 1);
+    case Qt::Key_Right:
+        return setFrame(m_frame + 1);
+    case Qt::Key_Home:
+        return setFrame(m_timeline->inOut().from);
+    case Qt::Key_End:
+        return setFrame(m_timeline->inOut().to);
+    default:
+        QMainWindow::keyPressEvent(event);
+    }
+}
+
+/// What people call an effect besides its name.
+static QString searchWords(const std::string& className) {
+    static const std::map<std::string, const char*> words{
+        {"Dissolve", "crossfade cross fade mix"},
+        {"DXTAdditiveDissolve", "crossfade cross fade mix"},
+        {"DXTChromaKeyFilter", "greenscreen green screen bluescreen blue screen chromakey keying"},
+        {"DXTDesaturate", "grayscale greyscale black white gray grey saturation"},
+        {"DXTBroadcastColors", "legalize legalise legal safe limiter gamut ire"},
+        {"DXTGamut", "legalize legalise legal safe limiter gamut"},
+        {"DXTBlur", "soften defocus"},
+        {"DXTInvert", "negative"},
+        {"DXSText", "title caption credits"},
+        {"DXSTestp", "color bars colour bars smpte"}};
+    const auto found = words.find(className);
+    return found == words.end() ? QString() : QString::fromLatin1(found->second);
+}
+
 void MainWindow::fillEffects() {
     std::vector<EffectEntry> entries;
     for (const EffectInfo& info : m_module.effects())
@@ -186,6 +282,7 @@ void MainWindow::fillEffects() {
                            : info.kind == EffectKind::Transition ? tr("Transition")
                                                                  : tr("Generator"),
                            text(info.className),
+                           searchWords(info.className),
                            {}});
     // Filters first; a bracket ahead of a name does not count.
     const auto order = [filter = tr("Filter")](const EffectEntry& entry) {
@@ -201,11 +298,13 @@ void MainWindow::showShortcuts() {
         if (!action->shortcut().isEmpty())
             rows += "<tr><td>" + action->text().remove('&').toHtmlEscaped() + "</td><td>&nbsp;&nbsp;" +
                     action->shortcut().toString(QKeySequence::NativeText).toHtmlEscaped() + "</td></tr>";
-    rows += tr("<tr><td colspan=2><br>In the picture: space plays, + and - zoom, [ and ] move the split.<br>"
-               "In the timeline: arrows step, I and O set the in and out points, [ and ] the ends of the ramp.<br>"
-               "On a slider: a double-click on its thumb returns to the default, Escape takes a drag back.</td></tr>");
-    QMessageBox box(QMessageBox::NoIcon, tr("Keyboard"), "<table>" + rows + "</table>", QMessageBox::Ok, this);
-    box.exec();
+    rows += tr(
+        "<tr><td colspan=2><br>Wherever no text is typed: J, K and L play back, stop and play, faster each time; "
+        "comma and full stop step; I and O set the in and out points.<br>"
+        "Space plays, arrows step, Home and End jump, where the focus is on nothing that uses them.<br>"
+        "In the picture: + and - zoom, [ and ] move the split. In the timeline: [ and ] set the ends of the ramp.<br>"
+        "On a slider: a double-click on its thumb returns to the default, Escape takes a drag back.</td></tr>");
+    showHelpBox(this, tr("Keyboard"), "<table>" + rows + "</table>");
 }
 
 } // namespace larkmoor

@@ -15,6 +15,7 @@
 #include "json_node.h"
 #include "levels.h"
 #include "output_file.h"
+#include "page/page_names.h"
 #include "save_path.h"
 #include "text.h"
 
@@ -33,8 +34,9 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     : QWidget(parent), m_document(document), m_user(std::move(presets)), m_scroll(new QScrollArea(this)),
       m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
       m_duration(new QDoubleSpinBox(this)), m_ramp(new QPushButton(tr("&Ramp"), this)),
-      m_start(new QRadioButton(tr("&Start"), this)), m_end(new QRadioButton(tr("En&d"), this)),
-      m_strip(new PresetStrip(this)), m_save(new QToolButton(this)), m_more(new QToolButton(this)) {
+      m_start(new QRadioButton(tr("&Start"), this)), m_end(new QRadioButton(tr("En&d"), this)), m_presets(new QWidget),
+      m_strip(new PresetStrip(m_presets)), m_save(new QToolButton(this)), m_reset(new QToolButton(this)),
+      m_more(new QToolButton(this)) {
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
     m_title->setWordWrap(true);
@@ -51,10 +53,61 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_start->setChecked(true);
     m_save->setText(tr("Save preset…"));
     m_save->setToolTip(tr("Keep these settings as a preset of your own"));
+    m_reset->setText(tr("Reset all"));
+    m_reset->setToolTip(tr("All fields back to the effect's defaults; a field's own menu resets that one"));
+    m_duration->setFocusPolicy(Qt::StrongFocus); // the wheel scrolls past it
+    m_duration->installEventFilter(this);
     m_more->setText(QStringLiteral("…"));
     m_more->setAccessibleName(tr("More about presets"));
     m_more->setPopupMode(QToolButton::InstantPopup);
-    m_more->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }")); // the dots say it
+    m_more->setMenu(makeMore());
+    m_strip->setContextMenuPolicy(Qt::CustomContextMenu);
+    auto* const ramp = new QHBoxLayout;
+    ramp->addWidget(m_ramp);
+    ramp->addWidget(m_start);
+    ramp->addWidget(m_end);
+    ramp->addStretch();
+    ramp->addWidget(m_reset);
+    auto* const keep = new QHBoxLayout;
+    keep->addStretch();
+    keep->addWidget(m_save);
+    keep->addWidget(m_more);
+    auto* const strip = new QVBoxLayout(m_presets);
+    strip->setContentsMargins(0, 0, 4, 0);
+    strip->addWidget(m_strip, 1);
+    strip->addLayout(keep);
+    auto* const duration = new QHBoxLayout;
+    duration->addWidget(m_durationLabel);
+    duration->addWidget(m_duration);
+    duration->addStretch();
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 4, 0);
+    layout->addWidget(m_title);
+    layout->addWidget(m_scroll, 1);
+    layout->addLayout(duration);
+    layout->addLayout(ramp);
+
+    connect(m_strip, &PresetStrip::chosen, this, &PagePanel::choosePreset);
+    connect(m_strip, &QWidget::customContextMenuRequested, this, &PagePanel::presetMenu);
+    connect(m_ramp, &QPushButton::clicked, this, &PagePanel::toggleRamp);
+    connect(m_start, &QRadioButton::toggled, this, &PagePanel::show);
+    for (QRadioButton* each : {m_start, m_end})
+        connect(each, &QRadioButton::clicked, this, [this] { emit rampEndShown(m_end->isChecked()); });
+    m_strip->installEventFilter(this);
+    connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
+    connect(m_reset, &QToolButton::clicked, this, &PagePanel::resetAll);
+    connect(m_duration, &QDoubleSpinBox::valueChanged, this, &PagePanel::setDuration);
+    connect(m_duration, &QDoubleSpinBox::editingFinished, this, [this] { m_document.settle(); });
+    connect(&m_document, &Document::aboutToChange, this, [this] {
+        if (m_page && !m_taking) m_page->commitEdits();
+    });
+    connect(&m_document, &Document::changed, this, &PagePanel::show);
+    connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
+    connect(&m_document, &Document::started, this, [this] { m_fresh = true; });
+    select();
+}
+
+QMenu* PagePanel::makeMore() {
     auto* const more = new QMenu(m_more);
     more->addAction(tr("&Save settings to a file…"), this, [this] {
         const QString path = askWhereToSave(
@@ -67,48 +120,11 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
             QFileDialog::getOpenFileName(this, tr("Load settings"), {}, tr("Settings (*.state);;All files (*)"));
         if (!path.isEmpty()) attempt([&] { loadState(path); });
     });
-    m_more->setMenu(more);
-    m_strip->setContextMenuPolicy(Qt::CustomContextMenu);
-
-    auto* const ramp = new QHBoxLayout;
-    ramp->addWidget(m_ramp);
-    ramp->addWidget(m_start);
-    ramp->addWidget(m_end);
-    ramp->addStretch();
-    ramp->addWidget(m_save);
-    ramp->addWidget(m_more);
-    auto* const duration = new QHBoxLayout;
-    duration->addWidget(m_durationLabel);
-    duration->addWidget(m_duration);
-    duration->addStretch();
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 4, 0);
-    layout->addWidget(m_title);
-    layout->addWidget(m_scroll, 1);
-    layout->addLayout(duration);
-    layout->addLayout(ramp);
-    layout->addWidget(m_strip);
-
-    connect(m_strip, &PresetStrip::chosen, this, &PagePanel::choosePreset);
-    connect(m_strip, &QWidget::customContextMenuRequested, this, &PagePanel::presetMenu);
-    connect(m_ramp, &QPushButton::clicked, this, &PagePanel::toggleRamp);
-    connect(m_start, &QRadioButton::toggled, this, &PagePanel::show);
-    for (QRadioButton* each : {m_start, m_end})
-        connect(each, &QRadioButton::clicked, this, [this] { emit rampEndShown(m_end->isChecked()); });
-    m_strip->installEventFilter(this);
-    connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
-    connect(m_duration, &QDoubleSpinBox::valueChanged, this, &PagePanel::setDuration);
-    connect(m_duration, &QDoubleSpinBox::editingFinished, this, [this] { m_document.settle(); });
-    connect(&m_document, &Document::aboutToChange, this, [this] {
-        if (m_page && !m_taking) m_page->commitEdits();
-    });
-    connect(&m_document, &Document::changed, this, &PagePanel::show);
-    connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
-    connect(&m_document, &Document::started, this, [this] { m_fresh = true; });
-    select();
+    return more;
 }
 
 PagePanel::~PagePanel() {
+    if (m_presets && !m_presets->parent()) delete m_presets;
     delete m_page; // it closes the page, which the effect has to outlive
 }
 
@@ -178,11 +194,16 @@ void PagePanel::showPage() {
             if (CComPtr<IPropertyPage> page = m_effect->page()) {
                 m_page = new PageView(std::move(page));
                 m_scroll->setWidget(m_page);
-                emit pageWidthChanged(m_page->sizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
                 connect(m_page, &PageView::applied, this, [this] { emit dragging(true); });
                 connect(m_page, &PageView::settled, this, [this] {
                     m_document.settle();
                     emit dragging(false);
+                });
+                connect(m_page, &PageView::menuAsked, this, [this](QMenu* menu, QWidget* under) {
+                    menu->addSeparator();
+                    menu->addAction(tr("&Reset this field"), this, [this, under] { resetField(under); })
+                        ->setEnabled(hasField(under));
+                    menu->addAction(tr("Reset a&ll fields"), this, &PagePanel::resetAll);
                 });
                 connect(m_page, &PageView::helpWanted, this, &PagePanel::helpWanted);
             } else {
@@ -225,7 +246,7 @@ void PagePanel::showPresets() {
     }
     m_strip->setPresets(names);
     m_strip->setVisible(!names.isEmpty());
-    for (QWidget* each : std::initializer_list<QWidget*>{m_save, m_more}) each->setVisible(m_info && m_effect);
+    for (QWidget* each : std::initializer_list<QWidget*>{m_save, m_reset, m_more}) each->setVisible(m_info && m_effect);
     emit presetsChanged();
 }
 
@@ -266,7 +287,7 @@ void PagePanel::setRecord(const QString& text, std::vector<std::byte> record, Le
         [&](Project& project) {
             ProjectEffect& effect = *effectIn(project, slot);
             (effect.ramp && end ? effect.ramp->record : effect.record) = std::move(record);
-            effect.ownLevels = effect.ownLevels || levels == Levels::Own;
+            if (levels != Levels::AsTheyAre) effect.ownLevels = levels == Levels::Own;
         },
         key);
     // What the change was brought to, even where that was no change.
@@ -274,6 +295,33 @@ void PagePanel::setRecord(const QString& text, std::vector<std::byte> record, Le
         const QScopedValueRollback<bool> setting(m_setting, true);
         m_effect->setRecord(*shownRecord());
     }
+}
+
+const tFieldInfo* PagePanel::fieldOf(const QWidget* widget) const {
+    if (!m_page || !widget) return nullptr;
+    std::vector<QString> help;
+    for (const tFieldInfo& field : m_info->fields) help.push_back(QString::fromUtf8(field.help));
+    const int index = m_page->fieldOf(widget, help);
+    return index < 0 ? nullptr : &m_info->fields[static_cast<std::size_t>(index)];
+}
+
+void PagePanel::resetField(const QWidget* widget) {
+    const tFieldInfo* const field = fieldOf(widget);
+    if (!field) return;
+    m_page->commitEdits();
+    std::vector<std::byte> record = *shownRecord();
+    setFieldText(*field, record, fieldText(*field, m_info->defaults));
+    m_document.settle();
+    setRecord(tr("Reset %1").arg(plainName(QString::fromUtf8(field->label))), std::move(record),
+              field == levelsField(*m_info) ? Levels::ThePictures : Levels::AsTheyAre);
+    m_document.settle();
+}
+
+void PagePanel::resetAll() {
+    if (!m_info || !m_effect) return;
+    m_document.settle();
+    setRecord(tr("Reset %1").arg(text(m_info->name)), m_info->defaults, Levels::ThePictures);
+    m_document.settle();
 }
 
 void PagePanel::choosePreset(int index) {
@@ -356,6 +404,10 @@ void PagePanel::removePreset(int index) {
 }
 
 bool PagePanel::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_duration && event->type() == QEvent::Wheel && !m_duration->hasFocus()) {
+        event->ignore();
+        return true;
+    }
     if (watched == m_strip && event->type() == QEvent::KeyPress &&
         static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
         removePreset(m_strip->currentIndex().row());

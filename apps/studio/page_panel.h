@@ -3,6 +3,7 @@
 
 #include <QDoubleSpinBox>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
@@ -13,6 +14,8 @@
 #include "page/page_view.h"
 #include "preset_store.h"
 #include "widgets/preset_strip.h"
+
+class QMenu;
 
 namespace larkmoor {
 
@@ -27,6 +30,8 @@ class PagePanel : public QWidget {
     PageView* page() const { return m_page; }
     LiveEffect* effect() const { return m_effect.get(); }
     PresetStrip* presets() const { return m_strip; }
+    /// The presets, to stand elsewhere; whoever takes it owns it.
+    QWidget* presetsPanel() const { return m_presets; }
     /// Which end of a ramp the page shows.
     bool showsEnd() const { return m_end->isChecked(); }
     QPushButton* rampButton() const { return m_ramp; }
@@ -43,13 +48,16 @@ class PagePanel : public QWidget {
     void saveState(const QString& path);
     void loadState(const QString& path);
     void saveUserPreset(const QString& name);
+    /// Back to the effect's default: all fields, or the one that a widget of the page sets.
+    void resetAll();
+    void resetField(const QWidget* widget);
+    /// Whether a widget sets a field of its own.
+    bool hasField(const QWidget* widget) const { return fieldOf(widget) != nullptr; }
 
   signals:
     /// The user began or ended to change something step by step.
     void dragging(bool active);
     void helpWanted(int topic);
-    /// A page of this width, in pixels, is shown.
-    void pageWidthChanged(int width);
     /// The user turned to an end of the ramp.
     void rampEndShown(bool end);
     /// The strip has other entries.
@@ -65,7 +73,7 @@ class PagePanel : public QWidget {
     void showDuration();
     void setDuration(double seconds);
     void takeRecord();
-    enum class Levels { AsTheyAre, Own }; ///< whether a record brings levels that the user has set
+    enum class Levels { AsTheyAre, Own, ThePictures }; ///< whether a record brings levels that the user has set
     void setRecord(const QString& text, std::vector<std::byte> record, Levels levels = Levels::AsTheyAre);
     void showTitle();
     void choosePreset(int index);
@@ -75,6 +83,8 @@ class PagePanel : public QWidget {
     void removePreset(int index);
     void attempt(const std::function<void()>& action);
     const std::vector<std::byte>* shownRecord() const;
+    const tFieldInfo* fieldOf(const QWidget* widget) const;
+    QMenu* makeMore();
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     Document& m_document;
@@ -90,8 +100,9 @@ class PagePanel : public QWidget {
     QDoubleSpinBox* m_duration;
     QPushButton* m_ramp;
     QRadioButton *m_start, *m_end;
+    QPointer<QWidget> m_presets;
     PresetStrip* m_strip;
-    QToolButton *m_save, *m_more;
+    QToolButton *m_save, *m_reset, *m_more;
     std::vector<std::vector<std::byte>> m_records;
     int m_ownPresets = 0;   ///< of the effect; the user's follow
     bool m_setting = false; ///< the document's record goes to the page

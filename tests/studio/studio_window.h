@@ -3,6 +3,7 @@
 
 #include <QComboBox>
 #include <QListWidget>
+#include <QMenuBar>
 #include <QStatusBar>
 
 #include "export_dialog.h"

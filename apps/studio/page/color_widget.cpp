@@ -1,6 +1,7 @@
 #include "color_widget.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QPainter>
@@ -109,6 +110,25 @@ std::vector<QLineEdit*> ColorWidget::edits() const {
     return there;
 }
 
+ControlWidget::Spoken ColorWidget::spoken() const {
+    QStringList values;
+    for (const QLineEdit* edit : edits()) values << edit->text();
+    return {QAccessible::ColorChooser, values.join(QStringLiteral(", "))};
+}
+
+bool ColorWidget::wantsWheel() const {
+    return hasFocus() || isAncestorOf(QApplication::focusWidget());
+}
+
+void ColorWidget::nameParts(const QString& name) {
+    const bool hsl = detail<tColorPickDetail>().colorSpace != 0;
+    const QStringList parts = hsl ? QStringList{tr("hue"), tr("saturation"), tr("lightness"), tr("alpha")}
+                                  : QStringList{tr("red"), tr("green"), tr("blue"), tr("alpha")};
+    for (LONG part = KWPART_EDIT1; part <= KWPART_ALPHA_EDIT; ++part)
+        if (m_edits[part].widget)
+            m_edits[part].widget->setAccessibleName(name + ", " + parts[static_cast<qsizetype>(part - KWPART_EDIT1)]);
+}
+
 void ColorWidget::commitEdits() {
     for (const Edit& edit : m_edits)
         if (edit.link) edit.link->commit();
@@ -126,6 +146,7 @@ void ColorWidget::refresh() {
         edit.widget->setVisible(detail.edits[part] && !rectOf(detail.parts[part]).isEmpty());
         edit.link->show(texts[part]);
     }
+    nameParts(accessibleName());
     for (const auto& [part, key] : m_keys) {
         key->setGeometry(rectOf(detail.parts[part]));
         key->setVisible(!rectOf(detail.parts[part]).isEmpty());

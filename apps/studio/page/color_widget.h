@@ -19,14 +19,17 @@ class ColorWidget : public ControlWidget {
     /// The edits that are there, in the order of tabs.
     std::vector<QLineEdit*> edits() const;
     void commitEdits();
+    Spoken spoken() const override;
     /// Lets the user pick a colour of the screen and tells it to the model.
     void pickFromScreen();
 
   protected:
+    bool wantsWheel() const override;
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void nameParts(const QString& name);
     struct Edit {
         QLineEdit* widget = nullptr;
         EditLink* link = nullptr;

@@ -5,6 +5,10 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QWheelEvent>
+#include <algorithm>
+#include <utility>
+
+#include "control_accessible.h"
 
 namespace larkmoor {
 
@@ -56,8 +60,26 @@ ULONG pageModifiersOf(Qt::KeyboardModifiers modifiers) {
 }
 
 ControlWidget::ControlWidget(PageLink& page, LONG id, QWidget* parent) : QWidget(parent), m_page(page), m_id(id) {
+    announceControls();
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
+}
+
+ControlWidget::Spoken ControlWidget::spoken() const {
+    tPageControl facts{};
+    m_page.model().FindControl(m_id, &facts, sizeof facts);
+    return {QAccessible::Slider, QString::number(facts.value), facts.value, facts.minimum, facts.maximum};
+}
+
+void ControlWidget::moveTo(LONG position) {
+    const bool forward = position > spoken().position;
+    const LONG key = forward ? KWKEY_RIGHT : KWKEY_LEFT;
+    // By steps, each of which the page applies; an end of the range ends them, too.
+    for (LONG last = spoken().position; forward ? last < position : last > position;) {
+        send({.kind = KWEVENT_KEY, .value = key});
+        if (std::exchange(last, spoken().position) == spoken().position) break;
+    }
+    send({.kind = KWEVENT_KEY_UP, .value = key});
 }
 
 QImage ControlWidget::paintedPart(LONG part, QSize size) const {
@@ -85,7 +107,8 @@ bool ControlWidget::event(QEvent* event) {
     case QEvent::ShortcutOverride: {
         // Arrows and the like are the control's before they are a shortcut of the program's.
         const auto key = pageKeyOf(static_cast<QKeyEvent&>(*event));
-        if (key && *key != KWKEY_TAB && *key != KWKEY_RETURN && (*key != KWKEY_ESCAPE || m_tracking)) event->accept();
+        const bool window = key == KWKEY_TAB || key == KWKEY_RETURN || key == KWKEY_F3 || key == KWKEY_F9;
+        if (key && !window && (*key != KWKEY_ESCAPE || m_tracking)) event->accept();
         break;
     }
     case QEvent::KeyPress:
@@ -142,6 +165,7 @@ void ControlWidget::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 void ControlWidget::wheelEvent(QWheelEvent* event) {
+    if (!wantsWheel()) return event->ignore();
     const QPoint at = event->position().toPoint(), turn = event->angleDelta();
     const int notches = turn.y() ? turn.y() : turn.x();
     const HRESULT taken = notches ? send({.kind = KWEVENT_WHEEL,

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include <QAccessible>
 #include <QWidget>
 
 #include "platform/page.h"
@@ -45,6 +46,15 @@ class ControlWidget : public QWidget {
     LONG id() const { return m_id; }
     /// Shows the model's state.
     virtual void refresh() { update(); }
+    /// What is told to those who do not see the control.
+    struct Spoken {
+        QAccessible::Role role = QAccessible::Slider;
+        QString value;
+        LONG position = 0, least = 0, most = 0; ///< an empty range for what is no number
+    };
+    virtual Spoken spoken() const;
+    /// To a position of its range, as by the user.
+    void moveTo(LONG position);
     /// The model holds the mouse, or has let go of it.
     void setTracking(bool on) { m_tracking = on; }
 
@@ -62,6 +72,8 @@ class ControlWidget : public QWidget {
     /// paints none.
     QImage paintedPart(LONG part, QSize size) const;
     void drawFocusRing(QPainter& painter) const;
+    /// Whether the wheel is meant for the control, not for the page that scrolls.
+    virtual bool wantsWheel() const { return hasFocus(); }
     /// True where the Tab key is the control's rather than the way to the next one.
     virtual bool wantsTab() const { return false; }
 

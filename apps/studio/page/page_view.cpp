@@ -19,6 +19,7 @@
 #include "color_widget.h"
 #include "host/object.h"
 #include "logo_widget.h"
+#include "page_names.h"
 #include "placement_widget.h"
 #include "spinner_widget.h"
 #include "trackbar_widget.h"
@@ -168,6 +169,7 @@ void PageView::makeControls() {
         if (FAILED(m_page->GetControl(index, &facts, sizeof facts))) break;
         Control control{
             .id = facts.id, .kind = facts.kind, .place = facts.place, .buddy = facts.buddy, .widget = nullptr};
+        control.help = QString::fromUtf8(facts.help);
         const QString tip = tipOf(facts.help);
         control.widget = makeWidget(facts, control);
         control.widget->setObjectName(QString::number(facts.id));
@@ -177,7 +179,32 @@ void PageView::makeControls() {
     }
     groupRadioButtons(groupStarts);
     joinBuddies();
+    nameControls();
     setTabOrders();
+}
+
+void PageView::nameControls() {
+    std::vector<NamedControl> named;
+    for (std::size_t i = 0; i < m_controls.size(); ++i) {
+        tPageControl facts{};
+        m_page->GetControl(static_cast<LONG>(i), &facts, sizeof facts);
+        named.push_back({facts.id, facts.kind, facts.buddy, QString::fromUtf8(facts.text), m_controls[i].help});
+    }
+    const std::vector<QString> names = controlNames(named, m_title);
+    for (std::size_t i = 0; i < m_controls.size(); ++i) {
+        m_controls[i].widget->setAccessibleName(names[i]);
+        m_controls[i].widget->setAccessibleDescription(m_controls[i].help);
+    }
+}
+
+int PageView::fieldOf(const QWidget* widget, std::span<const QString> helpOfFields) const {
+    std::vector<NamedControl> named;
+    for (const Control& control : m_controls)
+        named.push_back({control.id, control.kind, control.buddy, {}, control.help});
+    const std::vector<int> fields = controlFields(named, helpOfFields);
+    for (std::size_t i = 0; i < m_controls.size(); ++i)
+        if (m_controls[i].widget == widget || m_controls[i].widget->isAncestorOf(widget)) return fields[i];
+    return -1;
 }
 
 QWidget* PageView::makeWidget(const tPageControl& facts, Control& control) {
@@ -504,12 +531,14 @@ void PageView::popUpMenu(LONG control, QPoint at) {
     for (QMenu* submenu : submenus)
         if (submenu && submenu->isEmpty()) submenu->setEnabled(false);
     connect(menu, &QMenu::triggered, this, [this, control](const QAction* action) {
+        if (!action->data().isValid()) return; // not the page's own
         const auto id = static_cast<std::uintptr_t>(action->data().toInt());
         if (control == 0) return sendMessage(WM_COMMAND, id, 0);
         const Call call(*this);
         m_page->SendControl(control, WM_COMMAND, id, 0, nullptr);
     });
     connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+    if (control == 0) emit menuAsked(menu, at.x() < 0 ? focusWidget() : childAt(at));
     if (menu->isEmpty()) return menu->deleteLater();
     const Control* const owner = control ? find(control) : nullptr;
     menu->popup((owner ? owner->widget : this)->mapToGlobal(at));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <span>
 #include <vector>
 
 #include <QTimer>
@@ -31,12 +32,17 @@ class PageView : public QWidget, private PageLink {
     void commitEdits();
     /// The widget of a control; null for an unknown id.
     QWidget* control(LONG id) const;
+    /// The field that a widget or one inside it sets, as an index into the sentences of help of the effect's fields; -1
+    /// for none.
+    int fieldOf(const QWidget* widget, std::span<const QString> helpOfFields) const;
 
   signals:
     /// The page's record went to the effect.
     void applied();
     /// What the user did is at its end.
     void settled();
+    /// A menu of the page's is about to come up, of what stands under the pointer or has the focus.
+    void menuAsked(QMenu* menu, QWidget* under);
     /// Connect to provide help.
     void helpWanted(int topic);
 
@@ -58,7 +64,8 @@ class PageView : public QWidget, private PageLink {
         LONG buddy;
         QWidget* widget;
         EditLink* edit = nullptr;
-        std::vector<QString> items; ///< of a list
+        QString help = {};
+        std::vector<QString> items = {}; ///< of a list
     };
     /// What the page says while it is being called is dealt with when the outermost call is over.
     class Call;
@@ -72,6 +79,7 @@ class PageView : public QWidget, private PageLink {
     QWidget* makeWidget(const tPageControl& facts, Control& control);
     void groupRadioButtons(const std::vector<bool>& groupStarts);
     void joinBuddies();
+    void nameControls();
     void setTabOrders();
     void refresh(std::size_t index);
     void refreshList(Control& control, const tPageControl& facts);

@@ -41,6 +41,14 @@ void drawShape(QPainter& painter, ULONG kind, QPointF at) {
 
 } // namespace
 
+ControlWidget::Spoken PlacementWidget::spoken() const {
+    tPlacementHandle handle{};
+    std::intptr_t found = 0;
+    page().model().SendControl(id(), KWHANDLE_GET, static_cast<std::uintptr_t>(detail<tPlacementDetail>().selected),
+                               reinterpret_cast<std::intptr_t>(&handle), &found);
+    return {QAccessible::Graphic, found ? QStringLiteral("%1, %2").arg(handle.x).arg(handle.y) : QStringLiteral("-")};
+}
+
 void PlacementWidget::paintEvent(QPaintEvent*) {
     const auto detail = this->detail<tPlacementDetail>();
     QPainter painter(this);

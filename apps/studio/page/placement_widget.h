@@ -9,6 +9,8 @@ class PlacementWidget : public ControlWidget {
   public:
     using ControlWidget::ControlWidget;
 
+    Spoken spoken() const override;
+
   protected:
     bool wantsTab() const override { return true; }
     void paintEvent(QPaintEvent* event) override;

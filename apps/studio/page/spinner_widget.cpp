@@ -15,6 +15,12 @@ void SpinnerWidget::setBuddy(QWidget* edit, EditLink* link) {
     m_link = link;
 }
 
+ControlWidget::Spoken SpinnerWidget::spoken() const {
+    Spoken spoken = ControlWidget::spoken();
+    spoken.role = QAccessible::SpinBox;
+    return spoken;
+}
+
 void SpinnerWidget::mousePressEvent(QMouseEvent* event) {
     if (m_edit) m_edit->setFocus(Qt::MouseFocusReason);
     if (m_link) m_link->commit(); // steps start from the number that is seen
@@ -22,7 +28,7 @@ void SpinnerWidget::mousePressEvent(QMouseEvent* event) {
 }
 
 void SpinnerWidget::wheelEvent(QWheelEvent* event) {
-    if (m_link) m_link->commit();
+    if (m_link && wantsWheel()) m_link->commit();
     ControlWidget::wheelEvent(event);
 }
 

@@ -11,8 +11,10 @@ class SpinnerWidget : public ControlWidget {
   public:
     SpinnerWidget(PageLink& page, LONG id, QWidget* parent);
     void setBuddy(QWidget* edit, EditLink* link);
+    Spoken spoken() const override;
 
   protected:
+    bool wantsWheel() const override { return m_edit && m_edit->hasFocus(); }
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override { mousePressEvent(event); }

@@ -9,6 +9,8 @@
 namespace larkmoor {
 namespace {
 
+constexpr int kWords = Qt::UserRole + 40; ///< what people call it, too
+
 /// Says so when a search has left nothing.
 class EntryView : public QListView {
   protected:
@@ -32,8 +34,9 @@ void EffectList::Filter::setWords(const QStringList& words) {
 bool EffectList::Filter::filterAcceptsRow(int row, const QModelIndex& parent) const {
     const QModelIndex index = sourceModel()->index(row, 0, parent);
     // A line break keeps a word from matching across both texts.
-    const QString text =
-        index.data(Qt::DisplayRole).toString() + QLatin1Char('\n') + index.data(ThumbnailDelegate::kKind).toString();
+    const QString text = index.data(Qt::DisplayRole).toString() + QLatin1Char('\n') +
+                         index.data(ThumbnailDelegate::kKind).toString() + QLatin1Char('\n') +
+                         index.data(kWords).toString();
     return std::all_of(m_words.begin(), m_words.end(),
                        [&](const QString& word) { return text.contains(word, Qt::CaseInsensitive); });
 }
@@ -87,6 +90,7 @@ void EffectList::setEntries(const std::vector<EffectEntry>& entries) {
         auto* item = new QStandardItem(entry.name);
         item->setData(entry.kind, ThumbnailDelegate::kKind);
         item->setData(entry.key, ThumbnailDelegate::kKey);
+        item->setData(entry.words, kWords);
         item->setData(entry.thumbnail, ThumbnailDelegate::kImage);
         item->setToolTip(entry.kind.isEmpty() ? entry.name : tr("%1 (%2)").arg(entry.name, entry.kind));
         item->setData(item->toolTip(), Qt::AccessibleTextRole);
@@ -108,7 +112,21 @@ void EffectList::setFilter(const QString& words) {
         return;
     }
     m_proxy->setWords(words.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    m_view->setCurrentIndex({}); // a choice among what other words left is none among these
+    chooseBest(words.simplified());
     filterChanged();
+}
+
+/// What is called just so comes before what has the words somewhere, then what begins with them.
+void EffectList::chooseBest(const QString& words) {
+    const auto rank = [&](int row) {
+        const QString name = m_proxy->index(row, 0).data().toString();
+        return name.compare(words, Qt::CaseInsensitive) == 0 ? 0 : name.startsWith(words, Qt::CaseInsensitive) ? 1 : 2;
+    };
+    int best = 0;
+    for (int row = 1; row < m_proxy->rowCount(); ++row)
+        if (rank(row) < rank(best)) best = row;
+    if (m_proxy->rowCount() > 0) m_view->setCurrentIndex(m_proxy->index(best, 0));
 }
 
 // Enter in the field adds the first match unless another is chosen.

@@ -15,10 +15,11 @@ namespace larkmoor {
 /// One entry: what people read and what the program knows it by.
 struct EffectEntry {
     QString name, kind, key;
-    QImage thumbnail;
+    QString words = {}; ///< what people call it, for the search alone
+    QImage thumbnail = {};
 };
 
-/// A search keeps the entries that have each of its words anywhere in name or kind, in any letter case.
+/// A search keeps the entries that have each of its words anywhere in name, kind or words, in any letter case.
 class EffectList : public QWidget {
     Q_OBJECT
 
@@ -59,6 +60,7 @@ class EffectList : public QWidget {
 
     void choose();
     void filterChanged();
+    void chooseBest(const QString& words);
 
     QLineEdit* m_filter;
     QListView* m_view;

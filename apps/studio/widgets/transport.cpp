@@ -114,11 +114,11 @@ struct Look {
 };
 
 constexpr Look kLooks[]{
-    {QT_TRANSLATE_NOOP("larkmoor::Transport", "First frame"), "Home", firstShape},
-    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Back one frame"), "Left", backShape},
-    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Play"), "Space", playShape},
-    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Forward one frame"), "Right", forwardShape},
-    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Last frame"), "End", lastShape},
+    {QT_TRANSLATE_NOOP("larkmoor::Transport", "First frame"), "Alt+Home", firstShape},
+    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Back one frame"), ",", backShape},
+    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Play"), "L", playShape},
+    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Forward one frame"), ".", forwardShape},
+    {QT_TRANSLATE_NOOP("larkmoor::Transport", "Last frame"), "Alt+End", lastShape},
     {QT_TRANSLATE_NOOP("larkmoor::Transport", "Loop"), "", loopShape},
     {QT_TRANSLATE_NOOP("larkmoor::Transport", "Set the in point here"), "I", inShape},
     {QT_TRANSLATE_NOOP("larkmoor::Transport", "Set the out point here"), "O", outShape},
@@ -220,7 +220,7 @@ void Transport::showPlay() {
     const QString name = m_playing ? tr("Pause") : tr("Play");
     play->setIcon(QIcon(new ShapeIcon(m_playing ? pauseShape : playShape, play)));
     play->setAccessibleName(name);
-    play->setToolTip(tr("%1 (%2)").arg(name, QStringLiteral("Space")));
+    play->setToolTip(tr("%1 (%2)").arg(name, m_playing ? QStringLiteral("K") : QStringLiteral("L")));
 }
 
 void Transport::setLoop(bool loop) {

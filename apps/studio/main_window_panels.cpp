@@ -1,0 +1,228 @@
+#include "main_window.h"
+
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+#include "help_box.h"
+#include "text.h"
+
+namespace larkmoor {
+
+namespace {
+
+constexpr int kSmallHeight = 760; ///< pixels of a window from below which settings, presets and scope share one place
+constexpr int kTinyHeight = 560;  ///< and stack and effects, too
+
+enum Panel { kStack, kEffects, kSettings, kPresets, kScope };
+
+} // namespace
+
+void MainWindow::makeWidgets() {
+    m_picture = new PictureView;
+    m_picture->setAccessibleName(tr("Picture"));
+    m_transport = new Transport;
+    m_timeline = new Timeline;
+    m_timeline->setAccessibleName(tr("Timeline"));
+    m_stack = new StackPanel(m_document);
+    m_effects = new EffectList;
+    m_page = new PagePanel(m_document, PresetStore(m_folders.presets.toStdString()));
+    m_scope = new ScopeView;
+    m_scope->setAccessibleName(tr("Scope"));
+    makeStatusBar();
+    makePanels();
+    makeWelcome();
+
+    m_film = new QWidget;
+    auto* const layout = new QVBoxLayout(m_film);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    layout->addWidget(m_picture, 1);
+    layout->addWidget(m_transport);
+    layout->addWidget(m_timeline);
+    m_pages = new QStackedWidget;
+    m_pages->addWidget(m_welcome);
+    m_pages->addWidget(m_film);
+    setCentralWidget(m_pages);
+
+    connect(m_stack, &StackPanel::addRequested, this, &MainWindow::searchEffects);
+    connect(m_effects, &EffectList::chosen, this, &MainWindow::addEffect);
+    connectPage();
+    connectFilm();
+    connectPicture();
+}
+
+void MainWindow::makeStatusBar() {
+    m_status = new QLabel;
+    m_note = new QLabel;
+    m_pixel = new QLabel;
+    m_zoom = new QLabel;
+    m_pixel->setTextFormat(Qt::PlainText);
+    m_note->setTextFormat(Qt::PlainText);
+    m_note->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long note must not widen the window
+    statusBar()->addWidget(m_status);
+    statusBar()->addWidget(m_note, 1);
+    statusBar()->addPermanentWidget(m_pixel);
+    statusBar()->addPermanentWidget(m_zoom);
+}
+
+QDockWidget* MainWindow::addPanel(const QString& name, const QString& title, QWidget* content) {
+    auto* const panel = new QDockWidget(title, this);
+    panel->setObjectName(name); // the arrangement is kept by it
+    panel->setWidget(content);
+    m_panels.push_back(panel);
+    return panel;
+}
+
+void MainWindow::makePanels() {
+    setDockNestingEnabled(true);
+    setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    addPanel(QStringLiteral("stack"), tr("Stack"), m_stack);
+    addPanel(QStringLiteral("effects"), tr("Effects"), m_effects);
+    addPanel(QStringLiteral("settings"), tr("Settings"), m_page);
+    addPanel(QStringLiteral("presets"), tr("Presets"), m_page->presetsPanel());
+    addPanel(QStringLiteral("scope"), tr("Scope"), m_scope);
+    for (QDockWidget* panel : m_panels)
+        addDockWidget(panel == m_panels[kStack] || panel == m_panels[kEffects] ? Qt::LeftDockWidgetArea
+                                                                               : Qt::RightDockWidgetArea,
+                      panel);
+    for (QDockWidget* panel : m_panels) panel->hide();
+}
+
+/// The usual arrangement for a window of this size.
+void MainWindow::arrange() {
+    for (QDockWidget* panel : m_panels) {
+        panel->setFloating(false);
+        removeDockWidget(panel);
+    }
+    QDockWidget *const stack = m_panels[kStack], *const effects = m_panels[kEffects],
+                       *const settings = m_panels[kSettings], *const presets = m_panels[kPresets],
+                       *const scope = m_panels[kScope];
+    addDockWidget(Qt::LeftDockWidgetArea, stack);
+    addDockWidget(Qt::LeftDockWidgetArea, effects);
+    for (QDockWidget* panel : {settings, presets, scope}) addDockWidget(Qt::RightDockWidgetArea, panel);
+    for (QDockWidget* panel : m_panels) panel->show();
+    const bool small = height() < kSmallHeight, tiny = height() < kTinyHeight;
+    if (tiny) tabifyDockWidget(stack, effects);
+    if (small) {
+        tabifyDockWidget(settings, presets);
+        tabifyDockWidget(presets, scope);
+    }
+    settings->raise();
+    stack->raise();
+    resizeDocks({stack, settings}, {tiny ? 200 : small ? 260 : 320, small ? 400 : 440}, Qt::Horizontal);
+    if (!tiny) resizeDocks({stack, effects}, {small ? 160 : 240, 520}, Qt::Vertical);
+    if (!small) resizeDocks({settings, presets, scope}, {500, 130, 200}, Qt::Vertical);
+}
+
+/// Panels stand around a film, not around the welcome page.
+void MainWindow::showPanels(bool shown) {
+    const bool were = std::ranges::any_of(m_panels, [](const QDockWidget* panel) { return !panel->isHidden(); });
+    if (!shown) {
+        if (were) m_arrangement = saveState();
+        for (QDockWidget* panel : m_panels) panel->hide();
+    } else if (!were && (m_arrangement.isEmpty() || !restoreState(m_arrangement))) {
+        arrange();
+    }
+}
+
+void MainWindow::connectPage() {
+    connect(m_page, &PagePanel::dragging, this, [this](bool active) {
+        m_dragging = active;
+        m_settle.start(); // a key held down or a wheel has no end of its own
+        if (!active && m_shownHalf) refresh();
+    });
+    connect(m_page, &PagePanel::failed, this, &MainWindow::fail);
+    connect(m_page, &PagePanel::rampEndShown, this, [this](bool end) {
+        if (const auto ramp = m_timeline->ramp(); ramp && !m_player.isActive()) setFrame(end ? ramp->to : ramp->from);
+    });
+    connect(m_page, &PagePanel::presetsChanged, this, [this] { m_thumbnailsDue.start(); });
+    connect(m_page, &PagePanel::helpWanted, this, &MainWindow::showHelp);
+}
+
+void MainWindow::showHelp() {
+    const LiveEffect* const effect = m_page->effect();
+    if (!effect) return;
+    QString help = "<b>" + text(effect->info().name).toHtmlEscaped() + "</b><dl>";
+    for (const tFieldInfo& field : effect->info().fields)
+        help += "<dt>" + QString(field.label).remove('&').toHtmlEscaped() + "</dt><dd>" +
+                QString(field.help).toHtmlEscaped() + "</dd>";
+    help += "</dl><p>" +
+            tr("A double-click on a slider's thumb goes to the mark below it. \"Reset this field\" in the menu of a "
+               "field and \"Reset all\" go to what the effect has when it is added.") +
+            "</p>";
+    showHelpBox(this, tr("Help"), help);
+}
+
+void MainWindow::cut(qint64 in, qint64 out, bool final) {
+    m_document.change(
+        tr("Cut"),
+        [&](Project& project) {
+            project.in = in;
+            project.out.reset();
+            if (out + 1 < m_facts.frames) project.out = out + 1;
+        },
+        "cut");
+    if (final) m_document.settle();
+}
+
+void MainWindow::moveRamp(int from, int to, bool final) {
+    const Slot slot = m_document.selected();
+    m_document.change(
+        tr("Move the ramp"),
+        [&](Project& project) {
+            if (ProjectEffect* const effect = effectIn(project, slot); effect && effect->ramp)
+                effect->ramp->frames = {from - project.in, to - project.in};
+        },
+        "ramp");
+    if (final) m_document.settle();
+}
+
+void MainWindow::connectFilm() {
+    m_transport->setFormatter([this](qint64 frame, int format) { return timeText(frame, format); });
+    m_timeline->setTimeFormat([this](qint64 frame) { return timeText(frame, m_transport->timeFormat()); });
+    connect(m_timeline, &Timeline::frameChanged, this, [this](int frame) {
+        if (m_player.isActive()) play(false);
+        setFrame(frame);
+    });
+    connect(m_timeline, &Timeline::scrubbing, this, [this](bool active) {
+        m_scrubbing = active;
+        if (!active && m_shownHalf) refresh();
+    });
+    connect(m_timeline, &Timeline::inOutChanged, this, &MainWindow::cut);
+    connect(m_timeline, &Timeline::rampChanged, this, &MainWindow::moveRamp);
+    connect(m_transport, &Transport::firstRequested, this, [this] { setFrame(m_timeline->inOut().from); });
+    connect(m_transport, &Transport::backRequested, this, [this] { setFrame(m_frame - 1); });
+    connect(m_transport, &Transport::forwardRequested, this, [this] { setFrame(m_frame + 1); });
+    connect(m_transport, &Transport::lastRequested, this, [this] { setFrame(m_timeline->inOut().to); });
+    connect(m_transport, &Transport::playRequested, this, &MainWindow::play);
+    connect(m_transport, &Transport::loopChanged, this, [this](bool loop) { m_loop = loop; });
+    connect(m_transport, &Transport::inRequested, this,
+            [this] { cut(m_frame, std::max<qint64>(m_frame, m_timeline->inOut().to), true); });
+    connect(m_transport, &Transport::outRequested, this,
+            [this] { cut(std::min<qint64>(m_frame, m_timeline->inOut().from), m_frame, true); });
+    connect(m_transport, &Transport::timeFormatChanged, m_timeline, qOverload<>(&QWidget::update));
+    m_transport->setLoop(m_loop);
+}
+
+void MainWindow::connectPicture() {
+    connect(m_picture, &PictureView::spaceTapped, this, [this] { play(!m_player.isActive()); });
+    connect(m_picture, &PictureView::zoomChanged, this, &MainWindow::showZoom);
+    connect(m_picture, &PictureView::pixelHovered, this, [this](QPoint point, QRgb before, QRgb after, bool inside) {
+        const auto values = [](QRgb pixel) {
+            return QStringLiteral("%1 %2 %3 %4")
+                .arg(qRed(pixel))
+                .arg(qGreen(pixel))
+                .arg(qBlue(pixel))
+                .arg(qAlpha(pixel));
+        };
+        m_pixel->setText(inside
+                             ? tr("%1, %2:  %3 → %4").arg(point.x()).arg(point.y()).arg(values(before), values(after))
+                             : QString());
+    });
+}
+
+} // namespace larkmoor

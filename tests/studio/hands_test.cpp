@@ -1,0 +1,286 @@
+// Keys, wheel, menus and panels, as hands and screen readers find them.
+#include <gmock/gmock.h>
+
+#include <QAbstractSpinBox>
+#include <QAccessible>
+#include <QPlainTextEdit>
+
+#include "page/color_widget.h"
+#include "page/page_names.h"
+#include "page/placement_widget.h"
+#include "page/spinner_widget.h"
+#include "studio_window.h"
+
+namespace larkmoor {
+
+namespace {
+
+using Kind = Slot::Kind;
+
+class HandsTest : public StudioWindowTest {
+  protected:
+    HandsTest() { openClip(); }
+
+    /// Each effect in turn, with its page.
+    template <class Look>
+    void eachPage(Look look) {
+        makeClip("second.mkv");
+        window->addSecond(file("second.mkv"));
+        for (const EffectInfo& info : studioModule().effects()) {
+            SCOPED_TRACE(info.name);
+            window->addEffect(QString::fromStdString(info.className));
+            if (panel().page()) look(info, *panel().page());
+            if (info.kind != EffectKind::Transition) window->stack().removeSelected();
+        }
+        idle();
+    }
+    static void turnWheel(QWidget& widget) {
+        const QPointF at = widget.rect().center();
+        QWheelEvent event(at, widget.mapToGlobal(at), {}, {0, 120}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&widget, &event);
+    }
+};
+
+TEST_F(HandsTest, KeysOfEditingAreTheFields) {
+    window->addEffect("DXSText");
+    auto* const box = reachable<QPlainTextEdit>(*panel().page())[0];
+    box->setFocus();
+    box->setPlainText("two words");
+    box->moveCursor(QTextCursor::End);
+    for (const auto& [key, held] : {std::pair(Qt::Key_Backspace, Qt::ControlModifier),
+                                    std::pair(Qt::Key_L, Qt::NoModifier), std::pair(Qt::Key_Comma, Qt::NoModifier)})
+        QTest::keyClick(box, key, held);
+    EXPECT_EQ(document().project()->effects.size(), 1u);
+    EXPECT_THAT(box->toPlainText().toStdString(), testing::StartsWith("two"));
+    EXPECT_EQ(window->speed(), 0);
+    EXPECT_EQ(window->frame(), 0);
+    // What is no editing is the window's, wherever the focus is.
+    for (QWidget* focus : std::initializer_list<QWidget*>{window->effectList().filterField(), box}) {
+        focus->setFocus();
+        bool exported = false;
+        for (QAction* action : window->findChildren<QAction*>())
+            if (action->shortcut() == QKeySequence("Ctrl+E")) {
+                action->disconnect();
+                QObject::connect(action, &QAction::triggered, [&] { exported = true; });
+            }
+        QTest::keyClick(focus, Qt::Key_E, Qt::ControlModifier);
+        EXPECT_TRUE(exported) << focus->metaObject()->className();
+    }
+}
+
+TEST_F(HandsTest, CtrlYRedoes) {
+    addByName("sepia");
+    window->picture().setFocus();
+    QTest::keyClick(&window->picture(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(document().project()->effects.empty());
+    QTest::keyClick(&window->picture(), Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(document().project()->effects.size(), 1u);
+    idle();
+}
+
+TEST_F(HandsTest, KeysOfTheFilmWorkWhereverNoTextIsTyped) {
+    addByName("sepia");
+    const std::vector<QWidget*> places{&window->picture(),          &window->timeline(), window->stack().list(),
+                                       window->effectList().view(), &trackbar(),         panel().presets()};
+    for (QWidget* place : places) {
+        SCOPED_TRACE(place->metaObject()->className());
+        place->setFocus();
+        window->setFrame(10);
+        QTest::keyClick(place, Qt::Key_Period);
+        EXPECT_EQ(window->frame(), 11);
+        QTest::keyClick(place, Qt::Key_Comma);
+        EXPECT_EQ(window->frame(), 10);
+        QTest::keyClick(place, Qt::Key_L);
+        EXPECT_EQ(window->speed(), 1);
+        QTest::keyClick(place, Qt::Key_L);
+        EXPECT_EQ(window->speed(), 2);
+        QTest::keyClick(place, Qt::Key_J);
+        QTest::keyClick(place, Qt::Key_J);
+        EXPECT_EQ(window->speed(), -2);
+        QTest::keyClick(place, Qt::Key_K);
+        EXPECT_EQ(window->speed(), 0);
+        window->setFrame(5);
+        QTest::keyClick(place, Qt::Key_I);
+        EXPECT_EQ(document().project()->in, 5);
+        window->setFrame(20);
+        QTest::keyClick(place, Qt::Key_O);
+        EXPECT_EQ(document().project()->out, 21);
+    }
+    idle();
+}
+
+TEST_F(HandsTest, F9IsTheWindowsOnASliderToo) {
+    addByName("sepia");
+    const std::string before = text();
+    trackbar().setFocus();
+    QTest::keyClick(&trackbar(), Qt::Key_F9);
+    EXPECT_EQ(text(), before);
+    idle();
+}
+
+TEST_F(HandsTest, TheWheelScrollsPastWhatHasNotTheFocus) {
+    eachPage([&](const EffectInfo&, QWidget& page) {
+        window->picture().setFocus();
+        const std::string before = text();
+        for (ControlWidget* control : reachable<ControlWidget>(page)) turnWheel(*control);
+        EXPECT_EQ(text(), before);
+    });
+}
+
+TEST_F(HandsTest, AltKeysArePagesWithinItAndMenusOutside) {
+    eachPage([&](const EffectInfo& info, QWidget& page) {
+        for (QLabel* label : reachable<QLabel>(page)) {
+            const QChar letter = mnemonicOf(label->text());
+            QWidget* const goal = label->buddy();
+            const auto same = [&](const QLabel* each) { return mnemonicOf(each->text()) == letter; };
+            if (std::ranges::count_if(reachable<QLabel>(page), same) > 1) continue;
+            if (letter.isNull() || !goal || !goal->isVisible() || !goal->isEnabled()) continue;
+            const auto all = reachable<QWidget>(page);
+            const auto other = std::ranges::find_if(all, [&](QWidget* each) {
+                return each != goal && each->focusPolicy() & Qt::TabFocus && !each->isAncestorOf(goal);
+            });
+            if (other == all.end()) continue;
+            (*other)->setFocus();
+            QTest::keyClick(*other, static_cast<Qt::Key>(letter.unicode()), Qt::AltModifier);
+            EXPECT_EQ(QApplication::focusWidget(), goal) << info.name << ' ' << letter.toLatin1();
+        }
+    });
+}
+
+TEST_F(HandsTest, NoTwoMenusOrButtonsShareALetter) {
+    std::map<QChar, QStringList> taken;
+    for (QAction* menu : window->menuBar()->actions()) taken[mnemonicOf(menu->text())] << menu->text();
+    for (QAbstractButton* button : reachable<QAbstractButton>(*window))
+        if (const QChar letter = mnemonicOf(button->text()); !letter.isNull()) taken[letter] << button->text();
+    for (const auto& [letter, names] : taken) EXPECT_EQ(names.size(), 1) << names.join(", ").toStdString();
+    for (QMenu* menu : window->menuBar()->findChildren<QMenu*>()) {
+        std::map<QChar, QStringList> within;
+        for (QAction* action : menu->actions())
+            if (const QChar letter = mnemonicOf(action->text()); !letter.isNull()) within[letter] << action->text();
+        for (const auto& [letter, names] : within) EXPECT_EQ(names.size(), 1) << names.join(", ").toStdString();
+    }
+}
+
+TEST_F(HandsTest, EveryControlHasRoleNameAndValueForThoseWhoDoNotSeeIt) {
+    const auto roleOf = [](QWidget* widget) {
+        if (dynamic_cast<TrackbarWidget*>(widget)) return QAccessible::Slider;
+        if (dynamic_cast<SpinnerWidget*>(widget)) return QAccessible::SpinBox;
+        if (dynamic_cast<ColorWidget*>(widget)) return QAccessible::ColorChooser;
+        return dynamic_cast<PlacementWidget*>(widget) ? QAccessible::Graphic : QAccessible::NoRole;
+    };
+    int controls = 0;
+    eachPage([&](const EffectInfo&, QWidget& page) {
+        for (QWidget* widget : reachable<QWidget>(page)) {
+            const bool edits = qobject_cast<QLineEdit*>(widget) || qobject_cast<QComboBox*>(widget) ||
+                               qobject_cast<QPlainTextEdit*>(widget) || qobject_cast<QAbstractButton*>(widget);
+            const QAccessible::Role role = roleOf(widget);
+            if (!edits && role == QAccessible::NoRole) continue;
+            QAccessibleInterface* const told = QAccessible::queryAccessibleInterface(widget);
+            ASSERT_NE(told, nullptr);
+            EXPECT_NE(told->text(QAccessible::Name), "") << widget->objectName().toStdString();
+            ++controls;
+            if (role == QAccessible::NoRole) continue;
+            EXPECT_EQ(told->role(), role);
+            EXPECT_NE(told->text(QAccessible::Value), "");
+            if (role != QAccessible::Slider) continue;
+            QAccessibleValueInterface* const value = told->valueInterface();
+            ASSERT_NE(value, nullptr);
+            EXPECT_LT(value->minimumValue().toInt(), value->maximumValue().toInt());
+            const int middle = (value->minimumValue().toInt() + value->maximumValue().toInt()) / 2;
+            if (controls > 12) continue; // the way of one slider is that of all
+            value->setCurrentValue(middle);
+            EXPECT_NEAR(value->currentValue().toInt(), middle, 2);
+        }
+    });
+    EXPECT_GT(controls, 250);
+}
+
+TEST_F(HandsTest, AFieldGoesBackToTheEffectsDefaultByItself) {
+    eachPage([&](const EffectInfo& info, QWidget& page) {
+        std::vector<QString> helps;
+        for (const tFieldInfo& field : info.fields) helps.push_back(QString::fromUtf8(field.help));
+        const auto record = [&] { return document().selectedEffect()->record; };
+        const auto differing = [&](const std::vector<std::byte>& other) {
+            return std::ranges::count_if(info.fields, [&](const tFieldInfo& field) {
+                return fieldText(field, record()) != fieldText(field, other);
+            });
+        };
+        for (TrackbarWidget* bar : reachable<TrackbarWidget>(page)) {
+            panel().resetAll();
+            const auto before = record();
+            QTest::keyClick(bar, bar->spoken().position == bar->spoken().most ? Qt::Key_Home : Qt::Key_End);
+            if (record() == before) continue;
+            const auto moved = differing(before);
+            EXPECT_TRUE(panel().hasField(bar)) << bar->accessibleName().toStdString();
+            panel().resetField(bar);
+            // A field may have moved another one, as a start its end, which stays.
+            EXPECT_LT(differing(before), moved) << bar->accessibleName().toStdString();
+        }
+        if (info.presets.empty()) return;
+        auto defaults = record(); // as it was added
+        emit panel().presets()->chosen(panel().presets()->count() - 1);
+        panel().resetAll();
+        EXPECT_EQ(record(), defaults);
+        EXPECT_EQ(panel().effect()->record(), defaults);
+    });
+}
+
+TEST(PageNames, FieldsThatShareASentenceComeInOrder) {
+    const std::vector<NamedControl> controls{
+        {0, KWCONTROL_LABEL, 1, "&One:", {}},   {1, KWCONTROL_TRACKBAR, 0, {}, "same"},
+        {2, KWCONTROL_EDIT, 0, "5", "same"},    {0, KWCONTROL_LABEL, 4, "Two:", {}},
+        {3, KWCONTROL_TRACKBAR, 0, {}, "same"}, {4, KWCONTROL_EDIT, 0, "7", "same"},
+        {5, KWCONTROL_SPINNER, 4, {}, {}},      {6, KWCONTROL_CHECK, 0, "&On", "own"}};
+    EXPECT_THAT(controlNames(controls, "Page"),
+                testing::ElementsAre("One", "One", "One", "Two", "Two", "Two", "Two", "On"));
+    const std::vector<QString> helps{"own", "same", "same"};
+    EXPECT_THAT(controlFields(controls, helps), testing::ElementsAre(-1, 1, 1, -1, 2, 2, -1, 0));
+}
+
+TEST_F(HandsTest, ASearchForgetsWhatWasChosenForOtherWords) {
+    EffectList& list = window->effectList();
+    struct Case {
+        const char *words, *key;
+    };
+    for (const auto& [words, key] : std::initializer_list<Case>{{"additive", "DXTAdditiveDissolve"},
+                                                                {"dissolve", "Dissolve"},
+                                                                {"crossfade", "DXTAdditiveDissolve"},
+                                                                {"greenscreen", "DXTChromaKeyFilter"},
+                                                                {"grayscale", "DXTDesaturate"},
+                                                                {"legalize broadcast", "DXTBroadcastColors"}}) {
+        list.setFilter(words);
+        EXPECT_EQ(list.currentKey().toStdString(), key) << words;
+    }
+}
+
+TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {
+    const auto panelOf = [](MainWindow& of, const char* name) { return of.findChild<QDockWidget*>(name); };
+    for (const QSize size : {QSize(1280, 720), QSize(800, 500)}) {
+        QSettings().remove("panels");
+        window->document().close();
+        renew();
+        window->resize(size);
+        openClip();
+        window->addEffect("DXTKwCCutter");
+        window->addEffect("DXSText");
+        QCoreApplication::processEvents();
+        EXPECT_LE(window->width(), size.width() + 40);
+        auto* const scroll = panel().findChild<QScrollArea*>();
+        EXPECT_GE(scroll->height(), size.height() / 2) << "the page has most of its side";
+    }
+    panelOf(*window, "scope")->hide();
+    panelOf(*window, "presets")->setFloating(true);
+    ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+    window->close();
+    renew();
+    EXPECT_TRUE(panelOf(*window, "stack")->isHidden()) << "no film, no panels";
+    ASSERT_TRUE(window->open(file("p.larkmoor")));
+    EXPECT_TRUE(panelOf(*window, "scope")->isHidden());
+    EXPECT_TRUE(panelOf(*window, "presets")->isFloating());
+    EXPECT_FALSE(panelOf(*window, "settings")->isHidden());
+    idle();
+}
+
+} // namespace
+
+} // namespace larkmoor
