@@ -112,6 +112,7 @@ TEST(ProjectText, WildRecordsComeBackToTheByte) {
         Project project{.source = ProjectClip{"/folder/in.mp4", {}}, .second = {}, .out = {}, .effects = {}};
         for (int i = 0; i < 20; ++i) {
             project.effects.push_back(projectEffect(info));
+            project.effects.back().ownLevels = true;
             for (std::byte& byte : project.effects.back().record) byte = static_cast<std::byte>(random());
         }
         const Project back = parseProject(module(), projectText(project, "/folder"), "/folder", Values::Unchecked);

@@ -55,6 +55,7 @@ Pixels picture(unsigned width, unsigned height, unsigned seed, bool opaque) {
 Pixels expected(const Plugin& plugin, std::span<const std::byte> record, float progress, Pixels first, Pixels second,
                 unsigned width, unsigned height) {
     Effect effect = catalog().module().create(*plugin.info);
+    effect.setBlending(false);
     effect.setRecord(record);
     Pixels out(first.size());
     const auto wrap = [&](Pixels& pixels, PixelFormat format) {
