@@ -77,7 +77,8 @@ void restoreDepth(std::span<const TwoDepths> before, const ImageView& after, con
             for (int x = 0; x < after.width;) {
                 x += runOf(was, now, x, after.width, false);
                 const int same = runOf(was, now, x, after.width, true);
-                std::memcpy(to + 4 * x, from + 4 * x, static_cast<std::size_t>(same) * 4 * sizeof(float));
+                std::memcpy(to + std::ptrdiff_t{4} * x, from + std::ptrdiff_t{4} * x,
+                            static_cast<std::size_t>(same) * 4 * sizeof(float));
                 x += same;
             }
         }

@@ -43,7 +43,9 @@ class CGeneratorReader final : public CZeroFilled, public IDXARGBReadPtr {
         m_pSurface->GetColorKey(&info->dwColorKey);
         if (std::byte* const first = m_pRows->FirstByte()) {
             info->lPitch = m_pRows->Pitch();
-            const auto at = [&](LONG x, LONG y) { return first + std::ptrdiff_t{info->lPitch} * y + x * 4; };
+            const auto at = [&](LONG x, LONG y) {
+                return first + std::ptrdiff_t{info->lPitch} * y + std::ptrdiff_t{x} * 4;
+            };
             info->pFirstByte = at(m_Area.left, m_Area.top);
             info->pCurrentData = IsInside() ? at(Column(), Row()) : info->pFirstByte;
         }

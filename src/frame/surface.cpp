@@ -37,7 +37,9 @@ CKwSurface::~CKwSurface() {
     if (!m_Unlocked && m_AutoUnlock == TRUE) Unlock();
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a move of bytes onto themselves is none
 CKwSurface& CKwSurface::operator=(const CKwSurface& other) {
+    // NOLINTNEXTLINE(bugprone-undefined-memory-manipulation): hosts assign views as blocks
     std::memmove(static_cast<void*>(this), &other, sizeof *this);
     return *this;
 }

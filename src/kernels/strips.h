@@ -9,7 +9,7 @@
 /// Clips of different sizes, and clips that leave their frames, get that one call.
 template <class Body>
 HRESULT KwForStrips(const tView& output, const tView& input, LONG bytesPerPixel, Body&& body) {
-    constexpr std::int64_t kStripBytes = 64 * 1024;
+    constexpr std::int64_t kStripBytes = std::int64_t{64} * 1024;
     if (!output.frame || !input.frame) return body(output, input);
     const RECT outRect = output.clip ? *output.clip : *output.frame;
     const RECT inRect = input.clip ? *input.clip : *input.frame;

@@ -143,7 +143,7 @@ LONG ShowMessageEx(HWND parent, const char* text, const char* title, UINT flags,
     tMESSAGE message{parent, flags, title, text ? text : "", IconOf(flags), buttons.All(), buttons.Default()};
     message.showDetails = GetResourceString(nullptr, 48318);
     message.hideDetails = GetResourceString(nullptr, 48320);
-    if (silenced) message.silenceLabel = "Do no&t show this message again.";
+    if (silenced != nullptr) message.silenceLabel = "Do no&t show this message again.";
     std::string main, details;
     try {
         const std::string_view whole(message.text);

@@ -46,7 +46,7 @@ enum class eGroup { Grouped, Integer, Plain };
 class CGroups {
   public:
     explicit CGroups(LONG packed) {
-        char text[12];
+        char text[12]{};
         const auto end = std::to_chars(text, text + sizeof text, std::max(packed, 0)).ptr;
         for (const char* p = text; p != end; ++p) m_sizes[m_count++] = *p - '0';
     }
@@ -236,7 +236,7 @@ void PutInteger(CWorkText& out, const tConversion& c, std::int64_t value) {
     if (negative) bits = 0 - bits;
 
     const bool hex = c.code == 'x' || c.code == 'X';
-    char text[24];
+    char text[24]{};
     char* const end = std::to_chars(text, text + sizeof text, bits, hex ? 16 : c.code == 'o' ? 8 : 10).ptr;
     if (c.code == 'X')
         for (char* p = text; p != end; ++p) *p = *p >= 'a' ? static_cast<char>(*p - 'a' + 'A') : *p;
