@@ -76,7 +76,7 @@ class CIcu {
     }
 
     std::optional<CLibrary> m_library;
-    char m_suffix[8] = "";
+    char m_suffix[16] = "";
 };
 
 const CIcu& Icu() {
