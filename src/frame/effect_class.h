@@ -71,6 +71,8 @@ struct tObjectMapRow {
     LONG mate; ///< the row of an effect's page and of a page's effect; -1 for none
 };
 
+inline constexpr std::size_t kMostClasses = 128; ///< room for more than there are
+
 /// In the order that hosts count them.
 std::span<const tObjectMapRow> KwObjectMap();
 

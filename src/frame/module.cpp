@@ -1,7 +1,8 @@
 // The module as hosts load it: class factories and the walk of the object map.
 #include <algorithm>
-#include <mutex>
-#include <vector>
+#include <array>
+#include <cstring>
+#include <type_traits>
 
 #include "base/object.h"
 #include "frame/effect_class.h"
@@ -15,7 +16,8 @@ constexpr GUID kImageTransformCategory{0xC501EDBE, 0x9E70, 0x11D1, {0x90, 0x53, 
 /// Lives as long as the module; references do not keep the module loaded, locks do.
 class CClassFactory final : public IClassFactory {
   public:
-    explicit CClassFactory(const tObjectMapRow& row) : m_row(row) {}
+    CClassFactory() = default;
+    explicit CClassFactory(const tObjectMapRow& row) : m_row(&row) {}
 
     HRESULT QueryInterface(const IID* iid, void** out) noexcept override {
         if (!out) return E_POINTER;
@@ -32,11 +34,11 @@ class CClassFactory final : public IClassFactory {
         if (!out) return E_POINTER;
         *out = nullptr;
         if (!iid) return E_INVALIDARG;
-        if (!m_row.create) return CLASS_E_CLASSNOTAVAILABLE;
+        if (!m_row->create) return CLASS_E_CLASSNOTAVAILABLE;
         // An outer object has to own the inner unknown: any other interface counts on the outer object alone.
         if (outer && !(*iid == IUnknown::iid)) return CLASS_E_NOAGGREGATION;
         return KwGuarded([&] {
-            IUnknown* const object = m_row.create(m_row, outer);
+            IUnknown* const object = m_row->create(*m_row, outer);
             if (!object) return E_OUTOFMEMORY;
             const HRESULT status = object->QueryInterface(iid, out);
             object->Release();
@@ -49,12 +51,18 @@ class CClassFactory final : public IClassFactory {
     }
 
   private:
-    const tObjectMapRow& m_row;
+    const tObjectMapRow* m_row = nullptr;
 };
 
-/// The factory of a row. Made once and never freed: a host may still hold one while the process ends.
+/// The factory of a row. Nothing ends its life: a host may still hold one while the process ends.
 CClassFactory& FactoryOf(std::size_t index) {
-    static auto& factories = *new std::vector<CClassFactory>(KwObjectMap().begin(), KwObjectMap().end());
+    using tFactories = std::array<CClassFactory, kMostClasses>;
+    static_assert(std::is_trivially_destructible_v<tFactories>);
+    static tFactories factories = [] {
+        tFactories made;
+        std::ranges::transform(KwObjectMap(), made.begin(), [](const auto& row) { return CClassFactory(row); });
+        return made;
+    }();
     return factories[index];
 }
 

@@ -74,6 +74,8 @@ static constexpr auto kRows = [] {
     return rows;
 }();
 
+static_assert(kRows.size() <= kMostClasses);
+
 std::span<const tObjectMapRow> KwObjectMap() {
     return kRows;
 }
