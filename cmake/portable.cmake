@@ -9,6 +9,8 @@ function(larkmoor_portable TARGET EXPORTS)
     endif()
     set(OLD ${CMAKE_SOURCE_DIR}/src/platform/posix/old_glibc)
     target_sources(${TARGET} PRIVATE ${OLD}.cpp ${OLD}.s)
+    # Clang complains of options that an assembler has no use for.
+    set_source_files_properties(${OLD}.s PROPERTIES COMPILE_OPTIONS -Wno-unused-command-line-argument)
     # An old C library keeps the last two apart.
     target_link_options(${TARGET} PRIVATE -static-libstdc++ -static-libgcc
         -Wl,--push-state,--no-as-needed,-l:libdl.so.2,-l:libpthread.so.0,--pop-state)
