@@ -284,7 +284,7 @@ class ForeignHost : public testing::Test {
         return amount;
     }
 
-    Status Setup(Surface* input, Surface* output) {
+    Status BindSurfaces(Surface* input, Surface* output) {
         void *in = input, *out = output;
         return Call(m_transform, 6, static_cast<void*>(&in), input ? 1u : 0u, static_cast<void*>(&out),
                     output ? 1u : 0u, 0u);
@@ -358,7 +358,7 @@ TEST_F(ForeignHost, InvertsEveryAlphaAndColour) {
         }
     for (const double amount : {1.0, 0.6, 0.0}) {
         SetAmount(amount);
-        ASSERT_EQ(0, Setup(&in, &out));
+        ASSERT_EQ(0, BindSurfaces(&in, &out));
         ASSERT_EQ(0, Execute());
         const int back = static_cast<int>((1.0 - amount) * 255.0 + 0.5);
         for (int a = 0; a < 256; ++a)
@@ -371,7 +371,7 @@ TEST_F(ForeignHost, InvertsEveryAlphaAndColour) {
                 }
     }
     EXPECT_EQ(0, in.locks + out.locks);
-    EXPECT_EQ(0, Setup(nullptr, nullptr));
+    EXPECT_EQ(0, BindSurfaces(nullptr, nullptr));
     EXPECT_EQ(1, in.references);
     EXPECT_EQ(1, out.references);
 }
@@ -381,10 +381,10 @@ TEST_F(ForeignHost, LeavesFloatsAsTheyAre) {
     Surface in = MakeSurface(16, 0, 0, 5, 3), out = MakeSurface(16, 0, 0, 5, 3);
     for (std::size_t i = 0; i < in.memory.size() / 4; ++i)
         reinterpret_cast<float*>(in.memory.data())[i] = static_cast<float>(i) * 0.1f - 1.0f;
-    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, BindSurfaces(&in, &out));
     ASSERT_EQ(0, Execute());
     EXPECT_EQ(in.memory, out.memory);
-    Setup(nullptr, nullptr);
+    BindSurfaces(nullptr, nullptr);
 }
 
 TEST_F(ForeignHost, PlacesTheClippedAreaAndNothingElse) {
@@ -409,7 +409,7 @@ TEST_F(ForeignHost, PlacesTheClippedAreaAndNothingElse) {
             }
         Vector place;
         place.axis[0] = row.placeX, place.axis[1] = row.placeY;
-        ASSERT_EQ(0, Setup(&in, &out));
+        ASSERT_EQ(0, BindSurfaces(&in, &out));
         ASSERT_EQ(0, Execute(&row.clip, &place));
         for (int y = 0; y < 17; ++y)
             for (int x = 0; x < 18; ++x) {
@@ -419,7 +419,7 @@ TEST_F(ForeignHost, PlacesTheClippedAreaAndNothingElse) {
                 ASSERT_EQ(inside ? 255 - (row.inX + dx) : 0, p[0]) << x << ", " << y;
                 ASSERT_EQ(inside ? 255 - (row.inY + dy) : 0, p[1]) << x << ", " << y;
             }
-        Setup(nullptr, nullptr);
+        BindSurfaces(nullptr, nullptr);
     }
 }
 
@@ -431,7 +431,7 @@ TEST_F(ForeignHost, TellsWhatIsWrong) {
     void* target = &out;
     EXPECT_EQ(static_cast<Status>(0x80070057),
               Call(m_transform, 6, static_cast<void*>(pair), 2u, static_cast<void*>(&target), 1u, 0u));
-    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, BindSurfaces(&in, &out));
     const Bounds outside = BoundsOf(10, 10, 20, 20);
     EXPECT_EQ(1, Execute(&outside));
     Bounds wrongType = BoundsOf(0, 0, 4, 4);
@@ -442,7 +442,7 @@ TEST_F(ForeignHost, TellsWhatIsWrong) {
     EXPECT_EQ(0, Call(m_transform, 11, &flags));
     EXPECT_EQ(0x06030003u, flags);
     EXPECT_EQ(static_cast<Status>(0x80070057), Call(m_transform, 10, 4u));
-    Setup(nullptr, nullptr);
+    BindSurfaces(nullptr, nullptr);
 }
 
 TEST_F(ForeignHost, WithoutAnInputTheOutputIsInvertedInPlace) {
@@ -457,7 +457,7 @@ TEST_F(ForeignHost, WithoutAnInputTheOutputIsInvertedInPlace) {
         EXPECT_EQ(0, out.At(1, 1)[0]);
         EXPECT_EQ(255, out.At(1, 1)[3]);
     }
-    Setup(nullptr, nullptr);
+    BindSurfaces(nullptr, nullptr);
 }
 
 TEST_F(ForeignHost, NullPointersGiveAStatus) {
@@ -471,7 +471,7 @@ TEST_F(ForeignHost, NullPointersGiveAStatus) {
     EXPECT_EQ(0, Call(site, 3, static_cast<void*>(nullptr)));
     EXPECT_EQ(static_cast<Status>(0x80004005), Call(site, 4, unknown, out)) << "none";
     Surface surface = MakeSurface(4, 0, 0, 2, 2);
-    EXPECT_EQ(static_cast<Status>(0x887A0001), Setup(&surface, &surface)) << "no site";
+    EXPECT_EQ(static_cast<Status>(0x887A0001), BindSurfaces(&surface, &surface)) << "no site";
     EXPECT_EQ(0, Call(site, 3, static_cast<void*>(&m_factory)));
     Release(site);
 
@@ -536,7 +536,7 @@ TEST_F(ForeignHost, WildClipsAndPlacementsStayInside) {
     MakeInvert();
     constexpr std::int32_t kLow = INT32_MIN, kHigh = INT32_MAX;
     Surface in = MakeSurface(4, 0, 0, 6, 5), out = MakeSurface(4, 0, 0, 6, 5);
-    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, BindSurfaces(&in, &out));
     for (const Bounds& clip : {BoundsOf(kLow, kLow, kHigh, kHigh), BoundsOf(kHigh, kHigh, kLow, kLow),
                                BoundsOf(5, 4, kHigh, kHigh), BoundsOf(3, 3, 3, 9), BoundsOf(kLow, 0, 1, 1)})
         for (const std::int32_t x : {kLow, kLow + 1, -5, 0, 5, kHigh - 1, kHigh})
@@ -548,13 +548,13 @@ TEST_F(ForeignHost, WildClipsAndPlacementsStayInside) {
             }
     // Surfaces at the ends of the coordinates.
     Surface far = MakeSurface(4, kHigh - 6, kHigh - 5, 6, 5), near = MakeSurface(4, kLow, kLow, 6, 5);
-    ASSERT_EQ(0, Setup(&far, &near));
+    ASSERT_EQ(0, BindSurfaces(&far, &near));
     const Vector corner{0, 0, {kLow, kLow, 0, 0}, {}};
     *far.At(kHigh - 6, kHigh - 5) = 255;
     far.At(kHigh - 6, kHigh - 5)[3] = 255;
     EXPECT_EQ(0, Execute(nullptr, &corner));
     EXPECT_EQ(255, near.At(kLow, kLow)[1]);
-    Setup(nullptr, nullptr);
+    BindSurfaces(nullptr, nullptr);
 }
 
 TEST_F(ForeignHost, PresetsRampsAndStreams) {
@@ -601,11 +601,11 @@ TEST_F(ForeignHost, PresetsRampsAndStreams) {
     ASSERT_EQ(0, Call(ramp, 8, 1.5)); // beyond the end: not clamped, so the full negative
     Surface in = MakeSurface(4, 0, 0, 1, 1), out = MakeSurface(4, 0, 0, 1, 1);
     in.memory = {0, 100, 255, 255};
-    ASSERT_EQ(0, Setup(&in, &out));
+    ASSERT_EQ(0, BindSurfaces(&in, &out));
     ASSERT_EQ(0, Execute());
     EXPECT_EQ((std::vector<std::uint8_t>{255, 155, 0, 255}), out.memory);
     Release(ramp);
-    Setup(nullptr, nullptr);
+    BindSurfaces(nullptr, nullptr);
 }
 
 TEST_F(ForeignHost, IdentityBlocksAndPages) {
