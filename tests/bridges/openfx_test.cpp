@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -95,10 +96,14 @@ std::string changeField(Instance& instance, const tFieldInfo& field, std::size_t
         parameter.numbers = {static_cast<double>(choice)};
         return option + std::to_string(field.choices[choice].value);
     }
-    case KWFIELD_COLOR:
-        parameter.numbers = {0x12 / 255.0, 0xAB / 255.0, 0xFE / 255.0, 0x33 / 255.0};
+    case KWFIELD_COLOR: {
+        const std::size_t red = (0x12 + index * 0x35) % 256; // no two colours of an effect alike
+        parameter.numbers = {static_cast<double>(red) / 255.0, 0xAB / 255.0, 0xFE / 255.0, 0x33 / 255.0};
         parameter.numbers.resize(static_cast<std::size_t>(field.count));
-        return option + (field.count == 4 ? "#12ABFE33" : "#12ABFE");
+        char text[16];
+        std::snprintf(text, sizeof text, "#%02XABFE%s", static_cast<unsigned>(red), field.count == 4 ? "33" : "");
+        return option + text;
+    }
     case KWFIELD_POINT:
         parameter.numbers = {real, field.maximum - real / 2};
         return option + digits(real) + "," + digits(field.maximum - real / 2);

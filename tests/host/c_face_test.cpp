@@ -146,6 +146,11 @@ TEST_F(CFace, ReplacesWhatTheRowsHeld) {
             EXPECT_EQ(std::memcmp(got[0] + 2, got[1] + 2, sizeof got[0] - 2 * sizeof got[0][0]), 0) << name;
         }
     }
+    // Blended over a cleared output, white would lose a step.
+    std::memset(pixels, 0xFF, sizeof pixels);
+    make("Additive Dissolve");
+    ASSERT_EQ(render(2), 0) << larkmoor_error();
+    EXPECT_EQ(pixels[2][3][1], 0xFFFFFFFFu);
 }
 
 TEST_F(CFace, AnswersFaultsWithSentences) {
