@@ -5,7 +5,7 @@ set(CPACK_PACKAGE_CONTACT "The Larkmoor developers <developers@larkmoor.invalid>
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime plugins studio dev)
+set(CPACK_COMPONENTS_ALL runtime plugins openfx studio dev)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL OFF)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -37,6 +37,12 @@ larkmoor_package(runtime larkmoor video "video effects for clips and stills"
     "")
 larkmoor_package(plugins larkmoor-plugins video "video effects as plug-ins for editors"
     "The effects of Larkmoor as frei0r plug-ins, for FFmpeg, MLT, Kdenlive and\nGStreamer." "${SAME}")
+larkmoor_package(openfx larkmoor-openfx video "video effects for hosts of OpenFX"
+    "The effects of Larkmoor as one OpenFX bundle, whole by itself, for hosts of\nfilm and grading." "")
+# Looked for when they are first needed: letters, and the words of locales.
+set(CPACK_DEBIAN_OPENFX_PACKAGE_RECOMMENDS "libfreetype6, libfontconfig1, libicu72")
+install(FILES ${CMAKE_SOURCE_DIR}/data/openfx.overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+        RENAME larkmoor-openfx COMPONENT openfx)
 larkmoor_package(studio larkmoor-studio video "desktop studio for video effects"
     "Every effect of Larkmoor with its settings, live over a clip,\nand the export of whole films." "${SAME}")
 larkmoor_package(dev liblarkmoor-dev libdevel "video effects for programs: headers"

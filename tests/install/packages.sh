@@ -23,6 +23,15 @@ ffmpeg -v error -i a.png -vf frei0r=larkmoor_invert -pix_fmt rgb24 -f rawvideo p
 ffmpeg -v error -i b.png -pix_fmt rgb24 -f rawvideo command.raw
 cmp plug.raw command.raw || fail "the installed plug-in does not do what the command does"
 
+# The bundle for OpenFX is whole by itself.
+bundle=$prefix/moved\ folder/OFX/Plugins/Larkmoor.ofx.bundle/Contents
+if [ -e "$bundle" ]; then
+    module=("$bundle"/*/liblarkmoor.so)
+    [ -f "${module[0]}" ] && [ ! -L "${module[0]}" ] || fail "no module in the bundle"
+    icons=("$bundle"/Resources/org.larkmoor.*.png)
+    [ "${#icons[@]}" = "$(larkmoor list --json | jq length)" ] || fail "not an icon an effect"
+fi
+
 # What a line may go on with: the words behind "larkmoor" on the left, one of the answers on the right.
 completion=$prefix/moved\ folder/share/bash-completion/completions/larkmoor
 answers() {
@@ -32,7 +41,7 @@ answers() {
 expect() {
     local wanted=$1
     shift
-    answers "$@" | grep -qxF -- "$wanted" || fail "no $wanted after: $*"
+    answers "$@" | grep -xF -- "$wanted" >/dev/null || fail "no $wanted after: $*"
 }
 expect render re
 expect --effect render in.mp4 --e
@@ -44,8 +53,8 @@ expect on render --effect "Gaussian Blur" --set red = o
 expect Iris join a b --transition I
 expect "Test Pattern" generate T
 [ "$(answers generate "" | sort | head -n 1)" = "Test Pattern" ] || fail "generate takes what is no generator"
-! answers re | grep -qx show || fail "what does not fit is offered"
-! answers "" | grep -qx complete || fail "a hidden verb is offered"
+! answers re | grep -x show >/dev/null || fail "what does not fit is offered"
+! answers "" | grep -x complete >/dev/null || fail "a hidden verb is offered"
 [ -z "$(answers render "")" ] || fail "no room for files"
 
 for verb in "" -render -join -generate -list -show -lut -presets; do
