@@ -9,6 +9,7 @@
 #include "host/alpha.h"
 #include "host/depth.h"
 #include "json_node.h"
+#include "key_options.h"
 #include "levels.h"
 #include "output_file.h"
 #include "preset_store.h"
@@ -20,25 +21,12 @@ namespace {
 std::pair<std::string, std::string> splitField(const std::string& option, const std::string& text) {
     const std::size_t at = text.find('=');
     if (at == std::string::npos || at == 0)
-        throw UsageError(
-            fmt::format("{} takes FIELD={}, not \"{}\"", option, option == "--ramp" ? "FROM:TO" : "VALUE", text));
+        throw UsageError(fmt::format("{} takes FIELD={}, not \"{}\"", option,
+                                     option == "--ramp"  ? "FROM:TO"
+                                     : option == "--key" ? "FRAME:VALUE,..."
+                                                         : "VALUE",
+                                     text));
     return {text.substr(0, at), text.substr(at + 1)};
-}
-
-void addRamp(Step& step, const std::string& text, Values values) {
-    const auto [name, range] = splitField("--ramp", text);
-    const std::size_t colon = range.find(':');
-    if (colon == std::string::npos) throw UsageError(fmt::format("--ramp takes FIELD=FROM:TO, not \"{}\"", text));
-    const tFieldInfo& field = step.info->field(name);
-    if (field.ramp == KWRAMP_START)
-        throw UsageError(
-            fmt::format("{} of {} does not change gradually; --set gives it one value", field.name, step.info->name));
-    if (!step.ramp) step.ramp = Ramp{step.record, step.record, {}};
-    setFieldText(field, step.ramp->from, range.substr(0, colon));
-    setFieldText(field, step.ramp->to, range.substr(colon + 1));
-    if (values == Values::Unchecked) return;
-    checkField(field, step.ramp->from);
-    checkField(field, step.ramp->to);
 }
 
 /// A surface for pictures between effects: of the size of another one, kept from frame to frame.
@@ -107,13 +95,29 @@ Step planStep(const Module& module, const EffectRequest& request) {
             step.presets.push_back(text);
             break;
         case Kind::Ramp:
+        case Kind::Key:
+        case Kind::From:
+        case Kind::To:
             break;
         }
     }
     step.record = effect.record();
     asUsage([&] {
-        for (const auto& [kind, text] : request.options)
-            if (kind == Kind::Ramp) addRamp(step, text, request.values);
+        for (const auto& [kind, text] : request.options) {
+            if (kind == Kind::Ramp || kind == Kind::Key) {
+                const bool ramp = kind == Kind::Ramp;
+                const auto [name, keys] = splitField(ramp ? "--ramp" : "--key", text);
+                const tFieldInfo& field = step.info->field(name);
+                Curve curve = ramp ? parseRamp(*step.info, field, step.record, keys, request.values)
+                                   : parseKeys(*step.info, field, step.record, keys, request.values);
+                checkEnds(*step.info, curve);
+                std::erase_if(step.curves, [&](const Curve& each) { return each.field == &field; });
+                step.curves.push_back(std::move(curve));
+            }
+            if (kind == Kind::From) std::tie(step.span.from, step.span.fromTimed) = parseFrame("--from", text);
+            if (kind == Kind::To) std::tie(step.span.to, step.span.toTimed) = parseFrame("--to", text);
+        }
+        checkSpan(step.span);
     });
     return step;
 }
@@ -135,17 +139,23 @@ void saveStates(const Module& module, const Step& step, bool overwrite) {
         writeWhole(path, {reinterpret_cast<const char*>(state.data()), state.size()}, overwrite);
 }
 
-void settleRamps(Recipe& recipe, std::optional<std::int64_t> total, const std::string& name) {
-    const auto settle = [&](Step& step) {
-        if (!step.ramp || step.ramp->frames) return;
-        if (!total)
-            throw UsageError(fmt::format("the number of frames of {} cannot be told; a ramp needs --frames, or a first "
-                                         "and last frame in a project",
-                                         name));
-        step.ramp->frames.emplace(0, std::max<std::int64_t>(0, *total - 1));
+bool needsTotal(const Recipe& recipe) {
+    const auto needs = [](const Step& step) { return needsTotal(step.curves); };
+    return (recipe.generates() && needs(*recipe.head)) || std::ranges::any_of(recipe.effects, needs);
+}
+
+void settleKeys(Recipe& recipe, std::optional<std::int64_t> total, AVRational rate, const std::string& name) {
+    if (!total && needsTotal(recipe))
+        throw UsageError(fmt::format("the number of frames of {} cannot be told; a ramp, or a key at the end, needs "
+                                     "--frames, or frames of its own in a project",
+                                     name));
+    const auto settleStep = [&](Step& step) {
+        settle(step.curves, 0, std::max<std::int64_t>(0, total.value_or(1) - 1), rate);
+        settle(step.span, rate);
     };
-    if (recipe.generates()) settle(*recipe.head);
-    for (Step& step : recipe.effects) settle(step);
+    // A transition's ends are those of its overlaps.
+    if (recipe.generates() || (recipe.head && !needsTotal(recipe.head->curves))) settleStep(*recipe.head);
+    for (Step& step : recipe.effects) settleStep(step);
 }
 
 std::vector<std::string> effectsInBytes(const Recipe& recipe) {
@@ -162,14 +172,15 @@ std::vector<std::string> effectsInBytes(const Recipe& recipe) {
 }
 
 bool limitsLevels(const Step& step) {
-    if (!isLegalizer(*step.info) || step.ramp) return isLegalizer(*step.info);
+    if (!isLegalizer(*step.info) || !step.curves.empty()) return isLegalizer(*step.info);
     std::vector<std::byte> record = step.record; // of which what it takes for white limits nothing
     if (const tFieldInfo* const levels = levelsField(*step.info))
         setFieldText(*levels, record, fieldText(*levels, step.info->defaults));
     return !isNone(*step.info, record);
 }
 
-Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors) : m_processors(processors) {
+Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors)
+    : m_module(module), m_processors(processors) {
     if (recipe.head) m_head = makeLink(module, *recipe.head);
     for (const Step& step : recipe.effects) m_links.push_back(makeLink(module, step));
 }
@@ -182,10 +193,11 @@ Chain::Link Chain::makeLink(const Module& module, const Step& step) const {
 }
 
 void Chain::change(Link& link, const Step& step) {
-    if (link.step.ramp && !step.ramp) link.effect.clearRamp();
-    if (link.step.record != step.record) link.effect.setRecord(step.record);
-    if (step.ramp && link.step.ramp != step.ramp) link.effect.setRamp(step.ramp->from, step.ramp->to);
-    if (link.step.record != step.record || link.step.ramp != step.ramp) link.drawn = {};
+    if (link.step.record != step.record || link.step.curves != step.curves) {
+        link.effect.setRecord(step.record);
+        link.placed.clear();
+        link.drawn = {};
+    }
     link.step = step;
 }
 
@@ -211,38 +223,46 @@ void Chain::update(const Module& module, const Recipe& recipe) {
     }
 }
 
-void Chain::place(Link& link, const Moment& moment) {
-    if (!link.step.ramp) return;
-    double position = moment.progress;
-    if (const auto& frames = link.step.ramp->frames) {
-        const auto [first, last] = *frames;
-        position = moment.index <= first ? 0
-                   : moment.index >= last
-                       ? 1
-                       : static_cast<double>(moment.index - first) / static_cast<double>(last - first);
-    }
-    link.effect.setRampPosition(position);
+bool Chain::worksAt(std::int64_t index) const {
+    return std::ranges::any_of(m_links, [&](const Link& link) { return link.step.span.contains(index); });
 }
 
-void Chain::layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment) {
+bool Chain::limitsAt(std::int64_t index) const {
+    return std::ranges::any_of(
+        m_links, [&](const Link& link) { return link.step.span.contains(index) && limitsLevels(link.step); });
+}
+
+/// Sets the record of a moment. @return whether it is another one than before.
+bool Chain::place(Link& link, const Moment& moment) const {
+    if (link.step.curves.empty()) return false;
+    std::vector<std::byte> record =
+        recordAt(m_module, link.effect, link.step.record, link.step.curves, moment.index, moment.progress);
+    if (record == link.placed) return false;
+    link.effect.setRecord(record);
+    link.placed = std::move(record);
+    return true;
+}
+
+void Chain::layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment) const {
     const Surface before = link.drawn;
     between(link.drawn, from);
-    if (link.drawn.get() != before.get() || link.step.ramp) {
-        place(link, moment);
-        link.effect.generate(link.drawn);
-    }
+    const bool moved = place(link, moment);
+    if (moved || link.drawn.get() != before.get()) link.effect.generate(link.drawn);
     larkmoor::layOver(link.drawn.view(), from.view(), to.view());
 }
 
 void Chain::filter(const Surface& input, Surface output, const Moment& moment) {
+    std::vector<Link*> links;
+    for (Link& link : m_links)
+        if (link.step.span.contains(moment.index)) links.push_back(&link);
     Surface from = input;
-    for (std::size_t i = 0, turn = 0; i < m_links.size(); ++turn) {
-        Link& link = m_links[i];
+    for (std::size_t i = 0, turn = 0; i < links.size(); ++turn) {
+        Link& link = *links[i];
         std::size_t end = i + 1;
-        while (needsBytes(link.step, from) && end < m_links.size() && needsBytes(m_links[end].step, from)) ++end;
-        Surface to = end < m_links.size() ? between(m_between[turn % 2], input) : output;
+        while (needsBytes(link.step, from) && end < links.size() && needsBytes(links[end]->step, from)) ++end;
+        Surface to = end < links.size() ? between(m_between[turn % 2], input) : output;
         if (needsBytes(link.step, from)) {
-            filterBytes(std::span(m_links).subspan(i, end - i), from, to, moment);
+            filterBytes(std::span(links).subspan(i, end - i), from, to, moment);
         } else if (link.step.over) {
             layOver(link, from, to, moment);
         } else {
@@ -256,19 +276,20 @@ void Chain::filter(const Surface& input, Surface output, const Moment& moment) {
     }
 }
 
-void Chain::filterBytes(std::span<Link> links, const Surface& input, Surface output, const Moment& moment) {
+void Chain::filterBytes(std::span<Link* const> links, const Surface& input, Surface output, const Moment& moment) {
     Surface from = narrowed(m_bytes[0], input);
     const TwoDepths before{input.view(), from.view()};
     for (std::size_t i = 0; i < links.size(); ++i) {
         Surface to = between(m_bytes[1 + i % 2], from);
         to.clear();
-        place(links[i], moment);
-        links[i].effect.render(std::span(&from, 1), to);
+        place(*links[i], moment);
+        links[i]->effect.render(std::span(&from, 1), to);
         to.touch();
         from = to;
     }
     restoreDepth(std::span(&before, 1), from.view(), output.view());
-    if (std::ranges::any_of(links, limitsLevels, &Link::step)) limitPicture(output.view());
+    if (std::ranges::any_of(links, [](const Link* link) { return limitsLevels(link->step); }))
+        limitPicture(output.view());
 }
 
 void Chain::join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment) {
@@ -289,7 +310,7 @@ void Chain::join(Link& link, const Surface& from, const Surface& to, Surface out
     output.touch();
 }
 
-void Chain::generate(Link& link, const Surface& output, const Moment& moment) {
+void Chain::generate(Link& link, const Surface& output, const Moment& moment) const {
     place(link, moment);
     const ImageView view = output.view();
     if (view.format != PixelFormat::PremultipliedArgb32) return link.effect.generate(output);
@@ -304,17 +325,17 @@ void Chain::generate(Link& link, const Surface& output, const Moment& moment) {
 }
 
 bool Chain::run(const Surface& first, const Surface& second, Surface output, const Moment& moment) {
-    const bool generates = !first, joins = first && second && m_head;
-    if (!generates && !joins && m_links.empty()) return false;
+    const bool generates = !first, joins = first && second && m_head, filters = worksAt(moment.index);
+    if (!generates && !joins && !filters) return false;
     Surface picture = first;
     if (generates || joins) {
-        picture = m_links.empty() ? output : between(m_base, output);
+        picture = filters ? between(m_base, output) : output;
         if (generates)
             generate(*m_head, picture, moment);
         else
             join(*m_head, first, second, picture, moment);
     }
-    if (!m_links.empty()) filter(picture, output, moment);
+    if (filters) filter(picture, output, moment);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/module.h"
+#include "keys.h"
 #include "media/av.h"
 #include "record.h"
 
@@ -15,28 +16,19 @@ namespace larkmoor {
 
 /// One effect with the options that followed it on the command line.
 struct EffectRequest {
-    enum class Kind { Preset, Set, Ramp, LoadState, SaveState, SavePreset };
+    enum class Kind { Preset, Set, Ramp, Key, From, To, LoadState, SaveState, SavePreset };
     std::string name;
     bool over = false;                                 ///< a generator whose picture is laid over what came before it
     std::vector<std::pair<Kind, std::string>> options; ///< as given, in order
     Values values = Values::Checked;
 };
 
-/// The way from one record to another while the output runs.
-struct Ramp {
-    std::vector<std::byte> from, to;
-    /// First and last frame of the output, outside of which the ends hold. Without it the whole output, or all of a
-    /// transition.
-    std::optional<std::pair<std::int64_t, std::int64_t>> frames;
-
-    friend bool operator==(const Ramp&, const Ramp&) = default;
-};
-
 /// One effect with everything about it settled.
 struct Step {
     const EffectInfo* info = nullptr;
     std::vector<std::byte> record;
-    std::optional<Ramp> ramp;
+    Curves curves = {};
+    Span span = {};
     std::vector<std::string> saveTo;  ///< files for the persisted form
     std::vector<std::string> presets; ///< names to save it under
     bool over = false;                ///< as in the request
@@ -78,7 +70,7 @@ auto asUsage(Action action) {
     }
 }
 
-/// Presets, fields and states in the order given, ramps last. Throws UsageError for names and values that do not fit.
+/// Presets, fields and states in the order given, keys last. Throws UsageError for names and values that do not fit.
 Step planStep(const Module& module, const EffectRequest& request);
 
 /// Writes what `--save-state` and `--save-preset` asked for.
@@ -86,16 +78,23 @@ void saveStates(const Module& module, const Step& step, bool overwrite);
 /// Throws where that could not be written, before there is any work.
 void checkSaves(const Step& step, bool overwrite);
 
-/// Gives ramps over the whole output its length. Throws UsageError where there is such a ramp and the length is not
-/// known.
+/// Brings keys at the output's ends and at times to their frames. Throws UsageError where one stands at an end and the
+/// output's length is not known.
 /// @param name of what is rendered, for the sentence.
-void settleRamps(Recipe& recipe, std::optional<std::int64_t> total, const std::string& name);
+void settleKeys(Recipe& recipe, std::optional<std::int64_t> total, AVRational rate, const std::string& name);
+/// Whether that needs the output's length.
+bool needsTotal(const Recipe& recipe);
 
 /// Effect objects for one frame in flight.
 class Chain {
   public:
     /// @param processors for one frame's work; one where frames run in parallel.
     Chain(const Module& module, const Recipe& recipe, unsigned processors = 1);
+
+    /// Whether any of the recipe's filters and generators laid over works at a frame.
+    bool worksAt(std::int64_t index) const;
+    /// Whether one of those holds levels to those that can be broadcast.
+    bool limitsAt(std::int64_t index) const;
 
     /// Takes over other settings; objects are made anew only where the effects themselves are others.
     void update(const Module& module, const Recipe& recipe);
@@ -112,17 +111,19 @@ class Chain {
     struct Link {
         Step step;
         Effect effect;
-        Surface drawn = {}; ///< the picture of a generator that is laid over; kept as long as it does not change
+        Surface drawn = {};                 ///< the picture of a generator that is laid over; kept while it is the same
+        std::vector<std::byte> placed = {}; ///< the record of the frame that was made last, where there are keys
     };
     Link makeLink(const Module& module, const Step& step) const;
     static void change(Link& link, const Step& step);
-    static void place(Link& link, const Moment& moment);
-    static void layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment);
-    static void generate(Link& link, const Surface& output, const Moment& moment);
+    bool place(Link& link, const Moment& moment) const;
+    void layOver(Link& link, const Surface& from, const Surface& to, const Moment& moment) const;
+    void generate(Link& link, const Surface& output, const Moment& moment) const;
     void join(Link& link, const Surface& from, const Surface& to, Surface output, const Moment& moment);
     void filter(const Surface& input, Surface output, const Moment& moment);
-    void filterBytes(std::span<Link> links, const Surface& input, Surface output, const Moment& moment);
+    void filterBytes(std::span<Link* const> links, const Surface& input, Surface output, const Moment& moment);
 
+    Module m_module;
     unsigned m_processors;
     std::optional<Link> m_head;
     std::vector<Link> m_links;

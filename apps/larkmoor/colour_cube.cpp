@@ -99,7 +99,9 @@ void checkTonal(const Module& module, const std::vector<Step>& effects) {
     for (const Step& step : effects) {
         const std::string& name = step.info->name;
         if (step.over) throw UsageError(fmt::format("{} is laid over pictures, which no LUT can do", name));
-        if (step.ramp) throw UsageError(fmt::format("{} has a ramp, and a LUT is the same at all times", name));
+        if (!step.curves.empty() || step.span != Span())
+            throw UsageError(
+                fmt::format("{} has keys, a ramp or a range of frames, and a LUT is the same at all times", name));
         if (!isTonal(module, step))
             throw UsageError(
                 fmt::format("{}, as set, goes by more than a pixel's colour: by its place, its neighbours, "

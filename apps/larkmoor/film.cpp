@@ -36,7 +36,7 @@ bool makesClear(const Module& module, const Film& film, const Recipe& recipe) {
 
 Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
     const std::optional<std::int64_t> total = film.total();
-    settleRamps(recipe, total, film.name());
+    settleKeys(recipe, total, film.video().rate, film.name());
     settleLevels(recipe);
     refuseInputs(request.path, film.files());
     const auto check = [&](const Step& step) {

@@ -6,8 +6,6 @@
 
 namespace larkmoor {
 
-namespace {
-
 std::string hexText(std::span<const std::byte> bytes) {
     std::string text;
     for (const std::byte byte : bytes) text += fmt::format("{:02X}", static_cast<unsigned>(byte));
@@ -26,8 +24,6 @@ std::vector<std::byte> parseHex(const std::string& text) {
     if (!good) throw Error("has to be two hexadecimal digits for every byte");
     return bytes;
 }
-
-} // namespace
 
 Json parseJson(const std::string& text) {
     try {

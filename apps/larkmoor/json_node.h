@@ -77,8 +77,12 @@ class Node {
     template <class Use>
     void elements(Use use) const {
         if (!m_value.is_array()) fail("has to be a list, with brackets around it");
-        for (std::size_t i = 0; i < m_value.size(); ++i) use(Node(m_value[i], fmt::format("{}[{}]", m_place, i)));
+        for (std::size_t i = 0; i < m_value.size(); ++i) use(element(i));
     }
+
+    const Json& json() const { return m_value; }
+    const std::string& place() const { return m_place; }
+    Node element(std::size_t i) const { return Node(m_value[i], fmt::format("{}[{}]", m_place, i)); }
 
     std::string text() const {
         if (!m_value.is_string()) fail("has to be a text in quotes");
@@ -121,6 +125,10 @@ class Node {
 Json parseJson(const std::string& text);
 
 bool isUtf8(const std::string& text);
+
+/// Two hexadecimal digits for every byte.
+std::string hexText(std::span<const std::byte> bytes);
+std::vector<std::byte> parseHex(const std::string& text);
 
 /// Writes a record over `base`: as the texts of its fields, or as bytes where texts do not say all of it.
 /// @param all tells fields that are as in `base`, too.

@@ -10,19 +10,16 @@ namespace {
 
 constexpr const char* levelsName = "studioRGB";
 
+/// Whether the pictures say what an effect's levels are: neither its record nor keys do.
+template <class Effect>
+bool goesByPictures(const Effect& effect) {
+    const tFieldInfo* const field = levelsField(*effect.info);
+    return field && !effect.ownLevels && !findCurve(effect.curves, *field);
+}
+
 template <class Effect>
 void settle(Effect& effect, bool studio) {
-    const tFieldInfo* const field = levelsField(*effect.info);
-    if (!field || effect.ownLevels) return;
-    const char* const value = studio ? "on" : "off";
-    setFieldText(*field, effect.record, value);
-    if (!effect.ramp) return;
-    if constexpr (requires { effect.ramp->from; }) {
-        setFieldText(*field, effect.ramp->from, value);
-        setFieldText(*field, effect.ramp->to, value);
-    } else {
-        setFieldText(*field, effect.ramp->record, value);
-    }
+    if (goesByPictures(effect)) setFieldText(*levelsField(*effect.info), effect.record, studio ? "on" : "off");
 }
 
 bool hasStudioLevels(const Recipe& recipe) {
@@ -58,7 +55,7 @@ std::vector<std::string> levelNotes(const Recipe& recipe) {
     const bool studio = hasStudioLevels(recipe);
     std::vector<std::string> notes;
     for (const Step& step : recipe.effects) {
-        if (levelsField(*step.info) && !step.ownLevels)
+        if (goesByPictures(step))
             notes.push_back(
                 fmt::format("{} takes black and white for {}, as the pictures have them; {}={} says otherwise",
                             step.info->name, studio ? "16 and 235" : "0 and 255", levelsName, studio ? "off" : "on"));

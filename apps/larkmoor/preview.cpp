@@ -79,9 +79,14 @@ std::vector<std::byte> scaledRecord(const EffectInfo& info, std::span<const std:
 
 void scaleStep(Step& step, double scale) {
     step.record = scaledRecord(*step.info, step.record, scale);
-    if (!step.ramp) return;
-    step.ramp->from = scaledRecord(*step.info, step.ramp->from, scale);
-    step.ramp->to = scaledRecord(*step.info, step.ramp->to, scale);
+    for (Curve& curve : step.curves) {
+        if (curve.field->kind != KWFIELD_FONT) continue;
+        std::vector<std::byte> record = step.record;
+        for (Key& key : curve.keys) {
+            putFieldBytes(*curve.field, record, key.value);
+            key.value = fieldBytes(*curve.field, scaledRecord(*step.info, record, scale));
+        }
+    }
 }
 
 bool sameRate(const std::optional<AVRational>& a, const std::optional<AVRational>& b) {
@@ -150,7 +155,7 @@ class PreviewFilm {
         return facts;
     }
 
-    /// How many frames a run over a range expects: what ramps over the whole output go by.
+    /// How many frames a run over a range expects: what keys at its ends go by.
     std::optional<std::int64_t> total(std::int64_t in, std::optional<std::int64_t> out) {
         std::optional<std::int64_t> all;
         if (m_made)
@@ -286,7 +291,8 @@ class PreviewRenderer::Kitchen {
     void render(const std::shared_ptr<PreviewFilm>& film, const Wish& wish, PreviewResult& result) {
         const Project& project = *wish.project;
         Recipe recipe = recipeOf(project);
-        settleRamps(recipe, needsTotal(recipe) ? film->total(project.in, project.out) : std::nullopt, "the project");
+        settleKeys(recipe, needsTotal(recipe) ? film->total(project.in, project.out) : std::nullopt, film->video().rate,
+                   "the project");
         settleLevels(recipe);
         if (wish.options.half) {
             if (recipe.head) scaleStep(*recipe.head, 0.5);
@@ -301,7 +307,7 @@ class PreviewRenderer::Kitchen {
             after = take();
             after.setInfo(m_base.info());
             m_effects.update(m_module, effects);
-            m_effects.run(m_base, {}, after, {wish.frame - project.in, 0});
+            if (!m_effects.run(m_base, {}, after, {wish.frame - project.in, 0})) after = m_base;
         }
         if (wish.options.wantBefore) result.before = bytes(m_base);
         result.after = after.get() == m_base.get() && result.before ? result.before : bytes(after);
@@ -315,16 +321,11 @@ class PreviewRenderer::Kitchen {
         bool half = false;
         const EffectInfo* head = nullptr;
         std::vector<std::byte> record;
-        std::optional<Ramp> ramp;
+        Curves curves;
         friend bool operator==(const Key&, const Key&) = default;
     };
 
     static unsigned processors() { return std::max(1u, std::thread::hardware_concurrency()); }
-
-    static bool needsTotal(const Recipe& recipe) {
-        const auto open = [](const Step& step) { return step.ramp && !step.ramp->frames; };
-        return (recipe.generates() && open(*recipe.head)) || std::ranges::any_of(recipe.effects, open);
-    }
 
     Surface take() { return m_pool.take(m_form, m_width, m_height); }
 
@@ -333,8 +334,8 @@ class PreviewRenderer::Kitchen {
         if (recipe.head) {
             key.head = recipe.head->info;
             key.record = recipe.head->record;
-            key.ramp = recipe.head->ramp;
-            if (key.ramp) key.index = wish.frame - wish.project->in;
+            key.curves = recipe.head->curves;
+            if (!key.curves.empty()) key.index = wish.frame - wish.project->in;
         }
         if (m_base && key == m_key) return;
         m_base = {};

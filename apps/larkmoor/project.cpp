@@ -7,6 +7,7 @@
 
 #include "host/names.h"
 #include "json_node.h"
+#include "keys_json.h"
 #include "levels.h"
 #include "output_file.h"
 #include "requests.h"
@@ -19,8 +20,6 @@ namespace {
 
 constexpr int version = 1;
 constexpr const char* versionKey = "larkmoor project";
-constexpr double longestDuration = 1e6; ///< seconds
-constexpr std::int64_t lastFrame = std::int64_t{1} << 40;
 
 Json effectJson(const ProjectEffect& effect) {
     Json out{{"effect", effect.info->className}, {"on", effect.on}, {"over", effect.over}};
@@ -28,21 +27,13 @@ Json effectJson(const ProjectEffect& effect) {
     if (const tFieldInfo* const levels = levelsField(*effect.info);
         levels && !effect.ownLevels && out.contains("fields"))
         out["fields"].erase(levels->name); // the pictures say it
-    if (effect.ramp) {
-        Json ramp = Json::object();
-        if (effect.ramp->frames) {
-            ramp["from"] = effect.ramp->frames->first;
-            ramp["to"] = effect.ramp->frames->second;
-        }
-        putRecord(ramp, *effect.info, effect.record, effect.ramp->record, false);
-        out["ramp"] = std::move(ramp);
-    }
+    putKeys(out, *effect.info, effect.record, effect.curves, effect.span);
     return out;
 }
 
 /// @param kind of effect that is wanted: a filter, or a generator to be laid over, for Filter.
 ProjectEffect takeEffect(const Module& module, const Node& node, EffectKind kind, Values values) {
-    node.object({"effect", "on", "over", "fields", "record", "ramp"});
+    node.object({"effect", "on", "over", "fields", "record", "keys", "ramp", "from", "to"});
     const Node name = node.at("effect");
     ProjectEffect effect;
     effect.info = name.parsed([&](const std::string& text) { return &module.find(text); });
@@ -66,16 +57,10 @@ ProjectEffect takeEffect(const Module& module, const Node& node, EffectKind kind
         const auto fields = node.find("fields");
         effect.ownLevels = node.find("record") || (fields && fields->find(levels->name));
     }
-    if (const auto ramp = node.find("ramp")) {
-        ramp->object({"from", "to", "fields", "record"});
-        effect.ramp.emplace();
-        effect.ramp->record = takeRecord(*ramp, info, effect.record, values);
-        if (ramp->find("from") || ramp->find("to")) {
-            effect.ramp->frames.emplace(ramp->at("from").frame(), ramp->at("to").frame());
-            if (effect.ramp->frames->first > effect.ramp->frames->second)
-                ramp->fail("\"from\" has to be no later than \"to\"");
-        }
-    }
+    effect.curves = takeKeys(node, info, effect.record, values);
+    effect.span = takeSpan(node);
+    if (kind != EffectKind::Filter && effect.span != Span())
+        node.fail("\"from\" and \"to\" go with the effects that follow; this one makes the pictures");
     return effect;
 }
 
@@ -105,7 +90,7 @@ std::string rateText(AVRational rate) {
 } // namespace
 
 ProjectEffect projectEffect(const EffectInfo& info) {
-    return {.info = &info, .record = info.defaults, .ramp = {}};
+    return {.info = &info, .record = info.defaults, .curves = {}, .span = {}};
 }
 
 bool isProject(const std::string& path) {

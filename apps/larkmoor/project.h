@@ -10,18 +10,11 @@
 #include <vector>
 
 #include "host/module.h"
+#include "keys.h"
 #include "media/av.h"
 #include "record.h"
 
 namespace larkmoor {
-
-/// How an effect's record moves while the output runs.
-struct ProjectRamp {
-    std::vector<std::byte> record; ///< at the end; the effect's own record is the start
-    /// First and last frame of the output, which hold before and after; the whole output without it (of a transition
-    /// the overlap).
-    std::optional<std::pair<std::int64_t, std::int64_t>> frames;
-};
 
 struct ProjectEffect {
     const EffectInfo* info = nullptr;
@@ -29,7 +22,8 @@ struct ProjectEffect {
     bool over = false;      ///< a generator whose picture is laid over what came before it
     bool ownLevels = false; ///< the record says what the pictures' levels are; else the pictures do
     std::vector<std::byte> record;
-    std::optional<ProjectRamp> ramp;
+    Curves curves; ///< of frames of the output
+    Span span;     ///< of a filter or a generator that is laid over
 };
 
 /// A clip, a picture or a numbered sequence.

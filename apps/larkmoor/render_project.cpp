@@ -5,9 +5,12 @@ namespace larkmoor {
 namespace {
 
 Step stepOf(const ProjectEffect& effect) {
-    Step step{.info = effect.info, .record = effect.record, .over = effect.over, .ownLevels = effect.ownLevels};
-    if (effect.ramp) step.ramp = Ramp{effect.record, effect.ramp->record, effect.ramp->frames};
-    return step;
+    return {.info = effect.info,
+            .record = effect.record,
+            .curves = effect.curves,
+            .span = effect.span,
+            .over = effect.over,
+            .ownLevels = effect.ownLevels};
 }
 
 std::unique_ptr<Film> filmOf(const Project& project, const OutputRequest& output) {

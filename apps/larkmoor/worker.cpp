@@ -39,8 +39,7 @@ PixelFormat formFor(const Recipe& recipe, const VideoFacts& video, std::span<con
 }
 
 Worker::Worker(const WorkPlan& plan)
-    : m_plan(plan), m_form(formFor(plan.recipe, plan.video, plan.others)),
-      m_limits(std::ranges::any_of(plan.recipe.effects, limitsLevels)), m_chain(plan.module, plan.recipe) {}
+    : m_plan(plan), m_form(formFor(plan.recipe, plan.video, plan.others)), m_chain(plan.module, plan.recipe) {}
 
 tSurfaceInfo Worker::infoFor(const Job& job) const {
     return {av_q2d(m_plan.video.aspect), av_q2d(m_plan.video.rate), job.time100ns};
@@ -123,7 +122,7 @@ bool Worker::convert(Job& job, AVFrame& frame, const VideoFacts& facts, FramePtr
 void Worker::run(Job& job) {
     const Target& target = m_plan.sink.target();
     const VideoFacts& first = factsOf(job.clip);
-    const bool plain = job.plain && m_plan.recipe.effects.empty();
+    const bool plain = job.plain && !m_chain.worksAt(job.index);
     if (plain && passOn(job, job.first, first)) return;
     FramePtr made = m_plan.frames.take();
     AVFrame& out = *made;
@@ -148,8 +147,9 @@ void Worker::run(Job& job) {
         output.touch();
         // What nothing has changed keeps the samples that it came with. Limits have to hold for what the effect's bytes
         // do not tell of other samples, too.
+        const bool limits = m_chain.limitsAt(job.index);
         const auto unchanged = [&](const Surface& picture, const FramePtr& frame, const VideoFacts& facts) {
-            return picture && !(m_limits && !isBytes(*frame)) && isUnchanged(picture.view(), output.view()) &&
+            return picture && !(limits && !isBytes(*frame)) && isUnchanged(picture.view(), output.view()) &&
                    (passOn(job, frame, facts) || convert(job, *frame, facts, made));
         };
         if (unchanged(m_firstPicture, job.first, first) ||

@@ -43,7 +43,6 @@ class Worker {
 
     const WorkPlan& m_plan;
     PixelFormat m_form;
-    bool m_limits; ///< levels to what can be broadcast
     Chain m_chain;
     Importer m_firstImporter, m_secondImporter;
     Exporter m_exporter;

@@ -11,10 +11,10 @@ ProjectEffect effect(const Module& module, const char* name,
     return made;
 }
 
-void rampTo(ProjectEffect& effect, std::initializer_list<std::pair<const char*, const char*>> fields) {
-    ProjectRamp ramp{effect.record, {}};
-    for (const auto& [field, text] : fields) setFieldText(effect.info->field(field), ramp.record, text);
-    effect.ramp = std::move(ramp);
+void moveTo(ProjectEffect& effect, std::initializer_list<std::pair<const char*, const char*>> fields) {
+    std::vector<std::byte> end = effect.record;
+    for (const auto& [field, text] : fields) setFieldText(effect.info->field(field), end, text);
+    effect.curves = rampCurves(*effect.info, effect.record, end, {});
 }
 
 } // namespace
@@ -29,9 +29,9 @@ Project demonstrationProject(const Module& module) {
                                  {"horizontalAmplitude", "0.06"},
                                  {"verticalPhase", "0"},
                                  {"horizontalPhase", "0"}});
-    rampTo(wave, {{"verticalPhase", "6.283"}, {"horizontalPhase", "6.283"}});
+    moveTo(wave, {{"verticalPhase", "6.283"}, {"horizontalPhase", "6.283"}});
     ProjectEffect hue = effect(module, "HSL Adjust", {{"addHue", "0"}, {"saturation", "1.2"}});
-    rampTo(hue, {{"addHue", "0.45"}});
+    moveTo(hue, {{"addHue", "0.45"}});
     ProjectEffect title = effect(
         module, "Text",
         {{"text", "Larkmoor"}, {"font", "Liberation Sans Bold 220"}, {"back", "#00000000"}, {"fore", "#FFFFFFFF"}});

@@ -32,8 +32,7 @@ bool same(const AVRational& a, const AVRational& b) {
 
 bool same(const ProjectEffect& a, const ProjectEffect& b) {
     return a.info == b.info && a.on == b.on && a.over == b.over && a.ownLevels == b.ownLevels && a.record == b.record &&
-           a.ramp.has_value() == b.ramp.has_value() &&
-           (!a.ramp || (a.ramp->record == b.ramp->record && a.ramp->frames == b.ramp->frames));
+           a.curves == b.curves && a.span == b.span;
 }
 
 bool same(const ProjectClip& a, const ProjectClip& b) {
@@ -69,6 +68,13 @@ const ProjectEffect* effectIn(const Project& project, Slot slot) {
 }
 ProjectEffect* effectIn(Project& project, Slot slot) {
     return find(project, slot);
+}
+
+void moveKeys(Project& project, std::int64_t frames) {
+    const auto move = [&](ProjectEffect& effect) { shift(effect.curves, effect.span, frames); };
+    if (auto* const made = std::get_if<ProjectGenerator>(&project.source)) move(made->generator);
+    if (project.second) move(project.second->transition);
+    for (ProjectEffect& effect : project.effects) move(effect);
 }
 
 /// From one state to the next.

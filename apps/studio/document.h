@@ -23,6 +23,9 @@ struct Slot {
 const ProjectEffect* effectIn(const Project& project, Slot slot);
 ProjectEffect* effectIn(Project& project, Slot slot);
 
+/// Moves the keys and the ranges of all its effects.
+void moveKeys(Project& project, std::int64_t frames);
+
 /// The project as a chain of unchanging values: each change makes the next one and a step of the history.
 class Document : public QObject {
     Q_OBJECT

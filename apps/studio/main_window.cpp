@@ -56,10 +56,6 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     connect(&m_player, &QTimer::timeout, this, &MainWindow::tick);
     connect(&m_document, &Document::started, this, &MainWindow::started);
     connect(&m_document, &Document::changed, this, &MainWindow::showDocument);
-    connect(&m_document, &Document::selectionChanged, this, [this] {
-        showRamp();
-        showLimits();
-    });
     connect(&m_document, &Document::titleChanged, this, &MainWindow::showTitle);
     connect(&m_feed, &PreviewFeed::rendered, this, &MainWindow::take);
     connect(&m_feed, &PreviewFeed::failed, this, [this](const QString& sentence) { m_status->setText(sentence); });
@@ -88,6 +84,7 @@ MainWindow::~MainWindow() {
     m_player.stop();
     // The panels work on the document, and an edit on its way out still says what was typed.
     m_document.disconnect(this);
+    m_page->keys().disconnect(this);
     delete m_keys;
     delete takeCentralWidget();
     for (QDockWidget* panel : m_panels) delete panel;
@@ -110,6 +107,8 @@ void MainWindow::started() {
     m_source.clear();
     m_feed.forget();
     m_frame = 0;
+    m_page->keys().setFacts({});
+    m_page->keys().setFrame(0);
     showTitle();
 }
 
@@ -129,6 +128,7 @@ void MainWindow::showDocument() {
             m_source = std::move(source);
             m_timeline->setFrameRate(rate());
             m_timeline->setFrameCount(static_cast<int>(std::min<qint64>(m_facts.frames, INT_MAX)));
+            m_page->keys().setFacts(m_facts);
         }
         const PictureFacts& facts = m_facts;
         m_frame = std::clamp<qint64>(m_frame, 0, std::max<qint64>(facts.frames - 1, 0));
@@ -140,27 +140,15 @@ void MainWindow::showDocument() {
         m_transport->setFrameCount(facts.frames);
         m_transport->setFrame(m_frame);
         m_timeline->setFrame(static_cast<int>(m_frame));
+        m_page->keys().setFrame(m_frame);
         m_picture->setFullSize({facts.width, facts.height});
         if (const auto* const clip = std::get_if<ProjectClip>(&project->source))
             m_page->setSourceFacts(sourceFacts(clip->path, facts));
         if (facts.overlapFrames < facts.wantedOverlap)
             tell(tr("A clip is shorter than the transition, which is cut to %1 frames.").arg(facts.overlapFrames));
-        showRamp();
         showLimits();
         refresh();
     });
-}
-
-void MainWindow::showRamp() {
-    const ProjectEffect* const effect = m_document.selectedEffect();
-    const Document::Snapshot project = m_document.project();
-    if (!effect || !effect->ramp || m_facts.frames == 0) {
-        m_timeline->setRamp({});
-        return;
-    }
-    const qint64 last = project->out.value_or(m_facts.frames) - project->in - 1;
-    auto [from, to] = effect->ramp->frames.value_or(std::pair<std::int64_t, std::int64_t>(0, last));
-    m_timeline->setRamp(FrameRange{static_cast<int>(from + project->in), static_cast<int>(to + project->in)});
 }
 
 void MainWindow::fit(Project& project) {
@@ -172,7 +160,7 @@ void MainWindow::fit(Project& project) {
     }
 }
 
-/// The scopes show the limits of the broadcast effect that is selected.
+/// The scopes show the limits of the broadcast effect that is selected, as they are at the playhead.
 void MainWindow::showLimits() {
     const ProjectEffect* const effect = m_document.selectedEffect();
     if (!effect || effect->info->className != "DXTBroadcastColors") {
@@ -182,8 +170,8 @@ void MainWindow::showLimits() {
         m_scope->setLevels({.studio = made && hasStudioLevels(made->generator.info, made->generator.record)});
         return;
     }
-    const auto value = [&](const char* field) {
-        return QString::fromStdString(fieldText(effect->info->field(field), effect->record));
+    const auto value = [&, record = m_page->keys().record()](const char* field) {
+        return QString::fromStdString(fieldText(effect->info->field(field), record));
     };
     const auto number = [&](const char* field) { return value(field).toDouble(); };
     m_scope->setLevels({.studio = value(levelsField(*effect->info)->name) == "on", .setup = value("setup") == "on"});
@@ -194,6 +182,7 @@ void MainWindow::showLimits() {
 void MainWindow::setFrame(qint64 frame) {
     frame = std::clamp<qint64>(frame, 0, std::max<qint64>(m_facts.frames - 1, 0));
     if (frame == m_frame) return;
+    m_page->keys().setFrame(frame); // which takes in what is typed first, for the frame that is left
     m_frame = frame;
     m_timeline->setFrame(static_cast<int>(frame));
     m_transport->setFrame(frame);

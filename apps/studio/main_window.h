@@ -19,6 +19,7 @@
 #include "stack_panel.h"
 #include "thumbnails.h"
 #include "widgets/effect_list.h"
+#include "widgets/key_lanes.h"
 #include "widgets/picture_view.h"
 #include "widgets/scope_view.h"
 #include "widgets/timeline.h"
@@ -57,6 +58,7 @@ class MainWindow : public QMainWindow {
     PagePanel& pagePanel() { return *m_page; }
     PictureView& picture() { return *m_picture; }
     Timeline& timeline() { return *m_timeline; }
+    KeyLanes& lanes() { return *m_lanes; }
     Transport& transport() { return *m_transport; }
     EffectList& effectList() { return *m_effects; }
     ScopeView& scope() { return *m_scope; }
@@ -93,7 +95,6 @@ class MainWindow : public QMainWindow {
     void connectPicture();
     void showHelp();
     void cut(qint64 in, qint64 out, bool final);
-    void moveRamp(int from, int to, bool final);
 
     void makeMenus();
     void makeFileMenu();
@@ -117,7 +118,6 @@ class MainWindow : public QMainWindow {
     void showLimits();
     void fit(Project& project);
     bool mend(Project& project);
-    void showRamp();
     void showZoom();
     void refresh();
     void take(const PreviewResult& result);
@@ -129,7 +129,6 @@ class MainWindow : public QMainWindow {
 
     bool mayLeave();
     bool findClips(Project& project, bool& changed);
-    void makeRoom(int pageWidth);
     bool save();
     bool saveAs();
     void searchEffects();
@@ -164,6 +163,7 @@ class MainWindow : public QMainWindow {
     PictureView* m_picture;
     Transport* m_transport;
     Timeline* m_timeline;
+    KeyLanes* m_lanes;
     StackPanel* m_stack;
     EffectList* m_effects;
     PagePanel* m_page;

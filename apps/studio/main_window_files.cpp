@@ -110,6 +110,7 @@ void MainWindow::addSecond(const QString& path) {
         m_feed.facts(tried);
         m_document.change(tr("Add a second clip"), [&](Project& project) { project = tried; });
         m_document.select({Slot::Kind::Transition, 0});
+        if (m_facts.overlapFrames > 0) setFrame(m_facts.overlapStart + m_facts.overlapFrames / 2);
     });
 }
 
@@ -296,15 +297,14 @@ void MainWindow::saveFrame() {
     if (path.isEmpty()) return;
     if (isSource(*m_document.project(), path))
         return fail(tr("The project is made of this file; choose another name."));
-    // One frame of the project, by the way of every export; the ramps keep their places.
+    // One frame of the project, by the way of every export; the keys keep their places.
     Project one = *m_document.project();
     const std::int64_t shift = m_frame - one.in;
     const std::int64_t last = one.out.value_or(m_facts.frames) - one.in - 1;
-    for (ProjectEffect& effect : one.effects)
-        if (effect.ramp) {
-            const auto [from, to] = effect.ramp->frames.value_or(std::pair<std::int64_t, std::int64_t>(0, last));
-            effect.ramp->frames = {from - shift, to - shift};
-        }
+    for (ProjectEffect& effect : one.effects) settle(effect.curves, 0, last, m_facts.rate);
+    if (auto* const made = std::get_if<ProjectGenerator>(&one.source))
+        settle(made->generator.curves, 0, last, m_facts.rate);
+    moveKeys(one, -shift);
     one.in = m_frame;
     one.out = m_frame + 1;
     attempt([&] {

@@ -302,7 +302,9 @@ void MainWindow::showShortcuts() {
         "<tr><td colspan=2><br>Wherever no text is typed: J, K and L play back, stop and play, faster each time; "
         "comma and full stop step; I and O set the in and out points.<br>"
         "Space plays, arrows step, Home and End jump, where the focus is on nothing that uses them.<br>"
-        "In the picture: + and - zoom, [ and ] move the split. In the timeline: [ and ] set the ends of the ramp.<br>"
+        "In the picture: + and - zoom, [ and ] move the split.<br>"
+        "Among the keys below the timeline: Delete removes one, Ctrl+C and Ctrl+V set it at the playhead, Ctrl and the "
+        "arrows move it.<br>"
         "On a slider: a double-click on its thumb returns to the default, Escape takes a drag back.</td></tr>");
     showHelpBox(this, tr("Keyboard"), "<table>" + rows + "</table>");
 }

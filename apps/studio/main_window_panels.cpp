@@ -9,6 +9,7 @@
 
 #include "help_box.h"
 #include "text.h"
+#include "widgets/curve_view.h"
 
 namespace larkmoor {
 
@@ -43,6 +44,12 @@ void MainWindow::makeWidgets() {
     layout->addWidget(m_picture, 1);
     layout->addWidget(m_transport);
     layout->addWidget(m_timeline);
+    m_lanes = new KeyLanes(m_page->keys(), *m_timeline);
+    layout->addWidget(m_lanes);
+    auto* const curve = new CurveView(m_page->keys(), *m_lanes, *m_timeline);
+    layout->addWidget(curve);
+    curve->setWanted(m_page->keysButton()->isChecked());
+    connect(m_page->keysButton(), &QPushButton::toggled, curve, &CurveView::setWanted);
     m_pages = new QStackedWidget;
     m_pages->addWidget(m_welcome);
     m_pages->addWidget(m_film);
@@ -136,8 +143,10 @@ void MainWindow::connectPage() {
         if (!active && m_shownHalf) refresh();
     });
     connect(m_page, &PagePanel::failed, this, &MainWindow::fail);
-    connect(m_page, &PagePanel::rampEndShown, this, [this](bool end) {
-        if (const auto ramp = m_timeline->ramp(); ramp && !m_player.isActive()) setFrame(end ? ramp->to : ramp->from);
+    connect(&m_page->keys(), &KeyEditor::changed, this, &MainWindow::showLimits);
+    connect(&m_page->keys(), &KeyEditor::frameWanted, this, [this](qint64 frame) {
+        if (m_player.isActive()) play(false);
+        setFrame(frame);
     });
     connect(m_page, &PagePanel::presetsChanged, this, [this] { m_thumbnailsDue.start(); });
     connect(m_page, &PagePanel::helpWanted, this, &MainWindow::showHelp);
@@ -161,23 +170,12 @@ void MainWindow::cut(qint64 in, qint64 out, bool final) {
     m_document.change(
         tr("Cut"),
         [&](Project& project) {
+            moveKeys(project, project.in - in); // they stay with their pictures
             project.in = in;
             project.out.reset();
             if (out + 1 < m_facts.frames) project.out = out + 1;
         },
         "cut");
-    if (final) m_document.settle();
-}
-
-void MainWindow::moveRamp(int from, int to, bool final) {
-    const Slot slot = m_document.selected();
-    m_document.change(
-        tr("Move the ramp"),
-        [&](Project& project) {
-            if (ProjectEffect* const effect = effectIn(project, slot); effect && effect->ramp)
-                effect->ramp->frames = {from - project.in, to - project.in};
-        },
-        "ramp");
     if (final) m_document.settle();
 }
 
@@ -193,7 +191,6 @@ void MainWindow::connectFilm() {
         if (!active && m_shownHalf) refresh();
     });
     connect(m_timeline, &Timeline::inOutChanged, this, &MainWindow::cut);
-    connect(m_timeline, &Timeline::rampChanged, this, &MainWindow::moveRamp);
     connect(m_transport, &Transport::firstRequested, this, [this] { setFrame(m_timeline->inOut().from); });
     connect(m_transport, &Transport::backRequested, this, [this] { setFrame(m_frame - 1); });
     connect(m_transport, &Transport::forwardRequested, this, [this] { setFrame(m_frame + 1); });

@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QSettings>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -31,10 +32,10 @@ bool sameButLevels(const EffectInfo& info, std::vector<std::byte> record, const 
 } // namespace
 
 PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
-    : QWidget(parent), m_document(document), m_user(std::move(presets)), m_scroll(new QScrollArea(this)),
-      m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
-      m_duration(new QDoubleSpinBox(this)), m_ramp(new QPushButton(tr("&Ramp"), this)),
-      m_start(new QRadioButton(tr("&Start"), this)), m_end(new QRadioButton(tr("En&d"), this)), m_presets(new QWidget),
+    : QWidget(parent), m_document(document), m_keys(document), m_user(std::move(presets)),
+      m_scroll(new QScrollArea(this)), m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
+      m_duration(new QDoubleSpinBox(this)), m_keysButton(new QPushButton(tr("&Keys"), this)),
+      m_keyList(new KeyList(m_keys)), m_keyScroll(new QScrollArea(this)), m_presets(new QWidget),
       m_strip(new PresetStrip(m_presets)), m_save(new QToolButton(this)), m_reset(new QToolButton(this)),
       m_more(new QToolButton(this)) {
     m_scroll->setFrameShape(QFrame::NoFrame);
@@ -46,11 +47,13 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_duration->setSingleStep(0.1);
     m_duration->setSuffix(tr(" s"));
     m_duration->setKeyboardTracking(false); // a number half typed is none
-    m_ramp->setCheckable(true);
-    m_ramp->setToolTip(tr("Settings that move from a start to an end over a range of frames"));
-    m_start->setToolTip(tr("The page shows the settings at the ramp's start"));
-    m_end->setToolTip(tr("The page shows the settings at the ramp's end"));
-    m_start->setChecked(true);
+    m_keysButton->setCheckable(true);
+    m_keysButton->setToolTip(tr("A diamond for each field: values that change from frame to frame"));
+    m_keysButton->setChecked(QSettings().value("keys", false).toBool());
+    m_keyScroll->setFrameShape(QFrame::NoFrame);
+    m_keyScroll->setWidgetResizable(true);
+    m_keyScroll->setWidget(m_keyList);
+    m_keyScroll->setMaximumHeight(200);
     m_save->setText(tr("Save preset…"));
     m_save->setToolTip(tr("Keep these settings as a preset of your own"));
     m_reset->setText(tr("Reset all"));
@@ -62,12 +65,10 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_more->setPopupMode(QToolButton::InstantPopup);
     m_more->setMenu(makeMore());
     m_strip->setContextMenuPolicy(Qt::CustomContextMenu);
-    auto* const ramp = new QHBoxLayout;
-    ramp->addWidget(m_ramp);
-    ramp->addWidget(m_start);
-    ramp->addWidget(m_end);
-    ramp->addStretch();
-    ramp->addWidget(m_reset);
+    auto* const buttons = new QHBoxLayout;
+    buttons->addWidget(m_keysButton);
+    buttons->addStretch();
+    buttons->addWidget(m_reset);
     auto* const keep = new QHBoxLayout;
     keep->addStretch();
     keep->addWidget(m_save);
@@ -85,14 +86,18 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     layout->addWidget(m_title);
     layout->addWidget(m_scroll, 1);
     layout->addLayout(duration);
-    layout->addLayout(ramp);
+    layout->addLayout(buttons);
+    layout->addWidget(m_keyScroll);
 
     connect(m_strip, &PresetStrip::chosen, this, &PagePanel::choosePreset);
     connect(m_strip, &QWidget::customContextMenuRequested, this, &PagePanel::presetMenu);
-    connect(m_ramp, &QPushButton::clicked, this, &PagePanel::toggleRamp);
-    connect(m_start, &QRadioButton::toggled, this, &PagePanel::show);
-    for (QRadioButton* each : {m_start, m_end})
-        connect(each, &QRadioButton::clicked, this, [this] { emit rampEndShown(m_end->isChecked()); });
+    connect(m_keysButton, &QPushButton::clicked, this, [this](bool on) {
+        QSettings().setValue("keys", on);
+        showKeys();
+    });
+    connect(&m_keys, &KeyEditor::aboutToMove, this, [this] {
+        if (m_page && !m_taking) m_page->commitEdits();
+    });
     m_strip->installEventFilter(this);
     connect(m_save, &QToolButton::clicked, this, &PagePanel::askToSave);
     connect(m_reset, &QToolButton::clicked, this, &PagePanel::resetAll);
@@ -101,10 +106,9 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     connect(&m_document, &Document::aboutToChange, this, [this] {
         if (m_page && !m_taking) m_page->commitEdits();
     });
-    connect(&m_document, &Document::changed, this, &PagePanel::show);
-    connect(&m_document, &Document::selectionChanged, this, &PagePanel::select);
+    connect(&m_keys, &KeyEditor::changed, this, &PagePanel::show);
     connect(&m_document, &Document::started, this, [this] { m_fresh = true; });
-    select();
+    show();
 }
 
 QMenu* PagePanel::makeMore() {
@@ -128,17 +132,6 @@ PagePanel::~PagePanel() {
     delete m_page; // it closes the page, which the effect has to outlive
 }
 
-void PagePanel::select() {
-    m_start->setChecked(true);
-    show();
-}
-
-const std::vector<std::byte>* PagePanel::shownRecord() const {
-    const ProjectEffect* const effect = m_document.selectedEffect();
-    if (!effect) return nullptr;
-    return effect->ramp && m_end->isChecked() ? &effect->ramp->record : &effect->record;
-}
-
 void PagePanel::show() {
     const ProjectEffect* const effect = m_document.selectedEffect();
     const EffectInfo* const info = effect ? effect->info : nullptr;
@@ -149,10 +142,10 @@ void PagePanel::show() {
         showPage();
     } else if (m_effect) {
         m_setting = true;
-        m_effect->setRecord(*shownRecord());
+        m_effect->setRecord(m_keys.record());
         m_setting = false;
     }
-    showRamp();
+    showKeys();
     showDuration();
 }
 
@@ -189,7 +182,7 @@ void PagePanel::showPage() {
     m_title->clear();
     if (m_info) {
         attempt([&] {
-            m_effect = std::make_unique<LiveEffect>(m_document.module(), *m_info, *shownRecord());
+            m_effect = std::make_unique<LiveEffect>(m_document.module(), *m_info, m_keys.record());
             connect(m_effect.get(), &LiveEffect::recordChanged, this, &PagePanel::takeRecord);
             if (CComPtr<IPropertyPage> page = m_effect->page()) {
                 m_page = new PageView(std::move(page));
@@ -250,50 +243,34 @@ void PagePanel::showPresets() {
     emit presetsChanged();
 }
 
-void PagePanel::showRamp() {
-    const ProjectEffect* const effect = m_document.selectedEffect();
-    const bool can = effect && std::ranges::any_of(effect->info->fields,
-                                                   [](const tFieldInfo& field) { return field.ramp != KWRAMP_START; });
-    const bool on = can && effect->ramp.has_value();
-    m_ramp->setVisible(can);
-    m_ramp->setChecked(on);
-    m_start->setVisible(on);
-    m_end->setVisible(on);
-    if (!on && m_end->isChecked()) m_start->setChecked(true);
-    const auto record = shownRecord();
-    int current = -1;
-    for (int i = 0; record && i < static_cast<int>(m_records.size()); ++i)
-        if (current < 0 && sameButLevels(*m_info, m_records[static_cast<std::size_t>(i)], *record)) current = i;
-    m_strip->setCurrent(current);
+void PagePanel::showKeys() {
+    const bool any = m_info && !m_info->fields.empty();
+    m_keysButton->setVisible(any);
+    m_keyScroll->setVisible(any && m_keysButton->isChecked());
+    const std::vector<std::byte> record = m_keys.record();
+    const auto same = std::ranges::find_if(
+        m_records, [&](const std::vector<std::byte>& each) { return sameButLevels(*m_info, each, record); });
+    m_strip->setCurrent(same == m_records.end() ? -1 : static_cast<int>(same - m_records.begin()));
 }
 
 void PagePanel::takeRecord() {
     if (m_setting || !m_effect) return;
     const QScopedValueRollback<bool> taking(m_taking, true);
-    std::vector<std::byte> record = m_effect->record();
-    const tFieldInfo* const levels = levelsField(*m_info);
+    const std::vector<std::byte> record = m_effect->record(), before = m_keys.record();
     // A preset of the page's own menu is no word about levels.
-    const bool own = levels && record != *shownRecord() && sameButLevels(*m_info, record, *shownRecord());
-    setRecord(tr("Change %1").arg(QString::fromStdString(m_info->name)), std::move(record),
-              own ? Levels::Own : Levels::AsTheyAre);
+    const bool own = levelsField(*m_info) && record != before && sameButLevels(*m_info, record, before);
+    setRecord(tr("Change %1").arg(QString::fromStdString(m_info->name)), record, own ? Levels::Own : Levels::AsTheyAre);
 }
 
-void PagePanel::setRecord(const QString& text, std::vector<std::byte> record, Levels levels) {
-    const Slot slot = m_slot;
-    const bool end = m_end->isChecked();
-    const QString key = QStringLiteral("record/%1/%2/%3").arg(static_cast<int>(slot.kind)).arg(slot.index).arg(end);
-    m_document.change(
-        text,
-        [&](Project& project) {
-            ProjectEffect& effect = *effectIn(project, slot);
-            (effect.ramp && end ? effect.ramp->record : effect.record) = std::move(record);
-            if (levels != Levels::AsTheyAre) effect.ownLevels = levels == Levels::Own;
-        },
-        key);
+void PagePanel::setRecord(const QString& text, const std::vector<std::byte>& record, Levels levels) {
+    if (!(m_slot == m_document.selected())) return; // the page is of another effect, and goes at once
+    const QString key = QStringLiteral("record/%1/%2").arg(static_cast<int>(m_slot.kind)).arg(m_slot.index);
+    const std::optional<bool> own = levels == Levels::AsTheyAre ? std::nullopt : std::optional(levels == Levels::Own);
+    m_keys.setRecord(text, record, key, own);
     // What the change was brought to, even where that was no change.
-    if (m_effect && shownRecord()) {
+    if (m_effect && m_keys.info()) {
         const QScopedValueRollback<bool> setting(m_setting, true);
-        m_effect->setRecord(*shownRecord());
+        m_effect->setRecord(m_keys.record());
     }
 }
 
@@ -309,10 +286,10 @@ void PagePanel::resetField(const QWidget* widget) {
     const tFieldInfo* const field = fieldOf(widget);
     if (!field) return;
     m_page->commitEdits();
-    std::vector<std::byte> record = *shownRecord();
+    std::vector<std::byte> record = m_keys.record();
     setFieldText(*field, record, fieldText(*field, m_info->defaults));
     m_document.settle();
-    setRecord(tr("Reset %1").arg(plainName(QString::fromUtf8(field->label))), std::move(record),
+    setRecord(tr("Reset %1").arg(plainName(QString::fromUtf8(field->label))), record,
               field == levelsField(*m_info) ? Levels::ThePictures : Levels::AsTheyAre);
     m_document.settle();
 }
@@ -331,19 +308,6 @@ void PagePanel::choosePreset(int index) {
     m_document.settle();
 }
 
-void PagePanel::toggleRamp(bool on) {
-    const Slot slot = m_slot;
-    m_document.change(on ? tr("Ramp") : tr("Remove the ramp"), [&](Project& project) {
-        ProjectEffect& effect = *effectIn(project, slot);
-        if (on)
-            effect.ramp = ProjectRamp{effect.record, {}};
-        else
-            effect.ramp.reset();
-    });
-    if (on) m_end->setChecked(true);
-    if (on) emit rampEndShown(true); // what is changed now is to be seen
-}
-
 void PagePanel::saveState(const QString& path) {
     if (!m_effect) return;
     if (m_page) m_page->commitEdits();
@@ -354,11 +318,11 @@ void PagePanel::saveState(const QString& path) {
 void PagePanel::loadState(const QString& path) {
     if (!m_effect) return;
     const std::string state = readText(path.toStdString());
-    std::vector<std::byte> record = withPlace(path.toStdString(), [&] {
+    const std::vector<std::byte> record = withPlace(path.toStdString(), [&] {
         return recordOfState(m_document.module(), *m_info, std::as_bytes(std::span(state)));
     });
     m_document.settle();
-    setRecord(tr("Load settings"), std::move(record), Levels::Own);
+    setRecord(tr("Load settings"), record, Levels::Own);
     m_document.settle();
 }
 
@@ -366,7 +330,7 @@ void PagePanel::saveUserPreset(const QString& name) {
     if (m_page) m_page->commitEdits();
     m_user.save(*m_info, name.toStdString(), m_effect->record(), true);
     showPresets();
-    showRamp();
+    showKeys();
 }
 
 void PagePanel::askToSave() {
@@ -399,7 +363,7 @@ void PagePanel::removePreset(int index) {
     attempt([&] {
         m_user.remove(*m_info, name.toStdString());
         showPresets();
-        showRamp();
+        showKeys();
     });
 }
 

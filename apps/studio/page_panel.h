@@ -1,18 +1,19 @@
-// The selected effect: its settings page, its ramp and its presets.
+// The selected effect: its settings page, its keys and its presets.
 #pragma once
 
 #include <QDoubleSpinBox>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QScrollArea>
 #include <QToolButton>
 
 #include "document.h"
+#include "key_editor.h"
 #include "live_effect.h"
 #include "page/page_view.h"
 #include "preset_store.h"
+#include "widgets/key_list.h"
 #include "widgets/preset_strip.h"
 
 class QMenu;
@@ -32,10 +33,9 @@ class PagePanel : public QWidget {
     PresetStrip* presets() const { return m_strip; }
     /// The presets, to stand elsewhere; whoever takes it owns it.
     QWidget* presetsPanel() const { return m_presets; }
-    /// Which end of a ramp the page shows.
-    bool showsEnd() const { return m_end->isChecked(); }
-    QPushButton* rampButton() const { return m_ramp; }
-    QRadioButton* endButton() const { return m_end; }
+    KeyEditor& keys() { return m_keys; }
+    KeyList* keyList() const { return m_keyList; }
+    QPushButton* keysButton() const { return m_keysButton; }
     /// Of a transition or a generator, in seconds.
     QDoubleSpinBox* durationField() const { return m_duration; }
 
@@ -58,36 +58,32 @@ class PagePanel : public QWidget {
     /// The user began or ended to change something step by step.
     void dragging(bool active);
     void helpWanted(int topic);
-    /// The user turned to an end of the ramp.
-    void rampEndShown(bool end);
     /// The strip has other entries.
     void presetsChanged();
     void failed(QString sentence);
 
   private:
-    void select();
     void show();
     void showPage();
     void showPresets();
-    void showRamp();
+    void showKeys();
     void showDuration();
     void setDuration(double seconds);
     void takeRecord();
     enum class Levels { AsTheyAre, Own, ThePictures }; ///< whether a record brings levels that the user has set
-    void setRecord(const QString& text, std::vector<std::byte> record, Levels levels = Levels::AsTheyAre);
+    void setRecord(const QString& text, const std::vector<std::byte>& record, Levels levels = Levels::AsTheyAre);
     void showTitle();
     void choosePreset(int index);
-    void toggleRamp(bool on);
     void askToSave();
     void presetMenu(const QPoint& position);
     void removePreset(int index);
     void attempt(const std::function<void()>& action);
-    const std::vector<std::byte>* shownRecord() const;
     const tFieldInfo* fieldOf(const QWidget* widget) const;
     QMenu* makeMore();
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     Document& m_document;
+    KeyEditor m_keys;
     PresetStore m_user;
     const EffectInfo* m_info = nullptr;
     bool m_fresh = true; ///< nothing of this project was shown yet
@@ -98,8 +94,9 @@ class PagePanel : public QWidget {
     QLabel *m_title, *m_durationLabel;
     QString m_facts;
     QDoubleSpinBox* m_duration;
-    QPushButton* m_ramp;
-    QRadioButton *m_start, *m_end;
+    QPushButton* m_keysButton;
+    KeyList* m_keyList;
+    QScrollArea* m_keyScroll;
     QPointer<QWidget> m_presets;
     PresetStrip* m_strip;
     QToolButton *m_save, *m_reset, *m_more;

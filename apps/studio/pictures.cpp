@@ -71,8 +71,17 @@ void takeStudio(const Module& module, const QString& folder) {
         const bool light = QString(theme) == "light";
         window.addEffect(light ? "DXTKwCCutter" : "DXTLevels");
         window.addEffect(light ? "DXTWave" : "DXTBroadcastColors");
+        if (window.pagePanel().keysButton()->isChecked() != light)
+            window.pagePanel().keysButton()->click(); // it is kept
         if (light) {
-            window.pagePanel().rampButton()->click();
+            KeyEditor& keys = window.pagePanel().keys();
+            const tFieldInfo& field = keys.info()->field("verticalAmplitude");
+            for (const auto& [frame, number] : {std::pair(20, 0.0), {60, 0.2}, {100, 0.05}}) {
+                keys.setFrame(frame);
+                if (frame == 20) keys.toggle(field);
+                keys.setNumber(field, frame, number);
+                keys.setWay(field, frame, Way::Smooth);
+            }
             window.picture().setMode(PictureView::Mode::Split);
         }
         window.setFrame(60);

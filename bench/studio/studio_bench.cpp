@@ -38,14 +38,30 @@ void waitForFrame(MainWindow& window) {
     window.picture().repaint();
 }
 
+/// Keys on every field of the selected effect that can move, one a frame from long before the clip on.
+void addKeys(MainWindow& window, std::int64_t count) {
+    window.pagePanel().keysButton()->click();
+    window.document().change("keys", [&](Project& project) {
+        ProjectEffect& effect = project.effects.at(0);
+        for (const tFieldInfo& field : effect.info->fields)
+            for (std::int64_t frame = 0; frame < count && canMove(field); ++frame) {
+                const auto& record = effect.info->presets[static_cast<std::size_t>(frame % 2)].record;
+                setKey(effect.curves, field, frame - count / 2, fieldBytes(field, record));
+                effect.curves.back().keys.back().way = Way::Smooth;
+            }
+    });
+}
+
 /// One key on the trackbar of a page, and the picture that comes of it.
-void moveTrackbar(benchmark::State& state, const char* effect, LONG trackbar) {
+/// @param keys on each field.
+void moveTrackbar(benchmark::State& state, const char* effect, LONG trackbar, std::int64_t keys = 0) {
     const QTemporaryDir folder;
     MainWindow window(module(), {folder.filePath("p"), folder.filePath("a"), folder.path()});
     window.resize(1600, 950);
     window.show();
     window.open(makeClip(folder));
     window.addEffect(effect);
+    if (keys > 0) addKeys(window, keys);
     waitForFrame(window);
     QWidget* const bar = window.pagePanel().page()->control(trackbar);
     int key = Qt::Key_Left;
@@ -70,6 +86,10 @@ BENCHMARK_CAPTURE(moveTrackbar, Invert, "DXTInvert", 1435)
     ->UseRealTime()
     ->Iterations(60);
 BENCHMARK_CAPTURE(moveTrackbar, Levels, "DXTLevels", 1061)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(60);
+BENCHMARK_CAPTURE(moveTrackbar, LevelsWith1000Keys, "DXTLevels", 1061, 1000)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->Iterations(60);

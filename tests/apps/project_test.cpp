@@ -78,8 +78,13 @@ TEST(ProjectText, EveryPresetComesBackToTheByte) {
             effect.over = generator;
             effect.on = i % 2;
             effect.record = records[i];
-            effect.ramp = ProjectRamp{records[(i + 1) % records.size()], {}};
-            if (i % 2) effect.ramp->frames.emplace(7, 9);
+            effect.curves =
+                rampCurves(info, records[i], records[(i + 1) % records.size()],
+                           i % 2 ? std::optional(std::pair<std::int64_t, std::int64_t>(-7, 9)) : std::nullopt);
+            for (Curve& curve : effect.curves) curve.keys[0].way = static_cast<Way>(i % 3);
+            for (const tFieldInfo& field : info.fields)
+                if (!canMove(field)) setKey(effect.curves, field, 5, fieldBytes(field, records.back()));
+            effect.span = {i % 2 ? std::optional<std::int64_t>(4) : std::nullopt, 12};
             project.effects.push_back(effect);
         }
         if (transition) project.second->transition.record = records.back();
@@ -91,8 +96,9 @@ TEST(ProjectText, EveryPresetComesBackToTheByte) {
         for (std::size_t i = 0; i < back.effects.size(); ++i) {
             const ProjectEffect &is = back.effects[i], &was = project.effects[i];
             EXPECT_EQ(is.record, was.record) << i;
-            EXPECT_EQ(is.ramp->record, was.ramp->record) << i;
-            EXPECT_EQ(is.ramp->frames, was.ramp->frames);
+            EXPECT_EQ(is.span, was.span);
+            ASSERT_EQ(is.curves.size(), was.curves.size());
+            for (const Curve& curve : was.curves) EXPECT_EQ(*findCurve(is.curves, *curve.field), curve) << i;
             EXPECT_EQ(is.on, was.on);
             EXPECT_EQ(is.over, was.over);
         }
@@ -177,6 +183,32 @@ TEST(ProjectText, MistakesAreToldWithTheirPlace) {
         {onEffect(R"({"effect": "Invert", "fields": {}, "record": "00"})"), "effects[1]: ", "one of them"},
         {onEffect(R"({"effect": "Invert", "ramp": {"from": 3, "to": 2}})"), "effects[1].ramp: ", "later"},
         {onEffect(R"({"effect": "Invert", "ramp": {"to": 2}})"), "effects[1].ramp: ", "\"from\" is missing"},
+        {onEffect(R"({"effect": "Invert", "ramp": {}, "keys": {}})"), "effects[1]: ", "the ramp has to go"},
+        {onEffect(R"({"effect": "Invert", "keys": []})"), "effects[1].keys: ", "object"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amont": []}})"), "effects[1].keys.amont: ", "amount"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": []}})"), "effects[1].keys.amount: ", "one key"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [3]}})"), "effects[1].keys.amount[0]: ", "[50, 3]"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [[0.5, 1]]}})"),
+         "effects[1].keys.amount[0][0]: ", "frame"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [[0, 1], [0, 1]]}})"),
+         "effects[1].keys.amount[1]: ", "later"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [[0, 1.1]]}})"),
+         "effects[1].keys.amount[0][1]: ", "0 to 1"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [[0, true]]}})"),
+         "effects[1].keys.amount[0][1]: ", "number"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [[0, 1, "fast"]]}})"),
+         "effects[1].keys.amount[0][2]: ", "smooth"},
+        {onEffect(R"({"effect": "Levels", "keys": {"channel": [[0, 1, "linear"]]}})"),
+         "effects[1].keys.channel[0][2]: ", "holds"},
+        {onEffect(R"({"effect": "Invert", "keys": {"amount": [[0, {"bytes": "00"}]]}})"),
+         "effects[1].keys.amount[0][1].bytes: ", "bytes"},
+        {onEffect(R"({"effect": "Invert", "from": 3, "to": 2})"), "effects[1]: ", "no later"},
+        {onEffect(R"({"effect": "Invert", "from": "3"})"), "effects[1].from: ", "frame"},
+        {onClip(R"(, "second": {"path": "b.mp4", "transition": {"effect": "Iris", "from": 1}, "duration": 1})"),
+         "second.transition: ", "makes the pictures"},
+        {onClip(R"(, "second": {"path": "b.mp4", "transition": {"effect": "Iris", "keys": {"feather": [["start", 0],
+            [3, 0.1]]}}, "duration": 1})"),
+         "second.transition.keys.feather: ", "at its start"},
         {R"({"larkmoor project": 1, "source": {"kind": "tape"}})", "source.kind: ", "generator"},
         {R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "a", "size": "2x2"}})", "source.size: ", "clip"},
         {R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "a", "rate": "fast"}})",
@@ -192,6 +224,21 @@ TEST(ProjectText, MistakesAreToldWithTheirPlace) {
         EXPECT_THAT(sentence, HasSubstr(row.says)) << row.text;
     }
     EXPECT_EQ(sentenceOf(onEffect(R"({"effect": "Gaussian Blur"})")), "");
+}
+
+TEST(ProjectText, ARampIsReadAndWrittenAsKeys) {
+    const std::string more[] = {R"("fields": {"gamma": "3"})", R"("from": 4, "to": 9, "fields": {"gamma": "3"})",
+                                R"("from": 4, "to": 4, "fields": {"gamma": "3"})"};
+    const char* keys[] = {R"([["start",1],["end",3]])", "[[4,1],[9,3]]", "[[4,1],[5,3]]"};
+    for (std::size_t i = 0; i < std::size(more); ++i) {
+        const Project project = parseProject(
+            module(), onEffect(R"({"effect": "Levels", "fields": {"gamma": "1"}, "ramp": {)" + more[i] + "}}"),
+            "/folder");
+        std::string text = projectText(project, "/folder");
+        std::erase_if(text, [](char c) { return c == ' ' || c == '\n'; });
+        EXPECT_THAT(text, HasSubstr(std::string(R"("keys":{"gamma":)") + keys[i] + "}"));
+        EXPECT_EQ(text.find("\"ramp\""), std::string::npos);
+    }
 }
 
 TEST_F(ProjectTest, FilesAreWholeOrNotThere) {
@@ -219,6 +266,12 @@ TEST_F(ProjectTest, ClipsRenderAsByTheCommand) {
          "mp4",
          "render in.mp4 --effect Levels --set gamma=1.4 --over-effect Text --set text=Wind --set "
          "font='Liberation Sans Bold 20' --ramp tracking=0.5:1.5");
+    // Keys and the frames at which an effect works.
+    same(onClip(R"(, "effects": [{"effect": "Levels", "keys": {"gamma": [[0, 1], [10, 3, "smooth"], ["end", 1]],
+                   "channel": [[5, "Red"]]}, "from": 3, "to": 20}, {"effect": "Invert", "to": 9}])"),
+         "mkv",
+         "render in.mp4 --effect Levels --key gamma=0:1,0.4s:3:smooth,end:1 --key channel=5:Red --from 3 --to 0:00.8 "
+         "--effect Invert --to 9");
     // A range by frames is the range by times.
     same(onClip(R"(, "in": 7, "out": 17, "effects": [{"effect": "Timecode"}])"), "mkv",
          "render in.mp4 --start 0.28 --frames 10 --effect Timecode");

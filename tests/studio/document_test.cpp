@@ -102,10 +102,10 @@ const std::vector<Operation>& operations() {
              bench.page.loadState(bench.folder.filePath("x.state"));
          },
          {Kind::Effect, 1}},
-        {"ramp",
+        {"a key",
          [](Bench& bench) {
              bench.document.select({Kind::Effect, 2});
-             bench.page.rampButton()->click();
+             bench.page.keyList()->diamond("gamma")->click();
          },
          {Kind::Effect, 2}},
         {"cut",
@@ -302,28 +302,6 @@ TEST(Document, StartAndCloseTellEverybody) {
     document.start(projectOf({"Invert", "Wave"}), "");
     EXPECT_EQ(bench.page.effect()->info().name, "Wave");
     EXPECT_EQ(bench.stack.list()->count(), 3);
-}
-
-TEST(Document, TheRampsEndIsARecordOfItsOwn) {
-    Bench bench;
-    Document& document = bench.document;
-    document.select({Kind::Effect, 2});
-    bench.page.rampButton()->click();
-    EXPECT_TRUE(bench.page.showsEnd());
-    const auto preset = bench.page.presetRecords().back();
-    QSignalSpy changed(&document, &Document::changed);
-    bench.page.presets()->chosen(static_cast<int>(bench.page.presetRecords().size()) - 1);
-    EXPECT_EQ(changed.count(), 1);
-    EXPECT_EQ(document.project()->effects[2].ramp->record, preset);
-    EXPECT_EQ(document.project()->effects[2].record, document.project()->effects[2].info->defaults);
-    bench.history().setIndex(0);
-    EXPECT_FALSE(bench.page.showsEnd());
-    EXPECT_FALSE(bench.page.rampButton()->isChecked());
-    bench.history().setIndex(2);
-    EXPECT_EQ(document.project()->effects[2].ramp->record, preset);
-    EXPECT_TRUE(bench.page.rampButton()->isChecked());
-    bench.page.rampButton()->click();
-    EXPECT_FALSE(document.project()->effects[2].ramp);
 }
 
 // --- presets

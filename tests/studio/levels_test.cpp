@@ -69,7 +69,11 @@ TEST_F(LevelsTest, TheUsersWordCounts) {
     const Outcome own = larkmoor(plain + "--set studioRGB=on");
     ASSERT_EQ(own.status, 0) << own.err;
     EXPECT_THAT(own.err, Not(HasSubstr("black and white")));
-    EXPECT_NE(frames("out.png", "rgb24"), frames("bars.png", "rgb24"));
+    const std::string limited = frames("out.png", "rgb24");
+    EXPECT_NE(limited, frames("bars.png", "rgb24"));
+    const Outcome keyed = larkmoor(plain + "--key studioRGB=0:on");
+    EXPECT_THAT(keyed.err, Not(HasSubstr("black and white")));
+    EXPECT_EQ(frames("out.png", "rgb24"), limited) << "a key is the user's word, too";
     EXPECT_THAT(larkmoor(plain + "--preset Conservative").err, HasSubstr("0 and 255"))
         << "a preset is no word about levels";
     EXPECT_THAT(
@@ -105,6 +109,19 @@ TEST_F(StudioWindowTest, ThePageShowsWhatThePicturesAre) {
     EXPECT_TRUE(window->scope().levels().studio) << "the user's word";
     history().undo();
     EXPECT_FALSE(effect().ownLevels);
+    EXPECT_FALSE(window->scope().levels().studio);
+    panel().keyList()->diamond("lumaMax")->click(); // with keys it is the same
+    panel().resetAll();
+    (*box)->click();
+    EXPECT_TRUE(effect().ownLevels);
+    panel().resetAll();
+    EXPECT_FALSE(effect().ownLevels);
+    EXPECT_EQ(levelsOf(effect()), "off");
+    panel().keyList()->diamond("studioRGB")->click();
+    window->setFrame(10);
+    (*box)->click();
+    EXPECT_TRUE(window->scope().levels().studio) << "what the key at the playhead says";
+    window->setFrame(3);
     EXPECT_FALSE(window->scope().levels().studio);
     idle();
     openGenerator(96, 64, 1);

@@ -50,18 +50,25 @@ TEST_F(StudioWindowTest, AClipFromOpeningToTheSameBytesAsTheCommand) {
     EXPECT_EQ(shown->last()[0].toLongLong(), 12);
     EXPECT_EQ(history().count(), 4) << "looking changes nothing";
 
-    QTest::mouseClick(panel().rampButton(), Qt::LeftButton);
-    ASSERT_TRUE(document().project()->effects[1].ramp);
-    EXPECT_TRUE(panel().showsEnd());
-    ASSERT_TRUE(timeline.ramp());
+    panel().keyList()->diamond("brightness")->click();
+    timeline.setFrame(20);
+    window->setFrame(20);
     type("0.5");
-    EXPECT_NE(document().project()->effects[1].ramp->record, record());
-    dragTimeline(timeline.keyframe(true), {timeline.xOfFrame(22), timeline.xOfFrame(20)});
-    EXPECT_EQ(document().project()->effects[1].ramp->frames, (std::pair<std::int64_t, std::int64_t>(0, 20)));
+    const auto keys = [&] { return document().project()->effects[1].curves.at(0).keys; };
+    ASSERT_EQ(keys().size(), 2u) << "a field with a key gets another where it is changed";
+    EXPECT_EQ(keys()[1].frame, 20);
+    KeyLanes& lanes = window->lanes();
+    QTest::mousePress(&lanes, Qt::LeftButton, {}, lanes.keyPoint(0, 20).toPoint());
+    for (const int frame : {21, 23}) moveMouse(lanes, lanes.keyPoint(0, frame).toPoint());
+    QTest::mouseRelease(&lanes, Qt::LeftButton, {}, lanes.keyPoint(0, 23).toPoint());
+    EXPECT_EQ(keys()[1].frame, 23);
     EXPECT_EQ(history().count(), 7);
+    idle();
+
     dragTimeline(timeline.inHandle(), {timeline.xOfFrame(3), timeline.xOfFrame(4)});
     EXPECT_GT(document().project()->in, 0);
     EXPECT_EQ(history().count(), 8);
+    EXPECT_EQ(keys()[1].frame, 23 - document().project()->in) << "keys stay with their pictures";
     idle();
 
     expectHistoryAndFile(opened);
@@ -77,14 +84,25 @@ TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
     idle();
     EXPECT_EQ(document().selected(), (Slot{Kind::Transition, 0}));
     EXPECT_EQ(window->stack().list()->count(), 2);
+    const std::int64_t overlap = window->frame();
+    EXPECT_NE(shown->last()[0].toLongLong(), 0) << "what was added is seen";
     addByName("linear wipe");
     EXPECT_EQ(document().project()->second->transition.info->name, "Linear Wipe");
     EXPECT_EQ(panel().effect()->info().name, "Linear Wipe");
     const auto defaults = document().project()->second->transition.record;
     dragTrackbar(trackbar(), {10, 25});
     EXPECT_NE(document().project()->second->transition.record, defaults);
-    addByName("sepia");
-    EXPECT_EQ(history().count(), 4);
+    panel().keyList()->diamond("feather")->click();
+    window->setFrame(overlap + 4);
+    panel().keys().toggle(panel().keys().info()->field("feather"));
+    panel().keys().setNumber(panel().keys().info()->field("feather"), overlap + 4, 0.5);
+    panel().keys().setWay(panel().keys().info()->field("feather"), overlap, Way::Smooth);
+    addByName("text");
+    panel().keyList()->diamond("tracking")->click();
+    window->setFrame(overlap + 9);
+    panel().keys().setNumber(panel().keys().info()->field("tracking"), overlap + 9, 1.5);
+    panel().keys().setSpan(overlap, {});
+    EXPECT_EQ(history().count(), 11);
     expectHistoryAndFile(opened);
     expectSameBytes("mkv", "ffv1");
 }
@@ -312,16 +330,6 @@ TEST_F(StudioWindowTest, TimesTellEachFrameFromTheNext) {
         window->setFrame(4);
         EXPECT_NE(window->transport().timeText(), third) << format;
     }
-    idle();
-}
-
-TEST_F(StudioWindowTest, TheEndOfARampIsShownAsItIsSet) {
-    openClip();
-    addByName("levels");
-    QTest::mouseClick(panel().rampButton(), Qt::LeftButton);
-    EXPECT_EQ(window->frame(), window->timeline().ramp()->to);
-    panel().rampButton()->click(); // off again
-    EXPECT_FALSE(window->timeline().ramp());
     idle();
 }
 

@@ -372,7 +372,7 @@ struct TimelineTest : testing::Test {
 
     Timeline line;
     QSignalSpy frames{&line, &Timeline::frameChanged}, scrubs{&line, &Timeline::scrubbing};
-    QSignalSpy ends{&line, &Timeline::inOutChanged}, ramps{&line, &Timeline::rampChanged};
+    QSignalSpy ends{&line, &Timeline::inOutChanged};
 };
 
 TEST_F(TimelineTest, ScrubsByDragAndStopsAtTheEnds) {
@@ -418,30 +418,9 @@ TEST_F(TimelineTest, DragsInAndOut) {
     EXPECT_TRUE(frames.isEmpty());
 }
 
-TEST_F(TimelineTest, DragsKeyframes) {
-    EXPECT_EQ(line.keyframe(false), QPointF());
-    line.setRamp(FrameRange{10, 50});
-    const double step = line.xOfFrame(1) - line.xOfFrame(0);
-    // Taken beside its middle, a keyframe does not jump.
-    drag(line, line.keyframe(true) + QPointF(4, 0), line.keyframe(true) + QPointF(4 + 25 * step, 0));
-    EXPECT_EQ(line.ramp(), (FrameRange{10, 75}));
-    drag(line, line.keyframe(false), {620, line.keyframe(false).y()});
-    EXPECT_EQ(line.ramp(), (FrameRange{75, 75}));
-    drag(line, line.keyframe(false), {line.xOfFrame(5), line.keyframe(false).y()});
-    EXPECT_EQ(line.ramp(), (FrameRange{5, 75})) << "keyframes on one frame come apart";
-    EXPECT_EQ(ramps.back(), (QList<QVariant>{5, 75, true}));
-    EXPECT_TRUE(
-        std::all_of(ramps.begin(), ramps.end() - 1, [](const auto& s) { return s[0].toInt() <= s[1].toInt(); }));
-    drag(line, line.keyframe(true), line.keyframe(true) - QPointF(step, 0), Qt::LeftButton, false);
-    line.setRamp({});
-    sendMouse(line, QEvent::MouseMove, {300, 60}, Qt::NoButton, Qt::LeftButton);
-    EXPECT_FALSE(line.ramp()) << "a ramp that is gone is not dragged on";
-}
-
 TEST_F(TimelineTest, MovesByKeys) {
     line.setFrameRate(24);
     line.setFrame(50);
-    line.setRamp(FrameRange{10, 20});
     const struct {
         Qt::Key key;
         Qt::KeyboardModifiers modifiers;
@@ -463,8 +442,6 @@ TEST_F(TimelineTest, MovesByKeys) {
     }
     QTest::keyClick(&line, Qt::Key_I);
     EXPECT_EQ(line.inOut(), (FrameRange{89, 99}));
-    QTest::keyClick(&line, Qt::Key_BracketLeft);
-    EXPECT_EQ(line.ramp(), (FrameRange{89, 89}));
     line.setFrame(30);
     QTest::keyClick(&line, Qt::Key_O);
     EXPECT_EQ(line.inOut(), (FrameRange{0, 30})) << "an out before in frees in";
@@ -498,7 +475,6 @@ TEST_F(TimelineTest, BearsAnyNumbers) {
             line.setFrame(frame);
             EXPECT_EQ(line.frame(), std::clamp(frame, 0, last));
             line.setInOut(frame, -frame / 2);
-            line.setRamp(FrameRange{frame, 3});
             line.setOverlap(FrameRange{frame, INT32_MAX});
             EXPECT_LE(line.inOut().from, line.inOut().to);
             line.setFrameRate(frame);
@@ -519,6 +495,9 @@ TEST_F(TimelineTest, BearsAnyNumbers) {
 
 TEST(StudioTimeline, AStillIsNotCoveredByItsPlayhead) {
     Timeline line;
+    QPalette grey = line.palette();
+    grey.setColor(QPalette::Highlight, Qt::gray);
+    line.setPalette(grey);
     present(line, {628, line.sizeHint().height()});
     line.setFrameCount(1);
     const QImage seen = line.grab().toImage();

@@ -77,13 +77,13 @@ class CompleteVerb final : public Verb {
         if (!effect) return;
         if (option == "--preset")
             for (const PresetInfo& preset : effect->presets) tell(preset.name);
-        if (option != "--set" && option != "--ramp") return;
+        if (option != "--set" && option != "--ramp" && option != "--key") return;
         const std::size_t sign = last.find('=');
         for (const tFieldInfo& field : effect->fields) {
             const std::string start = std::string(field.name) + "=";
             if (sign == std::string::npos) {
                 tell(start);
-            } else if (sameName(last.substr(0, sign), field.name)) {
+            } else if (option != "--key" && sameName(last.substr(0, sign), field.name)) {
                 if (field.kind == KWFIELD_SWITCH) tell(start + "on"), tell(start + "off");
                 for (LONG i = 0; i < field.choiceCount; ++i) tell(start + field.choices[i].text);
             }

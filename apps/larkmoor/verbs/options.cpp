@@ -18,6 +18,13 @@ void EffectOptions::add(CLI::App& app, bool chain) {
         Kind::Preset;
     m_kinds[option(app, "--set", "A field's value", "FIELD=VALUE")] = Kind::Set;
     m_kinds[option(app, "--ramp", "A field's value from the first frame to the last", "FIELD=FROM:TO")] = Kind::Ramp;
+    m_kinds[option(app, "--key", "A field's values at frames (50, 2.5s, end) and the way on: hold, linear, smooth",
+                   "FIELD=FRAME:VALUE[:WAY],...")] = Kind::Key;
+    if (chain) {
+        m_kinds[option(app, "--from", "The first frame at which the effect works, or its time (2.5s)", "FRAME")] =
+            Kind::From;
+        m_kinds[option(app, "--to", "The last frame at which the effect works, or its time", "FRAME")] = Kind::To;
+    }
     m_kinds[option(app, "--load-state", "Start from a saved state", "FILE")] = Kind::LoadState;
     m_kinds[option(app, "--save-state", "Save the effect's state when done", "FILE")] = Kind::SaveState;
     m_kinds[option(app, "--save-preset", "Keep the effect's settings as a preset of your own", "NAME")] =

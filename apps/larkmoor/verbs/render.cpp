@@ -15,6 +15,7 @@ constexpr const char* examples =
     R"x(  larkmoor render in.mp4 -o soft.mp4 --effect "Gaussian Blur" --preset "Light Blur"
   larkmoor render in.mp4 -o short.mp4 --start 0:10 --end 0:20 --effect Levels --set gamma=1.4 --effect Sharpen
   larkmoor render in.mp4 -o fade.mp4 --effect Levels --ramp gamma=1:3
+  larkmoor render in.mp4 -o pulse.mp4 --effect Levels --key gamma=0:1,2.5s:3:smooth,end:1 --from 10 --to 4s
   larkmoor render green.mp4 -o keyed.mp4 --effect "Chroma Keyer" --preset "Green Screen" --over beach.mp4
   larkmoor render in.mp4 -o title.mp4 --over-effect Text --set text="Hello" --set font="Liberation Sans Bold 48"
   larkmoor render frame%04d.png -o film.mp4 --rate 24 --effect Sepia

@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kMargin = 14;       // left and right of the frames, so that handles and labels have room
 constexpr double kMostPerFrame = 64; // logical pixels
-constexpr double kHandleWidth = 8, kDiamond = 6, kReach = 7;
+constexpr double kHandleWidth = 8, kReach = 7;
 constexpr int kScrollSteps = 1 << 20; // of the scroll bar over all frames
 
 QColor mixed(const QColor& a, const QColor& b, double share) {
@@ -25,7 +25,7 @@ QColor mixed(const QColor& a, const QColor& b, double share) {
                             float(a.blueF() + (b.blueF() - a.blueF()) * share));
 }
 
-const QColor kPlayhead(226, 72, 60), kRamp(214, 150, 20);
+const QColor kPlayhead(226, 72, 60);
 
 } // namespace
 
@@ -39,12 +39,13 @@ Timeline::Timeline(QWidget* parent) : QWidget(parent), m_scroll(new QScrollBar(Q
     connect(m_scroll, &QScrollBar::valueChanged, this, [this](int value) {
         m_first = double(value) / kScrollSteps * m_count;
         update();
+        emit viewChanged();
     });
 }
 
 QSize Timeline::sizeHint() const {
     return {480,
-            static_cast<int>(lanes().ramp.bottom()) + 4 + (m_scroll->isHidden() ? 0 : m_scroll->sizeHint().height())};
+            static_cast<int>(lanes().track.bottom()) + 4 + (m_scroll->isHidden() ? 0 : m_scroll->sizeHint().height())};
 }
 
 QSize Timeline::minimumSizeHint() const {
@@ -53,8 +54,7 @@ QSize Timeline::minimumSizeHint() const {
 
 Timeline::Lanes Timeline::lanes() const {
     const double ruler = fontMetrics().height() + 12, lane = 20;
-    return {QRectF(0, 0, width(), ruler), QRectF(0, ruler + 2, width(), lane),
-            QRectF(0, ruler + lane + 4, width(), 28)};
+    return {QRectF(0, 0, width(), ruler), QRectF(0, ruler + 2, width(), lane)};
 }
 
 void Timeline::setFrameCount(int count) {
@@ -64,7 +64,6 @@ void Timeline::setFrameCount(int count) {
     m_inOut = {0, std::max(m_count - 1, 0)};
     m_drag = Part::None;
     setFrame(m_frame);
-    setRamp(m_ramp);
     setOverlap(m_overlap);
     layOut();
 }
@@ -73,20 +72,13 @@ void Timeline::setFrame(int frame) {
     m_frame = std::clamp(frame, 0, std::max(m_count - 1, 0));
     if (m_drag == Part::None) reveal(m_frame);
     update();
+    emit viewChanged();
 }
 
 void Timeline::setInOut(int in, int out) {
     const int last = std::max(m_count - 1, 0);
     in = std::clamp(in, 0, last);
     m_inOut = {in, std::clamp(out, in, last)};
-    update();
-}
-
-void Timeline::setRamp(std::optional<FrameRange> ramp) {
-    const int last = std::max(m_count - 1, 0);
-    if (ramp) ramp->from = std::clamp(ramp->from, 0, last), ramp->to = std::clamp(ramp->to, ramp->from, last);
-    if (!ramp && (m_drag == Part::From || m_drag == Part::To)) m_drag = Part::None;
-    m_ramp = ramp;
     update();
 }
 
@@ -130,12 +122,6 @@ QPointF Timeline::outHandle() const {
     return {edgeOf(m_inOut.to + 1.0) + kHandleWidth / 2, lanes().track.center().y()};
 }
 
-QPointF Timeline::keyframe(bool to) const {
-    if (!m_ramp) return {};
-    const QRectF lane = lanes().ramp;
-    return {xOfFrame(to ? m_ramp->to : m_ramp->from), to ? lane.top() + kDiamond : lane.bottom() - kDiamond};
-}
-
 void Timeline::setZoom(double zoom, double x) {
     if (!m_count || !(zoom > 0)) return;
     const double under = (x - kMargin) / perFrame() + m_first;
@@ -158,6 +144,7 @@ void Timeline::layOut() {
     if (m_count) m_scroll->setValue(static_cast<int>(m_first / m_count * kScrollSteps));
     if (wasHidden != m_scroll->isHidden()) updateGeometry();
     update();
+    emit viewChanged();
 }
 
 void Timeline::reveal(int frame) {
@@ -182,10 +169,6 @@ QString Timeline::textOf(Part part, int frame) const {
         return tr("In: %1").arg(timeText(m_inOut.from));
     case Part::Out:
         return tr("Out: %1").arg(timeText(m_inOut.to));
-    case Part::From:
-        return tr("From: %1").arg(timeText(m_ramp->from));
-    case Part::To:
-        return tr("To: %1").arg(timeText(m_ramp->to));
     default:
         return timeText(frame);
     }
@@ -193,13 +176,7 @@ QString Timeline::textOf(Part part, int frame) const {
 
 Timeline::Part Timeline::partAt(QPointF position) const {
     if (!m_count) return Part::None;
-    const auto near = [position](QPointF at) { return std::abs(position.x() - at.x()) <= kReach; };
     const Lanes at = lanes();
-    if (m_ramp && at.ramp.contains(position)) {
-        const bool from = near(keyframe(false)), to = near(keyframe(true));
-        if (from && to) return position.y() < at.ramp.center().y() ? Part::To : Part::From;
-        if (from || to) return from ? Part::From : Part::To;
-    }
     if (at.track.contains(position)) {
         const double toIn = std::abs(position.x() - inHandle().x()), toOut = std::abs(position.x() - outHandle().x());
         if (std::min(toIn, toOut) <= kReach) return toIn < toOut ? Part::In : Part::Out;
@@ -213,6 +190,7 @@ void Timeline::moveTo(int frame) {
     if (frame == m_frame) return;
     m_frame = frame;
     update();
+    emit viewChanged();
     emit frameChanged(frame);
 }
 
@@ -221,13 +199,6 @@ void Timeline::changeInOut(FrameRange inOut, bool final) {
     m_inOut = inOut;
     update();
     if (final || !same) emit inOutChanged(inOut.from, inOut.to, final);
-}
-
-void Timeline::changeRamp(FrameRange ramp, bool final) {
-    const bool same = ramp == m_ramp;
-    m_ramp = ramp;
-    update();
-    if (final || !same) emit rampChanged(ramp.from, ramp.to, final);
 }
 
 void Timeline::dragTo(double x) {
@@ -242,12 +213,6 @@ void Timeline::dragTo(double x) {
         break;
     case Part::Out:
         changeInOut({m_inOut.from, std::max(frameAt(x - perFrame() / 2), m_inOut.from)}, false);
-        break;
-    case Part::From:
-        changeRamp({std::min(frame, m_ramp->to), m_ramp->to}, false);
-        break;
-    case Part::To:
-        changeRamp({m_ramp->from, std::max(frame, m_ramp->from)}, false);
         break;
     case Part::None:
         break;
@@ -265,10 +230,6 @@ void Timeline::endDrag(bool keep) {
     case Part::Out:
         changeInOut(keep ? m_inOut : m_beforeDrag, true);
         break;
-    case Part::From:
-    case Part::To:
-        changeRamp(keep ? *m_ramp : m_beforeDrag, true);
-        break;
     case Part::None:
         break;
     }
@@ -279,17 +240,13 @@ void Timeline::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || m_drag != Part::None) return;
     m_drag = partAt(event->position());
     m_frameBeforeDrag = m_frame;
-    m_beforeDrag = m_drag == Part::From || m_drag == Part::To ? *m_ramp : m_inOut;
+    m_beforeDrag = m_inOut;
     switch (m_drag) {
     case Part::In:
         m_grab = edgeOf(m_inOut.from) - event->position().x();
         break;
     case Part::Out:
         m_grab = edgeOf(m_inOut.to + 1.0) - event->position().x();
-        break;
-    case Part::From:
-    case Part::To:
-        m_grab = keyframe(m_drag == Part::To).x() - event->position().x();
         break;
     default:
         m_grab = 0;
@@ -369,12 +326,6 @@ void Timeline::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_O:
         changeInOut({m_inOut.from > m_frame ? 0 : m_inOut.from, m_frame}, true);
         break;
-    case Qt::Key_BracketLeft:
-        if (m_ramp) changeRamp({m_frame, std::max(m_ramp->to, m_frame)}, true);
-        break;
-    case Qt::Key_BracketRight:
-        if (m_ramp) changeRamp({std::min(m_ramp->from, m_frame), m_frame}, true);
-        break;
     case Qt::Key_Plus:
     case Qt::Key_Equal:
         setZoom(m_zoom * 1.5, xOfFrame(m_frame));
@@ -432,11 +383,9 @@ void Timeline::paintEvent(QPaintEvent*) {
     const Lanes at = lanes();
     painter.fillRect(rect(), palette().color(QPalette::Window));
     const QColor lane = mixed(palette().color(QPalette::Window), palette().color(QPalette::WindowText), 0.08);
-    for (const QRectF& area : {at.track, at.ramp})
-        painter.fillRect(QRectF(kMargin, area.top(), width() - 2 * kMargin, area.height()), lane);
+    painter.fillRect(QRectF(kMargin, at.track.top(), width() - 2 * kMargin, at.track.height()), lane);
     if (m_count) {
         paintTrack(painter, at.track);
-        paintRamp(painter, at.ramp);
         paintRuler(painter, at.ruler);
         paintPlayhead(painter, at);
     }
@@ -513,35 +462,6 @@ void Timeline::paintTrack(QPainter& painter, const QRectF& lane) const {
     painter.restore();
 }
 
-void Timeline::paintRamp(QPainter& painter, const QRectF& lane) const {
-    if (!m_ramp) return;
-    painter.save();
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setClipRect(QRectF(0, lane.top(), width(), lane.height()));
-    const QPointF from = keyframe(false), to = keyframe(true);
-    QColor area = kRamp;
-    area.setAlpha(60);
-    // Before the ramp the first values hold, after it the last.
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(area);
-    painter.drawPolygon(QPolygonF{{from.x(), lane.bottom()}, from, to, {to.x(), lane.bottom()}});
-    painter.setPen(QPen(kRamp, 1.5));
-    painter.drawLine(from, to);
-    painter.setPen(QPen(kRamp, 1, Qt::DotLine));
-    painter.drawLine(QPointF(std::max(edgeOf(0), 0.0), from.y()), from);
-    painter.drawLine(to, QPointF(std::min(edgeOf(m_count), double(width())), to.y()));
-    const Part lit = m_drag != Part::None ? m_drag : m_hover;
-    painter.setPen(QPen(palette().color(QPalette::Window), 1));
-    const auto diamond = [&](QPointF at, bool on) {
-        painter.setBrush(on ? kRamp.lighter(130) : kRamp);
-        painter.drawPolygon(QPolygonF{at - QPointF(0, kDiamond), at + QPointF(kDiamond, 0), at + QPointF(0, kDiamond),
-                                      at - QPointF(kDiamond, 0)});
-    };
-    diamond(from, lit == Part::From);
-    diamond(to, lit == Part::To);
-    painter.restore();
-}
-
 void Timeline::paintPlayhead(QPainter& painter, const Lanes& lanes) const {
     const double x = xOfFrame(m_frame);
     if (x < 0 || x > width()) return;
@@ -549,13 +469,12 @@ void Timeline::paintPlayhead(QPainter& painter, const Lanes& lanes) const {
     if (perFrame() >= 4 && m_count > 1) {
         QColor cell = kPlayhead;
         cell.setAlpha(50);
-        painter.fillRect(
-            QRectF(edgeOf(m_frame), lanes.track.top(), perFrame(), lanes.ramp.bottom() - lanes.track.top()), cell);
+        painter.fillRect(QRectF(edgeOf(m_frame), lanes.track.top(), perFrame(), lanes.track.height()), cell);
     }
     painter.setRenderHint(QPainter::Antialiasing);
     const double line = std::floor(x) + 0.5;
     painter.setPen(QPen(kPlayhead, 1));
-    painter.drawLine(QPointF(line, lanes.ruler.bottom() - 4), QPointF(line, lanes.ramp.bottom()));
+    painter.drawLine(QPointF(line, lanes.ruler.bottom() - 4), QPointF(line, lanes.track.bottom()));
     painter.setPen(Qt::NoPen);
     painter.setBrush(kPlayhead);
     const double foot = lanes.ruler.bottom() + 1;

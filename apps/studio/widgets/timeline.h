@@ -1,4 +1,4 @@
-// Frames in a row: playhead, in and out points, the ramp of the selected effect, the overlap of a transition.
+// Frames in a row: playhead, in and out points, the overlap of a transition.
 #pragma once
 
 #include <QScrollBar>
@@ -16,9 +16,9 @@ struct FrameRange {
 
 /// Setters limit what they are given to the frames there are, and send no signals; people's doings send them.
 ///
-/// Mouse: a press or drag scrubs; the in and out handles and the keyframes are dragged, Escape takes a drag back; the
+/// Mouse: a press or drag scrubs; the in and out handles are dragged, Escape takes a drag back; the
 /// wheel zooms about the pointer, with shift it scrolls. Keys: Left, Right (with shift ten frames), Page Up and Page
-/// Down (a second), Home, End; I and O set in and out at the playhead; [ and ] the ramp's ends; + - 0 zoom.
+/// Down (a second), Home, End; I and O set in and out at the playhead; + - 0 zoom.
 class Timeline : public QWidget {
     Q_OBJECT
 
@@ -35,10 +35,6 @@ class Timeline : public QWidget {
     void setInOut(int in, int out);
     FrameRange inOut() const { return m_inOut; }
 
-    /// The ramp between two keyframes; none hides it.
-    void setRamp(std::optional<FrameRange> ramp);
-    std::optional<FrameRange> ramp() const { return m_ramp; }
-
     void setOverlap(std::optional<FrameRange> overlap);
 
     /// Frames a second, for round ticks and the page keys; 25 at first.
@@ -51,12 +47,11 @@ class Timeline : public QWidget {
     void setZoom(double zoom, double x);
     double zoom() const { return m_zoom; }
 
-    /// Where things are, in widget coordinates: a frame's middle, the handles' and keyframes' centres.
+    /// Where things are, in widget coordinates: a frame's middle, the handles' centres.
     double xOfFrame(int frame) const;
     int frameAt(double x) const;
     QPointF inHandle() const;
     QPointF outHandle() const;
-    QPointF keyframe(bool to) const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -65,7 +60,8 @@ class Timeline : public QWidget {
     void frameChanged(int frame);
     void scrubbing(bool active);
     void inOutChanged(int in, int out, bool final);
-    void rampChanged(int from, int to, bool final);
+    /// The places of frames, or the playhead.
+    void viewChanged();
 
   protected:
     bool event(QEvent* event) override;
@@ -81,11 +77,11 @@ class Timeline : public QWidget {
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
-    enum class Part { None, Playhead, In, Out, From, To };
+    enum class Part { None, Playhead, In, Out };
 
     /// Heights in logical pixels, from the font.
     struct Lanes {
-        QRectF ruler, track, ramp;
+        QRectF ruler, track;
     };
 
     Lanes lanes() const;
@@ -96,7 +92,6 @@ class Timeline : public QWidget {
     void endDrag(bool keep);
     void moveTo(int frame);
     void changeInOut(FrameRange inOut, bool final);
-    void changeRamp(FrameRange ramp, bool final);
     void layOut();
     void reveal(int frame);
     int tickStep(double leastWidth) const;
@@ -104,12 +99,11 @@ class Timeline : public QWidget {
     QString textOf(Part part, int frame) const;
     void paintRuler(QPainter& painter, const QRectF& lane) const;
     void paintTrack(QPainter& painter, const QRectF& lane) const;
-    void paintRamp(QPainter& painter, const QRectF& lane) const;
     void paintPlayhead(QPainter& painter, const Lanes& lanes) const;
 
     int m_count = 0, m_frame = 0;
     FrameRange m_inOut;
-    std::optional<FrameRange> m_ramp, m_overlap;
+    std::optional<FrameRange> m_overlap;
     double m_rate = 25;
     std::function<QString(qint64)> m_format;
     double m_zoom = 1, m_first = 0; ///< `m_first` is the frame at the left, which need not be whole

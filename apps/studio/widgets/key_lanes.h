@@ -1,0 +1,53 @@
+// The keys of an effect field by field, below the timeline and at its places.
+#pragma once
+
+#include <QWidget>
+#include <optional>
+
+#include "key_editor.h"
+#include "widgets/timeline.h"
+
+namespace larkmoor {
+
+/// Mouse: a click on a lane selects it, one on a key takes the playhead there; a drag moves a key, with Ctrl it leaves
+/// a copy behind. Keys: Delete removes the selected key, Ctrl+C and Ctrl+V set it at the playhead, Ctrl+Left and
+/// Ctrl+Right move it by a frame, Up and Down go through the lanes. No lanes, no height.
+class KeyLanes : public QWidget {
+    Q_OBJECT
+
+  public:
+    KeyLanes(KeyEditor& keys, Timeline& timeline, QWidget* parent = nullptr);
+
+    /// Null without lanes.
+    const tFieldInfo* selectedField() const;
+    /// The middle of a key of a lane, in the widget.
+    QPointF keyPoint(int lane, std::int64_t frame) const;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return {160, sizeHint().height()}; }
+
+  signals:
+    void fieldSelected();
+
+  protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    void show();
+    void select(int lane, std::optional<std::int64_t> frame);
+    std::optional<std::int64_t> keyAt(QPointF position) const;
+
+    KeyEditor& m_keys;
+    Timeline& m_timeline;
+    Curves m_lanes;
+    int m_lane = 0;
+    std::optional<std::int64_t> m_selected, m_dragged, m_copied;
+    double m_pressedAt = 0;
+};
+
+} // namespace larkmoor
