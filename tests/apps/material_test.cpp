@@ -217,7 +217,25 @@ INSTANTIATE_TEST_SUITE_P(
             "in.ogv is cut short at 0:0",
             {"larkmoor render in.wmv -o out-wmv.mkv $none 2>said; [ $? = 3 ] && grep 'cut short at 0:0' said",
              "larkmoor render in.ts -o out-ts.mkv $none 2>said; [ $? = 3 ] && grep 'cut short at 0:0' said",
-             "for f in ogv wmv ts; do larkmoor render whole.$f -o whole-$f.mkv $none || exit 1; done"}},
+             "for f in ogv wmv ts; do larkmoor render whole.$f -o whole-$f.mkv $none || exit 1; done",
+             "head -c 4000 whole.ts >b.ts; larkmoor render b.ts -o b.mkv $none 2>said; [ $? = 3 ] && grep 'holds "
+             "nothing "
+             "of it' said && larkmoor join b.ts whole.ts -o j.mkv --transition Dissolve --duration 0.1; [ $? = 3 ]"}},
+        Row{"PacketsOfTransportStreams",
+            "make whole.ts -pix_fmt yuv420p -c:v mpeg2video; make whole.m2ts -pix_fmt yuv420p -c:v mpeg2video; head -c "
+            "$((188 * 90 + 1)) whole.ts >in.ts",
+            "render in.ts -o out.mkv $none",
+            3,
+            "cut short at 0:0",
+            {"for n in 1 187; do head -c $((188 * 90 + n)) whole.ts >a.ts; larkmoor render a.ts -o a$n.mkv $none "
+             "2>said; "
+             "[ $? = 3 ] && grep -q 'cut short at 0:0' said || exit 1; done",
+             "for n in 1 4 191; do head -c $((192 * 90 + n)) whole.m2ts >b.m2ts; larkmoor render b.m2ts -o b$n.mkv "
+             "$none "
+             "2>said; [ $? = 3 ] && grep -q 'cut short at 0:0' said || exit 1; done",
+             "{ cat whole.ts; head -c 1000 /dev/zero; } >padded.ts; for f in whole.ts whole.m2ts padded.ts; do "
+             "larkmoor "
+             "render $f -o whole-$f.mkv $none || exit 1; done"}},
         Row{"BitsOfHevc",
             "make in.mp4 -pix_fmt yuv420p -c:v libx265 -x265-params log-level=none:hash=1; poke in.mp4 500 30",
             "render in.mp4 -o out.mp4 $none",

@@ -64,6 +64,10 @@ CodecPtr openAudioDecoder(const AVStream& stream) {
     return context;
 }
 
+bool isKnownSound(const AVCodecParameters& stream) {
+    return stream.sample_rate > 0 && stream.ch_layout.nb_channels > 0;
+}
+
 SoundFacts soundFacts(const AVCodecParameters& stream) {
     SoundFacts facts{.codec = stream.codec_id,
                      .rate = stream.sample_rate,

@@ -30,6 +30,8 @@ struct SoundFacts {
 };
 /// Of a stream of sound, whose layout is one that everything knows.
 SoundFacts soundFacts(const AVCodecParameters& stream);
+/// False of a stream that a file announces and holds no packet of, so that nothing tells its rate and channels.
+bool isKnownSound(const AVCodecParameters& stream);
 
 /// A codec that keeps every sample.
 bool isLossless(AVCodecID codec);

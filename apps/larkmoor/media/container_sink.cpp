@@ -296,6 +296,11 @@ void ContainerSink::passStreams(Reader& source) {
         if (&stream == &source.videoStream() || (type == AVMEDIA_TYPE_VIDEO && !cover)) continue;
         const bool sound = type == AVMEDIA_TYPE_AUDIO;
         if (sound && !wantsSound(++sounds)) continue;
+        if (sound && !isKnownSound(*stream.codecpar)) {
+            warn(fmt::format("{} announces sound stream {} and holds nothing of it; it is left out", source.path(),
+                             sounds));
+            continue;
+        }
         Passage passage;
         const bool copied = (!sound || mayCopySound(stream)) && copyStream(stream, passage);
         if (!copied && !reencodeSound(stream, passage) && !reencodeSubtitles(stream, passage)) {

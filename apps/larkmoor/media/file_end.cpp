@@ -59,14 +59,41 @@ bool asfEndsEarly(const std::string& path, std::uint64_t length) {
     return size && flags && !(*flags & 1) && *size > length;
 }
 
+/// A transport stream is a row of packets of one size, each with its mark (ISO/IEC 13818-1, 2.4.3.2; 192 bytes with a
+/// time before them on discs, 204 with sums behind them): where marks stand in that order up to the end, the last
+/// packet has to be whole. What is no packet, as a recorder's padding, is no cut.
+bool transportEndsEarly(const std::string& path, std::uint64_t length) {
+    constexpr std::uint8_t mark = 0x47;
+    constexpr std::uint64_t marks = 5;
+    struct Kind {
+        std::uint64_t size, fromMark;
+    };
+    for (const Kind kind : {Kind{188, 188}, Kind{192, 188}, Kind{204, 204}}) {
+        const std::uint64_t looked = (marks + 1) * kind.size;
+        if (length < looked) continue;
+        const std::vector<std::uint8_t> bytes = read(path, length - looked, looked);
+        for (std::uint64_t rest = 1; rest <= kind.size && bytes.size() == looked; ++rest) {
+            bool row = true;
+            for (std::uint64_t i = 0; i < marks; ++i) row = row && bytes[looked - rest - i * kind.size] == mark;
+            if (row) return rest != kind.fromMark;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 bool endsEarly(const std::string& path, std::string_view format) {
     std::error_code error;
-    if ((format != "ogg" && format != "asf") || !std::filesystem::is_regular_file(path, error)) return false;
+    struct Kind {
+        std::string_view format;
+        bool (*endsEarly)(const std::string& path, std::uint64_t length);
+    };
+    constexpr std::array<Kind, 3> kinds{{{"ogg", oggEndsEarly}, {"asf", asfEndsEarly}, {"mpegts", transportEndsEarly}}};
+    const auto* const kind = std::ranges::find(kinds, format, &Kind::format);
+    if (kind == kinds.end() || !std::filesystem::is_regular_file(path, error)) return false;
     const std::uint64_t length = std::filesystem::file_size(path, error);
-    if (error) return false;
-    return format == "ogg" ? oggEndsEarly(path, length) : asfEndsEarly(path, length);
+    return !error && kind->endsEarly(path, length);
 }
 
 bool exrEndsEarly(std::span<const std::uint8_t> file) {

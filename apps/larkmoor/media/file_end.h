@@ -8,7 +8,7 @@
 
 namespace larkmoor {
 
-/// Whether an Ogg or ASF file is cut short.
+/// Whether an Ogg or ASF file or a transport stream is cut short; of the last only what ends inside a packet.
 /// @param format by FFmpeg's name; false for any other
 bool endsEarly(const std::string& path, std::string_view format);
 

@@ -20,6 +20,7 @@ SoundSource::SoundSource(const std::string& path, int number) {
         stream.discard = AVDISCARD_ALL;
         if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && number-- == 0) m_stream = &stream;
     }
+    if (m_stream && !isKnownSound(*m_stream->codecpar)) m_stream = nullptr;
     if (!m_stream) return;
     m_stream->discard = AVDISCARD_DEFAULT;
     m_decoder = openAudioDecoder(*m_stream);
