@@ -70,13 +70,16 @@ class DXTGaussianBlur final : public CEffect<tGAUSSIANBLURPROP> {
 
         const LONG channels[] = {params.blue, params.green, params.red, params.alpha};
         if (std::ranges::all_of(channels, [](LONG on) { return on == 1; }))
-            return KwDibGaussianBlur(output, input, bytesPerPixel, horizontal, vertical);
+            return KwDibGaussianBlur(output, input, bytesPerPixel, horizontal, vertical, &m_scratch);
         HRESULT status = KwDibCopy(output, input, bytesPerPixel);
         for (LONG channel = 0; channel < 4 && SUCCEEDED(status); ++channel)
             if (channels[channel])
                 status = KwDibGaussianBlurChannel(output, input, bytesPerPixel, horizontal, vertical, channel);
         return SUCCEEDED(status) ? KwDibClampToAlpha(output, bytesPerPixel) : status;
     }
+
+  private:
+    CKwScratch m_scratch; ///< frames are drawn one at a time, in one band
 };
 
 // --- its page

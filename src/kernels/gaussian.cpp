@@ -1,5 +1,6 @@
 #include "kernels/gaussian.h"
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -7,6 +8,8 @@
 #include <exception>
 #include <limits>
 #include <memory>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "base/arith.h"
@@ -22,12 +25,17 @@ namespace {
 /// What is smaller is set to 0, against denormal numbers.
 constexpr double kTiny = 0.00000000000000001;
 
-/// Rounds to nearest, ties to even, by the sum with 2^52 + 2^31, whose low word is then the value's with its top bit
-/// turned; not-a-number and infinity give 0.
-KWINLINE inline std::uint8_t ToLevel(double value) {
-    const auto low = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value + 4503601774854144.0));
-    const auto level = static_cast<std::int32_t>(low ^ 0x80000000u);
+/// 2^52 + 2^31. A sum with it is rounded to nearest, ties to even; its low word is the value's with its top bit turned,
+/// that of not-a-number and infinity the one of 0.
+constexpr double kToLevel = 4503601774854144.0;
+
+/// The level of such a low word.
+KWINLINE inline std::uint8_t Limited(std::int32_t low) {
+    const std::int32_t level = low ^ INT32_MIN;
     return static_cast<std::uint8_t>(level < 0 ? 0 : level > 255 ? 255 : level);
+}
+KWINLINE inline std::uint8_t ToLevel(double value) {
+    return Limited(static_cast<std::int32_t>(std::bit_cast<std::uint64_t>(value + kToLevel)));
 }
 
 /// The definition for one line: both walks from end to end, and their sum.
@@ -52,7 +60,7 @@ std::vector<double> PlainLine(const std::vector<double>& x, const tGaussianCoeff
 
 /// The definition: line by line, the first pass kept as floats. `offset` and `channels`: which of a pixel's.
 void BlurPlain(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
-               const tGaussianCoefficients& down, LONG offset, LONG channels) {
+               const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch&) {
     const LONG width = source.width, height = source.height;
     for (LONG c = offset; c < offset + channels; ++c) {
         std::vector<std::vector<double>> columns(static_cast<std::size_t>(width));
@@ -72,211 +80,275 @@ void BlurPlain(const tRows& destination, const tRows& source, const tGaussianCoe
     }
 }
 
-/// Lines filtered side by side. Each line's recursion is a chain of some thirty cycles a position, which the others
-/// fill; the scratch of one block of lines stays in the second cache at usual picture sizes.
+/// Lines filtered side by side, as vectors. Each line's recursion is a chain of some thirty cycles a position, which
+/// the others fill; what all of them remember fits in the registers of AVX-512.
 constexpr std::ptrdiff_t kLanes = 32;
-/// Positions a line looks back, rounded up to a power of two.
-constexpr std::ptrdiff_t kRing = 8;
 
+/// Vectors for the registers of SSE2, AVX and AVX-512; two at a time where numbers become wider or narrower, which
+/// compilers do best to a whole register.
+struct tTwo {
+    static constexpr int kWidth = 2;
+    using tReals [[gnu::vector_size(16)]] = double;
+    using tLongs [[gnu::vector_size(16)]] = std::int64_t;
+    using tFloats [[gnu::vector_size(8)]] = float;
+    using tRealPair [[gnu::vector_size(32)]] = double;
+    using tLongPair [[gnu::vector_size(32)]] = std::int64_t;
+    using tFloatPair [[gnu::vector_size(16)]] = float;
+    using tWholePair [[gnu::vector_size(16)]] = std::int32_t;
+};
+struct tFour {
+    static constexpr int kWidth = 4;
+    using tReals [[gnu::vector_size(32)]] = double;
+    using tLongs [[gnu::vector_size(32)]] = std::int64_t;
+    using tFloats [[gnu::vector_size(16)]] = float;
+    using tRealPair [[gnu::vector_size(64)]] = double;
+    using tLongPair [[gnu::vector_size(64)]] = std::int64_t;
+    using tFloatPair [[gnu::vector_size(32)]] = float;
+    using tWholePair [[gnu::vector_size(32)]] = std::int32_t;
+};
+struct tEight {
+    static constexpr int kWidth = 8;
+    using tReals [[gnu::vector_size(64)]] = double;
+    using tLongs [[gnu::vector_size(64)]] = std::int64_t;
+    using tFloats [[gnu::vector_size(32)]] = float;
+    using tRealPair [[gnu::vector_size(128)]] = double;
+    using tLongPair [[gnu::vector_size(128)]] = std::int64_t;
+    using tFloatPair [[gnu::vector_size(64)]] = float;
+    using tWholePair [[gnu::vector_size(64)]] = std::int32_t;
+};
+
+template <class Vector>
+KWINLINE inline typename Vector::tReals WithoutTiny(const typename Vector::tReals& v) {
+    using tReals = typename Vector::tReals;
+    const tReals size = reinterpret_cast<tReals>(reinterpret_cast<typename Vector::tLongs>(v) & INT64_MAX);
+    return size < kTiny ? tReals{} : v;
+}
+
+template <class Vector, class Value>
+KWINLINE inline Vector Load(const Value* from) {
+    Vector values;
+    std::memcpy(&values, from, sizeof values);
+    return values;
+}
+template <class Vector, class Value>
+KWINLINE inline void Store(Value* to, const Vector& values) {
+    std::memcpy(to, &values, sizeof values);
+}
+
+/// Calls `body` with each of the constants 0 to `kCount` - 1 until it returns false; returns whether it never did.
+template <int kCount, class Body>
+KWINLINE inline bool Unrolled(Body body) {
+    return [&]<int... k>(std::integer_sequence<int, k...>) KWINLINE {
+        return (body(std::integral_constant<int, k>{}) && ...);
+    }
+    (std::make_integer_sequence<int, kCount>{});
+}
+
+/// The taps of one direction. The anti-causal half knows only the values before its position, so that both look at
+/// four values and four results.
 struct tTaps {
-    double x[5], y[5], edge[5]; ///< edge: for positions off the line, in place of x and y
+    double x[4], y[4]; ///< y: of the results of the positions before
+    double edge[5];    ///< for positions off the line, in place of x and y
 };
 
 template <bool Causal>
 tTaps TapsOf(const tGaussianCoefficients& c) {
     tTaps taps;
-    for (int k = 0; k < 5; ++k) {
-        taps.x[k] = Causal ? c.n[k] : c.m[k];
-        taps.y[k] = c.d[k];
-        taps.edge[k] = taps.x[k] - (Causal ? c.bn[k] : c.bm[k]);
+    for (int k = 0; k < 4; ++k) {
+        taps.x[k] = Causal ? c.n[k] : c.m[k + 1];
+        taps.y[k] = c.d[k + 1];
     }
+    for (int k = 0; k < 5; ++k) taps.edge[k] = Causal ? c.n[k] - c.bn[k] : c.m[k] - c.bm[k];
     return taps;
 }
 
-/// One direction's walk over `kLanes` lines: what it remembers of the last positions, by step modulo `kRing`.
-struct tWalk {
-    alignas(64) double x[kRing][kLanes];
-    alignas(64) double y[kRing][kLanes];
+/// Walks along the lines of `kVectors` vectors of `count` positions, `step` values apart; `x` holds the first one's.
+/// Gives each position's results to `emit(position, results)`, position counted along the walk. The order of the
+/// additions is that of the taps and shows in the result; the taps that are 0 by construction (n4, d0, m0) are left
+/// out.
+template <bool Causal, class Vector, int kVectors, class Emit>
+KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps, Emit emit) {
+    using tReals = typename Vector::tReals;
+    using tAll = std::array<tReals, kVectors>;
+    constexpr int kBehind = Causal ? 0 : 1; // how far behind its position the walk's newest value lies
+    const auto load = [=](std::ptrdiff_t i) KWINLINE {
+        tAll all;
+        KWUNROLL
+        for (int j = 0; j < kVectors; j += 2) {
+            const auto floats = Load<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
+            const auto reals = __builtin_convertvector(floats, typename Vector::tRealPair);
+            std::memcpy(&all[j], &reals, sizeof reals);
+        }
+        return all;
+    };
+    tAll near[5], far[5];
+    for (int i = 0; i < 5; ++i) {
+        near[i] = load(std::min<std::ptrdiff_t>(i, count - 1));
+        for (int j = 0; j < kVectors; ++j) {
+            tReals v = Causal && i > 0 ? taps.x[0] * near[i][j] : tReals{};
+            for (int k = 1; k < i; ++k) v += taps.x[k - kBehind] * near[i - k][j] - taps.y[k - 1] * far[i - k][j];
+            for (int k = i; k < 5; ++k) v += taps.edge[k] * near[0][j];
+            far[i][j] = WithoutTiny<Vector>(v);
+        }
+        if (i < count) emit(i, far[i]);
+    }
+    // By position modulo 4.
+    tAll values[4] = {near[4], near[1], near[2], near[3]}, results[4] = {far[4], far[1], far[2], far[3]};
+    const double a0 = taps.x[0], a1 = taps.x[1], a2 = taps.x[2], a3 = taps.x[3];
+    const double d1 = taps.y[0], d2 = taps.y[1], d3 = taps.y[2], d4 = taps.y[3];
+    std::ptrdiff_t i = 5;
+    const auto go = [&](auto turn) KWINLINE {
+        if (i >= count) return false;
+        constexpr int at = decltype(turn)::value + 9;
+        values[(at - kBehind) % 4] = load(i - kBehind);
+        KWUNROLL
+        for (int j = 0; j < kVectors; ++j) {
+            const auto value = [&](int k) KWINLINE { return values[(at - kBehind - k) % 4][j]; };
+            const auto result = [&](int k) KWINLINE { return results[(at - k) % 4][j]; };
+            tReals v;
+            if constexpr (Causal) {
+                v = a1 * value(1) - d1 * result(1);
+                v = a0 * value(0) + v;
+                v += a2 * value(2) - d2 * result(2);
+                v += a3 * value(3) - d3 * result(3);
+                v -= d4 * result(4);
+            } else {
+                v = a0 * value(0) - d1 * result(1);
+                v += a1 * value(1) - d2 * result(2);
+                v += a2 * value(2) - d3 * result(3);
+                v += a3 * value(3) - d4 * result(4);
+            }
+            results[at % 4][j] = WithoutTiny<Vector>(v);
+        }
+        emit(i++, results[at % 4]);
+        return true;
+    };
+    while (Unrolled<4>(go)) {
+    }
+}
+
+/// What a pass needs. `x` holds, position by position, the values of all `kLanes` lines.
+struct tPass {
+    const float* x;
+    std::ptrdiff_t count;
+    const tGaussianCoefficients& c;
+    double* first; ///< room for `count` * `kLanes` results of the first walk
 };
 
-/// Takes in the values of step `i`.
-template <class Value>
-KWINLINE inline void Take(tWalk& walk, std::ptrdiff_t i, const Value* in) {
-    double* __restrict x = walk.x[i % kRing];
-    for (std::ptrdiff_t l = 0; l < kLanes; ++l) x[l] = static_cast<double>(in[l]);
-}
-
-/// Step `i` of a walk over values taken in before; `end` holds those of step 0. Returns the lines' results. The order
-/// of the additions is that of the taps and shows in the result; the taps that are 0 by construction (n4, d0, m0) are
-/// left out.
-template <bool Causal, class Value>
-KWINLINE inline const double* Step(tWalk& walk, std::ptrdiff_t i, const Value* end, const tTaps& taps) {
-    double* __restrict y = walk.y[i % kRing];
-    const double* x0 = walk.x[i % kRing];
-    if (i >= 5) {
-        const double* x1 = walk.x[(i - 1) % kRing];
-        const double* x2 = walk.x[(i - 2) % kRing];
-        const double* x3 = walk.x[(i - 3) % kRing];
-        const double* x4 = walk.x[(i - 4) % kRing];
-        const double* y1 = walk.y[(i - 1) % kRing];
-        const double* y2 = walk.y[(i - 2) % kRing];
-        const double* y3 = walk.y[(i - 3) % kRing];
-        const double* y4 = walk.y[(i - 4) % kRing];
-        const double a0 = taps.x[0], a1 = taps.x[1], a2 = taps.x[2], a3 = taps.x[3], a4 = taps.x[4];
-        const double d1 = taps.y[1], d2 = taps.y[2], d3 = taps.y[3], d4 = taps.y[4];
-        KWNODEPENDENCE
-        for (std::ptrdiff_t l = 0; l < kLanes; ++l) {
-            double v = a1 * x1[l] - d1 * y1[l];
-            if constexpr (Causal) v = a0 * x0[l] + v;
-            v += a2 * x2[l] - d2 * y2[l];
-            v += a3 * x3[l] - d3 * y3[l];
-            if constexpr (Causal)
-                v -= d4 * y4[l];
-            else
-                v += a4 * x4[l] - d4 * y4[l];
-            y[l] = std::fabs(v) < kTiny ? 0.0 : v;
-        }
-    } else {
-        for (std::ptrdiff_t l = 0; l < kLanes; ++l) {
-            double v = i > 0 ? taps.x[0] * x0[l] : 0.0;
-            for (std::ptrdiff_t k = 1; k < i; ++k) v += taps.x[k] * walk.x[i - k][l] - taps.y[k] * walk.y[i - k][l];
-            for (std::ptrdiff_t k = i; k < 5; ++k) v += taps.edge[k] * static_cast<double>(end[l]);
-            y[l] = std::fabs(v) < kTiny ? 0.0 : v;
-        }
-    }
-    return y;
-}
-
-/// Filters `kLanes` lines of `count` positions; `x` holds position by position all lines' values. Both walks go at
-/// once, so that one fills the other's waits: the first to come to a position leaves its result in `first` (`count` *
-/// `kLanes`), the second gives the sum to `emit(position, sums)`.
-template <class Value, class Emit>
-KWINLINE inline void FilterLines(const Value* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                                 Emit emit) {
-    const tTaps causal = TapsOf<true>(c), anticausal = TapsOf<false>(c);
-    const Value* last = x + (count - 1) * kLanes;
-    tWalk ahead, back;
-    const auto meet = [=](std::ptrdiff_t position, const double* y, bool isFirst) KWINLINE {
-        double* __restrict at = first + position * kLanes;
-        if (isFirst) {
-            for (std::ptrdiff_t l = 0; l < kLanes; ++l) at[l] = y[l];
-        } else {
-            alignas(64) double sums[kLanes];
-            for (std::ptrdiff_t l = 0; l < kLanes; ++l) sums[l] = at[l] + y[l];
-            emit(position, sums);
-        }
-    };
-    // Values come in one step early: stores narrower than the loads that follow need time to land.
-    Take(ahead, 0, x);
-    Take(back, 0, last);
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::ptrdiff_t j = count - 1 - i;
-        if (j > 0) {
-            Take(ahead, i + 1, x + (i + 1) * kLanes);
-            Take(back, i + 1, x + (j - 1) * kLanes);
-        }
-        meet(i, Step<true>(ahead, i, x, causal), i <= j);
-        meet(j, Step<false>(back, i, last, anticausal), i < j);
+/// Gives the sums of both walks to `emit(position, lane, sum)`, `sum(j)` being those of vector j from `lane` on.
+template <class Vector, int kVectors, class Emit>
+KWINLINE inline void FilterLines(const tPass& pass, Emit emit) {
+    using tReals = typename Vector::tReals;
+    using tAll = std::array<tReals, kVectors>;
+    const tTaps causal = TapsOf<true>(pass.c), anticausal = TapsOf<false>(pass.c);
+    const std::ptrdiff_t last = pass.count - 1;
+    for (std::ptrdiff_t lane = 0; lane < kLanes; lane += Vector::kWidth * kVectors) {
+        double* const first = pass.first + lane;
+        Walk<true, Vector, kVectors>(pass.x + lane, kLanes, pass.count, causal,
+                                     [=](std::ptrdiff_t i, const tAll& y) KWINLINE {
+                                         KWUNROLL
+                                         for (int j = 0; j < kVectors; ++j)
+                                             Store(first + i * kLanes + j * Vector::kWidth, y[j]);
+                                     });
+        Walk<false, Vector, kVectors>(
+            pass.x + last * kLanes + lane, -kLanes, pass.count, anticausal,
+            [=](std::ptrdiff_t i, const tAll& y) KWINLINE {
+                const double* const at = first + (last - i) * kLanes;
+                emit(last - i, lane, [&](int j) KWINLINE { return Load<tReals>(at + j * Vector::kWidth) + y[j]; });
+            });
     }
 }
 
-/// Row pass. `x`: per position, the lanes' bytes, `Channels` a row. `out`: the first of these rows in the first block
-/// of the plane between the passes, which holds the blocks of `kLanes` columns one after the other, `blockSize` floats
-/// each.
-template <int Channels>
-KWINLINE inline void FilterRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
-                                double* first, float* out, std::ptrdiff_t blockSize) {
-    FilterLines(x, count, c, first, [=](std::ptrdiff_t position, const double* y) KWINLINE {
+/// Row pass, `Channels` lines a row. `out`: the first of these rows in the first block of the plane between the passes,
+/// which holds the blocks of `kLanes` columns one after the other, `blockSize` floats each.
+template <int Channels, class Vector, int kVectors>
+KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t blockSize) {
+    FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
         const std::ptrdiff_t column = position * Channels;
-        float* __restrict to = out + column / kLanes * blockSize + column % kLanes;
-        for (std::ptrdiff_t row = 0; row < kLanes / Channels; ++row)
-            for (int channel = 0; channel < Channels; ++channel)
-                to[row * kLanes + channel] = static_cast<float>(y[row * Channels + channel]);
+        float* to = out + column / kLanes * blockSize + column % kLanes + lane / Channels * kLanes;
+        KWUNROLL
+        for (int j = 0; j < kVectors; ++j) {
+            const auto floats = __builtin_convertvector(sum(j), typename Vector::tFloats);
+            const int at = j * Vector::kWidth;
+            if constexpr (Channels == 4 && Vector::kWidth == 8) {
+                Store(to + at / 4 * kLanes, __builtin_shufflevector(floats, floats, 0, 1, 2, 3));
+                Store(to + at / 4 * kLanes + kLanes, __builtin_shufflevector(floats, floats, 4, 5, 6, 7));
+            } else if constexpr (Channels == 4) {
+                Store(to + at / 4 * kLanes + at % 4, floats);
+            } else {
+                for (int l = 0; l < Vector::kWidth; ++l) to[(at + l) * kLanes] = floats[l];
+            }
+        }
     });
 }
 
-/// Column pass over one block. `lanes`: how many of its columns are the picture's. `step`: bytes between two columns
+/// Column pass over one block. `lanes`: how many of its columns are the picture's. `Step`: bytes between two columns
 /// of the destination.
-template <int Step>
-KWINLINE inline void FilterColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                                   std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
-    FilterLines(x, count, c, first, [=](std::ptrdiff_t position, const double* y) KWINLINE {
-        std::uint8_t levels[kLanes];
-        for (std::ptrdiff_t l = 0; l < kLanes; ++l) levels[l] = ToLevel(y[l]);
-        std::byte* to = destination + position * stride;
+template <int Step, class Vector, int kVectors>
+KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, std::ptrdiff_t stride,
+                                   std::ptrdiff_t lanes) {
+    constexpr std::ptrdiff_t kCount = Vector::kWidth * kVectors;
+    FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
+        std::int32_t words[kCount];
+        KWUNROLL
+        for (int j = 0; j < kVectors; j += 2) {
+            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
+            const auto low =
+                __builtin_convertvector(Load<typename Vector::tLongPair>(sums), typename Vector::tWholePair);
+            Store(words + j * Vector::kWidth, low);
+        }
+        std::uint8_t levels[kCount];
+        for (std::ptrdiff_t l = 0; l < kCount; ++l) levels[l] = Limited(words[l]);
+        std::byte* const to = destination + position * stride + lane * Step;
         if (Step == 1 && lanes == kLanes)
-            std::memcpy(to, levels, kLanes);
+            std::memcpy(to, levels, kCount);
         else
-            for (std::ptrdiff_t l = 0; l < lanes; ++l) to[l * Step] = static_cast<std::byte>(levels[l]);
+            for (std::ptrdiff_t l = 0; l < std::min(kCount, lanes - lane); ++l)
+                to[l * Step] = static_cast<std::byte>(levels[l]);
     });
 }
-
-KWINLINE inline void PixelRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
-                               double* first, float* out, std::ptrdiff_t blockSize) {
-    FilterRows<4>(x, count, c, first, out, blockSize);
-}
-constexpr CKwBodies kPixelRows(KwClones<PixelRows>);
-KWINLINE inline void ChannelRows(const std::uint8_t* x, std::ptrdiff_t count, const tGaussianCoefficients& c,
-                                 double* first, float* out, std::ptrdiff_t blockSize) {
-    FilterRows<1>(x, count, c, first, out, blockSize);
-}
-constexpr CKwBodies kChannelRows(KwClones<ChannelRows>);
-KWINLINE inline void PixelColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                                  std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
-    FilterColumns<1>(x, count, c, first, destination, stride, lanes);
-}
-constexpr CKwBodies kPixelColumns(KwClones<PixelColumns>);
-KWINLINE inline void ChannelColumns(const float* x, std::ptrdiff_t count, const tGaussianCoefficients& c, double* first,
-                                    std::byte* destination, std::ptrdiff_t stride, std::ptrdiff_t lanes) {
-    FilterColumns<4>(x, count, c, first, destination, stride, lanes);
-}
-constexpr CKwBodies kChannelColumns(KwClones<ChannelColumns>);
 
 /// Brings `rows` rows, up to `kLanes` / `Channels`, side by side; the last one stands in for those that are missing.
 template <int Channels>
-void Interleave(const tRows& source, LONG y, std::ptrdiff_t rows, LONG offset, std::uint8_t* out) {
-    constexpr std::ptrdiff_t kRows = kLanes / Channels;
+KWINLINE inline void Interleave(const tRows& source, LONG y, std::ptrdiff_t rows, LONG offset, float* out) {
+    constexpr std::ptrdiff_t kRows = kLanes / Channels, kPart = 32;
     const std::byte* from[kRows];
     for (std::ptrdiff_t r = 0; r < kRows; ++r)
         from[r] = source.Row<std::byte>(y + static_cast<LONG>(std::min(r, rows - 1))) + offset;
-    for (std::ptrdiff_t x = 0; x < source.width; ++x)
-        for (std::ptrdiff_t r = 0; r < kRows; ++r)
-            std::memcpy(out + x * kLanes + r * Channels, from[r] + x * 4, Channels);
+    for (std::ptrdiff_t x = 0; x < source.width; x += kPart) {
+        const std::ptrdiff_t count = std::min(kPart, source.width - x);
+        std::uint8_t levels[kPart * kLanes];
+        for (std::ptrdiff_t i = 0; i < count; ++i)
+            for (std::ptrdiff_t r = 0; r < kRows; ++r)
+                std::memcpy(levels + i * kLanes + r * Channels, from[r] + (x + i) * 4, Channels);
+        for (std::ptrdiff_t i = 0; i < count * kLanes; ++i) out[x * kLanes + i] = levels[i];
+    }
 }
 
-struct tFree {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <class Value>
-using tScratch = std::unique_ptr<Value[], tFree>;
+/// Values of a plane that is kept for the next picture: 64 MB.
+constexpr std::size_t kMostKept = std::size_t{16} << 20;
 
-/// Room for `count` values, or null. Large blocks ask for large pages: at 3840x2160 touching small ones for the first
-/// time costs a quarter of the call.
+/// Room for `count` values, at the beginning of a line of the processor's cache.
 template <class Value>
-tScratch<Value> Scratch(std::size_t count) {
-    constexpr std::size_t kLargePage = std::size_t{2} << 20;
-    if (count > std::numeric_limits<std::size_t>::max() / 2 / sizeof(Value)) return nullptr;
-    const std::size_t page = count * sizeof(Value) < 8 * kLargePage ? 64 : kLargePage;
-    const std::size_t bytes = (count * sizeof(Value) + page - 1) / page * page;
-    void* memory = std::aligned_alloc(page, bytes);
-#ifdef __linux__
-    if (memory && page == kLargePage) madvise(memory, bytes, MADV_HUGEPAGE);
-#endif
-    return tScratch<Value>(static_cast<Value*>(memory));
+std::span<Value> Room(CKwScratch& scratch, std::size_t count) {
+    const bool fits = count <= std::numeric_limits<std::size_t>::max() / 2 / sizeof(Value);
+    void* const memory = fits ? scratch.Room(count * sizeof(Value)) : nullptr;
+    return {static_cast<Value*>(memory), memory ? count : 0};
 }
 
-template <int Channels>
-void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
-               const tGaussianCoefficients& down, LONG offset) {
+template <int Channels, class Vector, int kVectors>
+KWINLINE inline void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+                               const tGaussianCoefficients& down, LONG offset, CKwScratch& scratch) {
     constexpr std::ptrdiff_t kRows = kLanes / Channels;
     const std::size_t width = static_cast<std::size_t>(source.width), height = static_cast<std::size_t>(source.height);
     const std::size_t blocks = (width * Channels + kLanes - 1) / kLanes;
     const std::size_t blockSize = (height + kRows - 1) / kRows * kLanes * kRows;
     if (blockSize > std::numeric_limits<std::size_t>::max() / blocks) return;
-    const auto plane = Scratch<float>(blocks * blockSize);
-    const auto first = Scratch<double>(std::max(width, height) * kLanes);
-    const auto lines = Scratch<std::uint8_t>(width * kLanes);
-    if (!plane || !first || !lines) return;
+    CKwScratch large, firstScratch, linesScratch;
+    const auto plane = Room<float>(blocks * blockSize > kMostKept ? large : scratch, blocks * blockSize);
+    const auto first = Room<double>(firstScratch, std::max(width, height) * kLanes);
+    const auto lines = Room<float>(linesScratch, width * kLanes);
+    if (plane.empty() || first.empty() || lines.empty()) return;
     // Columns of the last block that the picture does not have.
     for (std::size_t y = 0; y < blockSize / kLanes; ++y)
         for (std::size_t l = width * Channels - (blocks - 1) * kLanes; l < kLanes; ++l)
@@ -284,39 +356,65 @@ void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoe
 
     for (LONG y = 0; y < source.height;) {
         const std::ptrdiff_t rows = std::min<std::ptrdiff_t>(kRows, source.height - y);
-        Interleave<Channels>(source, y, rows, offset, lines.get());
-        (Channels == 4 ? kPixelRows : kChannelRows)(lines.get(), source.width, across, first.get(),
-                                                    plane.get() + std::ptrdiff_t{y} * kLanes, blockSize);
+        Interleave<Channels>(source, y, rows, offset, lines.data());
+        FilterRows<Channels, Vector, kVectors>({lines.data(), source.width, across, first.data()},
+                                               plane.data() + std::ptrdiff_t{y} * kLanes,
+                                               static_cast<std::ptrdiff_t>(blockSize));
         y += static_cast<LONG>(rows);
     }
     for (std::size_t block = 0; block < blocks; ++block) {
         const std::size_t column = block * kLanes;
-        const std::size_t lanes = std::min<std::size_t>(kLanes, width * Channels - column);
-        (Channels == 4 ? kPixelColumns : kChannelColumns)(
-            plane.get() + block * blockSize, source.height, down, first.get(),
-            destination.first + offset + column * (4 / Channels), destination.stride, lanes);
+        FilterColumns<4 / Channels, Vector, kVectors>(
+            {plane.data() + block * blockSize, source.height, down, first.data()},
+            destination.first + offset + column * (4 / Channels), destination.stride,
+            static_cast<std::ptrdiff_t>(std::min<std::size_t>(kLanes, width * Channels - column)));
     }
 }
 
-void BlurFast(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
-              const tGaussianCoefficients& down, LONG offset, LONG channels) {
-    (channels == 4 ? BlurLanes<4> : BlurLanes<1>)(destination, source, across, down, offset);
+template <class Vector, int kVectors>
+KWINLINE inline void BlurFast(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+                              const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
+    if (channels == 4)
+        BlurLanes<4, Vector, kVectors>(destination, source, across, down, offset, scratch);
+    else
+        BlurLanes<1, Vector, kVectors>(destination, source, across, down, offset, scratch);
 }
-constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast});
+#if defined(__x86_64__)
+constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast<tTwo, 8>},
+                          tKwBody{eKwLevel::V3, KwClones<BlurFast<tFour, 8>>[1].body},
+                          tKwBody{eKwLevel::V4, KwClones<BlurFast<tEight, 4>>.back().body});
+#else
+constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast<tTwo, 8>});
+#endif
 
 HRESULT Blur(const tView& destination, const tView& source, LONG bytesPerPixel, double horizontalRadius,
-             double verticalRadius, LONG offset, LONG channels) try {
+             double verticalRadius, LONG offset, LONG channels, CKwScratch* kept = nullptr) try {
     tRows d, s;
     const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s);
+    CKwScratch own;
     if (SUCCEEDED(status) && d.width > 0 && bytesPerPixel == 4)
         kBlur(d, s, KwGaussianCoefficients(KwGaussianSigma(horizontalRadius)),
-              KwGaussianCoefficients(KwGaussianSigma(verticalRadius)), offset, channels);
+              KwGaussianCoefficients(KwGaussianSigma(verticalRadius)), offset, channels, kept ? *kept : own);
     return status;
 } catch (const std::exception&) { // no memory for the plain form
     return S_OK;
 }
 
 } // namespace
+
+void* CKwScratch::Room(std::size_t bytes) {
+    constexpr std::size_t kLargePage = std::size_t{2} << 20;
+    if (m_memory && bytes <= m_bytes) return m_memory.get();
+    m_memory.reset();
+    // At 3840x2160 touching small pages for the first time costs a quarter of a blur.
+    const std::size_t page = bytes < 8 * kLargePage ? 64 : kLargePage;
+    m_bytes = (bytes + page - 1) / page * page;
+    m_memory.reset(std::aligned_alloc(page, m_bytes));
+#ifdef __linux__
+    if (m_memory && page == kLargePage) madvise(m_memory.get(), m_bytes, MADV_HUGEPAGE);
+#endif
+    return m_memory.get();
+}
 
 double KwGaussianSigma(double radius) {
     // One and the same not-a-number, since its bits would show in the rounding.
@@ -363,8 +461,8 @@ tGaussianCoefficients KwGaussianCoefficients(double sigma) {
 }
 
 HRESULT KwDibGaussianBlur(const tView& destination, const tView& source, LONG bytesPerPixel, double horizontalRadius,
-                          double verticalRadius) {
-    return Blur(destination, source, bytesPerPixel, horizontalRadius, verticalRadius, 0, 4);
+                          double verticalRadius, CKwScratch* kept) {
+    return Blur(destination, source, bytesPerPixel, horizontalRadius, verticalRadius, 0, 4, kept);
 }
 
 HRESULT KwDibGaussianBlurChannel(const tView& destination, const tView& source, LONG bytesPerPixel,
