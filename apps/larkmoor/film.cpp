@@ -80,7 +80,11 @@ Ended render(const Module& module, Film& film, Recipe recipe, const OutputReques
     film.end(sink);
     output.finish();
     const std::vector<std::string> damage = film.damage();
-    for (const std::string& sentence : damage) warn(sentence);
+    for (const std::string& sentence : damage)
+        if (watch.damage)
+            watch.damage(sentence);
+        else
+            warn(sentence);
     return damage.empty() ? Ended::Whole : Ended::Damaged;
 }
 

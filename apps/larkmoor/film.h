@@ -101,6 +101,7 @@ std::int64_t framesIn(double seconds, AVRational rate);
 struct Watch {
     std::function<void(std::int64_t done, std::optional<std::int64_t> total)> progress;
     std::function<bool()> cancelled;
+    std::function<void(const std::string& sentence)> damage; ///< of an input; without it a warning
 };
 
 /// How a run ended.

@@ -418,6 +418,11 @@ PictureFacts PreviewRenderer::facts(const Project& project) {
     return film(project)->facts();
 }
 
+void PreviewRenderer::reopen() {
+    const std::lock_guard guard(m_filmLock);
+    m_film.reset();
+}
+
 void PreviewRenderer::work() {
     using Clock = std::chrono::steady_clock;
     Kitchen kitchen(m_module);

@@ -65,6 +65,8 @@ class PreviewRenderer {
     /// What a project's pictures are. May wait for a frame to be decoded, and may read clips through to count their
     /// frames. Throws Error where they cannot be read.
     PictureFacts facts(const Project& project);
+    /// Opens the clips anew at the next request: their files have changed.
+    void reopen();
 
   private:
     struct Wish {

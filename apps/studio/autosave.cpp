@@ -12,9 +12,10 @@ namespace {
 
 const QString kLock = QStringLiteral(".lock"), kOriginal = QStringLiteral(".path");
 
-bool write(const QString& path, const QByteArray& bytes) {
+void write(const QString& path, const QByteArray& bytes) {
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        throw Error("cannot write " + (path + ": " + file.errorString()).toStdString());
 }
 
 } // namespace
@@ -57,8 +58,8 @@ void Autosave::flush() {
         // Paths below the autosave folder there are none of, so all are written whole.
         write(m_file, QByteArray::fromStdString(projectText(*m_document.project(), m_folder.toStdString())));
         write(m_file + kOriginal, m_document.path().toUtf8());
-    } catch (const std::exception&) {
-        // The next change tries again; saving by hand tells what is wrong.
+    } catch (const std::exception& error) {
+        emit failed(QString::fromStdString(error.what())); // the next change tries again
     }
 }
 

@@ -35,6 +35,10 @@ class Autosave : public QObject {
     /// Writes now what is due.
     void flush();
 
+  signals:
+    /// The work is not safe, and why.
+    void failed(QString sentence);
+
   private:
     void due();
     void clear();

@@ -129,9 +129,9 @@ void ExportDialog::finish(bool done, const QString& sentence) {
     m_close->setText(tr("&Close"));
     m_bar->setVisible(false);
     const QString path = m_path->text().trimmed();
-    m_status->setText(!sentence.isEmpty() ? sentence
-                      : done              ? tr("%1 is written.").arg(path)
-                                          : tr("Cancelled; nothing was written."));
+    m_status->setText(done                  ? (tr("%1 is written.").arg(path) + '\n' + sentence).trimmed()
+                      : !sentence.isEmpty() ? sentence
+                                            : tr("Cancelled; nothing was written."));
     if (done) emit exported(path);
 }
 

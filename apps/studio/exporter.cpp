@@ -2,6 +2,8 @@
 
 #include <QMetaObject>
 
+#include "text.h"
+
 namespace larkmoor {
 
 Exporter::Exporter(Module module, QObject* parent) : QObject(parent), m_module(std::move(module)) {}
@@ -23,7 +25,8 @@ void Exporter::start(Document::Snapshot project, const OutputRequest& output) {
             const Watch watch{
                 .progress = [this](std::int64_t count,
                                    std::optional<std::int64_t> total) { emit progress(count, total.value_or(-1)); },
-                .cancelled = [this] { return m_cancelled.load(); }};
+                .cancelled = [this] { return m_cancelled.load(); },
+                .damage = [&](const std::string& told) { sentence += (sentence.isEmpty() ? "" : "\n") + text(told); }};
             done = renderProject(m_module, *project, output, watch) != Ended::Cancelled;
         } catch (const std::exception& error) {
             sentence = QString::fromStdString(error.what());

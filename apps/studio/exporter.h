@@ -28,7 +28,8 @@ class Exporter : public QObject {
   signals:
     /// `total` is -1 where it is unknown.
     void progress(qint64 done, qint64 total);
-    /// An empty sentence for success. Nothing is left behind by a failure or when it was cancelled.
+    /// The sentence says what failed or, where it was done, what of the input is damaged; it is empty where there is
+    /// nothing to say. Nothing is left behind by a failure or when it was cancelled.
     void finished(bool done, QString sentence);
 
   private:

@@ -19,6 +19,7 @@ namespace {
 
 constexpr double kSlowFrame = 40;    ///< milliseconds from which a drag is shown at half size
 constexpr int kSettleDelay = 200;    ///< milliseconds after a drag until the full picture is asked for
+constexpr int kLate = 400;           ///< milliseconds from which waiting for a picture is told
 constexpr int kThumbnailDelay = 400; ///< milliseconds without a new picture until thumbnails are made
 
 enum ThumbnailGroup { kEffectThumbnails, kPresetThumbnails };
@@ -40,6 +41,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     : QMainWindow(parent), m_module(module), m_folders(std::move(folders)), m_document(module),
       m_autosave(m_document, m_folders.autosave), m_feed(m_module), m_thumbnails(module) {
     setAcceptDrops(true);
+    setWindowIcon(programIcon());
     makeWidgets();
     makeMenus();
     fillEffects();
@@ -58,7 +60,22 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     connect(&m_document, &Document::changed, this, &MainWindow::showDocument);
     connect(&m_document, &Document::titleChanged, this, &MainWindow::showTitle);
     connect(&m_feed, &PreviewFeed::rendered, this, &MainWindow::take);
-    connect(&m_feed, &PreviewFeed::failed, this, [this](const QString& sentence) { m_status->setText(sentence); });
+    connect(&m_feed, &PreviewFeed::failed, this, &MainWindow::showFailure);
+    m_late.setSingleShot(true);
+    m_late.setInterval(kLate);
+    m_late.setObjectName("late");
+    connect(&m_late, &QTimer::timeout, this, [this] {
+        if (!m_feed.isBusy()) return;
+        m_busy->show();
+        m_status->setText(tr("Reading frame %1…").arg(m_frame));
+    });
+    connect(&m_clips, &ClipWatch::changed, this, [this] {
+        m_feed.reopen();
+        m_source.clear();
+        showDocument();
+    });
+    connect(&m_autosave, &Autosave::failed, this,
+            [this](const QString& sentence) { tell(tr("This work is not kept for a crash: %1").arg(sentence)); });
     m_document.setFitter([this](Project& project) { fit(project); });
     // Notes about clips come from the threads that read and write them.
     takeWarnings([this](std::string_view sentence) {
@@ -106,6 +123,10 @@ void MainWindow::started() {
     m_facts = {};
     m_source.clear();
     m_feed.forget();
+    m_late.stop();
+    m_busy->hide();
+    m_missing->hide();
+    m_clips.watch({});
     m_frame = 0;
     m_page->keys().setFacts({});
     m_page->keys().setFrame(0);
@@ -121,9 +142,11 @@ void MainWindow::showDocument() {
     const Document::Snapshot project = m_document.project();
     if (!project) return;
     showTitle();
+    m_clips.watch(clipsOf(*project));
+    showMissing();
     attempt([&] {
         // Effects do not change what the pictures are, and asking may wait for a frame.
-        if (std::string source = sourceKey(*project); source != m_source) {
+        if (std::string source = sourceKey(*project); source != m_source && !isMissing()) {
             m_facts = m_feed.facts(*project);
             m_source = std::move(source);
             m_timeline->setFrameRate(rate());
@@ -190,13 +213,16 @@ void MainWindow::setFrame(qint64 frame) {
 }
 
 void MainWindow::refresh() {
-    if (!m_document.project()) return;
+    if (!m_document.project() || isMissing()) return;
+    if (!m_late.isActive()) m_late.start();
     const bool moving = m_dragging || m_scrubbing || m_player.isActive();
     m_feed.request(m_document.project(), m_frame, moving && m_lastFull > kSlowFrame);
 }
 
 void MainWindow::take(const PreviewResult& result) {
     if (!m_document.project()) return;
+    m_late.stop();
+    m_busy->hide();
     if (!result.half) m_lastFull = result.milliseconds;
     m_shownHalf = result.half;
     m_picture->setPictures(result.before, result.after, av_q2d(m_facts.aspect));
@@ -212,6 +238,16 @@ void MainWindow::take(const PreviewResult& result) {
     else if (another)
         m_thumbnailsDue.start();
     emit frameShown(result.frame, result.half, result.milliseconds);
+}
+
+/// No picture is better than one of another frame.
+void MainWindow::showFailure(const QString& sentence) {
+    m_late.stop();
+    m_busy->hide();
+    m_picture->setPictures({}, {});
+    m_scope->setPicture({});
+    m_before = {};
+    m_status->setText(sentence);
 }
 
 void MainWindow::showZoom() {
@@ -279,6 +315,9 @@ void MainWindow::playAt(int speed) {
 }
 
 void MainWindow::tick() {
+    // What is typed for a field with keys is a value of this frame.
+    if (const PageView* const page = m_page->page(); page && page->isTyping() && !m_page->keys().curves().empty())
+        return play(false);
     if (m_feed.isBusy()) return; // frames that come too late are left out
     const FrameRange range = m_timeline->inOut();
     const double passed = static_cast<double>(m_playClock.elapsed()) * rate() / 1000 * m_speed;

@@ -6,11 +6,13 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMainWindow>
+#include <QProgressBar>
 #include <QProgressDialog>
 #include <QStackedWidget>
 #include <QTimer>
 
 #include "autosave.h"
+#include "clip_watch.h"
 #include "document.h"
 #include "exporter.h"
 #include "key_router.h"
@@ -121,6 +123,7 @@ class MainWindow : public QMainWindow {
     void showZoom();
     void refresh();
     void take(const PreviewResult& result);
+    void showFailure(const QString& sentence);
     double rate() const { return av_q2d(m_facts.rate); }
     void tick();
     void fillEffects();
@@ -128,7 +131,12 @@ class MainWindow : public QMainWindow {
     QString timeText(qint64 frame, int format) const;
 
     bool mayLeave();
+    QWidget* makeMissing();
+    void showMissing();
+    void findMissing();
+    bool isMissing() const { return !m_missing->isHidden(); }
     bool findClips(Project& project, bool& changed);
+    bool findClip(std::string& path);
     bool save();
     bool saveAs();
     void searchEffects();
@@ -153,6 +161,7 @@ class MainWindow : public QMainWindow {
     Autosave m_autosave;
     PreviewFeed m_feed;
     Thumbnails m_thumbnails;
+    ClipWatch m_clips;
 
     QStackedWidget* m_pages;
     QWidget* m_welcome;
@@ -169,6 +178,9 @@ class MainWindow : public QMainWindow {
     PagePanel* m_page;
     ScopeView* m_scope;
     QLabel *m_status, *m_note, *m_pixel, *m_zoom;
+    QProgressBar* m_busy;
+    QWidget* m_missing; ///< says which clip is not there
+    QLabel* m_missingText;
     QMenu* m_recent;
     std::vector<QAction*> m_needsProject;
 
@@ -181,6 +193,7 @@ class MainWindow : public QMainWindow {
     double m_lastFull = 0; ///< milliseconds of the last frame at full size
     bool m_shownHalf = false;
     QTimer m_settle, m_player, m_thumbnailsDue;
+    QTimer m_late{this}; ///< of a picture that lets wait
     QElapsedTimer m_playClock;
     qint64 m_playFrom = 0;
     int m_speed = 0;

@@ -31,17 +31,6 @@ namespace {
 constexpr int kMostRecent = 10;
 
 const char* const kRecent = "recent";
-const char* const kFolder = "folder";
-
-QString clipFilter() {
-    return MainWindow::tr("Clips, pictures and projects (*.larkmoor *.mp4 *.mov *.mkv *.webm *.avi *.mxf *.mpg *.m2ts "
-                          "*.ts *.png *.jpg *.jpeg *.tif *.tiff *.bmp *.webp *.exr *.dpx);;All files (*)");
-}
-
-/// Where the user was last.
-QString lastFolder() {
-    return QSettings().value(kFolder, QDir::homePath()).toString();
-}
 
 /// What a file of this project may be called, without an ending: the name of the project, else of its clip.
 QString suggestedName(const Document& document) {
@@ -224,30 +213,6 @@ void MainWindow::openDemonstration() {
     m_maker->start(std::make_shared<const Project>(demonstrationProject(m_module)), out);
 }
 
-/// Asks where clips are that are not where the project has them. False when the user gives up.
-bool MainWindow::findClips(Project& project, bool& changed) {
-    std::vector<std::string*> paths;
-    if (auto* const clip = std::get_if<ProjectClip>(&project.source)) paths.push_back(&clip->path);
-    if (project.second) paths.push_back(&project.second->path);
-    for (std::string* path : paths) {
-        if (isSequence(*path)) continue;
-        while (!QFileInfo::exists(text(*path))) {
-            QMessageBox box(QMessageBox::Question, tr("Larkmoor"),
-                            tr("The clip %1 is not there any more. Where is it now?").arg(text(*path)),
-                            QMessageBox::Cancel, this);
-            const QAbstractButton* const find = box.addButton(tr("&Find it…"), QMessageBox::AcceptRole);
-            box.exec();
-            if (box.clickedButton() != find) return false;
-            const QString found =
-                QFileDialog::getOpenFileName(this, QFileInfo(text(*path)).fileName(), lastFolder(), clipFilter());
-            if (found.isEmpty()) continue;
-            *path = found.toStdString();
-            changed = true;
-        }
-    }
-    return true;
-}
-
 bool MainWindow::mayLeave() {
     if (PageView* const page = m_page->page()) page->commitEdits();
     if (!m_document.isChanged()) return true;
@@ -348,7 +313,7 @@ void MainWindow::remember(const QString& path) {
     paths.removeAll(whole);
     paths.prepend(whole);
     settings.setValue(kRecent, paths.mid(0, kMostRecent));
-    settings.setValue(kFolder, QFileInfo(whole).path());
+    setLastFolder(QFileInfo(whole).path());
     showRecent();
 }
 

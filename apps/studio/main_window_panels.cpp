@@ -17,6 +17,8 @@ namespace {
 
 constexpr int kSmallHeight = 760; ///< pixels of a window from below which settings, presets and scope share one place
 constexpr int kTinyHeight = 560;  ///< and stack and effects, too
+constexpr int kNarrow = 1200;     ///< pixels of a window from below which the picture needs what settings could use
+constexpr int kPage = 520;        ///< pixels: all pages but Text's, with a scroll bar
 
 enum Panel { kStack, kEffects, kSettings, kPresets, kScope };
 
@@ -41,6 +43,7 @@ void MainWindow::makeWidgets() {
     auto* const layout = new QVBoxLayout(m_film);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(2);
+    layout->addWidget(makeMissing());
     layout->addWidget(m_picture, 1);
     layout->addWidget(m_transport);
     layout->addWidget(m_timeline);
@@ -70,6 +73,13 @@ void MainWindow::makeStatusBar() {
     m_pixel->setTextFormat(Qt::PlainText);
     m_note->setTextFormat(Qt::PlainText);
     m_note->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long note must not widen the window
+    m_busy = new QProgressBar;
+    m_busy->setRange(0, 0); // nobody knows how long
+    m_busy->setMaximumWidth(80);
+    m_busy->setTextVisible(false);
+    m_busy->setAccessibleName(tr("Reading"));
+    statusBar()->addWidget(m_busy);
+    m_busy->hide();
     statusBar()->addWidget(m_status);
     statusBar()->addWidget(m_note, 1);
     statusBar()->addPermanentWidget(m_pixel);
@@ -120,7 +130,8 @@ void MainWindow::arrange() {
     }
     settings->raise();
     stack->raise();
-    resizeDocks({stack, settings}, {tiny ? 200 : small ? 260 : 320, small ? 400 : 440}, Qt::Horizontal);
+    const int page = width() < kNarrow ? 400 : kPage;
+    resizeDocks({stack, settings}, {tiny ? 200 : small ? 260 : 290, page}, Qt::Horizontal);
     if (!tiny) resizeDocks({stack, effects}, {small ? 160 : 240, 520}, Qt::Vertical);
     if (!small) resizeDocks({settings, presets, scope}, {500, 130, 200}, Qt::Vertical);
 }

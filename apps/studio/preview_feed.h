@@ -17,6 +17,8 @@ class PreviewFeed : public QObject {
 
     /// What a project's pictures are. Throws Error where its clips cannot be read.
     PictureFacts facts(const Project& project) { return m_renderer->facts(project); }
+    /// The clips' files have changed.
+    void reopen() { m_renderer->reopen(); }
     void request(Document::Snapshot project, qint64 frame, bool half);
     /// What is on its way will not be told.
     void forget() { m_told = m_asked; }

@@ -2,14 +2,23 @@
 
 #include <algorithm>
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QSettings>
 
 #include "media/sequence.h"
 #include "text.h"
 
 namespace larkmoor {
+
+namespace {
+
+const char* const kFolder = "folder";
+
+} // namespace
 
 QString askWhereToSave(QWidget* parent, const SaveQuestion& question) {
     QString path = question.suggestion;
@@ -24,6 +33,20 @@ QString askWhereToSave(QWidget* parent, const SaveQuestion& question) {
             QFileDialog::tr("%1 is there already. Replace it?").arg(QFileInfo(path).fileName().toHtmlEscaped());
         if (QMessageBox::question(parent, question.title, asked) == QMessageBox::Yes) return path;
     }
+}
+
+QString clipFilter() {
+    return QCoreApplication::translate(
+        "larkmoor::MainWindow", "Clips, pictures and projects (*.larkmoor *.mp4 *.mov *.mkv *.webm *.avi *.mxf *.mpg "
+                                "*.m2ts *.ts *.png *.jpg *.jpeg *.tif *.tiff *.bmp *.webp *.exr *.dpx);;All files (*)");
+}
+
+QString lastFolder() {
+    return QSettings().value(kFolder, QDir::homePath()).toString();
+}
+
+void setLastFolder(const QString& path) {
+    QSettings().setValue(kFolder, path);
 }
 
 bool isSource(const Project& project, const QString& path) {

@@ -19,6 +19,12 @@ struct SaveQuestion {
 /// the end. Empty when the user gives up.
 QString askWhereToSave(QWidget* parent, const SaveQuestion& question);
 
+/// The kinds of files that can be opened, for a file dialog.
+QString clipFilter();
+/// The folder that the user was in last.
+QString lastFolder();
+void setLastFolder(const QString& path);
+
 /// Whether a project is made of this file, by whatever name.
 bool isSource(const Project& project, const QString& path);
 

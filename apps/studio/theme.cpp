@@ -1,6 +1,7 @@
 #include "theme.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QPalette>
 #include <QSettings>
 #include <QStyle>
@@ -43,6 +44,12 @@ void applyTheme(const QString& name) {
     QApplication::setPalette(name == "dark"    ? darkPalette()
                              : name == "light" ? QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette()
                                                : QPalette());
+}
+
+QIcon programIcon() {
+    QIcon icon;
+    for (const int size : {48, 128, 256}) icon.addFile(QStringLiteral(":/larkmoor-%1.png").arg(size));
+    return QIcon::fromTheme(QStringLiteral("larkmoor"), icon);
 }
 
 QString chosenTheme() {

@@ -268,6 +268,15 @@ TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {
         auto* const scroll = panel().findChild<QScrollArea*>();
         EXPECT_GE(scroll->height(), size.height() / 2) << "the page has most of its side";
     }
+    QSettings().remove("panels");
+    window->document().close();
+    renew();
+    EXPECT_FALSE(window->windowIcon().isNull());
+    window->resize(1360, 840);
+    openClip();
+    window->addEffect("DXTBroadcastColors");
+    QCoreApplication::processEvents();
+    EXPECT_LE(panel().page()->width(), panel().findChild<QScrollArea*>()->viewport()->width());
     panelOf(*window, "scope")->hide();
     panelOf(*window, "presets")->setFloating(true);
     ASSERT_TRUE(window->saveTo(file("p.larkmoor")));

@@ -156,6 +156,20 @@ TEST(KeysOfTheStudio, LanesMoveCopyAndDelete) {
     EXPECT_EQ(bench.told(), "15:1 30:3 50:1 ");
 }
 
+TEST(KeysOfTheStudio, NamesStandBetweenKeys) {
+    Bench bench;
+    bench.keys.setFrame(10);
+    for (const int frame : {10, 20, 30, 90}) {
+        bench.keys.setFrame(frame);
+        bench.set(std::to_string(0.5 + frame / 100.0).c_str());
+        if (frame == 10) bench.keys.toggle(bench.gamma);
+        const QRectF name = bench.lanes.namePlace(0);
+        EXPECT_TRUE(QRectF(bench.lanes.rect()).contains(name));
+        for (const int key : {10, 20, 30, 90})
+            EXPECT_FALSE(key <= frame && name.contains(bench.lanes.keyPoint(0, key))) << key << ' ' << frame;
+    }
+}
+
 TEST(KeysOfTheStudio, KeysAtTheEndsStandAtTheirFrames) {
     Bench bench;
     bench.document.change("ramp", [&](Project& project) {

@@ -188,6 +188,84 @@ TEST_F(StudioTest, WhatAProjectIsMadeOfIsKnownByAnyName) {
     EXPECT_FALSE(isSource(project, file("a.png")));
 }
 
+QLabel* labelWith(QWidget& parent, const char* words) {
+    for (QLabel* label : parent.findChildren<QLabel*>())
+        if (label->isVisible() && label->text().contains(words)) return label;
+    return nullptr;
+}
+
+TEST_F(StudioWindowTest, AClipThatGoesAwayTakesItsPictureAlongAndCanBeFound) {
+    openClip();
+    addByName("sepia");
+    const auto pixel = [&] {
+        window->picture().refine();
+        return window->picture().grab().toImage().pixelColor(window->picture().rect().center());
+    };
+    const QColor there = pixel();
+    ASSERT_TRUE(QFile::rename(file("in.mkv"), file("elsewhere.mkv")));
+    auto* const find = window->findChild<QPushButton*>("findClip");
+    await([&] { return find->isVisible(); });
+    EXPECT_NE(labelWith(*window, "in.mkv is not there any more"), nullptr);
+    EXPECT_NE(pixel(), there) << "no picture";
+    window->setFrame(7);
+    panel().resetAll();
+    {
+        const Names elsewhere({file("elsewhere.mkv")});
+        find->click();
+    }
+    idle();
+    EXPECT_FALSE(find->isVisible());
+    EXPECT_EQ(std::get<ProjectClip>(document().project()->source).path, path("elsewhere.mkv"));
+    EXPECT_EQ(shown->last()[0].toInt(), 7);
+    const QColor found = pixel();
+    history().undo();
+    EXPECT_TRUE(find->isVisible());
+    EXPECT_NE(pixel(), found);
+    ASSERT_TRUE(QFile::rename(file("elsewhere.mkv"), file("in.mkv")));
+    await([&] { return !find->isVisible() && window->isIdle(); }); // it came back by itself
+    EXPECT_EQ(pixel(), found);
+}
+
+TEST_F(StudioWindowTest, ADamagedClipIsExportedAndTheDialogSaysSo) {
+    clip("in.avi", "-c:v mpeg4 -g 5");
+    std::string bytes = content("in.avi");
+    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.size() / 8, '\x5a');
+    write("in.avi", bytes);
+    ASSERT_TRUE(window->open(file("in.avi")));
+    EXPECT_THAT(exportTo("out.mkv", "ffv1").toStdString(), HasSubstr("in.avi is damaged"));
+    EXPECT_THAT(m_exportStatus.toStdString(), testing::AllOf(HasSubstr("is written"), HasSubstr("damaged")));
+    EXPECT_GT(content("out.mkv").size(), 1000u);
+    idle();
+}
+
+TEST_F(StudioWindowTest, WhatLetsWaitShowsThatItWorks) {
+    openGenerator(4000, 2600, 10);
+    for (const char* name : {"gaussian", "median"}) addByName(name);
+    auto* const late = window->findChild<QTimer*>("late");
+    EXPECT_LT(late->interval(), 1000);
+    late->setInterval(0);
+    window->setFrame(3);
+    auto* const bar = window->statusBar()->findChild<QProgressBar*>();
+    EXPECT_FALSE(bar->isVisible());
+    await([&] { return bar->isVisible() || window->isIdle(); });
+    EXPECT_TRUE(bar->isVisible());
+    EXPECT_NE(labelWith(*window->statusBar(), "Reading frame 3"), nullptr);
+    idle();
+    EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(StudioTest, WorkThatCannotBeKeptForACrashIsToldOf) {
+    write("full", "no folder");
+    Document document(studioModule());
+    Autosave autosave(document, file("full"));
+    QSignalSpy failed(&autosave, &Autosave::failed);
+    document.start(projectOf({"Sepia"}), "");
+    document.change("one", [](Project& project) { project.effects.clear(); });
+    autosave.flush();
+    ASSERT_EQ(failed.count(), 1);
+    EXPECT_THAT(failed[0][0].toString().toStdString(), HasSubstr("full"));
+}
+
 TEST_F(StudioWindowTest, TheClipsRowIsSelectedForGood) {
     openClip();
     for (const char* name : {"sepia", "invert"}) addByName(name);

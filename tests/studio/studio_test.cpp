@@ -193,6 +193,19 @@ TEST_F(StudioWindowTest, WhatIsBeingTypedIsHandedInBeforeAnythingElseHappens) {
     }
 }
 
+TEST_F(StudioWindowTest, WhatIsTypedForAFrameStopsTheFilmThere) {
+    openClip();
+    addByName("levels");
+    panel().keyList()->diamond("gamma")->click();
+    window->play(true);
+    await([&] { return window->frame() > 2; });
+    QLineEdit& edit = type("0.2", 0, false);
+    await([&] { return window->speed() == 0; });
+    EXPECT_EQ(edit.text(), "0.2");
+    EXPECT_EQ(history().count(), 2) << "nothing half typed is taken in";
+    idle();
+}
+
 TEST_F(StudioWindowTest, AWindowThatGoesAwayAmidTypingTakesNothingAlong) {
     openClip();
     addByName("bright contr");

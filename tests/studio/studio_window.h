@@ -101,6 +101,8 @@ class StudioWindowTest : public StudioTest {
         QSignalSpy finished(&dialog.exporter(), &Exporter::finished);
         QTest::mouseClick(dialog.exportButton(), Qt::LeftButton);
         EXPECT_TRUE(!finished.isEmpty() || !dialog.exporter().isRunning() || finished.wait(kPatience));
+        m_exportStatus.clear();
+        for (const QLabel* label : reachable<QLabel>(dialog)) m_exportStatus += label->text() + ' ';
         return finished.isEmpty() ? "never begun" : finished[0][1].toString();
     }
     /// The studio's export and the command's rendering of the saved project are the same file. Not with libx264, which
@@ -140,6 +142,7 @@ class StudioWindowTest : public StudioTest {
 
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<QSignalSpy> shown;
+    QString m_exportStatus; ///< what the dialog said in the end
 };
 
 } // namespace larkmoor

@@ -1,5 +1,7 @@
 #include "color_widget.h"
 
+#include <algorithm>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QHelpEvent>
@@ -132,6 +134,10 @@ void ColorWidget::nameParts(const QString& name) {
 void ColorWidget::commitEdits() {
     for (const Edit& edit : m_edits)
         if (edit.link) edit.link->commit();
+}
+
+bool ColorWidget::isTyping() const {
+    return std::ranges::any_of(m_edits, [](const Edit& edit) { return edit.link && edit.link->isModified(); });
 }
 
 void ColorWidget::refresh() {

@@ -19,6 +19,7 @@ class ColorWidget : public ControlWidget {
     /// The edits that are there, in the order of tabs.
     std::vector<QLineEdit*> edits() const;
     void commitEdits();
+    bool isTyping() const;
     Spoken spoken() const override;
     /// Lets the user pick a colour of the screen and tells it to the model.
     void pickFromScreen();

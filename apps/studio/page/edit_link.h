@@ -23,6 +23,8 @@ class EditLink : public QObject {
     void show(const QString& text);
     /// Lets the model read what was typed, as if the edit were left.
     void commit();
+    /// Whether something is typed that the model has not read.
+    bool isModified() const { return m_modified; }
     /// The spinner that takes up and down keys from the edit.
     void setSpinner(LONG id) { m_spinner = id; }
 

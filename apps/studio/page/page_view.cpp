@@ -1,5 +1,6 @@
 #include "page_view.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <QButtonGroup>
@@ -146,6 +147,13 @@ void PageView::commitEdits() {
         if (control.edit) control.edit->commit();
         if (control.kind == KWCONTROL_COLOR) static_cast<ColorWidget*>(control.widget)->commitEdits();
     }
+}
+
+bool PageView::isTyping() const {
+    return std::ranges::any_of(m_controls, [](const Control& control) {
+        return (control.edit && control.edit->isModified()) ||
+               (control.kind == KWCONTROL_COLOR && static_cast<const ColorWidget*>(control.widget)->isTyping());
+    });
 }
 
 QWidget* PageView::control(LONG id) const {

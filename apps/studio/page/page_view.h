@@ -30,6 +30,8 @@ class PageView : public QWidget, private PageLink {
     QString title() const { return m_title; }
     /// Lets the page read the edit that is being typed into, as before saving.
     void commitEdits();
+    /// Whether an edit holds what the page has not read yet.
+    bool isTyping() const;
     /// The widget of a control; null for an unknown id.
     QWidget* control(LONG id) const;
     /// The field that a widget or one inside it sets, as an index into the sentences of help of the effect's fields; -1

@@ -11,7 +11,7 @@ namespace larkmoor {
 namespace {
 
 constexpr int kLane = 20; ///< logical pixels
-constexpr double kDiamond = 6, kReach = 7, kSlop = 3;
+constexpr double kDiamond = 6, kReach = 7, kSlop = 3, kGap = 6;
 const QColor kColour(214, 150, 20);
 
 } // namespace
@@ -36,6 +36,23 @@ const tFieldInfo* KeyLanes::selectedField() const {
 
 QPointF KeyLanes::keyPoint(int lane, std::int64_t frame) const {
     return {m_timeline.xOfFrame(static_cast<int>(frame)), kLane * (lane + 0.5)};
+}
+
+QString KeyLanes::nameOf(int lane) const {
+    return QString(m_lanes[static_cast<std::size_t>(lane)].field->label).remove('&').remove(':');
+}
+
+QRectF KeyLanes::namePlace(int lane) const {
+    const double wide = fontMetrics().horizontalAdvance(nameOf(lane)) + 2 * kGap;
+    const QRectF room(0, lane * kLane + 1, width(), kLane - 2);
+    double left = 0;
+    for (const Key& key : m_lanes[static_cast<std::size_t>(lane)].keys) {
+        const double x = keyPoint(lane, key.frame).x();
+        if (x - kDiamond - left >= wide) break;
+        left = std::max(left, x + kDiamond);
+    }
+    if (left + wide > width()) left = 0; // keys everywhere
+    return {left, room.top(), wide, room.height()};
 }
 
 void KeyLanes::show() {
@@ -152,9 +169,6 @@ void KeyLanes::paintEvent(QPaintEvent*) {
         const QRectF lane(0, i * kLane + 1, width(), kLane - 2);
         ground.setAlpha(i == m_lane ? 34 : 14);
         painter.fillRect(lane, ground);
-        painter.setPen(words);
-        painter.drawText(lane.adjusted(6, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
-                         QString(curve.field->label).remove('&').remove(':'));
         for (std::size_t k = 0; k < curve.keys.size(); ++k) {
             const Key& key = curve.keys[k];
             const bool chosen = i == m_lane && m_selected == key.frame;
@@ -163,6 +177,15 @@ void KeyLanes::paintEvent(QPaintEvent*) {
                 painter.setPen(QPen(kColour, 1, key.way == Way::Smooth ? Qt::SolidLine : Qt::DotLine));
                 painter.drawLine(at, keyPoint(i, curve.keys[k + 1].frame));
             }
+        }
+        const QRectF name = namePlace(i);
+        painter.fillRect(name, palette().color(QPalette::Window)); // no line goes through it
+        painter.fillRect(name, ground);
+        painter.setPen(words);
+        painter.drawText(name, Qt::AlignCenter, nameOf(i));
+        for (const Key& key : curve.keys) {
+            const bool chosen = i == m_lane && m_selected == key.frame;
+            const QPointF at = keyPoint(i, chosen && m_dragged ? *m_dragged : key.frame);
             painter.setPen(QPen(palette().color(QPalette::Window), 1));
             painter.setBrush(chosen ? palette().color(QPalette::Highlight) : kColour);
             if (key.way == Way::Hold) {

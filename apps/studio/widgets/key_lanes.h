@@ -22,6 +22,8 @@ class KeyLanes : public QWidget {
     const tFieldInfo* selectedField() const;
     /// The middle of a key of a lane, in the widget.
     QPointF keyPoint(int lane, std::int64_t frame) const;
+    /// Where a lane's name stands: in the first gap between its keys that has room for it.
+    QRectF namePlace(int lane) const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return {160, sizeHint().height()}; }
@@ -39,6 +41,7 @@ class KeyLanes : public QWidget {
 
   private:
     void show();
+    QString nameOf(int lane) const;
     void select(int lane, std::optional<std::int64_t> frame);
     std::optional<std::int64_t> keyAt(QPointF position) const;
 

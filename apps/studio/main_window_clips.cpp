@@ -1,0 +1,89 @@
+// Clips that are not where they were.
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include "main_window.h"
+#include "media/sequence.h"
+#include "save_path.h"
+#include "text.h"
+
+namespace larkmoor {
+
+namespace {
+
+std::vector<std::string*> pathsOf(Project& project) {
+    std::vector<std::string*> paths;
+    if (auto* const clip = std::get_if<ProjectClip>(&project.source)) paths.push_back(&clip->path);
+    if (project.second) paths.push_back(&project.second->path);
+    return paths;
+}
+
+bool isGone(const std::string& path) {
+    return !isSequence(path) && !QFileInfo::exists(text(path));
+}
+
+} // namespace
+
+QWidget* MainWindow::makeMissing() {
+    m_missing = new QWidget;
+    m_missingText = new QLabel;
+    m_missingText->setWordWrap(true);
+    m_missingText->setTextFormat(Qt::PlainText);
+    auto* const find = new QPushButton(tr("Fin&d it…"));
+    find->setObjectName("findClip");
+    connect(find, &QPushButton::clicked, this, &MainWindow::findMissing);
+    auto* const row = new QHBoxLayout(m_missing);
+    row->addWidget(m_missingText, 1);
+    row->addWidget(find);
+    m_missing->hide();
+    return m_missing;
+}
+
+/// A clip that went away leaves no picture behind, which would be there no more at the next step.
+void MainWindow::showMissing() {
+    const QStringList clips = clipsOf(*m_document.project());
+    const auto gone = std::ranges::find_if(clips, [](const QString& path) { return !QFileInfo::exists(path); });
+    m_missing->setVisible(gone != clips.end());
+    if (gone == clips.end()) return;
+    m_missingText->setText(tr("The clip %1 is not there any more.").arg(*gone));
+    play(false);
+    m_feed.forget();
+    showFailure(m_missingText->text());
+}
+
+void MainWindow::findMissing() {
+    Project found = *m_document.project();
+    bool changed = false;
+    for (std::string* path : pathsOf(found))
+        if (isGone(*path)) changed |= findClip(*path);
+    if (changed) m_document.change(tr("Find the clip"), [&](Project& project) { project = found; });
+}
+
+/// False where the user gives up.
+bool MainWindow::findClip(std::string& path) {
+    const QString found =
+        QFileDialog::getOpenFileName(this, QFileInfo(text(path)).fileName(), lastFolder(), clipFilter());
+    if (!found.isEmpty()) path = found.toStdString();
+    return !found.isEmpty();
+}
+
+/// Asks where clips are that are not where the project has them. False when the user gives up.
+bool MainWindow::findClips(Project& project, bool& changed) {
+    for (std::string* path : pathsOf(project)) {
+        while (isGone(*path)) {
+            QMessageBox box(QMessageBox::Question, tr("Larkmoor"),
+                            tr("The clip %1 is not there any more. Where is it now?").arg(text(*path)),
+                            QMessageBox::Cancel, this);
+            const QAbstractButton* const find = box.addButton(tr("&Find it…"), QMessageBox::AcceptRole);
+            box.exec();
+            if (box.clickedButton() != find) return false;
+            changed |= findClip(*path);
+        }
+    }
+    return true;
+}
+
+} // namespace larkmoor
