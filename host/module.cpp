@@ -184,9 +184,7 @@ std::string moduleBeside(const void* address) {
     return !error && fs::exists(file, error) ? file.string() : std::string();
 }
 
-Module Module::load(const std::string& path) {
-    Module module;
-    const auto take = [&](const std::string& file) { module.m_state = std::make_shared<State>(file); };
+std::string moduleFile(const std::string& path) {
     std::string named = path;
     if (const char* const variable = std::getenv("LARKMOOR_MODULE"); named.empty() && variable) named = variable;
     if (named.empty()) named = moduleBeside(reinterpret_cast<const void*>(&dlerrorText));
@@ -194,28 +192,29 @@ Module Module::load(const std::string& path) {
     if (!named.empty()) {
         // dlopen would look up a name without a folder on the library path.
         const fs::path file = fs::absolute(named, error);
-        take(error ? named : file.string());
-        return module;
+        return error ? named : file.string();
     }
     std::string looked;
     const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
     for (const char* const folder : kFolders) {
         if (program.empty()) break;
         const fs::path file = (program / folder / kFileName).lexically_normal();
-        if (fs::exists(file, error)) {
-            take(file.string());
-            return module;
-        }
+        if (fs::exists(file, error)) return file.string();
         looked += file.string() + ", ";
     }
     if (void* const found = dlopen(kFileName, kOpenMode)) {
-        take(kFileName);
         dlclose(found);
-        return module;
+        return kFileName;
     }
     throw Error(fmt::format("the module {} was not found; looked for {}and on the system's library path; set "
                             "LARKMOOR_MODULE to the file",
                             kFileName, looked));
+}
+
+Module Module::load(const std::string& path) {
+    Module module;
+    module.m_state = std::make_shared<State>(moduleFile(path));
+    return module;
 }
 
 std::span<const EffectInfo> Module::effects() const {

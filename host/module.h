@@ -72,14 +72,17 @@ std::optional<std::string> fieldFault(const tFieldInfo& field, std::span<const s
 /// address lies in. Empty, for `Module::load` to look, where there is none or LARKMOOR_MODULE names one.
 std::string moduleBeside(const void* address);
 
+/// The module's file: `path`, or without one the file that LARKMOOR_MODULE names, the one beside this library or the
+/// program, in the `lib` folders beside the program's folder, or on the system's library path. Throws Error that tells
+/// where it looked.
+std::string moduleFile(const std::string& path = {});
+
 class Effect;
 
 /// The loaded module. Copies share it; once loaded it stays until the process ends.
 class Module {
   public:
-    /// Loads `path`, or without one the file that LARKMOOR_MODULE names, the one beside this library or the program, in
-    /// the `lib` folders beside the program's folder, or on the system's library path. Throws Error that tells where it
-    /// looked.
+    /// Loads `moduleFile(path)`. Throws Error.
     static Module load(const std::string& path = {});
 
     /// The effects that the module can create, in the order of its object map.

@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include "host/names.h"
-#include "output_file.h"
 #include "standard_files.h"
 #include "verbs/verb.h"
 
@@ -33,7 +32,7 @@ class Command {
             ->type_name("json")
             ->excludes("--quiet");
         for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb,
-                           &manualVerb, &completeVerb})
+                           &validateVerb, &manualVerb, &completeVerb})
             m_verbs.push_back(make(m_app));
     }
 
@@ -50,8 +49,7 @@ class Command {
         quietLog(m_verbose);
         Verb& verb = **std::ranges::find_if(m_verbs, [](const auto& each) { return each->isGiven(); });
         verb.settle();
-        removeOutputsOnSignals();
-        return verb.run(Module::load(m_module), m_report);
+        return verb.start(m_module, m_report);
     }
 
   private:

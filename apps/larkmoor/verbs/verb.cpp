@@ -3,11 +3,18 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "output_file.h"
+
 namespace larkmoor {
 
 Verb::Verb(CLI::App& command, const std::string& name, const std::string& help, const std::string& examples)
     : m_app(command.add_subcommand(name, help)) {
     if (!examples.empty()) m_app->footer("Examples:\n" + examples);
+}
+
+int Verb::start(const std::string& module, Report& report) {
+    removeOutputsOnSignals();
+    return run(Module::load(module), report);
 }
 
 int exitCode(Ended ended) {

@@ -22,10 +22,12 @@ class Verb {
     bool isGiven() const { return m_app->parsed(); }
     /// Texts into values, before anything is loaded or opened. Throws UsageError.
     virtual void settle() {}
+    /// Does it with the module of that file; a verb that works without a loaded module has a `start` of its own.
     /// @return the exit code. Throws UsageError for wrong use and Error for failures.
-    virtual int run(const Module& module, Report& report) = 0;
+    virtual int start(const std::string& module, Report& report);
 
   protected:
+    virtual int run(const Module&, Report&) { return 0; }
     CLI::App& app() const { return *m_app; }
 
   private:
@@ -39,6 +41,7 @@ std::unique_ptr<Verb> joinVerb(CLI::App& command);
 std::unique_ptr<Verb> generateVerb(CLI::App& command);
 std::unique_ptr<Verb> lutVerb(CLI::App& command);
 std::unique_ptr<Verb> presetsVerb(CLI::App& command);
+std::unique_ptr<Verb> validateVerb(CLI::App& command);
 // For packages and shells; not told by --help.
 std::unique_ptr<Verb> manualVerb(CLI::App& command);
 std::unique_ptr<Verb> completeVerb(CLI::App& command);

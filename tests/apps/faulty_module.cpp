@@ -1,0 +1,122 @@
+// A module that goes wrong in the way that LARKMOOR_FAULT names: the real one's objects, with some of their operations
+// exchanged.
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "platform/com_ptr.h"
+#include "platform/effect.h"
+
+namespace {
+
+bool has(std::string_view fault) {
+    const char* const given = std::getenv("LARKMOOR_FAULT");
+    return given && fault == given;
+}
+
+template <class F>
+F real(const char* name) {
+    static void* const library = ::dlopen(LARKMOOR_MODULE_FILE, RTLD_NOW | RTLD_LOCAL);
+    return reinterpret_cast<F>(::dlsym(library, name));
+}
+
+/// Puts `with` into a slot of all objects with the same table. @return what stood there.
+template <class F>
+F exchange(IUnknown* object, int slot, F with) {
+    void** const entry = *reinterpret_cast<void***>(object) + slot;
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    void* const start = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(entry) / page * page);
+    ::mprotect(start, page + sizeof(void*), PROT_READ | PROT_WRITE);
+    const auto before = reinterpret_cast<F>(*entry);
+    if (before != with) *entry = reinterpret_cast<void*>(with);
+    return before == with ? nullptr : before;
+}
+
+IUnknown* g_input = nullptr;
+IUnknown* g_output = nullptr;
+HRESULT (*g_setup)(void*, IUnknown* const*, ULONG, IUnknown* const*, ULONG, DWORD);
+HRESULT (*g_execute)(void*, const GUID*, const DXBNDS*, const DXVEC*);
+HRESULT (*g_putAll)(void*, void*, LONG);
+HRESULT (*g_apply)(void*, LONG);
+HRESULT (*g_save)(void*, IStream*, BOOL);
+
+HRESULT setup(void* self, IUnknown* const* in, ULONG nIn, IUnknown* const* out, ULONG nOut, DWORD flags) {
+    g_input = in && nIn ? in[0] : nullptr;
+    g_output = out && nOut ? out[0] : nullptr;
+    return g_setup(self, in, nIn, out, nOut, flags);
+}
+
+/// One pixel of a bound surface, as far from its first as told.
+void touch(IUnknown* surface, int distance, int value) {
+    const auto bound = KwQuery<IDXSurface>(surface);
+    const auto pointer = KwReceived<IDXARGBReadWritePtr>(
+        [&](void** out) { return bound->LockSurface(nullptr, 0, 1, &IDXARGBReadWritePtr::iid, out, nullptr); });
+    DXNATIVETYPEINFO native{};
+    pointer->GetNativeType(&native);
+    static_cast<volatile unsigned char*>(native.pFirstByte)[distance] = static_cast<unsigned char>(value);
+    if (has("lock held")) CComPtr(pointer).Detach();
+}
+
+HRESULT execute(void* self, const GUID* request, const DXBNDS* clip, const DXVEC* place) {
+    const HRESULT status = g_execute(self, request, clip, place);
+    static int frames = 0;
+    ++frames;
+    if (has("writes before the picture")) touch(g_output, -1, 0);
+    if (has("writes into the input") && g_input) touch(g_input, 0, 0);
+    if (has("another picture each time")) touch(g_output, 0, frames);
+    if (has("lock held")) touch(g_output, 0, 0);
+    if (has("leaks")) static_cast<volatile char*>(std::malloc(200))[0] = 1;
+    if (has("refuses each frame")) return E_FAIL;
+    if (has("hides a refusal")) return S_OK;
+    if (has("crashes")) std::abort();
+    if (has("ends the process")) std::_Exit(0);
+    return status;
+}
+
+HRESULT putAll(void* self, void* record, LONG size) {
+    return g_putAll(self, record, has("loses the record's end") ? size - 1 : size);
+}
+HRESULT apply(void* self, LONG index) {
+    return g_apply(self, has("takes any preset") ? 0 : index);
+}
+HRESULT save(void* self, IStream* stream, BOOL clearDirty) {
+    const HRESULT status = g_save(self, stream, clearDirty);
+    return has("saves too much") && stream ? stream->Write(&status, 4, nullptr) : status;
+}
+
+} // namespace
+
+#define EXPORT extern "C" __attribute__((visibility("default")))
+
+EXPORT HRESULT DllCanUnloadNow() {
+    return real<HRESULT (*)()>("DllCanUnloadNow")();
+}
+
+EXPORT HRESULT DllEnumObjects2(LONG index, GUID* category, CLSID* clsid, char* text, LONG size, void* a, void* b,
+                               void* c) {
+    if (has("repeats a row") && index == 64) index = 63;
+    return real<decltype(&DllEnumObjects2)>("DllEnumObjects2")(index, category, clsid, text, size, a, b, c);
+}
+
+EXPORT HRESULT DllGetClassObject(const CLSID* clsid, const IID* iid, void** out) {
+    const auto get = real<decltype(&DllGetClassObject)>("DllGetClassObject");
+    CComPtr<IClassFactory> factory;
+    if (get(clsid, &IClassFactory::iid, factory.ReceiveVoid()) != S_OK) return factory.Detach(), get(clsid, iid, out);
+    CComPtr<IUnknown> object;
+    factory->CreateInstance(nullptr, &IUnknown::iid, object.ReceiveVoid());
+    const auto change = [](auto& kept, IUnknown* face, int slot, auto with) {
+        if (const auto before = face ? exchange(face, slot, with) : nullptr) kept = before;
+    };
+    const auto transform = KwQuery<IDXTransform>(object.Get());
+    change(g_setup, transform.Get(), 6, &setup);
+    change(g_execute, transform.Get(), 7, &execute);
+    change(g_putAll, KwQuery<IDXEffect>(object.Get()).Get(), 14, &putAll);
+    change(g_apply, KwQuery<IKwPresets>(object.Get()).Get(), 5, &apply);
+    change(g_save, KwQuery<IPersistStreamInit>(object.Get()).Get(), 6, &save);
+    if (has("keeps objects alive")) object.Detach();
+    return get(clsid, iid, out);
+}
