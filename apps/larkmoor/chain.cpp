@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 
 #include <fmt/format.h>
 
@@ -124,9 +123,7 @@ Step planStep(const Module& module, const EffectRequest& request) {
 
 void checkSaves(const Step& step, bool overwrite) {
     for (const std::string& name : step.presets) PresetStore().checkName(*step.info, name, overwrite);
-    if (overwrite) return;
-    for (const std::string& path : step.saveTo)
-        if (std::filesystem::exists(path)) throw Error(fmt::format("{} is there already; -y overwrites it", path));
+    for (const std::string& path : step.saveTo) OutputFile(path, overwrite);
 }
 
 void saveStates(const Module& module, const Step& step, bool overwrite) {

@@ -399,6 +399,7 @@ TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
         {"render s%d.png -y -o s%02d.png --effect Invert", 1, "s10.png is read"},
         {"render - -y -o in.raw --raw 1x1:gray:25 --effect Invert <in.raw", 1, "which is read"},
         {"render in.mp4 -y -o x.mp4 --effect Invert --save-state in.mp4", 1, "in.mp4 is read"},
+        {"render in.mp4 -o x.mp4 --effect Invert --save-state none/s", 1, "cannot write none/s: no such folder"},
         {"join in.mp4 hard.mp4 -y -o link.mp4 --transition Iris", 1, "which is read"},
         {"join in.png in.png in.mp4 -y -o in.mp4 --transition Iris", 1, "in.mp4 is read"},
     };
