@@ -5,60 +5,96 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QMessageBox>
+#include <QSignalBlocker>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include "media/av.h"
+#include "media/sequence.h"
 #include "save_path.h"
+#include "text.h"
 
 namespace larkmoor {
 
-QString timeLeft(qint64 milliseconds, qint64 done, qint64 total) {
-    if (done <= 0 || total <= 0 || milliseconds <= 0) return {};
-    const qint64 seconds = (milliseconds * (total - done) / done + 999) / 1000;
-    return ExportDialog::tr("%1:%2 left").arg(seconds / 60).arg(seconds % 60, 2, 10, QChar('0'));
+namespace {
+
+struct Profile {
+    const char *name, *ending, *codec, *pixelFormat;
+    bool sequence = false;
+};
+
+constexpr Profile kProfiles[] = {
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "As the file's ending tells"), "", "", ""},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "H.264 for the web"), "mp4", "libx264", "yuv420p"},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "ProRes 422"), "mov", "prores_ks", "yuv422p10le"},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "ProRes 4444 with alpha"), "mov", "prores_ks", "yuva444p10le"},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "DNxHR"), "mov", "dnxhd", "yuv422p"},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "FFV1, without loss"), "mkv", "ffv1", ""},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "PNG sequence"), "png", "png", "", true},
+    {QT_TRANSLATE_NOOP("larkmoor::ExportDialog", "WebM with alpha"), "webm", "libvpx-vp9", "yuva420p"}};
+
+/// A name with another ending, numbered for a sequence.
+QString withEnding(const QString& path, const Profile& profile) {
+    const QFileInfo file(path);
+    QString base = file.path() + '/' + file.completeBaseName();
+    base.remove(QStringLiteral("-%04d"));
+    if (profile.sequence) base += QStringLiteral("-%04d");
+    return base + '.' + profile.ending;
 }
 
-ExportDialog::ExportDialog(const Document& document, const QString& path, QWidget* parent)
-    : QDialog(parent), m_document(document), m_exporter(document.module()), m_path(new QLineEdit(path)),
-      m_codec(new QLineEdit), m_pixelFormat(new QComboBox), m_ownQuality(new QCheckBox(tr("&Quality:"))),
-      m_quality(new QSpinBox), m_bar(new QProgressBar), m_status(new QLabel), m_export(new QPushButton(tr("&Export"))),
-      m_close(new QPushButton(tr("&Close"))), m_fields(new QWidget) {
+QString about(const EncoderFacts& encoder) {
+    QStringList can{ExportDialog::tr("%1 bits").arg(encoder.bits)};
+    if (encoder.alpha) can << ExportDialog::tr("alpha");
+    if (encoder.lossless) can << ExportDialog::tr("without loss");
+    if (encoder.intra) can << ExportDialog::tr("each picture by itself");
+    return text(encoder.title) + ": " + can.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+ExportDialog::ExportDialog(const Document& document, const QString& path, ExportQueue& queue, QWidget* parent)
+    : QDialog(parent), m_document(document), m_queue(queue), m_path(new QLineEdit(path)), m_profile(new QComboBox),
+      m_codec(new QComboBox), m_pixelFormat(new QComboBox), m_ownQuality(new QCheckBox(tr("&Quality:"))),
+      m_quality(new QSpinBox), m_about(new QLabel), m_status(new QLabel), m_export(new QPushButton(tr("&Export"))) {
     setWindowTitle(tr("Export"));
     auto* const browse = new QToolButton;
     browse->setText(tr("&Browse…"));
-    m_codec->setPlaceholderText(tr("the file's usual one"));
-    m_codec->setToolTip(tr("An encoder, by FFmpeg's name"));
+    for (const Profile& profile : kProfiles) m_profile->addItem(tr(profile.name));
+    m_codec->setEditable(true);
+    m_codec->lineEdit()->setPlaceholderText(tr("the file's usual one"));
+    m_codec->setToolTip(tr("An encoder of those that such a file takes, or FFmpeg's name of another"));
     m_pixelFormat->setEditable(true);
-    m_pixelFormat->addItems({QString(), "yuv420p", "yuv422p", "yuv444p", "yuva444p10le", "rgba", "bgra", "rgb24"});
+    m_pixelFormat->addItems({QString(), "yuv420p", "yuv422p", "yuv422p10le", "yuv444p", "yuva420p", "yuva444p10le",
+                             "rgba", "bgra", "rgb24"});
     m_pixelFormat->lineEdit()->setPlaceholderText(tr("the source's, or the nearest"));
     m_pixelFormat->setToolTip(tr("By FFmpeg's name; transparency needs one with an \"a\", such as rgba"));
     m_quality->setRange(0, 100);
     m_quality->setValue(75);
     m_quality->setEnabled(false);
     m_quality->setToolTip(tr("0 gives the smallest files, 100 the best pictures"));
-    m_bar->setVisible(false);
+    m_about->setWordWrap(true);
     m_status->setWordWrap(true);
     m_export->setDefault(true);
+    auto* const close = new QPushButton(tr("&Close"));
 
     auto* const file = new QHBoxLayout;
     file->addWidget(m_path);
     file->addWidget(browse);
-    auto* const form = new QFormLayout(m_fields);
-    form->setContentsMargins(0, 0, 0, 0);
+    auto* const form = new QFormLayout;
+    form->addRow(tr("P&rofile:"), m_profile);
     auto* const fileLabel = new QLabel(tr("&File:")); // a row of several has no buddy of its own
     fileLabel->setBuddy(m_path);
     form->addRow(fileLabel, file);
     form->addRow(tr("En&coder:"), m_codec);
+    form->addRow(QString(), m_about);
     form->addRow(tr("&Pixel format:"), m_pixelFormat);
     form->addRow(m_ownQuality, m_quality);
     auto* const buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(m_export);
-    buttons->addWidget(m_close);
+    buttons->addWidget(close);
     auto* const layout = new QVBoxLayout(this);
-    layout->addWidget(m_fields);
-    layout->addWidget(m_bar);
+    layout->addLayout(form);
     layout->addWidget(m_status);
     layout->addLayout(buttons);
     m_path->setMinimumWidth(fontMetrics().averageCharWidth() * 50);
@@ -70,18 +106,52 @@ ExportDialog::ExportDialog(const Document& document, const QString& path, QWidge
             QFileDialog::DontConfirmOverwrite);
         if (!chosen.isEmpty()) m_path->setText(chosen);
     });
+    connect(m_profile, &QComboBox::activated, this, &ExportDialog::useProfile);
+    connect(m_path, &QLineEdit::textChanged, this, &ExportDialog::showEncoders);
+    connect(m_codec, &QComboBox::currentTextChanged, this, &ExportDialog::showEncoder);
     connect(m_ownQuality, &QCheckBox::toggled, m_quality, &QWidget::setEnabled);
     connect(m_export, &QPushButton::clicked, this, &ExportDialog::start);
-    connect(m_close, &QPushButton::clicked, this, &ExportDialog::reject);
-    connect(&m_exporter, &Exporter::progress, this, &ExportDialog::showProgress, Qt::QueuedConnection);
-    connect(&m_exporter, &Exporter::finished, this, &ExportDialog::finish);
+    connect(close, &QPushButton::clicked, this, &ExportDialog::reject);
+    showEncoders();
+}
+
+void ExportDialog::useProfile(int index) {
+    const Profile& profile = kProfiles[index];
+    if (*profile.ending) m_path->setText(withEnding(m_path->text().trimmed(), profile));
+    m_codec->setCurrentText(profile.codec);
+    m_pixelFormat->setCurrentText(profile.pixelFormat);
+}
+
+/// The encoders that a file of this ending takes. What is chosen stays, even where it is none of them.
+void ExportDialog::showEncoders() {
+    const QString ending = QFileInfo(m_path->text().trimmed()).suffix().toLower();
+    if (ending == m_ending && m_codec->count() > 0) return;
+    m_ending = ending;
+    const QString chosen = m_codec->currentText();
+    const QSignalBlocker quiet(m_codec);
+    m_codec->clear();
+    m_codec->addItem({});
+    try {
+        for (const EncoderFacts& encoder : encodersFor(m_path->text().trimmed().toStdString())) {
+            m_codec->addItem(text(encoder.name), about(encoder));
+            m_codec->setItemData(m_codec->count() - 1, about(encoder), Qt::ToolTipRole);
+        }
+    } catch (const Error&) {
+        // An ending half typed is told of when it is used.
+    }
+    m_codec->setCurrentText(chosen);
+    showEncoder();
+}
+
+void ExportDialog::showEncoder() {
+    m_about->setText(m_codec->itemData(m_codec->findText(m_codec->currentText().trimmed())).toString());
 }
 
 OutputRequest ExportDialog::request() const {
     OutputRequest out;
     out.path = m_path->text().trimmed().toStdString();
     if (out.path.empty()) throw UsageError("Name a file to export to.");
-    out.encode.codec = m_codec->text().trimmed().toStdString();
+    out.encode.codec = m_codec->currentText().trimmed().toStdString();
     if (m_ownQuality->isChecked()) out.encode.quality = m_quality->value();
     if (const QString format = m_pixelFormat->currentText().trimmed(); !format.isEmpty())
         out.encode.pixelFormat = parsePixelFormat(format.toStdString());
@@ -92,54 +162,20 @@ OutputRequest ExportDialog::request() const {
 void ExportDialog::start() {
     try {
         OutputRequest out = request();
-        if (const QString path = m_path->text().trimmed(); QFileInfo(path).isFile()) {
+        const QString path = m_path->text().trimmed();
+        if (isSequence(out.path) ? !sequenceNumbers(out.path).empty() : QFileInfo(path).isFile()) {
             if (isSource(*m_document.project(), path))
                 throw UsageError("The project is made of this file; choose another name.");
             const auto answer = QMessageBox::question(
-                this, tr("Export"), tr("%1 is there already. Replace it?").arg(QFileInfo(m_path->text()).fileName()));
+                this, tr("Export"), tr("%1 is there already. Replace it?").arg(QFileInfo(path).fileName()));
             if (answer != QMessageBox::Yes) return;
             out.overwrite = true;
         }
-        m_fields->setEnabled(false);
-        m_export->setEnabled(false);
-        m_close->setText(tr("&Cancel"));
-        m_bar->setRange(0, 0);
-        m_bar->setVisible(true);
-        m_status->clear();
-        m_clock.start();
-        m_exporter.start(m_document.project(), out);
+        m_queue.add(m_document.project(), out);
+        accept();
     } catch (const std::exception& error) {
         m_status->setText(QString::fromStdString(error.what()));
     }
-}
-
-void ExportDialog::showProgress(qint64 done, qint64 total) {
-    if (!m_exporter.isRunning()) return;
-    // The bar counts in ints.
-    m_bar->setRange(0, total > 0 ? static_cast<int>(std::min<qint64>(total, INT_MAX)) : 0);
-    m_bar->setValue(static_cast<int>(std::min<qint64>(done, INT_MAX)));
-    m_status->setText(total > 0
-                          ? tr("%1 of %2 frames  %3").arg(done).arg(total).arg(timeLeft(m_clock.elapsed(), done, total))
-                          : tr("%1 frames").arg(done));
-}
-
-void ExportDialog::finish(bool done, const QString& sentence) {
-    m_fields->setEnabled(true);
-    m_export->setEnabled(true);
-    m_close->setText(tr("&Close"));
-    m_bar->setVisible(false);
-    const QString path = m_path->text().trimmed();
-    m_status->setText(done                  ? (tr("%1 is written.").arg(path) + '\n' + sentence).trimmed()
-                      : !sentence.isEmpty() ? sentence
-                                            : tr("Cancelled; nothing was written."));
-    if (done) emit exported(path);
-}
-
-void ExportDialog::reject() {
-    if (m_exporter.isRunning())
-        m_exporter.cancel();
-    else
-        QDialog::reject();
 }
 
 } // namespace larkmoor

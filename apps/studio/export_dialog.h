@@ -1,18 +1,15 @@
-// Where to export to and how, then how far it is.
+// Where to export to and how.
 #pragma once
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QDialogButtonBox>
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
 
-#include "exporter.h"
+#include "export_queue.h"
 
 namespace larkmoor {
 
@@ -20,38 +17,31 @@ class ExportDialog : public QDialog {
     Q_OBJECT
 
   public:
-    ExportDialog(const Document& document, const QString& path, QWidget* parent = nullptr);
+    /// What it asks for goes into the queue.
+    ExportDialog(const Document& document, const QString& path, ExportQueue& queue, QWidget* parent = nullptr);
 
     /// What the fields ask for. Throws UsageError.
     OutputRequest request() const;
     QLineEdit* pathField() const { return m_path; }
+    QComboBox* profiles() const { return m_profile; }
+    QComboBox* encoders() const { return m_codec; }
     QPushButton* exportButton() const { return m_export; }
-    Exporter& exporter() { return m_exporter; }
-
-    void reject() override;
-
-  signals:
-    void exported(QString path);
 
   private:
+    void useProfile(int index);
+    void showEncoders();
+    void showEncoder();
     void start();
-    void showProgress(qint64 done, qint64 total);
-    void finish(bool done, const QString& sentence);
 
     const Document& m_document;
-    Exporter m_exporter;
-    QElapsedTimer m_clock;
-    QLineEdit *m_path, *m_codec;
-    QComboBox* m_pixelFormat;
+    ExportQueue& m_queue;
+    QLineEdit* m_path;
+    QComboBox *m_profile, *m_codec, *m_pixelFormat;
     QCheckBox* m_ownQuality;
     QSpinBox* m_quality;
-    QProgressBar* m_bar;
-    QLabel* m_status;
-    QPushButton *m_export, *m_close;
-    QWidget* m_fields;
+    QLabel *m_about, *m_status;
+    QPushButton* m_export;
+    QString m_ending; ///< whose encoders are listed
 };
-
-/// "1:05 left" for what remains at the pace so far; empty before there is one.
-QString timeLeft(qint64 milliseconds, qint64 done, qint64 total);
 
 } // namespace larkmoor

@@ -39,7 +39,7 @@ std::string sourceKey(const Project& project) {
 
 MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     : QMainWindow(parent), m_module(module), m_folders(std::move(folders)), m_document(module),
-      m_autosave(m_document, m_folders.autosave), m_feed(m_module), m_thumbnails(module) {
+      m_autosave(m_document, m_folders.autosave), m_feed(m_module), m_thumbnails(module), m_exports(module) {
     setAcceptDrops(true);
     setWindowIcon(programIcon());
     makeWidgets();
@@ -68,6 +68,11 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
         if (!m_feed.isBusy()) return;
         m_busy->show();
         m_status->setText(tr("Reading frame %1…").arg(m_frame));
+    });
+    connect(&m_exports, &ExportQueue::changed, this, &MainWindow::showTitle);
+    connect(&m_exports, &ExportQueue::finished, this, [this](const ExportJob& job) {
+        if (job.state == ExportJob::State::Done) m_status->setText(tr("%1 is written.").arg(text(job.output.path)));
+        if (!job.sentence.isEmpty()) tell(job.sentence);
     });
     connect(&m_clips, &ClipWatch::changed, this, [this] {
         m_feed.reopen();
@@ -105,6 +110,7 @@ MainWindow::~MainWindow() {
     delete m_keys;
     delete takeCentralWidget();
     for (QDockWidget* panel : m_panels) delete panel;
+    delete m_exportsPanel;
 }
 
 void MainWindow::started() {
@@ -134,7 +140,9 @@ void MainWindow::started() {
 }
 
 void MainWindow::showTitle() {
-    setWindowTitle(m_document.project() ? m_document.name() + "[*] - Larkmoor" : QStringLiteral("Larkmoor"));
+    QString title = m_document.project() ? m_document.name() + "[*] - Larkmoor" : QStringLiteral("Larkmoor");
+    if (const std::optional<int> percent = m_exports.percent()) title = tr("%1 % - %2").arg(*percent).arg(title);
+    setWindowTitle(title);
     setWindowModified(m_document.isChanged());
 }
 
@@ -381,7 +389,7 @@ bool MainWindow::attempt(const std::function<void()>& action) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    if (!mayLeave()) {
+    if (!mayEndExports() || !mayLeave()) {
         event->ignore();
         return;
     }

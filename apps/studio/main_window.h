@@ -14,7 +14,7 @@
 #include "autosave.h"
 #include "clip_watch.h"
 #include "document.h"
-#include "exporter.h"
+#include "export_queue.h"
 #include "key_router.h"
 #include "page_panel.h"
 #include "preview_feed.h"
@@ -63,6 +63,7 @@ class MainWindow : public QMainWindow {
     KeyLanes& lanes() { return *m_lanes; }
     Transport& transport() { return *m_transport; }
     EffectList& effectList() { return *m_effects; }
+    ExportQueue& exports() { return m_exports; }
     ScopeView& scope() { return *m_scope; }
     StackPanel& stack() { return *m_stack; }
     qint64 frame() const { return m_frame; }
@@ -131,6 +132,7 @@ class MainWindow : public QMainWindow {
     QString timeText(qint64 frame, int format) const;
 
     bool mayLeave();
+    bool mayEndExports();
     QWidget* makeMissing();
     void showMissing();
     void findMissing();
@@ -162,10 +164,12 @@ class MainWindow : public QMainWindow {
     PreviewFeed m_feed;
     Thumbnails m_thumbnails;
     ClipWatch m_clips;
+    ExportQueue m_exports;
 
     QStackedWidget* m_pages;
     QWidget* m_welcome;
     QWidget* m_film;
+    QDockWidget* m_exportsPanel;
     std::vector<QDockWidget*> m_panels; ///< stack, effects, settings, presets, scope
     QByteArray m_arrangement;           ///< of the panels while none is shown
     KeyRouter* m_keys;

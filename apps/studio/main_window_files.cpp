@@ -245,11 +245,17 @@ bool MainWindow::saveAs() {
 
 void MainWindow::exportFilm() {
     if (PageView* const page = m_page->page()) page->commitEdits();
-    play(false);
-    ExportDialog dialog(m_document, suggestedName(m_document) + QStringLiteral(".mp4"), this);
-    connect(&dialog, &ExportDialog::exported, this,
-            [this](const QString& path) { m_status->setText(tr("%1 is written.").arg(path)); });
-    dialog.exec();
+    ExportDialog dialog(m_document, suggestedName(m_document) + QStringLiteral(".mp4"), m_exports, this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    m_exportsPanel->show();
+    m_exportsPanel->raise();
+}
+
+bool MainWindow::mayEndExports() {
+    if (!m_exports.isRunning()) return true;
+    const auto answer = QMessageBox::question(this, tr("Larkmoor"), tr("Exports are not finished. Give them up?"));
+    if (answer == QMessageBox::Yes) m_exports.cancelAll();
+    return answer == QMessageBox::Yes;
 }
 
 void MainWindow::saveFrame() {

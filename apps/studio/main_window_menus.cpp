@@ -160,6 +160,7 @@ void MainWindow::makeViewMenu() {
     makeScopeMenu(view);
     QMenu* const panels = view->addMenu(tr("&Panels"));
     for (QDockWidget* panel : m_panels) panels->addAction(needs(panel->toggleViewAction()));
+    panels->addAction(m_exportsPanel->toggleViewAction());
     panels->addSeparator();
     needs(add(panels, tr("&Usual arrangement"), {}, [this] { arrange(); }));
     QMenu* const theme = view->addMenu(tr("T&heme"));

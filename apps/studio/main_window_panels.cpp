@@ -7,6 +7,7 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
+#include "export_panel.h"
 #include "help_box.h"
 #include "text.h"
 #include "widgets/curve_view.h"
@@ -107,6 +108,11 @@ void MainWindow::makePanels() {
                                                                                : Qt::RightDockWidgetArea,
                       panel);
     for (QDockWidget* panel : m_panels) panel->hide();
+    m_exportsPanel = new QDockWidget(tr("Exports"), this); // they go on without a film
+    m_exportsPanel->setObjectName(QStringLiteral("exports"));
+    m_exportsPanel->setWidget(new ExportPanel(m_exports));
+    addDockWidget(Qt::BottomDockWidgetArea, m_exportsPanel);
+    m_exportsPanel->hide();
 }
 
 /// The usual arrangement for a window of this size.

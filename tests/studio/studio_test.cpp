@@ -443,23 +443,76 @@ TEST_F(StudioWindowTest, ProjectsOfOneFrameWork) {
     EXPECT_TRUE(content("studio.png") == content("command.png"));
 }
 
-TEST_F(StudioWindowTest, ACancelledExportLeavesNoFile) {
+TEST_F(StudioWindowTest, ExportsWaitTheirTurnWhileWorkGoesOn) {
     openGenerator(640, 360, 400);
     const auto before = names();
-    ExportDialog dialog(document(), file("out.mkv"), window.get());
-    dialog.show();
-    QSignalSpy progress(&dialog.exporter(), &Exporter::progress), finished(&dialog.exporter(), &Exporter::finished);
-    QTest::mouseClick(dialog.exportButton(), Qt::LeftButton);
-    ASSERT_TRUE(!progress.isEmpty() || progress.wait(kPatience));
-    QTest::keyClick(&dialog, Qt::Key_Escape); // the first cancels, the next one closes
-    EXPECT_TRUE(dialog.isVisible());
-    ASSERT_TRUE(!finished.isEmpty() || finished.wait(kPatience));
-    EXPECT_FALSE(finished[0][0].toBool());
-    EXPECT_EQ(finished[0][1].toString(), "");
+    ExportQueue& queue = window->exports();
+    const auto add = [&](const char* name) {
+        OutputRequest out;
+        out.path = path(name);
+        queue.add(document().project(), out);
+    };
+    for (const char* name : {"one.mkv", "two.mkv", "three.mkv"}) add(name);
+    EXPECT_THROW(add("two.mkv"), UsageError);
+    queue.cancel(1);
+    await([&] { return queue.percent().value_or(0) > 0; });
+    EXPECT_THAT(window->windowTitle().toStdString(), testing::MatchesRegex("[0-9]+ % - Untitled.*"));
+    addByName("sepia");
+    EXPECT_EQ(document().project()->effects.size(), 1u);
+    EXPECT_TRUE(queue.isRunning());
+    {
+        Answers no(QMessageBox::No);
+        EXPECT_FALSE(window->close());
+        EXPECT_THAT(no.texts.join("").toStdString(), HasSubstr("not finished"));
+    }
+    QTreeWidget& list = *window->findChild<ExportPanel*>()->list();
+    EXPECT_EQ(list.topLevelItem(1)->text(1), "Cancelled; nothing was written.");
+    EXPECT_EQ(list.topLevelItem(2)->text(1), "waits");
+    list.setCurrentItem(list.topLevelItem(0));
+    QSignalSpy finished(&queue, &ExportQueue::finished);
+    window->findChild<ExportPanel*>()->cancelButton()->click();
+    await([&] { return queue.jobs()[0].isOver(); });
+    EXPECT_EQ(finished[0][0].value<ExportJob>().state, ExportJob::State::Cancelled);
+    queue.clear();
+    ASSERT_EQ(queue.jobs().size(), 1u);
+    EXPECT_EQ(queue.jobs()[0].state, ExportJob::State::Running) << "the next one began by itself";
+    queue.cancelAll();
+    await([&] { return !queue.isRunning(); });
     EXPECT_EQ(names(), before);
-    EXPECT_TRUE(dialog.exportButton()->isEnabled());
-    QTest::keyClick(&dialog, Qt::Key_Escape);
-    EXPECT_FALSE(dialog.isVisible());
+    EXPECT_THAT(window->windowTitle().toStdString(), testing::StartsWith("Untitled"));
+    add("one.mkv"); // a name that is free again
+    queue.cancelAll();
+    await([&] { return !queue.isRunning(); });
+}
+
+TEST_F(StudioWindowTest, ProfilesMakeWhatTheySay) {
+    openGenerator(256, 144, 0.2);
+    struct Case {
+        const char *name, *file, *facts;
+    };
+    for (const auto& [name, file, facts] :
+         std::initializer_list<Case>{{"H.264 for the web", "out.mp4", "h264,yuv420p"},
+                                     {"ProRes 422", "out.mov", "prores,yuv422p10le"},
+                                     {"ProRes 4444 with alpha", "out.mov", "prores,yuva444p12le"},
+                                     {"DNxHR", "out.mov", "dnxhd,yuv422p"},
+                                     {"FFV1, without loss", "out.mkv", "ffv1,bgra"},
+                                     {"PNG sequence", "out-%04d.png", "png,rgb24"},
+                                     {"WebM with alpha", "out.webm", "vp9,yuv420p"}}) {
+        SCOPED_TRACE(name);
+        ExportDialog dialog(document(), this->file("out.avi"), window->exports(), window.get());
+        const int index = dialog.profiles()->findText(name);
+        dialog.profiles()->setCurrentIndex(index);
+        emit dialog.profiles()->activated(index);
+        EXPECT_EQ(dialog.pathField()->text(), this->file(file));
+        EXPECT_GE(dialog.encoders()->findText(dialog.encoders()->currentText()), 1) << "it is in the list";
+        Answers replace(QMessageBox::Yes);
+        EXPECT_EQ(exportBy(dialog), "");
+        EXPECT_EQ(shell(std::string("ffprobe -v error -select_streams v -show_entries stream=codec_name,pix_fmt -of "
+                                    "csv=p=0 ") +
+                        file)
+                      .out,
+                  std::string(facts) + "\n");
+    }
 }
 
 TEST_F(StudioWindowTest, AnExportThatIsDestroyedAmidItsWorkLeavesNoFile) {

@@ -7,6 +7,7 @@
 #include <QStatusBar>
 
 #include "export_dialog.h"
+#include "export_panel.h"
 #include "main_window.h"
 #include "studio.h"
 
@@ -93,17 +94,20 @@ class StudioWindowTest : public StudioTest {
 
     /// By the dialog's own button. Empty for success.
     QString exportTo(const std::string& name, const char* codec = "") {
-        ExportDialog dialog(document(), file(name), window.get());
-        for (QLineEdit* edit : dialog.findChildren<QLineEdit*>())
-            if (edit->toolTip().startsWith("An encoder")) edit->setText(codec);
+        ExportDialog dialog(document(), file(name), window->exports(), window.get());
+        dialog.encoders()->setCurrentText(codec);
         EXPECT_EQ(dialog.request().encode.codec, codec);
+        return exportBy(dialog);
+    }
+    QString exportBy(ExportDialog& dialog) {
         dialog.show();
-        QSignalSpy finished(&dialog.exporter(), &Exporter::finished);
+        QSignalSpy finished(&window->exports(), &ExportQueue::finished);
         QTest::mouseClick(dialog.exportButton(), Qt::LeftButton);
-        EXPECT_TRUE(!finished.isEmpty() || !dialog.exporter().isRunning() || finished.wait(kPatience));
-        m_exportStatus.clear();
-        for (const QLabel* label : reachable<QLabel>(dialog)) m_exportStatus += label->text() + ' ';
-        return finished.isEmpty() ? "never begun" : finished[0][1].toString();
+        if (dialog.isVisible()) return "never begun";
+        EXPECT_TRUE(!finished.isEmpty() || finished.wait(kPatience));
+        const QTreeWidget& list = *window->findChild<ExportPanel*>()->list();
+        m_exportStatus = list.topLevelItem(list.topLevelItemCount() - 1)->text(1);
+        return finished[0][0].value<ExportJob>().sentence;
     }
     /// The studio's export and the command's rendering of the saved project are the same file. Not with libx264, which
     /// now and then encodes the same pictures otherwise.
@@ -142,7 +146,7 @@ class StudioWindowTest : public StudioTest {
 
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<QSignalSpy> shown;
-    QString m_exportStatus; ///< what the dialog said in the end
+    QString m_exportStatus; ///< what the list of exports said in the end
 };
 
 } // namespace larkmoor

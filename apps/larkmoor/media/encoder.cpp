@@ -241,6 +241,29 @@ const AVCodec& encoderFor(const EncodeOptions& options, const AVOutputFormat& co
     return *codec;
 }
 
+std::vector<EncoderFacts> encodersFor(const std::string& path) {
+    const AVOutputFormat& container = containerFor(path);
+    const AVCodecID usual = usualVideo(container, path);
+    std::vector<EncoderFacts> found;
+    void* place = nullptr;
+    while (const AVCodec* const codec = av_codec_iterate(&place)) {
+        constexpr int unfit = AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID | AV_CODEC_CAP_EXPERIMENTAL;
+        if (!av_codec_is_encoder(codec) || codec->type != AVMEDIA_TYPE_VIDEO || codec->capabilities & unfit) continue;
+        if (codec->id == AV_CODEC_ID_WRAPPED_AVFRAME) continue;
+        // The ending of a picture names its codec.
+        if (isPictureContainer(container) ? codec->id != usual : !takes(container, codec->id)) continue;
+        const AVCodecDescriptor& d = *avcodec_descriptor_get(codec->id);
+        EncoderFacts facts{.name = codec->name, .title = codec->long_name ? codec->long_name : d.name};
+        facts.alpha = takesAlpha(*codec);
+        facts.lossless = (d.props & AV_CODEC_PROP_LOSSLESS) && !(d.props & AV_CODEC_PROP_LOSSY);
+        facts.intra = d.props & AV_CODEC_PROP_INTRA_ONLY;
+        for (const AVPixelFormat* f = codec->pix_fmts; f && *f != AV_PIX_FMT_NONE; ++f)
+            facts.bits = std::max(facts.bits, av_pix_fmt_desc_get(*f)->comp[0].depth);
+        found.push_back(std::move(facts));
+    }
+    return found;
+}
+
 CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const AVOutputFormat& container,
                      const VideoFacts& video, const Target& target, const Reader* source) {
     const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(target.format);

@@ -28,6 +28,18 @@ struct EncodeOptions {
 const AVCodec& encoderFor(const EncodeOptions& options, const AVOutputFormat& container, const std::string& path,
                           const VideoFacts& video, const Reader* source);
 
+/// What an encoder can do, for people to choose from.
+struct EncoderFacts {
+    std::string name, title;
+    int bits = 8; ///< of a channel, at most
+    bool alpha = false, lossless = false;
+    bool intra = false; ///< each picture by itself
+};
+
+/// The encoders of programs (not of graphics cards) that a file named like this takes. Throws UsageError for an ending
+/// that tells nothing.
+std::vector<EncoderFacts> encodersFor(const std::string& path);
+
 /// An opened encoder. Its threads do not depend on the machine or on options, since some codecs write other bytes
 /// with other numbers of threads. Its size is greater than the video's where chroma has to be whole samples.
 /// @param source where the pictures come from, whose profile is kept where the codec is one for editing; null for none.
