@@ -20,6 +20,7 @@ namespace {
 
 constexpr int version = 1;
 constexpr const char* versionKey = "larkmoor project";
+constexpr const char* effectsKey = "larkmoor effects";
 
 Json effectJson(const ProjectEffect& effect) {
     Json out{{"effect", effect.info->className}, {"on", effect.on}, {"over", effect.over}};
@@ -172,6 +173,31 @@ Project parseProject(const Module& module, const std::string& text, const fs::pa
             project.effects.push_back(takeEffect(module, effect, EffectKind::Filter, values));
         });
     return project;
+}
+
+std::string effectsText(const std::vector<ProjectEffect>& effects) {
+    Json out{{effectsKey, version}, {"effects", Json::array()}};
+    for (const ProjectEffect& effect : effects) out["effects"].push_back(effectJson(effect));
+    return out.dump(2) + "\n";
+}
+
+std::vector<ProjectEffect> parseEffects(const Module& module, const std::string& text) {
+    Json json;
+    try {
+        json = parseJson(text);
+    } catch (const Error&) {
+        // Texts of all kinds are carried around.
+    }
+    if (!json.is_object() || !json.contains(effectsKey) || json[effectsKey] != version)
+        throw Error("There are no effects on the clipboard; copy some first.");
+    std::vector<ProjectEffect> effects;
+    Node(json, "").at("effects").elements([&](const Node& node) {
+        const EffectInfo& info = *node.at("effect").parsed([&](const std::string& name) { return &module.find(name); });
+        const bool joins = info.kind == EffectKind::Transition;
+        effects.push_back(
+            takeEffect(module, node, joins ? EffectKind::Transition : EffectKind::Filter, Values::Checked));
+    });
+    return effects;
 }
 
 Project loadProject(const Module& module, const std::string& path, Values values) {

@@ -70,6 +70,10 @@ std::string projectText(const Project& project, const std::filesystem::path& fol
 Project parseProject(const Module& module, const std::string& text, const std::filesystem::path& folder,
                      Values values = Values::Checked);
 
+/// Effects by themselves, to be carried from one project to another, and back. Throws Error where the text has none.
+std::string effectsText(const std::vector<ProjectEffect>& effects);
+std::vector<ProjectEffect> parseEffects(const Module& module, const std::string& text);
+
 Project loadProject(const Module& module, const std::string& path, Values values = Values::Checked);
 /// The file appears whole or not at all.
 void saveProject(const Project& project, const std::string& path, bool overwrite);

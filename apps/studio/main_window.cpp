@@ -224,7 +224,8 @@ void MainWindow::refresh() {
     if (!m_document.project() || isMissing()) return;
     if (!m_late.isActive()) m_late.start();
     const bool moving = m_dragging || m_scrubbing || m_player.isActive();
-    m_feed.request(m_document.project(), m_frame, moving && m_lastFull > kSlowFrame);
+    m_feed.request(m_page->pickButton()->isChecked() ? pickedFrom() : m_document.project(), m_frame,
+                   moving && m_lastFull > kSlowFrame);
 }
 
 void MainWindow::take(const PreviewResult& result) {
@@ -342,7 +343,7 @@ void MainWindow::tick() {
     setFrame(frame);
 }
 
-void MainWindow::addEffect(const QString& className) {
+void MainWindow::addEffect(const QString& className, std::optional<int> place) {
     attempt([&] {
         const EffectInfo& info = m_module.find(className.toStdString());
         const Document::Snapshot project = m_document.project();
@@ -357,7 +358,9 @@ void MainWindow::addEffect(const QString& className) {
         }
         // Behind what is selected; behind a source or a transition is before all effects.
         const Slot selected = m_document.selected();
-        const int at = selected.kind == Slot::Kind::Effect ? selected.index + 1 : 0;
+        const int at = place ? std::clamp(*place, 0, static_cast<int>(project->effects.size()))
+                       : selected.kind == Slot::Kind::Effect ? selected.index + 1
+                                                             : 0;
         m_document.change(tr("Add %1").arg(text(info.name)), [&](Project& next) {
             ProjectEffect effect = projectEffect(info);
             effect.over = info.kind == EffectKind::Generator;

@@ -48,7 +48,8 @@ class MainWindow : public QMainWindow {
     bool open(const QString& path);
     /// Joins a second clip behind the first.
     void addSecond(const QString& path);
-    void addEffect(const QString& className);
+    /// @param at its place among the effects; without one, behind what is selected.
+    void addEffect(const QString& className, std::optional<int> at = {});
     void startGenerator(const EffectInfo& info, QSize size, AVRational rate, double seconds);
     bool saveTo(const QString& path);
     /// A note to the user that asks nothing.
@@ -96,6 +97,9 @@ class MainWindow : public QMainWindow {
     void connectPage();
     void connectFilm();
     void connectPicture();
+    void connectHandles();
+    void pick(const QColor& color);
+    Document::Snapshot pickedFrom() const;
     void showHelp();
     void cut(qint64 in, qint64 out, bool final);
 

@@ -1,7 +1,6 @@
 #include "main_window.h"
 
 #include <algorithm>
-#include <map>
 
 #include <QActionGroup>
 #include <QApplication>
@@ -12,6 +11,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "effect_clipboard.h"
+#include "effect_words.h"
 #include "help_box.h"
 #include "text.h"
 #include "theme.h"
@@ -126,6 +127,15 @@ void MainWindow::makeEditMenu() {
     redo->setShortcuts({QKeySequence(tr("Ctrl+Shift+Z")), QKeySequence(tr("Ctrl+Y"))});
     edit->addActions({undo, redo});
     edit->addSeparator();
+    needs(add(edit, tr("Cu&t the effect"), QKeySequence::Cut, [this] {
+        copyEffect(m_document);
+        m_stack->removeSelected();
+    }));
+    needs(add(edit, tr("&Copy the effect"), QKeySequence::Copy, [this] { copyEffect(m_document); }));
+    needs(add(edit, tr("Cop&y all effects"), QKeySequence(tr("Ctrl+Shift+C")), [this] { copyAllEffects(m_document); }));
+    needs(add(edit, tr("Pa&ste effects"), QKeySequence::Paste,
+              [this] { attempt([this] { pasteEffects(m_document); }); }));
+    edit->addSeparator();
     needs(add(edit, tr("&Add an effect"), QKeySequence(tr("Ctrl+F")), [this] { searchEffects(); }));
     needs(add(edit, tr("&Duplicate the effect"), QKeySequence(tr("Ctrl+D")), [this] { m_stack->duplicateSelected(); }));
     needs(
@@ -157,6 +167,10 @@ void MainWindow::makeViewMenu() {
     addSwitch(view, tr("A&lpha"), QKeySequence(tr("F8")), [this](bool on) { m_picture->setAlphaView(on); });
     addSwitch(view, tr("Title-safe f&rames"), QKeySequence(tr("F9")),
               [this](bool on) { m_picture->setSafeFrames(on); });
+    QAction* const handles = view->addAction(tr("Han&dles of effects"));
+    handles->setCheckable(true);
+    handles->setChecked(true);
+    connect(handles, &QAction::toggled, m_picture, &PictureView::showHandle);
     makeScopeMenu(view);
     QMenu* const panels = view->addMenu(tr("&Panels"));
     for (QDockWidget* panel : m_panels) panels->addAction(needs(panel->toggleViewAction()));
@@ -258,33 +272,16 @@ void MainWindow::keyPressEvent(QKeyEvent* event) {
     }
 }
 
-/// What people call an effect besides its name.
-static QString searchWords(const std::string& className) {
-    static const std::map<std::string, const char*> words{
-        {"Dissolve", "crossfade cross fade mix"},
-        {"DXTAdditiveDissolve", "crossfade cross fade mix"},
-        {"DXTChromaKeyFilter", "greenscreen green screen bluescreen blue screen chromakey keying"},
-        {"DXTDesaturate", "grayscale greyscale black white gray grey saturation"},
-        {"DXTBroadcastColors", "legalize legalise legal safe limiter gamut ire"},
-        {"DXTGamut", "legalize legalise legal safe limiter gamut"},
-        {"DXTBlur", "soften defocus"},
-        {"DXTInvert", "negative"},
-        {"DXSText", "title caption credits"},
-        {"DXSTestp", "color bars colour bars smpte"}};
-    const auto found = words.find(className);
-    return found == words.end() ? QString() : QString::fromLatin1(found->second);
-}
-
 void MainWindow::fillEffects() {
     std::vector<EffectEntry> entries;
-    for (const EffectInfo& info : m_module.effects())
+    for (const EffectInfo& info : m_module.effects()) {
+        const EffectWords words = effectWords(info);
         entries.push_back({text(info.name),
                            info.kind == EffectKind::Filter       ? tr("Filter")
                            : info.kind == EffectKind::Transition ? tr("Transition")
                                                                  : tr("Generator"),
-                           text(info.className),
-                           searchWords(info.className),
-                           {}});
+                           text(info.className), words.group, words.words});
+    }
     // Filters first; a bracket ahead of a name does not count.
     const auto order = [filter = tr("Filter")](const EffectEntry& entry) {
         return std::pair(entry.kind != filter, QString(entry.name).remove('('));

@@ -60,10 +60,13 @@ void MainWindow::makeWidgets() {
     setCentralWidget(m_pages);
 
     connect(m_stack, &StackPanel::addRequested, this, &MainWindow::searchEffects);
-    connect(m_effects, &EffectList::chosen, this, &MainWindow::addEffect);
+    connect(m_effects, &EffectList::chosen, this, [this](const QString& key) { addEffect(key); });
+    connect(m_stack, &StackPanel::effectDropped, this,
+            [this](const QString& className, int at) { addEffect(className, at); });
     connectPage();
     connectFilm();
     connectPicture();
+    connectHandles();
 }
 
 void MainWindow::makeStatusBar() {

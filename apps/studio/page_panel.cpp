@@ -35,9 +35,9 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     : QWidget(parent), m_document(document), m_keys(document), m_user(std::move(presets)),
       m_scroll(new QScrollArea(this)), m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
       m_duration(new QDoubleSpinBox(this)), m_keysButton(new QPushButton(tr("&Keys"), this)),
-      m_keyList(new KeyList(m_keys)), m_keyScroll(new QScrollArea(this)), m_presets(new QWidget),
-      m_strip(new PresetStrip(m_presets)), m_save(new QToolButton(this)), m_reset(new QToolButton(this)),
-      m_more(new QToolButton(this)) {
+      m_pick(new QPushButton(tr("Pick the key color"), this)), m_keyList(new KeyList(m_keys)),
+      m_keyScroll(new QScrollArea(this)), m_presets(new QWidget), m_strip(new PresetStrip(m_presets)),
+      m_save(new QToolButton(this)), m_reset(new QToolButton(this)), m_more(new QToolButton(this)) {
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
     m_title->setWordWrap(true);
@@ -54,6 +54,8 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_keyScroll->setWidgetResizable(true);
     m_keyScroll->setWidget(m_keyList);
     m_keyScroll->setMaximumHeight(200);
+    m_pick->setCheckable(true);
+    m_pick->setToolTip(tr("Click into the picture as it is before this effect; Escape gives up"));
     m_save->setText(tr("Save preset…"));
     m_save->setToolTip(tr("Keep these settings as a preset of your own"));
     m_reset->setText(tr("Reset all"));
@@ -67,6 +69,7 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_strip->setContextMenuPolicy(Qt::CustomContextMenu);
     auto* const buttons = new QHBoxLayout;
     buttons->addWidget(m_keysButton);
+    buttons->addWidget(m_pick);
     buttons->addStretch();
     buttons->addWidget(m_reset);
     auto* const keep = new QHBoxLayout;
@@ -204,6 +207,8 @@ void PagePanel::showPage() {
             }
         });
     }
+    m_pick->setVisible(m_info && m_info->className == "DXTChromaKeyFilter");
+    m_pick->setChecked(false);
     showTitle();
     m_scroll->setVisible(m_page != nullptr);
     showPresets();
@@ -299,6 +304,13 @@ void PagePanel::resetAll() {
     m_document.settle();
     setRecord(tr("Reset %1").arg(text(m_info->name)), m_info->defaults, Levels::ThePictures);
     m_document.settle();
+}
+
+void PagePanel::setByHand(const std::vector<std::byte>& record, bool final) {
+    if (!m_info || !m_effect) return;
+    setRecord(tr("Change %1").arg(text(m_info->name)), record);
+    if (final) m_document.settle();
+    emit dragging(!final);
 }
 
 void PagePanel::choosePreset(int index) {

@@ -50,6 +50,10 @@ class PagePanel : public QWidget {
     void saveUserPreset(const QString& name);
     /// Back to the effect's default: all fields, or the one that a widget of the page sets.
     void resetAll();
+    /// What the picture's own controls make of the record at the playhead; a drag ends with `final`.
+    void setByHand(const std::vector<std::byte>& record, bool final);
+    /// Asks for a color of the picture, of effects that key one out.
+    QPushButton* pickButton() const { return m_pick; }
     void resetField(const QWidget* widget);
     /// Whether a widget sets a field of its own.
     bool hasField(const QWidget* widget) const { return fieldOf(widget) != nullptr; }
@@ -94,7 +98,7 @@ class PagePanel : public QWidget {
     QLabel *m_title, *m_durationLabel;
     QString m_facts;
     QDoubleSpinBox* m_duration;
-    QPushButton* m_keysButton;
+    QPushButton *m_keysButton, *m_pick;
     KeyList* m_keyList;
     QScrollArea* m_keyScroll;
     QPointer<QWidget> m_presets;

@@ -1,14 +1,18 @@
 #include "stack_panel.h"
 
+#include <QDropEvent>
 #include <QEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineF>
+#include <QMimeData>
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QTimer>
 #include <QVBoxLayout>
+
+#include "widgets/effect_list.h"
 
 namespace larkmoor {
 
@@ -42,6 +46,43 @@ const std::vector<QLineF> kPlus{{8, 3, 8, 13}, {3, 8, 13, 8}}, kMinus{{3, 8, 13,
     kUp{{8, 13, 8, 3}, {8, 3, 4, 7}, {8, 3, 12, 7}}, kDown{{8, 3, 8, 13}, {8, 13, 4, 9}, {8, 13, 12, 9}},
     kTwins{{3, 3, 10, 3}, {3, 3, 3, 10}, {6, 6, 13, 6}, {13, 6, 13, 13}, {13, 13, 6, 13}, {6, 13, 6, 6}};
 
+/// Its own rows are moved, and what comes from the list of effects is told of.
+class StackList : public QListWidget {
+  public:
+    StackList(StackPanel& panel) : QListWidget(&panel), m_panel(panel) {}
+
+  protected:
+    void dragEnterEvent(QDragEnterEvent* event) override {
+        if (!take(*event)) QListWidget::dragEnterEvent(event);
+    }
+    void dragMoveEvent(QDragMoveEvent* event) override {
+        if (!take(*event)) QListWidget::dragMoveEvent(event);
+    }
+    void dropEvent(QDropEvent* event) override {
+        if (!take(*event)) return QListWidget::dropEvent(event);
+        emit m_panel.effectDropped(QString::fromUtf8(event->mimeData()->data(EffectList::kMime)),
+                                   place(event->position()));
+    }
+
+  private:
+    static bool take(QDropEvent& event) {
+        if (!event.mimeData()->hasFormat(EffectList::kMime)) return false;
+        event.setDropAction(Qt::CopyAction);
+        event.accept();
+        return true;
+    }
+    /// Among the effects: before the one whose upper half is under the pointer.
+    int place(QPointF position) const {
+        int at = 0;
+        for (int row = 0; row < count(); ++row)
+            at +=
+                slotOf(*item(row)).kind == Slot::Kind::Effect && visualItemRect(item(row)).center().y() < position.y();
+        return at;
+    }
+
+    StackPanel& m_panel;
+};
+
 QToolButton* button(const QString& tip, QWidget* parent) {
     auto* const made = new QToolButton(parent);
     made->setToolTip(tip);
@@ -53,7 +94,7 @@ QToolButton* button(const QString& tip, QWidget* parent) {
 } // namespace
 
 StackPanel::StackPanel(Document& document, QWidget* parent)
-    : QWidget(parent), m_document(document), m_list(new QListWidget(this)) {
+    : QWidget(parent), m_document(document), m_list(new StackList(*this)) {
     m_list->setAccessibleName(tr("Effects in order"));
     m_list->setDragDropMode(QAbstractItemView::InternalMove);
     m_list->setDefaultDropAction(Qt::MoveAction);

@@ -25,6 +25,8 @@ class StackPanel : public QWidget {
 
   signals:
     void addRequested();
+    /// From the list of effects, to stand at a place among the effects.
+    void effectDropped(QString className, int at);
 
   protected:
     void changeEvent(QEvent* event) override;

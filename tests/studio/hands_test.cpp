@@ -3,6 +3,9 @@
 
 #include <QAbstractSpinBox>
 #include <QAccessible>
+#include <QClipboard>
+#include <QDropEvent>
+#include <QMimeData>
 #include <QPlainTextEdit>
 
 #include "page/color_widget.h"
@@ -251,6 +254,162 @@ TEST_F(HandsTest, ASearchForgetsWhatWasChosenForOtherWords) {
         list.setFilter(words);
         EXPECT_EQ(list.currentKey().toStdString(), key) << words;
     }
+}
+
+TEST_F(HandsTest, EffectsAreDraggedIntoTheStack) {
+    for (const char* name : {"sepia", "invert"}) addByName(name);
+    QListView& from = *window->effectList().view();
+    QListWidget& stack = *window->stack().list();
+    window->effectList().setFilter("wave");
+    const std::unique_ptr<QMimeData> dragged(from.model()->mimeData({from.model()->index(0, 0)}));
+    const auto drop = [&](QPoint at) {
+        QDragEnterEvent enter(at, Qt::CopyAction | Qt::MoveAction, dragged.get(), Qt::LeftButton, {});
+        QApplication::sendEvent(stack.viewport(), &enter);
+        EXPECT_TRUE(enter.isAccepted());
+        QDropEvent event(at, Qt::CopyAction | Qt::MoveAction, dragged.get(), Qt::LeftButton, {});
+        QApplication::sendEvent(stack.viewport(), &event);
+    };
+    const auto names = [&] {
+        std::string all;
+        for (const ProjectEffect& effect : document().project()->effects) all += effect.info->name + ' ';
+        return all;
+    };
+    drop(stack.visualItemRect(stack.item(2)).topLeft() + QPoint(20, 2));
+    EXPECT_EQ(names(), "Sepia Wave Invert ");
+    EXPECT_EQ(document().selected(), (Slot{Kind::Effect, 1}));
+    drop(stack.visualItemRect(stack.item(0)).center());
+    EXPECT_EQ(names(), "Wave Sepia Wave Invert ");
+    drop({20, stack.viewport()->height() - 2});
+    EXPECT_EQ(names(), "Wave Sepia Wave Invert Wave ");
+    idle();
+}
+
+TEST_F(HandsTest, EffectsGoOverTheClipboardAsText) {
+    addByName("levels");
+    panel().keyList()->diamond("gamma")->click();
+    const auto effects = [&] { return document().project()->effects; };
+    window->stack().list()->setFocus();
+    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers held = Qt::ControlModifier) {
+        QTest::keyClick(window->stack().list(), key, held);
+    };
+    press(Qt::Key_C);
+    EXPECT_THAT(QApplication::clipboard()->text().toStdString(),
+                testing::AllOf(testing::HasSubstr("larkmoor effects"), testing::HasSubstr("\"keys\"")));
+    addByName("sepia");
+    window->stack().list()->setFocus();
+    press(Qt::Key_V);
+    ASSERT_EQ(effects().size(), 3u);
+    EXPECT_EQ(effects()[2].info->name, "Levels");
+    EXPECT_EQ(effects()[2].curves, effects()[0].curves);
+    EXPECT_EQ(document().selected(), (Slot{Kind::Effect, 2}));
+    press(Qt::Key_X);
+    EXPECT_EQ(effects().size(), 2u);
+    press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    window->startGenerator(studioModule().find("Test Pattern"), {64, 48}, {25, 1}, 1);
+    window->stack().list()->setFocus();
+    press(Qt::Key_V);
+    EXPECT_EQ(effects().size(), 2u) << "from one project to another";
+    EXPECT_EQ(history().count(), 1);
+    document().select({Kind::Source, 0});
+    press(Qt::Key_C);
+    press(Qt::Key_V);
+    ASSERT_EQ(effects().size(), 3u);
+    EXPECT_TRUE(effects()[0].over) << "a generator on another's pictures is laid over them";
+    Answers answers;
+    for (const char* text : {"words", "{\"effects\": []}", "{\"larkmoor effects\": 1, \"effects\": [{}]}",
+                             "{\"larkmoor effects\": 1, \"effects\": [{\"effect\": \"Iris\"}]}"}) {
+        QApplication::clipboard()->setText(text);
+        QApplication::setActiveWindow(window.get()); // after the box
+        window->stack().list()->setFocus();
+        press(Qt::Key_V);
+    }
+    EXPECT_EQ(effects().size(), 3u);
+    EXPECT_EQ(answers.texts.size(), 4);
+    EXPECT_THAT(answers.texts.last().toStdString(), testing::HasSubstr("second clip"));
+    idle();
+}
+
+TEST_F(HandsTest, WhatHasAPlaceIsDraggedInThePicture) {
+    makeClip("second.mkv");
+    window->addSecond(file("second.mkv"));
+    PictureView& picture = window->picture();
+    const auto at = [&](double x, double y) { return picture.toWidget({x * 96, y * 64}); };
+    struct Case {
+        const char* className;
+        QPointF to;
+        std::map<const char*, const char*> fields;
+    };
+    for (const auto& [className, to, fields] :
+         std::initializer_list<Case>{{"DXTKwCCutter", {0.25, 0.75}, {{"centerX", "0.25"}, {"centerY", "0.75"}}},
+                                     {"DXTKwIris", {0.75, 0.25}, {{"centerX", "0.75"}, {"centerY", "0.25"}}},
+                                     {"DXTKwZoom", {0.25, 0.5}, {{"anchor", "0.25,0.5"}}},
+                                     {"DXTKwWipe", {0.5, 0.875}, {{"angle", "90"}}},
+                                     {"DXSText", {0.9, 0.1}, {{"horizontal", "Right"}, {"vertical", "Top"}}},
+                                     {"DXTTimeCode", {0.1, 0.9}, {{"horizontal", "Left"}, {"vertical", "Bottom"}}}}) {
+        SCOPED_TRACE(className);
+        window->addEffect(className);
+        idle();
+        const int steps = history().count();
+        ASSERT_TRUE(picture.handle());
+        const QPointF handle = at(picture.handle()->at.x(), picture.handle()->at.y()), end = at(to.x(), to.y());
+        QTest::mousePress(&picture, Qt::LeftButton, {}, handle.toPoint());
+        moveMouse(picture, (handle + end) / 2);
+        moveMouse(picture, end);
+        const QPointF last = end.toPoint();
+        moveMouse(picture, last);
+        QTest::mouseRelease(&picture, Qt::LeftButton, {}, last.toPoint());
+        EXPECT_EQ(history().count(), steps + 1) << "a drag is one step";
+        const ProjectEffect& effect = *document().selectedEffect();
+        for (const auto& [name, value] : fields) {
+            const QStringList told =
+                                  QString::fromStdString(fieldText(effect.info->field(name), effect.record)).split(','),
+                              wanted = QString(value).split(',');
+            ASSERT_EQ(told.size(), wanted.size());
+            for (int i = 0; i < told.size(); ++i)
+                if (bool number = false; wanted[i].toDouble(&number), number)
+                    EXPECT_NEAR(told[i].toDouble(), wanted[i].toDouble(), 0.01 * std::max(1.0, wanted[i].toDouble()));
+                else
+                    EXPECT_EQ(told[i], wanted[i]);
+        }
+        EXPECT_EQ(panel().effect()->record(), effect.record) << "the page shows it";
+        if (fields.begin()->first != std::string("angle") && std::string(className) != "DXSText" &&
+            std::string(className) != "DXTTimeCode") {
+            EXPECT_NEAR(picture.handle()->at.x(), to.x(), 0.01);
+            EXPECT_NEAR(picture.handle()->at.y(), to.y(), 0.01);
+        }
+    }
+    document().select({Kind::Source, 0});
+    EXPECT_FALSE(picture.handle());
+    idle();
+}
+
+TEST_F(HandsTest, TheKeyColorIsPickedFromThePictureBeforeTheKeyer) {
+    addByName("sepia");
+    idle();
+    PictureView& picture = window->picture();
+    const QPointF at = picture.toWidget({48, 30});
+    QColor there;
+    const auto hover = QObject::connect(&picture, &PictureView::pixelHovered,
+                                        [&](QPoint, QRgb, QRgb after) { there = QColor(after); });
+    moveMouse(picture, at);
+    QObject::disconnect(hover);
+    addByName("chroma keyer");
+    const int steps = history().count();
+    panel().pickButton()->click();
+    idle();
+    QTest::keyClick(&picture, Qt::Key_Escape);
+    EXPECT_FALSE(panel().pickButton()->isChecked() || picture.isPicking());
+    EXPECT_EQ(history().count(), steps);
+    panel().pickButton()->click();
+    idle();
+    QTest::mouseClick(&picture, Qt::LeftButton, {}, at.toPoint());
+    EXPECT_FALSE(picture.isPicking());
+    EXPECT_EQ(history().count(), steps + 1);
+    const ProjectEffect& keyer = *document().selectedEffect();
+    const QStringList parts = QString::fromStdString(fieldText(keyer.info->field("color"), keyer.record)).split(',');
+    const double wanted[]{there.redF(), there.greenF(), there.blueF()};
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(parts[i].toDouble(), wanted[i], 0.08) << i;
+    idle();
 }
 
 TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "studio.h"
 #include "widgets/effect_list.h"
 #include "widgets/picture_view.h"
 #include "widgets/preset_strip.h"
@@ -562,6 +563,30 @@ TEST(StudioEffectList, FiltersByWordsAnywhere) {
         EXPECT_EQ(list.shownKeys(), row.keys) << row.words;
         EXPECT_EQ(list.addButton()->isEnabled(), !row.keys.isEmpty());
     }
+}
+
+TEST_F(StudioTest, TheListKeepsGroupsAndFavorites) {
+    std::vector<EffectEntry> all = entries();
+    for (EffectEntry& entry : all) entry.group = entry.key < "c" ? "Early" : "Late";
+    {
+        EffectList list;
+        list.setEntries(all);
+        EXPECT_EQ(list.groups()->count(), 4);
+        list.groups()->setCurrentText("Late");
+        EXPECT_EQ(list.shownKeys(), (QStringList{"c", "d"}));
+        list.setFilter("wipe");
+        EXPECT_EQ(list.shownKeys(), (QStringList{"c"}));
+        list.setFavorite("b", true);
+        list.setFavorite("d", true);
+        list.setFavorite("d", false);
+    }
+    EffectList list; // another start of the program
+    list.setEntries(all);
+    EXPECT_EQ(list.shownKeys().size(), 4);
+    list.groups()->setCurrentIndex(1);
+    EXPECT_EQ(list.shownKeys(), (QStringList{"b"}));
+    list.setFavorite("b", false);
+    EXPECT_EQ(list.shownKeys(), QStringList());
 }
 
 TEST(StudioEffectList, ChoosesByEnterDoubleClickAndButton) {

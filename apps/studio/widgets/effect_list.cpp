@@ -1,7 +1,11 @@
 #include "widgets/effect_list.h"
 
 #include <QKeyEvent>
+#include <QMenu>
+#include <QMimeData>
 #include <QPainter>
+#include <QSettings>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "widgets/thumbnail_delegate.h"
@@ -10,6 +14,9 @@ namespace larkmoor {
 namespace {
 
 constexpr int kWords = Qt::UserRole + 40; ///< what people call it, too
+constexpr int kGroup = kWords + 1;
+constexpr int kAll = 0, kFavorites = 1; ///< choices above the groups
+const char* const kSetting = "favorites";
 
 /// Says so when a search has left nothing.
 class EntryView : public QListView {
@@ -31,8 +38,22 @@ void EffectList::Filter::setWords(const QStringList& words) {
     invalidateFilter();
 }
 
+void EffectList::Filter::setGroup(const QString& group, bool favorites) {
+    m_group = group;
+    m_favorites = favorites;
+    invalidateFilter();
+}
+
+QMimeData* EffectList::Filter::mimeData(const QModelIndexList& rows) const {
+    auto* const data = new QMimeData;
+    if (!rows.isEmpty()) data->setData(kMime, rows[0].data(ThumbnailDelegate::kKey).toString().toUtf8());
+    return data;
+}
+
 bool EffectList::Filter::filterAcceptsRow(int row, const QModelIndex& parent) const {
     const QModelIndex index = sourceModel()->index(row, 0, parent);
+    if (m_favorites && !index.data(ThumbnailDelegate::kMarked).toBool()) return false;
+    if (!m_group.isEmpty() && index.data(kGroup).toString() != m_group) return false;
     // A line break keeps a word from matching across both texts.
     const QString text = index.data(Qt::DisplayRole).toString() + QLatin1Char('\n') +
                          index.data(ThumbnailDelegate::kKind).toString() + QLatin1Char('\n') +
@@ -42,7 +63,8 @@ bool EffectList::Filter::filterAcceptsRow(int row, const QModelIndex& parent) co
 }
 
 EffectList::EffectList(QWidget* parent)
-    : QWidget(parent), m_filter(new QLineEdit), m_view(new EntryView), m_add(new QPushButton(tr("&Add"))),
+    : QWidget(parent), m_groups(new QComboBox), m_favorites(QSettings().value(kSetting).toStringList()),
+      m_filter(new QLineEdit), m_view(new EntryView), m_add(new QPushButton(tr("&Add"))),
       m_model(new QStandardItemModel(this)), m_proxy(new Filter(this)) {
     m_filter->setPlaceholderText(tr("Search effects"));
     m_filter->setClearButtonEnabled(true);
@@ -62,6 +84,10 @@ EffectList::EffectList(QWidget* parent)
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_view->setMouseTracking(true);
+    m_view->setDragEnabled(true);
+    m_view->setDragDropMode(QAbstractItemView::DragOnly);
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    m_groups->setAccessibleName(tr("Group of effects"));
     m_view->setAccessibleName(tr("Effects"));
     m_view->installEventFilter(this);
     m_add->setToolTip(tr("Adds the effect to the stack (Enter)"));
@@ -70,12 +96,15 @@ EffectList::EffectList(QWidget* parent)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(6);
+    column->addWidget(m_groups);
     column->addWidget(m_filter);
     column->addWidget(m_view, 1);
     column->addWidget(m_add);
     setFocusProxy(m_filter);
 
     connect(m_filter, &QLineEdit::textChanged, this, &EffectList::setFilter);
+    connect(m_groups, &QComboBox::currentIndexChanged, this, &EffectList::chooseGroup);
+    connect(m_view, &QWidget::customContextMenuRequested, this, &EffectList::menu);
     connect(m_view, &QListView::doubleClicked, this, &EffectList::choose);
     connect(m_add, &QPushButton::clicked, this, &EffectList::choose);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
@@ -86,11 +115,14 @@ EffectList::EffectList(QWidget* parent)
 void EffectList::setEntries(const std::vector<EffectEntry>& entries) {
     const QString current = currentKey();
     m_model->clear();
+    showGroups(entries);
     for (const EffectEntry& entry : entries) {
         auto* item = new QStandardItem(entry.name);
         item->setData(entry.kind, ThumbnailDelegate::kKind);
         item->setData(entry.key, ThumbnailDelegate::kKey);
         item->setData(entry.words, kWords);
+        item->setData(entry.group, kGroup);
+        item->setData(isFavorite(entry.key), ThumbnailDelegate::kMarked);
         item->setData(entry.thumbnail, ThumbnailDelegate::kImage);
         item->setToolTip(entry.kind.isEmpty() ? entry.name : tr("%1 (%2)").arg(entry.name, entry.kind));
         item->setData(item->toolTip(), Qt::AccessibleTextRole);
@@ -98,6 +130,46 @@ void EffectList::setEntries(const std::vector<EffectEntry>& entries) {
         if (entry.key == current) m_view->setCurrentIndex(m_proxy->mapFromSource(item->index()));
     }
     filterChanged();
+}
+
+void EffectList::showGroups(const std::vector<EffectEntry>& entries) {
+    const QSignalBlocker quiet(m_groups);
+    m_groups->clear();
+    m_groups->addItems({tr("All effects"), tr("Favorites")});
+    QStringList groups;
+    for (const EffectEntry& entry : entries)
+        if (!entry.group.isEmpty() && !groups.contains(entry.group)) groups << entry.group;
+    groups.sort(Qt::CaseInsensitive);
+    m_groups->addItems(groups);
+    m_proxy->setGroup({}, false);
+}
+
+void EffectList::chooseGroup(int index) {
+    m_proxy->setGroup(index > kFavorites ? m_groups->itemText(index) : QString(), index == kFavorites);
+    filterChanged();
+}
+
+void EffectList::setFavorite(const QString& key, bool favorite) {
+    m_favorites.removeAll(key);
+    if (favorite) m_favorites << key;
+    QSettings().setValue(kSetting, m_favorites);
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        if (QStandardItem* item = m_model->item(row); item->data(ThumbnailDelegate::kKey).toString() == key)
+            item->setData(favorite, ThumbnailDelegate::kMarked);
+    filterChanged();
+}
+
+void EffectList::menu(const QPoint& position) {
+    // By the keyboard it comes from no item's place.
+    const QModelIndex under = m_view->indexAt(position), entry = under.isValid() ? under : m_view->currentIndex();
+    if (!entry.isValid()) return;
+    const QString key = entry.data(ThumbnailDelegate::kKey).toString();
+    const bool favorite = isFavorite(key);
+    QMenu menu(this);
+    menu.addAction(tr("&Add"), this, [&] { emit chosen(key); });
+    menu.addAction(favorite ? tr("Remove from the &favorites") : tr("Add to the &favorites"), this,
+                   [&] { setFavorite(key, !favorite); });
+    menu.exec(m_view->viewport()->mapToGlobal(position));
 }
 
 void EffectList::setThumbnail(const QString& key, const QImage& image) {

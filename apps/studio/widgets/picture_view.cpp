@@ -9,8 +9,10 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 #include "widgets/checkerboard.h"
+#include "widgets/safe_frames.h"
 
 namespace larkmoor {
 namespace {
@@ -269,9 +271,10 @@ void PictureView::paintEvent(QPaintEvent*) {
             paintLayer(painter, m_mode == Mode::Before ? m_before : m_after, target, visible);
         }
         painter.resetTransform();
-        const QRectF logical(QPointF(target.topLeft()) / ratio, QSizeF(target.size()) / ratio);
+        const QRectF logical = logicalTarget();
         if (m_safeFrames) paintSafeFrames(painter, logical);
         if (m_mode == Mode::Split) paintSplit(painter, logical);
+        if (m_handle && m_showHandle && !m_picking) paintHandle(painter, *m_handle, logical);
     }
     if (hasFocus()) {
         painter.setBrush(Qt::NoBrush);
@@ -308,27 +311,6 @@ void PictureView::paintLayer(QPainter& painter, Layer& layer, const QRect& targe
     painter.restore();
 }
 
-void PictureView::paintSafeFrames(QPainter& painter, const QRectF& target) const {
-    painter.setBrush(Qt::NoBrush);
-    for (const double share : {0.9, 0.8}) {
-        const double dx = target.width() * (1 - share) / 2, dy = target.height() * (1 - share) / 2;
-        const QRectF inner = target.adjusted(dx, dy, -dx, -dy);
-        const QRectF frame(std::round(inner.left()) + 0.5, std::round(inner.top()) + 0.5, std::round(inner.width()) - 1,
-                           std::round(inner.height()) - 1);
-        painter.setPen(QPen(QColor(0, 0, 0, 140), 3));
-        painter.drawRect(frame);
-        painter.setPen(QPen(QColor(255, 255, 255, 220), 1));
-        painter.drawRect(frame);
-        painter.setPen(QColor(255, 255, 255, 230));
-        const QString name = share == 0.9 ? tr("action") : tr("title");
-        const QRectF label(frame.left() + 5, frame.top() + 3, frame.width(), fontMetrics().height());
-        painter.setPen(QColor(0, 0, 0, 190));
-        painter.drawText(label.translated(1, 1), Qt::AlignLeft, name);
-        painter.setPen(QColor(255, 255, 255, 230));
-        painter.drawText(label, Qt::AlignLeft, name);
-    }
-}
-
 void PictureView::paintSplit(QPainter& painter, const QRectF& target) const {
     const QRectF seen = target & QRectF(rect());
     const QPointF middle = splitHandle();
@@ -360,6 +342,56 @@ bool PictureView::onSplit(QPointF position) const {
     return std::abs(from.x()) <= (std::abs(from.y()) <= kHandle ? kHandle : kGrab);
 }
 
+QRectF PictureView::logicalTarget() const {
+    const QRect target = targetRect();
+    const double ratio = devicePixelRatioF();
+    return {QPointF(target.topLeft()) / ratio, QSizeF(target.size()) / ratio};
+}
+
+void PictureView::setHandle(const std::optional<PictureHandle>& handle) {
+    m_handle = handle;
+    update();
+    updateCursor();
+}
+
+void PictureView::showHandle(bool on) {
+    m_showHandle = on;
+    update();
+}
+
+void PictureView::setPicking(bool on) {
+    if (on == m_picking) return;
+    m_picking = on;
+    if (on) setFocus();
+    update();
+    updateCursor();
+}
+
+bool PictureView::onHandle(QPointF position) const {
+    if (!m_handle || !m_showHandle || fullSize().isEmpty()) return false;
+    const QPointF from = position - handlePoint(*m_handle, logicalTarget());
+    return QPointF::dotProduct(from, from) <= kHandle * kHandle;
+}
+
+QPointF PictureView::partOf(QPointF position) const {
+    const QRectF target = logicalTarget();
+    return {(position.x() - target.left()) / target.width(), (position.y() - target.top()) / target.height()};
+}
+
+/// Of 5 by 5 pixels, as of those that are picked from the screen: noise of one is no color.
+QColor PictureView::meanAround(QPointF position) const {
+    const QPointF middle = toPicture(position);
+    int red = 0, green = 0, blue = 0;
+    for (int y = -2; y <= 2; ++y)
+        for (int x = -2; x <= 2; ++x) {
+            const QRgb pixel = pixelAt(m_after.picture, middle + QPointF(x, y), fullSize());
+            red += qRed(pixel);
+            green += qGreen(pixel);
+            blue += qBlue(pixel);
+        }
+    return {(red + 12) / 25, (green + 12) / 25, (blue + 12) / 25};
+}
+
 void PictureView::reportHover() {
     if (!m_pointer) return;
     const QSize full = fullSize();
@@ -377,6 +409,10 @@ void PictureView::updateCursor() {
         setCursor(Qt::ClosedHandCursor);
     else if (m_space)
         setCursor(Qt::OpenHandCursor);
+    else if (m_picking)
+        setCursor(Qt::CrossCursor);
+    else if (m_drag == Drag::Handle || (m_pointer && onHandle(*m_pointer)))
+        setCursor(Qt::SizeAllCursor);
     else if (m_drag == Drag::Split || (m_pointer && onSplit(*m_pointer)))
         setCursor(Qt::SplitHCursor);
     else
@@ -406,6 +442,11 @@ void PictureView::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::MiddleButton || (event->button() == Qt::LeftButton && m_space)) {
         m_drag = Drag::Pan;
         m_spaceUsed = true;
+    } else if (event->button() == Qt::LeftButton && m_picking) {
+        const bool inside = QRectF({}, QSizeF(fullSize())).contains(toPicture(event->position()));
+        if (inside && !m_after.picture.isNull()) emit picked(meanAround(event->position()));
+    } else if (event->button() == Qt::LeftButton && onHandle(event->position())) {
+        m_drag = Drag::Handle;
     } else if (event->button() == Qt::LeftButton && onSplit(event->position())) {
         m_drag = Drag::Split;
     }
@@ -416,6 +457,8 @@ void PictureView::mouseMoveEvent(QMouseEvent* event) {
     m_pointer = event->position();
     if (m_drag == Drag::Pan) {
         pan(deviceOf(event->position() - m_last));
+    } else if (m_drag == Drag::Handle) {
+        emit handleDragged(partOf(event->position()), false);
     } else if (m_drag == Drag::Split) {
         setSplit(toPicture(event->position()).x() / fullSize().width());
     }
@@ -425,7 +468,8 @@ void PictureView::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void PictureView::mouseReleaseEvent(QMouseEvent* event) {
-    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) m_drag = Drag::None;
+    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton)) && std::exchange(m_drag, Drag::None) == Drag::Handle)
+        emit handleDragged(partOf(event->position()), true);
     updateCursor();
 }
 
@@ -471,6 +515,10 @@ void PictureView::keyPressEvent(QKeyEvent* event) {
         break;
     case Qt::Key_BracketRight:
         setSplit(m_split + 0.02);
+        break;
+    case Qt::Key_Escape:
+        if (!m_picking) return QWidget::keyPressEvent(event);
+        emit picked({});
         break;
     case Qt::Key_Space:
         if (!event->isAutoRepeat()) {

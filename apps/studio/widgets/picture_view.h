@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "host/surface.h"
+#include "picture_handle.h"
 
 namespace larkmoor {
 
@@ -17,7 +18,8 @@ QImage imageOf(const Surface& surface);
 /// Shows two pictures at one place. Coordinates called picture coordinates are pixels of the full picture.
 ///
 /// Mouse: middle drag or space and drag pans, the wheel scrolls (with shift sideways), Ctrl and wheel zooms about the
-/// pointer, the split line is dragged. Keys: + and - zoom, 0 fits, 1 shows device pixels, [ and ] move the split.
+/// pointer, the split line and an effect's handle are dragged. Keys: + and - zoom, 0 fits, 1 shows device pixels, [ and
+/// ] move the split.
 class PictureView : public QWidget {
     Q_OBJECT
 
@@ -58,6 +60,15 @@ class PictureView : public QWidget {
     void zoomIn(std::optional<QPointF> about = {});
     void zoomOut(std::optional<QPointF> about = {});
 
+    /// What of an effect can be dragged; none for nothing. A drag tells where it is wanted, and whoever listens sets it
+    /// there.
+    void setHandle(const std::optional<PictureHandle>& handle);
+    const std::optional<PictureHandle>& handle() const { return m_handle; }
+    void showHandle(bool on);
+    /// The next click takes a color of the picture after the effects, in place of all else; Escape gives up.
+    void setPicking(bool on);
+    bool isPicking() const { return m_picking; }
+
     QPointF toPicture(QPointF position) const;
     QPointF toWidget(QPointF point) const;
 
@@ -72,6 +83,10 @@ class PictureView : public QWidget {
     void splitChanged(double split);
     /// Straight (not premultiplied) values of the pixel under the pointer; a missing picture gives 0.
     void pixelHovered(QPoint point, QRgb before, QRgb after, bool inside);
+    /// In parts of the picture. The last one of a drag is `final`.
+    void handleDragged(QPointF at, bool final);
+    /// The mean around the pixel that was clicked; an invalid one where the user gave up.
+    void picked(QColor color);
     /// Space was pressed and let go without a drag.
     void spaceTapped();
 
@@ -90,7 +105,7 @@ class PictureView : public QWidget {
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
-    enum class Drag { None, Pan, Split };
+    enum class Drag { None, Pan, Split, Handle };
 
     /// A picture and what was made of it for the screen.
     struct Layer {
@@ -111,10 +126,13 @@ class PictureView : public QWidget {
     void step(int direction, std::optional<QPointF> about);
     const QImage& shown(Layer& layer) const;
     void paintLayer(QPainter& painter, Layer& layer, const QRect& target, const QRect& clip);
-    void paintSafeFrames(QPainter& painter, const QRectF& target) const;
     void paintSplit(QPainter& painter, const QRectF& target) const;
     QPointF splitHandle() const;
     bool onSplit(QPointF position) const;
+    bool onHandle(QPointF position) const;
+    QRectF logicalTarget() const;
+    QPointF partOf(QPointF position) const;
+    QColor meanAround(QPointF position) const;
     void reportHover();
     void updateCursor();
 
@@ -130,6 +148,8 @@ class PictureView : public QWidget {
     QTimer m_idle;
     bool m_smooth = false;
     Drag m_drag = Drag::None;
+    std::optional<PictureHandle> m_handle;
+    bool m_showHandle = true, m_picking = false;
     bool m_space = false, m_spaceUsed = false;
     QPointF m_last; ///< of a drag
     std::optional<QPointF> m_pointer;

@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
+#include <cmath>
 
 #include "widgets/checkerboard.h"
 
@@ -66,6 +67,17 @@ void ThumbnailDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
             painter->fillRect(place, checkerboard(4));
         }
         painter->drawImage(place, image);
+    }
+
+    if (index.data(kMarked).toBool()) {
+        QPolygonF star;
+        for (int i = 0; i < 10; ++i) {
+            const double angle = i * M_PI / 5, radius = i % 2 == 0 ? 8 : 3.4;
+            star << QPointF(frame.right() - 10 + radius * std::sin(angle), frame.top() + 11 - radius * std::cos(angle));
+        }
+        painter->setPen(QPen(QColor(0, 0, 0, 160), 1));
+        painter->setBrush(QColor(250, 200, 60));
+        painter->drawPolygon(star);
     }
 
     QColor text = option.palette.color(group, selected ? QPalette::HighlightedText : QPalette::Text);
