@@ -1,28 +1,20 @@
 // Every effect as a host runs it: through the contract and over a cleared picture, on a ring of pictures that
 // no cache holds, in one thread. Each row stands beside a plain copy of the same ring, timed turn by turn.
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 #include <vector>
 
 #include "host/module.h"
+#include "row.h"
 
 namespace {
 
 using namespace larkmoor;
 
 constexpr int kWidth = 1920, kHeight = 1080, kRing = 4;
-
-/// What this thread has worked, in seconds: other programs' turns are not in it.
-double worked() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
 
 /// Smooth gradients with noise; soft ones have an alpha that falls from full to nothing over the middle third.
 Surface picture(unsigned seed, bool soft) {
@@ -74,13 +66,13 @@ void run(benchmark::State& state, const Ring& pictures, Work work) {
     std::size_t turn = 0;
     for (auto _ : state) {
         const std::size_t i = turn++ % kRing, behind = (i + kRing / 2) % kRing;
-        const double start = worked();
+        const double start = Worked();
         copy(pictures.first[behind], pictures.out[behind]);
         benchmark::ClobberMemory();
-        const double middle = worked();
+        const double middle = Worked();
         work(i);
         benchmark::ClobberMemory();
-        works.push_back(worked() - middle);
+        works.push_back(Worked() - middle);
         copies.push_back(middle - start);
         state.SetIterationTime(works.back());
     }
@@ -106,6 +98,29 @@ void runEffect(benchmark::State& state, const Module& module, const EffectInfo& 
     });
 }
 
+/// One frame by the clock, with every processor of the machine and with one: what a studio waits for.
+void runFrame(benchmark::State& state, const Module& module, const EffectInfo& info, const std::string& preset) {
+    const Ring& pictures = ring(true);
+    std::array<std::vector<double>, 2> times;
+    std::array effects{module.create(info, 1), module.create(info, 0)};
+    for (Effect& effect : effects) {
+        effect.setBlending(false);
+        effect.applyPreset(preset);
+    }
+    std::size_t turn = 0;
+    for (auto _ : state) {
+        const std::size_t i = turn++ % kRing;
+        for (std::size_t k : {0, 1}) {
+            Surface out = pictures.out[i];
+            const auto start = std::chrono::steady_clock::now();
+            effects[k].render(std::span(&pictures.first[i], 1), out);
+            times[k].push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        }
+        state.SetIterationTime(times[1].back());
+    }
+    state.counters["part"] = std::ranges::min(times[1]) / std::ranges::min(times[0]);
+}
+
 [[maybe_unused]] const bool kRegistered = [] {
     static const Module module = Module::load(LARKMOOR_MODULE_FILE);
     for (const EffectInfo& info : module.effects()) {
@@ -122,6 +137,13 @@ void runEffect(benchmark::State& state, const Module& module, const EffectInfo& 
                     ->Unit(benchmark::kMillisecond)
                     ->UseManualTime();
     }
+    for (const auto& [name, preset] :
+         {std::pair("Gaussian Blur", "Soften"), {"Median", "50 %"}, {"Chroma Keyer", "Green Screen"}})
+        benchmark::RegisterBenchmark(
+            (std::string("frame/") + name).c_str(),
+            [&info = module.find(name), preset](benchmark::State& state) { runFrame(state, module, info, preset); })
+            ->Unit(benchmark::kMillisecond)
+            ->UseManualTime();
     return true;
 }();
 

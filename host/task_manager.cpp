@@ -37,19 +37,29 @@ HRESULT TaskManager::ScheduleTasks(DXTASKINFO* tasks, HANDLE*, DWORD* ids, ULONG
     if (std::any_of(tasks, tasks + count, [](const DXTASKINFO& task) { return !task.pfnTaskProc; }))
         return E_INVALIDARG;
     if (ids) std::generate_n(ids, count, [this] { return m_nextId++; });
+    return atOnce(count, [tasks](ULONG i) { run(tasks[i]); });
+}
+
+HRESULT TaskManager::RunPieces(void (*piece)(void* data, ULONG index), void* data, ULONG count) {
+    if (!piece) return E_POINTER;
+    return atOnce(count, [=](ULONG i) { piece(data, i); });
+}
+
+template <class Work>
+HRESULT TaskManager::atOnce(ULONG count, Work work) {
     return guarded([&]() -> HRESULT {
         std::atomic<ULONG> next = 0;
-        const auto work = [&] {
-            for (ULONG i = next++; i < count; i = next++) run(tasks[i]);
+        const auto take = [&] {
+            for (ULONG i = next++; i < count; i = next++) work(i);
         };
         std::vector<std::jthread> helpers;
         try {
             // Not a pool's: a waiting thread would take up a task of some other frame, which could come back to the
             // object whose lock is held here. To start a few costs little beside a frame.
-            while (helpers.size() + 1 < std::min<ULONG>({count, m_limit, m_processors})) helpers.emplace_back(work);
+            while (helpers.size() + 1 < std::min<ULONG>({count, m_limit, m_processors})) helpers.emplace_back(take);
         } catch (const std::system_error&) { // no more threads: the others do it
         }
-        work();
+        take();
         return S_OK;
     });
 }

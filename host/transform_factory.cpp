@@ -37,7 +37,7 @@ class TransformFactory final : public ObjectOf<IDXTransformFactory> {
   public:
     explicit TransformFactory(unsigned processors) {
         SetService(&IDXSurfaceFactory::iid, makeObject<SurfaceFactory>().Get(), FALSE);
-        SetService(&SID_SDXTaskManager, makeObject<TaskManager>(processors).Get(), FALSE);
+        SetService(&SID_SDXTaskManager, static_cast<IDXTaskManager*>(makeObject<TaskManager>(processors).Get()), FALSE);
     }
 
     HRESULT QueryService(const GUID* service, const IID* iid, void** out) override {

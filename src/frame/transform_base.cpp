@@ -47,6 +47,7 @@ HRESULT CTransformBase::TakeServices() {
     if (m_pTaskManager) {
         ULONG count = 1;
         if (SUCCEEDED(m_pTaskManager->QueryNumProcessors(&count))) m_NumProcessors = std::max<ULONG>(count, 1);
+        m_pWorkers = KwQuery<IKwWorkers>(m_pTaskManager.Get());
     }
     m_pDirectDraw = QueryService<IUnknown>(provider, kDirectDrawService, kDirectDrawId);
     if (HasMesh()) m_pDirect3DRM = QueryService<IUnknown>(provider, kRetainedModeService, kRetainedModeId);
@@ -56,6 +57,7 @@ HRESULT CTransformBase::TakeServices() {
 void CTransformBase::DropServices() {
     m_pDirect3DRM.Reset();
     m_pDirectDraw.Reset();
+    m_pWorkers.Reset();
     m_pTaskManager.Reset();
     m_pSurfaceFactory.Reset();
     m_pTransformFactory.Reset();

@@ -114,6 +114,7 @@ class CTransformBase : public CAggregable, public CSafetyList, public IDXTransfo
     CComPtr<IDXTransformFactory> m_pTransformFactory;
     CComPtr<IDXSurfaceFactory> m_pSurfaceFactory;
     CComPtr<IDXTaskManager> m_pTaskManager;
+    CComPtr<IKwWorkers> m_pWorkers;
     CComPtr<IUnknown> m_pDirectDraw;
     CComPtr<IUnknown> m_pDirect3DRM;
     std::atomic<DWORD> m_MiscFlags = 0x06030003; ///< read without the lock
@@ -153,6 +154,8 @@ class CTransformBase : public CAggregable, public CSafetyList, public IDXTransfo
     /// Intersects and places; S_FALSE where nothing is left.
     HRESULT PlaceAndClip(tWorkInfo& info, const DXBNDS* clip, const DXVEC* placement);
     HRESULT RunWork(const tWorkInfo& info, BOOL* pContinue) noexcept;
+    /// The whole frame on this thread, with the host's processors at the kernels' service.
+    HRESULT RunWhole(const tWorkInfo& info);
     HRESULT RunBands(const tWorkInfo& info, ULONG bands, const GUID* request);
     static void RunTask(void* data, BOOL* pContinue);
     HRESULT PickLocked(const DXVEC& point, ULONG& inputIndex, DXVEC& inputPoint);

@@ -3,6 +3,7 @@
 
 #include "frame/bounds.h"
 #include "frame/transform_base.h"
+#include "kernels/ranges.h"
 
 namespace {
 
@@ -121,13 +122,23 @@ HRESULT CTransformBase::ExecuteBound(const GUID* request, const DXBNDS* clip, co
     bands = std::clamp<ULONG>(bands, 1, kMaxBands);
 
     const HRESULT status =
-        (bands == 1 && !request) || !m_pTaskManager ? RunWork(info, &g_Continue) : RunBands(info, bands, request);
+        (bands == 1 && !request) || !m_pTaskManager ? RunWhole(info) : RunBands(info, bands, request);
     EndWork(info);
     return status;
 }
 
 HRESULT CTransformBase::RunWork(const tWorkInfo& info, BOOL* pContinue) noexcept {
     return KwGuarded([&] { return Work(info, pContinue); });
+}
+
+HRESULT CTransformBase::RunWhole(const tWorkInfo& info) {
+    if (m_NumProcessors == 1 || !m_pWorkers) return RunWork(info, &g_Continue);
+    const CComPtr<IKwWorkers> keep = m_pWorkers; // a surface may change the site
+    const tKwWorkers workers{m_NumProcessors, keep.Get(), [](void* host, auto piece, void* data, ULONG count) {
+                                 return SUCCEEDED(static_cast<IKwWorkers*>(host)->RunPieces(piece, data, count));
+                             }};
+    const CKwLent lent(&workers);
+    return RunWork(info, &g_Continue);
 }
 
 void CTransformBase::RunTask(void* data, BOOL* pContinue) {

@@ -15,6 +15,7 @@
 #include "base/arith.h"
 #include "base/bodies.h"
 #include "kernels/copy.h"
+#include "kernels/ranges.h"
 
 #ifdef __linux__
 #include <sys/mman.h>
@@ -336,56 +337,91 @@ std::span<Value> Room(CKwScratch& scratch, std::size_t count) {
     return {static_cast<Value*>(memory), memory ? count : 0};
 }
 
+/// A picture on its way through both passes.
+struct tJob {
+    tRows destination, source;
+    const tGaussianCoefficients &across, &down;
+    LONG offset;
+    float* plane;
+    std::size_t blocks, blockSize;
+};
+
+/// The rows `from` to `to`, counted in groups of `kLanes` lines.
 template <int Channels, class Vector, int kVectors>
-KWINLINE inline void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
-                               const tGaussianCoefficients& down, LONG offset, CKwScratch& scratch) {
-    constexpr std::ptrdiff_t kRows = kLanes / Channels;
+KWINLINE inline void RowGroups(const tJob& job, LONG from, LONG to, double* first, float* lines) {
+    constexpr LONG kRows = kLanes / Channels;
+    for (LONG y = from * kRows; y < job.source.height && y < to * kRows; y += kRows) {
+        Interleave<Channels>(job.source, y, std::min(kRows, job.source.height - y), job.offset, lines);
+        FilterRows<Channels, Vector, kVectors>({lines, job.source.width, job.across, first},
+                                               job.plane + std::ptrdiff_t{y} * kLanes,
+                                               static_cast<std::ptrdiff_t>(job.blockSize));
+    }
+}
+
+/// The blocks `from` to `to` of the plane.
+template <int Channels, class Vector, int kVectors>
+KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* first, float*) {
+    const std::size_t columns = static_cast<std::size_t>(job.source.width) * Channels;
+    for (auto block = static_cast<std::size_t>(from); block < static_cast<std::size_t>(to); ++block) {
+        const std::size_t column = block * kLanes;
+        FilterColumns<4 / Channels, Vector, kVectors>(
+            {job.plane + block * job.blockSize, job.source.height, job.down, first},
+            job.destination.first + job.offset + column * (4 / Channels), job.destination.stride,
+            static_cast<std::ptrdiff_t>(std::min<std::size_t>(kLanes, columns - column)));
+    }
+}
+
+/// A pass for registers of 2, of 4 and of 8 numbers.
+template <auto Two, [[maybe_unused]] auto Four, [[maybe_unused]] auto Eight>
+constexpr auto Widths() {
+#if defined(__x86_64__)
+    return CKwBodies(Two, tKwBody{eKwLevel::V3, KwClones<Four>[1].body},
+                     tKwBody{eKwLevel::V4, KwClones<Eight>[2].body});
+#else
+    return CKwBodies(Two);
+#endif
+}
+template <int Channels>
+constexpr auto
+    kRowGroups = Widths<RowGroups<Channels, tTwo, 8>, RowGroups<Channels, tFour, 8>, RowGroups<Channels, tEight, 4>>();
+template <int Channels>
+constexpr auto kColumnBlocks =
+    Widths<ColumnBlocks<Channels, tTwo, 8>, ColumnBlocks<Channels, tFour, 8>, ColumnBlocks<Channels, tEight, 4>>();
+
+template <int Channels>
+void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+               const tGaussianCoefficients& down, LONG offset, CKwScratch& scratch) {
+    constexpr std::size_t kRows = kLanes / Channels;
     const std::size_t width = static_cast<std::size_t>(source.width), height = static_cast<std::size_t>(source.height);
     const std::size_t blocks = (width * Channels + kLanes - 1) / kLanes;
     const std::size_t blockSize = (height + kRows - 1) / kRows * kLanes * kRows;
+    const std::size_t ranges = KwRanges(), firstSize = std::max(width, height) * kLanes;
     if (blockSize > std::numeric_limits<std::size_t>::max() / blocks) return;
     CKwScratch large, firstScratch, linesScratch;
     const auto plane = Room<float>(blocks * blockSize > kMostKept ? large : scratch, blocks * blockSize);
-    const auto first = Room<double>(firstScratch, std::max(width, height) * kLanes);
-    const auto lines = Room<float>(linesScratch, width * kLanes);
+    const auto first = Room<double>(firstScratch, ranges * firstSize);
+    const auto lines = Room<float>(linesScratch, ranges * width * kLanes);
     if (plane.empty() || first.empty() || lines.empty()) return;
     // Columns of the last block that the picture does not have.
     for (std::size_t y = 0; y < blockSize / kLanes; ++y)
         for (std::size_t l = width * Channels - (blocks - 1) * kLanes; l < kLanes; ++l)
             plane[(blocks - 1) * blockSize + y * kLanes + l] = 0.0f;
 
-    for (LONG y = 0; y < source.height;) {
-        const std::ptrdiff_t rows = std::min<std::ptrdiff_t>(kRows, source.height - y);
-        Interleave<Channels>(source, y, rows, offset, lines.data());
-        FilterRows<Channels, Vector, kVectors>({lines.data(), source.width, across, first.data()},
-                                               plane.data() + std::ptrdiff_t{y} * kLanes,
-                                               static_cast<std::ptrdiff_t>(blockSize));
-        y += static_cast<LONG>(rows);
-    }
-    for (std::size_t block = 0; block < blocks; ++block) {
-        const std::size_t column = block * kLanes;
-        FilterColumns<4 / Channels, Vector, kVectors>(
-            {plane.data() + block * blockSize, source.height, down, first.data()},
-            destination.first + offset + column * (4 / Channels), destination.stride,
-            static_cast<std::ptrdiff_t>(std::min<std::size_t>(kLanes, width * Channels - column)));
-    }
+    const tJob job{destination, source, across, down, offset, plane.data(), blocks, blockSize};
+    const auto pass = [&](std::size_t count, auto body) {
+        KwForRanges(static_cast<LONG>(count), [&](LONG from, LONG to, std::size_t i) {
+            body(job, from, to, first.data() + i * firstSize, lines.data() + i * width * kLanes);
+        });
+    };
+    pass(blockSize / kLanes / kRows, kRowGroups<Channels>.Now());
+    pass(blocks, kColumnBlocks<Channels>.Now());
 }
 
-template <class Vector, int kVectors>
-KWINLINE inline void BlurFast(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
-                              const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
-    if (channels == 4)
-        BlurLanes<4, Vector, kVectors>(destination, source, across, down, offset, scratch);
-    else
-        BlurLanes<1, Vector, kVectors>(destination, source, across, down, offset, scratch);
+void BlurFast(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+              const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
+    (channels == 4 ? BlurLanes<4> : BlurLanes<1>)(destination, source, across, down, offset, scratch);
 }
-#if defined(__x86_64__)
-constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast<tTwo, 8>},
-                          tKwBody{eKwLevel::V3, KwClones<BlurFast<tFour, 8>>[1].body},
-                          tKwBody{eKwLevel::V4, KwClones<BlurFast<tEight, 4>>.back().body});
-#else
-constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast<tTwo, 8>});
-#endif
+constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast});
 
 HRESULT Blur(const tView& destination, const tView& source, LONG bytesPerPixel, double horizontalRadius,
              double verticalRadius, LONG offset, LONG channels, CKwScratch* kept = nullptr) try {

@@ -4,6 +4,7 @@
 
 #include "base/bodies.h"
 #include "kernels/median_forms.h"
+#include "kernels/ranges.h"
 
 namespace kw_median {
 namespace {
@@ -75,7 +76,7 @@ template <class Weight>
 void FilterRows(const tRowPair& pair, const tAREATABLE& area, LONG q,
                 void (*filterRow)(const tRowPair&, LONG, const tStep*, std::ptrdiff_t, Weight (&)[4][256], LONG)) {
     const LONG width = pair.source.width, height = pair.source.height;
-    std::vector<tStep> all, inside;
+    std::vector<tStep> all;
     for (LONG dy = 1 - area.rows; dy < area.rows; ++dy) {
         const float* row = area.Row(std::abs(dy));
         for (LONG dx = 0; dx < area.columns; ++dx) {
@@ -83,20 +84,25 @@ void FilterRows(const tRowPair& pair, const tAREATABLE& area, LONG q,
             if (change != 0) all.push_back({dx, dy, change});
         }
     }
-    alignas(64) Weight bins[4][256];
-    for (LONG y = 0; y < height; ++y) {
-        std::fill_n(bins[0], 4 * 256, Weight{0});
-        for (LONG dy = std::max(1 - area.rows, -y); dy < std::min(area.rows, height - y); ++dy) {
-            const float* weights = area.Row(std::abs(dy));
-            const std::uint8_t* pixel = pair.source.Row<std::uint8_t>(y + dy);
-            for (LONG x = 0; x < std::min(area.columns, width); ++x, pixel += 4)
-                AddPixel(bins, pixel, FixedWeight(weights[x]));
+    std::vector<std::vector<tStep>> inside(KwRanges());
+    for (std::vector<tStep>& steps : inside) steps.reserve(all.size());
+    KwForRanges(height, [&](LONG from, LONG to, std::size_t range) {
+        std::vector<tStep>& steps = inside[range];
+        alignas(64) Weight bins[4][256];
+        for (LONG y = from; y < to; ++y) {
+            std::fill_n(bins[0], 4 * 256, Weight{0});
+            for (LONG dy = std::max(1 - area.rows, -y); dy < std::min(area.rows, height - y); ++dy) {
+                const float* weights = area.Row(std::abs(dy));
+                const std::uint8_t* pixel = pair.source.Row<std::uint8_t>(y + dy);
+                for (LONG x = 0; x < std::min(area.columns, width); ++x, pixel += 4)
+                    AddPixel(bins, pixel, FixedWeight(weights[x]));
+            }
+            steps.clear();
+            for (const tStep& step : all)
+                if (step.dy >= -y && step.dy < height - y) steps.push_back(step);
+            filterRow(pair, y, steps.data(), std::ssize(steps), bins, q);
         }
-        inside.clear();
-        for (const tStep& step : all)
-            if (step.dy >= -y && step.dy < height - y) inside.push_back(step);
-        filterRow(pair, y, inside.data(), std::ssize(inside), bins, q);
-    }
+    });
 }
 
 } // namespace

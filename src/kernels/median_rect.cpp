@@ -6,6 +6,7 @@
 
 #include "base/bodies.h"
 #include "kernels/median_forms.h"
+#include "kernels/ranges.h"
 
 namespace kw_median {
 namespace {
@@ -327,17 +328,24 @@ KWINLINE inline void FilterLarge(const tRectPass& pass, LONG left, LONG right, s
 constexpr CKwBodies kFilterLarge(KwClones<FilterLarge>);
 
 template <class Lane, class Weight>
-void FilterStrips(tRectPass pass, void (*strip)(const tRectPass&, LONG, LONG, Lane*, Weight*)) {
+void FilterStrips(const tRectPass& pass, void (*strip)(const tRectPass&, LONG, LONG, Lane*, Weight*)) {
     const LONG width = pass.source.width;
     const LONG step = std::min(width, std::max(kStripColumns, std::min(width, pass.fullX) * 2));
     const auto columns = std::min<std::int64_t>(std::int64_t{step} + 2 * std::int64_t{pass.fullX}, width) + 1;
-    const auto memory = std::make_unique_for_overwrite<Lane[]>(static_cast<std::size_t>(columns) *
-                                                               static_cast<std::size_t>(kColumnLanes));
-    const auto starts = std::make_unique_for_overwrite<Weight[]>(static_cast<std::size_t>(step));
-    for (pass.channel = 0; pass.channel < 4; ++pass.channel)
-        for (std::int64_t left = 0; left < width; left += step)
-            strip(pass, static_cast<LONG>(left), static_cast<LONG>(std::min<std::int64_t>(left + step, width)),
-                  memory.get(), starts.get());
+    const std::size_t lanes = static_cast<std::size_t>(columns) * static_cast<std::size_t>(kColumnLanes);
+    const std::size_t startCount = static_cast<std::size_t>(step);
+    const auto memory = std::make_unique_for_overwrite<Lane[]>(KwRanges() * lanes);
+    const auto starts = std::make_unique_for_overwrite<Weight[]>(KwRanges() * startCount);
+    const LONG strips = static_cast<LONG>((std::int64_t{width} + step - 1) / step);
+    KwForRanges(4 * strips, [&](LONG from, LONG to, std::size_t range) {
+        tRectPass one = pass;
+        for (LONG i = from; i < to; ++i) {
+            one.channel = i / strips;
+            const std::int64_t left = std::int64_t{i % strips} * step;
+            strip(one, static_cast<LONG>(left), static_cast<LONG>(std::min<std::int64_t>(left + step, width)),
+                  memory.get() + range * lanes, starts.get() + range * startCount);
+        }
+    });
 }
 
 } // namespace

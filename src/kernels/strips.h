@@ -2,14 +2,19 @@
 // in the processor's cache: one walk through memory in place of several.
 #pragma once
 
-#include "kernels/view.h"
+#include <algorithm>
+#include <array>
 
-/// Calls `body(output, input)` with views clipped to successive strips of rows, from the top, until a call fails.
+#include "kernels/ranges.h"
+
+/// Calls `body(output, input)` with views clipped to strips of rows, from the top, until a call fails; several at once
+/// where helpers are lent (see `KwForRanges`), so that `body` changes nothing but pixels, and throws nothing.
 /// The result is that of one call with the whole views as long as every step in `body` looks at each pixel alone.
 /// Clips of different sizes, and clips that leave their frames, get that one call.
 template <class Body>
 HRESULT KwForStrips(const tView& output, const tView& input, LONG bytesPerPixel, Body&& body) {
     constexpr std::int64_t kStripBytes = std::int64_t{64} * 1024;
+    constexpr LONG kFewStrips = 2; // are not worth a helper's start
     if (!output.frame || !input.frame) return body(output, input);
     const RECT outRect = output.clip ? *output.clip : *output.frame;
     const RECT inRect = input.clip ? *input.clip : *input.frame;
@@ -19,13 +24,21 @@ HRESULT KwForStrips(const tView& output, const tView& input, LONG bytesPerPixel,
         return body(output, input);
 
     const std::int64_t rows = std::max<std::int64_t>(1, kStripBytes / (width * KwPixelSize(bytesPerPixel)));
-    for (std::int64_t y = 0; y < height; y += rows) {
-        const LONG from = static_cast<LONG>(y), to = static_cast<LONG>(std::min(y + rows, height));
-        const RECT outStrip{outRect.left, outRect.top + from, outRect.right, outRect.top + to};
-        const RECT inStrip{inRect.left, inRect.top + from, inRect.right, inRect.top + to};
-        const HRESULT status = body(tView{output.bits, output.frame, output.stride, &outStrip},
-                                    tView{input.bits, input.frame, input.stride, &inStrip});
-        if (FAILED(status)) return status;
-    }
-    return S_OK;
+    const LONG strips = static_cast<LONG>((height + rows - 1) / rows);
+    std::array<HRESULT, kKwMostRanges> failures{};
+    const auto run = [&](LONG first, LONG last, std::size_t range) {
+        for (LONG i = first; i < last && SUCCEEDED(failures[range]); ++i) {
+            const LONG from = static_cast<LONG>(i * rows), to = static_cast<LONG>(std::min((i + 1) * rows, height));
+            const RECT outStrip{outRect.left, outRect.top + from, outRect.right, outRect.top + to};
+            const RECT inStrip{inRect.left, inRect.top + from, inRect.right, inRect.top + to};
+            failures[range] = body(tView{output.bits, output.frame, output.stride, &outStrip},
+                                   tView{input.bits, input.frame, input.stride, &inStrip});
+        }
+    };
+    if (strips < kFewStrips)
+        run(0, strips, 0);
+    else
+        KwForRanges(strips, run);
+    const auto failed = std::ranges::find_if(failures, [](HRESULT status) { return FAILED(status); });
+    return failed == failures.end() ? S_OK : *failed;
 }

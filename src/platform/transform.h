@@ -162,6 +162,13 @@ struct IDXTaskManager : IUnknown {
     virtual HRESULT TerminateRequest(const IID* request, ULONG wait) = 0;
 };
 
+/// What a task manager answers besides if it lends its processors to effects that cannot work in bands.
+struct IKwWorkers : IUnknown {
+    static constexpr GUID iid{0x39273F12, 0x315D, 0x42C3, {0xB1, 0x95, 0x16, 0x5C, 0x7C, 0x52, 0xAD, 0x5F}};
+    /// Calls `piece(data, i)` for each i below `count`, possibly at once, and returns when all are done.
+    virtual HRESULT RunPieces(void (*piece)(void* data, ULONG index), void* data, ULONG count) = 0;
+};
+
 /// The class id is the service id by which a transform factory hands out a new modifier.
 inline constexpr GUID CLSID_DXSurfaceModifier{
     0x3E669F1D, 0x9C23, 0x11D1, {0x90, 0x53, 0x00, 0xC0, 0x4F, 0xD9, 0x18, 0x9D}};

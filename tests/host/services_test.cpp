@@ -117,6 +117,14 @@ TEST(HostTasks, RunAllAndReturnAfterTheLast) {
         EXPECT_EQ(manager->ScheduleTasks(tasks.data(), nullptr, nullptr, 64, 0), E_INVALIDARG);
         EXPECT_EQ(works[0].runs, 1);
         EXPECT_EQ(manager->ScheduleTasks(nullptr, nullptr, nullptr, 2, 0), E_POINTER);
+
+        IKwWorkers* workers = nullptr;
+        ASSERT_EQ(manager->QueryInterface(&IKwWorkers::iid, reinterpret_cast<void**>(&workers)), S_OK);
+        const auto piece = [](void* data, ULONG i) { ++static_cast<Work*>(data)[i].runs; };
+        EXPECT_EQ(workers->RunPieces(piece, works.data(), 64), S_OK);
+        EXPECT_TRUE(std::ranges::all_of(works, [](const Work& work) { return work.runs == 2; }));
+        EXPECT_EQ(workers->RunPieces(nullptr, nullptr, 1), E_POINTER);
+        workers->Release();
         EXPECT_EQ(manager->ScheduleTasks(nullptr, nullptr, nullptr, 0, 0), S_OK);
     }
 }

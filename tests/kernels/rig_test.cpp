@@ -5,9 +5,11 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "base/level.h"
+#include "kernels/ranges.h"
 #include "kernels/table.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -202,6 +204,13 @@ tContent WithClip(const tSize& size, const RECT& clip, tContent content, const t
     return content;
 }
 
+/// Three helpers at once.
+const tKwWorkers kHelpers{3, nullptr, [](void*, auto piece, void* data, std::uint32_t count) {
+                              std::vector<std::jthread> helpers;
+                              for (std::uint32_t i = 0; i < count; ++i) helpers.emplace_back(piece, data, i);
+                              return true;
+                          }};
+
 class EveryKernel : public testing::TestWithParam<tKernel> {
   protected:
     void TearDown() override { KwLimitLevel(m_before); }
@@ -233,6 +242,7 @@ TEST_P(EveryKernel, GivesThePlainBytesAtEveryLevelAndLayout) {
                         WithClip(scene.sizes[i], scene.clips[i], Fill(scene.sizes[i], draw), scene.contents[i]);
             for (const eKwLevel level : KwLevels()) {
                 KwLimitLevel(level);
+                const CKwLent lent(level == KwLevels().back() && seed % 4 == 0 ? &kHelpers : nullptr);
                 const tResult other = RunIn(kernel, around, draw);
                 ASSERT_EQ(plain.status, other.status) << KwLevelName(level) << " seed " << seed;
                 for (int i = 0; i <= kernel.inputs; ++i) {
