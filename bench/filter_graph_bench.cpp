@@ -83,7 +83,7 @@ const bool g_registered = [] {
         {"FFmpeg/Gaussian Blur/radius:5", "gblur=sigma=1.95"},
         {"FFmpeg/Gaussian Blur/radius:52", "gblur=sigma=16"},
         {"FFmpeg/Gaussian Blur/radius:360", "gblur=sigma=108"},
-        {"FFmpeg/Median", "median=radius=19"},
+        {"FFmpeg/Median", "median=radius=48"},
         {"FFmpeg/Pixelate", "pixelize=w=4:h=4"},
         {"FFmpeg/Chroma Keyer", "colorkey=green:0.3:0.2"},
         {"frei0r/Pixelate", "frei0r=pixeliz0r:0.002:0.004"},
