@@ -59,6 +59,7 @@ bool describe(IUnknown* object, EffectInfo& info) {
     tClassInfo row{};
     if (!told || FAILED(told->GetClassInfo(&row, sizeof row)) || row.recordSize < 0) return false;
     info.className = row.className ? row.className : "";
+    info.family = row.family ? row.family : "";
     info.iid = row.iid;
     info.kind = kindOf(row.kind);
     info.minInputs = row.minInputs;

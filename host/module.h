@@ -31,6 +31,7 @@ struct EffectInfo {
     std::string name;        ///< the description without the maker's word: "Gaussian Blur"
     std::string description; ///< as the module tells it
     std::string className;   ///< "DXTGaussianBlur"
+    std::string family;      ///< the word for it and its like in menus: "Blur"
     CLSID clsid{};
     IID iid{}; ///< the class's own dual interface
     EffectKind kind{};

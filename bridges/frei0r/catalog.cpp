@@ -23,7 +23,7 @@ std::string fileNameOf(std::string_view name) {
     return file;
 }
 
-Plugin pluginOf(const EffectInfo& info) {
+Plugin pluginOf(const Module&, const EffectInfo& info) {
     Plugin plugin{.info = &info, .fileName = fileNameOf(info.name), .title = "Larkmoor " + info.name};
     const char* what = "filter";
     if (info.kind == EffectKind::Transition) {
@@ -40,25 +40,18 @@ Plugin pluginOf(const EffectInfo& info) {
 
 } // namespace
 
-Catalog::Catalog(const std::string& file) : m_module(Module::load(file)) {
-    for (const EffectInfo& info : m_module.effects()) m_plugins.push_back(pluginOf(info));
-}
+Catalog::Catalog(const std::string& file) : PluginCatalog(file, &pluginOf) {}
 
 const Catalog* Catalog::shared() {
-    static const Catalog* const catalog = []() -> const Catalog* {
-        try {
-            return new Catalog(moduleBeside(reinterpret_cast<const void*>(&Catalog::shared)));
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "larkmoor: %s\n", error.what());
-            return nullptr;
-        }
-    }();
+    static const Catalog* const catalog =
+        makeCatalog<Catalog>(reinterpret_cast<const void*>(&Catalog::shared),
+                             [](const char* sentence) { std::fprintf(stderr, "larkmoor: %s\n", sentence); });
     return catalog;
 }
 
 const Plugin* Catalog::find(std::string_view className) const {
-    const auto found = std::ranges::find(m_plugins, className, [](const Plugin& p) { return p.info->className; });
-    return found == m_plugins.end() ? nullptr : &*found;
+    const auto found = std::ranges::find(plugins(), className, [](const Plugin& p) { return p.info->className; });
+    return found == plugins().end() ? nullptr : &*found;
 }
 
 } // namespace larkmoor::frei0r

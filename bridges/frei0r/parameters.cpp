@@ -6,12 +6,12 @@
 #include <fmt/format.h>
 
 #include "host/field_words.h"
-#include "host/names.h"
+#include "host/plug_in.h"
 
 namespace larkmoor::frei0r {
 namespace {
 
-constexpr double kMostHours = 100, kMostRate = 240, kUsualRate = 25;
+constexpr double kMostRate = 240, kUsualRate = 25;
 
 std::string textOf(const char* text) {
     return text ? text : "";
@@ -117,12 +117,9 @@ void addField(std::vector<Parameter>& parameters, const EffectInfo& info, const 
     for (std::size_t i = base.element; i < numbers.size(); ++i) {
         Parameter one = base;
         one.element = i;
-        if (numbers.size() > 1) {
-            const std::string word = i < letters.size() ? componentWord(letters[i]) : std::to_string(i + 1);
-            one.name += word;
-            one.title += ' ';
-            one.title += word.size() > 1 ? foldName(word) : word;
-        }
+        const ElementWords words = elementWords(field, i, numbers.size());
+        one.name += words.name;
+        one.title += words.label;
         add(one, one.normal(numbers[i]));
     }
 }
@@ -134,7 +131,7 @@ std::vector<Parameter> timeParameters() {
          .title = "Start time",
          .help = "Time of the first frame, rounded to a whole frame.",
          .unit = "hours",
-         .maximum = kMostHours},
+         .maximum = kMostStartHours},
         {.role = Role::FrameRate,
          .name = "frameRate",
          .title = "Frame rate",
@@ -174,11 +171,8 @@ std::string numberText(const Parameter& parameter, double number) {
     return fmt::format("{:.0f}", wraps ? value - 4294967296.0 : value);
 }
 
-/// Pictures and hosts count a channel in 255 steps; where that is meant the number is to be the same as in "#RRGGBB".
 std::string channelText(float channel) {
-    const double steps = std::round(fraction(channel) * 255);
-    const double exact = std::fabs(fraction(channel) * 255 - steps) < 1e-4 ? steps / 255 : fraction(channel);
-    return fmt::format("{}", exact);
+    return fmt::format("{}", wholeStep(fraction(channel)));
 }
 
 std::string elementText(const Parameter& parameter, const Value& value) {
@@ -189,14 +183,6 @@ std::string elementText(const Parameter& parameter, const Value& value) {
     if (parameter.type == F0R_PARAM_BOOL) return number >= 0.5 ? "on" : "off";
     if (!parameter.choices.empty()) return fmt::format("{}", parameter.field->choices[parameter.choice(number)].value);
     return numberText(parameter, number);
-}
-
-/// What a field does not take, such as a font without a size, leaves the default.
-void setOrKeep(const tFieldInfo& field, std::vector<std::byte>& record, const std::string& text) {
-    try {
-        setFieldText(field, record, text);
-    } catch (const Error&) {
-    }
 }
 
 } // namespace
@@ -220,20 +206,14 @@ double Parameter::normal(double value) const {
 std::vector<Parameter> parametersOf(const EffectInfo& info) {
     std::vector<Parameter> parameters;
     if (info.kind == EffectKind::Transition) {
-        Parameter progress{.role = Role::Progress,
-                           .name = "position",
-                           .title = "Position",
-                           .help = "How far the transition has come: 0 shows the first picture, 1 the second."};
+        Parameter progress{.role = Role::Progress, .name = "position", .title = "Position", .help = kProgressHint};
         progress.initial = 0.0;
         explain(progress);
         parameters.push_back(std::move(progress));
     }
     if (!info.presets.empty()) {
-        Parameter preset{.role = Role::Preset,
-                         .name = "preset",
-                         .title = "Preset",
-                         .help = "Puts a preset in the place of the other settings.",
-                         .choices = {"none"}};
+        Parameter preset{
+            .role = Role::Preset, .name = "preset", .title = "Preset", .help = kPresetHint, .choices = {"none"}};
         for (const PresetInfo& row : info.presets) preset.choices.push_back(row.name);
         preset.initial = 0.0;
         explain(preset);
@@ -252,22 +232,12 @@ std::vector<std::byte> recordOf(const EffectInfo& info, std::span<const Paramete
         if (parameters[i].role == Role::Preset)
             if (const std::size_t number = parameters[i].choice(std::get<double>(values[i])); number > 0)
                 return info.presets[number - 1].record;
-    std::vector<std::byte> record = info.defaults;
-    for (std::size_t i = 0; i < parameters.size();) {
-        std::size_t end = i + 1;
-        const tFieldInfo* const field = parameters[i].field;
-        while (field && end < parameters.size() && parameters[end].field == field) ++end;
-        bool changed = false;
-        std::string text;
-        for (std::size_t k = i; field && k < end; ++k) {
-            changed = changed || !sameValue(values[k], parameters[k].initial);
-            if (k > i) text += ',';
-            text += elementText(parameters[k], values[k]);
-        }
-        if (changed) setOrKeep(*field, record, text);
-        i = end;
-    }
-    return record;
+    std::vector<FieldPart> parts;
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        if (parameters[i].field)
+            parts.push_back({parameters[i].field, !sameValue(values[i], parameters[i].initial),
+                             elementText(parameters[i], values[i])});
+    return recordOfParts(info, parts);
 }
 
 Timing timingOf(std::span<const Parameter> parameters, std::span<const Value> values) {

@@ -53,8 +53,7 @@ struct Parameter {
 /// Progress first, then the preset, the text, the fields that animate, the other fields, the parameters of time.
 std::vector<Parameter> parametersOf(const EffectInfo& info);
 
-/// The record that values stand for. What has its default keeps the default record's very bytes, and a preset in force
-/// gives its own record. What a field does not take leaves the default.
+/// The record that values stand for (see `recordOfParts`); a preset in force gives its own.
 /// @param values one for each parameter.
 std::vector<std::byte> recordOf(const EffectInfo& info, std::span<const Parameter> parameters,
                                 std::span<const Value> values);

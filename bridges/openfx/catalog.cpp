@@ -63,7 +63,7 @@ Plugin pluginOf(const Module& module, const EffectInfo& info) {
     const std::string kind = info.kind == EffectKind::Transition  ? "Transition"
                              : info.kind == EffectKind::Generator ? "Generator"
                                                                   : "Filter";
-    plugin.group = "Larkmoor/" + kind + "s";
+    plugin.group = info.family.empty() ? "Larkmoor" : "Larkmoor/" + info.family;
     plugin.description = kind + " of the Larkmoor effects: " + info.name + ".";
     plugin.parameters = parametersOf(info);
     plugin.hasIdentity = hasIdentity(module, info);
@@ -85,18 +85,11 @@ std::span<const char* const> Plugin::inputs() const {
     return info->kind == EffectKind::Transition ? std::span<const char* const>(transition) : filter;
 }
 
-Catalog::Catalog(const std::string& file) : m_module(Module::load(file)) {
-    for (const EffectInfo& info : m_module.effects()) m_plugins.push_back(pluginOf(m_module, info));
-}
+Catalog::Catalog(const std::string& file) : PluginCatalog(file, &pluginOf) {}
 
 const Catalog* Catalog::shared() {
-    static const Catalog* const catalog = []() -> const Catalog* {
-        try {
-            return new Catalog(moduleBeside(reinterpret_cast<const void*>(&Catalog::shared)));
-        } catch (const std::exception&) {
-            return nullptr; // nothing is offered, and a host is not to be written to
-        }
-    }();
+    static const Catalog* const catalog =
+        makeCatalog<Catalog>(reinterpret_cast<const void*>(&Catalog::shared), [](const char*) {});
     return catalog;
 }
 

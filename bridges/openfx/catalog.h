@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/plug_in.h"
 #include "parameters.h"
 
 namespace larkmoor::openfx {
@@ -13,7 +14,7 @@ struct Plugin {
     const EffectInfo* info = nullptr;
     std::string identifier; ///< "org.larkmoor.GaussianBlur"; projects keep it
     std::string label;      ///< "Gaussian Blur"
-    std::string group;      ///< "Larkmoor/Filters"
+    std::string group;      ///< "Larkmoor/Blur"
     std::string description;
     std::vector<Parameter> parameters;
     bool hasIdentity = false; ///< the preset that is to leave pictures as they are does
@@ -24,21 +25,14 @@ struct Plugin {
     std::span<const char* const> inputs() const;
 };
 
-class Catalog {
+class Catalog : public PluginCatalog<Plugin> {
   public:
     /// @param file the module; empty to look for it as `Module::load` does. Throws Error.
     explicit Catalog(const std::string& file = {});
 
-    /// That of this process, loaded at the first call: the file that LARKMOOR_MODULE names, the one in the folder of
-    /// this library, or any that `Module::load` finds. Null where there is none.
+    /// That of this process, loaded at the first call. Null where there is no module: nothing is offered then, and a
+    /// host is not to be written to.
     static const Catalog* shared();
-
-    const Module& module() const { return m_module; }
-    std::span<const Plugin> plugins() const { return m_plugins; }
-
-  private:
-    const Module m_module;
-    std::vector<Plugin> m_plugins;
 };
 
 } // namespace larkmoor::openfx

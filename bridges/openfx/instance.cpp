@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+#include <fmt/format.h>
+
 #include "host/alpha.h"
 #include "host/depth.h"
 
@@ -35,6 +37,12 @@ class Image {
     const Suites& m_suites;
     PropertySet m_handle = nullptr;
     std::optional<HostPicture> m_picture;
+};
+
+/// A frame that the plug-in does not make, and why.
+struct Refusal : Error {
+    Refusal(Status answer, const std::string& sentence) : Error(sentence), status(answer) {}
+    Status status;
 };
 
 /// A frame in pixels; empty where the numbers make none.
@@ -185,24 +193,54 @@ tSurfaceInfo Instance::infoOf(const HostPicture& out, const Settings& settings, 
             .time100ns = std::llround(std::clamp(frames / rate, 0.0, kMostSeconds) * 1e7)};
 }
 
+void Instance::complain(const char* sentence) {
+    if (m_complaint == sentence) return; // hosts go on with the next frame, and the one after
+    m_complaint = sentence;
+    if (!m_suites.message) return;
+    const auto tell = m_suites.messagesStay ? m_suites.message->setPersistent : m_suites.message->message;
+    tell(m_handle, "OfxMessageError", "", "%s", sentence);
+}
+
+void Instance::withdraw() {
+    if (m_complaint.empty()) return;
+    m_complaint.clear();
+    if (m_suites.messagesStay) m_suites.message->clearPersistent(m_handle);
+}
+
 Status Instance::render(const Request& request) {
     const std::scoped_lock guard(m_lock);
     if (m_tasks->stops()) return kOk;
     try {
-        return draw(request);
-    } catch (const StatusError&) {
+        draw(request);
+        if (!m_tasks->isStopped()) withdraw();
+        return kOk;
+    } catch (const Refusal& refusal) {
+        complain(refusal.what());
+        return refusal.status;
+    } catch (const std::bad_alloc&) {
+        complain("there is too little memory for the frame");
+        return kMemory;
+    } catch (const std::exception& error) {
         if (m_tasks->isStopped()) return kOk;
-        throw;
+        complain(error.what());
+        return kFailed;
     }
 }
 
-Status Instance::draw(const Request& request) {
+void Instance::draw(const Request& request) {
+    const std::string& name = m_plugin.label;
+    const auto refuseForm = [&] {
+        throw Refusal(kImageFormat,
+                      name + " takes pictures of red, green, blue and alpha, all in bytes or all in floats");
+    };
     const Image outImage(m_suites, m_output.clip, request.time);
-    if (outImage.isForeign()) return kImageFormat;
+    if (outImage.isForeign()) refuseForm();
     const HostPicture* const out = outImage.get();
-    if (!out) return kFailed;
+    if (!out) throw Refusal(kFailed, "the host gives " + name + " no picture to draw on");
     const Area frame = frameOf(*out, request);
-    if (frame.width() > kMostPixels || frame.height() > kMostPixels) return kFailed;
+    if (frame.width() > kMostPixels || frame.height() > kMostPixels)
+        throw Refusal(kFailed, fmt::format("a picture of {} by {} pixels is too large for {}: sides go up to {}",
+                                           frame.width(), frame.height(), name, kMostPixels));
 
     const Settings settings = settingsAt(request.time);
     auto record = recordAt(settings);
@@ -217,12 +255,10 @@ Status Instance::draw(const Request& request) {
     std::vector<Surface> inputs;
     for (std::size_t i = 0; i < m_inputs.size(); ++i) {
         const Image& image = images[i].emplace(m_suites, m_inputs[i].clip, request.time);
-        if (image.isForeign() || (image.get() && image.get()->floats != out->floats)) return kImageFormat;
-        if (!image.get() && m_inputs.size() == 1) return kFailed;
-        if (isIdentity(m_record) && image.get()->alpha == out->alpha) {
-            copy(*image.get(), request.window, *out);
-            return kOk;
-        }
+        if (image.isForeign() || (image.get() && image.get()->floats != out->floats)) refuseForm();
+        if (!image.get() && m_inputs.size() == 1)
+            throw Refusal(kFailed, name + " has no picture to work on: connect one to it");
+        if (isIdentity(m_record) && image.get()->alpha == out->alpha) return copy(*image.get(), request.window, *out);
         Surface picture = sized(m_pictures[i], form, frame);
         take(image.get(), frame, picture.view());
         picture.touch();
@@ -232,17 +268,15 @@ Status Instance::draw(const Request& request) {
     Surface made = sized(m_made, form, frame);
     made.setInfo(info);
     if (m_plugin.info->kind == EffectKind::Transition) m_effect.setProgress(static_cast<float>(settings.progress));
-    if (m_tasks->stops()) return kOk;
+    if (m_tasks->stops()) return;
     make(inputs, made);
 
     // What was left as it is goes back as it came.
     const bool limits = out->floats && limitsLevels();
     for (std::size_t i = 0; i < inputs.size() && !limits; ++i)
         if (const HostPicture* const from = images[i]->get();
-            from && from->alpha == out->alpha && isUnchanged(inputs[i].view(), made.view())) {
-            copy(*from, request.window, *out);
-            return kOk;
-        }
+            from && from->alpha == out->alpha && isUnchanged(inputs[i].view(), made.view()))
+            return copy(*from, request.window, *out);
     if (generates && !out->floats && out->alpha != Alpha::Straight) {
         ImageView view = made.view();
         premultiply(view);
@@ -251,7 +285,6 @@ Status Instance::draw(const Request& request) {
     } else {
         give(made.view(), frame, request.window, *out);
     }
-    return kOk;
 }
 
 const char* Instance::identity(double time) {

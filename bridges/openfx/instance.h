@@ -3,6 +3,7 @@
 
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "band_tasks.h"
 #include "catalog.h"
@@ -23,7 +24,8 @@ class Instance {
     /// Takes the handles of clips and parameters. Throws Error.
     Instance(const Suites& suites, const Catalog& catalog, const Plugin& plugin, EffectHandle handle);
 
-    /// Answers as soon as it can where the host gives the frame up, with nothing written.
+    /// Answers as soon as it can where the host gives the frame up, with nothing written. The user is told what keeps a
+    /// frame from being made, until the next one is.
     Status render(const Request& request);
 
     /// The input whose pictures are the effect's at that moment, or null.
@@ -46,7 +48,9 @@ class Instance {
     double startTime(const Settings& settings) const;
     double frameRate() const;
     Area frameOf(const HostPicture& out, const Request& request) const;
-    Status draw(const Request& request);
+    void draw(const Request& request);
+    void complain(const char* sentence);
+    void withdraw();
     void apply(std::vector<std::byte> record);
     bool limitsLevels() const;
     bool isIdentity(std::span<const std::byte> record) const;
@@ -66,6 +70,7 @@ class Instance {
     Effect m_effect;
     CComPtr<BandTasks> m_tasks;
     std::vector<std::byte> m_record; ///< as the effect has it
+    std::string m_complaint;         ///< what the user was told last; empty once it holds no more
     Surface m_pictures[2], m_made;
     Surface m_bytes[3]; ///< for effects that are not sound in floats
 };

@@ -105,4 +105,11 @@ struct ParameterSuite {
     int (*editEnd)(ParamSet);
 };
 
+/// "OfxMessageSuite" 2; version 1 ends with its first function. Formats are those of `printf`.
+struct MessageSuite {
+    int (*message)(EffectHandle, const char* type, const char* id, const char* format, ...);
+    int (*setPersistent)(EffectHandle, const char* type, const char* id, const char* format, ...);
+    int (*clearPersistent)(EffectHandle);
+};
+
 } // namespace larkmoor::openfx

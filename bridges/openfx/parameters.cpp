@@ -6,12 +6,11 @@
 #include <fmt/format.h>
 
 #include "host/field_words.h"
-#include "host/names.h"
+#include "host/plug_in.h"
 
 namespace larkmoor::openfx {
 namespace {
 
-constexpr double kMostHours = 100;
 constexpr double kLeastFontPixels = 4, kMostFontPixels = 4096;
 constexpr std::size_t kMostTextBytes = 65535;
 /// For fields without a range of their own.
@@ -63,12 +62,6 @@ std::string escaped(std::string_view text) {
     return out;
 }
 
-/// Pictures and hosts count a channel in 255 steps; where that is meant the number is to be the same as in "#RRGGBB".
-double channel(double value) {
-    const double steps = std::round(value * 255);
-    return std::fabs(value * 255 - steps) < 1e-4 ? steps / 255 : value;
-}
-
 /// The text of a parameter's part of its field.
 std::string partText(const Parameter& parameter, const Value& value) {
     const double number = value.numbers[0];
@@ -91,7 +84,7 @@ std::string partText(const Parameter& parameter, const Value& value) {
     const bool color = parameter.field->kind == KWFIELD_COLOR;
     for (int i = 0; i < parameter.dimension(); ++i) {
         const double part = value.numbers[static_cast<std::size_t>(i)];
-        text += fmt::format("{}{}", i ? "," : "", color ? channel(part) : part);
+        text += fmt::format("{}{}", i ? "," : "", color ? wholeStep(part) : part);
     }
     return text;
 }
@@ -123,14 +116,6 @@ Value valueOf(const Parameter& parameter, const std::string& text) {
     const auto dimension = static_cast<std::size_t>(parameter.dimension());
     for (std::size_t i = 0; i < dimension && first + i < numbers.size(); ++i) value.numbers[i] = numbers[first + i];
     return value;
-}
-
-/// What a field does not take leaves the default.
-void setOrKeep(const tFieldInfo& field, std::vector<std::byte>& record, const std::string& text) {
-    try {
-        setFieldText(field, record, text);
-    } catch (const Error&) {
-    }
 }
 
 /// Names go without what hosts do not take in them: "transparencyMask_level".
@@ -213,11 +198,9 @@ void addField(std::vector<Parameter>& parameters, const EffectInfo& info, const 
     for (std::size_t i = 0; i < count; ++i) {
         Parameter one = base;
         one.element = i;
-        if (count > 1) {
-            const std::string word = i < letters.size() ? componentWord(letters[i]) : std::to_string(i + 1);
-            one.name += word;
-            one.label += ' ' + (word.size() > 1 ? foldName(word) : word);
-        }
+        const ElementWords words = elementWords(field, i, count);
+        one.name += words.name;
+        one.label += words.label;
         add(one);
     }
 }
@@ -249,13 +232,13 @@ std::vector<Parameter> parametersOf(const EffectInfo& info) {
                               .kind = Kind::Double,
                               .name = "progress",
                               .label = "Progress",
-                              .hint = "How far the transition has come: 0 shows the first picture, 1 the second."});
+                              .hint = kProgressHint});
     if (!info.presets.empty()) {
         Parameter preset{.role = Role::Preset,
                          .kind = Kind::Choice,
                          .name = "preset",
                          .label = "Preset",
-                         .hint = "Puts a preset in the place of the other settings.",
+                         .hint = kPresetHint,
                          .maximum = static_cast<double>(info.presets.size()),
                          .choices = {"none"},
                          .animates = false};
@@ -270,7 +253,7 @@ std::vector<Parameter> parametersOf(const EffectInfo& info) {
                               .name = "startTime",
                               .label = "Start time",
                               .hint = "Time of frame 0. Unit: hours.",
-                              .maximum = kMostHours,
+                              .maximum = kMostStartHours,
                               .animates = false});
     return parameters;
 }
@@ -371,22 +354,12 @@ std::vector<std::byte> recordOf(const EffectInfo& info, std::span<const Paramete
     for (std::size_t i = 0; i < parameters.size(); ++i)
         if (parameters[i].role == Role::Preset && values[i].numbers[0] >= 1)
             return info.presets[static_cast<std::size_t>(values[i].numbers[0]) - 1].record;
-    std::vector<std::byte> record = info.defaults;
-    for (std::size_t i = 0; i < parameters.size();) {
-        std::size_t end = i + 1;
-        const tFieldInfo* const field = parameters[i].field;
-        while (field && end < parameters.size() && parameters[end].field == field) ++end;
-        bool changed = false;
-        std::string text;
-        for (std::size_t k = i; field && k < end; ++k) {
-            changed = changed || values[k] != parameters[k].initial;
-            if (k > i) text += field->kind == KWFIELD_FONT ? ' ' : ',';
-            text += partText(parameters[k], values[k]);
-        }
-        if (changed) setOrKeep(*field, record, text);
-        i = end;
-    }
-    return record;
+    std::vector<FieldPart> parts;
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        if (parameters[i].field)
+            parts.push_back(
+                {parameters[i].field, values[i] != parameters[i].initial, partText(parameters[i], values[i])});
+    return recordOfParts(info, parts);
 }
 
 std::vector<Value> valuesOf(std::span<const Parameter> parameters, std::span<const std::byte> record) {

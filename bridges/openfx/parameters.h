@@ -59,8 +59,7 @@ void define(const Suites& suites, ParamSet set, std::span<const Parameter> param
 Value valueAt(const Suites& suites, ParamHandle handle, const Parameter& parameter, double time);
 void setValue(const Suites& suites, ParamHandle handle, const Parameter& parameter, const Value& value);
 
-/// The record that values stand for. What has its default keeps the default record's very bytes, and a preset in force
-/// gives its own record. What a field does not take leaves the default.
+/// The record that values stand for (see `recordOfParts`); a preset in force gives its own.
 /// @param values one for each parameter.
 std::vector<std::byte> recordOf(const EffectInfo& info, std::span<const Parameter> parameters,
                                 std::span<const Value> values);

@@ -27,10 +27,15 @@ class Slot {
         const std::scoped_lock guard(m_lock);
         if (m_suites) return true;
         if (!m_host || !m_host->fetchSuite) return false;
-        const auto fetch = [&](const char* name) { return m_host->fetchSuite(m_host->properties, name, 1); };
+        const auto fetch = [&](const char* name, int version = 1) {
+            return m_host->fetchSuite(m_host->properties, name, version);
+        };
         m_suites = {.property = static_cast<const PropertySuite*>(fetch("OfxPropertySuite")),
                     .effect = static_cast<const EffectSuite*>(fetch("OfxImageEffectSuite")),
-                    .parameter = static_cast<const ParameterSuite*>(fetch("OfxParameterSuite"))};
+                    .parameter = static_cast<const ParameterSuite*>(fetch("OfxParameterSuite")),
+                    .message = static_cast<const MessageSuite*>(fetch("OfxMessageSuite", 2))};
+        m_suites.messagesStay = m_suites.message;
+        if (!m_suites.message) m_suites.message = static_cast<const MessageSuite*>(fetch("OfxMessageSuite"));
         return static_cast<bool>(m_suites);
     }
     Suites suites() {

@@ -9,6 +9,8 @@ struct Suites {
     const PropertySuite* property = nullptr;
     const EffectSuite* effect = nullptr;
     const ParameterSuite* parameter = nullptr;
+    const MessageSuite* message = nullptr; ///< not every host has it
+    bool messagesStay = false;             ///< it is of version 2
 
     /// All that no effect can do without.
     explicit operator bool() const { return property && effect && parameter; }

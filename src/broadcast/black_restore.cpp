@@ -22,6 +22,7 @@ constexpr tPreset<tBLACKRESTOREPROP> kPresets[] = {{"Reset to None", {0.0}}, {"S
 constexpr tEffectClass kClass{
     .iid = {0x8A36D471, 0x0B59, 0x4C2F, {0xBD, 0x83, 0x16, 0xE2, 0xA9, 0x70, 0x4F, 0x09}},
     .kind = KWKIND_FILTER,
+    .family = "Broadcast",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

@@ -56,6 +56,7 @@ constexpr tPreset<tBROADCASTPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x0BE452B9, 0x4C57, 0x49E5, {0xBF, 0xC3, 0xF7, 0x79, 0x59, 0x52, 0x62, 0xFB}},
     .kind = KWKIND_FILTER,
+    .family = "Broadcast",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

@@ -35,6 +35,7 @@ constexpr tPreset<tGAMUTPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x5D07B8EC, 0x29C4, 0x4931, {0x87, 0xA5, 0x4B, 0xF0, 0x63, 0x9E, 0x12, 0x0A}},
     .kind = KWKIND_FILTER,
+    .family = "Broadcast",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x81,

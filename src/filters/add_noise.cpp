@@ -29,6 +29,7 @@ constexpr tPreset<tNOISEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xB8F5203D, 0x47A1, 0x4E66, {0x90, 0x0B, 0xDE, 0x31, 0x7C, 0x82, 0x15, 0x07}},
     .kind = KWKIND_FILTER,
+    .family = "Stylize",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0x1C1,

@@ -25,6 +25,7 @@ constexpr tPreset<tDESATURATEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x71D0B5C8, 0x1E92, 0x4F0A, {0xA3, 0x44, 0x0D, 0x96, 0x57, 0x2B, 0xE8, 0x04}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

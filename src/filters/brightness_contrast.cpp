@@ -46,6 +46,7 @@ constexpr tPreset<tBRIGHTCONTRASTPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x5E0E1C52, 0x7B0D, 0x4C5B, {0x8A, 0x6E, 0x21, 0x0B, 0x4E, 0x9D, 0x33, 0x01}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

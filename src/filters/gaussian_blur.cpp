@@ -42,6 +42,7 @@ constexpr tPreset<tGAUSSIANBLURPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x8D0C1854, 0x9202, 0x4CCB, {0xAE, 0x1D, 0x1B, 0x15, 0x3A, 0xD3, 0xC1, 0x86}},
     .kind = KWKIND_FILTER,
+    .family = "Blur",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x41,

@@ -24,6 +24,7 @@ constexpr tPreset<tHSLADJUSTPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xE41A7D26, 0x905C, 0x4B38, {0x8D, 0xF2, 0x74, 0x19, 0xC0, 0x5E, 0xA3, 0x06}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

@@ -27,6 +27,7 @@ constexpr tPreset<tINVERTPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xC3062BE2, 0xE69D, 0x11D1, {0x9A, 0xA9, 0x00, 0xA0, 0xC9, 0x9B, 0x12, 0xC5}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

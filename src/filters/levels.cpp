@@ -39,6 +39,7 @@ constexpr tPreset<tLEVELSPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x9D5C1F0A, 0x3E6B, 0x4B7E, {0x91, 0x2C, 0x5F, 0x60, 0x88, 0x1A, 0xD4, 0x02}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0x81,

@@ -50,6 +50,7 @@ float Fraction(float range) {
 constexpr tEffectClass kClass{
     .iid = {0x7E8CB595, 0xC94D, 0x425B, {0xBE, 0x24, 0xDE, 0x68, 0x59, 0x8C, 0xF2, 0xD9}},
     .kind = KWKIND_FILTER,
+    .family = "Detail",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x41,

@@ -40,6 +40,7 @@ constexpr tPreset<tMINMAXPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xE08C67E4, 0xD1BF, 0x45C9, {0x93, 0x84, 0xE4, 0x1A, 0xD9, 0x96, 0x7E, 0x01}},
     .kind = KWKIND_FILTER,
+    .family = "Detail",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x41,

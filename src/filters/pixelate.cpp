@@ -27,6 +27,7 @@ constexpr tPreset<tPIXELATEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x6C4CE49E, 0xB07A, 0x4E97, {0xBF, 0xD1, 0x6F, 0x47, 0x5F, 0xC3, 0xBC, 0xDF}},
     .kind = KWKIND_FILTER,
+    .family = "Stylize",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x41,

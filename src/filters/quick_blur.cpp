@@ -19,6 +19,7 @@ constexpr tFieldInfo kFields[] = {
 constexpr tEffectClass kClass{
     .iid = {0x4AAF626A, 0x228B, 0x4B52, {0xB4, 0xA1, 0x17, 0xD6, 0x68, 0xF7, 0xB1, 0x54}},
     .kind = KWKIND_FILTER,
+    .family = "Blur",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x41,

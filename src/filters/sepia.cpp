@@ -29,6 +29,7 @@ constexpr tPreset<tSEPIAPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x0C8A97E3, 0x62D4, 0x4A1B, {0x9E, 0x70, 0x3A, 0xF5, 0xB1, 0x48, 0x6C, 0x05}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0xC1,

@@ -22,6 +22,7 @@ constexpr tPreset<tSHARPENPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xA47CE461, 0x1310, 0x4181, {0xAE, 0x1B, 0xEF, 0x6D, 0x79, 0xE7, 0xA5, 0x6F}},
     .kind = KWKIND_FILTER,
+    .family = "Detail",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x41,

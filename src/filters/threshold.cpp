@@ -25,6 +25,7 @@ constexpr tPreset<tTHRESHOLDPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x2F4B6E11, 0x8C0A, 0x4D93, {0xB5, 0x17, 0xC2, 0x6A, 0x0E, 0x71, 0x9B, 0x03}},
     .kind = KWKIND_FILTER,
+    .family = "Color",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0xC1,

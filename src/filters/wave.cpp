@@ -35,6 +35,7 @@ constexpr tPreset<tWAVEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x0FCFF565, 0x20BD, 0x4D5E, {0x8E, 0xA2, 0x5A, 0xA6, 0x33, 0x3C, 0x4D, 0x1A}},
     .kind = KWKIND_FILTER,
+    .family = "Stylize",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x01,

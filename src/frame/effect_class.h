@@ -44,8 +44,9 @@ struct tEffectGroup {
 
 /// The data of an effect class. Name, class id, description and page stand in the object map.
 struct tEffectClass {
-    IID iid;   ///< the class's own dual interface; made once, never changed
-    LONG kind; ///< `tEffectKind`; 0 for a generator
+    IID iid;                      ///< the class's own dual interface; made once, never changed
+    LONG kind;                    ///< `tEffectKind`; 0 for a generator
+    const char* family = nullptr; ///< of `tClassInfo`
     LONG minInputs, maxInputs;
     ULONG infoFlags; ///< the `flags` of `tEffectInfo`; their meaning belongs to the host
     ULONG maxBands = 1;

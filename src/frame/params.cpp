@@ -371,7 +371,8 @@ HRESULT CParamObject::GetClassInfo(tClassInfo* out, ULONG size) {
                               .recordSize = static_cast<LONG>(m_class.recordSize),
                               .fieldCount = static_cast<LONG>(m_class.fields.size()),
                               .presetCount = m_class.presets.Count(),
-                              .floatForm = m_class.floatForm},
+                              .floatForm = m_class.floatForm,
+                              .family = m_class.family},
                    out, size);
 }
 

@@ -45,6 +45,7 @@ constexpr tPreset<tTESTPATTERNPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x53D10B0D, 0x2B5E, 0x4916, {0x90, 0x6F, 0x5E, 0x33, 0x0B, 0x5A, 0x06, 0x42}},
     .kind = 0,
+    .family = "Generators",
     .minInputs = 0,
     .maxInputs = 0,
     .infoFlags = 0,

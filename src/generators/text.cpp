@@ -64,6 +64,7 @@ const tPreset<tTEXTPROP> kPresets[] = {{"(Default)", kDefault}};
 const tEffectClass kClass{
     .iid = {0x506F081A, 0x6D38, 0x47E7, {0x80, 0xEE, 0xF3, 0xCA, 0xE8, 0xA0, 0xD3, 0x36}},
     .kind = 0,
+    .family = "Titles",
     .minInputs = 0,
     .maxInputs = 0,
     .infoFlags = 0,

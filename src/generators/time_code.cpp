@@ -64,6 +64,7 @@ constexpr tPreset<tTIMECODEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x4F96B579, 0xE249, 0x412A, {0x8D, 0x81, 0x2B, 0xF4, 0x73, 0x4F, 0xF7, 0x91}},
     .kind = KWKIND_FILTER,
+    .family = "Titles",
     .minInputs = 0,
     .maxInputs = 1,
     .infoFlags = 0x141,

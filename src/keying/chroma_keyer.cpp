@@ -48,6 +48,7 @@ constexpr tPreset<tCHROMAKEYPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xD59DA737, 0xE175, 0x490F, {0xA6, 0x50, 0x0B, 0x8F, 0x8F, 0xFF, 0xB8, 0x13}},
     .kind = KWKIND_FILTER,
+    .family = "Keying",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x01,

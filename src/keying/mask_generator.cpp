@@ -32,6 +32,7 @@ constexpr tPreset<tMASKPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x46E0C97B, 0xD13F, 0x4582, {0xAC, 0x69, 0x98, 0x0D, 0x5B, 0x2E, 0xF7, 0x08}},
     .kind = KWKIND_MASK,
+    .family = "Keying",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x81,

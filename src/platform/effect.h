@@ -157,6 +157,7 @@ struct tClassInfo {
     LONG fieldCount;
     LONG presetCount;
     tFloatForm floatForm;
+    const char* family; ///< the word under which hosts list it with its like: "Blur"
 };
 
 /// The field table of an effect. Every effect and generator answers it.

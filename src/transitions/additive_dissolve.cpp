@@ -7,6 +7,7 @@ namespace {
 constexpr tEffectClass kClass{
     .iid = {0x3DAB2578, 0xFBC5, 0x4FA8, {0x80, 0x8F, 0x0A, 0xD0, 0x5C, 0x8A, 0xA3, 0xD8}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0xC1,

@@ -47,6 +47,7 @@ constexpr tPreset<tBARNPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x75A0008A, 0x47D9, 0x4394, {0xB2, 0xB9, 0xDF, 0x58, 0x67, 0x9A, 0x9A, 0xD0}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0,

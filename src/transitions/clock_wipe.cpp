@@ -26,6 +26,7 @@ constexpr tPreset<tCLOCKPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xA31DD7FE, 0xC551, 0x4628, {0x8C, 0x9C, 0x9A, 0xC3, 0xBB, 0x4F, 0xED, 0x6D}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0xC1,

@@ -42,6 +42,7 @@ constexpr tPreset<tCUTTERINFO> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x05D0540C, 0x94C7, 0x49FE, {0xB1, 0x42, 0x16, 0xEB, 0xC5, 0x1E, 0xA0, 0x3F}},
     .kind = KWKIND_FILTER,
+    .family = "Stylize",
     .minInputs = 1,
     .maxInputs = 1,
     .infoFlags = 0x01,

@@ -65,6 +65,7 @@ constexpr tPreset<tDISSOLVEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x0E0FEC15, 0x07B1, 0x4B6C, {0xAD, 0x1E, 0xFF, 0xFB, 0xBB, 0x5C, 0xEE, 0x5A}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0x81,

@@ -37,6 +37,7 @@ constexpr tPreset<tIRISINFO> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xD93D5A37, 0x5173, 0x4A75, {0xA1, 0xCF, 0x97, 0xC3, 0x79, 0x02, 0xDA, 0x70}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0x41,

@@ -35,6 +35,7 @@ constexpr tPreset<tWIPEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0xA27B36F2, 0xE090, 0x44D2, {0xB9, 0xDF, 0xA7, 0x1C, 0x11, 0x9C, 0xB0, 0xA0}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 1,

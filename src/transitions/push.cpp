@@ -46,6 +46,7 @@ constexpr tPreset<tPUSHPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x0B2CB682, 0xFC64, 0x4B63, {0x99, 0xE5, 0x4C, 0xC3, 0x48, 0x34, 0x6C, 0x57}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0x41,

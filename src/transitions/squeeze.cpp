@@ -51,6 +51,7 @@ constexpr tPreset<tSQUEEZEPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x63A9F9D5, 0x57B8, 0x4BCD, {0xAA, 0xE9, 0xBB, 0xFF, 0x41, 0x6F, 0x29, 0x68}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0x41,

@@ -50,6 +50,7 @@ constexpr tPreset<tZOOMPROP> kPresets[] = {
 constexpr tEffectClass kClass{
     .iid = {0x73B9E165, 0x07FC, 0x430B, {0x84, 0x4B, 0x1D, 0x5F, 0x79, 0x63, 0xF5, 0x0A}},
     .kind = KWKIND_TRANSITION,
+    .family = "Transitions",
     .minInputs = 2,
     .maxInputs = 2,
     .infoFlags = 0,

@@ -12,75 +12,68 @@ namespace {
 std::mutex faultLock;
 std::vector<std::string> faults;
 
-/// The interface's properties: name (a final '*' for any ending), kind of value, most values (0 for any number), and
-/// who has it: (H)ost, (E)ffect, instance (X), (C)lip, (P)arameter, i(M)age, (I)n and (O)ut arguments. A capital may be
-/// set by the plug-in.
+/// The interface's properties: who may set and who may get them of (H)ost, (E)ffect, instance (X), (C)lip, (P)arameter,
+/// i(M)age, (I)n and (O)ut arguments; the kind of their values, '*' for any; how many there may be, 0 for any number.
 struct Row {
-    const char* name;
+    std::string_view sets, gets;
     char kind;
     std::size_t most;
-    const char* sets; ///< by the plug-in
-    const char* gets;
+    std::string_view names; ///< with a blank behind each
 };
 constexpr Row kRows[] = {
-    {"OfxPropLabel", 's', 1, "EP", "EXCP"},
-    {"OfxPropShortLabel", 's', 1, "E", "E"},
-    {"OfxPropLongLabel", 's', 1, "E", "E"},
-    {"OfxImageEffectPluginPropGrouping", 's', 1, "E", "E"},
-    {"OfxPropPluginDescription", 's', 1, "E", "E"},
-    {"OfxPropVersion", 'i', 0, "E", "E"},
-    {"OfxPropVersionLabel", 's', 1, "E", "E"},
-    {"OfxImageEffectPropSupportedContexts", 's', 0, "E", "E"},
-    {"OfxImageEffectPropSupportedPixelDepths", 's', 0, "E", "E"},
-    {"OfxImageEffectPluginRenderThreadSafety", 's', 1, "E", "E"},
-    {"OfxImageEffectPluginPropSingleInstance", 'i', 1, "E", "E"},
-    {"OfxImageEffectPluginPropHostFrameThreading", 'i', 1, "E", "E"},
-    {"OfxImageEffectPropSupportsMultiResolution", 'i', 1, "E", "E"},
-    {"OfxImageEffectPropSupportsTiles", 'i', 1, "EC", "EC"},
-    {"OfxImageEffectPropTemporalClipAccess", 'i', 1, "EC", "EC"},
-    {"OfxImageEffectPluginPropFieldRenderTwiceAlways", 'i', 1, "E", "E"},
-    {"OfxImageEffectPropMultipleClipDepths", 'i', 1, "E", "E"},
-    {"OfxImageEffectPropSupportsMultipleClipPARs", 'i', 1, "E", "E"},
-    {"OfxImageEffectPropSupportedComponents", 's', 0, "C", "C"},
-    {"OfxImageClipPropOptional", 'i', 1, "C", "C"},
-    {"OfxImageClipPropFieldExtraction", 's', 1, "C", "C"},
-    {"OfxPropInstanceData", 'p', 1, "X", "X"},
-    {"OfxImageEffectPropContext", 's', 1, "", "XI"},
-    {"OfxImageEffectPropProjectSize", 'd', 2, "", "X"},
-    {"OfxImageEffectPropProjectOffset", 'd', 2, "", "X"},
-    {"OfxImageEffectPropFrameRate", 'd', 1, "", "XC"},
-    {"OfxParamPropHint", 's', 1, "P", "P"},
-    {"OfxParamPropScriptName", 's', 1, "P", "P"},
-    {"OfxParamPropAnimates", 'i', 1, "P", "P"},
-    {"OfxParamPropDefault", '*', 0, "P", "P"},
-    {"OfxParamPropMin", '*', 0, "P", "P"},
-    {"OfxParamPropMax", '*', 0, "P", "P"},
-    {"OfxParamPropDisplayMin", '*', 0, "P", "P"},
-    {"OfxParamPropDisplayMax", '*', 0, "P", "P"},
-    {"OfxParamPropIncrement", 'd', 1, "P", "P"},
-    {"OfxParamPropDigits", 'i', 1, "P", "P"},
-    {"OfxParamPropDoubleType", 's', 1, "P", "P"},
-    {"OfxParamPropChoiceOption", 's', 0, "P", "P"},
-    {"OfxParamPropStringMode", 's', 1, "P", "P"},
-    {"OfxImagePropData", 'p', 1, "", "M"},
-    {"OfxImagePropRowBytes", 'i', 1, "", "M"},
-    {"OfxImagePropBounds", 'i', 4, "", "M"},
-    {"OfxImageEffectPropPixelDepth", 's', 1, "", "CM"},
-    {"OfxImageEffectPropComponents", 's', 1, "", "CM"},
-    {"OfxImageEffectPropPreMultiplication", 's', 1, "O", "CM"},
-    {"OfxImagePropPixelAspectRatio", 'd', 1, "", "CM"},
-    {"OfxPropTime", 'd', 1, "O", "I"},
-    {"OfxPropName", 's', 1, "O", "I"},
-    {"OfxPropType", 's', 1, "", "I"},
-    {"OfxPropChangeReason", 's', 1, "", "I"},
-    {"OfxImageEffectPropRenderWindow", 'i', 4, "", "I"},
-    {"OfxImageEffectPropRenderScale", 'd', 2, "", "I"},
-    {"OfxImageEffectPropRegionOfDefinition", 'd', 4, "O", ""},
-    {"OfxImageEffectFrameVarying", 'i', 1, "O", ""},
-    {"OfxImageClipPropRoI_Source", 'd', 4, "O", ""},
-    {"OfxImageClipPropRoI_SourceFrom", 'd', 4, "O", ""},
-    {"OfxImageClipPropRoI_SourceTo", 'd', 4, "O", ""},
+    {"EP", "EXCP", 's', 1, "OfxPropLabel "},
+    {"E", "E", 's', 1,
+     "OfxPropShortLabel OfxPropLongLabel OfxImageEffectPluginPropGrouping OfxPropPluginDescription OfxPropVersionLabel "
+     "OfxImageEffectPluginRenderThreadSafety "},
+    {"E", "E", 's', 0, "OfxImageEffectPropSupportedContexts OfxImageEffectPropSupportedPixelDepths "},
+    {"E", "E", 'i', 0, "OfxPropVersion "},
+    {"E", "E", 'i', 1,
+     "OfxImageEffectPluginPropSingleInstance OfxImageEffectPluginPropHostFrameThreading "
+     "OfxImageEffectPropSupportsMultiResolution OfxImageEffectPluginPropFieldRenderTwiceAlways "
+     "OfxImageEffectPropMultipleClipDepths OfxImageEffectPropSupportsMultipleClipPARs "},
+    {"EC", "EC", 'i', 1, "OfxImageEffectPropSupportsTiles OfxImageEffectPropTemporalClipAccess "},
+    {"C", "C", 's', 0, "OfxImageEffectPropSupportedComponents "},
+    {"C", "C", 'i', 1, "OfxImageClipPropOptional "},
+    {"C", "C", 's', 1, "OfxImageClipPropFieldExtraction "},
+    {"X", "X", 'p', 1, "OfxPropInstanceData "},
+    {"", "XI", 's', 1, "OfxImageEffectPropContext "},
+    {"", "X", 'd', 2, "OfxImageEffectPropProjectSize OfxImageEffectPropProjectOffset "},
+    {"", "XC", 'd', 1, "OfxImageEffectPropFrameRate "},
+    {"P", "P", 's', 1, "OfxParamPropHint OfxParamPropScriptName OfxParamPropDoubleType OfxParamPropStringMode "},
+    {"P", "P", 'i', 1, "OfxParamPropAnimates OfxParamPropDigits "},
+    {"P", "P", '*', 0,
+     "OfxParamPropDefault OfxParamPropMin OfxParamPropMax OfxParamPropDisplayMin OfxParamPropDisplayMax "},
+    {"P", "P", 'd', 1, "OfxParamPropIncrement "},
+    {"P", "P", 's', 0, "OfxParamPropChoiceOption "},
+    {"", "M", 'p', 1, "OfxImagePropData "},
+    {"", "M", 'i', 1, "OfxImagePropRowBytes "},
+    {"", "M", 'i', 4, "OfxImagePropBounds "},
+    {"", "CM", 's', 1, "OfxImageEffectPropPixelDepth OfxImageEffectPropComponents "},
+    {"O", "CM", 's', 1, "OfxImageEffectPropPreMultiplication "},
+    {"", "CM", 'd', 1, "OfxImagePropPixelAspectRatio "},
+    {"O", "I", 'd', 1, "OfxPropTime "},
+    {"O", "I", 's', 1, "OfxPropName "},
+    {"", "I", 's', 1, "OfxPropType OfxPropChangeReason "},
+    {"", "I", 'i', 4, "OfxImageEffectPropRenderWindow "},
+    {"", "I", 'd', 2, "OfxImageEffectPropRenderScale "},
+    {"O", "", 'd', 4,
+     "OfxImageEffectPropRegionOfDefinition OfxImageClipPropRoI_Source OfxImageClipPropRoI_SourceFrom "
+     "OfxImageClipPropRoI_SourceTo "},
+    {"O", "", 'i', 1, "OfxImageEffectFrameVarying "},
 };
+
+/// Null for what is no property.
+const Row* rowOf(std::string_view name) {
+    static const auto all = [] {
+        std::map<std::string_view, const Row*> found;
+        for (const Row& row : kRows)
+            for (std::size_t at = 0, end; (end = row.names.find(' ', at)) != std::string_view::npos; at = end + 1)
+                found[row.names.substr(at, end - at)] = &row;
+        return found;
+    }();
+    const auto found = all.find(name);
+    return found == all.end() ? nullptr : found->second;
+}
 
 template <class Handle>
 auto& of(Handle handle) {
@@ -91,16 +84,13 @@ auto& of(Handle handle) {
         return *reinterpret_cast<Effect*>(handle);
 }
 
-bool known(const Properties& set, const char* name, char kind, std::size_t index, bool sets) {
-    constexpr std::string_view letters = "HEXCPMIO";
-    for (const Row& row : kRows)
-        if (std::strcmp(row.name, name) == 0) {
-            const char who = letters[static_cast<std::size_t>(set.owner)];
-            if (std::string_view(sets ? row.sets : row.gets).find(who) == std::string_view::npos) break;
-            if (row.kind != '*' && row.kind != kind) break;
-            if (row.most && index >= row.most) break;
-            return true;
-        }
+bool known(const Properties& set, const char* name, char kind, int index, bool sets) {
+    const Row* const row = rowOf(name);
+    const char who = "HEXCPMIO"[static_cast<std::size_t>(set.owner)];
+    if (row && (sets ? row->sets : row->gets).find(who) != std::string_view::npos &&
+        (row->kind == '*' || row->kind == kind) && index >= 0 &&
+        (!row->most || static_cast<std::size_t>(index) < row->most))
+        return true;
     addFault(std::string(sets ? "sets " : "gets ") + name + " as '" + kind + "' " + std::to_string(index));
     return false;
 }
@@ -108,7 +98,7 @@ bool known(const Properties& set, const char* name, char kind, std::size_t index
 template <class T, char Kind>
 int setOne(PropertySet set, const char* name, int index, T value) {
     Properties& properties = of(set);
-    if (index < 0 || !known(properties, name, Kind, static_cast<std::size_t>(index), true)) return kUnknown;
+    if (!known(properties, name, Kind, index, true)) return kUnknown;
     auto& values = properties.values[name];
     if (values.size() <= static_cast<std::size_t>(index)) values.resize(static_cast<std::size_t>(index) + 1);
     values[static_cast<std::size_t>(index)] = value;
@@ -118,7 +108,7 @@ int setOne(PropertySet set, const char* name, int index, T value) {
 template <class T, char Kind, class Held = T>
 int getOne(PropertySet set, const char* name, int index, T* out) {
     Properties& properties = of(set);
-    if (index < 0 || !known(properties, name, Kind, static_cast<std::size_t>(index), false)) return kUnknown;
+    if (!known(properties, name, Kind, index, false)) return kUnknown;
     const auto found = properties.values.find(std::string_view(name));
     if (found == properties.values.end() || found->second.size() <= static_cast<std::size_t>(index)) return kUnknown;
     auto* const held = std::get_if<Held>(&found->second[static_cast<std::size_t>(index)]);
@@ -252,6 +242,10 @@ int paramGetHandle(ParamSet handle, const char* name, ParamHandle* param, Proper
     return kOk;
 }
 
+bool isWhole(const Parameter& parameter) {
+    return parameter.type == "Integer" || parameter.type == "Boolean" || parameter.type == "Choice";
+}
+
 int getValueAtTime(ParamHandle handle, double time, ...) {
     Parameter& parameter = of(handle);
     std::va_list arguments;
@@ -261,7 +255,7 @@ int getValueAtTime(ParamHandle handle, double time, ...) {
     else
         for (const double number : parameter.numbers) {
             const double value = number + parameter.perFrame * time;
-            if (parameter.type == "Integer" || parameter.type == "Boolean" || parameter.type == "Choice")
+            if (isWhole(parameter))
                 *va_arg(arguments, int*) = static_cast<int>(value);
             else
                 *va_arg(arguments, double*) = value;
@@ -278,9 +272,7 @@ int setValue(ParamHandle handle, ...) {
         parameter.text = va_arg(arguments, char*);
     else
         for (double& number : parameter.numbers)
-            number = parameter.type == "Integer" || parameter.type == "Boolean" || parameter.type == "Choice"
-                         ? va_arg(arguments, int)
-                         : va_arg(arguments, double);
+            number = isWhole(parameter) ? va_arg(arguments, int) : va_arg(arguments, double);
     va_end(arguments);
     return kOk;
 }
@@ -301,12 +293,32 @@ const ParameterSuite parameterSuite{.define = &paramDefine,
                                             return static_cast<int>(kOk);
                                         }};
 
+int messageVersion = 2;
+
+template <bool Stays>
+int tell(EffectHandle handle, const char* type, const char*, const char* format, ...) {
+    if (std::strcmp(type, "OfxMessageError") != 0 || std::strcmp(format, "%s") != 0) addFault("tells otherwise");
+    if (Stays != (messageVersion == 2)) addFault("tells what stays as what does not");
+    std::va_list arguments;
+    va_start(arguments, format);
+    of(handle).messages.emplace_back(va_arg(arguments, const char*));
+    va_end(arguments);
+    return kOk;
+}
+
+const MessageSuite messageSuite{
+    .message = &tell<false>, .setPersistent = &tell<true>, .clearPersistent = [](EffectHandle handle) {
+        of(handle).messages.emplace_back("nothing");
+        return static_cast<int>(kOk);
+    }};
+
 bool mayFetch = false;
 
 const void* fetchSuite(PropertySet, const char* name, int version) {
     if (!mayFetch) addFault(std::string("fetches a suite before it is loaded: ") + name);
-    if (version != 1) return nullptr;
     const std::string_view wanted = name;
+    if (wanted == "OfxMessageSuite") return version == messageVersion ? &messageSuite : nullptr;
+    if (version != 1) return nullptr;
     if (wanted == "OfxPropertySuite") return &propertySuite;
     if (wanted == "OfxImageEffectSuite") return &effectSuite;
     return wanted == "OfxParameterSuite" ? &parameterSuite : nullptr;
@@ -336,30 +348,11 @@ double Properties::number(const std::string& name, std::size_t index) const {
     return whole ? *whole : std::get<double>(found->second[index]);
 }
 
-Picture::Picture(Area area, bool isFloat, Alpha state, int padding, bool topDown)
-    : bounds(area), floats(isFloat), alpha(state), rowBytes(area.width() * (isFloat ? 16 : 4) + padding),
-      memory(static_cast<std::size_t>(rowBytes * (area.height() + 2)), std::byte{0xA5}) {
-    first = memory.data() + rowBytes * (topDown ? area.height() : 1);
-    if (topDown) rowBytes = -rowBytes;
-}
-
-std::vector<std::byte> Picture::pixels(const Area& area) {
-    std::vector<std::byte> all;
-    for (int y = area.y2 - 1; y >= area.y1; --y)
-        all.insert(all.end(), at(area.x1, y), at(area.x1, y) + area.width() * (floats ? 16 : 4));
-    return all;
-}
-
-bool Picture::differsOutside(Picture before, const Area& area) {
-    before.first = before.memory.data() + (first - memory.data());
-    for (int y = area.y1; y < area.y2; ++y)
-        std::memcpy(before.at(area.x1, y), at(area.x1, y), static_cast<std::size_t>(area.width()) * (floats ? 16 : 4));
-    return before.memory != memory;
-}
-
-LoadedPlugin::LoadedPlugin(PluginEntry& entry) : m_entry(entry) {
+LoadedPlugin::LoadedPlugin(PluginEntry& entry, int withMessages) : m_entry(entry) {
     static Properties hostProperties(Owner::Host);
-    static Host host{hostProperties.handle(), &fetchSuite};
+    static Host hosts[3]; // what a plug-in has of one it need not ask for again
+    Host& host = hosts[withMessages] = {hostProperties.handle(), &fetchSuite};
+    messageVersion = withMessages;
     mayFetch = false;
     entry.setHost(&host);
     mayFetch = true;

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "bridges/openfx/picture.h"
+#include "bridges/openfx_picture.h"
 
 namespace openfxhost {
 
@@ -39,23 +39,6 @@ struct Properties {
     double number(const std::string& name, std::size_t index = 0) const;
 };
 
-/// A host's picture with memory around it that nobody may write to.
-struct Picture {
-    Picture(Area area, bool isFloat, Alpha state, int padding = 0, bool topDown = false);
-
-    Area bounds;
-    bool floats;
-    Alpha alpha;
-    std::ptrdiff_t rowBytes;
-    std::vector<std::byte> memory;
-    std::byte* first; ///< the pixel at x1, y1
-
-    std::byte* at(int x, int y) { return first + (y - bounds.y1) * rowBytes + (x - bounds.x1) * (floats ? 16 : 4); }
-    std::vector<std::byte> pixels(const Area& area);
-    /// Whether anything but `area` differs from `before`.
-    bool differsOutside(Picture before, const Area& area);
-};
-
 struct Clip {
     Properties properties{Owner::Clip};
     Picture* picture = nullptr; ///< the host's choice; null for none connected
@@ -77,9 +60,10 @@ struct Effect {
     Properties properties;
     std::map<std::string, std::unique_ptr<Clip>> clips;
     std::map<std::string, std::unique_ptr<Parameter>> parameters;
-    std::vector<std::string> order; ///< of the definition of parameters
-    std::string action;             ///< that runs
-    int images = 0;                 ///< out at the moment
+    std::vector<std::string> order;    ///< of the definition of parameters
+    std::string action;                ///< that runs
+    std::vector<std::string> messages; ///< to the user; "nothing" where the one that stands is taken away
+    int images = 0;                    ///< out at the moment
     int edits = 0;
     int abortAfter = -1; ///< so many times the host goes on
     std::string context;
@@ -88,7 +72,8 @@ struct Effect {
 /// A plug-in of an opened file, loaded and described.
 class LoadedPlugin {
   public:
-    explicit LoadedPlugin(PluginEntry& entry);
+    /// @param withMessages version of the suite that tells users; 0 for none
+    explicit LoadedPlugin(PluginEntry& entry, int withMessages = 2);
 
     /// What the plug-in tells in a context.
     std::unique_ptr<Effect> describe(const std::string& context);

@@ -5,11 +5,16 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <random>
 #include <set>
+#include <sstream>
 #include <thread>
+
+#include <malloc.h>
 
 #include <gtest/gtest.h>
 
@@ -195,6 +200,41 @@ Surface commanded(const EffectInfo& info, const std::vector<std::string>& settin
     return output;
 }
 
+std::string valueText(const Parameter& parameter, const std::string& property) {
+    std::string text;
+    for (std::size_t i = 0; i < parameter.properties.values.at(property).size(); ++i) {
+        char number[32];
+        std::snprintf(number, sizeof number, "%s%.10g", i ? " " : "", parameter.properties.number(property, i));
+        text += number;
+    }
+    return text;
+}
+
+/// What the plug-in tells of itself, for people, in the general context.
+std::string listing(LoadedPlugin& plugin) {
+    const auto effect = plugin.describe(kGeneral);
+    const Properties& told = plugin.descriptor();
+    std::string text = std::string(plugin.entry().identifier) + " \"" + told.text("OfxPropLabel") + "\", " +
+                       told.text("OfxImageEffectPluginPropGrouping") + "\nclips:";
+    for (const auto& [name, clip] : effect->clips) text += " " + name;
+    for (const std::string& name : effect->order) {
+        const Parameter& parameter = *effect->parameters.at(name);
+        const Properties& has = parameter.properties;
+        char line[200];
+        std::snprintf(line, sizeof line, "\n%-30s %-8s \"%s\" = ", name.c_str(), parameter.type.c_str(),
+                      has.text("OfxPropLabel").c_str());
+        text += line;
+        text += parameter.type == "String" ? '"' + has.text("OfxParamPropDefault") + '"'
+                                           : valueText(parameter, "OfxParamPropDefault");
+        if (has.has("OfxParamPropMin"))
+            text += ", " + valueText(parameter, "OfxParamPropMin") + " to " + valueText(parameter, "OfxParamPropMax");
+        for (std::size_t i = 0;
+             has.has("OfxParamPropChoiceOption") && i < has.values.at("OfxParamPropChoiceOption").size(); ++i)
+            text += (i ? " | " : ": ") + has.text("OfxParamPropChoiceOption", i);
+    }
+    return text + "\n\n";
+}
+
 RectD regionOf(const Area& area) {
     return {double(area.x1), double(area.y1), double(area.x2), double(area.y2)};
 }
@@ -203,8 +243,10 @@ RectD regionOf(const Area& area) {
 struct Bench {
     Bench(std::size_t nth, const std::string& context, const Area& frame, bool floats, Alpha alpha, int padding = 0,
           bool topDown = false)
-        : info(infoOf(nth)), instance(*plugins()[nth], context), frame(frame),
-          out(frame, floats, alpha, padding, topDown) {
+        : Bench(*plugins()[nth], infoOf(nth), context, frame, floats, alpha, padding, topDown) {}
+    Bench(LoadedPlugin& plugin, const EffectInfo& info, const std::string& context, const Area& frame, bool floats,
+          Alpha alpha, int padding = 0, bool topDown = false)
+        : info(info), instance(plugin, context), frame(frame), out(frame, floats, alpha, padding, topDown) {
         for (const std::string& name : inputsOf(info)) {
             pictures.push_back(std::make_unique<Picture>(frame, floats, alpha, padding, topDown));
             connect(name, *pictures.back());
@@ -255,56 +297,54 @@ class OpenFx : public testing::Test {
     }
 };
 
+// Projects keep identifiers, names, the order of choices. After a change that is meant, LARKMOOR_UPDATE=1 writes the
+// file anew.
+TEST_F(OpenFx, TellsWhatProjectsKeep) {
+    const char* const file = LARKMOOR_TEST_FOLDER "/data/openfx.txt";
+    std::string told;
+    for (const auto& plugin : plugins()) told += listing(*plugin);
+    if (std::getenv("LARKMOOR_UPDATE")) std::ofstream(file) << told;
+    std::stringstream kept;
+    kept << std::ifstream(file).rdbuf();
+    EXPECT_EQ(told, kept.str());
+}
+
 TEST_F(OpenFx, TellsEveryEffectAndParameter) {
-    std::set<std::string> identifiers;
     for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
         LoadedPlugin& plugin = *plugins()[nth];
         const EffectInfo& info = infoOf(nth);
         SCOPED_TRACE(info.name);
         EXPECT_STREQ(plugin.entry().api, "OfxImageEffectPluginAPI");
         EXPECT_EQ(plugin.entry().apiVersion, 1);
-        const std::string identifier = plugin.entry().identifier;
-        EXPECT_TRUE(identifier.starts_with("org.larkmoor.")) << identifier;
-        EXPECT_EQ(identifier.find_first_of(" :-()"), std::string::npos) << identifier;
-        EXPECT_TRUE(identifiers.insert(identifier).second);
-        EXPECT_EQ(plugin.descriptor().text("OfxPropLabel"), info.name);
-        EXPECT_TRUE(plugin.descriptor().text("OfxImageEffectPluginPropGrouping").starts_with("Larkmoor/"));
-        EXPECT_EQ(plugin.descriptor().text("OfxImageEffectPropSupportedContexts"), contextOf(info));
-        EXPECT_EQ(plugin.descriptor().text("OfxImageEffectPropSupportedContexts", 1), kGeneral);
-        EXPECT_EQ(plugin.descriptor().text("OfxImageEffectPluginRenderThreadSafety"),
-                  "OfxImageEffectRenderInstanceSafe");
+        EXPECT_EQ(std::string_view(plugin.entry().identifier).find_first_of(" :-()"), std::string::npos);
+        const Properties& told = plugin.descriptor();
+        EXPECT_EQ(told.text("OfxImageEffectPropSupportedContexts"), contextOf(info));
+        EXPECT_EQ(told.text("OfxImageEffectPropSupportedContexts", 1), kGeneral);
+        EXPECT_EQ(told.text("OfxImageEffectPluginRenderThreadSafety"), "OfxImageEffectRenderInstanceSafe");
         EXPECT_EQ(plugin.call(nullptr, "OfxActionOfTomorrow"), kReplyDefault);
-        for (const std::string& context : {contextOf(info), std::string(kGeneral)}) {
+        for (const std::string& context : {contextOf(info), std::string(kGeneral), std::string("OfxOfTomorrow")}) {
             const auto effect = plugin.describe(context);
             std::set<std::string> clips, wanted{"Output"};
-            for (const auto& [name, clip] : effect->clips) clips.insert(name);
-            for (const std::string& name : inputsOf(info)) wanted.insert(name);
-            EXPECT_EQ(clips, wanted);
             for (const auto& [name, clip] : effect->clips) {
+                clips.insert(name);
                 EXPECT_EQ(clip->properties.text("OfxImageEffectPropSupportedComponents"), "OfxImageComponentRGBA");
                 EXPECT_EQ(clip->properties.text("OfxImageClipPropFieldExtraction"), "OfxFieldBoth");
             }
-            const bool transition = info.kind == EffectKind::Transition;
-            EXPECT_EQ(effect->parameters.count("Transition"), transition && context != kGeneral);
-            EXPECT_EQ(effect->parameters.count("progress"), transition && context == kGeneral);
-            EXPECT_EQ(effect->parameters.count("preset"), !info.presets.empty());
-            EXPECT_EQ(effect->parameters.count("startTime"), info.watchesTime);
+            for (const std::string& name : inputsOf(info)) wanted.insert(name);
+            EXPECT_EQ(clips, wanted);
+            const bool transition = info.kind == EffectKind::Transition, fixed = context == contextOf(info);
+            EXPECT_EQ(effect->parameters.count("Transition"), transition && fixed);
+            EXPECT_EQ(effect->parameters.count("progress"), transition && !fixed);
             for (const tFieldInfo& field : info.fields)
                 EXPECT_EQ(effect->parameters.count(parameterOf(field)), !isKept(field));
             for (const auto& [name, parameter] : effect->parameters) {
-                SCOPED_TRACE(name);
-                EXPECT_EQ(name.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_"),
-                          std::string::npos);
                 const auto& p = parameter->properties;
-                EXPECT_NE(p.text("OfxPropLabel"), "");
-                EXPECT_NE(p.text("OfxParamPropHint"), "");
-                if (parameter->type == "Double" || parameter->type == "Integer") {
-                    EXPECT_LT(p.number("OfxParamPropMin"), p.number("OfxParamPropMax"));
-                    EXPECT_EQ(p.number("OfxParamPropMin"), p.number("OfxParamPropDisplayMin"));
-                    EXPECT_EQ(p.number("OfxParamPropMax"), p.number("OfxParamPropDisplayMax"));
-                    EXPECT_LE(p.number("OfxParamPropMin"), p.number("OfxParamPropDefault"));
-                    EXPECT_GE(p.number("OfxParamPropMax"), p.number("OfxParamPropDefault"));
-                }
+                EXPECT_NE(p.text("OfxParamPropHint"), "") << name;
+                if (!p.has("OfxParamPropMin")) continue;
+                EXPECT_TRUE(p.values.at("OfxParamPropMin") == p.values.at("OfxParamPropDisplayMin")) << name;
+                EXPECT_TRUE(p.values.at("OfxParamPropMax") == p.values.at("OfxParamPropDisplayMax")) << name;
+                EXPECT_LE(p.number("OfxParamPropMin"), p.number("OfxParamPropDefault")) << name;
+                EXPECT_GE(p.number("OfxParamPropMax"), p.number("OfxParamPropDefault")) << name;
             }
         }
     }
@@ -495,6 +535,10 @@ TEST_F(OpenFx, PresetsSetTheParametersOrStandForThem) {
             EXPECT_EQ(bench.instance.call("OfxActionInstanceChanged", &in), kReplyDefault);
             EXPECT_EQ(bench.instance.parameter("preset").numbers[0], preset + 1.0);
             in.put<std::string>("OfxPropChangeReason", {"OfxChangeUserEdited"});
+            in.put<std::string>("OfxPropName", {"Source"});
+            EXPECT_EQ(bench.instance.call("OfxActionInstanceChanged", &in), kReplyDefault);
+            EXPECT_EQ(bench.instance.parameter("preset").numbers[0], preset + 1.0);
+            in.put<std::string>("OfxPropName", {"preset"});
             EXPECT_EQ(bench.instance.call("OfxActionInstanceChanged", &in), kOk);
             EXPECT_EQ(bench.instance.parameter("preset").numbers[0], 0.0);
             EXPECT_EQ(bench.instance.render(0, frame), kOk);
@@ -506,10 +550,17 @@ TEST_F(OpenFx, PresetsSetTheParametersOrStandForThem) {
 TEST_F(OpenFx, WhatIsMeasuredInPixelsFollowsTheScale) {
     constexpr Area full{0, 0, 120, 60}, half{0, 0, 60, 30};
     Bench text(numbered("Text"), kGeneral, half, false, Alpha::Straight);
-    text.instance.clip("Output").region = regionOf(full);
     text.instance.parameter("fontSize").numbers = {40};
-    EXPECT_EQ(text.instance.render(0, half, 0.5, 0.5), kOk);
-    EXPECT_EQ(differences(text.out, half, half, commanded(text.info, {"font=Arial 20"}, {}, 0, 0, text.target())), 0);
+    // Letters do not become smaller than 4 pixels; a scale that cannot be is none.
+    const std::tuple<double, double, int> heights[] = {{0.5, 0.5, 20},  {2, 2, 80},   {0.02, 0.02, 4},
+                                                       {2e-4, 2e-4, 4}, {0, 1, 40},   {-1, 1, 40},
+                                                       {5e-5, 1, 40},   {1e5, 1, 40}, {std::nan(""), 1, 40}};
+    for (const auto& [scale, taken, pixels] : heights) {
+        text.instance.clip("Output").region = {0, 0, 60 / taken, 30 / taken};
+        EXPECT_EQ(text.instance.render(0, half, scale, scale), kOk);
+        const Surface want = commanded(text.info, {"font=Arial " + std::to_string(pixels)}, {}, 0, 0, text.target());
+        EXPECT_EQ(differences(text.out, half, half, want), 0) << scale;
+    }
     Bench keyer(numbered("Chroma Keyer"), kGeneral, half, false, Alpha::Premultiplied);
     keyer.instance.clip("Output").region = regionOf(full);
     const auto inputs = keyer.feed(true);
@@ -531,14 +582,29 @@ TEST_F(OpenFx, RegionsFollowThePixelsAspect) {
     EXPECT_EQ(differences(bench.out, frame, window, commanded(bench.info, {}, inputs, 0, 0, bench.target())), 0);
 }
 
+// Straight where any input is, else premultiplied: an effect may clear what was opaque.
+TEST_F(OpenFx, PreferencesFollowTheInputs) {
+    constexpr const char* states[] = {"OfxImageOpaque", "OfxImageAlphaPremultiplied", "OfxImageAlphaUnPremultiplied"};
+    for (std::size_t nth = 0; nth < plugins().size(); ++nth)
+        for (int way = 0; way < 9; ++way) {
+            Instance instance(*plugins()[nth], kGeneral);
+            const auto inputs = inputsOf(infoOf(nth));
+            bool straight = false;
+            for (std::size_t i = 0; i < inputs.size(); ++i) {
+                const int state = i ? way / 3 : way % 3;
+                straight = straight || state == 2;
+                instance.clip(inputs[i]).properties.put<std::string>("OfxImageEffectPropPreMultiplication",
+                                                                     {states[state]});
+            }
+            Properties out(Owner::Out);
+            EXPECT_EQ(instance.call("OfxImageEffectActionGetClipPreferences", nullptr, &out), kOk);
+            EXPECT_EQ(out.number("OfxImageEffectFrameVarying"), infoOf(nth).watchesTime) << infoOf(nth).name;
+            EXPECT_EQ(out.text("OfxImageEffectPropPreMultiplication"), states[straight ? 2 : 1]) << infoOf(nth).name;
+        }
+}
+
 TEST_F(OpenFx, TimeAndKeysReachTheEffect) {
     constexpr Area frame{0, 0, 160, 90};
-    for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
-        Instance instance(*plugins()[nth], kGeneral);
-        Properties out(Owner::Out);
-        EXPECT_EQ(instance.call("OfxImageEffectActionGetClipPreferences", nullptr, &out), kOk);
-        EXPECT_EQ(out.number("OfxImageEffectFrameVarying"), infoOf(nth).watchesTime) << infoOf(nth).name;
-    }
     Bench code(numbered("Timecode"), kGeneral, frame, false, Alpha::Premultiplied);
     const auto inputs = code.feed(true);
     code.instance.parameter("startTime").numbers = {1};
@@ -592,6 +658,55 @@ TEST_F(OpenFx, StandsWhateverAHostSends) {
     }
 }
 
+// The longest text is taken, a longer one leaves the default.
+TEST_F(OpenFx, TextsHaveAnEnd) {
+    constexpr Area frame{0, 0, 60, 30};
+    Bench bench(numbered("Text"), kGeneral, frame, false, Alpha::Straight);
+    for (const auto& [blanks, text] : {std::pair{65534, "A"}, {65535, "Text"}}) {
+        bench.instance.parameter("text").text = "A" + std::string(static_cast<std::size_t>(blanks), '\n');
+        bench.instance.parameter("fontSize").numbers = {12};
+        bench.instance.parameter("vertical").numbers = {0};
+        EXPECT_EQ(bench.instance.render(0, frame), kOk);
+        const Surface want = commanded(bench.info, {"font=Arial 12", "vertical=Top", std::string("text=") + text}, {},
+                                       0, 0, bench.target());
+        EXPECT_EQ(differences(bench.out, frame, frame, want), 0) << blanks;
+    }
+}
+
+// The user is told what keeps a frame from being made, once, and that it no longer does.
+TEST_F(OpenFx, FailuresAreTold) {
+    constexpr Area frame{0, 0, 20, 14};
+    using Told = std::vector<std::string>;
+    for (const int version : {0, 1, 2}) {
+        LoadedPlugin plugin(plugins()[numbered("Sepia")]->entry(), version);
+        Bench bench(plugin, infoOf(numbered("Sepia")), kGeneral, frame, true, Alpha::Opaque);
+        bench.feed(true);
+        const auto frames = [&](int status) {
+            bench.instance.effect().messages.clear();
+            EXPECT_EQ(bench.instance.render(0, frame), status);
+            EXPECT_EQ(bench.instance.render(0, frame), status);
+            return bench.instance.effect().messages;
+        };
+        const auto told = [&](const char* sentence) { return version ? Told{sentence} : Told{}; };
+        EXPECT_EQ(frames(kOk), Told{});
+        bench.instance.clip("Source").picture = nullptr;
+        EXPECT_EQ(frames(kFailed), told("Sepia has no picture to work on: connect one to it"));
+        bench.connect("Source", *bench.pictures[0]);
+        EXPECT_EQ(frames(kOk), version == 2 ? Told{"nothing"} : Told{});
+        Picture bytes(frame, false, Alpha::Opaque);
+        bench.connect("Source", bytes);
+        EXPECT_EQ(frames(kImageFormat),
+                  told("Sepia takes pictures of red, green, blue and alpha, all in bytes or all in floats"));
+        bench.instance.clip("Output").picture = nullptr;
+        EXPECT_EQ(frames(kFailed), told("the host gives Sepia no picture to draw on"));
+        Picture wide({0, 0, 40000, 1}, true, Alpha::Opaque);
+        bench.connect("Output", wide);
+        bench.instance.clip("Output").region = {};
+        EXPECT_EQ(frames(kFailed), told("a picture of 40000 by 1 pixels is too large for Sepia: sides go up to 32768"));
+    }
+    LoadedPlugin again(plugins()[numbered("Sepia")]->entry());
+}
+
 TEST_F(OpenFx, FramesAreGivenUpBetweenBands) {
     constexpr Area frame{0, 0, 200, 120};
     Bench bench(numbered("Iris"), kGeneral, frame, false, Alpha::Premultiplied);
@@ -632,6 +747,22 @@ TEST_F(OpenFx, GeneratorsFillTheProjectAndFiltersSeeAllOfTheirInput) {
         for (const std::string& name : inputsOf(infoOf(nth)))
             EXPECT_EQ(out.number("OfxImageClipPropRoI_" + name, 3), 40) << infoOf(nth).name;
     }
+}
+
+// The least block, left behind by each frame or instance, would be twice what the allocator keeps by itself.
+TEST_F(OpenFx, NothingGrows) {
+    constexpr Area frame{0, 0, 24, 16};
+    const auto after = [&](int rounds) {
+        for (int round = 0; round < rounds; ++round)
+            for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
+                LoadedPlugin plugin(plugins()[nth]->entry());
+                Bench bench(plugin, infoOf(nth), kGeneral, frame, nth % 2, Alpha::Straight);
+                EXPECT_EQ(bench.instance.render(0, frame), kOk);
+            }
+        return ::mallinfo2().uordblks;
+    };
+    const auto before = after(2);
+    EXPECT_LT(after(60), before + 32000);
 }
 
 // Instances on several threads: made, rendered and ended at random, each frame as it is by itself.

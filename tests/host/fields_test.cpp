@@ -8,6 +8,7 @@
 
 #include "host/module.h"
 #include "host/names.h"
+#include "host/plug_in.h"
 
 namespace larkmoor {
 namespace {
@@ -256,6 +257,22 @@ TEST(HostNames, NearestAreOffered) {
     EXPECT_FALSE(sameName("-", "_"));
     EXPECT_EQ(inQuotes("a\nb"), "\"a b\"");
     EXPECT_LT(inQuotes(std::string(1000, 'x')).size(), 70u);
+}
+
+// What hosts send of "#RRGGBB" in floats is its bytes again.
+TEST(HostPlugIns, ChannelsTakeWholeSteps) {
+    for (int step = 0; step < 256; ++step) EXPECT_EQ(wholeStep(static_cast<float>(step) / 255.0f), step / 255.0);
+    for (const double between : {0.5, 18.001 / 255, 17.999 / 255, 1.5}) EXPECT_EQ(wholeStep(between), between);
+}
+
+TEST(HostPlugIns, ElementsHaveWords) {
+    tFieldInfo color = row("color", KWFIELD_COLOR, KWTYPE_FLOAT, 0, 4, "bgra"),
+               plain = row("p", KWFIELD_NUMBER, KWTYPE_FLOAT, 0, 2);
+    EXPECT_EQ(elementWords(color, 0, 4).name, "Red");
+    EXPECT_EQ(elementWords(color, 3, 4).label, " alpha");
+    EXPECT_EQ(elementWords(plain, 1, 2).label, " 2");
+    EXPECT_EQ(elementWords(row("at", KWFIELD_POINT, KWTYPE_DOUBLE, 0, 2, "xy"), 0, 2).label, " X");
+    EXPECT_EQ(elementWords(plain, 0, 1).name, "");
 }
 
 } // namespace
