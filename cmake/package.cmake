@@ -36,7 +36,7 @@ larkmoor_package(runtime larkmoor video "video effects for clips and stills"
     "33 effects, exact to the byte: filters, transitions, keying,\ngenerators and broadcast legality, with the command larkmoor for clips,\nstills and raw frames and the library that programs link."
     "")
 larkmoor_package(plugins larkmoor-plugins video "video effects as plug-ins for editors"
-    "The effects of Larkmoor as frei0r plug-ins, for FFmpeg, MLT, Kdenlive and\nGStreamer." "${SAME}")
+    "The effects of Larkmoor as frei0r plug-ins, for FFmpeg, MLT, Kdenlive,\nShotcut and GStreamer." "${SAME}")
 larkmoor_package(openfx larkmoor-openfx video "video effects for hosts of OpenFX"
     "The effects of Larkmoor as one OpenFX bundle, whole by itself, for hosts of\nfilm and grading." "")
 # Looked for when they are first needed: letters, and the words of locales.

@@ -1,4 +1,4 @@
-// larkmoor-frei0r-describe MODULE FOLDER    writes the descriptions for Kdenlive and MLT below the folder
+// larkmoor-frei0r-describe MODULE FOLDER    writes the descriptions for Kdenlive, MLT and Shotcut below the folder
 // larkmoor-frei0r-describe MODULE           prints the reference of parameters
 #include <cstdio>
 #include <exception>
@@ -23,9 +23,12 @@ int main(int argc, char** argv) {
                 std::printf("\n%s", frei0r::referenceOf(plugin).c_str());
             return 0;
         }
-        for (const char* const part : {"kdenlive", "mlt-7"}) fs::remove_all(fs::path(argv[2]) / part);
-        for (const frei0r::Plugin& plugin : catalog.plugins())
-            for (const frei0r::Description& one : {frei0r::kdenliveOf(plugin), frei0r::mltOf(plugin)}) {
+        for (const char* const part : {"kdenlive", "mlt-7", "shotcut"}) fs::remove_all(fs::path(argv[2]) / part);
+        for (const frei0r::Plugin& plugin : catalog.plugins()) {
+            std::vector<frei0r::Description> all = frei0r::shotcutOf(plugin);
+            all.push_back(frei0r::kdenliveOf(plugin));
+            all.push_back(frei0r::mltOf(plugin));
+            for (const frei0r::Description& one : all) {
                 const fs::path path = fs::path(argv[2]) / one.path;
                 fs::create_directories(path.parent_path());
                 std::ofstream file(path, std::ios::binary);
@@ -33,6 +36,7 @@ int main(int argc, char** argv) {
                 file.close();
                 if (!file) throw Error("cannot write " + path.string());
             }
+        }
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "larkmoor-frei0r-describe: %s\n", error.what());

@@ -75,9 +75,9 @@ std::string joined(const std::vector<std::string>& texts, const char* between) {
     return fmt::format("{}", fmt::join(texts, between));
 }
 
-/// What Kdenlive begins with: a preset that shows where the fields' own defaults leave the picture as it is and no
+/// What an editor begins with: a preset that shows where the fields' own defaults leave the picture as it is and no
 /// slider invites to be moved first.
-Value kdenliveStart(const EffectInfo& info, const Parameter& parameter) {
+Value startOf(const EffectInfo& info, const Parameter& parameter) {
     constexpr std::pair<const char*, const char*> kPresets[] = {{"DXTSepia", "Warm"},
                                                                 {"DXTDesaturate", "100% Black and White"}};
     for (const auto& [className, preset] : kPresets)
@@ -88,7 +88,7 @@ Value kdenliveStart(const EffectInfo& info, const Parameter& parameter) {
 }
 
 std::string kdenliveParameter(const EffectInfo& info, Parameter parameter, std::size_t index) {
-    parameter.initial = kdenliveStart(info, parameter);
+    parameter.initial = startOf(info, parameter);
     std::string title = parameter.title, shape;
     if (parameter.role == Role::Progress) {
         shape = R"(type="switch" default="0=0;-1=1" min="0=0;-1=1" max="0=1;-1=0")";
@@ -122,6 +122,49 @@ std::string kdenliveParameter(const EffectInfo& info, Parameter parameter, std::
     return fmt::format("    <parameter {} name=\"{}\">\n        <name>{}</name>\n        <comment>{}</comment>\n"
                        "    </parameter>\n",
                        shape, index, xml(title), xml(parameter.help));
+}
+
+/// In single quotes, for QML.
+std::string quoted(std::string_view text) {
+    std::string escaped = "'";
+    for (const char c : text)
+        if (c == '\n')
+            escaped += "\\n";
+        else
+            (c == '\'' || c == '\\' ? escaped += '\\' : escaped) += c;
+    return escaped + '\'';
+}
+
+bool animates(const Parameter& parameter) {
+    return parameter.type == F0R_PARAM_DOUBLE && listOf(parameter).values.empty() && parameter.role == Role::Field &&
+           parameter.field->ramp != KWRAMP_START;
+}
+
+/// A row of Shotcut's controls.
+std::string shotcutField(const EffectInfo& info, Parameter parameter, std::size_t index) {
+    parameter.initial = startOf(info, parameter);
+    std::string initial = initialText(parameter), shape;
+    if (parameter.type == F0R_PARAM_BOOL) {
+        shape = "kind: 'switch'";
+    } else if (parameter.type == F0R_PARAM_COLOR) {
+        shape = "kind: 'color'";
+        // Qt's text of a colour without alpha.
+        initial = '#' + initial.substr(2, 6);
+    } else if (parameter.type == F0R_PARAM_STRING) {
+        shape = "kind: 'text'";
+    } else if (const List list = listOf(parameter); !list.values.empty()) {
+        std::vector<std::string> words;
+        for (const std::string& word : list.words) words.push_back(quoted(word));
+        shape = fmt::format("kind: 'list', values: [{}], words: [{}]", joined(list.values, ", "), joined(words, ", "));
+    } else {
+        const double range = parameter.maximum - parameter.minimum;
+        const int decimals =
+            parameter.whole ? 0 : std::clamp(3 - static_cast<int>(std::floor(std::log10(range))), 0, 3);
+        shape = fmt::format("kind: 'slider', low: {:.10g}, high: {:.10g}, decimals: {}, unit: {}", parameter.minimum,
+                            parameter.maximum, decimals, quoted(parameter.unit.empty() ? "" : " " + parameter.unit));
+    }
+    return fmt::format("        {{ property: '{}', title: {}, help: {}, initial: {}, animates: {}, {} }},\n", index,
+                       quoted(parameter.title), quoted(parameter.help), quoted(initial), animates(parameter), shape);
 }
 
 const char* kindOf(const Plugin& plugin, const char* filter, const char* transition, const char* source) {
@@ -159,6 +202,34 @@ Description kdenliveOf(const Plugin& plugin) {
     for (std::size_t i = 0; i < plugin.parameters.size(); ++i)
         text += kdenliveParameter(*plugin.info, plugin.parameters[i], i);
     return {fmt::format("kdenlive/{}s/frei0r_{}.xml", kind, plugin.fileName), text + fmt::format("</{}>\n", kind)};
+}
+
+std::vector<Description> shotcutOf(const Plugin& plugin) {
+    if (plugin.type != F0R_PLUGIN_TYPE_FILTER) return {};
+    std::string curves, fields;
+    for (std::size_t i = 0; i < plugin.parameters.size(); ++i) {
+        fields += shotcutField(*plugin.info, plugin.parameters[i], i);
+        if (animates(plugin.parameters[i]))
+            curves +=
+                fmt::format("            Parameter {{ name: {}; property: '{}'; isCurve: true; minimum: 0; maximum: 1 "
+                            "}},\n",
+                            quoted(plugin.parameters[i].title), i);
+    }
+    const auto list = [](std::string items) {
+        if (!items.empty()) items.erase(items.size() - 2, 1);
+        return items;
+    };
+    const std::string folder = "shotcut/qml/filters/" + plugin.fileName;
+    return {
+        {folder + "/meta.qml",
+         fmt::format("import QtQuick 2.0\nimport org.shotcut.qml 1.0\n\nMetadata {{\n    type: Metadata.Filter\n"
+                     "    objectName: {0}\n    name: {1}\n    mlt_service: {2}\n    keywords: {3}\n    qml: 'ui.qml'\n"
+                     "    keyframes {{\n        parameters: [\n{4}        ]\n    }}\n}}\n",
+                     quoted(plugin.fileName), quoted(plugin.info->name + " (Larkmoor)"),
+                     quoted("frei0r." + plugin.fileName), quoted("larkmoor " + plugin.explanation), list(curves))},
+        {folder + "/ui.qml",
+         fmt::format("import QtQuick 2.12\nimport '../larkmoor'\n\nParameters {{\n    fields: [\n{}    ]\n}}\n",
+                     list(fields))}};
 }
 
 Description mltOf(const Plugin& plugin) {

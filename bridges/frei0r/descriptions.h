@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "catalog.h"
 
@@ -15,6 +16,10 @@ struct Description {
 
 /// Kdenlive's description: sliders in the field's unit, lists with words. An effect, transition or generator.
 Description kdenliveOf(const Plugin& plugin);
+
+/// What Shotcut needs to offer a filter: its metadata and its controls, which stand on `larkmoor/Parameters.qml` beside
+/// them. Nothing for a transition or generator, of which Shotcut has closed lists.
+std::vector<Description> shotcutOf(const Plugin& plugin);
 
 /// MLT's metadata.
 Description mltOf(const Plugin& plugin);
