@@ -16,6 +16,7 @@
 #include "base/bodies.h"
 #include "kernels/copy.h"
 #include "kernels/ranges.h"
+#include "kernels/unaligned.h"
 
 #ifdef __linux__
 #include <sys/mman.h>
@@ -260,10 +261,39 @@ KWINLINE inline void FilterLines(const tPass& pass, Emit emit) {
     }
 }
 
+/// One step of turning eight rows of eight into columns: pairs of rows `kStep` apart change places of parts.
+template <int kStep>
+KWINLINE inline void SwapParts(tEight::tFloats (&rows)[8]) {
+    constexpr auto low = [](int e) { return e & kStep ? 8 + e - kStep : e; };
+    constexpr auto high = [](int e) { return e & kStep ? 8 + e : e + kStep; };
+    KWUNROLL
+    for (int i = 0; i < 8; ++i) {
+        if (i & kStep) continue;
+        const tEight::tFloats a = rows[i], b = rows[i + kStep];
+        rows[i] = __builtin_shufflevector(a, b, low(0), low(1), low(2), low(3), low(4), low(5), low(6), low(7));
+        rows[i + kStep] =
+            __builtin_shufflevector(a, b, high(0), high(1), high(2), high(3), high(4), high(5), high(6), high(7));
+    }
+}
+
+/// Eight rows and columns of `from` as columns and rows of `to`; rows of both are `kLanes` apart.
+KWINLINE inline void StoreTurned(float* to, const float* from) {
+    tEight::tFloats rows[8];
+    KWUNROLL
+    for (int i = 0; i < 8; ++i) rows[i] = Load<tEight::tFloats>(from + i * kLanes);
+    SwapParts<1>(rows);
+    SwapParts<2>(rows);
+    SwapParts<4>(rows);
+    KWUNROLL
+    for (int i = 0; i < 8; ++i) Store(to + i * kLanes, rows[i]);
+}
+
 /// Row pass, `Channels` lines a row. `out`: the first of these rows in the first block of the plane between the passes,
 /// which holds the blocks of `kLanes` columns one after the other, `blockSize` floats each.
 template <int Channels, class Vector, int kVectors>
 KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t blockSize) {
+    alignas(64) float tile[8][kLanes]{}; // of one channel, to be turned: that of eight positions
+    float(*const turned)[kLanes] = tile;
     FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
         const std::ptrdiff_t column = position * Channels;
         float* to = out + column / kLanes * blockSize + column % kLanes + lane / Channels * kLanes;
@@ -276,6 +306,11 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
                 Store(to + at / 4 * kLanes + kLanes, __builtin_shufflevector(floats, floats, 4, 5, 6, 7));
             } else if constexpr (Channels == 4) {
                 Store(to + at / 4 * kLanes + at % 4, floats);
+            } else if constexpr (Vector::kWidth > 2) {
+                Store(turned[position % 8] + lane + at, floats);
+                constexpr int kBefore = 8 - Vector::kWidth;
+                if (position % 8 == 0 && at % 8 == kBefore)
+                    StoreTurned(to + (at - kBefore) * kLanes, turned[0] + lane + at - kBefore);
             } else {
                 for (int l = 0; l < Vector::kWidth; ++l) to[(at + l) * kLanes] = floats[l];
             }
@@ -284,10 +319,10 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
 }
 
 /// Column pass over one block. `lanes`: how many of its columns are the picture's. `Step`: bytes between two columns
-/// of the destination.
+/// of the destination, whose channel stands at bit `shift` of its pixels.
 template <int Step, class Vector, int kVectors>
 KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, std::ptrdiff_t stride,
-                                   std::ptrdiff_t lanes) {
+                                   std::ptrdiff_t lanes, [[maybe_unused]] LONG shift) {
     constexpr std::ptrdiff_t kCount = Vector::kWidth * kVectors;
     FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
         std::int32_t words[kCount];
@@ -301,27 +336,49 @@ KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, st
         std::uint8_t levels[kCount];
         for (std::ptrdiff_t l = 0; l < kCount; ++l) levels[l] = Limited(words[l]);
         std::byte* const to = destination + position * stride + lane * Step;
-        if (Step == 1 && lanes == kLanes)
-            std::memcpy(to, levels, kCount);
-        else
+        constexpr std::ptrdiff_t kSoon = 12; // rows that come from memory meanwhile
+        for (std::ptrdiff_t line = 0; line < kCount * Step; line += 64)
+            __builtin_prefetch(to - std::min(position, kSoon) * stride + line, 1);
+        if (lanes < kLanes) {
             for (std::ptrdiff_t l = 0; l < std::min(kCount, lanes - lane); ++l)
                 to[l * Step] = static_cast<std::byte>(levels[l]);
+        } else if constexpr (Step == 1) {
+            std::memcpy(to, levels, kCount);
+        } else {
+            auto* const pixels = reinterpret_cast<tAnyWord*>(to - shift / 8);
+            KWNODEPENDENCE
+            for (std::ptrdiff_t l = 0; l < kCount; ++l)
+                pixels[l] = (pixels[l] & ~(255u << shift)) | std::uint32_t{levels[l]} << shift;
+        }
     });
 }
 
 /// Brings `rows` rows, up to `kLanes` / `Channels`, side by side; the last one stands in for those that are missing.
-template <int Channels>
+/// One channel is turned eight pixels by eight rows at a time, where registers hold as much.
+template <int Channels, class Vector>
 KWINLINE inline void Interleave(const tRows& source, LONG y, std::ptrdiff_t rows, LONG offset, float* out) {
     constexpr std::ptrdiff_t kRows = kLanes / Channels, kPart = 32;
+    constexpr bool kTurns = Channels == 1 && Vector::kWidth > 2;
     const std::byte* from[kRows];
     for (std::ptrdiff_t r = 0; r < kRows; ++r)
-        from[r] = source.Row<std::byte>(y + static_cast<LONG>(std::min(r, rows - 1))) + offset;
+        from[r] = source.Row<std::byte>(y + static_cast<LONG>(std::min(r, rows - 1))) + offset * !kTurns;
     for (std::ptrdiff_t x = 0; x < source.width; x += kPart) {
         const std::ptrdiff_t count = std::min(kPart, source.width - x);
+        if (kTurns && count == kPart) {
+            float levels[kRows][kPart];
+            for (std::ptrdiff_t r = 0; r < kRows; ++r) {
+                const auto* const pixels = reinterpret_cast<const tAnyWord*>(from[r]) + x;
+                for (std::ptrdiff_t i = 0; i < kPart; ++i)
+                    levels[r][i] = static_cast<float>(static_cast<std::int32_t>(pixels[i] >> offset * 8 & 255));
+            }
+            for (std::ptrdiff_t i = 0; i < kPart; i += 8)
+                for (std::ptrdiff_t r = 0; r < kRows; r += 8) StoreTurned(out + (x + i) * kLanes + r, &levels[r][i]);
+            continue;
+        }
         std::uint8_t levels[kPart * kLanes];
         for (std::ptrdiff_t i = 0; i < count; ++i)
             for (std::ptrdiff_t r = 0; r < kRows; ++r)
-                std::memcpy(levels + i * kLanes + r * Channels, from[r] + (x + i) * 4, Channels);
+                std::memcpy(levels + i * kLanes + r * Channels, from[r] + offset * kTurns + (x + i) * 4, Channels);
         for (std::ptrdiff_t i = 0; i < count * kLanes; ++i) out[x * kLanes + i] = levels[i];
     }
 }
@@ -351,7 +408,7 @@ template <int Channels, class Vector, int kVectors>
 KWINLINE inline void RowGroups(const tJob& job, LONG from, LONG to, double* first, float* lines) {
     constexpr LONG kRows = kLanes / Channels;
     for (LONG y = from * kRows; y < job.source.height && y < to * kRows; y += kRows) {
-        Interleave<Channels>(job.source, y, std::min(kRows, job.source.height - y), job.offset, lines);
+        Interleave<Channels, Vector>(job.source, y, std::min(kRows, job.source.height - y), job.offset, lines);
         FilterRows<Channels, Vector, kVectors>({lines, job.source.width, job.across, first},
                                                job.plane + std::ptrdiff_t{y} * kLanes,
                                                static_cast<std::ptrdiff_t>(job.blockSize));
@@ -367,7 +424,7 @@ KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* f
         FilterColumns<4 / Channels, Vector, kVectors>(
             {job.plane + block * job.blockSize, job.source.height, job.down, first},
             job.destination.first + job.offset + column * (4 / Channels), job.destination.stride,
-            static_cast<std::ptrdiff_t>(std::min<std::size_t>(kLanes, columns - column)));
+            static_cast<std::ptrdiff_t>(std::min<std::size_t>(kLanes, columns - column)), job.offset * 8);
     }
 }
 
