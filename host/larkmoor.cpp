@@ -1,6 +1,7 @@
 #include "host/larkmoor.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -95,12 +96,17 @@ PixelFormat formatOf(int format) {
     }
 }
 
-Surface surfaceOf(const larkmoor_image* image) {
-    if (need(image, "the picture").size < sizeof *image)
-        throw Error("the picture's size is not set; set it to the structure's size");
-    if (!image->data) throw Error("the picture has no pixels; set its data");
+/// As much of a picture as programs of the library's first version have; what they do not know of is 0.
+constexpr std::size_t kFirstImageSize = offsetof(larkmoor_image, format) + sizeof(int);
+
+Surface surfaceOf(const larkmoor_image* given) {
+    const std::size_t size = need(given, "the picture").size;
+    if (size < kFirstImageSize) throw Error("the picture's size is not set; set it to the structure's size");
+    larkmoor_image image{};
+    std::memcpy(&image, given, std::min(size, sizeof image));
+    if (!image.data) throw Error("the picture has no pixels; set its data");
     return Surface::wrap(
-        {static_cast<std::byte*>(image->data), image->width, image->height, image->stride, formatOf(image->format)});
+        {static_cast<std::byte*>(image.data), image.width, image.height, image.stride, formatOf(image.format)});
 }
 
 } // namespace

@@ -103,6 +103,14 @@ TEST_F(CFace, AnOlderProgramGetsWhatItKnowsOf) {
     ASSERT_EQ(larkmoor_seek(effect, 1), 0);
     ASSERT_EQ(larkmoor_render(effect, &inputs[0].image, 2, &images[2], 0, 0), 0) << larkmoor_error();
     EXPECT_EQ(std::memcmp(pixels[2], pixels[1], sizeof pixels[1]), 0);
+    // Pictures of the first version end with the format.
+    const std::size_t first = offsetof(larkmoor_image, format) + sizeof(int);
+    make("Invert");
+    images[0].size = images[2].size = first;
+    EXPECT_EQ(render(1), 0) << larkmoor_error();
+    EXPECT_EQ(pixels[2][5][2], pixels[0][5][2] ^ 0xFFFFFFu);
+    images[0].size = first - 1;
+    EXPECT_EQ(render(1), -1);
 }
 
 TEST_F(CFace, RendersRowsAndMoves) {
@@ -146,6 +154,13 @@ TEST_F(CFace, ReplacesWhatTheRowsHeld) {
             EXPECT_EQ(std::memcmp(got[0] + 2, got[1] + 2, sizeof got[0] - 2 * sizeof got[0][0]), 0) << name;
         }
     }
+    // Beside an input that is narrower nothing is drawn.
+    make("Invert");
+    images[0].width = 2;
+    std::memset(pixels[2], 0x5A, sizeof pixels[2]);
+    ASSERT_EQ(render(1, 2, 5), 0) << larkmoor_error();
+    for (int y = 0; y < 8; ++y) EXPECT_EQ(pixels[2][y][3], y < 2 || y == 7 ? 0x5A5A5A5Au : 0u) << y;
+    images[0].width = 4;
     // Blended over a cleared output, white would lose a step.
     std::memset(pixels, 0xFF, sizeof pixels);
     make("Additive Dissolve");
