@@ -65,8 +65,9 @@ Step planStep(const Module& module, const EffectRequest& request) {
     step.info = asUsage([&] { return &module.find(request.name); });
     step.over = request.over;
     Effect effect = module.create(*step.info);
-    for (const auto& [kind, text] : request.options) {
-        switch (kind) {
+    for (const auto& option : request.options) {
+        const std::string& text = option.second; // no structured binding: Clang 14 lets lambdas capture none
+        switch (option.first) {
         case Kind::Preset:
             asUsage([&] { effect.setRecord(presetRecord(module, *step.info, text, request.values)); });
             break;

@@ -63,7 +63,7 @@ std::vector<std::string> PresetStore::names(const EffectInfo& info) const {
     }
     const auto order = [](const std::string& name) { return std::pair(foldName(name), name); };
     std::ranges::sort(names, {}, order);
-    names.erase(std::ranges::unique(names).begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
     return names;
 }
 

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -110,6 +111,20 @@ TEST(ChromaPlaces, AreKeptThereAndBack) {
                                     frame->data[2][y * frame->linesize[2] + x], 1)
                             << fields << " " << place.x << "," << place.y << " at " << x << "," << y;
             }
+}
+
+TEST(Tags, OnlyThoseWithANameStay) {
+    for (const auto& [number, kept] : {std::pair{1, true}, {15, false}, {22, true}, {23, false}, {130, false}}) {
+        const FramePtr frame = newFrame();
+        tag(*frame, {AVCOL_SPC_FCC, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709, AVCOL_TRC_SMPTE2084, AVCHROMA_LOC_TOP});
+        std::memcpy(&frame->color_primaries, &number, sizeof number);
+        dropUnnamedTags(*frame);
+        EXPECT_EQ(frame->color_primaries, kept ? number : AVCOL_PRI_UNSPECIFIED);
+        EXPECT_EQ(frame->colorspace, AVCOL_SPC_FCC);
+        EXPECT_EQ(frame->color_range, AVCOL_RANGE_MPEG);
+        EXPECT_EQ(frame->color_trc, AVCOL_TRC_SMPTE2084);
+        EXPECT_EQ(frame->chroma_location, AVCHROMA_LOC_TOP);
+    }
 }
 
 TEST(Alpha, MultipliesAndDividesToTheNearest) {

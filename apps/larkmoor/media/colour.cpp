@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include <fmt/format.h>
@@ -10,6 +12,7 @@
 #include "media/av.h"
 
 extern "C" {
+#include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
 
@@ -20,7 +23,24 @@ namespace {
 /// Of a frame's metadata: chroma sits in the second of two columns.
 constexpr const char* secondColumn = "larkmoor:chroma in second column";
 
+/// A number without a name, `end` or more or in a gap below it, becomes `untold`. Read as a plain number, since no
+/// other than those that have names may stand in the type.
+template <class Tag>
+void dropUnnamed(Tag& tag, Tag end, Tag untold, const char* (*nameOf)(Tag)) {
+    std::underlying_type_t<Tag> number;
+    std::memcpy(&number, &tag, sizeof number);
+    if (number >= static_cast<decltype(number)>(end) || !nameOf(tag)) tag = untold;
+}
+
 } // namespace
+
+void dropUnnamedTags(AVFrame& frame) {
+    dropUnnamed(frame.colorspace, AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED, av_color_space_name);
+    dropUnnamed(frame.color_range, AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED, av_color_range_name);
+    dropUnnamed(frame.color_primaries, AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED, av_color_primaries_name);
+    dropUnnamed(frame.color_trc, AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED, av_color_transfer_name);
+    dropUnnamed(frame.chroma_location, AVCHROMA_LOC_NB, AVCHROMA_LOC_UNSPECIFIED, av_chroma_location_name);
+}
 
 Colour colourOf(const AVFrame& frame) {
     return {frame.colorspace, frame.color_range, frame.color_primaries, frame.color_trc, frame.chroma_location};

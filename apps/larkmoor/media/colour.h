@@ -18,6 +18,9 @@ struct Colour {
     friend bool operator==(const Colour&, const Colour&) = default;
 };
 
+/// Files may tag pictures by numbers that mean nothing, and decoders hand them on; encoders do not take them.
+void dropUnnamedTags(AVFrame& frame);
+
 /// As a frame says it, gaps left as they are.
 Colour colourOf(const AVFrame& frame);
 void tag(AVFrame& frame, const Colour& colour);

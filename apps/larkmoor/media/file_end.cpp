@@ -53,7 +53,7 @@ bool asfEndsEarly(const std::string& path, std::uint64_t length) {
     constexpr std::array<std::uint8_t, 16> properties{0xA1, 0xDC, 0xAB, 0x8C, 0x47, 0xA9, 0xCF, 0x11,
                                                       0x8E, 0xE4, 0x00, 0xC0, 0x0C, 0x20, 0x53, 0x65};
     const std::vector<std::uint8_t> bytes = read(path, 0, headMost);
-    const auto object = std::ranges::search(bytes, properties).begin();
+    const auto object = std::search(bytes.begin(), bytes.end(), properties.begin(), properties.end());
     const Bytes rest(object, bytes.end());
     const auto size = numberAt(rest, sizeAt, 8), flags = numberAt(rest, flagsAt, 4);
     return size && flags && !(*flags & 1) && *size > length;

@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "media/colour.h"
+
 namespace larkmoor {
 
 namespace {
@@ -96,6 +98,7 @@ Picture PictureDecoder::take() {
         } else if (status < 0) {
             fail(status);
         } else {
+            dropUnnamedTags(*frame);
             accept(std::move(frame));
         }
     }

@@ -75,7 +75,7 @@ class ValidateVerb final : public Verb {
         plan(nlohmann::json::parse(fromChild([&] { return list(); }, listSeconds)));
         if (!m_json) print(fmt::format("{}: level {}, seed {}\n", m_file, m_level, *m_seed)), finishPrinting();
         std::vector<Task> tasks;
-        for (const Plan& each : m_plan) tasks.push_back({[this, &each] { run(each); }});
+        for (const Plan& each : m_plan) tasks.push_back({[this, &each] { check(each); }});
         const auto begin = std::chrono::steady_clock::now();
         runInChildren(tasks, m_jobs ? m_jobs : std::max(1u, std::thread::hardware_concurrency()), seconds[m_level],
                       [&](std::size_t i) { tell(m_plan[i], tasks[i]); });
@@ -136,7 +136,7 @@ class ValidateVerb final : public Verb {
                                          didYouMean(m_effect, names)));
     }
 
-    void run(const Plan& planned) const {
+    void check(const Plan& planned) const {
         const ForeignModule module(m_file);
         Context context{module, planned.clsid, rounds[m_level],
                         std::mt19937(seedOf(*m_seed, planned.clsid, planned.check->name))};
