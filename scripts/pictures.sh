@@ -11,9 +11,11 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 say "taking pictures"
 # Nothing of the user's own: settings, fonts' sizes, scale.
-HOME=$work XDG_CONFIG_HOME=$work/c XDG_DATA_HOME=$work/d XDG_CACHE_HOME=$work/k XDG_RUNTIME_DIR=$work QT_SCALE_FACTOR=1 \
-    xvfb-run --auto-servernum --server-args '-screen 0 1600x1000x24' \
-    "$root/build/release/bin/larkmoor-studio-pictures" "$work/pictures"
+for scale in 1 2; do
+    HOME=$work XDG_CONFIG_HOME=$work/c XDG_DATA_HOME=$work/d XDG_CACHE_HOME=$work/k XDG_RUNTIME_DIR=$work \
+        QT_SCALE_FACTOR=$scale xvfb-run --auto-servernum --server-args '-screen 0 1600x1000x24' \
+        "$root/build/release/bin/larkmoor-studio-pictures" "$work/pictures"
+done
 
 mkdir -p "$root/docs/pages"
 rm -f "$root"/docs/pages/*.png

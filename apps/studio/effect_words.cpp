@@ -19,37 +19,87 @@ constexpr const char *kColor = QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Color
 
 struct Row {
     std::string_view className;
-    const char *group, *words;
+    const char *group, *words, *about;
 };
 
-// Other kinds of transitions and generators go by their kind.
 constexpr Row kRows[] = {
-    {"DXTBrightnessContrast", kColor, ""},
-    {"DXTDesaturate", kColor, "grayscale greyscale black white gray grey saturation"},
-    {"DXTHSLAdjust", kColor, "hue saturation"},
-    {"DXTInvert", kColor, "negative"},
-    {"DXTLevels", kColor, "gamma"},
-    {"DXTSepia", kColor, "tint"},
-    {"DXTThreshold", kColor, ""},
-    {"DXTBlackRestore", kColor, ""},
-    {"DXTBlur", kBlur, "soften defocus"},
-    {"DXTGaussianBlur", kBlur, "soften defocus"},
-    {"DXTSharpen", kBlur, "unsharp"},
-    {"DXTFloatMedian", kBlur, "denoise"},
-    {"DXTChromaKeyFilter", kKey, "greenscreen green screen bluescreen blue screen chromakey keying"},
-    {"DXTKwMask", kKey, "luma key"},
-    {"DXTKwCCutter", kKey, "crop vignette shape"},
-    {"DXTMax", kStyle, "erode dilate"},
-    {"DXTNoise", kStyle, "grain"},
-    {"DXTPixelate", kStyle, "mosaic censor"},
-    {"DXTWave", kStyle, "ripple distort"},
-    {"DXTBroadcastColors", kBroadcast, "legalize legalise legal safe limiter gamut ire"},
-    {"DXTGamut", kBroadcast, "legalize legalise legal safe limiter gamut"},
-    {"DXTTimeCode", kTitle, "burn in counter"},
-    {"DXSText", kTitle, "title caption credits"},
-    {"DXSTestp", kTitle, "color bars colour bars smpte"},
-    {"Dissolve", kTransition, "crossfade cross fade mix"},
-    {"DXTAdditiveDissolve", kTransition, "crossfade cross fade mix"}};
+    {"DXTBrightnessContrast", kColor, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Makes the picture brighter or darker, and its differences greater or smaller.")},
+    {"DXTDesaturate", kColor, "grayscale greyscale black white gray grey saturation",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Takes the colors away, wholly or in part.")},
+    {"DXTHSLAdjust", kColor, "hue saturation",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Shifts the hue, and changes how strong and how light the colors are.")},
+    {"DXTInvert", kColor, "negative", QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Shows the negative.")},
+    {"DXTLevels", kColor, "gamma",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Sets black, white and the middle tones of what comes in and of what goes out.")},
+    {"DXTSepia", kColor, "tint",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Tints the picture with one color, as old photographs have it.")},
+    {"DXTThreshold", kColor, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Makes each color channel nothing below a level, and all from there on.")},
+    {"DXTBlackRestore", kColor, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Makes what is nearly black altogether black.")},
+    {"DXTBlur", kBlur, "soften defocus",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Softens the picture a little, fast.")},
+    {"DXTGaussianBlur", kBlur, "soften defocus",
+     QT_TRANSLATE_NOOP(
+         "larkmoor::EffectWords",
+         "Softens the picture as a lens out of focus does, as far as it is wanted, each channel by itself.")},
+    {"DXTSharpen", kBlur, "unsharp", QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Makes edges clearer.")},
+    {"DXTFloatMedian", kBlur, "denoise",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Puts in each place the middle value of those around it: specks go, edges stay.")},
+    {"DXTChromaKeyFilter", kKey, "greenscreen green screen bluescreen blue screen chromakey keying",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Makes what has the key color transparent, as a screen behind an actor.")},
+    {"DXTKwMask", kKey, "luma key",
+     QT_TRANSLATE_NOOP(
+         "larkmoor::EffectWords",
+         "Shows the luminance or one channel of the picture in gray, between the levels that are wanted: a mask.")},
+    {"DXTKwCCutter", kKey, "crop vignette shape",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Cuts the picture out along a shape, or a grid of them.")},
+    {"DXTMax", kStyle, "erode dilate",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Lets the lightest or the darkest of the neighbors spread.")},
+    {"DXTNoise", kStyle, "grain", QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Adds noise, still or moving.")},
+    {"DXTPixelate", kStyle, "mosaic censor",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Shows the picture in blocks of one color each.")},
+    {"DXTWave", kStyle, "ripple distort",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Bends the picture in waves, across and down.")},
+    {"DXTBroadcastColors", kBroadcast, "legalize legalise legal safe limiter gamut ire",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "Keeps luma, chroma and the composite signal within what broadcasters accept.")},
+    {"DXTGamut", kBroadcast, "legalize legalise legal safe limiter gamut",
+     QT_TRANSLATE_NOOP(
+         "larkmoor::EffectWords",
+         "Keeps the picture within broadcast limits as older projects did; for new ones take Broadcast Colors.")},
+    {"DXTTimeCode", kTitle, "burn in counter",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Writes the time of the frame into the picture.")},
+    {"DXSText", kTitle, "title caption credits",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Writes text: titles, captions, credits.")},
+    {"DXSTestp", kTitle, "color bars colour bars smpte",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Makes test pictures: bars, ramps, grids and plain colors.")},
+    {"Dissolve", kTransition, "crossfade cross fade mix",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Lets one clip pass into the next, in one of ten ways.")},
+    {"DXTAdditiveDissolve", kTransition, "crossfade cross fade mix",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Lets one clip fade out while the next fades in.")},
+    {"DXTKwClock", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "A hand turns about the middle and uncovers the next clip.")},
+    {"DXTKwIris", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "A shape, or a grid of them, opens or closes over the next clip.")},
+    {"DXTKwPush", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "The next clip pushes the one before it out, or moves over it.")},
+    {"DXTKwSqueeze", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "The next clip grows while the one before it is squeezed away.")},
+    {"DXTKwWipe", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "An edge runs over the picture in any direction.")},
+    {"DXTKwBarn", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords", "Two doors close or open between the clips.")},
+    {"DXTKwZoom", kTransition, "",
+     QT_TRANSLATE_NOOP("larkmoor::EffectWords",
+                       "The next clip grows from a point, or the one before it shrinks to it.")}};
 
 } // namespace
 
@@ -60,7 +110,8 @@ EffectWords effectWords(const EffectInfo& info) {
                               : info.kind == EffectKind::Generator ? kTitle
                                                                    : kStyle;
     return {QCoreApplication::translate(kContext, known ? row->group : usual),
-            known ? QString::fromLatin1(row->words) : QString()};
+            known ? QString::fromLatin1(row->words) : QString(),
+            known ? QCoreApplication::translate(kContext, row->about) : QString()};
 }
 
 } // namespace larkmoor

@@ -10,6 +10,7 @@ namespace larkmoor {
 struct EffectWords {
     QString group; ///< what kind of work it is for
     QString words; ///< for the search alone
+    QString about; ///< one sentence: what it does
 };
 
 EffectWords effectWords(const EffectInfo& info);

@@ -6,12 +6,13 @@
 #include <QLabel>
 
 #include "requests.h"
+#include "widgets/number_box.h"
 
 namespace larkmoor {
 
 GeneratorDialog::GeneratorDialog(const Module& module, QWidget* parent)
     : QDialog(parent), m_module(module), m_kind(new QComboBox), m_rate(new QComboBox), m_width(new QSpinBox),
-      m_height(new QSpinBox), m_seconds(new QDoubleSpinBox) {
+      m_height(new QSpinBox), m_seconds(new NumberBox) {
     setWindowTitle(tr("New from a generator"));
     for (const EffectInfo& info : module.effects())
         if (info.kind == EffectKind::Generator)

@@ -69,6 +69,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
         m_busy->show();
         m_status->setText(tr("Reading frame %1…").arg(m_frame));
     });
+    connect(&m_sound, &SoundPlayer::silent, this, &MainWindow::tell);
     connect(&m_exports, &ExportQueue::changed, this, &MainWindow::showTitle);
     connect(&m_exports, &ExportQueue::finished, this, [this](const ExportJob& job) {
         if (job.state == ExportJob::State::Done) m_status->setText(tr("%1 is written.").arg(text(job.output.path)));
@@ -157,6 +158,7 @@ void MainWindow::showDocument() {
         if (std::string source = sourceKey(*project); source != m_source && !isMissing()) {
             m_facts = m_feed.facts(*project);
             m_source = std::move(source);
+            m_sound.forget();
             m_timeline->setFrameRate(rate());
             m_timeline->setFrameCount(static_cast<int>(std::min<qint64>(m_facts.frames, INT_MAX)));
             m_page->keys().setFacts(m_facts);
@@ -236,8 +238,17 @@ void MainWindow::take(const PreviewResult& result) {
     m_shownHalf = result.half;
     m_picture->setPictures(result.before, result.after, av_q2d(m_facts.aspect));
     m_scope->setPicture(result.after);
-    m_status->setText(
-        tr("%1 ms%2").arg(result.milliseconds, 0, 'f', 1).arg(result.half ? tr(" at half size") : QString()));
+    const QString half = result.half ? tr(" at half size") : QString();
+    if (m_player.isActive()) {
+        m_playing.shown(result.frame, m_playClock.elapsed());
+        m_status->setText(tr("%1 of %2 frames a second, %3 dropped%4")
+                              .arg(m_playing.rate(), 0, 'f', 1)
+                              .arg(rate() * std::abs(m_speed), 0, 'f', 1)
+                              .arg(m_playing.dropped())
+                              .arg(half));
+    } else {
+        m_status->setText(tr("%1 ms%2").arg(result.milliseconds, 0, 'f', 1).arg(half));
+    }
     showZoom();
     const bool first = !m_before;
     const bool another = result.before.get() != m_before.get();
@@ -312,15 +323,31 @@ void MainWindow::playAt(int speed) {
         const FrameRange range = m_timeline->inOut();
         if (speed > 0 && (m_frame < range.from || m_frame >= range.to)) setFrame(range.from);
         if (speed < 0 && (m_frame <= range.from || m_frame > range.to)) setFrame(range.to);
-        m_playFrom = m_frame;
-        m_playClock.start();
+        startClock();
         m_player.start(std::max(1, static_cast<int>(500 / rate()))); // looked at twice a frame
     } else if (played) {
         m_player.stop();
+        m_sound.stop();
         refresh();
         m_thumbnailsDue.start(); // there were none while it played
     }
     m_transport->setPlaying(speed != 0);
+}
+
+/// The film runs from here on, by its sound where there is any.
+void MainWindow::startClock() {
+    m_playFrom = m_frame;
+    m_playClock.start();
+    m_playing.restart();
+    m_sound.stop();
+    if (m_speed == 1) m_sound.start(*m_document.project(), m_facts, static_cast<double>(m_frame) / rate());
+}
+
+/// Frames since then, at the film's own rate.
+double MainWindow::played() const {
+    if (const std::optional<double> heard = m_sound.position())
+        return *heard * rate() - static_cast<double>(m_playFrom);
+    return static_cast<double>(m_playClock.elapsed()) * rate() / 1000 * m_speed;
 }
 
 void MainWindow::tick() {
@@ -329,16 +356,17 @@ void MainWindow::tick() {
         return play(false);
     if (m_feed.isBusy()) return; // frames that come too late are left out
     const FrameRange range = m_timeline->inOut();
-    const double passed = static_cast<double>(m_playClock.elapsed()) * rate() / 1000 * m_speed;
-    qint64 frame = m_playFrom + static_cast<qint64>(passed);
+    qint64 frame = m_playFrom + static_cast<qint64>(played());
     if (frame > range.to || frame < range.from) {
         if (!m_loop) {
             setFrame(m_speed > 0 ? range.to : range.from);
             play(false);
             return;
         }
-        m_playFrom = frame = m_speed > 0 ? range.from : range.to;
-        m_playClock.restart();
+        frame = m_speed > 0 ? range.from : range.to;
+        setFrame(frame);
+        startClock();
+        return;
     }
     setFrame(frame);
 }

@@ -17,7 +17,9 @@
 #include "export_queue.h"
 #include "key_router.h"
 #include "page_panel.h"
+#include "playing_rate.h"
 #include "preview_feed.h"
+#include "sound_player.h"
 #include "stack_panel.h"
 #include "thumbnails.h"
 #include "widgets/effect_list.h"
@@ -101,6 +103,8 @@ class MainWindow : public QMainWindow {
     void pick(const QColor& color);
     Document::Snapshot pickedFrom() const;
     void showHelp();
+    QString beforeAndAfter(const EffectInfo& info) const;
+    void showAbout();
     void cut(qint64 in, qint64 out, bool final);
 
     void makeMenus();
@@ -131,6 +135,8 @@ class MainWindow : public QMainWindow {
     void showFailure(const QString& sentence);
     double rate() const { return av_q2d(m_facts.rate); }
     void tick();
+    void startClock();
+    double played() const;
     void fillEffects();
     void renderThumbnails();
     QString timeText(qint64 frame, int format) const;
@@ -205,6 +211,8 @@ class MainWindow : public QMainWindow {
     QElapsedTimer m_playClock;
     qint64 m_playFrom = 0;
     int m_speed = 0;
+    SoundPlayer m_sound;
+    PlayingRate m_playing;             ///< of the frames that were shown
     std::unique_ptr<Exporter> m_maker; ///< of the demonstration clip
 };
 

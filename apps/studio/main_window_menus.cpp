@@ -7,7 +7,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -227,12 +226,28 @@ void MainWindow::makeFilmMenu() {
 void MainWindow::makeHelpMenu() {
     QMenu* const help = menuBar()->addMenu(tr("&Help"));
     add(help, tr("&Keyboard"), QKeySequence::HelpContents, [this] { showShortcuts(); });
-    add(help, tr("&About"), {}, [this] {
-        QMessageBox::about(this, tr("About"),
-                           tr("Larkmoor studio %1\n\n%2 video effects for stills and clips.")
-                               .arg(LARKMOOR_VERSION)
-                               .arg(m_module.effects().size()));
-    });
+    add(help, tr("&About"), {}, [this] { showAbout(); });
+}
+
+void MainWindow::showAbout() {
+    const QString used[][2] = {
+        {QStringLiteral("Qt ") + qVersion(), QStringLiteral("LGPL 3")},
+        {QStringLiteral("FFmpeg ") + av_version_info(), QString::fromLatin1(avcodec_license())},
+        {QStringLiteral("oneTBB"), QStringLiteral("Apache 2.0")},
+        {QStringLiteral("{fmt}, CLI11, nlohmann/json"), QStringLiteral("MIT, BSD")},
+        {QStringLiteral("FreeType, fontconfig, ICU"), QStringLiteral("FreeType, MIT, Unicode")},
+        {QStringLiteral("libstdc++, libgcc"), tr("GPL 3 with the exception for what is linked with them")}};
+    QString rows;
+    for (const auto& [name, licence] : used)
+        rows += "<tr><td>" + name.toHtmlEscaped() + "</td><td>&nbsp;&nbsp;" + licence.toHtmlEscaped() + "</td></tr>";
+    showHelpBox(
+        this, tr("About"),
+        tr("<h3>Larkmoor studio %1</h3><p>%2 video effects for stills and clips.</p><p>Larkmoor is under the MIT "
+           "license. What it is built with has licenses of its own:</p><table>%3</table><p>Built with an FFmpeg "
+           "that has GPL parts, as Debian's, the studio as a whole goes by the GPL, version 3.</p>")
+            .arg(LARKMOOR_VERSION)
+            .arg(m_module.effects().size())
+            .arg(rows));
 }
 
 /// Keys that are the film's wherever no text is typed.

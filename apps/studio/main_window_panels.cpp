@@ -1,5 +1,6 @@
 #include "main_window.h"
 
+#include <QBuffer>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -7,6 +8,7 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
+#include "effect_words.h"
 #include "export_panel.h"
 #include "help_box.h"
 #include "text.h"
@@ -132,15 +134,22 @@ void MainWindow::arrange() {
     for (QDockWidget* panel : {settings, presets, scope}) addDockWidget(Qt::RightDockWidgetArea, panel);
     for (QDockWidget* panel : m_panels) panel->show();
     const bool small = height() < kSmallHeight, tiny = height() < kTinyHeight;
-    if (tiny) tabifyDockWidget(stack, effects);
     if (small) {
         tabifyDockWidget(settings, presets);
         tabifyDockWidget(presets, scope);
     }
+    if (tiny) { // all in one place: each of two would be too narrow
+        tabifyDockWidget(scope, stack);
+        tabifyDockWidget(stack, effects);
+    } else {
+        stack->raise();
+    }
     settings->raise();
-    stack->raise();
     const int page = width() < kNarrow ? 400 : kPage;
-    resizeDocks({stack, settings}, {tiny ? 200 : small ? 260 : 290, page}, Qt::Horizontal);
+    if (tiny)
+        resizeDocks({settings}, {page}, Qt::Horizontal);
+    else
+        resizeDocks({stack, settings}, {small ? 260 : 308, page}, Qt::Horizontal);
     if (!tiny) resizeDocks({stack, effects}, {small ? 160 : 240, 520}, Qt::Vertical);
     if (!small) resizeDocks({settings, presets, scope}, {500, 130, 200}, Qt::Vertical);
 }
@@ -172,10 +181,32 @@ void MainWindow::connectPage() {
     connect(m_page, &PagePanel::helpWanted, this, &MainWindow::showHelp);
 }
 
+/// The picture that is shown now, without the effect and with it, as it is set or else as its last preset has it.
+QString MainWindow::beforeAndAfter(const EffectInfo& info) const {
+    constexpr int width = 250;
+    const Surface before = m_before ? reduced(m_before, width) : Surface();
+    if (!before) return {};
+    const double scale = static_cast<double>(before.view().width) / m_before.view().width;
+    const std::vector<std::byte> record = m_page->keys().record();
+    const bool preset = record == info.defaults && info.kind == EffectKind::Filter && !info.presets.empty();
+    const Surface after = thumbnail(m_module, info, preset ? info.presets.back().record : record, before, scale);
+    QString row;
+    for (const Surface& picture : {before, after}) {
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        imageOf(picture).save(&buffer, "PNG");
+        row += "<td><img src=\"data:image/png;base64," + QString::fromLatin1(bytes.toBase64()) + "\"></td>";
+    }
+    const QString name = preset ? text(info.presets.back().name) : tr("as it is set");
+    return "<table><tr>" + row + "</tr><tr><td>" + tr("Before") + "</td><td>" +
+           tr("After (%1)").arg(name).toHtmlEscaped() + "</td></tr></table>";
+}
+
 void MainWindow::showHelp() {
     const LiveEffect* const effect = m_page->effect();
     if (!effect) return;
-    QString help = "<b>" + text(effect->info().name).toHtmlEscaped() + "</b><dl>";
+    QString help = "<h3>" + text(effect->info().name).toHtmlEscaped() + "</h3><p>" +
+                   effectWords(effect->info()).about.toHtmlEscaped() + "</p>" + beforeAndAfter(effect->info()) + "<dl>";
     for (const tFieldInfo& field : effect->info().fields)
         help += "<dt>" + QString(field.label).remove('&').toHtmlEscaped() + "</dt><dd>" +
                 QString(field.help).toHtmlEscaped() + "</dd>";

@@ -19,6 +19,7 @@
 #include "page/page_names.h"
 #include "save_path.h"
 #include "text.h"
+#include "widgets/number_box.h"
 
 namespace larkmoor {
 
@@ -34,7 +35,7 @@ bool sameButLevels(const EffectInfo& info, std::vector<std::byte> record, const 
 PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     : QWidget(parent), m_document(document), m_keys(document), m_user(std::move(presets)),
       m_scroll(new QScrollArea(this)), m_title(new QLabel(this)), m_durationLabel(new QLabel(tr("D&uration:"), this)),
-      m_duration(new QDoubleSpinBox(this)), m_keysButton(new QPushButton(tr("&Keys"), this)),
+      m_duration(new NumberBox(this)), m_keysButton(new QPushButton(tr("&Keys"), this)),
       m_pick(new QPushButton(tr("Pick the key color"), this)), m_keyList(new KeyList(m_keys)),
       m_keyScroll(new QScrollArea(this)), m_presets(new QWidget), m_strip(new PresetStrip(m_presets)),
       m_save(new QToolButton(this)), m_reset(new QToolButton(this)), m_more(new QToolButton(this)) {

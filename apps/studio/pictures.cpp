@@ -92,6 +92,21 @@ void takeStudio(const Module& module, const QString& folder) {
     applyTheme("light");
 }
 
+/// The studio on small and on fine screens: its usual arrangement, with a page that needs much room.
+void takeScreen(const Module& module, const QString& folder, const QString& name, QSize size) {
+    const QTemporaryDir own;
+    QSettings().remove("panels");
+    MainWindow window(module, {own.filePath("presets"), own.filePath("autosave"), own.path()});
+    applyTheme("light");
+    window.resize(size);
+    window.show();
+    window.startGenerator(module.find("Test Pattern"), {1920, 1080}, {25, 1}, 4);
+    window.addEffect("DXTKwCCutter");
+    waitForPicture(window);
+    write(window.grab(), folder + '/' + name);
+    window.document().close();
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -108,8 +123,13 @@ int main(int count, char** arguments) {
         const QString folder = arguments[1];
         QDir().mkpath(folder);
         const Module module = Module::load();
+        if (qgetenv("QT_SCALE_FACTOR") == "2") { // on a screen of 1600 by 1000
+            takeScreen(module, folder, "studio-scale-2.png", {800, 500});
+            return 0;
+        }
         takePages(module, folder);
         takeStudio(module, folder);
+        takeScreen(module, folder, "studio-1280x720.png", {1280, 720});
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "larkmoor-studio-pictures: %s\n", error.what());

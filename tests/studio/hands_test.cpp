@@ -7,7 +7,9 @@
 #include <QDropEvent>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QTextBrowser>
 
+#include "effect_words.h"
 #include "page/color_widget.h"
 #include "page/page_names.h"
 #include "page/placement_widget.h"
@@ -412,6 +414,39 @@ TEST_F(HandsTest, TheKeyColorIsPickedFromThePictureBeforeTheKeyer) {
     idle();
 }
 
+TEST_F(HandsTest, HelpTellsWhatEachEffectDoesAndFitsTheScreen) {
+    for (const EffectInfo& info : studioModule().effects()) EXPECT_NE(effectWords(info).about, "") << info.name;
+    QString shown;
+    int pictures = 0;
+    QTimer look;
+    look.callOnTimeout(window.get(), [&] {
+        QWidget* const box = QApplication::activeModalWidget();
+        if (!box) return;
+        QTextBrowser& words = *box->findChild<QTextBrowser*>();
+        shown = words.toPlainText();
+        pictures = 0;
+        for (const QChar c : shown) pictures += c == QChar::ObjectReplacementCharacter;
+        EXPECT_TRUE(box->screen()->availableGeometry().size().expandedTo(box->size()) ==
+                    box->screen()->availableGeometry().size());
+        box->close();
+    });
+    look.start(1);
+    for (const EffectInfo& info : studioModule().effects()) {
+        if (info.kind == EffectKind::Transition) continue;
+        window->addEffect(QString::fromStdString(info.className));
+        idle();
+        emit panel().helpWanted(0);
+        EXPECT_TRUE(shown.contains(effectWords(info).about)) << info.name;
+        for (const tFieldInfo& field : info.fields) EXPECT_TRUE(shown.contains(field.help)) << field.name;
+        EXPECT_EQ(pictures, 2) << info.name;
+        window->stack().removeSelected();
+    }
+    for (QAction* action : window->findChildren<QAction*>())
+        if (action->text() == "&About") action->trigger();
+    for (const char* licence : {"MIT", "LGPL 3", "GPL", "Apache 2.0"}) EXPECT_TRUE(shown.contains(licence)) << licence;
+    idle();
+}
+
 TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {
     const auto panelOf = [](MainWindow& of, const char* name) { return of.findChild<QDockWidget*>(name); };
     for (const QSize size : {QSize(1280, 720), QSize(800, 500)}) {
@@ -426,6 +461,7 @@ TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {
         EXPECT_LE(window->width(), size.width() + 40);
         auto* const scroll = panel().findChild<QScrollArea*>();
         EXPECT_GE(scroll->height(), size.height() / 2) << "the page has most of its side";
+        EXPECT_GE(scroll->width(), 250);
     }
     QSettings().remove("panels");
     window->document().close();

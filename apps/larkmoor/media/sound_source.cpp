@@ -30,6 +30,24 @@ void SoundSource::prepare(const SoundFacts& wanted) {
     m_wanted = wanted;
 }
 
+void SoundSource::seek(double seconds) {
+    if (!m_stream) return;
+    constexpr double lead = 0.5; // decoders settle, and containers find places roughly
+    const double clip =
+        m_format->start_time == AV_NOPTS_VALUE ? 0.0 : static_cast<double>(m_format->start_time) / AV_TIME_BASE;
+    const auto stamp = static_cast<std::int64_t>(std::max(0.0, seconds - lead) / av_q2d(m_stream->time_base) +
+                                                 clip / av_q2d(m_stream->time_base));
+    if (av_seek_frame(m_format.get(), m_stream->index, stamp, AVSEEK_FLAG_BACKWARD) < 0)
+        av_seek_frame(m_format.get(), -1, 0, AVSEEK_FLAG_BACKWARD); // it is read through
+    avcodec_flush_buffers(m_decoder.get());
+    m_resampler.reset();
+    m_ready.clear();
+    m_taken = 0;
+    m_skip = 0;
+    m_from = seconds;
+    m_placed = m_ended = false;
+}
+
 void SoundSource::append(const AVFrame* frame) {
     if (frame && !m_resampler) {
         AVChannelLayout in{};
@@ -59,6 +77,13 @@ void SoundSource::append(const AVFrame* frame) {
     m_ready.resize(before + static_cast<std::size_t>(got) * channels);
 }
 
+/// Leaves out what lies before the place that reading begins at.
+void SoundSource::skip() {
+    const auto skipped = std::min<std::int64_t>(m_skip, static_cast<std::int64_t>(m_ready.size() - m_taken));
+    m_taken += static_cast<std::size_t>(skipped);
+    m_skip -= skipped;
+}
+
 bool SoundSource::decodeMore() {
     if (!m_stream || m_ended) return false;
     FramePtr frame = newFrame();
@@ -68,6 +93,7 @@ bool SoundSource::decodeMore() {
         if (status == AVERROR_EOF) {
             m_ended = true;
             append(nullptr);
+            skip();
             return true;
         }
         PacketPtr packet = newPacket();
@@ -85,7 +111,8 @@ bool SoundSource::decodeMore() {
         const double first = frame->best_effort_timestamp == AV_NOPTS_VALUE
                                  ? clip
                                  : static_cast<double>(frame->best_effort_timestamp) * av_q2d(m_stream->time_base);
-        const std::int64_t offset = std::llround(std::clamp(first - clip, -60.0, 3600.0) * m_wanted.rate);
+        const std::int64_t offset =
+            std::llround(std::clamp(first - clip - m_from, -60.0 - m_from, 3600.0) * m_wanted.rate);
         if (offset > 0)
             m_ready.assign(static_cast<std::size_t>(offset) * static_cast<std::size_t>(m_wanted.layout.nb_channels),
                            0.0f);
@@ -93,9 +120,7 @@ bool SoundSource::decodeMore() {
             m_skip = -offset * m_wanted.layout.nb_channels;
     }
     append(frame.get());
-    const auto skipped = std::min<std::int64_t>(m_skip, static_cast<std::int64_t>(m_ready.size() - m_taken));
-    m_taken += static_cast<std::size_t>(skipped);
-    m_skip -= skipped;
+    skip();
     return true;
 }
 

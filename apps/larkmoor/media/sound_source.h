@@ -25,12 +25,16 @@ class SoundSource {
     /// Sets what `read` gives. Call once.
     void prepare(const SoundFacts& wanted);
 
+    /// The next sample to be read is that of a time in seconds from the clip's start on.
+    void seek(double seconds);
+
     /// Fills interleaved samples that follow those read before; silence where the clip has none. A clip without sound
     /// gives silence.
     void read(std::span<float> samples);
 
   private:
     bool decodeMore();
+    void skip();
     void append(const AVFrame* frame);
 
     InputPtr m_format;
@@ -40,7 +44,8 @@ class SoundSource {
     SoundFacts m_wanted;
     std::vector<float> m_ready;
     std::size_t m_taken = 0;
-    std::int64_t m_skip = 0; ///< samples before the clip's start
+    double m_from = 0;       ///< seconds from the clip's start: where reading begins
+    std::int64_t m_skip = 0; ///< samples before that
     bool m_placed = false, m_ended = false;
 };
 

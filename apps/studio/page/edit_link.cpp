@@ -2,9 +2,12 @@
 
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPlainTextEdit>
 #include <QSignalBlocker>
 #include <QWheelEvent>
+
+#include "typed_number.h"
 
 namespace larkmoor {
 
@@ -51,7 +54,8 @@ void EditLink::show(const QString& shown) {
 
 void EditLink::typed() {
     m_modified = true;
-    const QByteArray utf8 = text().toUtf8();
+    // The model drops a mark that is not its own: 1,5 would be 15.
+    const QByteArray utf8 = (m_line ? inOwnStyle(text(), QLocale::system().decimalPoint().at(0)) : text()).toUtf8();
     m_page.sendEvent(m_control, {.kind = KWEVENT_TEXT, .part = m_part, .text = utf8.constData()});
 }
 

@@ -1,0 +1,131 @@
+// Hands that click and type anything: no crash, no file that does not open again, no step that is lost.
+#include <QDockWidget>
+#include <random>
+
+#include "studio_window.h"
+
+namespace larkmoor {
+
+namespace {
+
+/// Puts away all that stands before the window.
+class Doorkeeper : public QObject {
+  public:
+    explicit Doorkeeper(QWidget& window) {
+        m_timer.callOnTimeout(this, [&window] {
+            if (QWidget* const popup = QApplication::activePopupWidget()) popup->close();
+            if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) dialog->reject();
+            for (QWidget* each : QApplication::topLevelWidgets())
+                if (each != &window && each->isVisible() && !qobject_cast<QDockWidget*>(each))
+                    QTest::keyClick(each, Qt::Key_Escape);
+        });
+        m_timer.start(1);
+    }
+
+  private:
+    QTimer m_timer;
+};
+
+class RandomTest : public StudioWindowTest {
+  protected:
+    int below(std::size_t count) { return static_cast<int>(m_random() % count); }
+
+    QPoint within(const QWidget& widget) {
+        return {below(static_cast<std::size_t>(std::max(1, widget.width()))),
+                below(static_cast<std::size_t>(std::max(1, widget.height())))};
+    }
+    QWidget* any() {
+        std::vector<QWidget*> all;
+        for (QWidget* each : reachable<QWidget>(*window))
+            if (each->focusPolicy() & Qt::TabFocus || each->inherits("QAbstractButton")) all.push_back(each);
+        return all.empty() ? window.get() : all[static_cast<std::size_t>(below(all.size()))];
+    }
+    /// One thing that a hand does.
+    void act() {
+        static const char* const texts[] = {"1", "-3", "0,5", "1e9", "999999", "", ".", "{}", "100%", "0.001"};
+        static const QKeySequence shortcuts[] = {QKeySequence("Ctrl+Z"),       QKeySequence("Ctrl+Y"),
+                                                 QKeySequence("Ctrl+D"),       QKeySequence("Ctrl+C"),
+                                                 QKeySequence("Ctrl+V"),       QKeySequence("Ctrl+X"),
+                                                 QKeySequence("Ctrl+Shift+R"), QKeySequence("Ctrl+Backspace"),
+                                                 QKeySequence("Ctrl+R"),       QKeySequence("Ctrl+I"),
+                                                 QKeySequence("Ctrl+Shift+O"), QKeySequence("Ctrl+Shift+Down"),
+                                                 QKeySequence("F7"),           QKeySequence("F8"),
+                                                 QKeySequence("Delete"),       QKeySequence("Escape")};
+        static const Qt::Key keys[] = {Qt::Key_Up,     Qt::Key_Down,   Qt::Key_Left, Qt::Key_Right, Qt::Key_Home,
+                                       Qt::Key_End,    Qt::Key_PageUp, Qt::Key_Tab,  Qt::Key_Space, Qt::Key_Return,
+                                       Qt::Key_Period, Qt::Key_I,      Qt::Key_O,    Qt::Key_Delete};
+        QWidget* const widget = any();
+        const auto held =
+            std::array{Qt::NoModifier, Qt::ControlModifier, Qt::ShiftModifier}[static_cast<std::size_t>(below(3))];
+        switch (below(8)) {
+        case 0: {
+            const auto& all = studioModule().effects();
+            return window->addEffect(
+                QString::fromStdString(all[static_cast<std::size_t>(below(all.size()))].className));
+        }
+        case 1:
+            return window->setFrame(below(30));
+        case 2:
+            widget->setFocus();
+            return QTest::keyClicks(widget, QString::fromUtf8(texts[below(std::size(texts))]));
+        case 3: {
+            const QKeyCombination pressed = shortcuts[below(std::size(shortcuts))][0];
+            QWidget* const focus = QApplication::focusWidget();
+            return QTest::keyClick(focus ? focus : window.get(), pressed.key(), pressed.keyboardModifiers());
+        }
+        case 4:
+            widget->setFocus();
+            return QTest::keyClick(widget, keys[below(std::size(keys))], held);
+        case 5: {
+            QTest::mousePress(widget, Qt::LeftButton, held, within(*widget));
+            const QPointer<QWidget> still = widget;
+            for (int i = 0; i < 3 && still; ++i) moveMouse(*still, within(*still));
+            if (still) QTest::mouseRelease(still, Qt::LeftButton, held, within(*still));
+            return;
+        }
+        case 6:
+            return QTest::mouseDClick(widget, Qt::LeftButton, held, within(*widget));
+        default:
+            return QTest::mouseClick(widget, Qt::LeftButton, held, within(*widget));
+        }
+    }
+
+    std::mt19937 m_random{2026};
+};
+
+TEST_F(RandomTest, NothingIsLostWhateverIsClicked) {
+    openClip();
+    makeClip("second.mkv");
+    window->addSecond(file("second.mkv"));
+    const std::string opened = [&] {
+        history().clear();
+        return text();
+    }();
+    const Doorkeeper keeper(*window);
+    for (int round = 0; round < 12; ++round) {
+        SCOPED_TRACE(round);
+        for (int i = 0; i < 40; ++i) {
+            QApplication::setActiveWindow(window.get());
+            act();
+            QCoreApplication::processEvents();
+            window->play(false);
+            ASSERT_TRUE(document().project());
+            ASSERT_TRUE(window->isVisible());
+        }
+        idle();
+        ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+        EXPECT_EQ(projectText(loadProject(studioModule(), path("p.larkmoor")), "/"), text()); // as the command reads it
+        const std::string done = text();
+        const int index = history().index();
+        while (history().canUndo()) history().undo();
+        EXPECT_EQ(text(), opened);
+        while (history().index() < index) history().redo();
+        EXPECT_EQ(text(), done);
+        idle();
+    }
+    EXPECT_GT(history().count(), 30) << "hands that do something";
+}
+
+} // namespace
+
+} // namespace larkmoor
