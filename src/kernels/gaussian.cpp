@@ -429,7 +429,7 @@ KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* f
 }
 
 /// A pass for registers of 2, of 4 and of 8 numbers.
-template <auto Two, [[maybe_unused]] auto Four, [[maybe_unused]] auto Eight>
+template <auto Two, auto Four, auto Eight>
 constexpr auto Widths() {
 #if defined(__x86_64__)
     return CKwBodies(Two, tKwBody{eKwLevel::V3, KwClones<Four>[1].body},
