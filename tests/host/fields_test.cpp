@@ -265,6 +265,21 @@ TEST(HostPlugIns, ChannelsTakeWholeSteps) {
     for (const double between : {0.5, 18.001 / 255, 17.999 / 255, 1.5}) EXPECT_EQ(wholeStep(between), between);
 }
 
+// Any part that has changed counts; a field that has not, or does not take what it is given, keeps its default.
+TEST(HostPlugIns, RecordsTakeWhatHasChanged) {
+    const tFieldInfo at = row("at", KWFIELD_POINT, KWTYPE_DOUBLE, 0, 2, "xy");
+    EffectInfo info;
+    info.defaults.resize(2 * sizeof(double));
+    const auto text = [&](bool x, bool y, const char* second) {
+        const FieldPart parts[] = {{}, {&at, x, "0.25"}, {&at, y, second}};
+        return fieldText(at, recordOfParts(info, parts));
+    };
+    EXPECT_EQ(text(true, false, "0.5"), "0.25,0.5");
+    EXPECT_EQ(text(false, true, "0.5"), "0.25,0.5");
+    EXPECT_EQ(text(false, false, "0.5"), "0,0");
+    EXPECT_EQ(text(true, true, "?"), "0,0");
+}
+
 TEST(HostPlugIns, ElementsHaveWords) {
     tFieldInfo color = row("color", KWFIELD_COLOR, KWTYPE_FLOAT, 0, 4, "bgra"),
                plain = row("p", KWFIELD_NUMBER, KWTYPE_FLOAT, 0, 2);
