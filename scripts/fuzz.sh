@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# scripts/fuzz.sh [MINUTES [TARGET...]]    fuzzes, 10 minutes shared by all targets of fuzz/ by default
+# scripts/fuzz.sh --check                  the targets of the module over the corpus, and a few seconds more
+# What ends a target is in build/fuzz/findings; `build/fuzz/bin/larkmoor_fuzz_TARGET FILE` repeats it. What is new to a
+# target joins its corpus in fuzz/corpus, which is kept small.
+set -euo pipefail
+root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
+source "$root/scripts/common.sh"
+
+module=(frames kernels persistence pages numbers)
+most_files=150 most_bytes=4096 check_seconds=4 # of the corpus of a target; of each target
+minutes=10 check=
+case ${1-} in
+-h | --help)
+    sed -n 's/^# \{0,1\}//p' "${BASH_SOURCE[0]}"
+    exit
+    ;;
+--check)
+    check=yes
+    shift
+    ;;
+'') ;;
+*)
+    [[ $1 =~ ^[0-9]+$ ]] || fail "MINUTES has to be a whole number, not $1"
+    minutes=$1
+    shift
+    ;;
+esac
+
+bin=$root/build/fuzz/bin findings=$root/build/fuzz/findings work=$root/build/fuzz/corpus
+targets=("$@")
+if [[ $check ]]; then
+    targets=("${module[@]}")
+elif ((${#targets[@]} == 0)); then
+    targets=("${module[@]}" texts pictures)
+fi
+programs=("${targets[@]/#/larkmoor_fuzz_}")
+[[ " ${targets[*]} " != *" texts "* ]] || programs+=(larkmoor_fuzz_seeds)
+build fuzz "${programs[@]}"
+mkdir -p "$findings"
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:allocator_may_return_null=1}
+export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/tests/leaks.supp:print_suppressions=0}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+
+# Small files of many containers and formats, made on the spot.
+picture_seeds() {
+    local source="testsrc2=size=32x24:rate=5:duration=0.6" name
+    for name in a.png a.jpg a.gif a.bmp a.tiff a.webp a.exr a.ppm a.mp4 a.mkv a.avi a.ts a.mov a.webm a.ogv a.flv a.y4m; do
+        [[ -f $1/$name ]] || ffmpeg -nostdin -v quiet -f lavfi -i "$source" -y "$1/$name" || rm -f "$1/$name"
+    done
+}
+
+failed=0 seconds=$((minutes * 60 / ${#targets[@]}))
+[[ ! $check ]] || seconds=$check_seconds
+printf '%-12s %12s %10s %8s %8s  %s\n' target executions a-second edges files found
+for target in "${targets[@]}"; do
+    program=$bin/larkmoor_fuzz_$target own=$root/fuzz/corpus/$target log=$findings/$target.log more=()
+    mkdir -p "$work/$target" "$own"
+    if [[ $target == texts ]]; then
+        "$bin/larkmoor_fuzz_seeds" "$work/texts" "$findings/texts.dict"
+        more=(-dict="$findings/texts.dict")
+    fi
+    [[ $target != pictures ]] || picture_seeds "$work/pictures"
+    status=0
+    nice -n 10 "$program" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$most_bytes -print_final_stats=1 \
+        -artifact_prefix="$findings/$target-" "${more[@]}" "$work/$target" "$own" >"$log" 2>&1 || status=$?
+    runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
+    rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
+    edges=$(grep -o 'cov: [0-9]*' "$log" | tail -1 | tr -dc 0-9)
+    found=nothing
+    if ((status)); then
+        failed=1
+        found=$(sed -n 's/.*Test unit written to //p' "$log" | tail -1)
+        found=${found:-"status $status, see $log"}
+    elif [[ ! $check ]]; then
+        # What covers all that was covered, then as much of it as is to be kept.
+        rm -rf "$work/$target.small"
+        mkdir "$work/$target.small"
+        nice -n 10 "$program" -merge=1 -timeout=25 -rss_limit_mb=2560 "$work/$target.small" "$own" "$work/$target" >>"$log" 2>&1 || true
+        rm -rf "$own"
+        mkdir "$own"
+        find "$work/$target.small" -type f -size -$((most_bytes + 1))c -printf '%s %p\n' | sort -n |
+            awk -v most=$most_files 'NR <= most { sub(/^[0-9]+ /, ""); print }' | xargs -r cp -t "$own"
+        rm -rf "$work/$target.small"
+    fi
+    printf '%-12s %12s %10s %8s %8s  %s\n' "$target" "${runs:-?}" "${rate:-?}" "${edges:-?}" "$(find "$own" -type f | wc -l)" "$found"
+done
+exit $failed
