@@ -1,5 +1,8 @@
 #include "sound_player.h"
 
+#include <algorithm>
+#include <utility>
+
 #include <QAudioDevice>
 #include <QAudioSink>
 #include <QIODevice>

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kWords = Qt::UserRole + 40; ///< what people call it, too
 constexpr int kGroup = kWords + 1;
-constexpr int kAll = 0, kFavorites = 1; ///< choices above the groups
+constexpr int kFavorites = 1; ///< the choice between that of all and the groups
 const char* const kSetting = "favorites";
 
 /// Says so when a search has left nothing.
