@@ -6,6 +6,7 @@
 
 #include "film.h"
 #include "media/conform.h"
+#include "media/sequence.h"
 
 namespace larkmoor {
 
@@ -76,6 +77,9 @@ class ClipFilm final : public Film {
             m_total = m_reader->expectedFrames();
         }
         m_video = m_reader->video();
+        m_number = m_reader->sequenceNumber().value_or(1);
+        m_firstStamp = m_reader->firstStampInRange();
+        m_options = std::move(options);
         if (request.over.empty()) return;
         m_below.emplace(request.over, m_video, output);
         refuseMixedDynamics(request.path, m_video, request.over, m_below->video());
@@ -95,13 +99,16 @@ class ClipFilm final : public Film {
         return files;
     }
 
-    void begin(ContainerSink& container) override {
-        container.passStreams(*m_reader);
-        container.begin(m_reader->sequenceNumber().value_or(1));
+    int firstNumber() const override { return m_number; }
+    std::int64_t firstStamp() const override { return m_firstStamp; }
+    void addStreams(ContainerSink& container) override { container.passStreams(*m_reader); }
+
+    void skip(std::int64_t frames, const std::function<void(std::int64_t)>& passed) override {
+        if (frames > 0 && !jump(frames, passed)) Film::skip(frames, passed);
     }
 
     bool read(Job& job) override {
-        ReadFrame read = m_reader->next();
+        ReadFrame read = (m_ahead ? *m_ahead : *m_reader).next();
         if (!read.frame) return false;
         job.plain = !m_below;
         if (m_below) job.second = m_below->at(read.frame->pts);
@@ -112,7 +119,7 @@ class ClipFilm final : public Film {
     }
 
     std::vector<std::string> damage() const override {
-        std::vector<std::string> sentences = m_reader->damageTold();
+        std::vector<std::string> sentences = (m_ahead ? *m_ahead : *m_reader).damageTold();
         if (m_below) std::ranges::copy(m_below->clip().damageTold(), std::back_inserter(sentences));
         return sentences;
     }
@@ -122,7 +129,40 @@ class ClipFilm final : public Film {
     }
 
   private:
+    /// Begins at a later frame without decoding those before it, where its table leads to the very frame.
+    bool jump(std::int64_t frames, const std::function<void(std::int64_t)>& passed) {
+        const std::string& path = m_reader->path();
+        std::error_code ignored;
+        if (!std::filesystem::is_regular_file(path, ignored) && !isSequence(path)) return false;
+        if (m_reader->container().start_time == AV_NOPTS_VALUE) return false;
+        const FrameTable table = Reader::table(path, m_options);
+        const auto first = std::ranges::lower_bound(table.stamps, m_reader->firstStamp());
+        const auto number = first - table.stamps.begin() + frames;
+        const std::optional<FramePlace> place = table.place(number);
+        if (!place || *first != m_reader->firstStamp()) return false;
+        ReadOptions options = m_options;
+        options.start = 0;
+        options.skip = number;
+        options.from = place;
+        options.origin = m_reader->rangeStart();
+        if (options.frames >= 0) options.frames = std::max<std::int64_t>(0, options.frames - frames);
+        try {
+            auto ahead = std::make_unique<Reader>(path, options);
+            if (ahead->firstStamp() != place->stamp) return false;
+            m_ahead = std::move(ahead);
+        } catch (const Error&) {
+            // Some key frames cannot be begun at.
+            return false;
+        }
+        for (auto stamp = first; stamp != first + frames; ++stamp) passed(m_firstStamp + *stamp - *first);
+        return true;
+    }
+
     std::unique_ptr<Reader> m_reader;
+    std::unique_ptr<Reader> m_ahead; ///< the same clip from a later frame on, which frames are then read of
+    ReadOptions m_options;
+    int m_number = 1;
+    std::int64_t m_firstStamp = 0;
     VideoFacts m_video; ///< as of the reader, but for what the clip below covers
     std::optional<std::int64_t> m_total;
     std::optional<Below> m_below;

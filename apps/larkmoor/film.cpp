@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "assembly.h"
 #include "levels.h"
 #include "output.h"
 #include "worker.h"
@@ -34,7 +35,13 @@ bool makesClear(const Module& module, const Film& film, const Recipe& recipe) {
 
 } // namespace
 
-Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& request, const Watch& watch) {
+void Film::skip(std::int64_t frames, const std::function<void(std::int64_t)>& passed) {
+    for (Job job; job.index < frames && read(job); job = {.index = job.index + 1})
+        passed(job.first ? job.first->pts : job.index);
+}
+
+Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest request, const Watch& watch,
+             PictureSource* made) {
     const std::optional<std::int64_t> total = film.total();
     settleKeys(recipe, total, film.video().rate, film.name());
     settleLevels(recipe);
@@ -47,9 +54,25 @@ Ended render(const Module& module, Film& film, Recipe recipe, const OutputReques
     for (const Step& step : recipe.effects) check(step);
     VideoFacts video = film.video();
     video.alpha = video.alpha || makesClear(module, film, recipe);
-    Output output(request, video, film.like());
+    if (request.part) request.part = settlePart(*request.part, total, film.name());
+    const Part part = request.part.value_or(Part());
+    Output output(request, video, film.like(), film.firstNumber());
     FrameSink& sink = output.sink();
-    if (ContainerSink* container = output.container()) film.begin(*container);
+    ContainerSink* const container = output.container();
+    if (container) {
+        container->startAt(film.firstStamp());
+        if (!request.part) {
+            if (film.like()) container->copyChapters(*film.like());
+            film.addStreams(*container);
+        }
+        if (!request.packets) container->begin(film.firstNumber() + static_cast<int>(part.first));
+    }
+    std::optional<Assembly> assembly;
+    if (container && request.chunkFrames > 0 && !request.part && !made)
+        container->setTaker(&assembly.emplace(film, *container));
+    film.skip(part.first, [&](std::int64_t stamp) {
+        if (container) container->pass(stamp, 0);
+    });
 
     const FramePool frames(sink.target().format, film.video().width, film.video().height);
     const WorkPlan plan{module, recipe, film.video(), film.others(), sink, frames};
@@ -66,18 +89,43 @@ Ended render(const Module& module, Film& film, Recipe recipe, const OutputReques
         return cancelled.load();
     };
     std::int64_t count = 0;
-    runPipeline(request.threads, {.read = [&](Job& job) { return !isCancelled() && film.read(job); },
-                                  .work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); },
-                                  .write =
-                                      [&](Job& job) {
-                                          for (PacketPtr& packet : job.side) sink.writeSide(std::move(packet));
-                                          if (job.output) sink.write(std::move(job.output));
-                                          film.written(job);
-                                          ++count;
-                                          if (watch.progress) watch.progress(count, total);
-                                      }});
+    std::optional<std::int64_t> wanted = total;
+    if (total && request.part)
+        wanted = std::max<std::int64_t>(1, std::min(*total, part.end.value_or(*total)) - part.first);
+    const auto tell = [&] {
+        ++count;
+        if (watch.progress) watch.progress(count, wanted);
+    };
+    const auto read = [&](Job& job) {
+        job.index += part.first;
+        return !(part.end && job.index >= *part.end) && !isCancelled() && film.read(job);
+    };
+    const auto work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); };
+    const auto write = [&](Job& job) {
+        if (request.part) {
+            sink.write(std::move(job.output));
+        } else if (assembly) {
+            sink.write(std::move(job.output));
+            assembly->add(std::move(job));
+        } else {
+            for (PacketPtr& packet : job.side) sink.writeSide(std::move(packet));
+            if (job.output) sink.write(std::move(job.output));
+            film.written(job);
+        }
+        tell();
+    };
+    if (made)
+        assemble(film, *container, *made, [&] {
+            tell();
+            return !isCancelled();
+        });
+    else
+        runPipeline(request.threads, {.read = read, .work = work, .write = write});
     if (isCancelled()) return Ended::Cancelled;
-    film.end(sink);
+    if (count == 0 && request.part && !request.packets)
+        throw Error(fmt::format("{} has no frame {}", film.name(), part.first));
+    if (assembly) container->endPictures();
+    if (!request.part) film.end(sink);
     output.finish();
     const std::vector<std::string> damage = film.damage();
     for (const std::string& sentence : damage)

@@ -29,8 +29,16 @@ class Film {
     /// What is read, and so cannot be written.
     virtual std::vector<std::string> files() const { return {}; }
 
-    /// Adds what goes beside the pictures and begins the file.
-    virtual void begin(ContainerSink& container) = 0;
+    /// Where the pictures are written as a numbered sequence, the number of the first one.
+    virtual int firstNumber() const { return 1; }
+    /// Time stamp of the first frame.
+    virtual std::int64_t firstStamp() const { return 0; }
+
+    /// Leaves the first frames out; the others stay what they are. Call before any is read.
+    /// @param passed takes the time stamp of each.
+    virtual void skip(std::int64_t frames, const std::function<void(std::int64_t stamp)>& passed);
+    /// Adds what goes beside the pictures.
+    virtual void addStreams(ContainerSink& container) = 0;
     /// Fills the next job; false at the end.
     virtual bool read(Job& job) = 0;
     /// Called after a job's frame was written, in order, perhaps while another is read.
@@ -111,7 +119,12 @@ enum class Ended {
     Cancelled, ///< with nothing written
 };
 
-/// Renders a film through a recipe into the output. Damage of its clips is told at the end.
-Ended render(const Module& module, Film& film, Recipe recipe, const OutputRequest& output, const Watch& watch);
+class PictureSource;
+
+/// Renders a film, or the part of it that is wanted, through a recipe into the output. Damage of its clips is told at
+/// the end.
+/// @param made packets of the pictures that were rendered before, so that this is left to do; the output is encoded.
+Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest output, const Watch& watch,
+             PictureSource* made = nullptr);
 
 } // namespace larkmoor

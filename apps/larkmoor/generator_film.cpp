@@ -20,7 +20,7 @@ class GeneratorFilm final : public Film {
     const VideoFacts& video() const override { return m_video; }
     std::optional<std::int64_t> total() const override { return m_total; }
     std::string name() const override { return "the generator"; }
-    void begin(ContainerSink& container) override { container.begin(); }
+    void addStreams(ContainerSink&) override {}
 
     bool read(Job& job) override {
         if (job.index >= m_total) return false;

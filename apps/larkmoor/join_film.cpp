@@ -226,7 +226,7 @@ class JoinFilm final : public Film {
         return sentences;
     }
 
-    void begin(ContainerSink& container) override {
+    void addStreams(ContainerSink& container) override {
         int most = 0;
         for (const auto& clip : m_clips) most = std::max(most, streamsOf(*clip, AVMEDIA_TYPE_AUDIO));
         container.checkSoundNumber(name(), most);
@@ -241,7 +241,6 @@ class JoinFilm final : public Film {
         std::optional<std::int64_t> frames;
         if (m_range.out) frames = *m_range.out - m_range.in;
         container.passSubtitles(m_clips, frames);
-        container.begin();
     }
 
     bool read(Job& job) override {

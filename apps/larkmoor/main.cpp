@@ -32,7 +32,7 @@ class Command {
             ->type_name("json")
             ->excludes("--quiet");
         for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb,
-                           &validateVerb, &manualVerb, &completeVerb})
+                           &validateVerb, &splitVerb, &workVerb, &mergeVerb, &statusVerb, &manualVerb, &completeVerb})
             m_verbs.push_back(make(m_app));
     }
 

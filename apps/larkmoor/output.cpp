@@ -9,28 +9,44 @@ namespace larkmoor {
 namespace {
 
 /// Throws UsageError for settings of encoders, which bare frames do without.
-void refuseEncoding(const EncodeOptions& options, const std::string& path) {
+void refuseEncoding(const OutputRequest& request) {
+    const EncodeOptions& options = request.encode;
+    const std::string& path = request.path;
     const std::pair<bool, const char*> given[] = {
         {!options.codec.empty(), "--codec"},          {options.quality.has_value(), "--quality"},
         {options.bitRate > 0, "--bitrate"},           {!options.settings.empty(), "--encoder-option"},
-        {options.sound.stream > 0, "--audio-stream"}, {!options.sound.codec.empty(), "--audio-codec"}};
+        {options.sound.stream > 0, "--audio-stream"}, {!options.sound.codec.empty(), "--audio-codec"},
+        {request.chunkFrames > 0, "--chunk-frames"}};
     for (const auto& [is, name] : given)
         if (is)
             throw UsageError(fmt::format("{} is for files that are encoded, and {} takes bare frames", name,
                                          path == "-" ? "standard output" : path));
 }
 
+/// The numbers that a part of a sequence gets.
+OutputFile::Numbers numbersOf(const OutputRequest& request, int firstNumber) {
+    if (!request.part) return {};
+    const auto end = request.part->end;
+    return {.first = firstNumber + request.part->first, .end = end ? std::optional(firstNumber + *end) : std::nullopt};
+}
+
 } // namespace
 
-Output::Output(const OutputRequest& request, const VideoFacts& video, const Reader* like)
-    : m_file(request.path, request.overwrite) {
+Output::Output(const OutputRequest& request, const VideoFacts& video, const Reader* like, int firstNumber)
+    : m_file(request.packets ? request.packets->path : request.path, request.overwrite,
+             numbersOf(request, firstNumber)) {
     if (!isRawPath(request.path)) {
         auto sink = std::make_unique<ContainerSink>(m_file.workPath(), request.path, video, request.encode, like);
         m_container = sink.get();
+        if (request.chunkFrames > 0) sink->setChunks(request.chunkFrames);
+        if (request.packets) {
+            m_packets = std::make_unique<PacketWriter>(m_file.workPath(), request.packets->path, request.packets->head);
+            sink->setTaker(m_packets.get());
+        }
         m_sink = std::move(sink);
         return;
     }
-    refuseEncoding(request.encode, request.path);
+    refuseEncoding(request);
     AVPixelFormat wanted = request.encode.pixelFormat;
     if (request.raw && wanted != AV_PIX_FMT_NONE && wanted != request.raw->format)
         throw UsageError(fmt::format("--raw says {} and --pixel-format {}", av_get_pix_fmt_name(request.raw->format),
@@ -52,6 +68,7 @@ Output::Output(const OutputRequest& request, const VideoFacts& video, const Read
 
 void Output::finish() {
     m_sink->finish();
+    if (m_packets) m_packets->finish();
     m_file.commit();
 }
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "media/container_sink.h"
+#include "media/packet_file.h"
 #include "output_file.h"
 #include "requests.h"
 
@@ -13,7 +13,8 @@ namespace larkmoor {
 class Output {
   public:
     /// @param like the clip whose metadata and codec count; null for none.
-    Output(const OutputRequest& request, const VideoFacts& video, const Reader* like);
+    /// @param firstNumber of a numbered sequence.
+    Output(const OutputRequest& request, const VideoFacts& video, const Reader* like, int firstNumber);
 
     FrameSink& sink() { return *m_sink; }
     /// Null for bare frames.
@@ -24,6 +25,7 @@ class Output {
 
   private:
     OutputFile m_file;
+    std::unique_ptr<PacketWriter> m_packets; // outlives the sink
     std::unique_ptr<FrameSink> m_sink;
     ContainerSink* m_container = nullptr;
 };

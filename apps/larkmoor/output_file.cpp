@@ -1,5 +1,6 @@
 #include "output_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -101,7 +102,8 @@ std::vector<std::string> filesOf(const std::string& path) {
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& path, bool overwrite) : m_path(path), m_overwrite(overwrite) {
+OutputFile::OutputFile(const std::string& path, bool overwrite, const Numbers& numbers)
+    : m_path(path), m_overwrite(overwrite) {
     std::error_code ignored;
     const fs::file_status status = fs::status(path, ignored);
     if (path == "-" || (fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status))) {
@@ -111,7 +113,10 @@ OutputFile::OutputFile(const std::string& path, bool overwrite) : m_path(path), 
     }
     if (fs::is_directory(status)) throw Error(fmt::format("{} is a folder", path));
     m_sequence = larkmoor::isSequence(path);
-    if (!overwrite && (m_sequence ? !sequenceNumbers(path).empty() : fs::exists(status)))
+    const auto isWritten = [&](int number) {
+        return number >= numbers.first && (!numbers.end || number < *numbers.end);
+    };
+    if (!overwrite && (m_sequence ? std::ranges::any_of(sequenceNumbers(path), isWritten) : fs::exists(status)))
         throw Error(fmt::format("{} is there already; -y overwrites it", path));
 
     const fs::path target = m_sequence ? fs::path(path) : targetOf(path);

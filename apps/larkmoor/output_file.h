@@ -1,6 +1,8 @@
 // What is written appears under its final name whole or not at all.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,8 +17,15 @@ namespace larkmoor {
 /// Devices and pipes are written directly. Where the name is a symbolic link, what it leads to is written.
 class OutputFile {
   public:
+    /// Those that are written of a numbered sequence; others may be there.
+    struct Numbers {
+        std::int64_t first = 0;
+        std::optional<std::int64_t> end = {}; ///< the number after the last
+    };
+
     /// Throws Error when the file is there and `overwrite` is not set, or when its folder cannot be written.
-    OutputFile(const std::string& path, bool overwrite);
+    OutputFile(const std::string& path, bool overwrite) : OutputFile(path, overwrite, Numbers()) {}
+    OutputFile(const std::string& path, bool overwrite, const Numbers& numbers);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;

@@ -13,6 +13,17 @@ Step stepOf(const ProjectEffect& effect) {
             .ownLevels = effect.ownLevels};
 }
 
+} // namespace
+
+ProjectEffect effectOf(const Step& step) {
+    return {.info = step.info,
+            .over = step.over,
+            .ownLevels = step.ownLevels,
+            .record = step.record,
+            .curves = step.curves,
+            .span = step.span};
+}
+
 std::unique_ptr<Film> filmOf(const Project& project, const OutputRequest& output) {
     const Range range{project.in, project.out};
     if (const auto* made = std::get_if<ProjectGenerator>(&project.source))
@@ -22,8 +33,6 @@ std::unique_ptr<Film> filmOf(const Project& project, const OutputRequest& output
         return joinFilm({clip.path, project.second->path}, clip.rate, project.second->duration, range, output);
     return clipFilm({.path = clip.path, .over = {}, .rate = clip.rate, .range = range}, output);
 }
-
-} // namespace
 
 Recipe recipeOf(const Project& project) {
     Recipe recipe;

@@ -24,6 +24,7 @@ std::optional<T> number(std::string_view text) {
 }
 
 constexpr int greatestSide = 65535;
+constexpr std::int64_t mostFrames = std::int64_t{1} << 40;
 
 } // namespace
 
@@ -103,6 +104,46 @@ RawRequest parseRaw(const std::string& text) {
     raw.format = parsePixelFormat(text.substr(first + 1, second - first - 1));
     raw.rate = parseRate(text.substr(second + 1));
     return raw;
+}
+
+namespace {
+
+std::optional<std::pair<std::int64_t, std::int64_t>> twoNumbers(std::string_view text, char between) {
+    const std::size_t at = text.find(between);
+    if (at == std::string_view::npos) return {};
+    const auto first = number<std::int64_t>(text.substr(0, at)), second = number<std::int64_t>(text.substr(at + 1));
+    if (!first || !second || *first < 0 || *first >= *second || *second > mostFrames) return {};
+    return std::pair(*first, *second);
+}
+
+} // namespace
+
+Part parseFramesOf(const std::string& text) {
+    const auto frames = twoNumbers(text, ':');
+    if (!frames)
+        throw UsageError(fmt::format("--frames-of takes A:B, frames A to B-1 counted from 0, such as 100:200, not "
+                                     "\"{}\"",
+                                     text));
+    return {.first = frames->first, .end = frames->second, .share = {}};
+}
+
+Part parseChunk(const std::string& text) {
+    const auto share = twoNumbers(text, '/');
+    if (!share)
+        throw UsageError(fmt::format("--chunk takes I/N, part I of N counted from 0, such as 0/10, not \"{}\"", text));
+    return {.first = 0, .end = {}, .share = share};
+}
+
+Part settlePart(const Part& part, std::optional<std::int64_t> total, const std::string& name) {
+    if (!part.share) return part;
+    const auto [number, count] = *part.share;
+    if (!total)
+        throw UsageError(
+            fmt::format("nothing tells how many frames {} has, as --chunk needs; --frames-of takes a part", name));
+    const auto bound = [&](std::int64_t i) { return av_rescale_rnd(*total, i, count, AV_ROUND_DOWN); };
+    // What is told of the length may be too little: the last part goes on to the end.
+    if (number + 1 == count) return {.first = bound(number), .end = {}, .share = {}};
+    return {.first = bound(number), .end = bound(number + 1), .share = {}};
 }
 
 bool isRawPath(const std::string& path) {

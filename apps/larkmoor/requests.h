@@ -18,6 +18,20 @@ struct RawRequest {
     AVRational rate{0, 1};
 };
 
+/// Part of what a run makes, in frames of the whole. Pictures alone go into it.
+struct Part {
+    std::int64_t first = 0;
+    std::optional<std::int64_t> end; ///< the frame after the last
+    /// The number, from 0, of one of so many parts of a length, instead of both; until the length of all is known.
+    std::optional<std::pair<std::int64_t, std::int64_t>> share;
+};
+
+/// The pictures of a part go as packets into a file of their own. They are encoded as for the output's path.
+struct PacketsRequest {
+    std::string path;
+    std::string head; ///< what they belong to
+};
+
 struct OutputRequest {
     std::string path;
     bool overwrite = false;
@@ -25,6 +39,9 @@ struct OutputRequest {
     std::optional<RawRequest> raw;
     int threads = 1;
     ReadPolicy reading; ///< of what goes in
+    std::optional<Part> part;
+    std::optional<PacketsRequest> packets;
+    std::int64_t chunkFrames = 0; ///< after so many frames, counted in the whole, a new encoder begins; 0 for never
 };
 
 /// Seconds, or [HH:]MM:SS with a fraction. Throws UsageError.
@@ -38,6 +55,12 @@ AVPixelFormat parsePixelFormat(const std::string& text);
 /// Bits a second: "4000000", "800k", "4M". Throws UsageError.
 std::int64_t parseBitRate(const std::string& text);
 RawRequest parseRaw(const std::string& text);
+/// Frames A to B-1 of the whole: "A:B". Throws UsageError.
+Part parseFramesOf(const std::string& text);
+/// Part I, counted from 0, of N: "I/N". Throws UsageError.
+Part parseChunk(const std::string& text);
+/// A part's own frames. Throws UsageError where the length of the whole would be needed and is not known.
+Part settlePart(const Part& part, std::optional<std::int64_t> total, const std::string& name);
 
 /// Whether `path` is written or read as bare frames.
 bool isRawPath(const std::string& path);

@@ -19,7 +19,8 @@ bool isOnePicture(const std::string& path) {
 class StillFilm final : public Film {
   public:
     StillFilm(std::unique_ptr<Reader> still, std::unique_ptr<Reader> clip)
-        : m_still(std::move(still)), m_clip(std::move(clip)), m_video(m_clip->video()) {
+        : m_still(std::move(still)), m_clip(std::move(clip)), m_video(m_clip->video()),
+          m_firstStamp(m_clip->firstStampInRange()) {
         m_video.premultiplied = m_still->video().premultiplied;
         Conformer picture(*m_still, m_video);
         m_picture = picture.next();
@@ -38,10 +39,9 @@ class StillFilm final : public Film {
     std::string name() const override { return m_clip->path(); }
     std::vector<std::string> files() const override { return {m_still->path(), m_clip->path()}; }
 
-    void begin(ContainerSink& container) override {
-        container.passStreams(*m_clip);
-        container.begin(m_clip->sequenceNumber().value_or(1));
-    }
+    int firstNumber() const override { return m_clip->sequenceNumber().value_or(1); }
+    std::int64_t firstStamp() const override { return m_firstStamp; }
+    void addStreams(ContainerSink& container) override { container.passStreams(*m_clip); }
 
     bool read(Job& job) override {
         ReadFrame read = m_clip->next();
@@ -69,6 +69,7 @@ class StillFilm final : public Film {
     std::unique_ptr<Reader> m_still, m_clip;
     VideoFacts m_video; ///< of the still as it is laid over the clip
     FramePtr m_picture;
+    std::int64_t m_firstStamp;
 };
 
 } // namespace

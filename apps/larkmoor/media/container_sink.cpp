@@ -125,6 +125,9 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
     const AVCodec& codec = encoderFor(options, m_container, name, video, like);
     m_target = targetFor(codec, m_container, video, options.pixelFormat);
     m_encoder = openEncoder(codec, options, m_container, video, m_target, like);
+    m_openAnother = [this, &codec, options, like] {
+        return openEncoder(codec, options, m_container, m_video, m_target, like, true);
+    };
     if (video.alpha && !hasAlpha(m_target.format))
         warn(fmt::format("{} has no alpha as {} {}: the pictures are laid over black", name, codec.name,
                          av_get_pix_fmt_name(m_target.format)));
@@ -148,7 +151,6 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
     if (!isMovie(m_container) && av_stream_get_side_data(m_stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr))
         warn(
             fmt::format("{} cannot say that its pictures are to be turned; they are written as they are stored", name));
-    copyChapters(*like);
 }
 
 ContainerSink::~ContainerSink() {
@@ -420,6 +422,15 @@ void ContainerSink::begin(int firstNumber) {
     }
     const int status = avformat_write_header(m_format, settings.get());
     if (status < 0) fail(status);
+    m_open = true;
+}
+
+void ContainerSink::setChunks(std::int64_t frames) {
+    const AVCodecID codec = m_encoder->codec_id;
+    if (codec == AV_CODEC_ID_APNG || (codec == AV_CODEC_ID_WEBP && !isPictureContainer(m_container)))
+        throw UsageError(fmt::format("{} is one piece as {}; another container can be made in chunks", m_name,
+                                     avcodec_get_name(codec)));
+    m_chunkFrames = frames;
 }
 
 void ContainerSink::put(PacketPtr packet, AVStream& stream, AVRational unit) {
@@ -439,13 +450,11 @@ void ContainerSink::put(PacketPtr packet, AVStream& stream, AVRational unit) {
 }
 
 /// Where the encoder counts in frames, the first picture goes to the next whole one, and all else with it.
-void ContainerSink::settleShift(std::int64_t firstStamp) {
-    const std::int64_t exact = av_rescale_q(firstStamp, m_video.timeBase, nanoseconds);
+void ContainerSink::startAt(std::int64_t stamp) {
+    const std::int64_t exact = av_rescale_q(stamp, m_video.timeBase, nanoseconds);
     const std::int64_t next = av_rescale_q_rnd(exact - stampError, nanoseconds, m_encoder->time_base, AV_ROUND_UP);
     const std::int64_t shift = av_rescale_q(next, m_encoder->time_base, nanoseconds) - exact;
     m_shift = std::abs(shift) > stampError ? shift : 0;
-    m_begins = true;
-    for (PacketPtr& packet : std::exchange(m_early, {})) writeSide(std::move(packet));
 }
 
 /// A time in the encoder's unit: that of a whole frame where it is one but for the rounding of its clip's unit.
@@ -457,21 +466,30 @@ std::int64_t ContainerSink::inEncoder(std::int64_t time) const {
     return av_rescale_q(time, nanoseconds, m_encoder->time_base);
 }
 
+std::int64_t ContainerSink::pass(std::int64_t stamp, std::int64_t duration) {
+    const auto shifted = [&](std::int64_t time) { return av_rescale_q(time, m_video.timeBase, nanoseconds) + m_shift; };
+    m_end = shifted(stamp + duration);
+    std::int64_t time = inEncoder(shifted(stamp));
+    if (m_lastStamp != AV_NOPTS_VALUE && time <= m_lastStamp) time = m_lastStamp + 1;
+    m_lastStamp = time;
+    ++m_frames;
+    return time;
+}
+
 void ContainerSink::write(FramePtr frame) {
-    if (!m_begins) settleShift(frame->pts);
-    const auto shifted = [&](std::int64_t stamp) {
-        return av_rescale_q(stamp, m_video.timeBase, nanoseconds) + m_shift;
-    };
-    m_end = shifted(frame->pts + frame->pkt_duration);
-    frame->pts = inEncoder(shifted(frame->pts));
-    if (m_lastStamp != AV_NOPTS_VALUE && frame->pts <= m_lastStamp) frame->pts = m_lastStamp + 1;
-    if (m_lastStamp != AV_NOPTS_VALUE && isPictureContainer(m_container) && !av_filename_number_test(m_name.c_str()))
+    if (m_written++ > 0 && isPictureContainer(m_container) && !av_filename_number_test(m_name.c_str()))
         throw Error(fmt::format("{} takes one picture; name a numbered sequence such as frame%04d.png, or ask for "
                                 "--frames 1",
                                 m_name));
-    m_lastStamp = frame->pts;
-    m_durations[frame->pts] =
-        std::max<std::int64_t>(1, av_rescale_q(frame->pkt_duration, m_video.timeBase, m_encoder->time_base));
+    if (m_written > 1 && m_chunkFrames > 0 && m_frames % m_chunkFrames == 0) {
+        endPictures();
+        m_encoder = m_openAnother();
+        m_encoding = true;
+    }
+    ++m_inEncoder;
+    const std::int64_t duration = frame->pkt_duration;
+    frame->pts = pass(frame->pts, duration);
+    m_durations[frame->pts] = std::max<std::int64_t>(1, av_rescale_q(duration, m_video.timeBase, m_encoder->time_base));
     // The encoder decides by itself which frames stand alone.
     frame->pict_type = AV_PICTURE_TYPE_NONE;
     frame->key_frame = 0;
@@ -495,8 +513,22 @@ void ContainerSink::drain() {
             packet->duration = known->second;
             m_durations.erase(known);
         }
-        put(std::move(packet), *m_stream, m_encoder->time_base);
+        if (m_taker)
+            m_taker->take(std::move(packet));
+        else
+            writePicture(std::move(packet));
     }
+}
+
+void ContainerSink::writePicture(PacketPtr packet) {
+    put(std::move(packet), *m_stream, m_encoder->time_base);
+}
+
+void ContainerSink::endPictures() {
+    if (!std::exchange(m_encoding, false) || m_inEncoder == 0) return;
+    avcodec_send_frame(m_encoder.get(), nullptr);
+    drain();
+    if (m_taker) m_taker->endChunk(std::exchange(m_inEncoder, 0));
 }
 
 void ContainerSink::passSound(Passage& passage, const AVPacket* packet) {
@@ -516,10 +548,6 @@ void ContainerSink::passSound(Passage& passage, const AVPacket* packet) {
 void ContainerSink::writeSide(PacketPtr packet) {
     const auto found = m_passages.find(packet->stream_index);
     if (found == m_passages.end()) return;
-    if (!m_begins) {
-        m_early.push_back(std::move(packet));
-        return;
-    }
     Passage& passage = found->second;
     const std::int64_t shift = av_rescale_q(m_shift, nanoseconds, passage.unit);
     if (packet->pts != AV_NOPTS_VALUE) packet->pts += shift;
@@ -561,8 +589,8 @@ void ContainerSink::writeSound(std::size_t number, const AVFrame& sound) {
 }
 
 void ContainerSink::finish() {
-    avcodec_send_frame(m_encoder.get(), nullptr);
-    drain();
+    endPictures();
+    if (!m_open) return;
     for (PacketPtr& packet : m_late) {
         Passage& passage = m_passages.at(packet->stream_index);
         const std::int64_t left = av_rescale_q(m_end, nanoseconds, passage.unit) - packet->pts;

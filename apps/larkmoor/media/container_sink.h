@@ -1,6 +1,7 @@
 // An encoded clip, picture or numbered sequence with its sound, subtitles, chapters and metadata.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,6 +14,16 @@
 #include "media/subtitle_encoder.h"
 
 namespace larkmoor {
+
+/// Takes what encoders make of the pictures.
+class PictureTaker {
+  public:
+    virtual ~PictureTaker() = default;
+    /// The next packet in coding order, in the encoder's unit of time.
+    virtual void take(PacketPtr packet) = 0;
+    /// An encoder has ended; what follows does not need what came before.
+    virtual void endChunk(std::int64_t frames) = 0;
+};
 
 class ContainerSink : public FrameSink {
   public:
@@ -42,9 +53,27 @@ class ContainerSink : public FrameSink {
     /// @return its number for that; none when the container takes no sound.
     std::optional<std::size_t> addSound(const SoundFacts& sound, const AVDictionary* metadata, int disposition);
 
-    /// Opens the file and writes its head.
+    /// Carries the chapters of a clip. Call before `begin`.
+    void copyChapters(const Reader& from);
+
+    /// A new encoder begins after every `frames` frames, counted from `pass` or `write` on. Throws UsageError for
+    /// codecs whose frames are not taken from several encoders.
+    void setChunks(std::int64_t frames);
+    /// Pictures go to `taker` instead of the file.
+    void setTaker(PictureTaker* taker) { m_taker = taker; }
+    /// What is written begins at this stamp, that of the first frame of all.
+    void startAt(std::int64_t stamp);
+
+    /// Opens the file and writes its head. Without it pictures alone are encoded, for a taker.
     /// @param firstNumber of a numbered sequence.
-    void begin(int firstNumber = 1);
+    void begin(int firstNumber);
+
+    /// Counts a frame as written that comes as a packet, or belongs to another part. @return its stamp in packets.
+    std::int64_t pass(std::int64_t stamp, std::int64_t duration);
+    /// Writes a packet of the pictures.
+    void writePicture(PacketPtr packet);
+    /// Ends the encoder; no frame follows.
+    void endPictures();
 
     const Target& target() const override { return m_target; }
     bool premultiplied() const override { return m_encoder->codec_id == AV_CODEC_ID_EXR; }
@@ -65,7 +94,6 @@ class ContainerSink : public FrameSink {
 
     void drain();
     void put(PacketPtr packet, AVStream& stream, AVRational unit);
-    void settleShift(std::int64_t firstStamp);
     std::int64_t inEncoder(std::int64_t time) const;
     void pass(Passage& passage, PacketPtr packet);
     void passSound(Passage& passage, const AVPacket* packet);
@@ -78,7 +106,6 @@ class ContainerSink : public FrameSink {
     PacketTaker takerFor(Passage& passage);
     bool reencodeSubtitles(const AVStream& from, Passage& passage);
     void passSubtitleRow(std::span<const AVStream* const> streams);
-    void copyChapters(const Reader& from);
     [[noreturn]] void fail(int code) const;
 
     std::string m_path, m_name;
@@ -88,18 +115,24 @@ class ContainerSink : public FrameSink {
     VideoFacts m_video;
     Target m_target;
     CodecPtr m_encoder;
+    std::function<CodecPtr()> m_openAnother;
+    PictureTaker* m_taker = nullptr;
+    std::int64_t m_chunkFrames = 0; ///< 0 for all in one
+    std::int64_t m_frames = 0;      ///< passed or written
+    std::int64_t m_written = 0;
+    std::int64_t m_inEncoder = 0; ///< frames since it was opened
+    bool m_encoding = true;       ///< the encoder has not ended
+    bool m_open = false;          ///< there is a file
     AVStream* m_stream = nullptr;
     std::map<int, Passage> m_passages;                ///< by stream of the source
     std::vector<Passage> m_sounds;                    ///< that come as samples
     std::map<std::int64_t, std::int64_t> m_durations; ///< of frames in the encoder, by time stamp, in its unit
     std::map<int, std::int64_t> m_lastStamps;         ///< decoding times of the last packets, by stream
     std::int64_t m_lastStamp = AV_NOPTS_VALUE;
-    std::vector<PacketPtr> m_early;    ///< that came before the first frame
     std::vector<PacketPtr> m_late;     ///< that wait for the end of a cut
     std::optional<std::int64_t> m_cut; ///< ns: the earliest end of what is cut
     std::int64_t m_shift = 0;          ///< ns: from the clip's stamps to those of the file
     std::int64_t m_end = 0;            ///< ns: of the pictures so far
-    bool m_begins = false;
 };
 
 } // namespace larkmoor

@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+#include <malloc.h>
+
 #include <fmt/format.h>
 
 #include "media/quality.h"
@@ -110,6 +112,16 @@ std::string x265Light(const VideoFacts& video) {
 struct Size {
     int width, height;
 };
+
+/// Some encoders, x264 among them, reckon with memory that they have not written: where the process used it before, the
+/// same pictures become other bytes. From here on memory comes clear.
+void clearFreshMemory() {
+#ifdef M_PERTURB
+    constexpr int clear = 0xFF; // what is written is the complement
+    static const int once = ::mallopt(M_PERTURB, clear);
+    (void)once;
+#endif
+}
 
 /// Everything but the user's own settings.
 CodecPtr prepare(const AVCodec& codec, const EncodeOptions& options, const AVOutputFormat& container,
@@ -265,7 +277,11 @@ std::vector<EncoderFacts> encodersFor(const std::string& path) {
 }
 
 CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const AVOutputFormat& container,
-                     const VideoFacts& video, const Target& target, const Reader* source) {
+                     const VideoFacts& video, const Target& target, const Reader* source, bool again) {
+    clearFreshMemory();
+    const auto note = [&](const std::string& sentence) {
+        if (!again) warn(sentence);
+    };
     const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(target.format);
     const auto whole = [](int side, int shift) { return ((side - 1) | ((1 << shift) - 1)) + 1; };
     const Size exact{video.width, video.height};
@@ -275,9 +291,9 @@ CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const A
     CodecPtr context = prepare(codec, options, container, video, target, exact);
     const bool profiled = std::string_view(codec.name) == "prores_ks" || codec.id == AV_CODEC_ID_DNXHD;
     if (options.quality && !profiled && !setQuality(*context, options.quality))
-        warn(fmt::format("{} has no quality to set; --quality does nothing", codec.name));
+        note(fmt::format("{} has no quality to set; --quality does nothing", codec.name));
     if (options.bitRate > 0 && isLossless(codec.id))
-        warn(fmt::format("{} keeps everything, at whatever bit rate; --bitrate does nothing", codec.name));
+        note(fmt::format("{} keeps everything, at whatever bit rate; --bitrate does nothing", codec.name));
     const std::string limits = limitsOf(codec.id);
     const auto misfit = [&](const std::string& reason) {
         return Error(fmt::format("cannot encode {}x{} at {} frames a second with {}: {}", exact.width, exact.height,
@@ -302,7 +318,7 @@ CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const A
             status = open(*context, options, video);
             if (status < 0) continue;
             if (size.width != exact.width || size.height != exact.height)
-                warn(fmt::format("{} takes {} in even sizes only: {}x{} is filled up to {}x{} with the pixels at its "
+                note(fmt::format("{} takes {} in even sizes only: {}x{} is filled up to {}x{} with the pixels at its "
                                  "edge",
                                  codec.name, d.name, exact.width, exact.height, size.width, size.height));
             return context;

@@ -43,7 +43,8 @@ std::vector<EncoderFacts> encodersFor(const std::string& path);
 /// An opened encoder. Its threads do not depend on the machine or on options, since some codecs write other bytes
 /// with other numbers of threads. Its size is greater than the video's where chroma has to be whole samples.
 /// @param source where the pictures come from, whose profile is kept where the codec is one for editing; null for none.
+/// @param again one like it was opened before, and all notes are given.
 CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const AVOutputFormat& container,
-                     const VideoFacts& video, const Target& target, const Reader* source);
+                     const VideoFacts& video, const Target& target, const Reader* source, bool again = false);
 
 } // namespace larkmoor

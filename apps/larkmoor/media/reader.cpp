@@ -67,7 +67,10 @@ Reader::Reader(const std::string& path, const ReadOptions& options)
         throw Error(error < 0 ? fmt::format("cannot decode {}: {}", name, avReason(error))
                               : fmt::format("{} holds no frame that can be decoded", name));
     }
-    if (isCut()) m_origin = av_rescale_q(m_first.frame->pts, m_stream->time_base, microseconds);
+    if (options.origin)
+        m_origin = *options.origin;
+    else if (isCut())
+        m_origin = av_rescale_q(m_first.frame->pts, m_stream->time_base, microseconds);
     readFacts();
 }
 
@@ -171,6 +174,10 @@ void Reader::readFacts() {
     const AVRational rate = av_guess_frame_rate(m_format, m_stream, nullptr);
     if (rate.num > 0 && rate.den > 0) m_facts.rate = rate;
     if (m_number) *m_number += static_cast<int>(av_rescale_q(f.pts, m_stream->time_base, av_inv_q(m_facts.rate)));
+}
+
+std::int64_t Reader::firstStampInRange() const {
+    return firstStamp() - av_rescale_q(m_origin, microseconds, m_stream->time_base);
 }
 
 std::optional<FramePlace> FrameTable::place(std::int64_t frame) const {

@@ -37,8 +37,11 @@ struct ReadOptions {
     double start = 0;               ///< seconds from the start of the clip
     std::int64_t skip = 0;          ///< frames from `start` to leave out
     std::optional<FramePlace> from; ///< a short way to the first frame, instead of `start` and `skip`
-    std::int64_t frames = -1;       ///< at most so many; -1 for all
-    int threads = 1;                ///< for decoding
+    /// What becomes time 0 on the container's clock, in 1/1000000 s; without it the clip's start, or the first frame
+    /// where frames before it are left out.
+    std::optional<std::int64_t> origin;
+    std::int64_t frames = -1; ///< at most so many; -1 for all
+    int threads = 1;          ///< for decoding
     ReadPolicy policy;
 };
 
@@ -112,6 +115,8 @@ class Reader {
 
     /// Time stamp of the next frame as the container has it. Call before `next`.
     std::int64_t firstStamp() const { return m_first.frame->pts; }
+    /// The same as `next` will hand it out.
+    std::int64_t firstStampInRange() const;
 
     /// Frames in the range as far as the container tells, by its count or by duration and rate.
     std::optional<std::int64_t> expectedFrames() const;

@@ -81,11 +81,64 @@ CLI::Option* EffectOptions::option(CLI::App& app, const std::string& name, const
     return app.add_option(name, m_texts, help)->type_name(type)->allow_extra_args(false)->take_all();
 }
 
+void ClipOptions::add(CLI::App& app) {
+    app.add_option("--over", m_over, "A clip or picture to lay the result over")->type_name("CLIP");
+    app.add_option("--rate", m_rate, "Frames a second of a numbered sequence; 25 by default")->type_name("R");
+    app.add_option("--start", m_start, "Where to start: seconds or HH:MM:SS.mmm")->type_name("TIME");
+    app.add_option("--end", m_end, "Where to end, on the clip's clock as --start")->type_name("TIME");
+    app.add_option("--frames", m_frames, "How many frames to render at most")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                std::int64_t count = 0;
+                return CLI::detail::lexical_cast(text, count) && count > 0 ? std::string()
+                                                                           : "it takes a whole number above 0";
+            },
+            ""))
+        ->type_name("N")
+        ->excludes("--end");
+}
+
+ClipRequest ClipOptions::request(const std::string& path) const {
+    ClipRequest clip{.path = path, .over = m_over};
+    if (!m_rate.empty()) clip.rate = parseRate(m_rate);
+    if (!m_start.empty()) clip.start = parseTime(m_start);
+    if (!m_end.empty()) clip.end = parseTime(m_end);
+    if (clip.end && *clip.end <= clip.start) throw UsageError("--end has to be later than --start");
+    if (m_frames > 0) clip.range.out = m_frames;
+    return clip;
+}
+
+void ClipOptions::refuseFor(const CLI::App& app, const std::string& project) const {
+    for (const char* option : {"--effect", "--over-effect", "--over", "--rate", "--start", "--end", "--frames"})
+        if (app.count(option) > 0)
+            throw UsageError(fmt::format("{} is a project, which has its source and effects in it; {} does not go with "
+                                         "one",
+                                         project, option));
+}
+
 void OutputOptions::add(CLI::App& app, bool reads) {
     app.add_option("-o,--output", m_path, "The file to write, or - for bare frames on standard output")
         ->required()
         ->type_name("OUT");
     app.add_flag("-y", m_overwrite, "Overwrite an existing file");
+    addEncoding(app);
+    app.add_option("--raw", m_raw, "What bare frames are: WxH:FORMAT:RATE, FORMAT by FFmpeg's name")
+        ->type_name("WxH:FORMAT:RATE");
+    if (reads) addReading(app);
+    app.add_option("--frames-of", m_framesOf, "Only frames A to B-1 of the whole, as they are in it, without the sound")
+        ->type_name("A:B");
+    app.add_option("--chunk", m_chunk, "Only part I of N, counted from 0, as --frames-of")
+        ->excludes("--frames-of")
+        ->type_name("I/N");
+    app.add_option("--chunk-frames", m_chunkFrames, "Begin a new encoder after every N frames, as a job in chunks does")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 30))
+        ->type_name("N");
+    app.add_option("--threads", m_threads, "Frames at once; the machine's processors by default")
+        ->check(CLI::Range(1, 256))
+        ->type_name("N");
+}
+
+void OutputOptions::addEncoding(CLI::App& app) {
     app.add_option("--codec", m_codec, "The encoder, by FFmpeg's name")->type_name("NAME");
     app.add_option("--quality", m_quality, "0, the smallest files, to 100, the best pictures")
         ->check(CLI::Range(0.0, 100.0))
@@ -107,15 +160,11 @@ void OutputOptions::add(CLI::App& app, bool reads) {
         ->type_name("N");
     app.add_option("--pixel-format", m_pixelFormat, "The encoder's pixel format, by FFmpeg's name")
         ->type_name("FORMAT");
-    app.add_option("--raw", m_raw, "What bare frames are: WxH:FORMAT:RATE, FORMAT by FFmpeg's name")
-        ->type_name("WxH:FORMAT:RATE");
-    if (reads) {
-        app.add_flag("--strict", m_strict, "Stop at the first damage of an input");
-        app.add_flag("--no-autorotate", m_asStored, "Leave pictures turned as they are stored");
-    }
-    app.add_option("--threads", m_threads, "Frames at once; the machine's processors by default")
-        ->check(CLI::Range(1, 256))
-        ->type_name("N");
+}
+
+void OutputOptions::addReading(CLI::App& app) {
+    app.add_flag("--strict", m_strict, "Stop at the first damage of an input");
+    app.add_flag("--no-autorotate", m_asStored, "Leave pictures turned as they are stored");
 }
 
 OutputRequest OutputOptions::request() const {
@@ -135,6 +184,9 @@ OutputRequest OutputOptions::request() const {
     if (!m_pixelFormat.empty()) out.encode.pixelFormat = parsePixelFormat(m_pixelFormat);
     if (!m_raw.empty()) out.raw = parseRaw(m_raw);
     out.threads = m_threads > 0 ? m_threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    if (!m_framesOf.empty()) out.part = parseFramesOf(m_framesOf);
+    if (!m_chunk.empty()) out.part = parseChunk(m_chunk);
+    out.chunkFrames = m_chunkFrames;
     out.reading = {.strict = m_strict, .turn = !m_asStored};
     return out;
 }

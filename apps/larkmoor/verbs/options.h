@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "chain.h"
+#include "film.h"
 #include "requests.h"
 
 namespace larkmoor {
@@ -34,17 +35,36 @@ class EffectOptions {
 /// The steps of a chain. Throws UsageError for effects that have no place in one.
 std::vector<Step> planSteps(const Module& module, const std::vector<EffectRequest>& effects);
 
+/// What is read of a clip.
+class ClipOptions {
+  public:
+    void add(CLI::App& app);
+    /// @param path of the clip.
+    ClipRequest request(const std::string& path) const;
+    /// Throws UsageError where one of them was given for a project, which says it all.
+    void refuseFor(const CLI::App& app, const std::string& project) const;
+
+  private:
+    std::string m_over, m_rate, m_start, m_end;
+    std::int64_t m_frames = 0;
+};
+
 /// The options of an output as texts.
 class OutputOptions {
   public:
     /// @param reads there are clips that go in.
     void add(CLI::App& app, bool reads);
+    /// What tells how the film is encoded, and nothing else.
+    void addEncoding(CLI::App& app);
+    void addReading(CLI::App& app);
     OutputRequest request() const;
 
   private:
     std::string m_path, m_codec, m_raw, m_pixelFormat, m_bitRate, m_soundCodec;
     std::vector<std::string> m_settings;
     double m_quality = -1;
+    std::string m_framesOf, m_chunk;
+    std::int64_t m_chunkFrames = 0;
     int m_threads = 0, m_soundStream = 0;
     bool m_overwrite = false, m_strict = false, m_asStored = false, m_noSound = false;
 };

@@ -34,43 +34,19 @@ class RenderVerb final : public Verb {
             ->required();
         m_outputOptions.add(app(), true);
         m_effectOptions.add(app(), true);
-        app().add_option("--over", m_clip.over, "A clip or picture to lay the result over")->type_name("CLIP");
-        app().add_option("--rate", m_rate, "Frames a second of a numbered sequence; 25 by default")->type_name("R");
-        app().add_option("--start", m_start, "Where to start: seconds or HH:MM:SS.mmm")->type_name("TIME");
-        app().add_option("--end", m_end, "Where to end, on the clip's clock as --start")->type_name("TIME");
-        app()
-            .add_option("--frames", m_frames, "How many frames to render at most")
-            ->check(CLI::Validator(
-                [](const std::string& text) {
-                    std::int64_t count = 0;
-                    return CLI::detail::lexical_cast(text, count) && count > 0 ? std::string()
-                                                                               : "it takes a whole number above 0";
-                },
-                ""))
-            ->type_name("N")
-            ->excludes("--end");
+        m_clipOptions.add(app());
     }
 
     void settle() override {
         m_output = m_outputOptions.request();
         m_effects = m_effectOptions.collect(app());
         m_jobs = jobsFor(m_inputs, m_output.path);
-        for (const RenderJob& job : m_jobs) {
-            if (!isProject(job.input)) continue;
-            for (const char* option : {"--effect", "--over-effect", "--over", "--rate", "--start", "--end", "--frames"})
-                if (app().count(option) > 0)
-                    throw UsageError(fmt::format("{} is a project, which has its source and effects in it; {} does not "
-                                                 "go with one",
-                                                 job.input, option));
-        }
+        for (const RenderJob& job : m_jobs)
+            if (isProject(job.input)) m_clipOptions.refuseFor(app(), job.input);
+        m_clip = m_clipOptions.request({});
         const auto isClip = [](const RenderJob& job) { return !isProject(job.input); };
         if (m_effects.empty() && m_clip.over.empty() && std::ranges::any_of(m_jobs, isClip))
             throw UsageError("no --effect given; `larkmoor list` names them");
-        if (!m_rate.empty()) m_clip.rate = parseRate(m_rate);
-        if (!m_start.empty()) m_clip.start = parseTime(m_start);
-        if (!m_end.empty()) m_clip.end = parseTime(m_end);
-        if (m_clip.end && *m_clip.end <= m_clip.start) throw UsageError("--end has to be later than --start");
-        if (m_frames > 0) m_clip.range.out = m_frames;
     }
 
     int run(const Module& module, Report& report) override {
@@ -100,8 +76,7 @@ class RenderVerb final : public Verb {
 
     EffectOptions m_effectOptions;
     OutputOptions m_outputOptions;
-    std::string m_start, m_end, m_rate;
-    std::int64_t m_frames = 0;
+    ClipOptions m_clipOptions;
 
     std::vector<std::string> m_inputs;
     std::vector<RenderJob> m_jobs;

@@ -42,6 +42,10 @@ std::unique_ptr<Verb> generateVerb(CLI::App& command);
 std::unique_ptr<Verb> lutVerb(CLI::App& command);
 std::unique_ptr<Verb> presetsVerb(CLI::App& command);
 std::unique_ptr<Verb> validateVerb(CLI::App& command);
+std::unique_ptr<Verb> splitVerb(CLI::App& command);
+std::unique_ptr<Verb> workVerb(CLI::App& command);
+std::unique_ptr<Verb> mergeVerb(CLI::App& command);
+std::unique_ptr<Verb> statusVerb(CLI::App& command);
 // For packages and shells; not told by --help.
 std::unique_ptr<Verb> manualVerb(CLI::App& command);
 std::unique_ptr<Verb> completeVerb(CLI::App& command);

@@ -1,0 +1,47 @@
+// Packets of pictures and what goes beside them, in one order.
+#pragma once
+
+#include <deque>
+#include <functional>
+
+#include "film.h"
+
+namespace larkmoor {
+
+/// Packets of pictures that were made before, chunk by chunk.
+class PictureSource {
+  public:
+    virtual ~PictureSource() = default;
+    /// The next packet of the chunk, in coding order; empty at its end.
+    virtual PacketPtr next() = 0;
+    /// Goes on to the next chunk. @return how many frames the one before had. Call at its end.
+    virtual std::int64_t endChunk() = 0;
+    virtual std::int64_t chunkFrames() const = 0;
+};
+
+/// Brings pictures and what goes beside them to the muxer in an order that depends neither on how long an encoder keeps
+/// a frame nor on where the packets were made: of each chunk the first frame's side and the first packet, then the
+/// second ones, and at its end what is left of either.
+class Assembly final : public PictureTaker {
+  public:
+    Assembly(Film& film, ContainerSink& sink) : m_film(film), m_sink(sink) {}
+
+    /// What goes beside the next frame, pictures aside.
+    void add(Job job);
+    void take(PacketPtr packet) override;
+    void endChunk(std::int64_t frames) override;
+
+  private:
+    void put();
+
+    Film& m_film;
+    ContainerSink& m_sink;
+    std::deque<Job> m_jobs;
+    std::deque<PacketPtr> m_packets;
+};
+
+/// Writes a film of packets that `source` has. Throws Error where they are not those of the film's frames.
+/// @param each is called after every frame; false ends the work.
+void assemble(Film& film, ContainerSink& sink, PictureSource& source, const std::function<bool()>& each);
+
+} // namespace larkmoor

@@ -1,0 +1,82 @@
+#include <chrono>
+#include <thread>
+
+#include <fmt/format.h>
+
+#include "farm/claims.h"
+#include "farm/status.h"
+#include "verbs/verb.h"
+
+namespace larkmoor {
+
+namespace {
+
+constexpr std::chrono::seconds pause{2};
+/// Failures in a row after which a machine is taken to be at fault, and not the work.
+constexpr int mostFailures = 3;
+
+constexpr const char* examples =
+    R"x(  larkmoor work job/
+  larkmoor work job/ --threads 8 --wait)x";
+
+class WorkVerb final : public Verb {
+  public:
+    explicit WorkVerb(CLI::App& command)
+        : Verb(command, "work", "Render chunks of a job until none is left", examples) {
+        app().add_option("JOB", m_folder, "The folder that split made")->required();
+        app()
+            .add_option("--threads", m_threads, "Frames at once; the machine's processors by default")
+            ->check(CLI::Range(1, 256))
+            ->type_name("N");
+        app().add_flag("--wait", m_wait, "Stay until the chunks of others are done, too, and take over what is left");
+        app()
+            .add_option("--stale", m_stale, "Seconds without a sign of life after which a chunk is taken over; 60")
+            ->check(CLI::Range(0.0, 1e6))
+            ->type_name("SECONDS");
+    }
+
+    int run(const Module& module, Report& report) override {
+        const ChunkJob job = loadJob(module, m_folder);
+        checkJob(job, module);
+        const int threads =
+            m_threads > 0 ? m_threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+        ChunkQueue queue(job, m_stale);
+        bool failed = false;
+        for (int inARow = 0;;) {
+            const auto claim = queue.take();
+            if (!claim) {
+                if (!m_wait || !queue.othersWork()) break;
+                std::this_thread::sleep_for(pause);
+                continue;
+            }
+            const std::int64_t chunk = claim->chunk();
+            try {
+                renderChunk(module, job, chunk, threads, report.watch(job.chunkFile(chunk)));
+                forgetFailure(job, chunk);
+                inARow = 0;
+            } catch (const std::exception& error) {
+                report.error(fmt::format("chunk {}: {}", chunk, error.what()));
+                noteFailure(job, chunk, error.what());
+                queue.failed(chunk);
+                failed = true;
+                if (++inARow == mostFailures)
+                    throw Error(fmt::format("{} chunks failed one after the other; this machine gives up", inARow));
+            }
+        }
+        return failed ? 1 : 0;
+    }
+
+  private:
+    std::string m_folder;
+    int m_threads = 0;
+    bool m_wait = false;
+    double m_stale = 60;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> workVerb(CLI::App& command) {
+    return std::make_unique<WorkVerb>(command);
+}
+
+} // namespace larkmoor

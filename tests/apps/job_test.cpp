@@ -1,0 +1,153 @@
+// A job in chunks by several processes, against one run with --chunk-frames.
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "apps/command.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+/// A project with a ramp, a join, a title and sound.
+class JobTest : public CommandTest {
+  protected:
+    void SetUp() override {
+        ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=25:duration=1.2 -f lavfi -i sine=440:duration=1.2 -c:v libx264 "
+               "-g 13 -bf 3 -c:a aac a.mp4");
+        ffmpeg("-f lavfi -i mandelbrot=size=96x64:rate=25 -f lavfi -i sine=880:duration=0.8 -t 0.8 -c:v libx264 -c:a "
+               "aac b.mp4");
+        std::ofstream(path("film.larkmoor"))
+            << R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "a.mp4"}, "in": 3,
+                   "second": {"path": "b.mp4", "transition": {"effect": "Iris"}, "duration": 0.4},
+                   "effects": [{"effect": "Levels", "keys": {"gamma": [["start", 1], ["end", 3]]}},
+                               {"effect": "Text", "over": true, "fields": {"text": "Larkmoor"}, "from": 9}]})";
+    }
+    void split(const std::string& options = "") const {
+        const Outcome made = larkmoor("split film.larkmoor -o job --chunk-frames 7 " + options);
+        ASSERT_EQ(made.status, 0) << made.err;
+    }
+    void run(const std::string& arguments) const {
+        const Outcome outcome = larkmoor(arguments);
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+    }
+    nlohmann::json status(const std::string& options = "") const {
+        return nlohmann::json::parse(larkmoor("status job --json " + options).out);
+    }
+    /// A claim as a worker's that is no more leaves it.
+    void leaveClaim(int chunk) const {
+        std::ofstream(path("job/claims/00000" + std::to_string(chunk)))
+            << R"({"host": "elsewhere", "process": 1, "machine": "another"})";
+    }
+};
+
+struct Form {
+    const char* name;
+    const char* film;
+    const char* codec;
+};
+
+class FormTest : public JobTest, public testing::WithParamInterface<Form> {};
+
+TEST_P(FormTest, TwoWorkersMakeTheFileOfOneRun) {
+    const Form& form = GetParam();
+    const std::string film(form.film);
+    shell("mkdir one merged");
+    split("--as " + film + form.codec);
+    // The two race for all chunks; one that ends early leaves the rest to the other.
+    const std::string work = LARKMOOR_COMMAND_FILE " work job --threads 2";
+    EXPECT_EQ(shell(work + " & " + work + " --wait && wait $!").status, 0);
+    run("render film.larkmoor -o one/" + film + form.codec + " --chunk-frames 7");
+    run("merge job -o merged/" + film);
+    EXPECT_EQ(shell("diff -r one merged").out, "");
+    EXPECT_EQ(status()["done"], status()["chunks"]);
+    EXPECT_EQ(shell("ls job/claims job/failed").out, "job/claims:\n\njob/failed:\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(, FormTest,
+                         testing::Values(Form{"ProRes", "film.mov", " --codec prores"},
+                                         Form{"Ffv1", "film.mkv", " --codec ffv1"}, Form{"H264", "film.mp4", ""},
+                                         Form{"Pictures", "f%03d.png", ""}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_F(JobTest, ClipsWithOptionsAreSplitToo) {
+    const std::string work =
+        " --start 0.2 --end 1.1 --over b.mp4 --over-effect Text --set text=Hi --key tracking=0s:0,0.5s:1";
+    const Outcome made = larkmoor("split a.mp4 -o job --chunk-frames 7" + work);
+    ASSERT_EQ(made.status, 0) << made.err;
+    // A folder may be seen at another place.
+    shell("mv job moved");
+    run("work moved");
+    run("merge moved -o merged.mp4");
+    run("render a.mp4 -o one.mp4 --chunk-frames 7" + work);
+    EXPECT_EQ(shell("cmp one.mp4 merged.mp4").status, 0);
+}
+
+TEST_F(JobTest, WhatAKilledWorkerLeavesIsTakenOver) {
+    split();
+    leaveClaim(3);
+    // Ends by SIGKILL while it is in a chunk: what it has claimed shows so.
+    shell(LARKMOOR_COMMAND_FILE " work job --threads 1 & worker=$!; "
+                                "until ls job/claims | grep -qv 000003; do :; done; kill -KILL $worker; wait $worker");
+    int ended = 0;
+    const nlohmann::json claims = status("--stale 1000")["running"];
+    for (const auto& claim : claims) {
+        EXPECT_EQ(claim["stale"], claim["chunk"] != 3);
+        ended += claim["stale"] == true;
+    }
+    EXPECT_EQ(ended, 1);
+    // Nobody takes what may be alive elsewhere; of what ended here everybody knows.
+    run("work job --stale 1000");
+    EXPECT_EQ(status()["done"], status()["chunks"].get<int>() - 1);
+    EXPECT_THAT(larkmoor("merge job -o merged.mp4").err, HasSubstr("1 of 6 chunks are missing, the first is 3"));
+    shell("touch -d '2 minutes ago' job/claims/000003");
+    run("work job");
+    run("merge job -o merged.mp4");
+    run("render film.larkmoor -o one.mp4 --chunk-frames 7");
+    EXPECT_EQ(shell("cmp one.mp4 merged.mp4").status, 0);
+    EXPECT_EQ(shell("ls -A job/chunks | wc -l").out, "6\n");
+}
+
+TEST_F(JobTest, FailuresAreToldAndTriedAgain) {
+    split("--as film.mkv --codec ffv1");
+    // A disk that is full after some blocks.
+    const Outcome full = shell("trap '' XFSZ; ulimit -f 8; " LARKMOOR_COMMAND_FILE " work job");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, HasSubstr("this machine gives up"));
+    const auto after = status();
+    EXPECT_EQ(after["done"], 0);
+    ASSERT_EQ(after["failed"].size(), 3u);
+    EXPECT_THAT(after["failed"][0]["sentence"].get<std::string>(), HasSubstr("cannot write"));
+    EXPECT_THAT(larkmoor("status job").out, HasSubstr("0 of 6 chunks are done, 0 running, 3 failed"));
+    run("work job");
+    EXPECT_EQ(status()["failed"].size(), 0u);
+    run("merge job -o merged.mkv");
+    run("render film.larkmoor -o one.mkv --codec ffv1 --chunk-frames 7");
+    EXPECT_EQ(shell("cmp one.mkv merged.mkv").status, 0);
+}
+
+TEST_F(JobTest, MergeRefusesWhatDoesNotBelong) {
+    split();
+    shell("cp -r job other; sed -i 's/\"film\": \"film.mp4\"/\"film\": \"movie.mp4\"/' other/job.json");
+    run("work job");
+    run("work other");
+    const auto merge = [&](const std::string& change) {
+        shell("rm -rf spoilt; cp -r job spoilt; " + change);
+        const Outcome outcome = larkmoor("merge spoilt -o merged.mp4");
+        EXPECT_EQ(outcome.status, outcome.err.find("another kind") == std::string::npos ? 1 : 2) << outcome.err;
+        EXPECT_FALSE(exists("merged.mp4"));
+        return outcome.err;
+    };
+    EXPECT_THAT(merge("cp other/chunks/000002 spoilt/chunks/000002"), HasSubstr("belongs to another job"));
+    EXPECT_THAT(merge("cp job/chunks/000001 spoilt/chunks/000002"), HasSubstr("belongs to another job"));
+    EXPECT_THAT(merge("truncate -s -1 spoilt/chunks/000004"), HasSubstr("is damaged"));
+    EXPECT_THAT(merge("printf x | dd of=spoilt/chunks/000004 bs=1 seek=300 conv=notrunc"), HasSubstr("is damaged"));
+    EXPECT_THAT(merge("sed -i 's/\"module\": \"./\"module\": \"Z/' spoilt/job.json"), HasSubstr("another module"));
+    EXPECT_THAT(merge("sed -i 's/\"bytes\": /&1/' spoilt/job.json"), HasSubstr("is not the file that"));
+    EXPECT_THAT(larkmoor("merge job -o merged.mkv").err, HasSubstr("another kind"));
+    EXPECT_THAT(larkmoor("work spoilt").err, HasSubstr("is not the file that"));
+    EXPECT_THAT(larkmoor("split film.larkmoor -o job --chunk-frames 7").err, HasSubstr("holds a job already"));
+    EXPECT_THAT(larkmoor("split film.larkmoor -o raw --chunk-frames 7 --as x.raw").err, HasSubstr("bare frames"));
+    EXPECT_FALSE(exists("raw"));
+}
+
+} // namespace
