@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Installs the packages of packages.txt that are missing. Quick when none is.
+# Installs the packages of packages.txt, and of further lists that are named, that are missing. Quick when none is.
+#
+# setup.sh [LIST...]
 set -euo pipefail
 root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 source "$root/scripts/common.sh"
 
-mapfile -t wanted < <(sed -e '/^#/d' -e 's/[[:space:]].*//' -e '/^$/d' "$root/scripts/packages.txt" | sort)
+mapfile -t wanted < <(sed -e '/^#/d' -e 's/[[:space:]].*//' -e '/^$/d' "$root/scripts/packages.txt" "$@" | sort)
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     say "no Debian package manager here; going on as if these were installed: ${wanted[*]}"

@@ -31,8 +31,9 @@ class Command {
             ->check(CLI::IsMember({"json"}))
             ->type_name("json")
             ->excludes("--quiet");
-        for (auto* make : {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb,
-                           &validateVerb, &splitVerb, &workVerb, &mergeVerb, &statusVerb, &manualVerb, &completeVerb})
+        for (auto* make :
+             {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb, &validateVerb,
+              &splitVerb, &workVerb, &mergeVerb, &statusVerb, &submitVerb, &manualVerb, &completeVerb})
             m_verbs.push_back(make(m_app));
     }
 

@@ -150,4 +150,26 @@ TEST_F(JobTest, MergeRefusesWhatDoesNotBelong) {
     EXPECT_FALSE(exists("raw"));
 }
 
+TEST_F(JobTest, EnginesGetScriptsThatShellsRead) {
+    // Names that want quotes, of the command itself, too.
+    shell("mkdir \"o'd d\"; ln -s " LARKMOOR_COMMAND_FILE " \"o'd d/lark moor\"");
+    run("split a.mp4 -o \"o'd d/job\" --chunk-frames 20 --effect Invert");
+    const auto submit = [&](const std::string& engine) {
+        run("submit \"o'd d/job\" --film \"o'd d/film.mp4\" --command \"$PWD/o'd d/lark moor\" --workers 2 --to " +
+            engine);
+    };
+    for (const char* engine : {"slurm", "gridengine", "parallel", "kubernetes", "opencue"}) submit(engine);
+    for (const char* script : {"slurm.sh", "gridengine.sh", "parallel.sh"})
+        EXPECT_EQ(shell("sh -n \"o'd d/job/" + std::string(script) + "\"").status, 0) << script;
+    // An engine that runs what it is given at once: the words behind --wrap.
+    shell("mkdir bin; printf '#!/bin/sh\\nshift $(($# - 1)); sh -c \"$1\" >&2; echo 7\\n' >bin/sbatch; chmod +x "
+          "bin/sbatch");
+    const Outcome ran = shell("PATH=$PWD/bin:$PATH sh \"o'd d/job/slurm.sh\" --partition=farm");
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    run("render a.mp4 -o one.mp4 --chunk-frames 20 --effect Invert");
+    EXPECT_EQ(shell("cmp one.mp4 \"o'd d/film.mp4\"").status, 0) << ran.err;
+    EXPECT_THAT(larkmoor("submit \"o'd d/job\" --film x.mp4 --to parallel --now").err,
+                HasSubstr("--now goes with slurm"));
+}
+
 } // namespace

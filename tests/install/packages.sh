@@ -57,7 +57,7 @@ expect "Test Pattern" generate T
 ! answers "" | grep -x complete >/dev/null || fail "a hidden verb is offered"
 [ -z "$(answers render "")" ] || fail "no room for files"
 
-for verb in "" -render -join -generate -list -show -lut -presets; do
+for verb in "" -render -join -generate -list -show -lut -presets -split -work -merge -status -submit; do
     page=$prefix/moved\ folder/share/man/man1/larkmoor$verb.1.gz
     [ -e "$page" ] || fail "no page for larkmoor$verb"
 done

@@ -46,6 +46,7 @@ std::unique_ptr<Verb> splitVerb(CLI::App& command);
 std::unique_ptr<Verb> workVerb(CLI::App& command);
 std::unique_ptr<Verb> mergeVerb(CLI::App& command);
 std::unique_ptr<Verb> statusVerb(CLI::App& command);
+std::unique_ptr<Verb> submitVerb(CLI::App& command);
 // For packages and shells; not told by --help.
 std::unique_ptr<Verb> manualVerb(CLI::App& command);
 std::unique_ptr<Verb> completeVerb(CLI::App& command);
