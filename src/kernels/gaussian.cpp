@@ -345,7 +345,7 @@ KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, st
         } else if constexpr (Step == 1) {
             std::memcpy(to, levels, kCount);
         } else {
-            auto* const pixels = reinterpret_cast<tAnyWord*>(to - shift / 8);
+            tAnyWord* const pixels = reinterpret_cast<tAnyWord*>(to - shift / 8);
             KWNODEPENDENCE
             for (std::ptrdiff_t l = 0; l < kCount; ++l)
                 pixels[l] = (pixels[l] & ~(255u << shift)) | std::uint32_t{levels[l]} << shift;
@@ -367,7 +367,7 @@ KWINLINE inline void Interleave(const tRows& source, LONG y, std::ptrdiff_t rows
         if (kTurns && count == kPart) {
             float levels[kRows][kPart];
             for (std::ptrdiff_t r = 0; r < kRows; ++r) {
-                const auto* const pixels = reinterpret_cast<const tAnyWord*>(from[r]) + x;
+                const tAnyWord* const pixels = reinterpret_cast<const tAnyWord*>(from[r]) + x;
                 for (std::ptrdiff_t i = 0; i < kPart; ++i)
                     levels[r][i] = static_cast<float>(static_cast<std::int32_t>(pixels[i] >> offset * 8 & 255));
             }

@@ -37,7 +37,7 @@ constexpr CKwBodies kCover(KwClones<Cover>);
 
 KWINLINE inline void Strengthen(tAnyWord* pixels, std::uint8_t* levels, LONG count, DWORD flip) {
     std::uint8_t present[kChunk * 4];
-    auto* const words = reinterpret_cast<tAnyWord*>(present);
+    tAnyWord* const words = reinterpret_cast<tAnyWord*>(present);
     for (LONG i = 0; i < count; ++i) words[i] = pixels[i] ^ flip;
     for (LONG i = 0; i < count * 4; ++i) present[i] = present[i] > levels[i] ? present[i] : levels[i];
     for (LONG i = 0; i < count; ++i) pixels[i] = words[i] ^ flip;

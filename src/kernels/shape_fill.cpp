@@ -24,7 +24,7 @@ struct tPaint8 {
     std::uint32_t value;
 
     void Fill(std::byte* row, std::int64_t first, std::int64_t last) const {
-        auto* p = reinterpret_cast<tAnyWord*>(row);
+        tAnyWord* p = reinterpret_cast<tAnyWord*>(row);
         for (std::int64_t x = first; x <= last; ++x) p[x] = value; // at any address
     }
     void Blend(std::byte* row, std::int64_t x, double coverage) const {
@@ -44,7 +44,7 @@ struct tPaintFloat {
         for (std::int64_t x = first; x <= last; ++x) std::memcpy(row + x * 16, value, sizeof value);
     }
     void Blend(std::byte* row, std::int64_t x, double coverage) const {
-        auto* p = reinterpret_cast<tAnyFloat*>(row) + x * 4;
+        tAnyFloat* p = reinterpret_cast<tAnyFloat*>(row) + x * 4;
         for (int c = 0; c < 4; ++c) p[c] = KwBlendFloat(p[c], value[c], static_cast<float>(coverage));
     }
 };

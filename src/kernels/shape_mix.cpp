@@ -78,8 +78,8 @@ void WeightsOf(tRule rule, tWeights<tForm8>& w, const std::byte* mask, const std
     find(w, reinterpret_cast<const tAnyWord*>(mask), reinterpret_cast<const tAnyWord*>(border), count);
 }
 void WeightsOf(tRule rule, tWeights<tFormF>& w, const std::byte* mask, const std::byte* border, std::ptrdiff_t count) {
-    const auto* m = reinterpret_cast<const tAnyFloat*>(mask);
-    const auto* b = reinterpret_cast<const tAnyFloat*>(border);
+    const tAnyFloat* m = reinterpret_cast<const tAnyFloat*>(mask);
+    const tAnyFloat* b = reinterpret_cast<const tAnyFloat*>(border);
     if (rule == tRule::iris)
         FindWeightsF<tRule::iris>(w, m, b, count);
     else if (rule == tRule::keepShape)

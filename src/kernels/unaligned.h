@@ -1,4 +1,5 @@
 // Words and floats of picture memory at any address: a host's stride need not be a multiple of 4.
+// Variables name these types: `auto` in a template forgets that the address may be odd.
 #pragma once
 
 #include "kernels/view.h"
