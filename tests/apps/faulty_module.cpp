@@ -1,5 +1,6 @@
 // A module that goes wrong in the way that LARKMOOR_FAULT names: the real one's objects, with some of their operations
 // exchanged.
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -36,8 +37,9 @@ F exchange(IUnknown* object, int slot, F with) {
     return before == with ? nullptr : before;
 }
 
-IUnknown* g_input = nullptr;
-IUnknown* g_output = nullptr;
+// What this thread bound last: objects of several threads come by.
+thread_local IUnknown* g_input = nullptr;
+thread_local IUnknown* g_output = nullptr;
 HRESULT (*g_setup)(void*, IUnknown* const*, ULONG, IUnknown* const*, ULONG, DWORD);
 HRESULT (*g_execute)(void*, const GUID*, const DXBNDS*, const DXVEC*);
 HRESULT (*g_putAll)(void*, void*, LONG);
@@ -52,6 +54,7 @@ HRESULT setup(void* self, IUnknown* const* in, ULONG nIn, IUnknown* const* out, 
 
 /// One pixel of a bound surface, as far from its first as told.
 void touch(IUnknown* surface, int distance, int value) {
+    if (!surface) return;
     const auto bound = KwQuery<IDXSurface>(surface);
     const auto pointer = KwReceived<IDXARGBReadWritePtr>(
         [&](void** out) { return bound->LockSurface(nullptr, 0, 1, &IDXARGBReadWritePtr::iid, out, nullptr); });
@@ -63,7 +66,7 @@ void touch(IUnknown* surface, int distance, int value) {
 
 HRESULT execute(void* self, const GUID* request, const DXBNDS* clip, const DXVEC* place) {
     const HRESULT status = g_execute(self, request, clip, place);
-    static int frames = 0;
+    static std::atomic<int> frames = 0;
     ++frames;
     if (has("writes before the picture")) touch(g_output, -1, 0);
     if (has("writes into the input") && g_input) touch(g_input, 0, 0);
