@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # scripts/fuzz.sh [MINUTES [TARGET...]]    fuzzes, 10 minutes shared by all targets of fuzz/ by default
-# scripts/fuzz.sh --check                  the targets of the module over the corpus, and a few seconds more
+# scripts/fuzz.sh --check                  the targets but pictures over the corpus, and a few seconds more
 # What ends a target is in build/fuzz/findings; `build/fuzz/bin/larkmoor_fuzz_TARGET FILE` repeats it. What is new to a
 # target joins its corpus in fuzz/corpus, which is kept small.
 set -euo pipefail
@@ -30,7 +30,7 @@ esac
 bin=$root/build/fuzz/bin findings=$root/build/fuzz/findings work=$root/build/fuzz/corpus
 targets=("$@")
 if [[ $check ]]; then
-    targets=("${module[@]}")
+    targets=("${module[@]}" texts)
 elif ((${#targets[@]} == 0)); then
     targets=("${module[@]}" texts pictures)
 fi

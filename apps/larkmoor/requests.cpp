@@ -136,7 +136,7 @@ Part parseChunk(const std::string& text) {
 
 Part settlePart(const Part& part, std::optional<std::int64_t> total, const std::string& name) {
     if (!part.share) return part;
-    const auto [number, count] = *part.share;
+    const std::int64_t number = part.share->first, count = part.share->second; // Clang 14 lets no lambda hold bindings
     if (!total)
         throw UsageError(
             fmt::format("nothing tells how many frames {} has, as --chunk needs; --frames-of takes a part", name));

@@ -154,7 +154,8 @@ std::unique_ptr<Claim> ChunkQueue::take() {
     for (std::int64_t i = 0; i < m_job.count(); ++i)
         if (const std::int64_t chunk = (start + i) % m_job.count(); !has(done, chunk) && !m_failed.contains(chunk))
             open.push_back(chunk);
-    std::ranges::stable_partition(open, [&](std::int64_t chunk) { return !has(elsewhere, chunk); });
+    // Not the one of std::ranges, which Clang 14 does not compile.
+    std::stable_partition(open.begin(), open.end(), [&](std::int64_t chunk) { return !has(elsewhere, chunk); });
     for (const std::int64_t chunk : open)
         if (!has(claimed, chunk))
             if (auto taken = claim(chunk)) return taken;
