@@ -45,10 +45,15 @@ void project(const std::string& text) {
 }
 
 void preset(const EffectInfo& info, const std::string& text, bool asState) {
-    static const fs::path folder = [] {
-        char pattern[] = "/tmp/larkmoor_fuzz_XXXXXX";
-        return fs::path(::mkdtemp(pattern));
-    }();
+    static const struct Folder {
+        Folder() {
+            std::string pattern = fs::temp_directory_path() / "larkmoor_fuzz_XXXXXX";
+            path = ::mkdtemp(pattern.data());
+        }
+        ~Folder() { fs::remove_all(path); }
+        fs::path path;
+    } own;
+    const fs::path& folder = own.path;
     static const PresetStore store(folder);
     const fs::path file = folder / info.className / (asState ? "it.state" : "it.json");
     fs::create_directories(file.parent_path());
