@@ -95,15 +95,6 @@ TEST(BroadcastColors, WorkedPixels) {
     }
 }
 
-TEST(BroadcastColors, SmoothnessBendsLegalLevelsToo) {
-    const Surface input = RowOf({{225, 225, 225, 255}, {120, 120, 120, 255}}); // 95.4 and 47.5 IRE
-    const Surface hard = Render({.setup = 0}, input);
-    const Surface soft = Render({.lumaMaxSmooth = 1, .setup = 0}, input);
-    EXPECT_EQ(225, PixelAt(hard, 0, 0).g);
-    EXPECT_GT(225, PixelAt(soft, 0, 0).g);
-    EXPECT_EQ(120, PixelAt(soft, 1, 0).g);
-}
-
 TEST(BroadcastColors, WorksInPlaceWithoutAnInput) {
     const Surface input = Random(kBytes, 61, 23, 1), output = CopyOf(input);
     Effect effect = module().create(info());

@@ -5,13 +5,10 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "base/level.h"
-#include "fmt/format.h"
+#include "digest.h"
 #include "host/module.h"
 
 namespace {
@@ -26,23 +23,6 @@ constexpr const char* kHead[] = {"# Digests of pictures, see effects/digest_test
 constexpr tSurfaceInfo kInfo{.pixelAspect = 1.25, .frameRate = 25, .time100ns = 12400000};
 
 enum class eContent { Soft, Opaque, Wild };
-
-/// FNV-1a over 64-bit words, folded.
-class Digest {
-  public:
-    void add(std::uint64_t word) { m_hash = (m_hash ^ word ^ m_hash >> 29) * 0x100000001B3; }
-    void add(std::span<const std::byte> bytes) {
-        for (std::size_t i = 0; i < bytes.size(); i += 8) {
-            std::uint64_t word = 0;
-            std::memcpy(&word, bytes.data() + i, std::min<std::size_t>(8, bytes.size() - i));
-            add(word);
-        }
-    }
-    std::string text() const { return fmt::format("{:08x}", static_cast<std::uint32_t>(m_hash ^ m_hash >> 32)); }
-
-  private:
-    std::uint64_t m_hash = 0xCBF29CE484222325;
-};
 
 /// A picture of blocks that are smooth, flat or noise, by whole numbers alone so that it is the same everywhere. Soft
 /// content is premultiplied with blocks of alpha 0, full and between; wild colour ignores alpha, and as floats 0 to 1.

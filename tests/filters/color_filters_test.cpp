@@ -194,31 +194,4 @@ TEST(HslAdjust, EveryKindOfColorGivesTheSameBytesInBothBodies) {
     }
 }
 
-TEST(HslAdjust, RampsAroundTheHueCircle) {
-    larkmoor::Effect effect = TheModule().create(TheModule().find("HSL Adjust"));
-    const struct {
-        double from, to, position, hue;
-    } kCases[] = {
-        {0.1, 0.3, 0.5, 0.2},      {0.3, 0.1, 0.25, 0.25},    {0.1, 0.9, 0.75, 0.95}, {0.9, 0.1, 0.75, 0.05},
-        {0.25, 0.75, 0.25, 0.125}, // half a turn apart: down through 0
-        {0.75, 0.25, 0.25, 0.875}, // and up through 1
-        {0.25, 0.75, 0.75, 0.875}, {0.75, 0.25, 0.75, 0.125}, {0.0, 1.0, 0.5, 0.0},   {0.4, 0.4, 0.7, 0.4},
-    };
-    for (const auto& c : kCases) {
-        effect.setRamp(BytesOf(tHSLADJUSTPROP{c.from, 0.5, 1}), BytesOf(tHSLADJUSTPROP{c.to, 1.5, 1}));
-        effect.setRampPosition(c.position);
-        const tHSLADJUSTPROP now{c.hue, 0.5 + c.position, 1};
-        CTestPicture input(31, 3, 4), output(31, 3, 4), expected(31, 3, 4);
-        input.Fill(5);
-        ASSERT_EQ(S_OK, Render(effect, input, output, larkmoor::PixelFormat::PremultipliedArgb32));
-        for (LONG y = 0; y < 3; ++y)
-            for (LONG x = 0; x < 31; ++x)
-                for (int k = 0; k < 4; ++k) {
-                    const tPixel8 p = HslAdjust(now).bytes(input.Pixel8(x, y));
-                    const int wanted[] = {p.b, p.g, p.r, p.a};
-                    EXPECT_NEAR(wanted[k], output.At(x, y)[k], 1) << c.from << " to " << c.to << " at " << c.position;
-                }
-    }
-}
-
 } // namespace

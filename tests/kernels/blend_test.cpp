@@ -20,13 +20,6 @@ TEST(Blend, FollowsTheRuleForAllBytesAndAmounts) {
     }
 }
 
-TEST(Blend, StopsShortOfTheSourceAtFullAmount) {
-    CTestPicture d(1, 1, 4), s(1, 1, 4);
-    s.Pixel8(0, 0) = {255, 255, 255, 255};
-    ASSERT_EQ(S_OK, KwDibBlend(d.View(), s.View(), 4, 1.0));
-    EXPECT_EQ(254, d.Pixel8(0, 0).b);
-}
-
 TEST(AddScaled, ChecksInOrder) {
     CTestPicture p(4, 4, 4), q(4, 4, 4);
     p.Fill(1);
@@ -80,33 +73,6 @@ TEST(AddScaled, AddsASampleForEveryPixel) {
             ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), 4, amount, 3, o.x, o.y));
             ExpectSame(d, expected);
         }
-}
-
-TEST(AddScaled, ScaleIsExactForEveryByteAndAmount) {
-    CTestPicture s(256, 1, 4);
-    for (LONG x = 0; x < 256; ++x) s.Pixel8(x, 0).g = static_cast<std::uint8_t>(x);
-    for (int amount = 0; amount <= 16384; amount += amount < 300 || amount > 16000 ? 1 : 13) {
-        CTestPicture d(256, 1, 4);
-        ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), 4, amount / 16384.0, 3, 0, 0));
-        for (LONG x = 0; x < 256; ++x) ASSERT_EQ(x * amount >> 14, d.Pixel8(x, 0).g);
-    }
-}
-
-TEST(AddScaled, FloatsAreLimitedToFullScale) {
-    CTestPicture d(3, 1, 16), s(3, 1, 16);
-    d.PixelF(0, 0) = {0.5f, 0.75f, -1.0f, 1.0f};
-    s.PixelF(0, 0) = {0.5f, 0.75f, 0.5f, 1.0f};
-    s.PixelF(1, 0) = {1.0f, 0.0f, 0.0f, 0.0f};
-    CTestPicture half = d;
-    ASSERT_EQ(S_OK, KwDibAddScaled(d.View(), s.View(), 16, 0.5, 3, 0, 0));
-    EXPECT_EQ(0.75f, d.PixelF(0, 0).b);
-    EXPECT_EQ(1.0f, d.PixelF(0, 0).g);
-    EXPECT_EQ(0.0f, d.PixelF(0, 0).r);
-    EXPECT_EQ(0.5f, d.PixelF(1, 0).b);
-    ASSERT_EQ(S_OK, KwDibAddScaled(half.View(), s.View(), 16, 1.0, 3, 0.5, 0));
-    EXPECT_EQ(1.0f, half.PixelF(0, 0).b); // 0.5 + (0.5 + 1) / 2
-    EXPECT_EQ(0.5f, half.PixelF(1, 0).b);
-    EXPECT_EQ(0.0f, half.PixelF(2, 0).b); // past the last column
 }
 
 } // namespace

@@ -23,16 +23,6 @@ TEST(Broadcast, AllBytesStayInsideTheTables) {
     }
 }
 
-TEST(Broadcast, HardLimitsHaveNoKnees) {
-    tBroadcastTables t;
-    const tBroadcastPass pass = KwBuildBroadcastTables({}, t);
-    for (int i = -16; i < 220; ++i) EXPECT_EQ(i < 0 ? 0.0 : i < 200 ? -3454.0 : 200.0, t.lumaOut[i + 16]) << i;
-    for (int i = 0; i < 296; ++i) EXPECT_EQ(i == 0 ? 0.0 : i < 200 ? 1.0 : 200.0 / i, t.chromaScale[i]) << i;
-    for (int i = 0; i < 240; ++i) EXPECT_EQ(i == 0 ? 0.0 : i < 200 ? 1.0 : 200.0 / i, t.compositeScale[i]) << i;
-    EXPECT_EQ(1.0, pass.lowKnee);
-    EXPECT_EQ(100.0, pass.half);
-}
-
 /// The tables of a record whose values a page lets through, limit by limit as the rules read, with knees by the general
 /// Hermite solve: ends y0 and y1 with slopes 0 and 1, `n` apart.
 class CKnees {
@@ -132,42 +122,6 @@ TEST(Broadcast, KneesFollowTheirRules) {
                 same(knees.chroma, t.chromaScale);
                 same(knees.composite, t.compositeScale);
             }
-}
-
-TEST(Broadcast, WorkedPixels) {
-    tBroadcastTables t;
-    const auto run = [&](const tBROADCASTPROP& record, tPixel8 pixel) {
-        CTestPicture picture(1, 1, 4);
-        picture.Pixel8(0, 0) = pixel;
-        EXPECT_EQ(S_OK, KwDibBroadcast(picture.View(), 4, KwBuildBroadcastTables(record, t)));
-        return picture.Pixel8(0, 0);
-    };
-    const tPixel8 white = run({}, {255, 255, 255, 255});
-    EXPECT_EQ(235, white.b);
-    EXPECT_EQ(235, white.g);
-    EXPECT_EQ(235, white.r);
-    const tPixel8 grey = run({}, {101, 101, 101, 255});
-    EXPECT_EQ(101, grey.g);
-    const tPixel8 clear = run({}, {255, 255, 255, 0});
-    EXPECT_EQ(0, clear.b | clear.g | clear.r);
-    EXPECT_DOUBLE_EQ(15.0, (KwBuildBroadcastTables({}, t), t.weightB[16] + t.weightR[16] + t.weightG[16]));
-}
-
-TEST(Broadcast, RefusesFloatsAndKeepsToTheClip) {
-    tBroadcastTables t;
-    const tBroadcastPass pass = KwBuildBroadcastTables({.lumaMin = 30, .lumaMax = 31}, t);
-    CTestPicture floats(3, 3, 16);
-    CTestPicture untouched = floats.Fill(1);
-    EXPECT_EQ(E_NOTIMPL, KwDibBroadcast(floats.View(), 16, pass));
-    ExpectSame(floats, untouched);
-
-    CTestPicture whole(90, 11, 4);
-    whole.Fill(2);
-    CTestPicture bands = whole;
-    KwDibBroadcast(whole.View(), 4, pass);
-    for (const RECT& clip : {RECT{0, 0, 90, 3}, RECT{0, 3, 31, 11}, RECT{31, 3, 200, 11}})
-        KwDibBroadcast(bands.View(&clip), 4, pass);
-    ExpectSame(bands, whole);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "kernels/channel_min.h"
 
-#include "kernels/over_shapes.h"
+#include <limits>
+
+#include "kernels/picture.h"
 
 namespace {
 
@@ -23,34 +25,25 @@ void DefineMin(CTestPicture& d, LONG to, CTestPicture& s, LONG from, LONG radius
         }
 }
 
+// Great values and what is no number do not count.
 TEST(ChannelMin, FollowsTheDefinition) {
-    for (const LONG radius : {0, 1, 2, 3, 5, 8, 13, 70, INT32_MAX, -1, INT32_MIN}) {
-        SCOPED_TRACE(radius);
-        CompareOverShapes(
-            4, [&](const tView& d, const tView& s) { return KwDibChannelMin(d, 1, s, 2, radius, 4); },
-            [&](CTestPicture& d, CTestPicture& s) { DefineMin<std::uint8_t>(d, 1, s, 2, radius, 255); });
-        CompareOverShapes(
-            16, [&](const tView& d, const tView& s) { return KwDibChannelMin(d, 3, s, 7, radius, 16); },
-            [&](CTestPicture& d, CTestPicture& s) { DefineMin<float>(d, 3, s, 0, radius, 10.0f); });
-    }
-}
-
-TEST(ChannelMin, WorksInPlaceBetweenChannels) {
-    CTestPicture s(90, 40, 4), d = s.Fill(1, true);
-    DefineMin<std::uint8_t>(d, 0, s, 3, 4, 255);
-    ASSERT_EQ(S_OK, KwDibChannelMin(s.View(), 0, s.View(), 3, 4, 4));
-    ExpectSame(s, d);
-}
-
-TEST(ChannelMin, GreatValuesAndNotANumberDoNotCount) {
-    CTestPicture s(3, 1, 16), d(3, 1, 16), expected(3, 1, 16);
-    s.PixelF(0, 0).b = std::numeric_limits<float>::quiet_NaN();
-    s.PixelF(1, 0).b = 11.0f;
-    s.PixelF(2, 0).b = 4.0f;
-    expected.PixelF(0, 0).b = expected.PixelF(1, 0).b = 10.0f;
-    expected.PixelF(2, 0).b = 4.0f;
-    ASSERT_EQ(S_OK, KwDibChannelMin(d.View(), 0, s.View(), 0, 1, 16));
-    ExpectSame(d, expected);
+    for (const LONG radius : {0, 1, 3, 8, 70, INT32_MAX, -1, INT32_MIN})
+        for (const auto& [width, height] : {std::pair{1, 1}, {9, 1}, {6, 7}, {8, 40}, {1030, 3}}) {
+            CTestPicture s(width, height, 4), d(width, height, 4);
+            s.Fill(1, true);
+            CTestPicture expected = d.Fill(2);
+            DefineMin<std::uint8_t>(expected, 1, s, 2, radius, 255);
+            ASSERT_EQ(S_OK, KwDibChannelMin(d.View(), 1, s.View(), 2, radius, 4));
+            ExpectSame(d, expected);
+            CTestPicture from(width, height, 16), to(width, height, 16);
+            from.Fill(3, true);
+            from.PixelF(0, 0).b = std::numeric_limits<float>::quiet_NaN();
+            from.PixelF(width - 1, 0).b = 11.0f;
+            CTestPicture wanted = to.Fill(4);
+            DefineMin<float>(wanted, 3, from, 0, radius, 10.0f);
+            ASSERT_EQ(S_OK, KwDibChannelMin(to.View(), 3, from.View(), 7, radius, 16));
+            ExpectSame(to, wanted);
+        }
 }
 
 } // namespace

@@ -34,18 +34,4 @@ TEST(Dissolve, WorkedCases) {
     ExpectPixel({0, 0, 0, 254}, Mix(9, 1.0f, {0, 0, 0, 0}, {0, 0, 0, 255}), "the last step stops one short");
 }
 
-TEST(Dissolve, UnknownModesAndMissingPictures) {
-    CTestPicture out(4, 4, 4), a(4, 4, 4), small(3, 4, 4);
-    CTestPicture before = out.Fill(9);
-    for (const LONG mode : {-1, 10, INT32_MIN, INT32_MAX})
-        EXPECT_EQ(S_OK, KwDibDissolve(out.View(), a.View(), a.View(), {0, 0, 0, 0, mode, 0}, 0.5f));
-    EXPECT_EQ(E_INVALIDARG, KwDibDissolve(out.View(), a.View(), small.View(), {}, 0.5f));
-    EXPECT_EQ(E_POINTER, KwDibDissolve(out.View(), {nullptr, nullptr, 0, nullptr}, a.View(), {}, 0.5f));
-    // A second picture that gives less than its clip says.
-    const RECT all{0, 0, 4, 4};
-    EXPECT_EQ(S_OK, KwDibDissolve(out.View(&all), a.View(&all), small.View(&all), {0, 0, 0, 0, 5, 0}, 1.0f));
-    EXPECT_EQ(before.At(3, 0)[0], out.At(3, 0)[0]);
-    out.CheckGuards();
-}
-
 } // namespace

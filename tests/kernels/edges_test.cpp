@@ -116,14 +116,6 @@ TEST(Edges, RectanglesHaveRoundCornersAndAnUntouchedCore) {
             }
 }
 
-TEST(Edges, WideRowsHaveNoSeams) {
-    for (const tInt left : {380 * kPixel + 5, 505 * kPixel, 530 * kPixel}) {
-        CEdgeList list;
-        ASSERT_EQ(S_OK, list.AddRectangle({left, 9 * kPixel, left + 540 * kPixel, 30 * kPixel + 77}));
-        Compare({list.Lines().begin(), list.Lines().end()}, 1100, 45, 21 * kPixel, 12 * kPixel + 3, 0);
-    }
-}
-
 TEST(Edges, AnyListFollowsTheDefinition) {
     std::minstd_rand random(11);
     const auto some = [&](tInt most) { return static_cast<tInt>(random() % static_cast<unsigned>(most)); };
@@ -137,36 +129,6 @@ TEST(Edges, AnyListFollowsTheDefinition) {
         Compare(lines, 41, 37, some(9 * kPixel), some(12 * kPixel), round % 3 ? 0 : some(3 * kPixel),
                 {-some(5 * kPixel), some(5 * kPixel)});
     }
-}
-
-TEST(Edges, TwoFacingEdges) {
-    for (const tInt e : {-2 * kPixel, 4 * kPixel, 10 * kPixel})
-        Compare({{0, 21 * kPixel, e, 1}, {0, 21 * kPixel, 21 * kPixel - e, 3}}, 21, 21, 3 * kPixel, 4 * kPixel, 500);
-}
-
-TEST(Edges, WildLengthsStayInside) {
-    constexpr tInt kHuge = tInt{1} << 47;
-    for (const tInt width : {-kHuge, tInt{-40000}, tInt{0}, kHuge})
-        for (const tInt softness : {-kHuge, tInt{1}, kHuge})
-            for (const tInt position : {-kHuge, tInt{5}, kHuge}) {
-                CTestPicture p(5, 5, 4);
-                CEdgeList list;
-                ASSERT_EQ(S_OK, list.AddRectangle({position, -kHuge, kHuge, position}));
-                EXPECT_EQ(S_OK,
-                          KwDibDrawEdges(list, p.At(0, 0), {5, 5}, p.Stride(), {0, 0}, width, softness, 3, kColour, 4));
-                p.CheckGuards();
-            }
-}
-
-TEST(Edges, NothingToDoLeavesThePicture) {
-    CTestPicture p(4, 4, 4);
-    CTestPicture before = p.Fill(3);
-    CEdgeList list;
-    EXPECT_EQ(S_OK, KwDibDrawEdges(list, p.At(0, 0), {4, 4}, p.Stride(), {0, 0}, 9999, 9999, 0, kColour, 4));
-    ASSERT_EQ(S_OK, list.Add({0, 4 * kPixel, kPixel, 0}));
-    EXPECT_EQ(S_OK, KwDibDrawEdges(list, p.At(0, 0), {4, 4}, p.Stride(), {0, 0}, 0, 0, 0, kColour, 4));
-    EXPECT_EQ(S_OK, KwDibDrawEdges(list, p.At(0, 0), {0, 0}, p.Stride(), {0, 0}, 1, 0, 0, kColour, 4));
-    ExpectSame(p, before);
 }
 
 } // namespace

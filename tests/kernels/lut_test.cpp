@@ -1,7 +1,5 @@
 #include "kernels/lut.h"
 
-#include <limits>
-
 #include "kernels/picture.h"
 
 namespace {
@@ -65,42 +63,6 @@ TEST(ApplyLut, NeedsATable) {
     CTestPicture p(2, 2, 4);
     EXPECT_EQ(E_POINTER, KwDibApplyLut(p.View(), 4, nullptr, true, false, false));
     EXPECT_EQ(E_POINTER, KwDibApplyLut({p.At(0, 0), nullptr, 8, nullptr}, 4, p.At(0, 0), true, false, false));
-}
-
-TEST(Brightness, BytesAreLimitedToAlpha) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    struct {
-        float amount;
-        std::int64_t offset;
-    } const cases[] = {{0.0f, 0},     {1.0f, 255},    {-1.0f, -255},   {0.5f, 127}, {-0.5f, -127},
-                       {8e6f, 99999}, {1e30f, -9999}, {-1e30f, -9999}, {nan, -9999}};
-    for (const auto& c : cases) {
-        CTestPicture p(61, 5, 4);
-        p.Fill(7, true);
-        CTestPicture expected = p;
-        for (LONG y = 0; y < 5; ++y)
-            for (LONG x = 0; x < 61; ++x)
-                for (int k = 0; k < 3; ++k) {
-                    std::uint8_t& v = expected.At(x, y)[k];
-                    v = static_cast<std::uint8_t>(
-                        std::min<std::int64_t>(std::clamp<std::int64_t>(v + c.offset, 0, 255), expected.At(x, y)[3]));
-                }
-        ASSERT_EQ(S_OK, KwDibBrightness(p.View(), 4, c.amount));
-        ExpectSame(p, expected);
-    }
-}
-
-TEST(Brightness, FloatsMoveAlphaFirst) {
-    CTestPicture p(3, 1, 16);
-    p.PixelF(0, 0) = {0.2f, 0.5f, -1.0f, 0.5f};
-    p.PixelF(1, 0) = {0.2f, 0.9f, 2.0f, 0.9f};
-    p.PixelF(2, 0) = {0.1f, 0.2f, 0.3f, -2.0f};
-    CTestPicture expected = p;
-    expected.PixelF(0, 0) = {0.25f + 0.2f, 0.75f, 0.0f, 0.75f};
-    expected.PixelF(1, 0) = {0.25f + 0.2f, 1.0f, 1.0f, 1.0f};
-    expected.PixelF(2, 0) = {0.0f, 0.0f, 0.0f, 0.0f};
-    ASSERT_EQ(S_OK, KwDibBrightness(p.View(), 16, 0.25f));
-    ExpectSame(p, expected);
 }
 
 TEST(StretchTable, RampsBetweenTheBounds) {

@@ -32,24 +32,6 @@ void DefineShrink(CTestPicture& d, CTestPicture& s) {
 class PixelForms : public testing::TestWithParam<LONG> {};
 INSTANTIATE_TEST_SUITE_P(Pixelate, PixelForms, testing::Values(4, 16));
 
-TEST_P(PixelForms, CellsHoldTheirMeans) {
-    const LONG form = GetParam();
-    CTestPicture s(23, 10, form), d(23, 10, form), cells(6, 2, form);
-    s.Fill(1);
-    DefineShrink(cells, s); // 0.44 of 23 / 2 and 0.2 of 10 / 2 are 5 and 1, and there is one more
-    ASSERT_EQ(S_OK, KwDibPixelate(d.View(), s.View(), form, 0.44, 0.2));
-    for (LONG y = 0; y < 10; ++y)
-        for (LONG x = 0; x < 23; ++x)
-            for (LONG c = 0; c < 4; ++c) {
-                const LONG column = std::min(x * 6 / 23, 5), row = y / 5; // 23 / 6 ends inside pixels
-                if (x * 6 / 23 != (x * 6 + 5) / 23) continue;
-                if (form == 4)
-                    ASSERT_NEAR(cells.At(column, row)[c], d.At(x, y)[c], 1);
-                else
-                    ASSERT_EQ((&cells.PixelF(column, row).b)[c], (&d.PixelF(x, y).b)[c]);
-            }
-}
-
 TEST_P(PixelForms, ShrinkFollowsTheDefinition) {
     const LONG form = GetParam();
     CTestPicture s(37, 21, form);
@@ -61,16 +43,6 @@ TEST_P(PixelForms, ShrinkFollowsTheDefinition) {
             ASSERT_EQ(S_OK, KwDibAverageShrink(d.View(), s.View(), form));
             ExpectSame(d, expected);
         }
-}
-
-TEST_P(PixelForms, ShrinkRefusesToEnlarge) {
-    const LONG form = GetParam();
-    CTestPicture s(8, 8, form), d(9, 8, form);
-    EXPECT_EQ(E_INVALIDARG, KwDibAverageShrink(d.View(), s.View(), form));
-    const RECT clip{0, 0, 8, 7}, nothing{3, 3, 3, 3};
-    EXPECT_EQ(S_OK, KwDibAverageShrink(d.View(&clip), s.View(), form));
-    EXPECT_EQ(S_OK, KwDibAverageShrink(d.View(&nothing), s.View(), form));
-    EXPECT_EQ(E_POINTER, KwDibAverageShrink(tView{}, s.View(), form));
 }
 
 TEST(Shrink, SumsPast32Bits) {

@@ -1,5 +1,4 @@
 // Push, squeeze, barn door and zoom: each against its definition, put together from whole drawings.
-#include <limits>
 
 #include "kernels/barn.h"
 #include "kernels/edges.h"
@@ -239,60 +238,7 @@ TEST_P(Slide, FollowsTheDefinition) {
         }
 }
 
-TEST_P(Slide, EndsAreTheTwoPictures) {
-    CTestPicture a(24, 18, 4), b(24, 18, 4), out(24, 18, 4);
-    a.Fill(1);
-    b.Fill(2);
-    for (LONG way = 0; way < GetParam().ways; ++way)
-        for (const LONG old : {0, 1}) {
-            ASSERT_EQ(S_OK, GetParam().kernel(out.View(), a.FlippedView(), b.View(), 4, {way, old, 0, 0, -1.0}));
-            for (LONG y = 0; y < 18; ++y) ASSERT_EQ(0, std::memcmp(out.At(0, y), a.At(0, 17 - y), 24 * 4)) << way;
-            ASSERT_EQ(S_OK, GetParam().kernel(out.View(), a.View(), b.View(), 4, {way, old, 0, 0, 2.0}));
-            // The zoom's rectangle may miss the frame by the last bit of its position.
-            for (LONG y = 0; y < 18; ++y)
-                for (LONG i = 0; i < 24 * 4; ++i)
-                    ASSERT_NEAR(b.At(0, y)[i], out.At(0, y)[i], GetParam().reference == Zoom ? 1 : 0) << way;
-        }
-}
-
-TEST_P(Slide, WildRecordsStayInside) {
-    constexpr float kNan = std::numeric_limits<float>::quiet_NaN(), kHuge = 3e38f, kInf = INFINITY;
-    CTestPicture a(9, 6, 4), b(5, 11, 4), out(9, 6, 4);
-    for (const LONG way : {0, 1, 2, 3, 4, 5, -1, 65536, INT32_MIN, INT32_MAX})
-        for (const float border : {kNan, kInf, -kInf, kHuge, -kHuge, 100.0f, -0.2f, 1.0f})
-            for (const float feather : {kNan, -kInf, kHuge, 7.0f, -1.0f, 0.3f})
-                for (const double progress : {std::nan(""), -1.0, 0.4, 1e300})
-                    for (const LONG old : {0, -5}) {
-                        EXPECT_EQ(S_OK, GetParam().kernel(out.FlippedView(), a.View(), b.View(), 4,
-                                                          {way, old, border, feather, progress}));
-                        out.CheckGuards();
-                    }
-}
-
-TEST_P(Slide, RefusesWhatIsMissing) {
-    CTestPicture a(9, 6, 4), b(5, 11, 4);
-    tView none = a.View();
-    none.bits = nullptr;
-    const tCase k{0, 1, 0, 0, 0.5};
-    EXPECT_EQ(E_POINTER, GetParam().kernel(none, a.View(), a.View(), 4, k));
-    EXPECT_EQ(E_POINTER, GetParam().kernel(a.View(), none, a.View(), 4, k));
-    EXPECT_EQ(E_POINTER, GetParam().kernel(a.View(), a.View(), none, 4, k));
-    none.frame = nullptr;
-    EXPECT_EQ(E_POINTER, GetParam().kernel(a.View(), a.View(), none, 4, k));
-    EXPECT_EQ(E_INVALIDARG, GetParam().kernel(a.View(), b.View(), a.View(), 4, k));
-}
-
 INSTANTIATE_TEST_SUITE_P(Kernels, Slide, testing::ValuesIn(kTransitions),
                          [](const auto& info) { return std::string(info.param.name); });
-
-TEST(Zoom, WildAnchorsStayInside) {
-    CTestPicture a(9, 6, 16), b(9, 6, 16), out(9, 6, 16);
-    for (const float x : {std::numeric_limits<float>::quiet_NaN(), 3e38f, -1e6f, 1e9f})
-        for (const double progress : {std::nan(""), 0.3, 0.999}) {
-            EXPECT_EQ(S_OK,
-                      KwDibZoom(out.View(), a.View(), b.View(), 16, {x, -x, 0.1f, 0.1f, 0, 0, 0, 1, 0}, progress));
-            out.CheckGuards();
-        }
-}
 
 } // namespace

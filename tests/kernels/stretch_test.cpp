@@ -85,41 +85,12 @@ constexpr tFixedRect Whole(LONG w, LONG h) {
     return {0, 0, w * kPixel, h * kPixel};
 }
 
-TEST(Stretch, WholePixelsAtOneToOneAreCopies) {
-    for (const LONG bytesPerPixel : {4, 16})
-        for (const bool smooth : {false, true})
-            for (const LONG shift : {-7, 0, 3, 40}) {
-                CTestPicture out(19, 11, bytesPerPixel), source(19, 11, bytesPerPixel);
-                CTestPicture expected = out.Fill(1, true);
-                source.Fill(2, true);
-                const tFixedRect to = Whole(19, 11);
-                ASSERT_EQ(S_OK, Draw(out, &to, source, nullptr, smooth, {shift * kPixel, -2 * kPixel}));
-                for (LONG y = 0; y < 9; ++y)
-                    for (LONG x = std::max(0, shift); x < std::min(19, 19 + shift); ++x)
-                        std::memcpy(expected.At(x, y), source.At(x - shift, y + 2),
-                                    static_cast<std::size_t>(bytesPerPixel));
-                ExpectSame(out, expected);
-            }
-}
-
 TEST(Stretch, FractionsMixNeighboursAndCoverTheRim) {
     for (const tInt dx : {tInt{0}, tInt{8192}, tInt{5}, 3 * kPixel + 16000, -2 * kPixel - 100})
         for (const tInt dy : {tInt{0}, tInt{4096}, -kPixel - 8000})
             Compare(40, 21, 31, 17, {dx, dy, dx + 31 * kPixel, dy + 17 * kPixel}, Whole(31, 17), false);
     // Half a pixel of a source part that starts inside a pixel.
     Compare(20, 5, 20, 5, {0, 0, 7 * kPixel + 300, 5 * kPixel}, {3 * kPixel - 300, 0, 10 * kPixel, 5 * kPixel}, false);
-}
-
-TEST(Stretch, HalfCoveredEdgeOfAShift) {
-    CTestPicture out(4, 1, 4), source(2, 1, 4);
-    source.Pixel8(0, 0) = {200, 200, 200, 200};
-    source.Pixel8(1, 0) = {100, 100, 100, 100};
-    const tFixedRect to{8192, 0, 8192 + 2 * kPixel, kPixel};
-    ASSERT_EQ(S_OK, Draw(out, &to, source, nullptr, false));
-    EXPECT_NEAR(100, out.Pixel8(0, 0).b, 1);
-    EXPECT_EQ(150, out.Pixel8(1, 0).b);
-    EXPECT_NEAR(50, out.Pixel8(2, 0).b, 1);
-    EXPECT_EQ(0, out.Pixel8(3, 0).b);
 }
 
 TEST(Stretch, ScalesFollowExactArithmetic) {
@@ -132,48 +103,6 @@ TEST(Stretch, ScalesFollowExactArithmetic) {
         Compare(9, 700, 5, 700, {0, 0, 9 * kPixel, 1500}, Whole(5, 700), smooth);
         Compare(3, 2, 1300, 2, {100, 0, 2000, 2 * kPixel}, Whole(1300, 2), smooth);
     }
-}
-
-TEST(Stretch, ExactBoxesGiveThePlainMeanAndFlatStaysFlat) {
-    for (const LONG n : {2, 3, 4, 5, 8, 100, 600}) {
-        CTestPicture source(n * 2, n * 2, 4), out(2, 2, 4);
-        source.Fill(4, true);
-        ASSERT_EQ(S_OK, Draw(out, nullptr, source, nullptr, true));
-        for (LONG c = 0; c < 4; ++c) {
-            tInt sum = 0;
-            for (LONG y = 0; y < n; ++y)
-                for (LONG x = 0; x < n; ++x) sum += source.At(x, y)[c];
-            EXPECT_NEAR(static_cast<double>(sum / (n * n)), out.At(0, 0)[c], 1) << n;
-        }
-    }
-    for (int level = 0; level < 256; level += 17)
-        for (const LONG w : {1, 7, 31, 50, 90})
-            for (const LONG bytesPerPixel : {4, 16}) {
-                CTestPicture source(50, 37, bytesPerPixel), out(90, 37, bytesPerPixel);
-                for (LONG y = 0; y < 37; ++y)
-                    for (LONG i = 0; i < 50 * 4; ++i)
-                        if (bytesPerPixel == 4)
-                            source.At(0, y)[i] = static_cast<std::uint8_t>(level);
-                        else
-                            (&source.PixelF(0, y).b)[i] = static_cast<float>(level) / 255.0f;
-                const tFixedRect to{0, 0, w * kPixel, 20 * kPixel};
-                ASSERT_EQ(S_OK, Draw(out, &to, source, nullptr, true));
-                for (LONG y = 0; y < 20; ++y)
-                    for (LONG x = 0; x < w; ++x)
-                        for (int c = 0; c < 4; ++c)
-                            ASSERT_EQ(Channel(source, 0, 0, c), Channel(out, x, y, c)) << x << " " << y << " " << w;
-            }
-}
-
-TEST(Stretch, OffsetsTooSmallToShowCopy) {
-    CTestPicture out(9, 4, 4), source(9, 4, 4);
-    source.Fill(2, true);
-    CTestPicture expected = source;
-    for (LONG y = 0; y < 4; ++y)
-        for (LONG c = 0; c < 4; ++c) expected.At(0, y)[c] = static_cast<std::uint8_t>(source.At(0, y)[c] * 255 / 256);
-    const tFixedRect to{1, 0, 9 * kPixel, 4 * kPixel};
-    ASSERT_EQ(S_OK, Draw(out, &to, source, nullptr, true));
-    ExpectSame(out, expected);
 }
 
 TEST(Stretch, TooLittleDrawsNothing) {

@@ -80,21 +80,6 @@ TEST(Wipe, FollowsTheDefinition) {
                     }
 }
 
-TEST(Wipe, RefusesWhatItCannotDraw) {
-    CTestPicture a(9, 7, 4), b(8, 7, 4);
-    CTestPicture before = a.Fill(5);
-    tView none = a.View();
-    none.bits = nullptr;
-    EXPECT_EQ(E_INVALIDARG, KwDibWipe(a.View(), a.View(), b.View(), 4, 0, 0, 0.5, false));
-    EXPECT_EQ(E_NOTIMPL, KwDibWipe(a.View(), a.View(), a.View(), 16, 0, 0, 0.5, false));
-    EXPECT_EQ(E_POINTER, KwDibWipe(a.View(), none, a.View(), 4, 0, 0, 0.5, false));
-    none.frame = nullptr;
-    EXPECT_EQ(E_POINTER, KwDibWipe(a.View(), a.View(), none, 4, 0, 0, 0.5, false));
-    EXPECT_EQ(S_OK, KwTwin_mix(a.View(), none, a.View(), 4));
-    EXPECT_EQ(S_OK, KwTwin_mix(a.View(), a.View(), b.View(), 4));
-    ExpectSame(a, before);
-}
-
 TEST(TwinMix, WritesTheDifferenceAsOpaqueGrey) {
     CTestPicture a(33, 9, 4), b(33, 9, 4), out(33, 9, 4);
     a.Fill(1, true);

@@ -38,17 +38,6 @@ Surface Frame(const EffectInfo& info, std::span<const std::byte> record, float p
     return output;
 }
 
-Surface Plain(tPixel8 pixel) {
-    const Surface surface = Surface::create(kBytes, 1, 1);
-    std::memcpy(surface.view().data, &pixel, 4);
-    return surface;
-}
-
-bool Sees(const Surface& out, const Surface& in, int x, int y) {
-    const tPixel8 a = PixelAt(out, x, y), b = PixelAt(in, x, y);
-    return std::memcmp(&a, &b, 4) == 0;
-}
-
 /// How far channels lie apart, in 255ths, and in how many pixels.
 struct tGap {
     double most = 0;
@@ -92,24 +81,6 @@ TEST(Transitions, BeginWithTheFirstPictureAndEndWithTheSecond) {
     }
 }
 
-TEST(LinearWipe, ComposesOverTheOutput) {
-    const EffectInfo& info = module().find("DXTKwWipe");
-    const Surface under = Plain({10, 200, 30, 255});
-    Effect effect = module().create(info);
-    effect.setRecord(BytesOf(tWIPEPROP{0, 0, 0}));
-    effect.setProgress(1);
-    const Surface inputs[] = {Plain({}), Plain({20, 30, 40, 100})};
-    ASSERT_TRUE(effect.render(inputs, under));
-    const tPixel8 pixel = PixelAt(under, 0, 0);
-    EXPECT_EQ(20 + ((155 * 10 + 127) >> 8), int{pixel.b});
-    EXPECT_EQ(30 + ((155 * 200 + 127) >> 8), int{pixel.g});
-    EXPECT_EQ(100 + ((155 * 255 + 127) >> 8), int{pixel.a});
-    // A feather beyond 1 is 1.
-    const Surface first = Random(kBytes, 97, 71, 1), second = Random(kBytes, 97, 71, 2);
-    EXPECT_EQ(PixelsOf(Frame(info, BytesOf(tWIPEPROP{30, 0, 1.0}), 0.4f, {first, second})),
-              PixelsOf(Frame(info, BytesOf(tWIPEPROP{30, 0, 7.5}), 0.4f, {first, second})));
-}
-
 TEST(LinearWipe, TakesItsOlderForm) {
     struct {
         LONG percent;
@@ -151,56 +122,6 @@ TEST(DissolveEffect, ItsRampStopsAtTheEnds) {
         EXPECT_EQ(blue, between.blue);
         EXPECT_EQ(3, between.mode);
     }
-}
-
-TEST(Iris, ShapesStandWhereTheyShould) {
-    const Surface first = Random(kBytes, 200, 100, 7), second = Random(kBytes, 200, 100, 8);
-    const auto at = [&](const tIRISINFO& record) {
-        return Frame(module().find("DXTKwIris"), BytesOf(record), 0.5f, {first, second});
-    };
-    // Half the way to the corner, 111.8 pixels off, less a rim of 1.5.
-    const Surface circle = at({});
-    EXPECT_TRUE(Sees(circle, second, 100, 50) && Sees(circle, second, 155, 50) && Sees(circle, second, 45, 50));
-    EXPECT_TRUE(Sees(circle, first, 158, 50) && Sees(circle, first, 42, 50) && Sees(circle, first, 150, 95));
-    // Reach 100 and border 0.1 * 50: at half way 110 * 0.5 less the border of 5 on either side.
-    const Surface framed = at({.border = 0.1f, .blue = 1, .red = 1, .shape = KW_SHAPE_RECTANGLE});
-    EXPECT_TRUE(Sees(framed, second, 144, 50) && Sees(framed, first, 156, 50));
-    const tPixel8 rim = PixelAt(framed, 150, 50);
-    EXPECT_GE(rim.b, 254);
-    EXPECT_LE(rim.g, 1);
-    EXPECT_GE(rim.r, 254);
-}
-
-TEST(CookieCutter, SizesAtAndBeyondTheirEnds) {
-    for (const PixelFormat format : {kBytes, kFloats}) {
-        const Surface input = Random(format, 41, 33, 2);
-        const std::vector<std::byte> whole = PixelsOf(input);
-        const std::vector<std::byte> nothing(whole.size());
-        for (LONG shape = 0; shape < KW_SHAPE_COUNT; ++shape)
-            for (const float size : {-3.0f, 0.0f, 1.0f, 9.0f})
-                for (const LONG method : {0, 1}) {
-                    const tCUTTERINFO record{.shape = {.shape = shape, .direction = method}, .size = size};
-                    EXPECT_EQ((size >= 1) == (method == 1) ? whole : nothing,
-                              PixelsOf(Frame(module().find("DXTKwCCutter"), BytesOf(record), 0, {input})))
-                        << "shape " << shape << " size " << size << " method " << method;
-                }
-    }
-}
-
-TEST(CookieCutter, MethodsAreEachOthersReverse) {
-    const Surface input = Random(kBytes, 80, 60, 3), nothing = Surface::create(kBytes, 80, 60);
-    tCUTTERINFO record{.shape = {.shape = KW_SHAPE_SQUARE, .direction = 1}, .size = 0.25f};
-    const EffectInfo& info = module().find("DXTKwCCutter");
-    const Surface kept = Frame(info, BytesOf(record), 0, {input});
-    record.shape.direction = 0;
-    const Surface rest = Frame(info, BytesOf(record), 0, {input});
-    for (int y = 0; y < 60; ++y)
-        for (int x = 0; x < 80; ++x) {
-            // The reach is the smaller side of the cell, 60.
-            const bool inside = std::abs(x - 40) <= 15 && y >= 15 && y < 45;
-            ASSERT_TRUE(Sees(kept, inside ? input : nothing, x, y)) << x << ", " << y;
-            ASSERT_TRUE(Sees(rest, inside ? nothing : input, x, y)) << x << ", " << y;
-        }
 }
 
 } // namespace
