@@ -68,6 +68,16 @@ poke() {
 # cutTo FILE PER_MILLE: leaves that much of it.
 cutTo() { truncate -s "$(($(wc -c <"$1") * $2 / 1000))" "$1"; }
 
+# What several rows are given.
+withFlac() { make in.mkv -f lavfi -i sine=440:d=2 -pix_fmt yuv420p -c:v libx264 -c:a flac; }
+withThreeSounds() {
+    make in.mkv -f lavfi -i sine=440:d=2 -f lavfi -i sine=880:d=2 -f lavfi -i sine=990:d=2 -map 0 -map 1 -map 2 -map 3 \
+        -pix_fmt yuv420p -c:v libx264 -c:a:0 pcm_s16le -c:a:1 aac -c:a:2 flac -metadata:s:a:1 language=fin
+}
+deepClip() { make in.mkv -vf format=yuv420p16,noise=alls=4:allf=t,format=yuv420p10 -c:v ffv1; }
+floatPicture() { ff -f lavfi -i testsrc2=size=96x64 -frames:v 1 in.png && ff -i in.png -pix_fmt gbrpf32le in.exr; }
+clearPicture() { make in.png -vf format=rgba,geq=r=X:g=Y:b=0:a=X -frames:v 1; }
+
 # full: a clip of the full range, and `limited`, what a file that cannot tell it should hold.
 full() {
     make in.mp4 -vf scale=out_range=pc,format=yuv420p -color_range pc -c:v libx264 -crf 5
