@@ -1,7 +1,7 @@
 // A control driven by a script, and what it said as a text to be compared.
 //
-// A script's steps are parted by "; ". The log tells for each step, in order, what the control said, and at last "no"
-// where it had no use for the event or "=N" for the answer of a message:
+// A script's steps are parted by "; ", or by lines in files. The log tells for each step, in order, what the control
+// said, and at last "no" where it had no use for the event or "=N" for the answer of a message:
 //
 //   size W,H  press X,Y  double X,Y  right X,Y  move X,Y  release  cancel  leave  wheel N  timer N  pick N
 //   key NAME  up NAME  focus PART  blur PART  text PART WORDS  msg NUMBER,WPARAM,LPARAM  show
@@ -15,6 +15,9 @@
 #include <gtest/gtest.h>
 
 #include <charconv>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -283,8 +286,23 @@ class CControlRig : public IControlOwner {
     bool m_begun = false;
 };
 
-/// A script on a control of a style, and its log.
-struct tScript {
-    ULONG style;
-    const char *script, *log;
-};
+/// Plays a file of tests/data/controls: a step a line, behind an arrow what the control says to it. A line "style N"
+/// begins anew on `make(N)`. With LARKMOOR_UPDATE what is said is written down instead.
+template <class Make>
+void ExpectScripts(const std::string& name, Make&& make) {
+    const std::string path = LARKMOOR_TEST_FOLDER "/data/controls/" + name + ".txt";
+    std::stringstream kept, said;
+    kept << std::ifstream(path).rdbuf();
+    decltype(make(0u)) rig;
+    for (std::string line; std::getline(kept, line); said << "\n") {
+        const std::string step = line.substr(0, line.find(" -> "));
+        said << step;
+        if (step.starts_with("style "))
+            rig = make(static_cast<ULONG>(std::stoul(step.substr(6))));
+        else if (const std::string log = step.empty() ? "" : rig->Play(step); !log.empty())
+            said << " -> " << log;
+    }
+    if (std::getenv("LARKMOOR_UPDATE")) std::ofstream(path) << said.str();
+    EXPECT_EQ(kept.str(), said.str());
+    EXPECT_TRUE(rig) << path;
+}

@@ -106,80 +106,8 @@ TEST(Trackbar, ThumbIsExactAtBothEnds) {
     }
 }
 
-constexpr ULONG kReversed = KWTBS_REVERSED, kAtEnd = KWTBS_NO_TRACKING | KWTBS_CLICK;
-constexpr tScript kScripts[] = {
-    {0, "msg 1549,0,19726236; show; msg 1547,0,0; msg 1548,0,0; msg 1546,0,0",
-     "* =0; -100..300 (0) at 50 thumb 75..86; =-100; =300; =50"},
-    {0,
-     "msg 1549,0,65536100; msg 1552,1,60; msg 1552,1,101; msg 1552,0,102; msg 1552,1,5000; msg 1552,0,-9000000000; msg "
-     "1552,1,9223372036854775807; show",
-     "* =0; =100; =101; * =102; * =1000; * =100; * =1000; 100..1000 (550) at 1000 thumb 200..211"},
-    {0,
-     "msg 1553,0,70; msg 1553,0,9223372036854775807; msg 1553,0,-9223372036854775807; show; msg 1550,0,-10; show; msg "
-     "1551,0,0; show",
-     "* =70; * =100; * =0; 0..100 (0) at 50 thumb 100..111; * =0; -10..100 (0) at 50 thumb 109..120; * =0; -10..0 "
-     "(-10) at 50 thumb 200..211"},
-    {0, "msg 1550,0,-9223372036854775807; msg 1551,0,9223372036854775807; msg 1552,1,-9223372036854775807; show",
-     "* =0; * =0; * =-2147483648; -2147483648..2147483647 (0) at -2147483648 thumb 0..11"},
-    {0, "msg 1566,0,2621740; show; msg 1545,1,1; msg 1554,1,1; msg 0,1,1; msg 4294967295,1,1",
-     "* =0; 0..100 (50) at 50 thumb 140..161; =0; =0; =0; =0"},
-    {0,
-     "move 100,5; press 108,5; show; move 108,5; move 110,5; move 110,5; key home; wheel 120; move 2147483647,5; move "
-     "-2147483648,5; release; release; cancel; show",
-     "no; capture *; 0..100 (50) at 50 thumb 100..111 held; ; * 5:51; ; ; ; * 5:100; * 5:0; free * 8:0 settled; no; "
-     "no; 0..100 (50) at 0 thumb 0..11"},
-    {0, "press 5,5; msg 1552,1,0; press 5,5; move 25,5; cancel; press 25,5; move 95,5; key escape; move 125,5; show",
-     "capture timer1,300 * 2:40; * =0; timer1,0 free 8:0 settled capture *; * 5:10; free * 8:10 settled; capture *; * "
-     "5:45; * 5:10 free * 8:10 settled; no; 0..100 (50) at 10 thumb 20..31"},
-    {0, "msg 1551,0,2147483647; msg 1552,1,1234567; press 5,5; move 50,5; show; move 5,5; show; release",
-     "* =0; =1234567; capture *; * 5:483183821; 0..2147483647 (1073741823) at 483183821 thumb 45..56 held; * "
-     "5:1234567; 0..2147483647 (1073741823) at 1234567 thumb 0..11 held; free * 8:1234567 settled"},
-    {kAtEnd, "press 105,5; move 125,5; show; release; press 125,5; move 15,5; key escape; press 125,5; release",
-     "cmd3 capture *; *; 0..100 (50) at 60 thumb 120..131 held; free * 4:60 8:60 settled; cmd3 capture *; *; * free * "
-     "8:60 settled; cmd3 capture *; free * 8:60 settled"},
-    {0, "msg 1553,0,30; double 105,5; release; show; double 205,5; cancel",
-     "* =30; * 4:30 8:30 settled; no; 0..100 (30) at 30 thumb 60..71; capture timer1,300 * 3:40; timer1,0 free 8:40 "
-     "settled"},
-    {0,
-     "timer 1; press 155,5; timer 2; timer 1; timer 1; timer 1; move 300,5; timer 1; timer 1; timer 1; release; press "
-     "0,5+ctrl; cancel",
-     "no; capture timer1,300 * 3:60; no; timer1,100 * 3:70; * 3:80 timer1,0; no; timer1,100; * 3:90; * 3:100 timer1,0; "
-     "no; free 8:100 settled; capture timer1,300 * 2:0 timer1,0; free 8:0 settled"},
-    {kReversed, "press 155,5; timer 1; timer 1; move 300,5; timer 1; timer 1; release; press 0,5+ctrl; cancel",
-     "capture timer1,300 * 2:60; timer1,100 * 2:70; * 2:80 timer1,0; timer1,100; * 2:90; * 2:100 timer1,0; free 8:100 "
-     "settled; capture timer1,300 * 3:0 timer1,0; free 8:0 settled"},
-    {0, "press 155,5; press 105,5; release",
-     "capture timer1,300 * 3:60; timer1,0 free 8:60 settled capture timer1,300 * 2:50 timer1,0; free 8:50 settled"},
-    {0, "wheel 60; wheel 200; wheel 99; wheel -110; wheel -10; wheel -2147483648; wheel 2147483647; key left; up left",
-     "; * 1:52 8:52 settled; ; ; * 0:51 8:51 settled; * 0:0 8:0 settled; * 1:100 8:100 settled; * 0:99; 8:99 settled"},
-    {kReversed, "wheel 120; wheel -240", "* 0:51 8:51 settled; * 1:49 8:49 settled"},
-    {0, "press 155,5; wheel 120; release", "capture timer1,300 * 3:60; ; timer1,0 free 8:60 settled"},
-    {0,
-     "key 12; up 12; key 96; up 96; key 105; up 105; key tab+shift; up tab; key return; key escape; key 95; key 106; "
-     "up 106; key 0",
-     "; ; ; ; ; ; key9+shift no; no; key13 no; key27 no; key95 no; key106 no; no; key0 no"},
-    {0, "msg 1551,0,1000; key home; key right+ctrl; key pagedown; key pagedown+ctrl; key home; key end",
-     "* =0; * 6:0; 1:1; * 3:101; * 3:1000; * 6:0; * 7:1000"},
-    {0, "focus; blur; blur; press 105,5; release; focus; key up; blur; blur",
-     "; *; ; focus capture *; free * 8:50 settled; *; * 1:51; * 8:51 settled; "},
-    {0,
-     "when capture do cancel; press 105,5; move 150,5; show; when capture do release; press 180,5; timer 1; timer 1; "
-     "show",
-     "; capture free * 8:50 settled *; no; 0..100 (50) at 50 thumb 100..111; ; capture free 8:50 settled; no; no; "
-     "0..100 (50) at 50 thumb 100..111"},
-    {0,
-     "press 105,5; when 5:60 do release; move 125,5; move 150,5; when 8:60 do press 125,5; press 125,5; release; show",
-     "capture *; ; * 5:60 free * 8:60 settled; no; ; capture *; free * 8:60 capture * settled; 0..100 (50) at 60 thumb "
-     "120..131 held"},
-    {0, "press 155,5; when 3:70 do msg 1551,0,40; timer 1; show; timer 1; release",
-     "capture timer1,300 * 3:60; ; timer1,100 * 3:70 * =0 timer1,0; 0..40 (20) at 70 thumb 200..211; no; free 8:70 "
-     "settled"},
-    {0, "when 1:53 do wheel 120; wheel 360; show",
-     "; * 1:53 * 1:54 8:54 settled 8:54 settled; 0..100 (50) at 54 thumb 108..119"},
-};
-
 TEST(Trackbar, Scripts) {
-    for (const tScript& test : kScripts) EXPECT_EQ(tBar(test.style).Play(test.script), test.log) << test.script;
+    ExpectScripts("trackbar", [](ULONG style) { return std::make_unique<tBar>(style); });
 }
 
 TEST(Trackbar, Keys) {
@@ -220,38 +148,13 @@ TEST(Trackbar, StylesAndWords) {
     EXPECT_EQ(half.markX, -5);
 }
 
-// --- the spinner: 4 to 800 at 72, drawn 16 by 20 pixels
-
-constexpr tScript kSpinnerScripts[] = {
-    {0, "show; timer 1; press 3,0; show; timer 1; move 30,0; show; timer 1; move 3,0; show; release; release; show",
-     "4..800 (402) at 72 thumb 0..0; no; * capture timer1,300 * 4:73; 4..800 (402) at 73 thumb 0..0 held pressed 1; "
-     "timer1,100 * 4:74; *; 4..800 (402) at 74 thumb 0..0 held; ; *; 4..800 (402) at 74 thumb 0..0 held pressed 1; "
-     "timer1,0 * free 8:74 settled; no; 4..800 (402) at 74 thumb 0..0"},
-    {0, "press 3,10; timer 1; timer 1; cancel; press 16,0; press 3,3; press 3,12; release",
-     "* capture timer1,300 * 4:71; timer1,100 * 4:70; * 4:69; timer1,0 * free 8:69 settled; no; * capture timer1,300 * "
-     "4:70; timer1,0 * free 8:70 settled * capture timer1,300 * 4:69; timer1,0 * free 8:69 settled"},
-    {0, "size -4,0; press 0,0", "*; no"},
-    {0, "key up; up up; key down; up down; key pageup; up pageup; key pagedown; up pagedown",
-     "* 4:73; 8:73 settled; * 4:72; 8:72 settled; * 4:152; 8:152 settled; * 4:72; 8:72 settled"},
-    {0, "key pageup+ctrl; key home+ctrl; up home; key end+ctrl; up end+ctrl; key up; key up",
-     "* 4:800; * 4:4; 8:4 settled; * 4:800; 8:800 settled; ; "},
-    {0, "key home; up home; key end+shift; key left+ctrl; key return; key 0; up 0", "no; no; no; no; no; no; no"},
-    {0, "wheel 240; wheel -120; wheel -2147483648; wheel 2147483647; wheel 60",
-     "* 4:74 8:74 settled; * 4:73 8:73 settled; * 4:4 8:4 settled; * 4:800 8:800 settled; "},
-    {0, "msg 1552,1,900; msg 1566,1,900; press 3,3; wheel 120; release; move 3,3; move 5,5",
-     "* =800; =0; * capture timer1,300; ; timer1,0 * free 8:800 settled; no; no"},
-    {0, "when capture do release; press 3,3; timer 1; timer 1; show",
-     "; * capture * free 8:72 settled; no; no; 4..800 (402) at 72 thumb 0..0"},
-    {0, "when 4:73 do cancel; press 3,3; timer 1; show",
-     "; * capture timer1,300 * 4:73 timer1,0 * free 8:73 settled; no; 4..800 (402) at 73 thumb 0..0"},
-};
-
+// From 4 to 800 at 72, drawn 16 by 20 pixels.
 TEST(Spinner, Scripts) {
-    for (const tScript& test : kSpinnerScripts) {
-        CControlRig<CSpinner> t(LONG{1306});
-        t.Play("msg 1550,0,4; msg 1551,0,800; msg 1552,1,72; size 16,20");
-        EXPECT_EQ(t.Play(test.script), test.log) << test.script;
-    }
+    ExpectScripts("spinner", [](ULONG) {
+        auto spinner = std::make_unique<CControlRig<CSpinner>>(LONG{1306});
+        spinner->Play("msg 1550,0,4; msg 1551,0,800; msg 1552,1,72; size 16,20");
+        return spinner;
+    });
 }
 
 TEST(Spinner, ShowsItsParts) {
