@@ -1,10 +1,13 @@
-// Writes what the fuzzing of texts starts from: `larkmoor_fuzz_seeds FOLDER DICTIONARY`, both from the module's tables.
+// Writes what the fuzzing of texts and of jobs starts from, from the module's tables:
+// `larkmoor_fuzz_seeds TEXTS DICTIONARY JOBS`, two folders and a file.
 #include <filesystem>
 #include <fstream>
 
 #include <fmt/format.h>
 
-#include "project.h"
+#include "farm/job.h"
+#include "folder.h"
+#include "output_file.h"
 
 using namespace larkmoor;
 
@@ -19,10 +22,42 @@ std::string quoted(const std::string& word) {
     return '"' + escaped + "\"\n";
 }
 
+/// A job for each kind of source, whose first chunk is rendered. The first byte is the kind of file (jobs.cpp).
+void writeJobs(const Module& module, const std::filesystem::path& folder) {
+    std::filesystem::create_directories(folder);
+    const fuzz::Folder own;
+    int number = 0;
+    const auto add = [&](JobRequest request) {
+        const auto job = own.path() / std::to_string(number);
+        request.output.path = "film.mkv";
+        request.output.chunkFrames = 2;
+        request.output.encode.codec = "ffv1";
+        createJob(module, request, job);
+        fuzz::write(folder / fmt::format("job-{}", number), std::string(1, '\0') + readText(job / "job.json"));
+        const ChunkJob loaded = loadJob(module, job);
+        renderChunk(module, loaded, 0, 1, {});
+        fuzz::write(folder / fmt::format("chunk-{}", number), std::string(1, '\1') + readText(loaded.chunkFile(0)));
+        ++number;
+    };
+    Project project;
+    ProjectGenerator made{projectEffect(module.find("Test Pattern")), 16, 16, {25, 1}, 0.2};
+    project.source = made;
+    project.effects.push_back(projectEffect(module.find("Invert")));
+    add({project, {}, {}});
+    Project clip;
+    const std::string file = own.path() / "a.y4m";
+    fuzz::write(file, "YUV4MPEG2 W2 H2 F25:1 C444\nFRAME\n............FRAME\n............FRAME\n............");
+    clip.source = ProjectClip{file};
+    clip.effects = project.effects;
+    add({clip, ClipRequest{.path = file, .over = {}, .start = 0.04, .end = 0.1}, {}});
+    fuzz::write(folder / "claim", std::string(1, '\2') + R"({"host": "here", "process": 1, "machine": "it"})");
+    fuzz::write(folder / "failure", std::string(1, '\3') + R"({"host": "here", "sentence": "it is so"})");
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count != 3) return 2;
+    if (count != 4) return 2;
     const std::filesystem::path folder = arguments[1];
     std::filesystem::create_directories(folder);
     std::ofstream dictionary(arguments[2]);
@@ -91,5 +126,6 @@ int main(int count, char** arguments) {
         seed(4, index, state);
         ++index;
     }
+    writeJobs(module, arguments[3]);
     return 0;
 }

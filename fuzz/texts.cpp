@@ -2,9 +2,8 @@
 // The first byte says what the rest is, the second which effect is meant.
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
+#include "folder.h"
 #include "json_node.h"
 #include "preset_store.h"
 #include "project.h"
@@ -45,19 +44,11 @@ void project(const std::string& text) {
 }
 
 void preset(const EffectInfo& info, const std::string& text, bool asState) {
-    static const struct Folder {
-        Folder() {
-            std::string pattern = fs::temp_directory_path() / "larkmoor_fuzz_XXXXXX";
-            path = ::mkdtemp(pattern.data());
-        }
-        ~Folder() { fs::remove_all(path); }
-        fs::path path;
-    } own;
-    const fs::path& folder = own.path;
-    static const PresetStore store(folder);
-    const fs::path file = folder / info.className / (asState ? "it.state" : "it.json");
+    static const fuzz::Folder own;
+    static const PresetStore store(own.path());
+    const fs::path file = own.path() / info.className / (asState ? "it.state" : "it.json");
     fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
+    fuzz::write(file, text);
     struct Remove {
         const fs::path& file;
         ~Remove() { fs::remove(file); }

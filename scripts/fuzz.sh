@@ -7,8 +7,8 @@ set -euo pipefail
 root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 source "$root/scripts/common.sh"
 
-module=(frames kernels persistence pages numbers)
-most_files=150 most_bytes=4096 check_seconds=4 # of the corpus of a target; of each target
+ours=(frames kernels persistence pages numbers frei0r openfx texts jobs) # what decodes pictures is not
+most_files=250 most_bytes=180000 check_seconds=4 # of the corpus of a target; of each target
 minutes=10 check=
 case ${1-} in
 -h | --help)
@@ -30,25 +30,33 @@ esac
 bin=$root/build/fuzz/bin findings=$root/build/fuzz/findings work=$root/build/fuzz/corpus
 targets=("$@")
 if [[ $check ]]; then
-    targets=("${module[@]}" texts)
+    targets=("${ours[@]}")
 elif ((${#targets[@]} == 0)); then
-    targets=("${module[@]}" texts pictures)
+    targets=("${ours[@]}" pictures)
 fi
+is_wanted() { [[ " ${targets[*]} " == *" $1 "* ]]; }
 programs=("${targets[@]/#/larkmoor_fuzz_}")
-[[ " ${targets[*]} " != *" texts "* ]] || programs+=(larkmoor_fuzz_seeds)
+! is_wanted texts && ! is_wanted jobs || programs+=(larkmoor_fuzz_seeds)
 build fuzz "${programs[@]}"
 mkdir -p "$findings"
-export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:allocator_may_return_null=1}
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:allocator_may_return_null=1:malloc_context_size=8}
 export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/tests/leaks.supp:print_suppressions=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 
-# Small files of many containers and formats, made on the spot.
+# With the byte before each that says how it is read (pictures.cpp).
 picture_seeds() {
-    local source="testsrc2=size=32x24:rate=5:duration=0.6" name
-    for name in a.png a.jpg a.gif a.bmp a.tiff a.webp a.exr a.ppm a.mp4 a.mkv a.avi a.ts a.mov a.webm a.ogv a.flv a.y4m; do
-        [[ -f $1/$name ]] || ffmpeg -nostdin -v quiet -f lavfi -i "$source" -y "$1/$name" || rm -f "$1/$name"
+    local file
+    "$root/scripts/small-media.sh" "$work/media"
+    for file in "$work"/media/*; do
+        [[ -f $1/${file##*/} ]] || { printf '\020' && cat "$file"; } >"$1/${file##*/}"
     done
 }
+
+if is_wanted texts || is_wanted jobs; then
+    mkdir -p "$work/texts" "$work/jobs"
+    "$bin/larkmoor_fuzz_seeds" "$work/texts" "$findings/texts.dict" "$work/jobs"
+    cp "$findings/texts.dict" "$findings/jobs.dict"
+fi
 
 failed=0 seconds=$((minutes * 60 / ${#targets[@]}))
 [[ ! $check ]] || seconds=$check_seconds
@@ -56,13 +64,14 @@ printf '%-12s %12s %10s %8s %8s  %s\n' target executions a-second edges files fo
 for target in "${targets[@]}"; do
     program=$bin/larkmoor_fuzz_$target own=$root/fuzz/corpus/$target log=$findings/$target.log more=()
     mkdir -p "$work/$target" "$own"
-    if [[ $target == texts ]]; then
-        "$bin/larkmoor_fuzz_seeds" "$work/texts" "$findings/texts.dict"
-        more=(-dict="$findings/texts.dict")
+    [[ ! -f $findings/$target.dict ]] || more=(-dict="$findings/$target.dict")
+    length=4096
+    if [[ $target == pictures ]]; then
+        length=16384
+        picture_seeds "$work/$target"
     fi
-    [[ $target != pictures ]] || picture_seeds "$work/pictures"
     status=0
-    nice -n 10 "$program" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$most_bytes -print_final_stats=1 \
+    nice -n 10 "$program" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$length -print_final_stats=1 \
         -artifact_prefix="$findings/$target-" "${more[@]}" "$work/$target" "$own" >"$log" 2>&1 || status=$?
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
@@ -73,14 +82,16 @@ for target in "${targets[@]}"; do
         found=$(sed -n 's/.*Test unit written to //p' "$log" | tail -1)
         found=${found:-"status $status, see $log"}
     elif [[ ! $check ]]; then
-        # What covers all that was covered, then as much of it as is to be kept.
+        # The files that cover all edges that were covered, those that add most first, as many as are to be kept.
         rm -rf "$work/$target.small"
         mkdir "$work/$target.small"
-        nice -n 10 "$program" -merge=1 -timeout=25 -rss_limit_mb=2560 "$work/$target.small" "$own" "$work/$target" >>"$log" 2>&1 || true
+        nice -n 10 "$program" -set_cover_merge=1 -use_counters=0 -timeout=25 -rss_limit_mb=2560 \
+            "$work/$target.small" "$own" "$work/$target" >>"$log" 2>&1 || true
         rm -rf "$own"
         mkdir "$own"
-        find "$work/$target.small" -type f -size -$((most_bytes + 1))c -printf '%s %p\n' | sort -n |
-            awk -v most=$most_files 'NR <= most { sub(/^[0-9]+ /, ""); print }' | xargs -r cp -t "$own"
+        find "$work/$target.small" -type f -printf '%T@ %s %p\n' | sort -n |
+            awk -v files=$most_files -v bytes=$most_bytes \
+                'NR <= files && (sum += $2) <= bytes { sub(/^[^ ]+ [0-9]+ /, ""); print }' | xargs -r cp -t "$own"
         rm -rf "$work/$target.small"
     fi
     printf '%-12s %12s %10s %8s %8s  %s\n' "$target" "${runs:-?}" "${rate:-?}" "${edges:-?}" "$(find "$own" -type f | wc -l)" "$found"

@@ -103,7 +103,7 @@ void take(const HostPicture* from, const Area& frame, const ImageView& to) {
 
 void give(const ImageView& made, const Area& frame, const Area& window, const HostPicture& to) {
     const Area asked = common(window, to.bounds), part = common(asked, frame);
-    const int width = part.x2 - part.x1;
+    const int width = part.isEmpty() ? 0 : part.x2 - part.x1; // a host's window may lie anywhere
     for (int y = asked.y1; y < asked.y2; ++y) {
         if (!clearAround(to, asked, part, y)) continue;
         std::byte* const begin = made.data + std::ptrdiff_t{frame.y2 - 1 - y} * made.stride +

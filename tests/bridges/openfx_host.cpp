@@ -254,7 +254,7 @@ int getValueAtTime(ParamHandle handle, double time, ...) {
         *va_arg(arguments, char**) = parameter.text.data();
     else
         for (const double number : parameter.numbers) {
-            const double value = number + parameter.perFrame * time;
+            const double value = parameter.perFrame == 0 ? number : number + parameter.perFrame * time;
             if (isWhole(parameter))
                 *va_arg(arguments, int*) = static_cast<int>(value);
             else

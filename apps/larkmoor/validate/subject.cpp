@@ -137,17 +137,22 @@ HRESULT Subject::bind(std::span<IUnknown* const> inputs, IUnknown* output) const
 
 HRESULT Subject::draw(std::span<const Picture* const> inputs, const Picture& output, const DXBNDS* clip,
                       const DXVEC* place) const {
-    if (isGenerator()) return generate(output);
     std::vector<IUnknown*> bound;
     for (const Picture* input : inputs) bound.push_back(input->object());
-    HRESULT status = bind(bound, output.object());
+    return draw(bound, output.surface(), clip, place);
+}
+
+HRESULT Subject::draw(std::span<IUnknown* const> inputs, const Surface& output, const DXBNDS* clip,
+                      const DXVEC* place) const {
+    if (isGenerator()) return generate(output);
+    HRESULT status = bind(inputs, output.get());
     if (SUCCEEDED(status)) status = m_transform->Execute(nullptr, clip, place);
     expectDone(m_transform->Setup(nullptr, 0, nullptr, 0, 0), "Setup without surfaces");
     return status;
 }
 
-HRESULT Subject::generate(const Picture& output) const {
-    const ImageView view = output.surface().view();
+HRESULT Subject::generate(const Surface& output) const {
+    const ImageView view = output.view();
     const auto sized = face<IDXSurfaceInit>();
     const auto surface = face<IDXSurface>();
     const auto ramp = face<IKwParamRamp>();

@@ -96,10 +96,12 @@ class Subject {
     /// One frame over what the output holds. Nothing stays bound.
     HRESULT draw(std::span<const Picture* const> inputs, const Picture& output, const DXBNDS* clip = nullptr,
                  const DXVEC* place = nullptr) const;
+    HRESULT draw(std::span<IUnknown* const> inputs, const Surface& output, const DXBNDS* clip = nullptr,
+                 const DXVEC* place = nullptr) const;
     HRESULT bind(std::span<IUnknown* const> inputs, IUnknown* output) const;
 
   private:
-    HRESULT generate(const Picture& output) const;
+    HRESULT generate(const Surface& output) const;
 
     CComPtr<IDXTransformFactory> m_site;
     CComPtr<IUnknown> m_object;
