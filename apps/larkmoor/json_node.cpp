@@ -26,8 +26,14 @@ std::vector<std::byte> parseHex(const std::string& text) {
 }
 
 Json parseJson(const std::string& text) {
+    // Reading goes through any depth, but writing what was read calls itself for each level.
+    static constexpr int deepest = 64;
+    const auto look = [](int depth, Json::parse_event_t, const Json&) {
+        if (depth > deepest) throw Error(fmt::format("goes deeper than {} levels, which no such file does", deepest));
+        return true;
+    };
     try {
-        return Json::parse(text);
+        return Json::parse(text, look);
     } catch (const Json::parse_error& error) {
         const std::string_view before = std::string_view(text).substr(0, error.byte);
         throw Error(fmt::format("line {}: this is no JSON", 1 + std::ranges::count(before, '\n')));

@@ -106,7 +106,11 @@ void takeOutput(const Node& node, OutputRequest& output) {
             e.settings.emplace_back(text.substr(0, equals), text.substr(equals + 1));
         });
     if (const auto none = node.find("no sound")) e.sound.none = none->flag();
-    if (const auto stream = node.find("audio stream")) e.sound.stream = static_cast<int>(stream->frame());
+    if (const auto stream = node.find("audio stream")) {
+        constexpr std::int64_t mostStreams = 1000;
+        if (stream->frame() > mostStreams) stream->fail("has to be the number of a stream, counted from 1");
+        e.sound.stream = static_cast<int>(stream->frame());
+    }
     if (const auto codec = node.find("audio codec")) e.sound.codec = codec->text();
     if (const auto strict = node.find("strict")) output.reading.strict = strict->flag();
     if (const auto stored = node.find("no autorotate")) output.reading.turn = !stored->flag();
@@ -272,7 +276,8 @@ ChunkJob loadJob(const Module& module, const fs::path& folder) {
         job.request.project = parseProject(module, top.at("project").json().dump(), job.folder, Values::Unchecked);
         if (const auto clip = top.find("clip")) job.request.clip = takeClip(*clip, job.request.project);
         const Node chunks = top.at("chunks");
-        if (output.chunkFrames == 0 || !chunks.json().is_array() || chunks.json().empty())
+        if (output.chunkFrames == 0 || !chunks.json().is_array() || chunks.json().empty() ||
+            chunks.json().size() > static_cast<std::size_t>(mostChunks))
             chunks.fail("has to be a list of frames, A:B each");
         job.chunks = chunksOf(static_cast<std::int64_t>(chunks.json().size()) * output.chunkFrames, output.chunkFrames);
         for (std::size_t i = 0; i < job.chunks.size(); ++i)
@@ -291,8 +296,8 @@ void checkJob(const ChunkJob& job, const Module& module) {
                                 job.folder.string(), job.build.program, job.build.codecs, here.program, here.codecs,
                                 here.module == job.build.module ? "" : " and another module"));
     const Json json = parseJson(readText(job.folder / fileName));
-    const Node sources(json.at("sources"), "sources");
-    sources.elements([&](const Node& source) {
+    const Node top(json, "");
+    top.at("sources").elements([&](const Node& source) {
         const std::string path = source.at("path").text();
         std::error_code error;
         const auto size = fs::file_size(path, error);

@@ -10,6 +10,16 @@ namespace larkmoor {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Empty where there is no such text.
+std::string textIn(const Json& json, const char* key) {
+    const auto at = json.find(key);
+    return at != json.end() && at->is_string() ? at->get<std::string>() : std::string();
+}
+
+} // namespace
+
 JobStatus statusOf(const ChunkJob& job, double stale) {
     JobStatus status{.chunks = job.count()};
     const std::vector<std::int64_t> done = numbersIn(job.folder / "chunks");
@@ -24,16 +34,18 @@ JobStatus statusOf(const ChunkJob& job, double stale) {
     for (const std::int64_t chunk : numbersIn(job.folder / "failed")) {
         if (isDone(chunk)) continue;
         const Json json = Json::parse(readText(job.failureFile(chunk)), nullptr, false);
-        if (json.is_object())
-            status.failed.push_back({chunk, json.value("host", std::string()), json.value("sentence", std::string())});
+        if (json.is_object()) status.failed.push_back({chunk, textIn(json, "host"), textIn(json, "sentence")});
     }
     if (status.done < 2) return status;
     auto first = fs::file_time_type::max(), last = fs::file_time_type::min();
     for (const std::int64_t chunk : done) {
-        const auto time = fs::last_write_time(job.chunkFile(chunk));
+        std::error_code gone;
+        const auto time = fs::last_write_time(job.chunkFile(chunk), gone);
+        if (gone) continue;
         first = std::min(first, time);
         last = std::max(last, time);
     }
+    if (first > last) return status;
     const double seconds = std::chrono::duration<double>(last - first).count();
     status.secondsLeft =
         seconds / static_cast<double>(status.done - 1) * static_cast<double>(job.count() - status.done);

@@ -124,9 +124,11 @@ PacketPtr PacketReader::next() {
     const auto pts = number<std::int64_t>(), dts = number<std::int64_t>(), duration = number<std::int64_t>();
     const auto flags = number<std::int32_t>(), sides = number<std::int32_t>();
     for (std::int32_t i = 0; i < sides; ++i) {
-        const auto type = static_cast<AVPacketSideDataType>(number<std::int32_t>());
+        const auto type = number<std::uint32_t>();
+        if (type >= AV_PKT_DATA_NB) fail();
         const std::string data = take(number<std::uint32_t>());
-        std::uint8_t* const copy = av_packet_new_side_data(packet.get(), type, data.size());
+        std::uint8_t* const copy =
+            av_packet_new_side_data(packet.get(), static_cast<AVPacketSideDataType>(type), data.size());
         if (!copy) throw std::bad_alloc();
         std::memcpy(copy, data.data(), data.size());
     }
