@@ -1,8 +1,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <new>
+#include <string_view>
+
+#include <unistd.h>
 
 #include <fmt/format.h>
 
@@ -99,9 +103,24 @@ class Command {
     std::vector<std::unique_ptr<Verb>> m_verbs;
 };
 
+/// Libraries let exceptions out of functions that promise to throw none. Where memory was short that is told like
+/// everywhere else; unfinished files stay under their temporary names.
+[[noreturn]] void end() {
+    try {
+        if (const std::exception_ptr thrown = std::current_exception()) std::rethrow_exception(thrown);
+    } catch (const std::bad_alloc&) {
+        constexpr std::string_view sentence = "larkmoor: memory is short\n";
+        [[maybe_unused]] const ssize_t told = ::write(STDERR_FILENO, sentence.data(), sentence.size());
+        std::_Exit(exitFailed);
+    } catch (...) {
+    }
+    std::abort();
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
+    std::set_terminate(&end);
     settleStandardFiles();
     Report report;
     try {

@@ -63,6 +63,7 @@ Demuxer::Demuxer(const std::string& path, const std::optional<RawFormat>& raw, c
     avCheck(avformat_find_stream_info(context, nullptr), "read " + m_name);
     const std::string_view name = context->iformat->name;
     m_picture = m_files == 0 && (name == "image2" || name.ends_with("_pipe"));
+    m_bytes = context->pb ? avio_size(context->pb) : -1;
     choose();
     if (context->iformat->flags & AVFMT_TS_DISCONT) m_clock.emplace(*context, m_video->index);
 }
@@ -138,7 +139,7 @@ PacketPtr Demuxer::readPlain() {
         const bool ended = status == AVERROR_EOF || ++errors == mostErrors;
         if (!ended) continue;
         const bool broken = std::ranges::find(m_lastBroken, true) != m_lastBroken.end();
-        m_cut = errors > 0 || prematureEnd(*m_format) || broken || endsBeforeIndex() ||
+        m_cut = errors > 0 || prematureEnd(*m_format) || broken || endsBeforeIndex() || isShorter() ||
                 endsEarly(m_name, m_format->iformat->name);
         return {};
     }
@@ -153,6 +154,11 @@ PacketPtr Demuxer::readPlain() {
         m_lastDts = packet->dts;
     }
     return packet;
+}
+
+/// Something took the file's end away while it was read.
+bool Demuxer::isShorter() const {
+    return m_bytes >= 0 && m_format->pb && avio_size(m_format->pb) < m_bytes;
 }
 
 /// Movie files list every packet in their head.

@@ -49,6 +49,7 @@ class Demuxer {
     void choose();
     PacketPtr readPlain();
     bool endsBeforeIndex() const;
+    bool isShorter() const;
 
     std::string m_name;
     InputPtr m_format;
@@ -57,6 +58,7 @@ class Demuxer {
     std::optional<Clock> m_clock;
     std::deque<PacketPtr> m_ready;
     std::int64_t m_lastStamp = AV_NOPTS_VALUE, m_lastDts = AV_NOPTS_VALUE; ///< of the last packet of the pictures
+    std::int64_t m_bytes = -1; ///< of the file when it was opened; below 0 where that has no meaning
     int m_files = 0;
     bool m_picture = false, m_raw = false, m_ended = false, m_cut = false;
     std::vector<bool> m_lastBroken; ///< of each stream's last packet
