@@ -240,6 +240,7 @@ TEST_F(JobTest, FailuresAreToldAndTriedAgain) {
     EXPECT_EQ(after["done"], 0);
     ASSERT_EQ(after["failed"].size(), 3u);
     EXPECT_THAT(after["failed"][0]["sentence"].get<std::string>(), HasSubstr("cannot write"));
+    shell("echo '{\"host\": 3}' >job/failed/000000");
     EXPECT_THAT(larkmoor("status job").out, HasSubstr("0 of 6 chunks are done, 0 running, 3 failed"));
     run("work job");
     EXPECT_EQ(status()["failed"].size(), 0u);
@@ -265,6 +266,11 @@ TEST_F(JobTest, MergeRefusesWhatDoesNotBelong) {
     EXPECT_THAT(merge("truncate -s -1 spoilt/chunks/000004"), HasSubstr("is damaged"));
     EXPECT_THAT(merge("printf x | dd of=spoilt/chunks/000004 bs=1 seek=300 conv=notrunc"), HasSubstr("is damaged"));
     EXPECT_THAT(merge("sed -i 's/\"module\": \"./\"module\": \"Z/' spoilt/job.json"), HasSubstr("another module"));
+    EXPECT_THAT(merge("perl -0pi -e 's/\"sources\": \\[.*?\\],//s' spoilt/job.json"),
+                HasSubstr("the key \"sources\" is missing"));
+    EXPECT_THAT(merge("perl -pi -e 's/\"project\": \\{/\"project\": {\"x\": @{[\"[\" x 2e5 . \"]\" x 2e5]},/' "
+                      "spoilt/job.json"),
+                HasSubstr("goes deeper than 64 levels"));
     EXPECT_THAT(merge("sed -i 's/\"bytes\": /&1/' spoilt/job.json"), HasSubstr("is not the file that"));
     EXPECT_THAT(larkmoor("merge job -o merged.mkv").err, HasSubstr("another kind"));
     EXPECT_THAT(larkmoor("work spoilt").err, HasSubstr("is not the file that"));
