@@ -45,6 +45,8 @@ install(FILES ${CMAKE_SOURCE_DIR}/data/openfx.overrides DESTINATION ${CMAKE_INST
         RENAME larkmoor-openfx COMPONENT openfx)
 larkmoor_package(studio larkmoor-studio video "desktop studio for video effects"
     "Every effect of Larkmoor with its settings, live over a clip,\nand the export of whole films." "${SAME}")
+# Buttons of its boxes, in other languages.
+set(CPACK_DEBIAN_STUDIO_PACKAGE_RECOMMENDS "qt6-translations-l10n")
 larkmoor_package(dev liblarkmoor-dev libdevel "video effects for programs: headers"
     "Headers, CMake package and pkg-config files of Larkmoor's host library, in C\nand C++, and of its module." "${SAME}")
 foreach(COMPONENT RUNTIME PLUGINS)

@@ -132,7 +132,7 @@ class PreviewFilm {
     bool generates() const { return m_made.has_value(); }
     bool joins() const { return static_cast<bool>(m_b); }
 
-    PictureFacts facts() {
+    PictureFacts facts(const GoesOn& goesOn) {
         PictureFacts facts{.width = m_video.width,
                            .height = m_video.height,
                            .aspect = m_video.aspect,
@@ -143,14 +143,14 @@ class PreviewFilm {
         if (m_made) {
             facts.frames = framesIn(m_made->duration, m_made->rate);
         } else if (m_b) {
-            const Plan& plan = this->plan();
+            const Plan& plan = this->plan(goesOn);
             facts.frames = plan.total();
             facts.overlapStart = plan.lengthA - plan.overlap;
             facts.overlapFrames = plan.overlap;
             facts.duration = fittingOverlap(m_duration, m_video.rate);
             facts.wantedOverlap = m_overlap;
         } else {
-            facts.frames = m_a->count();
+            facts.frames = m_a->count(goesOn);
         }
         return facts;
     }
@@ -237,10 +237,10 @@ class PreviewFilm {
                (!project.second || (project.second->path == m_secondPath && project.second->duration == m_duration));
     }
 
-    const Plan& plan() {
+    const Plan& plan(const GoesOn& goesOn = {}) {
         const std::lock_guard guard(m_lock);
         if (m_plan) return *m_plan;
-        Plan plan{m_a->steady(m_video.rate), m_b->steady(m_video.rate)};
+        Plan plan{m_a->steady(m_video.rate, goesOn), m_b->steady(m_video.rate, goesOn)};
         if (plan.a.empty() || plan.b.empty()) throw Error("a clip is too short to be seen at the rate of the other");
         // A picture lasts as long as the transition.
         const auto length = [&](const std::vector<std::int64_t>& frames, bool picture) {
@@ -414,8 +414,8 @@ std::shared_ptr<PreviewFilm> PreviewRenderer::film(const Project& project) {
     return m_film;
 }
 
-PictureFacts PreviewRenderer::facts(const Project& project) {
-    return film(project)->facts();
+PictureFacts PreviewRenderer::facts(const Project& project, const GoesOn& goesOn) {
+    return film(project)->facts(goesOn);
 }
 
 void PreviewRenderer::reopen() {

@@ -63,8 +63,8 @@ class PreviewRenderer {
                           const PreviewOptions& options = {});
 
     /// What a project's pictures are. May wait for a frame to be decoded, and may read clips through to count their
-    /// frames. Throws Error where they cannot be read.
-    PictureFacts facts(const Project& project);
+    /// frames. Throws Error where they cannot be read, Stopped where that is to end. Any thread may ask.
+    PictureFacts facts(const Project& project, const GoesOn& goesOn = {});
     /// Opens the clips anew at the next request: their files have changed.
     void reopen();
 

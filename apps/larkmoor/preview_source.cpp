@@ -29,14 +29,14 @@ PreviewSource::PreviewSource(const std::string& path, std::optional<AVRational> 
     m_counted = m_picture || m_reader->sequenceNumber() || m_reader->videoStream().nb_frames > 0;
 }
 
-const FrameTable& PreviewSource::table() {
-    if (!m_table) m_table = Reader::table(m_path, m_options);
+const FrameTable& PreviewSource::table(const GoesOn& goesOn) {
+    if (!m_table) m_table = Reader::table(m_path, m_options, goesOn);
     return *m_table;
 }
 
-std::int64_t PreviewSource::count() {
+std::int64_t PreviewSource::count(const GoesOn& goesOn) {
     const std::lock_guard guard(m_lock);
-    return !m_table && m_counted && m_expected ? *m_expected : table().count();
+    return !m_table && m_counted && m_expected ? *m_expected : table(goesOn).count();
 }
 
 std::int64_t PreviewSource::exactCount() {
@@ -106,11 +106,11 @@ DecodedFrame PreviewSource::frame(std::int64_t number) {
     return decode(number);
 }
 
-std::vector<std::int64_t> PreviewSource::steady(AVRational rate) {
+std::vector<std::int64_t> PreviewSource::steady(AVRational rate, const GoesOn& goesOn) {
     std::vector<std::int64_t> stamps;
     {
         const std::lock_guard guard(m_lock);
-        stamps = table().stamps;
+        stamps = table(goesOn).stamps;
     }
     const AVRational unit = m_video.timeBase, period = av_inv_q(rate);
     const std::int64_t origin = av_rescale_q(m_start, {1, AV_TIME_BASE}, unit);

@@ -32,8 +32,9 @@ class PreviewSource {
     /// Frames as a reader expects them when it opens the clip.
     std::optional<std::int64_t> expectedFrames() const { return m_expected; }
 
-    /// Frames, counted. Reads through the file once where the container does not count them.
-    std::int64_t count();
+    /// Frames, counted. Reads through the file once where the container does not count them; throws Stopped where that
+    /// is to end.
+    std::int64_t count(const GoesOn& goesOn = {});
     /// Frames, counted by reading through the file once.
     std::int64_t exactCount();
 
@@ -41,7 +42,7 @@ class PreviewSource {
     DecodedFrame frame(std::int64_t number);
 
     /// The frame that a steady rate shows at each of its periods, as FFmpeg's `fps` filter picks them.
-    std::vector<std::int64_t> steady(AVRational rate);
+    std::vector<std::int64_t> steady(AVRational rate, const GoesOn& goesOn = {});
 
   private:
     struct Entry {
@@ -49,7 +50,7 @@ class PreviewSource {
         DecodedFrame decoded;
         std::size_t bytes;
     };
-    const FrameTable& table();
+    const FrameTable& table(const GoesOn& goesOn = {});
     void seek(std::int64_t number);
     DecodedFrame decode(std::int64_t number);
     DecodedFrame keep(std::int64_t number, ReadFrame read);

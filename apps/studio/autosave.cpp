@@ -15,7 +15,7 @@ const QString kLock = QStringLiteral(".lock"), kOriginal = QStringLiteral(".path
 void write(const QString& path, const QByteArray& bytes) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        throw Error("cannot write " + (path + ": " + file.errorString()).toStdString());
+        throw Error(Autosave::tr("cannot write %1: %2").arg(path, file.errorString()).toStdString());
 }
 
 } // namespace

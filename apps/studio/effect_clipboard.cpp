@@ -42,7 +42,9 @@ void pasteEffects(Document& document) {
                 project.second->transition = effect;
                 last = {Slot::Kind::Transition, 0};
             } else {
-                throw Error(effect.info->name + " joins two clips; add a second clip first.");
+                throw Error(Document::tr("%1 joins two clips; add a second clip first.")
+                                .arg(text(effect.info->name))
+                                .toStdString());
             }
         }
     });

@@ -43,7 +43,7 @@ QString withEnding(const QString& path, const Profile& profile) {
 }
 
 QString about(const EncoderFacts& encoder) {
-    QStringList can{ExportDialog::tr("%1 bits").arg(encoder.bits)};
+    QStringList can{ExportDialog::tr("%n bit(s)", "", encoder.bits)};
     if (encoder.alpha) can << ExportDialog::tr("alpha");
     if (encoder.lossless) can << ExportDialog::tr("without loss");
     if (encoder.intra) can << ExportDialog::tr("each picture by itself");
@@ -55,7 +55,8 @@ QString about(const EncoderFacts& encoder) {
 ExportDialog::ExportDialog(const Document& document, const QString& path, ExportQueue& queue, QWidget* parent)
     : QDialog(parent), m_document(document), m_queue(queue), m_path(new QLineEdit(path)), m_profile(new QComboBox),
       m_codec(new QComboBox), m_pixelFormat(new QComboBox), m_ownQuality(new QCheckBox(tr("&Quality:"))),
-      m_quality(new QSpinBox), m_about(new QLabel), m_status(new QLabel), m_export(new QPushButton(tr("&Export"))) {
+      m_quality(new QSpinBox), m_split(new QCheckBox(tr("For &many machines, frames at a time:"))),
+      m_chunk(new QSpinBox), m_about(new QLabel), m_status(new QLabel), m_export(new QPushButton(tr("&Export"))) {
     setWindowTitle(tr("Export"));
     auto* const browse = new QToolButton;
     browse->setText(tr("&Browse…"));
@@ -66,16 +67,24 @@ ExportDialog::ExportDialog(const Document& document, const QString& path, Export
     m_pixelFormat->setEditable(true);
     m_pixelFormat->addItems({QString(), "yuv420p", "yuv422p", "yuv422p10le", "yuv444p", "yuva420p", "yuva444p10le",
                              "rgba", "bgra", "rgb24"});
+    m_pixelFormat->lineEdit()->setAccessibleName(tr("Pixel format"));
     m_pixelFormat->lineEdit()->setPlaceholderText(tr("the source's, or the nearest"));
     m_pixelFormat->setToolTip(tr("By FFmpeg's name; transparency needs one with an \"a\", such as rgba"));
     m_quality->setRange(0, 100);
     m_quality->setValue(75);
     m_quality->setEnabled(false);
+    m_quality->setAccessibleName(tr("Quality"));
+    m_codec->lineEdit()->setAccessibleName(tr("Encoder"));
     m_quality->setToolTip(tr("0 gives the smallest files, 100 the best pictures"));
+    m_split->setToolTip(tr("Writes a folder that \"larkmoor work\" renders on all machines that see it"));
+    m_chunk->setRange(1, 1'000'000);
+    m_chunk->setValue(250);
+    m_chunk->setEnabled(false);
+    m_chunk->setAccessibleName(tr("Frames at a time"));
     m_about->setWordWrap(true);
     m_status->setWordWrap(true);
     m_export->setDefault(true);
-    auto* const close = new QPushButton(tr("&Close"));
+    auto* const close = new QPushButton(tr("C&lose"));
 
     auto* const file = new QHBoxLayout;
     file->addWidget(m_path);
@@ -89,6 +98,7 @@ ExportDialog::ExportDialog(const Document& document, const QString& path, Export
     form->addRow(QString(), m_about);
     form->addRow(tr("&Pixel format:"), m_pixelFormat);
     form->addRow(m_ownQuality, m_quality);
+    form->addRow(m_split, m_chunk);
     auto* const buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(m_export);
@@ -110,6 +120,12 @@ ExportDialog::ExportDialog(const Document& document, const QString& path, Export
     connect(m_path, &QLineEdit::textChanged, this, &ExportDialog::showEncoders);
     connect(m_codec, &QComboBox::currentTextChanged, this, &ExportDialog::showEncoder);
     connect(m_ownQuality, &QCheckBox::toggled, m_quality, &QWidget::setEnabled);
+    connect(m_split, &QCheckBox::toggled, m_chunk, &QWidget::setEnabled);
+    connect(m_split, &QCheckBox::toggled, this, [this](bool split) {
+        m_status->setText(
+            split ? tr("Writes the folder %1; its chunks are joined to the film when all are done.").arg(folder())
+                  : QString());
+    });
     connect(m_export, &QPushButton::clicked, this, &ExportDialog::start);
     connect(close, &QPushButton::clicked, this, &ExportDialog::reject);
     showEncoders();
@@ -147,11 +163,17 @@ void ExportDialog::showEncoder() {
     m_about->setText(m_codec->itemData(m_codec->findText(m_codec->currentText().trimmed())).toString());
 }
 
+QString ExportDialog::folder() const {
+    const QFileInfo film(m_path->text().trimmed());
+    return film.path() + '/' + film.completeBaseName().remove('%') + QStringLiteral("-job");
+}
+
 OutputRequest ExportDialog::request() const {
     OutputRequest out;
     out.path = m_path->text().trimmed().toStdString();
-    if (out.path.empty()) throw UsageError("Name a file to export to.");
+    if (out.path.empty()) throw UsageError(tr("Name a file to export to.").toStdString());
     out.encode.codec = m_codec->currentText().trimmed().toStdString();
+    if (m_split->isChecked()) out.chunkFrames = m_chunk->value();
     if (m_ownQuality->isChecked()) out.encode.quality = m_quality->value();
     if (const QString format = m_pixelFormat->currentText().trimmed(); !format.isEmpty())
         out.encode.pixelFormat = parsePixelFormat(format.toStdString());
@@ -163,9 +185,16 @@ void ExportDialog::start() {
     try {
         OutputRequest out = request();
         const QString path = m_path->text().trimmed();
+        if (m_split->isChecked()) {
+            m_queue.add({.project = m_document.project(),
+                         .output = out,
+                         .work = ExportJob::Work::Folder,
+                         .folder = folder().toStdString()});
+            return accept();
+        }
         if (isSequence(out.path) ? !sequenceNumbers(out.path).empty() : QFileInfo(path).isFile()) {
             if (isSource(*m_document.project(), path))
-                throw UsageError("The project is made of this file; choose another name.");
+                throw UsageError(tr("The project is made of this file; choose another name.").toStdString());
             const auto answer = QMessageBox::question(
                 this, tr("Export"), tr("%1 is there already. Replace it?").arg(QFileInfo(path).fileName()));
             if (answer != QMessageBox::Yes) return;

@@ -26,6 +26,10 @@ class ExportDialog : public QDialog {
     QComboBox* profiles() const { return m_profile; }
     QComboBox* encoders() const { return m_codec; }
     QPushButton* exportButton() const { return m_export; }
+    QCheckBox* splitSwitch() const { return m_split; }
+    QSpinBox* chunkField() const { return m_chunk; }
+    /// Where a job for many machines is written to.
+    QString folder() const;
 
   private:
     void useProfile(int index);
@@ -39,6 +43,8 @@ class ExportDialog : public QDialog {
     QComboBox *m_profile, *m_codec, *m_pixelFormat;
     QCheckBox* m_ownQuality;
     QSpinBox* m_quality;
+    QCheckBox* m_split;
+    QSpinBox* m_chunk; ///< frames
     QLabel *m_about, *m_status;
     QPushButton* m_export;
     QString m_ending; ///< whose encoders are listed

@@ -17,13 +17,15 @@ class ExportPanel : public QWidget {
     QTreeWidget* list() const { return m_list; }
     QPushButton* cancelButton() const { return m_cancel; }
     QPushButton* clearButton() const { return m_clear; }
+    QPushButton* joinButton() const { return m_join; }
 
   private:
     void show();
+    void join();
 
     ExportQueue& m_queue;
     QTreeWidget* m_list;
-    QPushButton *m_cancel, *m_clear;
+    QPushButton *m_cancel, *m_clear, *m_join;
 };
 
 } // namespace larkmoor

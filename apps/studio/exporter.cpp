@@ -6,19 +6,17 @@
 
 namespace larkmoor {
 
-Exporter::Exporter(Module module, QObject* parent) : QObject(parent), m_module(std::move(module)) {}
-
 Exporter::~Exporter() {
     cancel();
     if (m_thread.joinable()) m_thread.join();
 }
 
-void Exporter::start(Document::Snapshot project, const OutputRequest& output) {
+void Exporter::start(Work work) {
     if (m_running) return;
     if (m_thread.joinable()) m_thread.join();
     m_running = true;
     m_cancelled = false;
-    m_thread = std::thread([this, project = std::move(project), output] {
+    m_thread = std::thread([this, work = std::move(work)] {
         QString sentence;
         bool done = false;
         try {
@@ -27,7 +25,7 @@ void Exporter::start(Document::Snapshot project, const OutputRequest& output) {
                                    std::optional<std::int64_t> total) { emit progress(count, total.value_or(-1)); },
                 .cancelled = [this] { return m_cancelled.load(); },
                 .damage = [&](const std::string& told) { sentence += (sentence.isEmpty() ? "" : "\n") + text(told); }};
-            done = renderProject(m_module, *project, output, watch) != Ended::Cancelled;
+            done = work(watch) != Ended::Cancelled;
         } catch (const std::exception& error) {
             sentence = QString::fromStdString(error.what());
         }

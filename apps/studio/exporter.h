@@ -1,27 +1,28 @@
-// Rendering into a file in the background.
+// Work that writes files, in the background.
 #pragma once
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <atomic>
+#include <functional>
 #include <thread>
 
-#include "document.h"
-#include "render_project.h"
-#include "requests.h"
+#include "film.h"
 
 namespace larkmoor {
 
-/// One export at a time: the command's own way of rendering a project.
+/// One piece of work at a time, by the command's own way.
 class Exporter : public QObject {
     Q_OBJECT
 
   public:
-    explicit Exporter(Module module, QObject* parent = nullptr);
+    /// Throws what failed.
+    using Work = std::function<Ended(const Watch&)>;
+
+    using QObject::QObject;
     /// Cancels and waits.
     ~Exporter() override;
 
-    void start(Document::Snapshot project, const OutputRequest& output);
+    void start(Work work);
     void cancel() { m_cancelled = true; }
     bool isRunning() const { return m_running; }
 
@@ -33,7 +34,6 @@ class Exporter : public QObject {
     void finished(bool done, QString sentence);
 
   private:
-    Module m_module;
     std::thread m_thread;
     std::atomic<bool> m_cancelled = false;
     bool m_running = false;

@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+#include "page/typed_number.h"
 #include "requests.h"
 #include "widgets/number_box.h"
 
@@ -56,8 +57,12 @@ const EffectInfo& GeneratorDialog::generator() const {
     return m_module.find(m_kind->currentData().toString().toStdString());
 }
 
+AVRational typedRate(const QString& text) {
+    return parseRate(inOwnStyle(text.trimmed(), '.').toStdString());
+}
+
 AVRational GeneratorDialog::rate() const {
-    return parseRate(m_rate->currentText().trimmed().toStdString());
+    return typedRate(m_rate->currentText());
 }
 
 } // namespace larkmoor

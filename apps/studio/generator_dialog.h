@@ -33,4 +33,7 @@ class GeneratorDialog : public QDialog {
     QDoubleSpinBox* m_seconds;
 };
 
+/// A rate as people type it, with either decimal mark. Throws UsageError.
+AVRational typedRate(const QString& text);
+
 } // namespace larkmoor

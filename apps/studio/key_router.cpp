@@ -80,12 +80,20 @@ bool KeyRouter::isEditing(const QKeyEvent& event) {
 
 KeyRouter::Deed KeyRouter::mnemonic(const QWidget& focus, QChar letter) const {
     PageView* const page = m_page();
+    // Where several have the letter, the one behind the one with the focus.
     const auto among = [&](const QWidget& parent, bool inPage) -> Deed {
+        Deed first, next;
+        bool behind = false;
         for (QWidget* each : parent.findChildren<QWidget*>()) {
             if (!inPage && page && page->isAncestorOf(each)) continue;
-            if (const Deed deed = deedOf(each, letter)) return deed;
+            Deed deed = deedOf(each, letter);
+            if (!deed) continue;
+            if (behind && !next) next = deed;
+            const auto* const label = qobject_cast<QLabel*>(each);
+            behind |= &focus == (label ? label->buddy() : each);
+            if (!first) first = std::move(deed);
         }
-        return {};
+        return next ? next : first;
     };
     if (page && (page == &focus || page->isAncestorOf(&focus)))
         if (const Deed deed = among(*page, true)) return deed;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "host/object.h"
+#include "text.h"
 
 namespace larkmoor {
 
@@ -52,7 +53,8 @@ CComPtr<IPropertyPage> LiveEffect::page() {
     m_page = KwQuery<IPropertyPage>(m_module.createObject(clsid).Get());
     IUnknown* object = m_effect.object();
     const HRESULT status = m_page ? m_page->SetObjects(1, &object) : E_NOINTERFACE;
-    if (FAILED(status)) throw StatusError("The settings page of " + info().name + " cannot be opened.", status);
+    if (FAILED(status))
+        throw StatusError(tr("The settings page of %1 cannot be opened.").arg(text(info().name)).toStdString(), status);
     return m_page;
 }
 

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
+#include "language.h"
 #include "main_window.h"
 #include "media/av.h"
 #include "message_boxes.h"
@@ -75,6 +76,7 @@ int main(int count, char** arguments) {
     QApplication application(count, arguments);
     qInstallMessageHandler(usual);
     QApplication::setApplicationDisplayName("Larkmoor");
+    const Language language;
     try {
         quietLog(false);
         const Module loaded = Module::load(parser.value(moduleFile).toStdString());

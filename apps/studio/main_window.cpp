@@ -72,7 +72,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     connect(&m_sound, &SoundPlayer::silent, this, &MainWindow::tell);
     connect(&m_exports, &ExportQueue::changed, this, &MainWindow::showTitle);
     connect(&m_exports, &ExportQueue::finished, this, [this](const ExportJob& job) {
-        if (job.state == ExportJob::State::Done) m_status->setText(tr("%1 is written.").arg(text(job.output.path)));
+        if (job.state == ExportJob::State::Done) m_status->setText(tr("%1 is written.").arg(text(job.target())));
         if (!job.sentence.isEmpty()) tell(job.sentence);
     });
     connect(&m_clips, &ClipWatch::changed, this, [this] {
@@ -120,6 +120,8 @@ void MainWindow::started() {
     m_lastFull = 0;
     const bool open = m_document.project() != nullptr;
     m_pages->setCurrentWidget(open ? m_film : m_welcome);
+    // Its texts are wide, and would keep a film's settings narrow.
+    m_welcome->setSizePolicy(open ? QSizePolicy::Ignored : QSizePolicy::Preferred, QSizePolicy::Preferred);
     showPanels(open);
     for (QAction* action : m_needsProject) action->setEnabled(open);
     m_picture->setPictures({}, {});
@@ -149,14 +151,14 @@ void MainWindow::showTitle() {
 
 void MainWindow::showDocument() {
     const Document::Snapshot project = m_document.project();
-    if (!project) return;
+    if (!project || m_counting) return;
     showTitle();
     m_clips.watch(clipsOf(*project));
     showMissing();
     attempt([&] {
         // Effects do not change what the pictures are, and asking may wait for a frame.
         if (std::string source = sourceKey(*project); source != m_source && !isMissing()) {
-            m_facts = m_feed.facts(*project);
+            m_facts = factsOf(*project);
             m_source = std::move(source);
             m_sound.forget();
             m_timeline->setFrameRate(rate());
@@ -178,7 +180,8 @@ void MainWindow::showDocument() {
         if (const auto* const clip = std::get_if<ProjectClip>(&project->source))
             m_page->setSourceFacts(sourceFacts(clip->path, facts));
         if (facts.overlapFrames < facts.wantedOverlap)
-            tell(tr("A clip is shorter than the transition, which is cut to %1 frames.").arg(facts.overlapFrames));
+            tell(tr("A clip is shorter than the transition, which is cut to %n frame(s).", "",
+                    static_cast<int>(facts.overlapFrames)));
         showLimits();
         refresh();
     });
@@ -187,7 +190,7 @@ void MainWindow::showDocument() {
 void MainWindow::fit(Project& project) {
     settleLevels(project);
     try {
-        fitToPictures(project, sourceKey(project) == m_source ? m_facts : m_feed.facts(project));
+        fitToPictures(project, sourceKey(project) == m_source ? m_facts : factsOf(project));
     } catch (const Error&) {
         // What is wrong with the source is told when it is shown.
     }
@@ -219,6 +222,7 @@ void MainWindow::setFrame(qint64 frame) {
     m_frame = frame;
     m_timeline->setFrame(static_cast<int>(frame));
     m_transport->setFrame(frame);
+    if (m_scrubbing) m_sound.touch(*m_document.project(), m_facts, static_cast<double>(frame) / rate());
     refresh();
 }
 
@@ -241,13 +245,13 @@ void MainWindow::take(const PreviewResult& result) {
     const QString half = result.half ? tr(" at half size") : QString();
     if (m_player.isActive()) {
         m_playing.shown(result.frame, m_playClock.elapsed());
-        m_status->setText(tr("%1 of %2 frames a second, %3 dropped%4")
+        m_status->setText(tr("%L1 of %L2 frames a second, %3 dropped%4")
                               .arg(m_playing.rate(), 0, 'f', 1)
                               .arg(rate() * std::abs(m_speed), 0, 'f', 1)
                               .arg(m_playing.dropped())
                               .arg(half));
     } else {
-        m_status->setText(tr("%1 ms%2").arg(result.milliseconds, 0, 'f', 1).arg(half));
+        m_status->setText(tr("%L1 ms%2").arg(result.milliseconds, 0, 'f', 1).arg(half));
     }
     showZoom();
     const bool first = !m_before;
@@ -411,6 +415,8 @@ bool MainWindow::attempt(const std::function<void()>& action) {
     try {
         action();
         return true;
+    } catch (const Stopped&) {
+        m_status->setText(tr("Given up."));
     } catch (const std::bad_alloc&) {
         fail(tr("Memory is short."));
     } catch (const std::exception& error) {

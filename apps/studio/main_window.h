@@ -1,6 +1,8 @@
 // The studio's window.
 #pragma once
 
+#include <chrono>
+
 #include <QAction>
 #include <QDockWidget>
 #include <QElapsedTimer>
@@ -56,6 +58,8 @@ class MainWindow : public QMainWindow {
     bool saveTo(const QString& path);
     /// A note to the user that asks nothing.
     void tell(const QString& sentence) { m_note->setText(sentence); }
+    /// Reading a clip is shown from then on.
+    void setPatience(std::chrono::milliseconds patience) { m_patience = patience; }
     /// Offers what other studios left behind.
     void offerLostWork();
 
@@ -127,6 +131,7 @@ class MainWindow : public QMainWindow {
     void showTitle();
     void focusWork();
     void showLimits();
+    PictureFacts factsOf(const Project& project);
     void fit(Project& project);
     bool mend(Project& project);
     void showZoom();
@@ -200,6 +205,8 @@ class MainWindow : public QMainWindow {
 
     PictureFacts m_facts;
     std::string m_source; ///< what `m_facts` were told of
+    std::chrono::milliseconds m_patience{300};
+    bool m_counting = false; ///< frames of a clip, while nothing else is done
     qint64 m_frame = 0;
     Surface m_before;
     Surface m_listed; ///< the picture that the list of effects was tried on

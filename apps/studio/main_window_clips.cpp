@@ -1,9 +1,15 @@
-// Clips that are not where they were.
+// Clips that are counted, and those that are not where they were.
+#include <atomic>
+#include <future>
+
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QPushButton>
+#include <QScopedValueRollback>
 
 #include "main_window.h"
 #include "media/sequence.h"
@@ -13,6 +19,8 @@
 namespace larkmoor {
 
 namespace {
+
+constexpr int kLook = 50; ///< milliseconds between looks at how far it is
 
 std::vector<std::string*> pathsOf(Project& project) {
     std::vector<std::string*> paths;
@@ -26,6 +34,35 @@ bool isGone(const std::string& path) {
 }
 
 } // namespace
+
+/// What a project's pictures are. Files that do not say how many frames they have are read through, which may take
+/// minutes: then it shows how far it is, and the user may give up, which throws Stopped.
+PictureFacts MainWindow::factsOf(const Project& project) {
+    std::atomic<double> share = 0;
+    std::atomic<bool> goesOn = true;
+    std::future<PictureFacts> facts = std::async(std::launch::async, [&] {
+        return m_feed.facts(project, [&](double read) {
+            share = read;
+            return goesOn.load();
+        });
+    });
+    if (facts.wait_for(m_patience) == std::future_status::ready || m_counting) return facts.get();
+    const QScopedValueRollback counting(m_counting, true);
+    QProgressDialog shown(tr("Counting the frames…"), tr("Cancel"), 0, 1000, this);
+    shown.setWindowModality(Qt::ApplicationModal);
+    shown.setAutoReset(false);
+    shown.show(); // there was patience before
+    QEventLoop loop;
+    QTimer look;
+    connect(&look, &QTimer::timeout, &loop, [&] {
+        shown.setValue(static_cast<int>(share * 1000));
+        if (shown.wasCanceled()) goesOn = false;
+        if (facts.wait_for(std::chrono::seconds(0)) == std::future_status::ready) loop.quit();
+    });
+    look.start(kLook);
+    loop.exec();
+    return facts.get();
+}
 
 QWidget* MainWindow::makeMissing() {
     m_missing = new QWidget;

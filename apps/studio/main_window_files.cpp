@@ -59,7 +59,7 @@ bool MainWindow::open(const QString& path) {
         } else {
             Project project;
             project.source = ProjectClip{QFileInfo(path).absoluteFilePath().toStdString(), {}};
-            m_feed.facts(project);
+            factsOf(project);
             m_document.start(std::move(project), {});
         }
         remember(path);
@@ -73,7 +73,7 @@ bool MainWindow::open(const QString& path) {
 bool MainWindow::mend(Project& project) {
     const std::string before = projectText(project, "/");
     settleLevels(project);
-    fitToPictures(project, m_feed.facts(project));
+    fitToPictures(project, factsOf(project));
     return projectText(project, "/") != before;
 }
 
@@ -88,7 +88,7 @@ void MainWindow::startGenerator(const EffectInfo& info, QSize size, AVRational r
 void MainWindow::addSecond(const QString& path) {
     attempt([&] {
         if (!m_document.project() || !std::holds_alternative<ProjectClip>(m_document.project()->source))
-            throw Error("A second clip comes after a first one; open a clip first.");
+            throw Error(tr("A second clip comes after a first one; open a clip first.").toStdString());
         Project tried = *m_document.project();
         if (tried.second) {
             tried.second->path = QFileInfo(path).absoluteFilePath().toStdString();
@@ -96,7 +96,7 @@ void MainWindow::addSecond(const QString& path) {
             tried.second = ProjectSecond{QFileInfo(path).absoluteFilePath().toStdString(),
                                          projectEffect(m_module.find("Dissolve")), 1};
         }
-        m_feed.facts(tried);
+        factsOf(tried);
         m_document.change(tr("Add a second clip"), [&](Project& project) { project = tried; });
         m_document.select({Slot::Kind::Transition, 0});
         if (m_facts.overlapFrames > 0) setFrame(m_facts.overlapStart + m_facts.overlapFrames / 2);
@@ -136,7 +136,7 @@ void MainWindow::askReplace() {
         next.source = ProjectClip{QFileInfo(path).absoluteFilePath().toStdString(), {}};
         next.in = 0;
         next.out.reset();
-        m_feed.facts(next);
+        factsOf(next);
         m_document.change(tr("Replace the clip"), [&](Project& project) { project = next; });
     });
 }
@@ -172,11 +172,11 @@ void MainWindow::askSource() {
     }
     bool ok = false;
     const QString asked = QInputDialog::getText(this, tr("Source"), tr("&Frames a second:"), QLineEdit::Normal,
-                                                QString::number(rate(), 'g', 6), &ok);
+                                                QLocale().toString(rate(), 'g', 6), &ok);
     if (!ok) return;
     attempt([&] {
         ProjectClip source = clip;
-        source.rate = parseRate(asked.trimmed().toStdString());
+        source.rate = typedRate(asked);
         m_document.change(tr("Change the source"), [&](Project& next) { next.source = source; });
     });
 }
@@ -191,7 +191,7 @@ void MainWindow::openDemonstration() {
         return;
     }
     QDir().mkpath(folder);
-    m_maker = std::make_unique<Exporter>(m_module);
+    m_maker = std::make_unique<Exporter>();
     auto* const progress = new QProgressDialog(tr("Making the demonstration clip…"), tr("Cancel"), 0, 100, this);
     progress->setWindowModality(Qt::WindowModal);
     connect(progress, &QProgressDialog::canceled, m_maker.get(), &Exporter::cancel);
@@ -210,7 +210,9 @@ void MainWindow::openDemonstration() {
     out.path = path.toStdString();
     out.overwrite = true;
     out.threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    m_maker->start(std::make_shared<const Project>(demonstrationProject(m_module)), out);
+    m_maker->start([module = m_module, project = demonstrationProject(m_module), out](const Watch& watch) {
+        return renderProject(module, project, out, watch);
+    });
 }
 
 bool MainWindow::mayLeave() {
@@ -359,7 +361,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
     }
     if (!mayLeave() || !open(paths[0])) return;
     if (paths.size() > 1) addSecond(paths[1]);
-    if (paths.size() > 2) tell(tr("Two of %1 files are open.").arg(paths.size()));
+    if (paths.size() > 2) tell(tr("Two of %n file(s) are open.", "", static_cast<int>(paths.size())));
 }
 
 } // namespace larkmoor

@@ -108,9 +108,9 @@ void MainWindow::makeFileMenu() {
     needs(add(file, tr("So&urce settings…"), {}, [this] { askSource(); }));
     file->addSeparator();
     needs(add(file, tr("&Save project"), QKeySequence::Save, [this] { save(); }));
-    needs(add(file, tr("Save project &as…"), QKeySequence(tr("Ctrl+Shift+S")), [this] { saveAs(); }));
-    needs(add(file, tr("&Export…"), QKeySequence(tr("Ctrl+E")), [this] { exportFilm(); }));
-    needs(add(file, tr("Save this &frame…"), QKeySequence(tr("Ctrl+Shift+E")), [this] { saveFrame(); }));
+    needs(add(file, tr("Save project &as…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), [this] { saveAs(); }));
+    needs(add(file, tr("&Export…"), QKeySequence(Qt::CTRL | Qt::Key_E), [this] { exportFilm(); }));
+    needs(add(file, tr("Save this &frame…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E), [this] { saveFrame(); }));
     file->addSeparator();
     needs(add(file, tr("&Close"), QKeySequence::Close, [this] {
         if (mayLeave()) m_document.close();
@@ -123,7 +123,7 @@ void MainWindow::makeEditMenu() {
     QAction* const undo = m_document.history().createUndoAction(this, tr("&Undo"));
     QAction* const redo = m_document.history().createRedoAction(this, tr("&Redo"));
     undo->setShortcut(QKeySequence::Undo);
-    redo->setShortcuts({QKeySequence(tr("Ctrl+Shift+Z")), QKeySequence(tr("Ctrl+Y"))});
+    redo->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
     edit->addActions({undo, redo});
     edit->addSeparator();
     needs(add(edit, tr("Cu&t the effect"), QKeySequence::Cut, [this] {
@@ -131,40 +131,43 @@ void MainWindow::makeEditMenu() {
         m_stack->removeSelected();
     }));
     needs(add(edit, tr("&Copy the effect"), QKeySequence::Copy, [this] { copyEffect(m_document); }));
-    needs(add(edit, tr("Cop&y all effects"), QKeySequence(tr("Ctrl+Shift+C")), [this] { copyAllEffects(m_document); }));
+    needs(add(edit, tr("Cop&y all effects"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C),
+              [this] { copyAllEffects(m_document); }));
     needs(add(edit, tr("Pa&ste effects"), QKeySequence::Paste,
               [this] { attempt([this] { pasteEffects(m_document); }); }));
     edit->addSeparator();
-    needs(add(edit, tr("&Add an effect"), QKeySequence(tr("Ctrl+F")), [this] { searchEffects(); }));
-    needs(add(edit, tr("&Duplicate the effect"), QKeySequence(tr("Ctrl+D")), [this] { m_stack->duplicateSelected(); }));
-    needs(
-        add(edit, tr("Re&move the effect"), QKeySequence(tr("Ctrl+Backspace")), [this] { m_stack->removeSelected(); }));
-    needs(
-        add(edit, tr("Move the effect u&p"), QKeySequence(tr("Ctrl+Shift+Up")), [this] { m_stack->moveSelected(-1); }));
-    needs(add(edit, tr("Move the effect do&wn"), QKeySequence(tr("Ctrl+Shift+Down")),
+    needs(add(edit, tr("&Add an effect"), QKeySequence(Qt::CTRL | Qt::Key_F), [this] { searchEffects(); }));
+    needs(add(edit, tr("&Duplicate the effect"), QKeySequence(Qt::CTRL | Qt::Key_D),
+              [this] { m_stack->duplicateSelected(); }));
+    needs(add(edit, tr("Re&move the effect"), QKeySequence(Qt::CTRL | Qt::Key_Backspace),
+              [this] { m_stack->removeSelected(); }));
+    needs(add(edit, tr("Move the effect u&p"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Up),
+              [this] { m_stack->moveSelected(-1); }));
+    needs(add(edit, tr("Move the effect do&wn"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Down),
               [this] { m_stack->moveSelected(1); }));
     edit->addSeparator();
-    needs(add(edit, tr("Reset this &field"), QKeySequence(tr("Ctrl+R")),
+    needs(add(edit, tr("Reset this &field"), QKeySequence(Qt::CTRL | Qt::Key_R),
               [this] { m_page->resetField(QApplication::focusWidget()); }));
-    needs(add(edit, tr("Reset a&ll fields"), QKeySequence(tr("Ctrl+Shift+R")), [this] { m_page->resetAll(); }));
+    needs(add(edit, tr("Reset a&ll fields"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
+              [this] { m_page->resetAll(); }));
 }
 
 void MainWindow::makeViewMenu() {
     QMenu* const view = menuBar()->addMenu(tr("&View"));
-    add(view, tr("&Fit"), QKeySequence(tr("Ctrl+0")), [this] { m_picture->setFit(); });
-    add(view, tr("&Actual size"), QKeySequence(tr("Ctrl+1")), [this] { m_picture->setZoom(1); });
+    add(view, tr("&Fit"), QKeySequence(Qt::CTRL | Qt::Key_0), [this] { m_picture->setFit(); });
+    add(view, tr("&Actual size"), QKeySequence(Qt::CTRL | Qt::Key_1), [this] { m_picture->setZoom(1); });
     add(view, tr("Zoom &in"), QKeySequence::ZoomIn, [this] { m_picture->zoomIn(); });
     add(view, tr("Zoom &out"), QKeySequence::ZoomOut, [this] { m_picture->zoomOut(); });
     view->addSeparator();
     addChoices(view,
-               {{tr("Af&ter"), QKeySequence(tr("F5")), [this] { m_picture->setMode(PictureView::Mode::After); }},
-                {tr("&Before"), QKeySequence(tr("F6")), [this] { m_picture->setMode(PictureView::Mode::Before); }},
-                {tr("Before and after, &split"), QKeySequence(tr("F7")),
+               {{tr("Af&ter"), QKeySequence(Qt::Key_F5), [this] { m_picture->setMode(PictureView::Mode::After); }},
+                {tr("&Before"), QKeySequence(Qt::Key_F6), [this] { m_picture->setMode(PictureView::Mode::Before); }},
+                {tr("Before and after, &split"), QKeySequence(Qt::Key_F7),
                  [this] { m_picture->setMode(PictureView::Mode::Split); }}},
                0);
     view->addSeparator();
-    addSwitch(view, tr("A&lpha"), QKeySequence(tr("F8")), [this](bool on) { m_picture->setAlphaView(on); });
-    addSwitch(view, tr("Title-safe f&rames"), QKeySequence(tr("F9")),
+    addSwitch(view, tr("A&lpha"), QKeySequence(Qt::Key_F8), [this](bool on) { m_picture->setAlphaView(on); });
+    addSwitch(view, tr("Title-safe f&rames"), QKeySequence(Qt::Key_F9),
               [this](bool on) { m_picture->setSafeFrames(on); });
     QAction* const handles = view->addAction(tr("Han&dles of effects"));
     handles->setCheckable(true);
@@ -198,24 +201,28 @@ void MainWindow::makeScopeMenu(QMenu* view) {
         };
     };
     addChoices(scope,
-               {{tr("&Histogram"), QKeySequence(tr("Alt+1")), showScope(Kind::Histogram)},
-                {tr("&Waveform"), QKeySequence(tr("Alt+2")), showScope(Kind::Waveform)},
-                {tr("&Composite waveform"), QKeySequence(tr("Alt+3")), showScope(Kind::Composite)},
-                {tr("&Vectorscope"), QKeySequence(tr("Alt+4")), showScope(Kind::Vectorscope)},
-                {tr("&None"), QKeySequence(tr("Alt+0")), [this] { m_panels.back()->hide(); }}},
+               {{tr("&Histogram"), QKeySequence(Qt::ALT | Qt::Key_1), showScope(Kind::Histogram)},
+                {tr("&Waveform"), QKeySequence(Qt::ALT | Qt::Key_2), showScope(Kind::Waveform)},
+                {tr("&Composite waveform"), QKeySequence(Qt::ALT | Qt::Key_3), showScope(Kind::Composite)},
+                {tr("&Vectorscope"), QKeySequence(Qt::ALT | Qt::Key_4), showScope(Kind::Vectorscope)},
+                {tr("&None"), QKeySequence(Qt::ALT | Qt::Key_0), [this] { m_panels.back()->hide(); }}},
                1);
 }
 
 void MainWindow::makeFilmMenu() {
     QMenu* const film = menuBar()->addMenu(tr("F&ilm"));
-    needs(add(film, tr("&Play or pause"), QKeySequence(tr("Ctrl+Space")), [this] { play(!m_player.isActive()); }));
-    needs(add(film, tr("&Next frame"), QKeySequence(tr("Alt+Right")), [this] { setFrame(m_frame + 1); }));
-    needs(add(film, tr("Pre&vious frame"), QKeySequence(tr("Alt+Left")), [this] { setFrame(m_frame - 1); }));
-    needs(add(film, tr("&First frame"), QKeySequence(tr("Alt+Home")), [this] { setFrame(m_timeline->inOut().from); }));
-    needs(add(film, tr("&Last frame"), QKeySequence(tr("Alt+End")), [this] { setFrame(m_timeline->inOut().to); }));
+    needs(add(film, tr("&Play or pause"), QKeySequence(Qt::CTRL | Qt::Key_Space),
+              [this] { play(!m_player.isActive()); }));
+    needs(add(film, tr("&Next frame"), QKeySequence(Qt::ALT | Qt::Key_Right), [this] { setFrame(m_frame + 1); }));
+    needs(add(film, tr("Pre&vious frame"), QKeySequence(Qt::ALT | Qt::Key_Left), [this] { setFrame(m_frame - 1); }));
+    needs(add(film, tr("&First frame"), QKeySequence(Qt::ALT | Qt::Key_Home),
+              [this] { setFrame(m_timeline->inOut().from); }));
+    needs(add(film, tr("&Last frame"), QKeySequence(Qt::ALT | Qt::Key_End),
+              [this] { setFrame(m_timeline->inOut().to); }));
     film->addSeparator();
-    needs(add(film, tr("Set &in point"), QKeySequence(tr("Ctrl+I")), [this] { emit m_transport->inRequested(); }));
-    needs(add(film, tr("Set &out point"), QKeySequence(tr("Ctrl+Shift+O")),
+    needs(add(film, tr("Set &in point"), QKeySequence(Qt::CTRL | Qt::Key_I),
+              [this] { emit m_transport->inRequested(); }));
+    needs(add(film, tr("Set &out point"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O),
               [this] { emit m_transport->outRequested(); }));
     film->addSeparator();
     needs(add(film, tr("&Back, faster each time (J)"), {}, [this] { playAt(std::clamp(m_speed * 2, -8, -1)); }));

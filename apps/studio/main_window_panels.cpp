@@ -239,6 +239,7 @@ void MainWindow::connectFilm() {
     });
     connect(m_timeline, &Timeline::scrubbing, this, [this](bool active) {
         m_scrubbing = active;
+        if (!active) m_sound.stop();
         if (!active && m_shownHalf) refresh();
     });
     connect(m_timeline, &Timeline::inOutChanged, this, &MainWindow::cut);

@@ -40,6 +40,7 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
       m_keyScroll(new QScrollArea(this)), m_presets(new QWidget), m_strip(new PresetStrip(m_presets)),
       m_save(new QToolButton(this)), m_reset(new QToolButton(this)), m_more(new QToolButton(this)) {
     m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setFocusPolicy(Qt::NoFocus); // it follows what has the focus in it
     m_scroll->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
     m_title->setWordWrap(true);
     m_title->setAlignment(Qt::AlignCenter);
@@ -52,6 +53,7 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     m_keysButton->setToolTip(tr("A diamond for each field: values that change from frame to frame"));
     m_keysButton->setChecked(QSettings().value("keys", false).toBool());
     m_keyScroll->setFrameShape(QFrame::NoFrame);
+    m_keyScroll->setFocusPolicy(Qt::NoFocus);
     m_keyScroll->setWidgetResizable(true);
     m_keyScroll->setWidget(m_keyList);
     m_keyScroll->setMaximumHeight(200);

@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include "demonstration.h"
+#include "language.h"
 #include "main_window.h"
 #include "media/av.h"
 #include "render_project.h"
@@ -115,6 +116,7 @@ int main(int count, char** arguments) {
         return 2;
     }
     QApplication application(count, arguments);
+    const Language language(QLocale::c());
     QApplication::setApplicationName("larkmoor-studio-pictures");
     QApplication::setOrganizationName("larkmoor");
     try {

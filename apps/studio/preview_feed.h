@@ -15,8 +15,9 @@ class PreviewFeed : public QObject {
   public:
     explicit PreviewFeed(const Module& module, QObject* parent = nullptr);
 
-    /// What a project's pictures are. Throws Error where its clips cannot be read.
-    PictureFacts facts(const Project& project) { return m_renderer->facts(project); }
+    /// What a project's pictures are. Throws Error where its clips cannot be read. May read them through to count their
+    /// frames, and throws Stopped where that is to end; any thread may ask.
+    PictureFacts facts(const Project& project, const GoesOn& goesOn) { return m_renderer->facts(project, goesOn); }
     /// The clips' files have changed.
     void reopen() { m_renderer->reopen(); }
     void request(Document::Snapshot project, qint64 frame, bool half);

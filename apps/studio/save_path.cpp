@@ -29,8 +29,8 @@ QString askWhereToSave(QWidget* parent, const SaveQuestion& question) {
         if (path.isEmpty()) return {};
         if (!question.endings.contains(QFileInfo(path).suffix().toLower())) path += '.' + question.ending;
         if (!QFileInfo::exists(path)) return path;
-        const QString asked =
-            QFileDialog::tr("%1 is there already. Replace it?").arg(QFileInfo(path).fileName().toHtmlEscaped());
+        const QString asked = QCoreApplication::translate("larkmoor::MainWindow", "%1 is there already. Replace it?")
+                                  .arg(QFileInfo(path).fileName().toHtmlEscaped());
         if (QMessageBox::question(parent, question.title, asked) == QMessageBox::Yes) return path;
     }
 }

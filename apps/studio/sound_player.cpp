@@ -14,7 +14,8 @@ namespace larkmoor {
 
 namespace {
 
-constexpr int kBuffered = 200; ///< milliseconds: longer than a frame takes to be drawn
+constexpr int kBuffered = 200;  ///< milliseconds: longer than a frame takes to be drawn
+constexpr double kPiece = 0.08; ///< seconds that are heard of a frame that is scrubbed over
 
 /// Samples without an end, as the device asks for them.
 class TrackDevice : public QIODevice {
@@ -60,32 +61,43 @@ void SoundPlayer::tell(const QString& sentence) {
     if (!std::exchange(m_told, true)) emit silent(sentence);
 }
 
-void SoundPlayer::start(const Project& project, const PictureFacts& facts, double seconds) {
-    stop();
+/// Empty where it sounds, or where there is nothing to hear.
+QString SoundPlayer::open(const Project& project, const PictureFacts& facts, double seconds,
+                          std::optional<double> length) {
     try {
         if (!m_track) m_track = std::make_unique<SoundTrack>(project, facts);
-        if (!m_track->any()) return;
+        if (!m_track->any()) return {};
+        m_track->seek(seconds, length);
+        m_from = seconds;
+        if (m_sink) return {};
         const QAudioDevice device = QMediaDevices::defaultAudioOutput();
-        if (device.isNull()) return tell(tr("No sound device is there; the film plays silently."));
+        if (device.isNull()) return tr("No sound device is there; the film plays silently.");
         QAudioFormat format;
         format.setSampleRate(SoundTrack::kRate);
         format.setChannelCount(SoundTrack::kChannels);
         format.setSampleFormat(QAudioFormat::Float);
         if (!device.isFormatSupported(format))
-            return tell(tr("The sound device takes no stereo sound of 48 kHz; the film plays silently."));
-        m_track->seek(seconds);
-        m_from = seconds;
+            return tr("The sound device takes no stereo sound of 48 kHz; the film plays silently.");
         m_samples = std::make_unique<TrackDevice>(*m_track);
         m_sink = std::make_unique<QAudioSink>(device, format);
         m_sink->setBufferSize(format.bytesForDuration(kBuffered * 1000));
         m_sink->start(m_samples.get());
-        if (m_sink->error() == QAudio::NoError) return;
+        if (m_sink->error() == QAudio::NoError) return {};
         stop();
-        tell(tr("The sound device does not start; the film plays silently."));
+        return tr("The sound device does not start; the film plays silently.");
     } catch (const std::exception& error) {
         stop();
-        tell(text(error.what()));
+        return text(error.what());
     }
+}
+
+void SoundPlayer::start(const Project& project, const PictureFacts& facts, double seconds) {
+    stop();
+    if (const QString fault = open(project, facts, seconds, {}); !fault.isEmpty()) tell(fault);
+}
+
+void SoundPlayer::touch(const Project& project, const PictureFacts& facts, double seconds) {
+    open(project, facts, seconds, kPiece);
 }
 
 void SoundPlayer::stop() {

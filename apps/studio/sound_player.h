@@ -24,6 +24,9 @@ class SoundPlayer : public QObject {
     /// From a time of the pictures on, before any cut. What is in the way is told, once for a project, and then the
     /// film goes on silently.
     void start(const Project& project, const PictureFacts& facts, double seconds);
+    /// A short piece from there, and then silence up to the next call; what is in the way is not told, for pictures are
+    /// what is looked for.
+    void touch(const Project& project, const PictureFacts& facts, double seconds);
     void stop();
     /// The time that is heard now; none while nothing is.
     std::optional<double> position() const;
@@ -32,6 +35,7 @@ class SoundPlayer : public QObject {
     void silent(QString sentence);
 
   private:
+    QString open(const Project& project, const PictureFacts& facts, double seconds, std::optional<double> length);
     void tell(const QString& sentence);
 
     std::unique_ptr<SoundTrack> m_track;

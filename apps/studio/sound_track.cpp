@@ -48,8 +48,9 @@ bool SoundTrack::any() const {
     return std::ranges::any_of(m_parts, [](const Part& part) { return part.source->any(); });
 }
 
-void SoundTrack::seek(double seconds) {
+void SoundTrack::seek(double seconds, std::optional<double> length) {
     m_at = std::llround(std::max(0.0, seconds) * kRate);
+    m_end = length ? std::optional(m_at + std::llround(*length * kRate)) : std::nullopt;
     for (Part& part : m_parts) part.begun = false;
 }
 
@@ -76,6 +77,11 @@ void SoundTrack::add(Part& part, double (*gain)(double), std::span<float> sample
 
 void SoundTrack::read(std::span<float> samples) {
     std::ranges::fill(samples, 0.0f);
+    if (m_end) {
+        const std::int64_t left = std::max<std::int64_t>(0, *m_end - m_at) * kChannels;
+        samples = samples.first(std::min(samples.size(), static_cast<std::size_t>(left)));
+        if (samples.empty()) return;
+    }
     if (!m_parts.empty()) add(m_parts[0], fadesOut, samples);
     if (m_parts.size() > 1) add(m_parts[1], fadesIn, samples);
     m_at += static_cast<std::int64_t>(samples.size() / kChannels);

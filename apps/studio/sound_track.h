@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -21,8 +22,8 @@ class SoundTrack {
 
     /// False where no clip has any.
     bool any() const;
-    /// In seconds from the start of the pictures, before any cut.
-    void seek(double seconds);
+    /// In seconds from the start of the pictures, before any cut; with a length, all behind that piece is silence.
+    void seek(double seconds, std::optional<double> length = {});
     /// Interleaved samples that follow those read before; silence beyond the ends.
     void read(std::span<float> samples);
 
@@ -37,6 +38,7 @@ class SoundTrack {
 
     std::vector<Part> m_parts; ///< one clip, or two that overlap
     std::int64_t m_overlapStart = 0, m_overlapLength = 0, m_at = 0;
+    std::optional<std::int64_t> m_end; ///< of the piece that is heard
     std::vector<float> m_memory;
 };
 

@@ -63,6 +63,14 @@ TEST_F(SoundTest, EachSampleIsHeardAtItsTime) {
             EXPECT_NEAR(heard.back(), (seconds + 479.0 / 48000) / 4, 5e-4) << seconds;
         }
         EXPECT_EQ(read(track, 3)[0], 0.0f) << "silence behind the end";
+        // A piece, as of a frame that is scrubbed over, ends amid a read.
+        std::vector<float> piece(2 * 480, 1.0f);
+        track.seek(1, 0.005);
+        track.read(piece);
+        EXPECT_NEAR(piece[2 * 239], 0.25 + 239.0 / 48000 / 4, 5e-4);
+        EXPECT_EQ(piece[2 * 240], 0.0f);
+        track.read(piece);
+        EXPECT_EQ(piece[0], 0.0f);
     }
 }
 

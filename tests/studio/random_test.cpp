@@ -90,7 +90,13 @@ class RandomTest : public StudioWindowTest {
         }
     }
 
-    std::mt19937 m_random{2026};
+    /// LARKMOOR_RANDOM_SEED begins another walk, LARKMOOR_RANDOM_ROUNDS makes it longer.
+    static int given(const char* name, int usual) {
+        const int number = qEnvironmentVariableIntValue(name);
+        return number > 0 ? number : usual;
+    }
+
+    std::mt19937 m_random{static_cast<unsigned>(given("LARKMOOR_RANDOM_SEED", 2026))};
 };
 
 TEST_F(RandomTest, NothingIsLostWhateverIsClicked) {
@@ -102,7 +108,8 @@ TEST_F(RandomTest, NothingIsLostWhateverIsClicked) {
         return text();
     }();
     const Doorkeeper keeper(*window);
-    for (int round = 0; round < 12; ++round) {
+    const int rounds = given("LARKMOOR_RANDOM_ROUNDS", 12);
+    for (int round = 0; round < rounds; ++round) {
         SCOPED_TRACE(round);
         for (int i = 0; i < 40; ++i) {
             QApplication::setActiveWindow(window.get());

@@ -3,6 +3,7 @@
 
 #include <QCheckBox>
 #include <QFileDialog>
+#include <QProgressDialog>
 #include <random>
 
 #include "project_fit.h"
@@ -252,6 +253,45 @@ TEST_F(StudioWindowTest, WhatLetsWaitShowsThatItWorks) {
     EXPECT_NE(labelWith(*window->statusBar(), "Reading frame 3"), nullptr);
     idle();
     EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(StudioWindowTest, AFileThatHasToBeCountedIsCountedBesideTheWindow) {
+    makeClip(); // Matroska tells no number of frames
+    Project project;
+    project.source = ProjectClip{path("in.mkv"), {}};
+    PreviewRenderer renderer(studioModule(), [](const PreviewResult&) {});
+    std::vector<double> shares;
+    EXPECT_THROW(renderer.facts(project,
+                                [&](double share) {
+                                    shares.push_back(share);
+                                    return shares.size() < 10;
+                                }),
+                 Stopped);
+    ASSERT_EQ(shares.size(), 10u);
+    EXPECT_TRUE(std::ranges::is_sorted(shares));
+    EXPECT_GT(shares.back(), 0.1);
+    EXPECT_LT(shares.back(), 1);
+    EXPECT_GT(renderer.facts(project).frames, 10) << "another time it is counted";
+
+    // The window shows it where it takes a while, and takes it back.
+    window->setPatience(std::chrono::milliseconds(0));
+    for (const bool gives : {true, false}) {
+        QStringList seen;
+        QTimer hand;
+        hand.callOnTimeout([&] {
+            auto* const shown = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget());
+            if (!shown) return;
+            seen << shown->labelText();
+            if (gives) shown->cancel();
+        });
+        hand.start(0);
+        const bool opened = window->open(file("in.mkv"));
+        EXPECT_TRUE(seen.contains("Counting the frames…"));
+        EXPECT_EQ(opened, document().project() != nullptr);
+        EXPECT_TRUE(opened || gives);
+        if (opened) idle();
+        document().close();
+    }
 }
 
 TEST_F(StudioTest, WorkThatCannotBeKeptForACrashIsToldOf) {

@@ -6,6 +6,7 @@
 #include <QMimeData>
 #include <QPlainTextEdit>
 
+#include "render_project.h"
 #include "studio_window.h"
 #include "support/time_format.h"
 
@@ -519,11 +520,13 @@ TEST_F(StudioWindowTest, AnExportThatIsDestroyedAmidItsWorkLeavesNoFile) {
     openGenerator(640, 360, 400);
     const auto before = names();
     {
-        Exporter exporter(studioModule());
+        Exporter exporter;
         QSignalSpy progress(&exporter, &Exporter::progress);
         OutputRequest out;
         out.path = path("out.mkv");
-        exporter.start(document().project(), out);
+        exporter.start([project = document().project(), out](const Watch& watch) {
+            return renderProject(studioModule(), *project, out, watch);
+        });
         ASSERT_TRUE(!progress.isEmpty() || progress.wait(kPatience));
     }
     QCoreApplication::processEvents();

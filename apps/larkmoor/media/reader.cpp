@@ -188,7 +188,7 @@ std::optional<FramePlace> FrameTable::place(std::int64_t frame) const {
     return FramePlace{stamp, std::prev(after)->seek};
 }
 
-FrameTable Reader::table(const std::string& path, ReadOptions options) {
+FrameTable Reader::table(const std::string& path, ReadOptions options, const GoesOn& goesOn) {
     options.start = 0;
     options.skip = 0;
     options.from.reset();
@@ -213,7 +213,10 @@ FrameTable Reader::table(const std::string& path, ReadOptions options) {
     for (unsigned i = 0; i < packets.container().nb_streams; ++i)
         if (static_cast<int>(i) != packets.video().index) packets.container().streams[i]->discard = AVDISCARD_ALL;
     table.exact = true;
+    AVIOContext* const bytes = packets.container().pb;
+    const double size = bytes ? static_cast<double>(std::max<std::int64_t>(1, avio_size(bytes))) : 1;
     while (const PacketPtr packet = packets.read()) {
+        if (goesOn && !goesOn(std::clamp(static_cast<double>(packet->pos) / size, 0.0, 1.0))) throw Stopped();
         if (packet->stream_index != packets.video().index || (packet->flags & AV_PKT_FLAG_DISCARD)) continue;
         const std::int64_t stamp = packet->pts;
         if (stamp == AV_NOPTS_VALUE) table.exact = false;

@@ -45,6 +45,14 @@ struct ReadOptions {
     ReadPolicy policy;
 };
 
+/// Asked while a file is read through, with the share of it that is behind: whether to go on.
+using GoesOn = std::function<bool(double share)>;
+
+/// The reading was given up by whoever asked for it.
+struct Stopped : Error {
+    Stopped() : Error("the reading was given up") {}
+};
+
 /// What a clip's pictures are, read off the first of them.
 struct VideoFacts {
     int width = 0, height = 0;
@@ -106,7 +114,7 @@ class Reader {
 
     /// Reads the time stamps of a clip's frames, all of the file but without decoding. The range in `options` does not
     /// count.
-    static FrameTable table(const std::string& path, ReadOptions options);
+    static FrameTable table(const std::string& path, ReadOptions options, const GoesOn& goesOn = {});
 
     /// The clip from a frame on, counted from 0: by the short way of the table where that leads to the very frame, else
     /// by decoding all before it. Throws Error when there is no such frame.

@@ -85,14 +85,14 @@ ColorWidget::ColorWidget(PageLink& page, LONG id, QWidget* parent) : ControlWidg
         edit->setAlignment(Qt::AlignRight);
         m_edits[part] = {edit, new EditLink(page, id, part, *edit)};
     }
-    const auto addKey = [this](LONG part, const char* name) {
-        auto* const key = new PartKey(QString::fromLatin1(name), this);
+    const auto addKey = [this](LONG part, const QString& name) {
+        auto* const key = new PartKey(name, this);
         connect(key, &QAbstractButton::clicked, this, [this, part] { press(part); });
         m_keys.emplace_back(part, key);
     };
-    addKey(KWPART_SPACE, "Change the color space");
-    addKey(KWPART_PICKER, "Pick a color from the screen");
-    addKey(KWPART_GAMUT, "Correct the color");
+    addKey(KWPART_SPACE, tr("Change the color space"));
+    addKey(KWPART_PICKER, tr("Pick a color from the screen"));
+    addKey(KWPART_GAMUT, tr("Correct the color"));
 }
 
 void ColorWidget::press(LONG part) {
@@ -112,7 +112,7 @@ std::vector<QLineEdit*> ColorWidget::edits() const {
     return there;
 }
 
-ControlWidget::Spoken ColorWidget::spoken() const {
+Spoken ColorWidget::spoken() const {
     QStringList values;
     for (const QLineEdit* edit : edits()) values << edit->text();
     return {QAccessible::ColorChooser, values.join(QStringLiteral(", "))};
@@ -157,7 +157,7 @@ void ColorWidget::refresh() {
         key->setGeometry(rectOf(detail.parts[part]));
         key->setVisible(!rectOf(detail.parts[part]).isEmpty());
     }
-    update();
+    ControlWidget::refresh();
 }
 
 void ColorWidget::pickFromScreen() {

@@ -11,6 +11,8 @@
 namespace larkmoor {
 
 class ColorWidget : public ControlWidget {
+    Q_OBJECT
+
   public:
     ColorWidget(PageLink& page, LONG id, QWidget* parent);
     ~ColorWidget() override;

@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "control_accessible.h"
-
 namespace larkmoor {
 
 std::optional<LONG> pageKeyOf(const QKeyEvent& event) {
@@ -59,23 +57,28 @@ ULONG pageModifiersOf(Qt::KeyboardModifiers modifiers) {
     return bits;
 }
 
-ControlWidget::ControlWidget(PageLink& page, LONG id, QWidget* parent) : QWidget(parent), m_page(page), m_id(id) {
-    announceControls();
+ControlWidget::ControlWidget(PageLink& page, LONG id, QWidget* parent) : SpokenWidget(parent), m_page(page), m_id(id) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
 }
 
-ControlWidget::Spoken ControlWidget::spoken() const {
-    tPageControl facts{};
-    m_page.model().FindControl(m_id, &facts, sizeof facts);
-    return {QAccessible::Slider, QString::number(facts.value), facts.value, facts.minimum, facts.maximum};
+void ControlWidget::refresh() {
+    tellValue();
+    update();
 }
 
-void ControlWidget::moveTo(LONG position) {
+Spoken ControlWidget::spoken() const {
+    tPageControl facts{};
+    m_page.model().FindControl(m_id, &facts, sizeof facts);
+    return {QAccessible::Slider, QString::number(facts.value), static_cast<int>(facts.value),
+            static_cast<int>(facts.minimum), static_cast<int>(facts.maximum)};
+}
+
+void ControlWidget::moveTo(int position) {
     const bool forward = position > spoken().position;
     const LONG key = forward ? KWKEY_RIGHT : KWKEY_LEFT;
     // By steps, each of which the page applies; an end of the range ends them, too.
-    for (LONG last = spoken().position; forward ? last < position : last > position;) {
+    for (int last = spoken().position; forward ? last < position : last > position;) {
         send({.kind = KWEVENT_KEY, .value = key});
         if (std::exchange(last, spoken().position) == spoken().position) break;
     }

@@ -3,10 +3,8 @@
 
 #include <optional>
 
-#include <QAccessible>
-#include <QWidget>
-
 #include "platform/page.h"
+#include "widgets/spoken.h"
 
 class QKeyEvent;
 class QPainter;
@@ -39,22 +37,15 @@ inline QColor colourOf(ULONG colorRef) {
 }
 
 /// Base of the five. Places are device-independent pixels on both sides.
-class ControlWidget : public QWidget {
+class ControlWidget : public SpokenWidget {
   public:
     ControlWidget(PageLink& page, LONG id, QWidget* parent);
 
     LONG id() const { return m_id; }
     /// Shows the model's state.
-    virtual void refresh() { update(); }
-    /// What is told to those who do not see the control.
-    struct Spoken {
-        QAccessible::Role role = QAccessible::Slider;
-        QString value;
-        LONG position = 0, least = 0, most = 0; ///< an empty range for what is no number
-    };
-    virtual Spoken spoken() const;
-    /// To a position of its range, as by the user.
-    void moveTo(LONG position);
+    virtual void refresh();
+    Spoken spoken() const override;
+    void moveTo(int position) override;
     /// The model holds the mouse, or has let go of it.
     void setTracking(bool on) { m_tracking = on; }
 

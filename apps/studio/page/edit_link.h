@@ -24,6 +24,7 @@ class EditLink : public QObject {
     /// Lets the model read what was typed, as if the edit were left.
     void commit();
     /// Whether something is typed that the model has not read.
+    QString text() const;
     bool isModified() const { return m_modified; }
     /// The spinner that takes up and down keys from the edit.
     void setSpinner(LONG id) { m_spinner = id; }
@@ -33,7 +34,6 @@ class EditLink : public QObject {
 
   private:
     void attach(QWidget& edit);
-    QString text() const;
     void setText(const QString& text);
     void selectAll();
     HRESULT send(LONG kind) { return m_page.sendEvent(m_control, {.kind = kind, .part = m_part}); }

@@ -21,6 +21,10 @@ QFont LogoWidget::captionFont() const {
     return bold;
 }
 
+Spoken LogoWidget::spoken() const {
+    return {QAccessible::StaticText, QString::fromUtf8(detail<tLogoDetail>().caption)};
+}
+
 QSize LogoWidget::minimumSizeHint() const {
     const auto detail = this->detail<tLogoDetail>();
     const QFontMetrics metrics(captionFont());

@@ -10,6 +10,7 @@ class LogoWidget : public ControlWidget {
   public:
     LogoWidget(PageLink& page, LONG id, QWidget* parent);
     QSize minimumSizeHint() const override;
+    Spoken spoken() const override;
 
   protected:
     void mouseMoveEvent(QMouseEvent* event) override;

@@ -41,7 +41,7 @@ void drawShape(QPainter& painter, ULONG kind, QPointF at) {
 
 } // namespace
 
-ControlWidget::Spoken PlacementWidget::spoken() const {
+Spoken PlacementWidget::spoken() const {
     tPlacementHandle handle{};
     std::intptr_t found = 0;
     page().model().SendControl(id(), KWHANDLE_GET, static_cast<std::uintptr_t>(detail<tPlacementDetail>().selected),

@@ -15,9 +15,10 @@ void SpinnerWidget::setBuddy(QWidget* edit, EditLink* link) {
     m_link = link;
 }
 
-ControlWidget::Spoken SpinnerWidget::spoken() const {
+Spoken SpinnerWidget::spoken() const {
     Spoken spoken = ControlWidget::spoken();
     spoken.role = QAccessible::SpinBox;
+    if (m_link) spoken.value = m_link->text(); // what it counts in
     return spoken;
 }
 

@@ -1,6 +1,7 @@
 #include "widgets/curve_view.h"
 
 #include <QKeyEvent>
+#include <QLocale>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -13,19 +14,20 @@ namespace {
 
 constexpr double kEdge = 12, kReach = 8, kSlop = 3, kDot = 4; ///< logical pixels
 constexpr int kStep = 2;                                      ///< logical pixels between samples of a curve
-const QColor kColour(214, 150, 20);
 
 } // namespace
 
 CurveView::CurveView(KeyEditor& keys, KeyLanes& lanes, Timeline& timeline, QWidget* parent)
-    : QWidget(parent), m_keys(keys), m_lanes(lanes), m_timeline(timeline) {
+    : KeyStrip(keys, timeline, parent), m_lanes(lanes) {
     setFocusPolicy(Qt::ClickFocus);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(tr("Curve"));
-    connect(&m_keys, &KeyEditor::changed, this, &CurveView::show);
+    connect(&keys, &KeyEditor::changed, this, &CurveView::show);
     connect(&m_lanes, &KeyLanes::fieldSelected, this, &CurveView::show);
-    connect(&m_timeline, &Timeline::viewChanged, this, qOverload<>(&QWidget::update));
     show();
+}
+
+std::optional<std::int64_t> CurveView::heldFrame() const {
+    return m_held ? std::optional(m_held->frame) : std::nullopt;
 }
 
 void CurveView::setWanted(bool wanted) {
@@ -34,14 +36,14 @@ void CurveView::setWanted(bool wanted) {
 }
 
 void CurveView::show() {
-    const tFieldInfo* const field = m_lanes.selectedField();
+    const tFieldInfo* const field = selectedField();
     m_dots.clear();
     if (field && canMove(*field)) {
-        const Curves& curves = m_keys.curves();
+        const Curves& curves = keys().curves();
         std::vector<std::int64_t> frames;
         if (const Curve* const curve = findCurve(curves, *field))
             for (const Key& key : curve->keys) frames.push_back(key.frame);
-        const std::vector<std::vector<double>> numbers = m_keys.numbers(*field, frames);
+        const std::vector<std::vector<double>> numbers = keys().numbers(*field, frames);
         for (std::size_t i = 0; i < numbers.size(); ++i) m_dots.push_back({frames[i], numbers[i]});
     }
     setVisible(m_wanted && !m_dots.empty());
@@ -64,7 +66,7 @@ void CurveView::show() {
 
 QPointF CurveView::pointOf(std::int64_t frame, double number) const {
     const double share = (number - m_least) / (m_greatest - m_least);
-    return {m_timeline.xOfFrame(static_cast<int>(frame)), height() - kEdge - share * (height() - 2 * kEdge)};
+    return {xOf(frame), height() - kEdge - share * (height() - 2 * kEdge)};
 }
 
 void CurveView::mousePressEvent(QMouseEvent* event) {
@@ -95,9 +97,9 @@ void CurveView::mouseMoveEvent(QMouseEvent* event) {
     }
     if (m_drag == Drag::Value) {
         const double scale = (m_greatest - m_least) / (height() - 2 * kEdge);
-        m_keys.setNumber(*m_lanes.selectedField(), m_held->frame, m_held->numbers[0] - way.y() * scale);
+        keys().setNumber(*selectedField(), m_held->frame, m_held->numbers[0] - way.y() * scale);
     } else {
-        m_to = m_timeline.frameAt(event->position().x());
+        m_to = timeline().frameAt(event->position().x());
         update();
     }
 }
@@ -107,16 +109,16 @@ void CurveView::mouseReleaseEvent(QMouseEvent* event) {
     const bool clicked = m_drag == Drag::Open;
     const std::int64_t frame = m_held->frame;
     endDrag(true);
-    if (clicked) emit m_keys.frameWanted(frame);
+    if (clicked) emit keys().frameWanted(frame);
 }
 
 void CurveView::endDrag(bool keep) {
     const Drag drag = std::exchange(m_drag, Drag::None);
     const Dot held = *std::exchange(m_held, std::nullopt);
-    const tFieldInfo* const field = m_lanes.selectedField();
-    if (field && drag == Drag::Frame && keep) m_keys.move(*field, held.frame, m_to);
-    if (field && drag == Drag::Value && !keep) m_keys.setNumber(*field, held.frame, held.numbers[0]);
-    m_keys.settle();
+    const tFieldInfo* const field = selectedField();
+    if (field && drag == Drag::Frame && keep) keys().move(*field, held.frame, m_to);
+    if (field && drag == Drag::Value && !keep) keys().setNumber(*field, held.frame, held.numbers[0]);
+    keys().settle();
     show();
 }
 
@@ -133,39 +135,36 @@ void CurveView::paintEvent(QPaintEvent*) {
     const QColor words = ground;
     ground.setAlpha(14);
     painter.fillRect(rect(), ground);
-    const tFieldInfo* const field = m_lanes.selectedField();
+    const tFieldInfo* const field = selectedField();
     if (m_dots.empty() || !field) return;
     painter.setPen(words);
     painter.drawText(QRectF(6, 0, width(), height()), Qt::AlignTop | Qt::AlignLeft,
-                     QString::number(m_greatest, 'g', 4));
+                     QLocale().toString(m_greatest, 'g', 4));
     painter.drawText(QRectF(6, 0, width(), height()), Qt::AlignBottom | Qt::AlignLeft,
-                     QString::number(m_least, 'g', 4));
+                     QLocale().toString(m_least, 'g', 4));
     painter.setRenderHint(QPainter::Antialiasing);
     std::vector<std::int64_t> frames;
     for (int x = 0; x <= width(); x += kStep)
-        if (const std::int64_t frame = m_timeline.frameAt(x); frames.empty() || frame != frames.back())
+        if (const std::int64_t frame = timeline().frameAt(x); frames.empty() || frame != frames.back())
             frames.push_back(frame);
-    const std::vector<std::vector<double>> numbers = m_keys.numbers(*field, frames);
+    const std::vector<std::vector<double>> numbers = keys().numbers(*field, frames);
     for (std::size_t e = 0; e < m_dots[0].numbers.size(); ++e) {
         QPainterPath path;
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             const QPointF at = pointOf(frames[i], numbers[i][e]);
             i == 0 ? path.moveTo(at) : path.lineTo(at);
         }
-        painter.setPen(QPen(kColour, 1.5));
+        painter.setPen(QPen(kKeyColour, 1.5));
         painter.setBrush(Qt::NoBrush);
         painter.drawPath(path);
         painter.setPen(QPen(palette().color(QPalette::Window), 1));
         for (const Dot& dot : m_dots) {
             const bool held = m_held && m_held->frame == dot.frame;
-            painter.setBrush(held ? palette().color(QPalette::Highlight) : kColour);
+            painter.setBrush(held ? palette().color(QPalette::Highlight) : kKeyColour);
             painter.drawEllipse(pointOf(held && m_drag == Drag::Frame ? m_to : dot.frame, dot.numbers[e]), kDot, kDot);
         }
     }
-    const double x = std::floor(m_timeline.xOfFrame(m_timeline.frame())) + 0.5;
-    painter.setRenderHint(QPainter::Antialiasing, false);
-    painter.setPen(QPen(QColor(226, 72, 60), 1));
-    painter.drawLine(QPointF(x, 0), QPointF(x, height()));
+    paintPlayhead(painter);
 }
 
 } // namespace larkmoor

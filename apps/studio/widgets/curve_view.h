@@ -1,7 +1,6 @@
 // The way of one field's values over the frames, below the timeline and at its places.
 #pragma once
 
-#include <QWidget>
 #include <optional>
 
 #include "widgets/key_lanes.h"
@@ -10,12 +9,13 @@ namespace larkmoor {
 
 /// Shows the lane that is selected, a line for each number of its field, where its values can move. A drag of a key
 /// changes its value or its frame, whichever way it sets out; Escape takes it back.
-class CurveView : public QWidget {
+class CurveView : public KeyStrip {
     Q_OBJECT
 
   public:
     CurveView(KeyEditor& keys, KeyLanes& lanes, Timeline& timeline, QWidget* parent = nullptr);
 
+    const tFieldInfo* selectedField() const override { return m_lanes.selectedField(); }
     void setWanted(bool wanted);
     /// Where a number stands at a frame, in the widget.
     QPointF pointOf(std::int64_t frame, double number) const;
@@ -29,6 +29,7 @@ class CurveView : public QWidget {
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    std::optional<std::int64_t> heldFrame() const override;
 
   private:
     enum class Drag { None, Open, Value, Frame };
@@ -40,9 +41,7 @@ class CurveView : public QWidget {
     void show();
     void endDrag(bool keep);
 
-    KeyEditor& m_keys;
     KeyLanes& m_lanes;
-    Timeline& m_timeline;
     bool m_wanted = false;
     std::vector<Dot> m_dots; ///< the keys
     double m_least = 0, m_greatest = 1;

@@ -12,17 +12,13 @@ namespace {
 
 constexpr int kLane = 20; ///< logical pixels
 constexpr double kDiamond = 6, kReach = 7, kSlop = 3, kGap = 6;
-const QColor kColour(214, 150, 20);
 
 } // namespace
 
-KeyLanes::KeyLanes(KeyEditor& keys, Timeline& timeline, QWidget* parent)
-    : QWidget(parent), m_keys(keys), m_timeline(timeline) {
+KeyLanes::KeyLanes(KeyEditor& keys, Timeline& timeline, QWidget* parent) : KeyStrip(keys, timeline, parent) {
     setFocusPolicy(Qt::StrongFocus);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(tr("Keys"));
-    connect(&m_keys, &KeyEditor::changed, this, &KeyLanes::show);
-    connect(&m_timeline, &Timeline::viewChanged, this, qOverload<>(&QWidget::update));
+    connect(&keys, &KeyEditor::changed, this, &KeyLanes::show);
     show();
 }
 
@@ -35,15 +31,15 @@ const tFieldInfo* KeyLanes::selectedField() const {
 }
 
 QPointF KeyLanes::keyPoint(int lane, std::int64_t frame) const {
-    return {m_timeline.xOfFrame(static_cast<int>(frame)), kLane * (lane + 0.5)};
+    return {xOf(frame), kLane * (lane + 0.5)};
 }
 
-QString KeyLanes::nameOf(int lane) const {
-    return QString(m_lanes[static_cast<std::size_t>(lane)].field->label).remove('&').remove(':');
+QString KeyLanes::nameOfLane(int lane) const {
+    return nameOf(*m_lanes[static_cast<std::size_t>(lane)].field);
 }
 
 QRectF KeyLanes::namePlace(int lane) const {
-    const double wide = fontMetrics().horizontalAdvance(nameOf(lane)) + 2 * kGap;
+    const double wide = fontMetrics().horizontalAdvance(nameOfLane(lane)) + 2 * kGap;
     const QRectF room(0, lane * kLane + 1, width(), kLane - 2);
     double left = 0;
     for (const Key& key : m_lanes[static_cast<std::size_t>(lane)].keys) {
@@ -58,7 +54,7 @@ QRectF KeyLanes::namePlace(int lane) const {
 void KeyLanes::show() {
     const tFieldInfo* const before = selectedField();
     const std::size_t count = m_lanes.size();
-    m_lanes = m_keys.curves();
+    m_lanes = keys().curves();
     const auto same = std::ranges::find(m_lanes, before, &Curve::field);
     if (same != m_lanes.end())
         m_lane = static_cast<int>(same - m_lanes.begin());
@@ -75,6 +71,7 @@ void KeyLanes::select(int lane, std::optional<std::int64_t> frame) {
     const bool another = std::clamp(lane, 0, last) != m_lane;
     m_lane = std::clamp(lane, 0, last);
     m_selected = frame;
+    tellValue();
     if (another) emit fieldSelected();
     update();
 }
@@ -111,7 +108,7 @@ void KeyLanes::mousePressEvent(QMouseEvent* event) {
 void KeyLanes::mouseMoveEvent(QMouseEvent* event) {
     if (!(event->buttons() & Qt::LeftButton) || !m_selected) return;
     if (!m_dragged && std::abs(event->position().x() - m_pressedAt) < kSlop) return;
-    m_dragged = m_timeline.frameAt(event->position().x());
+    m_dragged = timeline().frameAt(event->position().x());
     update();
 }
 
@@ -119,16 +116,16 @@ void KeyLanes::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || !m_selected) return;
     const std::int64_t from = *m_selected;
     if (!m_dragged) {
-        emit m_keys.frameWanted(from);
+        emit keys().frameWanted(from);
         return;
     }
     const std::int64_t to = *std::exchange(m_dragged, std::nullopt);
     if (to == from) return update();
     m_selected = to;
     if (event->modifiers() & Qt::ControlModifier)
-        m_keys.copy(*selectedField(), from, to);
+        keys().copy(*selectedField(), from, to);
     else
-        m_keys.move(*selectedField(), from, to);
+        keys().move(*selectedField(), from, to);
 }
 
 void KeyLanes::keyPressEvent(QKeyEvent* event) {
@@ -142,17 +139,17 @@ void KeyLanes::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Copy)) {
         m_copied = m_selected;
     } else if (event->matches(QKeySequence::Paste)) {
-        if (m_copied) m_keys.copy(field, *m_copied, m_keys.frame());
+        if (m_copied) keys().copy(field, *m_copied, keys().frame());
     } else if (event->key() == Qt::Key_Delete && m_selected) {
-        m_keys.remove(field, *std::exchange(m_selected, std::nullopt));
+        keys().remove(field, *std::exchange(m_selected, std::nullopt));
     } else if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down) {
         select(m_lane + (event->key() == Qt::Key_Up ? -1 : 1), {});
     } else if (m_selected && event->modifiers() & Qt::ControlModifier &&
                (event->key() == Qt::Key_Left || event->key() == Qt::Key_Right)) {
         const std::int64_t from = *m_selected, to = from + (event->key() == Qt::Key_Left ? -1 : 1);
-        if (to < 0 || to >= m_timeline.frameCount()) return;
+        if (to < 0 || to >= timeline().frameCount()) return;
         m_selected = to;
-        m_keys.move(field, from, to);
+        keys().move(field, from, to);
     } else {
         QWidget::keyPressEvent(event);
     }
@@ -174,7 +171,7 @@ void KeyLanes::paintEvent(QPaintEvent*) {
             const bool chosen = i == m_lane && m_selected == key.frame;
             const QPointF at = keyPoint(i, chosen && m_dragged ? *m_dragged : key.frame);
             if (k + 1 < curve.keys.size() && key.way != Way::Hold) {
-                painter.setPen(QPen(kColour, 1, key.way == Way::Smooth ? Qt::SolidLine : Qt::DotLine));
+                painter.setPen(QPen(kKeyColour, 1, key.way == Way::Smooth ? Qt::SolidLine : Qt::DotLine));
                 painter.drawLine(at, keyPoint(i, curve.keys[k + 1].frame));
             }
         }
@@ -182,12 +179,12 @@ void KeyLanes::paintEvent(QPaintEvent*) {
         painter.fillRect(name, palette().color(QPalette::Window)); // no line goes through it
         painter.fillRect(name, ground);
         painter.setPen(words);
-        painter.drawText(name, Qt::AlignCenter, nameOf(i));
+        painter.drawText(name, Qt::AlignCenter, nameOfLane(i));
         for (const Key& key : curve.keys) {
             const bool chosen = i == m_lane && m_selected == key.frame;
             const QPointF at = keyPoint(i, chosen && m_dragged ? *m_dragged : key.frame);
             painter.setPen(QPen(palette().color(QPalette::Window), 1));
-            painter.setBrush(chosen ? palette().color(QPalette::Highlight) : kColour);
+            painter.setBrush(chosen ? palette().color(QPalette::Highlight) : kKeyColour);
             if (key.way == Way::Hold) {
                 painter.drawRect(QRectF(at - QPointF(kDiamond - 1.5, kDiamond - 1.5), QSizeF(9, 9)));
             } else {
@@ -196,9 +193,7 @@ void KeyLanes::paintEvent(QPaintEvent*) {
             }
         }
     }
-    const double x = std::floor(m_timeline.xOfFrame(m_timeline.frame())) + 0.5;
-    painter.setPen(QPen(QColor(226, 72, 60), 1));
-    painter.drawLine(QPointF(x, 0), QPointF(x, height()));
+    paintPlayhead(painter);
 }
 
 } // namespace larkmoor

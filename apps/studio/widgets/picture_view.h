@@ -3,11 +3,11 @@
 
 #include <QImage>
 #include <QTimer>
-#include <QWidget>
 #include <optional>
 
 #include "host/surface.h"
 #include "picture_handle.h"
+#include "widgets/spoken.h"
 
 namespace larkmoor {
 
@@ -20,12 +20,13 @@ QImage imageOf(const Surface& surface);
 /// Mouse: middle drag or space and drag pans, the wheel scrolls (with shift sideways), Ctrl and wheel zooms about the
 /// pointer, the split line and an effect's handle are dragged. Keys: + and - zoom, 0 fits, 1 shows device pixels, [ and
 /// ] move the split.
-class PictureView : public QWidget {
+class PictureView : public SpokenWidget {
     Q_OBJECT
 
   public:
     enum class Mode { Before, After, Split };
 
+    static constexpr double kHandle = 11; ///< radius of what is dragged, logical pixels
     static constexpr double kLeastZoom = 1.0 / 8, kMostZoom = 32;
     static constexpr int kIdleTime = 150; ///< milliseconds without a new picture until the smooth one is drawn
 
@@ -34,6 +35,7 @@ class PictureView : public QWidget {
     /// The pictures, either of which may be empty or of a reduced size; `pixelAspect` is a pixel's width over its
     /// height. Zoom and place stay. The pixels must not change while they are shown.
     void setPictures(Surface before, Surface after, double pixelAspect = 1.0);
+    Spoken spoken() const override;
 
     /// The size at which pictures are shown, whatever their own; an empty size means that of the picture.
     void setFullSize(QSize size);

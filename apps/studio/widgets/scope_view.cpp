@@ -76,10 +76,14 @@ QString nameOf(ScopeView::Kind kind) {
 
 } // namespace
 
-ScopeView::ScopeView(QWidget* parent) : QWidget(parent) {
+ScopeView::ScopeView(QWidget* parent) : SpokenWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAccessibleName(nameOf(m_kind));
+}
+
+Spoken ScopeView::spoken() const {
+    return {QAccessible::Chart, nameOf(m_kind)};
 }
 
 void ScopeView::invalidate() {

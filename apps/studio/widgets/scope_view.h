@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "widgets/scopes.h"
+#include "widgets/spoken.h"
 
 namespace larkmoor {
 
@@ -19,7 +20,7 @@ struct ScopeLimits {
 
 /// Draws the chosen scope with a graticule. Always dark, as the screen of an instrument, under any palette. The
 /// counting is done when the scope is painted, so a hidden one costs nothing.
-class ScopeView : public QWidget {
+class ScopeView : public SpokenWidget {
     Q_OBJECT
 
   public:
@@ -43,6 +44,8 @@ class ScopeView : public QWidget {
 
     /// Where an IRE level stands on the waveforms, from the widget's top.
     double yOfIre(double ire) const;
+
+    Spoken spoken() const override;
 
     QSize sizeHint() const override { return {320, 240}; }
     QSize minimumSizeHint() const override { return {120, 90}; }

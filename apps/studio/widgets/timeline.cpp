@@ -29,7 +29,7 @@ const QColor kPlayhead(226, 72, 60);
 
 } // namespace
 
-Timeline::Timeline(QWidget* parent) : QWidget(parent), m_scroll(new QScrollBar(Qt::Horizontal, this)) {
+Timeline::Timeline(QWidget* parent) : SpokenWidget(parent), m_scroll(new QScrollBar(Qt::Horizontal, this)) {
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -71,6 +71,7 @@ void Timeline::setFrameCount(int count) {
 void Timeline::setFrame(int frame) {
     m_frame = std::clamp(frame, 0, std::max(m_count - 1, 0));
     if (m_drag == Part::None) reveal(m_frame);
+    tellValue();
     update();
     emit viewChanged();
 }
@@ -95,6 +96,10 @@ void Timeline::setFrameRate(double rate) {
 void Timeline::setTimeFormat(std::function<QString(qint64)> format) {
     m_format = std::move(format);
     update();
+}
+
+Spoken Timeline::spoken() const {
+    return {QAccessible::Slider, timeText(m_frame), m_frame, 0, std::max(m_count - 1, 0)};
 }
 
 double Timeline::perFrame() const {

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <QScrollBar>
-#include <QWidget>
 #include <functional>
 #include <optional>
+
+#include "widgets/spoken.h"
 
 namespace larkmoor {
 
@@ -19,7 +20,7 @@ struct FrameRange {
 /// Mouse: a press or drag scrubs; the in and out handles are dragged, Escape takes a drag back; the
 /// wheel zooms about the pointer, with shift it scrolls. Keys: Left, Right (with shift ten frames), Page Up and Page
 /// Down (a second), Home, End; I and O set in and out at the playhead; + - 0 zoom.
-class Timeline : public QWidget {
+class Timeline : public SpokenWidget {
     Q_OBJECT
 
   public:
@@ -52,6 +53,9 @@ class Timeline : public QWidget {
     int frameAt(double x) const;
     QPointF inHandle() const;
     QPointF outHandle() const;
+
+    Spoken spoken() const override;
+    void moveTo(int frame) override;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -90,7 +94,6 @@ class Timeline : public QWidget {
     Part partAt(QPointF position) const;
     void dragTo(double x);
     void endDrag(bool keep);
-    void moveTo(int frame);
     void changeInOut(FrameRange inOut, bool final);
     void layOut();
     void reveal(int frame);

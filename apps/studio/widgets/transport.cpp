@@ -127,23 +127,22 @@ constexpr Look kLooks[]{
 } // namespace
 
 std::vector<TimeFormatChoice> clipTimeFormats() {
-    const auto tr = [](const char* text) { return Transport::tr(text); };
-    return {{kTimeFrames, tr("Frames")},
-            {kTimeClock, tr("Time")},
-            {kTimeClockFrames, tr("Time and frames")},
-            {kTimeSeconds, tr("Seconds")},
-            {kTimeSmpteNonDrop, tr("SMPTE non-drop (29.97)")},
-            {kTimeSmpteDrop, tr("SMPTE drop (29.97)")},
-            {kTimeSmpte30, tr("SMPTE (30)")},
-            {kTimeSmpteEbu, tr("SMPTE EBU (25)")},
-            {kTimeSmpteFilm, tr("SMPTE film (24)")},
-            {kTimeFeet16, tr("Feet and frames, 16 mm")},
-            {kTimeFeet35, tr("Feet and frames, 35 mm")},
-            {kTimeMusic, tr("Measures and beats")},
-            {kTimeBeats, tr("Beats")},
-            {kTimeCd, tr("CD time")},
-            {kTimeSamples, tr("Samples")},
-            {kTimeMicroseconds, tr("Microseconds")}};
+    return {{kTimeFrames, Transport::tr("Frames")},
+            {kTimeClock, Transport::tr("Time")},
+            {kTimeClockFrames, Transport::tr("Time and frames")},
+            {kTimeSeconds, Transport::tr("Seconds")},
+            {kTimeSmpteNonDrop, Transport::tr("SMPTE non-drop (29.97)")},
+            {kTimeSmpteDrop, Transport::tr("SMPTE drop (29.97)")},
+            {kTimeSmpte30, Transport::tr("SMPTE (30)")},
+            {kTimeSmpteEbu, Transport::tr("SMPTE EBU (25)")},
+            {kTimeSmpteFilm, Transport::tr("SMPTE film (24)")},
+            {kTimeFeet16, Transport::tr("Feet and frames, 16 mm")},
+            {kTimeFeet35, Transport::tr("Feet and frames, 35 mm")},
+            {kTimeMusic, Transport::tr("Measures and beats")},
+            {kTimeBeats, Transport::tr("Beats")},
+            {kTimeCd, Transport::tr("CD time")},
+            {kTimeSamples, Transport::tr("Samples")},
+            {kTimeMicroseconds, Transport::tr("Microseconds")}};
 }
 
 Transport::Transport(QWidget* parent) : QWidget(parent), m_time(new QLabel), m_formats(new QComboBox) {

@@ -1,0 +1,34 @@
+// Controls that draw themselves, for those who do not see them.
+#pragma once
+
+#include <QAccessible>
+#include <QWidget>
+
+namespace larkmoor {
+
+/// What is told of a control.
+struct Spoken {
+    QAccessible::Role role = QAccessible::Slider;
+    QString value;
+    int position = 0, least = 0, most = 0; ///< an empty range for what is no number
+};
+
+/// A widget that is told of; its accessible name is what it is called.
+class SpokenWidget : public QWidget {
+  public:
+    explicit SpokenWidget(QWidget* parent = nullptr);
+    ~SpokenWidget() override;
+
+    virtual Spoken spoken() const = 0;
+    /// To a position of its range, as by the user.
+    virtual void moveTo(int) {}
+
+  protected:
+    /// To be called when the value may be another.
+    void tellValue();
+
+  private:
+    QString m_told;
+};
+
+} // namespace larkmoor
