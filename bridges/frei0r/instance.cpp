@@ -97,11 +97,11 @@ void Instance::get(int index, void* value) {
 
 void Instance::applyValues() {
     if (!m_changed) return;
-    m_changed = false;
     const std::span parameters(m_plugin.parameters);
     m_timing = timingOf(parameters, m_values);
     if (m_plugin.info->kind == EffectKind::Transition) m_progress = static_cast<float>(std::get<double>(m_values[0]));
     m_effect.setRecord(recordOf(*m_plugin.info, parameters, m_values));
+    m_changed = false; // not before: where memory was short the next frame tries again
 }
 
 tSurfaceInfo Instance::infoOf(double time) {

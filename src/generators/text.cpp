@@ -288,6 +288,8 @@ class DXSText final : public CWithRecord<CGenerator, tTEXTPROP> {
         return FAILED(read) ? read : status;
     }
 
+    /// The mark goes out as a host gave it with the record, which is never tested: without it the state reads as the
+    /// older form.
     HRESULT WriteRecord(IStream* stream, const std::byte* bytes) override {
         const tTEXTPROP& record = Record(bytes);
         ULONG put = 0;
