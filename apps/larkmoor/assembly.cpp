@@ -14,32 +14,34 @@ void Assembly::add(Job job) {
     // That there is one is all that counts from here on.
     if (job.second) av_frame_unref(job.second.get());
     m_jobs.push_back(std::move(job));
-    if (!m_packets.empty()) put();
+    if (!m_packets.empty() && hasFrame()) put();
 }
 
 void Assembly::take(PacketPtr packet) {
     m_packets.push_back(std::move(packet));
-    if (!m_jobs.empty()) put();
+    if (hasFrame()) put();
 }
 
 void Assembly::endChunk(std::int64_t) {
-    while (!m_jobs.empty() || !m_packets.empty()) put();
+    while (hasFrame() || !m_packets.empty()) put();
+    ++m_chunk;
 }
 
 void Assembly::put() {
-    if (!m_jobs.empty())
+    const bool frame = hasFrame();
+    if (frame)
         for (PacketPtr& packet : m_jobs.front().side) m_sink.writeSide(std::move(packet));
     if (!m_packets.empty()) {
         m_sink.writePicture(std::move(m_packets.front()));
         m_packets.pop_front();
     }
-    if (m_jobs.empty()) return;
+    if (!frame) return;
     m_film.written(m_jobs.front());
     m_jobs.pop_front();
 }
 
 void assemble(Film& film, ContainerSink& sink, PictureSource& source, const std::function<bool()>& each) {
-    Assembly assembly(film, sink);
+    Assembly assembly(film, sink, source.chunkFrames());
     const auto misfit = [&] {
         return Error(fmt::format("the chunks were made of other frames than those of {}; it has changed, or is damaged",
                                  film.name()));

@@ -24,7 +24,9 @@ class PictureSource {
 /// second ones, and at its end what is left of either.
 class Assembly final : public PictureTaker {
   public:
-    Assembly(Film& film, ContainerSink& sink) : m_film(film), m_sink(sink) {}
+    /// @param chunkFrames of each chunk but the last.
+    Assembly(Film& film, ContainerSink& sink, std::int64_t chunkFrames)
+        : m_film(film), m_sink(sink), m_chunkFrames(chunkFrames) {}
 
     /// What goes beside the next frame, pictures aside.
     void add(Job job);
@@ -33,9 +35,13 @@ class Assembly final : public PictureTaker {
 
   private:
     void put();
+    /// Whether a frame of the chunk whose packets come waits. Later chunks' may be there already.
+    bool hasFrame() const { return !m_jobs.empty() && m_jobs.front().index / m_chunkFrames == m_chunk; }
 
     Film& m_film;
     ContainerSink& m_sink;
+    std::int64_t m_chunkFrames;
+    std::int64_t m_chunk = 0; ///< whose packets come
     std::deque<Job> m_jobs;
     std::deque<PacketPtr> m_packets;
 };

@@ -69,7 +69,7 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
     }
     std::optional<Assembly> assembly;
     if (container && request.chunkFrames > 0 && !request.part && !made)
-        container->setTaker(&assembly.emplace(film, *container));
+        container->setTaker(assembly.emplace(film, *container, request.chunkFrames));
     film.skip(part.first, [&](std::int64_t stamp) {
         if (container) container->pass(stamp, 0);
     });

@@ -41,7 +41,7 @@ Output::Output(const OutputRequest& request, const VideoFacts& video, const Read
         if (request.chunkFrames > 0) sink->setChunks(request.chunkFrames);
         if (request.packets) {
             m_packets = std::make_unique<PacketWriter>(m_file.workPath(), request.packets->path, request.packets->head);
-            sink->setTaker(m_packets.get());
+            sink->setTaker(*m_packets);
         }
         m_sink = std::move(sink);
         return;

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "media/container_sink.h"
 #include "media/packet_file.h"
 #include "output_file.h"
 #include "requests.h"

@@ -5,13 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #include <fmt/format.h>
-
-extern "C" {
-#include <libavutil/imgutils.h>
-}
 
 namespace larkmoor {
 
@@ -63,35 +58,6 @@ void tellLight(const VideoFacts& video, AVStream& to) {
     add(AV_PKT_DATA_CONTENT_LIGHT_LEVEL, video.light);
 }
 
-/// A greater frame that goes on as the edge pixels do.
-FramePtr fillUp(const AVFrame& frame, int width, int height) {
-    const auto format = static_cast<AVPixelFormat>(frame.format);
-    const AVPixFmtDescriptor& d = *av_pix_fmt_desc_get(format);
-    FramePtr out = newFrame();
-    out->format = format;
-    out->width = width;
-    out->height = height;
-    avCheck(av_frame_get_buffer(out.get(), 0), "hold a picture");
-    avCheck(av_frame_copy_props(out.get(), &frame), "hold a picture");
-    for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
-        const int shift = plane == 1 || plane == 2 ? d.log2_chroma_h : 0;
-        const int rows = AV_CEIL_RSHIFT(frame.height, shift), allRows = AV_CEIL_RSHIFT(height, shift);
-        const auto bytes = static_cast<std::size_t>(av_image_get_linesize(format, frame.width, plane));
-        const auto allBytes = static_cast<std::size_t>(av_image_get_linesize(format, width, plane));
-        std::size_t step = 1;
-        for (int c = 0; c < d.nb_components; ++c)
-            if (d.comp[c].plane == plane) step = static_cast<std::size_t>(d.comp[c].step);
-        for (int y = 0; y < allRows; ++y) {
-            const std::uint8_t* from =
-                frame.data[plane] + std::min(y, rows - 1) * std::ptrdiff_t{frame.linesize[plane]};
-            std::uint8_t* to = out->data[plane] + y * std::ptrdiff_t{out->linesize[plane]};
-            std::copy_n(from, bytes, to);
-            for (std::size_t x = bytes; x < allBytes; ++x) to[x] = to[x - step];
-        }
-    }
-    return out;
-}
-
 /// What the encoder makes of the pictures' colour, as far as players learn of it.
 Target targetFor(const AVCodec& codec, const AVOutputFormat& container, const VideoFacts& video, AVPixelFormat wanted) {
     // A tape of 60 fields thins chroma along lines, one of 50 both ways.
@@ -124,10 +90,12 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
                          m_soundOptions.stream > 0 ? "--audio-stream" : "--audio-codec"));
     const AVCodec& codec = encoderFor(options, m_container, name, video, like);
     m_target = targetFor(codec, m_container, video, options.pixelFormat);
-    m_encoder = openEncoder(codec, options, m_container, video, m_target, like);
-    m_openAnother = [this, &codec, options, like] {
-        return openEncoder(codec, options, m_container, m_video, m_target, like, true);
-    };
+    m_premultiplied = codec.id == AV_CODEC_ID_EXR;
+    m_encoder.emplace(
+        [this, &codec, options, like](bool again) {
+            return openEncoder(codec, options, m_container, m_video, m_target, like, again);
+        },
+        static_cast<PictureTaker&>(*this));
     if (video.alpha && !hasAlpha(m_target.format))
         warn(fmt::format("{} has no alpha as {} {}: the pictures are laid over black", name, codec.name,
                          av_get_pix_fmt_name(m_target.format)));
@@ -137,10 +105,10 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
     // Random ids and the time of day would make each run's file another one.
     m_format->flags |= AVFMT_FLAG_BITEXACT;
     m_stream = addStream();
-    avCheck(avcodec_parameters_from_context(m_stream->codecpar, m_encoder.get()), "write " + name);
+    avCheck(avcodec_parameters_from_context(m_stream->codecpar, &context()), "write " + name);
     m_stream->codecpar->field_order = video.fieldOrder;
-    m_stream->time_base = m_encoder->time_base;
-    m_stream->avg_frame_rate = m_encoder->framerate;
+    m_stream->time_base = context().time_base;
+    m_stream->avg_frame_rate = context().framerate;
     m_stream->sample_aspect_ratio = video.aspect;
     tellLight(video, *m_stream);
     if (!like) return;
@@ -426,7 +394,7 @@ void ContainerSink::begin(int firstNumber) {
 }
 
 void ContainerSink::setChunks(std::int64_t frames) {
-    const AVCodecID codec = m_encoder->codec_id;
+    const AVCodecID codec = context().codec_id;
     if (codec == AV_CODEC_ID_APNG || (codec == AV_CODEC_ID_WEBP && !isPictureContainer(m_container)))
         throw UsageError(fmt::format("{} is one piece as {}; another container can be made in chunks", m_name,
                                      avcodec_get_name(codec)));
@@ -452,18 +420,18 @@ void ContainerSink::put(PacketPtr packet, AVStream& stream, AVRational unit) {
 /// Where the encoder counts in frames, the first picture goes to the next whole one, and all else with it.
 void ContainerSink::startAt(std::int64_t stamp) {
     const std::int64_t exact = av_rescale_q(stamp, m_video.timeBase, nanoseconds);
-    const std::int64_t next = av_rescale_q_rnd(exact - stampError, nanoseconds, m_encoder->time_base, AV_ROUND_UP);
-    const std::int64_t shift = av_rescale_q(next, m_encoder->time_base, nanoseconds) - exact;
+    const std::int64_t next = av_rescale_q_rnd(exact - stampError, nanoseconds, context().time_base, AV_ROUND_UP);
+    const std::int64_t shift = av_rescale_q(next, context().time_base, nanoseconds) - exact;
     m_shift = std::abs(shift) > stampError ? shift : 0;
 }
 
 /// A time in the encoder's unit: that of a whole frame where it is one but for the rounding of its clip's unit.
 std::int64_t ContainerSink::inEncoder(std::int64_t time) const {
-    const AVRational period = av_inv_q(m_encoder->framerate);
+    const AVRational period = av_inv_q(context().framerate);
     const std::int64_t frame = av_rescale_q(time, nanoseconds, period);
     if (isMovie(m_container) && std::abs(av_rescale_q(frame, period, nanoseconds) - time) <= stampError)
-        return av_rescale_q(frame, period, m_encoder->time_base);
-    return av_rescale_q(time, nanoseconds, m_encoder->time_base);
+        return av_rescale_q(frame, period, context().time_base);
+    return av_rescale_q(time, nanoseconds, context().time_base);
 }
 
 std::int64_t ContainerSink::pass(std::int64_t stamp, std::int64_t duration) {
@@ -481,54 +449,21 @@ void ContainerSink::write(FramePtr frame) {
         throw Error(fmt::format("{} takes one picture; name a numbered sequence such as frame%04d.png, or ask for "
                                 "--frames 1",
                                 m_name));
-    if (m_written > 1 && m_chunkFrames > 0 && m_frames % m_chunkFrames == 0) {
-        endPictures();
-        m_encoder = m_openAnother();
-        m_encoding = true;
-    }
-    ++m_inEncoder;
+    if (m_written > 1 && m_chunkFrames > 0 && m_frames % m_chunkFrames == 0) m_encoder->startChunk();
     const std::int64_t duration = frame->pkt_duration;
     frame->pts = pass(frame->pts, duration);
-    m_durations[frame->pts] = std::max<std::int64_t>(1, av_rescale_q(duration, m_video.timeBase, m_encoder->time_base));
-    // The encoder decides by itself which frames stand alone.
-    frame->pict_type = AV_PICTURE_TYPE_NONE;
-    frame->key_frame = 0;
-    frame->quality = m_encoder->global_quality;
-    if (frame->width != m_encoder->width || frame->height != m_encoder->height)
-        frame = fillUp(*frame, m_encoder->width, m_encoder->height);
     tag(*frame, m_target.colour);
     frame->sample_aspect_ratio = m_video.aspect;
-    const int status = avcodec_send_frame(m_encoder.get(), frame.get());
-    if (status < 0) throw Error(fmt::format("cannot encode with {}: {}", m_encoder->codec->name, avReason(status)));
-    drain();
-}
-
-void ContainerSink::drain() {
-    while (true) {
-        PacketPtr packet = newPacket();
-        const int status = avcodec_receive_packet(m_encoder.get(), packet.get());
-        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF) return;
-        if (status < 0) throw Error(fmt::format("cannot encode with {}: {}", m_encoder->codec->name, avReason(status)));
-        if (const auto known = m_durations.find(packet->pts); known != m_durations.end()) {
-            packet->duration = known->second;
-            m_durations.erase(known);
-        }
-        if (m_taker)
-            m_taker->take(std::move(packet));
-        else
-            writePicture(std::move(packet));
-    }
+    const std::int64_t lasts = av_rescale_q(duration, m_video.timeBase, context().time_base);
+    m_encoder->write(std::move(frame), std::max<std::int64_t>(1, lasts));
 }
 
 void ContainerSink::writePicture(PacketPtr packet) {
-    put(std::move(packet), *m_stream, m_encoder->time_base);
+    put(std::move(packet), *m_stream, context().time_base);
 }
 
 void ContainerSink::endPictures() {
-    if (!std::exchange(m_encoding, false) || m_inEncoder == 0) return;
-    avcodec_send_frame(m_encoder.get(), nullptr);
-    drain();
-    if (m_taker) m_taker->endChunk(std::exchange(m_inEncoder, 0));
+    m_encoder->finish();
 }
 
 void ContainerSink::passSound(Passage& passage, const AVPacket* packet) {

@@ -1,7 +1,6 @@
 // An encoded clip, picture or numbered sequence with its sound, subtitles, chapters and metadata.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -10,22 +9,13 @@
 
 #include "media/audio_encoder.h"
 #include "media/encoder.h"
+#include "media/picture_encoder.h"
 #include "media/sink.h"
 #include "media/subtitle_encoder.h"
 
 namespace larkmoor {
 
-/// Takes what encoders make of the pictures.
-class PictureTaker {
-  public:
-    virtual ~PictureTaker() = default;
-    /// The next packet in coding order, in the encoder's unit of time.
-    virtual void take(PacketPtr packet) = 0;
-    /// An encoder has ended; what follows does not need what came before.
-    virtual void endChunk(std::int64_t frames) = 0;
-};
-
-class ContainerSink : public FrameSink {
+class ContainerSink : public FrameSink, PictureTaker {
   public:
     /// @param path where to write; @param name what the user called it.
     /// @param like the clip whose metadata, chapters and rotation are carried over; null for none.
@@ -60,7 +50,7 @@ class ContainerSink : public FrameSink {
     /// codecs whose frames are not taken from several encoders.
     void setChunks(std::int64_t frames);
     /// Pictures go to `taker` instead of the file.
-    void setTaker(PictureTaker* taker) { m_taker = taker; }
+    void setTaker(PictureTaker& taker) { m_encoder->setTaker(taker); }
     /// What is written begins at this stamp, that of the first frame of all.
     void startAt(std::int64_t stamp);
 
@@ -76,7 +66,7 @@ class ContainerSink : public FrameSink {
     void endPictures();
 
     const Target& target() const override { return m_target; }
-    bool premultiplied() const override { return m_encoder->codec_id == AV_CODEC_ID_EXR; }
+    bool premultiplied() const override { return m_premultiplied; }
     void write(FramePtr frame) override;
     void writeSide(PacketPtr packet) override;
     void writeSound(std::size_t number, const AVFrame& sound);
@@ -92,7 +82,9 @@ class ContainerSink : public FrameSink {
         std::unique_ptr<SubtitleEncoder> subtitles;
     };
 
-    void drain();
+    const AVCodecContext& context() const { return m_encoder->context(); }
+    void take(PacketPtr packet) override { writePicture(std::move(packet)); }
+    void endChunk(std::int64_t) override {}
     void put(PacketPtr packet, AVStream& stream, AVRational unit);
     std::int64_t inEncoder(std::int64_t time) const;
     void pass(Passage& passage, PacketPtr packet);
@@ -114,20 +106,16 @@ class ContainerSink : public FrameSink {
     SoundOptions m_soundOptions;
     VideoFacts m_video;
     Target m_target;
-    CodecPtr m_encoder;
-    std::function<CodecPtr()> m_openAnother;
-    PictureTaker* m_taker = nullptr;
+    bool m_premultiplied = false;
+    std::optional<PictureEncoder> m_encoder;
     std::int64_t m_chunkFrames = 0; ///< 0 for all in one
     std::int64_t m_frames = 0;      ///< passed or written
     std::int64_t m_written = 0;
-    std::int64_t m_inEncoder = 0; ///< frames since it was opened
-    bool m_encoding = true;       ///< the encoder has not ended
-    bool m_open = false;          ///< there is a file
+    bool m_open = false; ///< there is a file
     AVStream* m_stream = nullptr;
-    std::map<int, Passage> m_passages;                ///< by stream of the source
-    std::vector<Passage> m_sounds;                    ///< that come as samples
-    std::map<std::int64_t, std::int64_t> m_durations; ///< of frames in the encoder, by time stamp, in its unit
-    std::map<int, std::int64_t> m_lastStamps;         ///< decoding times of the last packets, by stream
+    std::map<int, Passage> m_passages;        ///< by stream of the source
+    std::vector<Passage> m_sounds;            ///< that come as samples
+    std::map<int, std::int64_t> m_lastStamps; ///< decoding times of the last packets, by stream
     std::int64_t m_lastStamp = AV_NOPTS_VALUE;
     std::vector<PacketPtr> m_late;     ///< that wait for the end of a cut
     std::optional<std::int64_t> m_cut; ///< ns: the earliest end of what is cut

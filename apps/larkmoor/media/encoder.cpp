@@ -114,11 +114,16 @@ struct Size {
 };
 
 /// Some encoders, x264 among them, reckon with memory that they have not written: where the process used it before, the
-/// same pictures become other bytes. From here on memory comes clear.
-void clearFreshMemory() {
+/// same pictures become other bytes. From here on memory comes clear. It is kept for the next encoder, too: a fresh one
+/// for each chunk of 25 frames in 1080p cost a tenth of the time.
+void settleMemory() {
 #ifdef M_PERTURB
-    constexpr int clear = 0xFF; // what is written is the complement
-    static const int once = ::mallopt(M_PERTURB, clear);
+    static const bool once = [] {
+        constexpr int clear = 0xFF; // what is written is the complement
+        constexpr int kept = 512 << 20, ownMapping = 32 << 20;
+        return ::mallopt(M_PERTURB, clear) && ::mallopt(M_TRIM_THRESHOLD, kept) &&
+               ::mallopt(M_MMAP_THRESHOLD, ownMapping);
+    }();
     (void)once;
 #endif
 }
@@ -278,7 +283,7 @@ std::vector<EncoderFacts> encodersFor(const std::string& path) {
 
 CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const AVOutputFormat& container,
                      const VideoFacts& video, const Target& target, const Reader* source, bool again) {
-    clearFreshMemory();
+    settleMemory();
     const auto note = [&](const std::string& sentence) {
         if (!again) warn(sentence);
     };

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "media/container_sink.h"
+#include "media/picture_encoder.h"
 
 namespace larkmoor {
 
