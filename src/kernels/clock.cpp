@@ -5,6 +5,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/functions.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -30,12 +31,12 @@ enum class tShare { kNone, kPart, kAll };
 
 /// The definition. `weight` is set for `kPart`.
 tShare ExactShare(const tHand& hand, double x, double y, double& weight) {
-    double th = std::atan2(x, y);
+    double th = KwAtan2(x, y);
     if (th < 0.0) th += kTurn;
     if (th >= hand.limit) return tShare::kNone;
     if (hand.done) return tShare::kAll;
     const double r = std::max(std::sqrt(x * x + y * y), 2.0);
-    const double onePixel = std::asin(1.414 / r);
+    const double onePixel = KwAsin(1.414 / r);
     const double width = hand.feather > onePixel ? hand.feather : onePixel;
     const double e = std::min(hand.limit - width, hand.feather + kTurn);
     if (!(th > e)) return tShare::kAll;
@@ -151,6 +152,7 @@ void DrawSide(typename Form::tChannel* out, const typename Form::tChannel* sourc
               const tSweepRow& row, LONG from, LONG to, double low, double high) {
     if (from >= to) return;
     const double y = row.y;
+    // Here and below the C library does: what it decides shows in the time that a row takes, not in its pixels.
     const double tail = std::max(hand.feather, std::asin(1.414 / std::max(std::fabs(y), 2.0)));
     const bool rises = (y > 0.0) == (row.step > 0.0); // the angle, with the pixel's number
 

@@ -14,6 +14,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/functions.h"
 #include "kernels/copy.h"
 #include "kernels/ranges.h"
 #include "kernels/unaligned.h"
@@ -513,7 +514,7 @@ double KwGaussianSigma(double radius) {
     // One and the same not-a-number, since its bits would show in the rounding.
     if (std::isnan(radius)) return std::numeric_limits<double>::quiet_NaN();
     const double reach = std::fabs(radius) + 1.5;
-    return std::sqrt(-(reach * reach) / (2.0 * std::log(0.00392156862745098)));
+    return std::sqrt(-(reach * reach) / (2.0 * KwLog(0.00392156862745098)));
 }
 
 tGaussianCoefficients KwGaussianCoefficients(double sigma) {
@@ -521,9 +522,9 @@ tGaussianCoefficients KwGaussianCoefficients(double sigma) {
     const double c0 = -0.6803f, c1 = -0.2598f, w0 = 0.6318f, w1 = 1.997f;
     const double k = 1.0 / (sigma * 2.50662827463);
     const double A0 = a0 * k, A1 = a1 * k, C0 = c0 * k, C1 = c1 * k;
-    const double E0 = std::exp(-b0 / sigma), E1 = std::exp(-b1 / sigma);
-    const double sinP = std::sin(w0 / sigma), cosP = std::cos(w0 / sigma);
-    const double sinQ = std::sin(w1 / sigma), cosQ = std::cos(w1 / sigma);
+    const double E0 = KwExp(-b0 / sigma), E1 = KwExp(-b1 / sigma);
+    const double sinP = KwSin(w0 / sigma), cosP = KwCos(w0 / sigma);
+    const double sinQ = KwSin(w1 / sigma), cosQ = KwCos(w1 / sigma);
 
     tGaussianCoefficients c{};
     c.n[0] = A0 + C0;

@@ -3,6 +3,19 @@
 #include <cmath>
 
 #include "base/arith.h"
+#include "base/functions.h"
+
+namespace {
+
+/// Of KwPow(base, exponent) * scale. The C library's power, which is much quicker, does where its last digits cannot
+/// matter; what is not finite is near everything.
+std::int32_t TruncatedPower(double base, double exponent, double scale) {
+    const double quick = std::pow(base, exponent) * scale;
+    const double away = std::fabs(quick - std::floor(quick + 0.5));
+    return KwTrunc(away > 1e-9 * (1.0 + std::fabs(quick)) ? quick : KwPow(base, exponent) * scale);
+}
+
+} // namespace
 
 bool KwBuildLevelsTable(void* table, LONG bytesPerPixel, const tLEVELSPROP* record) {
     if (!table || !record) return false;
@@ -23,7 +36,7 @@ bool KwBuildLevelsTable(void* table, LONG bytesPerPixel, const tLEVELSPROP* reco
     for (std::int32_t i = 0; i < (bytes ? 256 : 65536); ++i) {
         std::int64_t entry = 0;
         if (i >= inLow && i < inHigh) {
-            entry = invGamma == 1.0 ? sum / 16384 : KwTrunc(std::pow(sum * unit, invGamma) * scale) & 0xFF;
+            entry = invGamma == 1.0 ? sum / 16384 : TruncatedPower(sum * unit, invGamma, scale) & 0xFF;
             sum = KwWrap32(std::int64_t{sum} + slope);
         } else if (i >= inLow) {
             entry = outHigh;

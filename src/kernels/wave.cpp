@@ -6,6 +6,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/functions.h"
 #include "kernels/mix_row.h"
 #include "kernels/sample.h"
 #include "kernels/unaligned.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr std::int32_t kOne = 16384; ///< one pixel, in 14-bit fixed point
 /// Columns handled at a time over the whole height, so that each column's sine is taken once and nothing is allocated.
 constexpr std::ptrdiff_t kPart = 256;
+constexpr LONG kMostRows = 4096; // whose sines are kept
 
 /// Where a part of a row is read: 14-bit fixed point.
 struct tPositions {
@@ -125,18 +127,23 @@ HRESULT KwDibWave(const tView& destination, const tView& source, LONG bytesPerPi
     const double kv = wave.verticalWaves * 3.141, kh = wave.horizontalWaves * 3.141;
     const tSource from{s.first,        s.stride,       s.width > 1 ? pixelSize : 0, s.height > 1 ? s.stride : 0,
                        Limit(s.width), Limit(s.height)};
-    for (std::ptrdiff_t begin = 0; begin < d.width; begin += kPart) {
-        const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kPart, d.width - begin);
-        double shift[kPart];
-        for (std::ptrdiff_t i = 0; i < count; ++i)
-            shift[i] = std::sin(static_cast<double>(begin + i) / width * kh + wave.horizontalPhase) * ay;
-        for (LONG y = 0; y < d.height; ++y) {
-            const std::int32_t dx = KwTrunc(std::sin(y / height * kv + wave.verticalPhase) * ax * 16384.0);
-            const std::uint32_t x = static_cast<std::uint32_t>(dx) + static_cast<std::uint32_t>(begin) * kOne;
-            if (bytesPerPixel == 4)
-                kWaveRow8(KwWordRow(d, y) + begin, from, shift, y, x, count);
-            else
-                kWaveRowFloat(KwFloatRow(d, y) + begin * 4, from, shift, y, x, count);
+    for (LONG top = 0; top < d.height; top += kMostRows) {
+        const LONG bottom = std::min(d.height, top + kMostRows);
+        std::int32_t rowShift[kMostRows];
+        for (LONG y = top; y < bottom; ++y)
+            rowShift[y - top] = KwTrunc(KwSin(y / height * kv + wave.verticalPhase) * ax * 16384.0);
+        for (std::ptrdiff_t begin = 0; begin < d.width; begin += kPart) {
+            const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kPart, d.width - begin);
+            double shift[kPart];
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                shift[i] = KwSin(static_cast<double>(begin + i) / width * kh + wave.horizontalPhase) * ay;
+            for (LONG y = top; y < bottom; ++y) {
+                const auto x = static_cast<std::uint32_t>(rowShift[y - top]) + static_cast<std::uint32_t>(begin) * kOne;
+                if (bytesPerPixel == 4)
+                    kWaveRow8(KwWordRow(d, y) + begin, from, shift, y, x, count);
+                else
+                    kWaveRowFloat(KwFloatRow(d, y) + begin * 4, from, shift, y, x, count);
+            }
         }
     }
     return S_OK;

@@ -6,6 +6,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/functions.h"
 #include "kernels/curve.h"
 #include "kernels/fixed.h"
 #include "kernels/mix_row.h"
@@ -22,8 +23,8 @@ using tWeightTable = std::array<std::uint8_t, 256>;
 tWeightTable MakeCoverage() {
     tWeightTable table{};
     for (int i = 0; i < 256; ++i) {
-        const double x = std::fabs(i / 256.0 - 0.5), th = std::acos(2.0 * x);
-        double v = (th / kPi) * (kPi / 4.0) - (std::sin(th) * 0.5) * x * (std::sin(th) * 0.5);
+        const double x = std::fabs(i / 256.0 - 0.5), th = KwAcos(2.0 * x);
+        double v = (th / kPi) * (kPi / 4.0) - (KwSin(th) * 0.5) * x * (KwSin(th) * 0.5);
         if (i < 128) v = kPi / 4.0 - v;
         table[static_cast<std::size_t>(i)] =
             i == 128 ? 128 : KwByte(KwTrunc(KwClamp(v * (4.0 / kPi) * 255.0, 0.0, 255.0)));
@@ -160,7 +161,7 @@ void WipeRow(std::uint8_t* out, const std::uint8_t* a, const std::uint8_t* b, LO
 /// Distance of the edge from the origin along its normal, as far as the sweep has gone.
 double SweepDistance(double a, double c, double width, double height, double feather, double progress) {
     constexpr double kQuarter = kPi / 2.0;
-    const double rise = std::tan(a) * height, soft = feather / c;
+    const double rise = KwTan(a) * height, soft = feather / c;
     double t;
     if (a < kQuarter) {
         t = (rise + soft + width) * progress;
@@ -169,7 +170,7 @@ double SweepDistance(double a, double c, double width, double height, double fea
     } else if (a < 3.0 * kQuarter) {
         t = (rise + width) - (rise + width - soft) * progress;
     } else {
-        const double back = std::tan(6.28318530717958 - a) * height;
+        const double back = KwTan(6.28318530717958 - a) * height;
         t = (soft + width + back) * progress - back;
     }
     return static_cast<float>(t * c);
@@ -203,7 +204,7 @@ HRESULT KwDibWipe(const tView& out, const tView& first, const tView& second, LON
     // The tangent has to stay finite.
     if (angle > 89.99 && angle < 90.01) angle = 89.99;
     if (angle > 269.99 && angle < 270.01) angle = 269.99;
-    const double radians = angle * 0.017453292519943278, c = std::cos(radians), s = std::sin(radians);
+    const double radians = angle * 0.017453292519943278, c = KwCos(radians), s = KwSin(radians);
     const double distance = SweepDistance(radians, c, static_cast<double>(KwWidth(*second.frame)),
                                           static_cast<double>(KwHeight(*second.frame)), featherPixels, progress);
     const tEdge edge{KwFixed((0.5 + featherPixels) * 16384.0), featherPixels >= 1.0, KwFixed(c * -16384.0)};

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "base/arith.h"
+#include "base/functions.h"
 #include "support/named_strings.h"
 #include "support/strings.h"
 #include "support/text_sink.h"
@@ -470,7 +471,7 @@ class CFormatter {
 
     bool Scaled(tConversion c, LONG value, bool local) {
         const auto decimals = static_cast<std::size_t>(c.precision);
-        const double scale = decimals < std::size(kPowersOfTen) ? kPowersOfTen[decimals] : std::pow(10.0, c.precision);
+        const double scale = decimals < std::size(kPowersOfTen) ? kPowersOfTen[decimals] : KwPow(10.0, c.precision);
         c.code = 'f';
         CWorkText work;
         PutReal(work, c, value / scale);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/functions.h"
 #include "kernels/color_model.h"
 
 namespace {
@@ -68,11 +69,11 @@ tPickRgb HSLtoRGB(const tPickHsl& hsl) noexcept {
 }
 
 double GammaEncode(double linear) noexcept {
-    return linear < 0.018 ? 4.5 * linear : 1.099 * std::pow(linear, 0.45) - 0.099;
+    return linear < 0.018 ? 4.5 * linear : 1.099 * KwPow(linear, 0.45) - 0.099;
 }
 
 double GammaDecode(double encoded) noexcept {
-    return encoded < 4.5 * 0.018 ? encoded / 4.5 : std::pow((encoded + 0.099) / 1.099, 1.0 / 0.45);
+    return encoded < 4.5 * 0.018 ? encoded / 4.5 : KwPow((encoded + 0.099) / 1.099, 1.0 / 0.45);
 }
 
 LONG TestGamut(const tPickColor& color) noexcept {
