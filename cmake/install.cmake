@@ -1,7 +1,7 @@
 # The headers of the binary contract, included as "platform/effect.h", and the pkg-config file that finds them.
 # The file names its prefix relative to itself, so that `cmake --install --prefix` may choose another one.
 # Tested by tests/install.
-set(PLATFORM_HEADERS com_ptr component effect exports font message page time_format transform types)
+set(PLATFORM_HEADERS com_ptr component effect exports font message page threads time_format transform types)
 # "kernels/exports.h": the exported kernels, and what it needs. "kernels/curve.h", "frame/surface.h": exported classes.
 set(KERNELS_HEADERS exports barn chroma_key clock copy curve mask_border mask_generator push rgba squeeze view zoom)
 set(FRAME_HEADERS surface)

@@ -1,7 +1,7 @@
 #include "host/field_words.h"
+#include "platform/number.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace larkmoor {
 
@@ -44,7 +44,7 @@ std::vector<double> fieldNumbers(std::string_view text) {
     std::vector<double> numbers;
     while (!text.empty()) {
         double number = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        const auto [end, error] = KwReadNumber(text.data(), text.data() + text.size(), number);
         if (error != std::errc()) break;
         numbers.push_back(number);
         text.remove_prefix(static_cast<std::size_t>(end - text.data()));

@@ -14,6 +14,7 @@
 #include "host/names.h"
 #include "host/text_fields.h"
 #include "platform/font.h"
+#include "platform/number.h"
 
 namespace larkmoor {
 namespace {
@@ -124,7 +125,7 @@ std::optional<double> parseNumber(std::string_view text) {
     text = trimmed(text);
     if (text.size() > 1 && text.front() == '+' && text[1] != '-' && text[1] != '+') text.remove_prefix(1);
     double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const auto [end, error] = KwReadNumber(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
     return value;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "host/services.h"
 
@@ -12,7 +13,8 @@ namespace {
 constexpr IID kOwnStreamId{0x2D7A9C41, 0x0E63, 0x4B8B, {0xA5, 0x1D, 0x77, 0x30, 0xC8, 0x4E, 0x92, 0x16}};
 
 /// What a stream may grow to. A length beyond it is a mistake, not a demand.
-constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 32;
+constexpr std::uint64_t kMostBytes =
+    std::min<std::uint64_t>(std::uint64_t{1} << 32, std::numeric_limits<std::ptrdiff_t>::max() / 2);
 
 } // namespace
 
@@ -43,8 +45,8 @@ HRESULT MemoryStream::Write(const void* source, ULONG count, ULONG* put) {
     if (!m_writable) return STG_E_ACCESSDENIED;
     if (count == 0) return S_OK;
     return guarded([&] {
+        if (std::uint64_t{m_position} + count > kMostBytes) return E_OUTOFMEMORY;
         const std::size_t end = m_position + count;
-        if (end > kMostBytes) return E_OUTOFMEMORY;
         if (m_content->size() < end) m_content->resize(end);
         std::memcpy(m_content->data() + m_position, source, count);
         m_position = end;
@@ -67,7 +69,7 @@ HRESULT MemoryStream::SetSize(std::uint64_t size) {
     if (!m_writable) return STG_E_ACCESSDENIED;
     if (size > kMostBytes) return E_OUTOFMEMORY;
     return guarded([&] {
-        m_content->resize(size);
+        m_content->resize(static_cast<std::size_t>(size));
         return S_OK;
     });
 }

@@ -9,7 +9,7 @@ MessageQueue::MessageQueue() {
     post = [](void* self, UINT message, std::uintptr_t wParam, std::intptr_t lParam) {
         auto& queue = static_cast<MessageQueue&>(*static_cast<tMessageTarget*>(self));
         try {
-            const std::scoped_lock guard(queue.m_lock);
+            const CHeld guard(queue.m_lock);
             queue.m_messages.push_back({message, wParam, lParam});
         } catch (const std::bad_alloc&) {
             // Posting has no answer: the message is lost, as on any full queue.
@@ -18,7 +18,7 @@ MessageQueue::MessageQueue() {
 }
 
 std::vector<MessageQueue::Message> MessageQueue::take() {
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     return std::exchange(m_messages, {});
 }
 

@@ -1,44 +1,18 @@
 #include "host/module.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-
-#include <dlfcn.h>
 
 #include "fmt/format.h"
 #include "host/module_state.h"
 #include "host/names.h"
+#include "platform/library.h"
 
 namespace larkmoor {
 namespace {
 
-/// The module's libraries keep caches for the life of the process, so they stay once they were loaded.
-constexpr int kOpenMode = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
-
-namespace fs = std::filesystem;
-
-constexpr const char* kFileName = "liblarkmoor.so";
-
-/// Where the module may stand in relation to the folder of the program that runs.
-constexpr const char* kFolders[] = {".", "../lib", "../lib64",
-#if defined(__x86_64__)
-                                    "../lib/x86_64-linux-gnu"
-#elif defined(__aarch64__)
-                                    "../lib/aarch64-linux-gnu"
-#else
-                                    "../lib/larkmoor"
-#endif
-};
-
-std::string dlerrorText() {
-    const char* const text = dlerror();
-    return text ? text : "the system does not say why";
-}
-
 template <class Function>
 Function function(void* library, const char* name) {
-    return reinterpret_cast<Function>(dlsym(library, name));
+    return reinterpret_cast<Function>(KwFindFunction(library, name));
 }
 
 std::string withoutMaker(const std::string& description) {
@@ -107,17 +81,19 @@ bool describe(IUnknown* object, EffectInfo& info) {
 
 } // namespace
 
-Module::State::State(const std::string& file) : path(file), library(dlopen(file.c_str(), kOpenMode)) {
-    if (!library) throw Error(fmt::format("the module {} cannot be loaded: {}", path, dlerrorText()));
-    getClassObject = function<decltype(getClassObject)>(library, "DllGetClassObject");
+Module::State::State(const std::string& file, ClassObjects classObjects) : path(file) {
+    std::string why;
+    library = KwOpenLibrary(file, why);
+    if (!library) throw Error(fmt::format("the module {} cannot be loaded: {}", path, why));
+    getClassObject = classObjects ? classObjects : function<ClassObjects>(library, "DllGetClassObject");
     try {
-        if (!getClassObject || !dlsym(library, "DllEnumObjects2"))
+        if (!getClassObject || !KwFindFunction(library, "DllEnumObjects2"))
             throw Error(fmt::format("{} is not an effect module: it does not export DllEnumObjects2 and "
                                     "DllGetClassObject",
                                     path));
         listEffects();
     } catch (...) {
-        dlclose(library);
+        KwCloseLibrary(library);
         throw;
     }
 }
@@ -125,7 +101,7 @@ Module::State::State(const std::string& file) : path(file), library(dlopen(file.
 Module::State::~State() {
     // An object that a caller still holds keeps its code.
     const auto canUnload = function<HRESULT (*)()>(library, "DllCanUnloadNow");
-    if (!canUnload || canUnload() == S_OK) dlclose(library);
+    if (!canUnload || canUnload() == S_OK) KwCloseLibrary(library);
 }
 
 void Module::State::listEffects() {
@@ -178,43 +154,22 @@ bool isNone(const EffectInfo& info, std::span<const std::byte> record) {
 }
 
 std::string moduleBeside(const void* address) {
-    Dl_info place{};
-    if (std::getenv("LARKMOOR_MODULE") || !dladdr(address, &place)) return {};
-    std::error_code error;
-    const fs::path file = fs::canonical(place.dli_fname, error).parent_path() / kFileName;
-    return !error && fs::exists(file, error) ? file.string() : std::string();
+    return KwModuleBeside(address);
 }
 
 std::string moduleFile(const std::string& path) {
-    std::string named = path;
-    if (const char* const variable = std::getenv("LARKMOOR_MODULE"); named.empty() && variable) named = variable;
-    if (named.empty()) named = moduleBeside(reinterpret_cast<const void*>(&dlerrorText));
-    std::error_code error;
-    if (!named.empty()) {
-        // dlopen would look up a name without a folder on the library path.
-        const fs::path file = fs::absolute(named, error);
-        return error ? named : file.string();
-    }
     std::string looked;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
-    for (const char* const folder : kFolders) {
-        if (program.empty()) break;
-        const fs::path file = (program / folder / kFileName).lexically_normal();
-        if (fs::exists(file, error)) return file.string();
-        looked += file.string() + ", ";
-    }
-    if (void* const found = dlopen(kFileName, kOpenMode)) {
-        dlclose(found);
-        return kFileName;
-    }
-    throw Error(fmt::format("the module {} was not found; looked for {}and on the system's library path; set "
-                            "LARKMOOR_MODULE to the file",
-                            kFileName, looked));
+    const std::string file = KwModuleFile(path, looked);
+    if (file.empty())
+        throw Error(fmt::format("the module {} was not found; looked for {}and on the system's library path; set "
+                                "LARKMOOR_MODULE to the file",
+                                kModuleFileName, looked));
+    return file;
 }
 
-Module Module::load(const std::string& path) {
+Module Module::load(const std::string& path, ClassObjects classObjects) {
     Module module;
-    module.m_state = std::make_shared<State>(moduleFile(path));
+    module.m_state = std::make_shared<State>(moduleFile(path), classObjects);
     return module;
 }
 
@@ -257,7 +212,7 @@ CComPtr<IUnknown> Module::createObject(const CLSID& clsid) const {
 }
 
 void* Module::symbol(const char* name) const {
-    return dlsym(m_state->library, name);
+    return KwFindFunction(m_state->library, name);
 }
 
 } // namespace larkmoor

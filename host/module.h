@@ -80,11 +80,14 @@ std::string moduleFile(const std::string& path = {});
 
 class Effect;
 
+/// Where class objects come from: `DllGetClassObject` of the module, or a registry of the system.
+using ClassObjects = HRESULT (*)(const CLSID* clsid, const IID* iid, void** out);
+
 /// The loaded module. Copies share it; once loaded it stays until the process ends.
 class Module {
   public:
-    /// Loads `moduleFile(path)`. Throws Error.
-    static Module load(const std::string& path = {});
+    /// Loads `moduleFile(path)`, from whose own function class objects come unless another one is named. Throws Error.
+    static Module load(const std::string& path = {}, ClassObjects classObjects = nullptr);
 
     /// The effects that the module can create, in the order of its object map.
     std::span<const EffectInfo> effects() const;

@@ -6,7 +6,7 @@
 namespace larkmoor {
 
 struct Module::State {
-    explicit State(const std::string& path);
+    State(const std::string& path, ClassObjects classObjects);
     State(const State&) = delete;
     State& operator=(const State&) = delete;
     ~State();
@@ -16,7 +16,7 @@ struct Module::State {
 
     std::string path;
     void* library = nullptr;
-    HRESULT (*getClassObject)(const CLSID*, const IID*, void**) = nullptr;
+    ClassObjects getClassObject = nullptr;
     std::vector<EffectInfo> effects;
 };
 

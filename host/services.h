@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <span>
 #include <vector>
 
 #include "platform/com_ptr.h"
+#include "platform/threads.h"
 #include "platform/transform.h"
 
 #pragma GCC visibility push(default)
@@ -39,7 +39,7 @@ class MessageQueue : public tMessageTarget {
     std::vector<Message> take();
 
   private:
-    std::mutex m_lock;
+    CMutex m_lock;
     std::vector<Message> m_messages;
 };
 

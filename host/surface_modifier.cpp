@@ -36,7 +36,7 @@ HRESULT SurfaceModifier::SetBounds(const DXBNDS* bounds) {
     if (!bounds) return E_POINTER;
     const RECT rect = rectOf(*bounds);
     if (bounds->eType != 0 || rect.left >= rect.right || rect.top >= rect.bottom) return E_INVALIDARG;
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     m_bounds = *bounds;
     m_hasBounds = true;
     m_composed.Reset();
@@ -48,7 +48,7 @@ HRESULT SurfaceModifier::SetForeground(IDXSurface* surface, BOOL tile, const POI
     if (tile) return E_NOTIMPL;
     if (surface == this) return E_INVALIDARG;
     CComPtr<IDXSurface> old;
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     std::swap(old, m_foreground);
     m_foreground = surface;
     m_origin = origin ? *origin : POINT{};
@@ -59,7 +59,7 @@ HRESULT SurfaceModifier::SetForeground(IDXSurface* surface, BOOL tile, const POI
 
 HRESULT SurfaceModifier::GetForeground(IDXSurface** surface, BOOL* tile, POINT* origin) {
     if (!surface) return E_POINTER;
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     *surface = CComPtr<IDXSurface>(m_foreground).Detach();
     if (tile) *tile = FALSE;
     if (origin) *origin = m_origin;
@@ -83,19 +83,19 @@ HRESULT SurfaceModifier::generationNow(ULONG& generation) const {
 
 HRESULT SurfaceModifier::GetGenerationId(ULONG* id) {
     if (!id) return E_POINTER;
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     return generationNow(*id);
 }
 
 HRESULT SurfaceModifier::IncrementGenerationId(BOOL) {
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     ++m_changes;
     return S_OK;
 }
 
 HRESULT SurfaceModifier::GetPixelFormat(GUID* format, DWORD* sampleFormat) {
     if (!format) return E_POINTER;
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     if (!m_foreground) return DXTERR_UNINITIALIZED;
     *format = formatId(composedFormat(m_foreground.Get()).format);
     if (sampleFormat) *sampleFormat = DXSAMPLE_TRANSLUCENT;
@@ -104,7 +104,7 @@ HRESULT SurfaceModifier::GetPixelFormat(GUID* format, DWORD* sampleFormat) {
 
 HRESULT SurfaceModifier::GetBounds(DXBNDS* bounds) {
     if (!bounds) return E_POINTER;
-    const std::scoped_lock guard(m_lock);
+    const CHeld guard(m_lock);
     return boundsNow(*bounds);
 }
 
@@ -114,7 +114,7 @@ HRESULT SurfaceModifier::LockSurface(const DXBNDS* bounds, ULONG, DWORD flags, c
     *out = nullptr;
     if (flags & DXLOCKF_READWRITE) return E_NOTIMPL;
     return guarded([&] {
-        const std::scoped_lock guard(m_lock);
+        const CHeld guard(m_lock);
         if (const HRESULT status = compose(); FAILED(status)) return status;
         if (generation) *generation = m_composedGeneration;
         return m_composed->lockFor(this, bounds, DXLOCKF_READ, iid, out);
@@ -204,7 +204,7 @@ HRESULT SurfaceModifier::GetSurfaceInfo(void* block, ULONG size) {
     if (!block) return E_POINTER;
     CComPtr<IDXSurface> foreground;
     {
-        const std::scoped_lock guard(m_lock);
+        const CHeld guard(m_lock);
         foreground = m_foreground;
     }
     if (const auto info = KwQuery<IKwSurfaceInfo>(foreground.Get())) return info->GetSurfaceInfo(block, size);

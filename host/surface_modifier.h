@@ -1,9 +1,8 @@
 // The surface modifier: a picture shown at an offset inside other bounds.
 #pragma once
 
-#include <mutex>
-
 #include "host/surface_object.h"
+#include "platform/threads.h"
 
 namespace larkmoor {
 
@@ -55,7 +54,7 @@ class SurfaceModifier final : public ObjectOf<IDXSurface, IDXSurfaceModifier, IK
     HRESULT compose();
     HRESULT copyForeground(SurfaceObject& target, const RECT& rect) const;
 
-    mutable std::mutex m_lock;
+    mutable CMutex m_lock;
     CComPtr<IDXSurface> m_foreground;
     POINT m_origin{};
     DXBNDS m_bounds{};

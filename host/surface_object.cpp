@@ -195,12 +195,12 @@ SurfaceObject::SurfaceObject(const ImageView& view, int left, int top, std::shar
 }
 
 tSurfaceInfo SurfaceObject::info() const {
-    const std::scoped_lock guard(m_infoLock);
+    const CHeld guard(m_infoLock);
     return m_info;
 }
 
 void SurfaceObject::setInfo(const tSurfaceInfo& info) {
-    const std::scoped_lock guard(m_infoLock);
+    const CHeld guard(m_infoLock);
     m_info = info;
 }
 

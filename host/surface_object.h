@@ -1,10 +1,9 @@
 // The component behind a `Surface`.
 #pragma once
 
-#include <mutex>
-
 #include "host/object.h"
 #include "host/surface.h"
+#include "platform/threads.h"
 
 namespace larkmoor {
 
@@ -55,7 +54,7 @@ class SurfaceObject final : public ObjectOf<IDXSurface, IKwSurfaceInfo> {
     std::atomic<DWORD> m_statusFlags{0};
     std::atomic<DWORD> m_colorKey{0};
     std::atomic<std::uintptr_t> m_appData{0};
-    mutable std::mutex m_infoLock;
+    mutable CMutex m_infoLock;
     tSurfaceInfo m_info{.pixelAspect = 1.0, .frameRate = 0.0, .time100ns = 0};
 };
 

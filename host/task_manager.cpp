@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <system_error>
-#include <thread>
 #include <vector>
+
+#include "platform/threads.h"
 
 namespace larkmoor {
 namespace {
@@ -16,8 +17,8 @@ void run(const DXTASKINFO& task) {
 } // namespace
 
 TaskManager::TaskManager(unsigned processors)
-    : m_processors(processors ? processors : std::max(std::thread::hardware_concurrency(), 1u)),
-      m_poolSize(m_processors), m_limit(m_processors) {}
+    : m_processors(processors ? processors : std::max(KwProcessors(), 1u)), m_poolSize(m_processors),
+      m_limit(m_processors) {}
 
 HRESULT TaskManager::SetThreadPoolSize(ULONG size) {
     if (size == 0) return E_INVALIDARG;
@@ -52,7 +53,7 @@ HRESULT TaskManager::atOnce(ULONG count, Work work) {
         const auto take = [&] {
             for (ULONG i = next++; i < count; i = next++) work(i);
         };
-        std::vector<std::jthread> helpers;
+        std::vector<CThread> helpers;
         try {
             // Not a pool's: a waiting thread would take up a task of some other frame, which could come back to the
             // object whose lock is held here. To start a few costs little beside a frame.

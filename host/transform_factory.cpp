@@ -1,10 +1,10 @@
-#include <mutex>
 #include <vector>
 
 #include "host/services.h"
 #include "host/surface_modifier.h"
 #include "host/surface_object.h"
 #include "host/task_manager.h"
+#include "platform/threads.h"
 
 namespace larkmoor {
 namespace {
@@ -46,7 +46,7 @@ class TransformFactory final : public ObjectOf<IDXTransformFactory> {
         if (!service || !iid) return E_POINTER;
         CComPtr<IUnknown> object;
         {
-            const std::scoped_lock guard(m_lock);
+            const CHeld guard(m_lock);
             for (const Service& row : m_services)
                 if (row.id == *service) object = row.object;
         }
@@ -59,7 +59,7 @@ class TransformFactory final : public ObjectOf<IDXTransformFactory> {
         if (!service) return E_POINTER;
         return guarded([&] {
             std::vector<Service> old; // ends outside the lock, as an object may call back when it is let go
-            const std::scoped_lock guard(m_lock);
+            const CHeld guard(m_lock);
             std::vector<Service> services;
             for (const Service& row : m_services)
                 if (row.id != *service) services.push_back(row);
@@ -97,7 +97,7 @@ class TransformFactory final : public ObjectOf<IDXTransformFactory> {
         return guarded([&] { return makeObject<SurfaceModifier>()->QueryInterface(iid, out); });
     }
 
-    std::mutex m_lock;
+    CMutex m_lock;
     std::vector<Service> m_services;
 };
 

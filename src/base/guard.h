@@ -2,10 +2,10 @@
 #pragma once
 
 #include <exception>
-#include <mutex>
 #include <new>
 #include <type_traits>
 
+#include "platform/threads.h"
 #include "platform/types.h"
 
 /// Runs `body` and turns what it throws into a status: nothing passes the module's boundary. A body without a result
@@ -28,7 +28,7 @@ HRESULT KwGuarded(Body&& body) noexcept {
 template <class Mutex, class Body>
 HRESULT KwGuarded(Mutex& mutex, Body&& body) noexcept {
     return KwGuarded([&] {
-        const std::scoped_lock guard(mutex);
+        const CHeld guard(mutex);
         return body();
     });
 }

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/processor.h"
+
 namespace {
 
 constexpr std::array<eKwLevel, kKwLevels> kLevels{eKwLevel::Plain, eKwLevel::Base, eKwLevel::V2,
@@ -14,6 +16,7 @@ constexpr std::array<const char*, kKwLevels> kNames{"plain", "base", "v2", "v3",
 
 eKwLevel Offered() {
 #if defined(__x86_64__)
+    if (!kTakesWideVectors) return eKwLevel::Base;
     __builtin_cpu_init(); // the first caller may come before the runtime's own constructor
     const auto has = [](auto... offered) { return (offered && ...); };
     if (!has(__builtin_cpu_supports("ssse3"), __builtin_cpu_supports("sse4.2"), __builtin_cpu_supports("popcnt")))

@@ -231,7 +231,7 @@ HRESULT CGenerator::GetSite(const IID* iid, void** out) {
     return KwGuarded([&] {
         CComPtr<IUnknown> site;
         {
-            const std::scoped_lock guard(m_SurfaceLock);
+            const CHeld guard(m_SurfaceLock);
             site = m_pSite;
         }
         return site ? site->QueryInterface(iid, out) : E_FAIL;

@@ -7,6 +7,7 @@
 #include "frame/create.h"
 #include "frame/dispatch.h"
 #include "frame/safety.h"
+#include "platform/threads.h"
 #include "platform/transform.h"
 
 /// A generator's picture as it was when a reader opened it. Later changes of parameters and size do not reach it.
@@ -83,7 +84,7 @@ class CGenerator : public CAggregable,
     /// Called under the surface lock.
     virtual void SizeChanged() {}
 
-    mutable std::mutex m_SurfaceLock;
+    mutable CMutex m_SurfaceLock;
     LONG m_Width = 320, m_Height = 240;
 
   private:

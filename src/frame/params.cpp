@@ -54,7 +54,7 @@ void CParamObject::RampRecord(const std::byte* from, const std::byte* to, double
 }
 
 void CParamObject::UpdateWork(void* copy) {
-    const std::scoped_lock guard(m_ParamLock);
+    const CHeld guard(m_ParamLock);
     if (m_RampOn)
         RampRecord(m_records.rampFrom, m_records.rampTo, m_RampPos, m_records.work);
     else if (m_Dirty)
@@ -79,7 +79,7 @@ class CParamObject::CRecord {
 };
 
 void CParamObject::CopyLocked(std::byte* to, const std::byte* from) {
-    const std::scoped_lock guard(m_ParamLock);
+    const CHeld guard(m_ParamLock);
     CopyRecord(to, from);
 }
 
@@ -93,7 +93,7 @@ void CParamObject::CallSink() noexcept {
     KwGuarded([&] {
         CComPtr<IUnknown> sink;
         {
-            const std::scoped_lock guard(m_ParamLock);
+            const CHeld guard(m_ParamLock);
             sink = m_pParamSink;
         }
         if (sink) static_cast<IKwParamSink*>(sink.Get())->OnParamsChanged();
@@ -189,7 +189,7 @@ HRESULT CParamObject::SetRampRecords(IStream* from, IStream* to) {
     const HRESULT status = KwGuarded([&] {
         const CRecord start(*this), end(*this);
         {
-            const std::scoped_lock guard(m_ParamLock);
+            const CHeld guard(m_ParamLock);
             CopyRecord(start, m_records.rampFrom);
             CopyRecord(end, m_records.rampTo);
         }
@@ -197,7 +197,7 @@ HRESULT CParamObject::SetRampRecords(IStream* from, IStream* to) {
         HRESULT read = from && to ? ReadRecord(from, start, &got) : E_POINTER;
         if (SUCCEEDED(read)) read = ReadRecord(to, end, &got);
         if (FAILED(read)) return read;
-        const std::scoped_lock guard(m_ParamLock);
+        const CHeld guard(m_ParamLock);
         CopyRecord(m_records.rampFrom, start);
         CopyRecord(m_records.rampTo, end);
         return read;
@@ -217,7 +217,7 @@ HRESULT CParamObject::SetRampPos(double position) {
 HRESULT CParamObject::SetParamSink(IUnknown* sink) {
     return KwGuarded([&] {
         CComPtr<IUnknown> previous(sink); // what is dropped ends outside the lock
-        const std::scoped_lock guard(m_ParamLock);
+        const CHeld guard(m_ParamLock);
         std::swap(m_pParamSink, previous);
     });
 }

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 
 #include "base/guard.h"
 #include "frame/effect_class.h"
 #include "platform/com_ptr.h"
+#include "platform/threads.h"
 
 /// The four copies of a record that an object keeps, as bytes.
 struct tRecordSet {
@@ -105,7 +105,7 @@ class CParamObject : public IKwParamRamp,
     const tObjectMapRow& m_row;
     const tEffectClass& m_class;
     const tRecordSet m_records;
-    std::recursive_mutex m_ParamLock;
+    CRecursiveMutex m_ParamLock;
 
   private:
     class CRecord;
@@ -127,7 +127,7 @@ class CParamObject : public IKwParamRamp,
     bool m_RampOn = false;
     double m_RampPos = 0.0;
     CComPtr<IUnknown> m_pParamSink;
-    std::mutex m_NotifyLock; ///< guards the window; held while it is posted to
+    CMutex m_NotifyLock; ///< guards the window; held while it is posted to
     HWND m_NotifyWnd = nullptr;
     UINT m_NotifyId = 0;
 };

@@ -71,7 +71,7 @@ HRESULT CTransformBase::GetSite(const IID* iid, void** out) {
     return KwGuarded([&] {
         CComPtr<IUnknown> site;
         {
-            const std::scoped_lock guard(m_Lock);
+            const CHeld guard(m_Lock);
             site = m_pSite;
         }
         return site ? site->QueryInterface(iid, out) : E_FAIL;

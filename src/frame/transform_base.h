@@ -2,12 +2,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
 #include "base/object.h"
 #include "frame/safety.h"
 #include "platform/com_ptr.h"
 #include "platform/effect.h"
+#include "platform/threads.h"
 
 /// One piece of a frame, as `Work` receives it. Object pointer in words 0 and 1, `DoBounds` at word 2, `OutputBounds`
 /// at word 20, `m_Result` at word 39, on every platform.
@@ -109,7 +109,7 @@ class CTransformBase : public CAggregable, public CSafetyList, public IDXTransfo
     /// Outputs keep what stood there, under the new picture, where this is set.
     bool BlendsWithOutput() const { return (m_MiscFlags & kMiscBlendWithOutput) != 0; }
 
-    mutable std::recursive_mutex m_Lock;
+    mutable CRecursiveMutex m_Lock;
     CComPtr<IUnknown> m_pSite;
     CComPtr<IDXTransformFactory> m_pTransformFactory;
     CComPtr<IDXSurfaceFactory> m_pSurfaceFactory;

@@ -86,7 +86,7 @@ class DXSTestp final : public CWithRecord<CGenerator, tTESTPATTERNPROP> {
   protected:
     std::unique_ptr<CGeneratorRows> OpenRows() override {
         const ULONG type = UpdateWorkParams().type;
-        const std::scoped_lock guard(m_SurfaceLock);
+        const CHeld guard(m_SurfaceLock);
         return std::make_unique<CPatternReader>(type, m_Width, m_Height);
     }
 };

@@ -210,7 +210,7 @@ class DXSText final : public CWithRecord<CGenerator, tTEXTPROP> {
         return KwGuarded([&] {
             tOwned shown;
             UpdateWork(&shown.record);
-            const std::scoped_lock guard(m_SurfaceLock);
+            const CHeld guard(m_SurfaceLock);
             const HRESULT status = Render(shown.record);
             tTextCache told{.size = 40, .width = m_Width, .height = m_Height, .planes = 1, .bitCount = 32};
             if (SUCCEEDED(status)) {
@@ -224,7 +224,7 @@ class DXSText final : public CWithRecord<CGenerator, tTEXTPROP> {
 
   protected:
     std::unique_ptr<CGeneratorRows> OpenRows() override {
-        const std::scoped_lock guard(m_SurfaceLock);
+        const CHeld guard(m_SurfaceLock);
         if (!m_Image || !m_Image->Exists()) m_Image = std::make_shared<CTextImage>(m_Width, m_Height);
         return m_Image->Exists() ? std::make_unique<CTextReader>(m_Image) : nullptr;
     }
@@ -301,7 +301,7 @@ class DXSText final : public CWithRecord<CGenerator, tTEXTPROP> {
     }
 
     std::uint64_t StreamSize() override {
-        const std::scoped_lock guard(m_ParamLock);
+        const CHeld guard(m_ParamLock);
         return 132 + 2 * static_cast<std::uint64_t>(m_Params.textLength);
     }
 

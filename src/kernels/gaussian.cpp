@@ -19,10 +19,6 @@
 #include "kernels/ranges.h"
 #include "kernels/unaligned.h"
 
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
-
 namespace {
 
 /// What is smaller is set to 0, against denormal numbers.
@@ -503,10 +499,7 @@ void* CKwScratch::Room(std::size_t bytes) {
     // At 3840x2160 touching small pages for the first time costs a quarter of a blur.
     const std::size_t page = bytes < 8 * kLargePage ? 64 : kLargePage;
     m_bytes = (bytes + page - 1) / page * page;
-    m_memory.reset(std::aligned_alloc(page, m_bytes));
-#ifdef __linux__
-    if (m_memory && page == kLargePage) madvise(m_memory.get(), m_bytes, MADV_HUGEPAGE);
-#endif
+    m_memory.reset(KwAllocateAligned(page, m_bytes));
     return m_memory.get();
 }
 

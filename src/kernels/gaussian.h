@@ -1,10 +1,10 @@
 // Gaussian blur by a recursive filter: the cost does not depend on the radius.
 #pragma once
 
-#include <cstdlib>
 #include <memory>
 
 #include "kernels/view.h"
+#include "platform/memory.h"
 
 /// Memory that a caller with many pictures keeps from one to the next: to touch 33 MB for the first time
 /// costs a tenth of a blur of 1920x1080.
@@ -15,7 +15,7 @@ class CKwScratch {
 
   private:
     struct tFree {
-        void operator()(void* memory) const { std::free(memory); }
+        void operator()(void* memory) const { KwFreeAligned(memory); }
     };
     std::unique_ptr<void, tFree> m_memory;
     std::size_t m_bytes = 0;

@@ -1,5 +1,6 @@
 #include "kernels/mask_border.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -170,10 +171,13 @@ struct tOwnMask {
     tRows rows;
 
     bool Allocate(std::int64_t width, std::int64_t height) {
-        if (width > std::numeric_limits<LONG>::max() / 4) return false;
+        if (width > std::numeric_limits<LONG>::max() / 4 ||
+            height > std::numeric_limits<std::ptrdiff_t>::max() / std::max<std::int64_t>(width * 4, 1))
+            return false;
         memory.reset(new (std::nothrow)
                          std::byte[static_cast<std::size_t>(width) * 4 * static_cast<std::size_t>(height)]);
-        rows = {memory.get(), width * 4, static_cast<LONG>(width), static_cast<LONG>(height)};
+        rows = {memory.get(), static_cast<std::ptrdiff_t>(width * 4), static_cast<LONG>(width),
+                static_cast<LONG>(height)};
         return memory != nullptr;
     }
     void CopyTo(const tRows& out, std::int64_t x, std::int64_t y) const {

@@ -5,7 +5,9 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <memory>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -23,7 +25,8 @@ namespace kw_min_max {
 
 using tMemory = std::unique_ptr<std::uint8_t[]>;
 
-inline tMemory Bytes(std::ptrdiff_t rows, std::ptrdiff_t rowBytes) {
+inline tMemory Bytes(std::int64_t rows, std::int64_t rowBytes) {
+    if (rows > std::numeric_limits<std::ptrdiff_t>::max() / std::max<std::int64_t>(rowBytes, 1)) throw std::bad_alloc();
     return std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes));
 }
 

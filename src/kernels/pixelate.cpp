@@ -19,8 +19,8 @@ struct tBlocks {
     tBlocks(LONG size, LONG count)
         : size(size), count(count), step(KwTrunc64(static_cast<double>(size) / count * 16384.0)) {}
 
-    std::ptrdiff_t Begin(std::ptrdiff_t i) const { return i * step >> 14; }
-    std::ptrdiff_t Pixels() const { return step >> 14; }
+    std::ptrdiff_t Begin(std::ptrdiff_t i) const { return static_cast<std::ptrdiff_t>(i * step >> 14); }
+    std::ptrdiff_t Pixels() const { return static_cast<std::ptrdiff_t>(step >> 14); }
     /// As cells that leave no gap: the last one goes to the end.
     LONG CellEnd(LONG i) const { return i + 1 < count ? static_cast<LONG>(Begin(i + 1)) : size; }
 };
@@ -193,7 +193,7 @@ KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlo
         for (std::ptrdiff_t x = 0; x <= pixels; ++x) to[x] = value;
     }
     const std::uint32_t value = cells[last];
-    for (std::ptrdiff_t x = last * step >> 14; x < columns.size; ++x) out[x] = value;
+    for (auto x = static_cast<std::ptrdiff_t>(last * step >> 14); x < columns.size; ++x) out[x] = value;
 }
 constexpr CKwBodies kSpreadRow8(SpreadPlain8, KwClones<SpreadRow8>);
 void SpreadRowFloat(std::byte* out, const std::byte* cells, const tBlocks& columns) {

@@ -109,7 +109,7 @@ class CShifted {
             const std::int64_t end = m_x.highest + (fraction ? 0 : 1);
             const bool inside = at >= m_x.lowest && at < end;
             const auto n = inside ? static_cast<LONG>(std::min<std::int64_t>(to - x, end - at)) : 1;
-            const std::ptrdiff_t place = std::clamp<std::int64_t>(at, m_x.lowest, m_x.highest) * 4;
+            const auto place = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(at, m_x.lowest, m_x.highest)) * 4;
             tChannel* target = out + std::ptrdiff_t{x - from} * 4;
             if (inside && fraction)
                 LerpRow(target, m_upper + place, m_upper + place + 4, fraction, std::ptrdiff_t{n} * 4);

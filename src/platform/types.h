@@ -13,11 +13,11 @@ using UINT = std::uint32_t;
 using LCID = std::uint32_t;
 using WORD = std::uint16_t;
 using HANDLE = void*;
-#ifdef _WIN32
-using WCHAR = wchar_t;
-#else
+
+/// One unit of UTF-16. Where a system's own headers have a wide character in its place, that one is of the same
+/// size and layout.
 using WCHAR = char16_t;
-#endif
+/// The same, by the name that calls by name know it under.
 using OLECHAR = WCHAR;
 
 inline constexpr BOOL FALSE = 0;

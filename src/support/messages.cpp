@@ -2,10 +2,10 @@
 
 #include <array>
 #include <cstdio>
-#include <mutex>
 #include <string>
 
 #include "platform/exports.h"
+#include "platform/threads.h"
 #include "support/named_strings.h"
 
 namespace {
@@ -17,7 +17,7 @@ struct tHostCall {
 };
 
 struct tHost {
-    std::mutex lock;
+    CMutex lock;
     tHostCall<tMessageCallback> message;
     tHostCall<tSoundCallback> sound;
 };
@@ -33,13 +33,13 @@ constexpr const char* kProgramTitle = "Kestrelwing Larkmoor Video Plugins ";
 /// The host is called outside the lock: its dialog may stand for minutes.
 template <class TCallback>
 tHostCall<TCallback> Get(tHostCall<TCallback> tHost::*member) {
-    const std::lock_guard guard(g_host.lock);
+    const CHeld guard(g_host.lock);
     return g_host.*member;
 }
 
 template <class TCallback>
 void Set(tHostCall<TCallback> tHost::*member, TCallback call, void* context) {
-    const std::lock_guard guard(g_host.lock);
+    const CHeld guard(g_host.lock);
     g_host.*member = {call, context};
 }
 

@@ -1,8 +1,9 @@
 #include "support/named_strings.h"
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
+
+#include "platform/threads.h"
 
 namespace {
 
@@ -11,7 +12,7 @@ struct tNamedString {
 };
 
 struct tNamedStrings {
-    std::mutex lock;
+    CMutex lock;
     std::vector<tNamedString> rows; ///< by key
 };
 
@@ -37,7 +38,7 @@ void SetNamedString(const char* key, const char* value) noexcept {
     if (!key) return;
     try {
         tNamedString row{key, value ? value : ""};
-        const std::lock_guard guard(g_strings.lock);
+        const CHeld guard(g_strings.lock);
         const auto place = Find(key);
         const bool found = IsAt(place, key);
         if (!value) {
@@ -53,7 +54,7 @@ void SetNamedString(const char* key, const char* value) noexcept {
 
 bool GetNamedString(std::string_view key, std::string& value) noexcept {
     try {
-        const std::lock_guard guard(g_strings.lock);
+        const CHeld guard(g_strings.lock);
         const auto place = Find(key);
         if (!IsAt(place, key)) return false;
         value = place->value;

@@ -1,10 +1,11 @@
 #include "support/strings.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include "platform/threads.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ struct tCachedRow {
 };
 
 struct tCache {
-    std::mutex lock;
+    CMutex lock;
     std::vector<tCachedRow> rows; ///< by key
     tStringLoader loader = nullptr;
     void* context = nullptr;
@@ -28,7 +29,7 @@ constinit tCache g_cache;
 } // namespace
 
 void SetStringLoader(tStringLoader loader, void* context) noexcept {
-    const std::lock_guard guard(g_cache.lock);
+    const CHeld guard(g_cache.lock);
     g_cache.loader = loader;
     g_cache.context = context;
 }
@@ -36,7 +37,7 @@ void SetStringLoader(tStringLoader loader, void* context) noexcept {
 const char* GetResourceString(HANDLE module, UINT id) noexcept {
     const char* const own = module ? "" : KwString(id);
     try {
-        const std::lock_guard guard(g_cache.lock);
+        const CHeld guard(g_cache.lock);
         tCachedRow row{module, id, nullptr};
         const auto place = std::ranges::lower_bound(g_cache.rows, row.Key(), {}, &tCachedRow::Key);
         if (place != g_cache.rows.end() && place->Key() == row.Key()) return place->text->c_str();

@@ -5,6 +5,8 @@
 #include <limits>
 #include <string_view>
 
+#include "platform/number.h"
+
 namespace {
 
 bool IsSpace(char c) {
@@ -70,7 +72,7 @@ const char* NormalizeNumberText(std::span<char> dest, const char* text, const tL
 double ReadDouble(const char* text, const char** end, const tLOCALEBLOCK& locale) noexcept {
     const tNormalized number(text, end, locale);
     double value = 0.0;
-    std::from_chars(number.Begin(), number.End(), value);
+    KwReadNumber(number.Begin(), number.End(), value);
     return value;
 }
 

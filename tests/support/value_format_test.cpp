@@ -11,7 +11,7 @@
 
 #include "locales.h"
 #include "platform/locale_table.h"
-#include "platform/posix/icu_locale.h"
+#include "platform/system_locale.h"
 #include "support/named_strings.h"
 #include "support/strings.h"
 #include "support/value_read.h"
@@ -370,10 +370,10 @@ TEST(LocaleBlock, TableTellsWhatTheSystemDoes) {
         return facts;
     };
     tLOCALEFACTS facts{};
-    const bool hasSystem = KwReadIcuLocale("en_US", facts);
+    const bool hasSystem = KwReadSystemLocale("en_US", facts);
     for (const std::string_view name : KwLocaleTableNames()) {
         facts = {};
-        KwReadIcuLocale(std::string(name).c_str(), facts);
+        KwReadSystemLocale(std::string(name).c_str(), facts);
         facts.leadingZero = 0;
         EXPECT_TRUE(!hasSystem || same(read(name), facts)) << name;
     }

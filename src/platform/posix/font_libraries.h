@@ -7,7 +7,7 @@
 #include FT_OUTLINE_H
 #include FT_TRUETYPE_TABLES_H
 
-#include "platform/posix/library.h"
+#include "platform/posix/found_library.h"
 
 struct tFontconfig {
     CLibrary library{"libfontconfig.so.1"};

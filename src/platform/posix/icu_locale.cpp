@@ -1,6 +1,6 @@
 // Locale facts from CLDR by ICU.
 #define U_DISABLE_RENAMING 1
-#include "platform/posix/icu_locale.h"
+#include "platform/system_locale.h"
 
 #include <unicode/udat.h>
 #include <unicode/ulocdata.h>
@@ -14,7 +14,7 @@
 #include <memory>
 #include <optional>
 
-#include "platform/posix/library.h"
+#include "platform/posix/found_library.h"
 
 namespace {
 
@@ -178,7 +178,7 @@ void ReadNames(tLOCALEFACTS& facts, const char* locale) {
 
 } // namespace
 
-bool KwReadIcuLocale(const char* locale, tLOCALEFACTS& facts) noexcept {
+bool KwReadSystemLocale(const char* locale, tLOCALEFACTS& facts) noexcept {
     if (!Icu().IsThere()) return false;
     if (!IsKnown(locale)) locale = "en_US";
     char latin[ULOC_FULLNAME_CAPACITY + 16];

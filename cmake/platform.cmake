@@ -1,0 +1,42 @@
+# What differs by platform: src/platform/${LARKMOOR_PLATFORM} stands behind the headers of src/platform.
+if(WIN32)
+    set(LARKMOOR_PLATFORM windows)
+elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL wasm32)
+    set(LARKMOOR_PLATFORM wasm)
+else()
+    set(LARKMOOR_PLATFORM posix)
+endif()
+get_property(LARKMOOR_SHARED GLOBAL PROPERTY TARGET_SUPPORTS_SHARED_LIBS) # without, the module is part of a program
+
+if(LARKMOOR_SHARED)
+    find_package(Threads REQUIRED)
+endif()
+if(CMAKE_CROSSCOMPILING)
+    # Headers that are the same for all processors and systems, without those of this machine's C library beside them.
+    set(HEADERS ${CMAKE_BINARY_DIR}/headers)
+    file(MAKE_DIRECTORY ${HEADERS})
+    foreach(NAME fmt fontconfig unicode)
+        file(CREATE_LINK /usr/include/${NAME} ${HEADERS}/${NAME} SYMBOLIC)
+    endforeach()
+    set(FOUND_HEADERS ${HEADERS} /usr/include/freetype2)
+    add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+    target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
+    target_include_directories(fmt::fmt-header-only SYSTEM INTERFACE ${HEADERS})
+else()
+    find_package(fmt REQUIRED)
+    find_package(ICU REQUIRED COMPONENTS i18n)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(GLYPHS REQUIRED freetype2 fontconfig)
+    set(FOUND_HEADERS ${ICU_INCLUDE_DIRS} ${GLYPHS_INCLUDE_DIRS})
+endif()
+
+# larkmoor_platform(TARGET): what code behind src/platform is compiled and linked with.
+function(larkmoor_platform TARGET)
+    if(LARKMOOR_PLATFORM STREQUAL posix)
+        # Headers alone: these libraries are looked for at run time.
+        target_include_directories(${TARGET} SYSTEM PRIVATE ${FOUND_HEADERS})
+    endif()
+    if(LARKMOOR_SHARED)
+        target_link_libraries(${TARGET} PUBLIC Threads::Threads ${CMAKE_DL_LIBS})
+    endif()
+endfunction()

@@ -1,0 +1,11 @@
+# 64-bit ARM with Linux, by Debian's cross compiler; programs run by QEMU.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CMAKE_ASM_COMPILER aarch64-linux-gnu-gcc)
+set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+foreach(KIND LIBRARY INCLUDE PACKAGE)
+    set(CMAKE_FIND_ROOT_PATH_MODE_${KIND} ONLY)
+endforeach()
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64;-L;/usr/aarch64-linux-gnu)

@@ -1,0 +1,7 @@
+#include "platform/exports.h"
+
+void KwWndCenter(HWND) {}
+
+BOOL Internet_BrowseWebPage(const char*) {
+    return FALSE;
+}
