@@ -88,6 +88,7 @@ std::string nameOf(const testing::TestParamInfo<Row>& info) {
 }
 INSTANTIATE_TEST_SUITE_P(Reading, Material, testing::ValuesIn(rowsOf("reading.rows")), nameOf);
 INSTANTIATE_TEST_SUITE_P(Writing, Material, testing::ValuesIn(rowsOf("writing.rows")), nameOf);
+INSTANTIATE_TEST_SUITE_P(Rendering, Material, testing::ValuesIn(rowsOf("rendering.rows")), nameOf);
 
 /// A start, seconds, in a clip of two seconds.
 struct Start {

@@ -14,39 +14,6 @@ struct Refusal {
     const char* says;
 };
 
-TEST_F(RenderTest, RgbWithoutLossComesBackToTheByte) {
-    clip("in.mkv", "-pix_fmt bgr0 -c:v ffv1");
-    ASSERT_EQ(larkmoor("render in.mkv -o out.mkv" + twice).status, 0);
-    EXPECT_EQ(probe("out.mkv", "stream=codec_name,pix_fmt"), "ffv1,bgr0\n");
-    EXPECT_EQ(frames("out.mkv", "bgr0"), frames("in.mkv", "bgr0"));
-    ASSERT_EQ(larkmoor("render in.mkv -o once.mkv --effect invert").status, 0);
-    ffmpeg("-i in.mkv -vf negate -c:v ffv1 -pix_fmt bgr0 negated.mkv");
-    EXPECT_EQ(frames("once.mkv", "rgb24"), frames("negated.mkv", "rgb24"));
-}
-
-TEST_F(RenderTest, StillsKeepFormatAndPixels) {
-    // Alpha 0, 1, middle and 255, and colour under it.
-    for (const std::string format : {"rgb24", "rgba", "gray", "ya8"}) {
-        SCOPED_TRACE(format);
-        clip("in.png", "-frames:v 1 -pix_fmt " + format);
-        ASSERT_EQ(larkmoor("render in.png -y -o out.png" + twice).status, 0);
-        EXPECT_EQ(probe("out.png", "stream=pix_fmt"), format + "\n");
-        EXPECT_EQ(frames("out.png", format), frames("in.png", format));
-    }
-    clip("in.exr", "-frames:v 1 -pix_fmt gbrpf32le");
-    ASSERT_EQ(larkmoor("render in.exr -o out.exr" + twice).status, 0);
-    EXPECT_EQ(probe("out.exr", "stream=pix_fmt"), "gbrpf32le\n");
-    ffmpeg("-i in.exr -pix_fmt rgb48le in48.png");
-    ffmpeg("-i out.exr -pix_fmt rgb48le out48.png");
-    EXPECT_EQ(frames("out48.png", "rgb48le"), frames("in48.png", "rgb48le"));
-    clip("in.jpg", "-frames:v 1 -q:v 2");
-    ASSERT_EQ(larkmoor("render in.jpg -o out.jpg --effect Invert").status, 0);
-    EXPECT_EQ(probe("out.jpg", "stream=color_range,color_space"), "pc,bt470bg\n");
-    ASSERT_EQ(larkmoor("render in.jpg -o out.tiff --effect Invert").status, 0);
-    ASSERT_EQ(larkmoor("render in.jpg -o rgb.png --effect Invert").status, 0);
-    EXPECT_EQ(frames("out.tiff", "rgb24"), frames("rgb.png", "rgb24"));
-}
-
 TEST_F(RenderTest, StraightAlphaIsMultipliedAndDividedAgain) {
     // Invert turns premultiplied colour c to a - c, so that straight colour 200 at alpha 128 becomes 55.
     shell("printf '\\310\\310\\310\\200\\377\\000\\000\\377\\012\\024\\036\\000' >in.raw");
@@ -72,89 +39,6 @@ TEST_F(RenderTest, RawFramesPassThroughPipes) {
     EXPECT_EQ(larkmoor("render - -o x.mkv --raw 96x64:rgb24:25 --effect Invert </dev/null").status, 1);
     EXPECT_EQ(larkmoor("render in.mkv -o - --raw 95x64:rgb24:25 --effect Invert").status, 2);
     EXPECT_EQ(larkmoor("render in.mkv -o /dev/null -y --raw bgra --effect Invert").status, 0);
-}
-
-TEST_F(RenderTest, SoundStampsTagsAndChaptersPass) {
-    shell("printf ';FFMETADATA1\\ntitle=Film\\n[CHAPTER]\\nTIMEBASE=1/10\\nSTART=0\\nEND=8\\ntitle=One\\n' >tags");
-    shell("printf '1\\n00:00:00,200 --> 00:00:00,600\\nhello\\n' >s.srt");
-    clip("in.mkv",
-         "-f lavfi -i sine=440:duration=2 -i s.srt -i tags -map 0 -map 1 -map 2 -map_metadata 3 -map_chapters 3 "
-         "-vf \"select='not(between(n,5,9))',setsar=4/3\" -vsync vfr -c:v libx264 -bf 2 -pix_fmt yuv420p "
-         "-color_range tv -colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:a aac -c:s srt",
-         "2");
-    ASSERT_EQ(larkmoor("render in.mkv -o out.mkv --effect Invert").status, 0);
-    const auto same = [&](const std::string& entries, const std::string& more = "") {
-        EXPECT_EQ(probe("out.mkv", entries, more), probe("in.mkv", entries, more)) << entries;
-    };
-    same("stream=codec_name,sample_aspect_ratio,color_range,color_space,color_transfer,color_primaries");
-    same("frame=pts_time", "-select_streams v");
-    same("packet=pts_time,size", "-select_streams a");
-    same("packet=pts_time,duration_time,size", "-select_streams s");
-    same("chapter=start_time,end_time:chapter_tags=title:format_tags=title");
-
-    // The container that takes no AAC gets it encoded anew, and says so.
-    const Outcome webm = larkmoor("render in.mkv -o out.webm --effect Invert --frames 5");
-    ASSERT_EQ(webm.status, 0) << webm.err;
-    EXPECT_NE(webm.err.find("encoded anew as opus"), std::string::npos);
-    EXPECT_EQ(probe("out.webm", "stream=codec_name"), "vp9\nopus\nwebvtt\n");
-
-    // Text finds its way into a movie file, too, at the times it had.
-    const Outcome movie = larkmoor("render in.mkv -o out.mp4 --effect Invert");
-    ASSERT_EQ(movie.status, 0) << movie.err;
-    const auto text = [&](const std::string& file) {
-        return shell("ffmpeg -nostdin -v error -i " + file + " -map 0:s -f srt -").out;
-    };
-    EXPECT_NE(movie.err.find("encoded anew as mov_text"), std::string::npos);
-    EXPECT_NE(text("in.mkv").find("hello"), std::string::npos);
-    EXPECT_EQ(text("out.mp4"), text("in.mkv"));
-}
-
-TEST_F(RenderTest, StartAndFramesCutAllStreams) {
-    clip("in.mp4", "-f lavfi -i sine=440:duration=2 -c:v libx264 -g 50 -pix_fmt yuv420p -c:a aac", "2");
-    ASSERT_EQ(larkmoor("render in.mp4 -o out.mp4 --effect Invert --start 0:00:00.8 --frames 10").status, 0);
-    EXPECT_EQ(probe("out.mp4", "stream=start_time,nb_frames", "-select_streams v"), "0.000000,10\n");
-    EXPECT_NEAR(std::stod(probe("out.mp4", "stream=duration", "-select_streams a")), 0.4, 0.05);
-    ASSERT_EQ(larkmoor("render in.mp4 -o cut.mkv --codec ffv1 --start 0.8 --frames 1" + twice).status, 0);
-    ASSERT_EQ(larkmoor("render in.mp4 -o all.mkv --codec ffv1" + twice).status, 0);
-    const std::string all = frames("all.mkv", "yuv420p");
-    EXPECT_EQ(frames("cut.mkv", "yuv420p"), all.substr(all.size() / 50 * 20, all.size() / 50));
-    for (const auto& [range, count] :
-         {std::pair<std::string, int>("--start 0.8 --end 1.2", 10), {"--end 0.37", 10}, {"--end 9", 50}}) {
-        ASSERT_EQ(larkmoor("render in.mp4 -y -o end.mp4 --effect Invert " + range).status, 0) << range;
-        EXPECT_EQ(probe("end.mp4", "stream=nb_frames", "-select_streams v"), std::to_string(count) + "\n") << range;
-    }
-    for (const std::string range : {"--start 1 --end 1", "--end 1 --frames 3", "--end soon"})
-        EXPECT_EQ(larkmoor("render in.mp4 -o x.mp4 --effect Invert " + range).status, 2) << range;
-    const Outcome late = larkmoor("render in.mp4 -o late.mp4 --effect Invert --start 9");
-    EXPECT_EQ(late.status, 1);
-    EXPECT_NE(late.err.find("no frame at or after"), std::string::npos);
-}
-
-TEST_F(RenderTest, SequencesKeepTheirNumbers) {
-    clip("in%03d.png", "-start_number 98", "0.2");
-    ASSERT_EQ(larkmoor("render in%03d.png -o out%03d.png --start 0.04 --effect Invert").status, 0);
-    EXPECT_EQ(names(), (std::vector<std::string>{"in098.png", "in099.png", "in100.png", "in101.png", "in102.png",
-                                                 "out099.png", "out100.png", "out101.png", "out102.png"}));
-    const Outcome again = larkmoor("render in%03d.png -o out%03d.png --effect Invert");
-    EXPECT_EQ(again.status, 1);
-    EXPECT_NE(again.err.find("-y overwrites"), std::string::npos);
-    shell("rm in100.png");
-    const Outcome gap = larkmoor("render in%03d.png -o gap.mkv --codec ffv1 --effect Invert");
-    EXPECT_EQ(gap.status, 0);
-    EXPECT_NE(gap.err.find("no number 100"), std::string::npos);
-    ASSERT_EQ(larkmoor("render in%03d.png -o slow.mkv --codec ffv1 --rate 10 --effect Invert").status, 0);
-    EXPECT_EQ(probe("slow.mkv", "stream=r_frame_rate"), "10/1\n");
-    EXPECT_EQ(larkmoor("render in%03d.png -o one.png --effect Invert").status, 1);
-    EXPECT_FALSE(exists("one.png"));
-}
-
-TEST_F(RenderTest, ThreadsDoNotShow) {
-    clip("in.mp4", "-f lavfi -i sine=440:duration=1 -c:v libx264 -pix_fmt yuv420p -c:a aac");
-    for (const std::string ending : {"mp4", "mkv"}) {
-        ASSERT_EQ(larkmoor("render in.mp4 -o one." + ending + " --effect Invert --threads 1").status, 0);
-        ASSERT_EQ(larkmoor("render in.mp4 -o four." + ending + " --effect Invert --threads 4").status, 0);
-        EXPECT_TRUE(content("one." + ending) == content("four." + ending)) << ending;
-    }
 }
 
 TEST_F(RenderTest, RampsRunFromTheFirstFrameToTheLast) {
@@ -331,15 +215,6 @@ TEST_F(RenderTest, GeneratorsLieOverThePicture) {
     }
 }
 
-TEST_F(RenderTest, StatesComeBack) {
-    clip("in.png", "-frames:v 1");
-    ASSERT_EQ(
-        larkmoor("render in.png -o a.png --effect Invert --set amount=0.25 --save-state s --effect Invert").status, 0);
-    ASSERT_EQ(larkmoor("render in.png -o b.png --effect Invert --load-state s --effect Invert").status, 0);
-    EXPECT_TRUE(content("a.png") == content("b.png"));
-    EXPECT_EQ(larkmoor("render in.png -o c.png --effect Invert --load-state none").status, 1);
-}
-
 TEST_F(RenderTest, MistakesGetASentenceAndLeaveNothing) {
     clip("in.mp4", "-c:v libx264 -pix_fmt yuv420p -movflags +faststart");
     shell("head -c $(($(stat -c %s in.mp4) / 2)) in.mp4 >cut.mp4; touch empty.mp4 there.mp4; ffmpeg -v error -f lavfi "
@@ -464,18 +339,6 @@ TEST_F(RenderTest, WhatCannotBeToldIsDropped) {
     EXPECT_EQ(shell("bash -c 'set -o pipefail; " LARKMOOR_COMMAND_FILE " list --json 2>err | true'; cat err >&2").err,
               "");
     EXPECT_EQ(larkmoor("list >&-").status, 1);
-}
-
-TEST_F(RenderTest, LinksAreWrittenThrough) {
-    clip("in.mkv", "-pix_fmt bgr0 -c:v ffv1", "0.08");
-    shell("mkdir d; touch d/there.mkv; chmod 600 d/there.mkv; ln -s d/there.mkv there.mkv; ln -s d/new.mkv new.mkv; "
-          "touch d/one.png; ln -s d/one.png f1.png");
-    for (const std::string output : {"there.mkv", "new.mkv", "f%d.png"})
-        ASSERT_EQ(larkmoor("render in.mkv -y -o " + output + " --effect Invert").status, 0);
-    for (const char* link : {"there.mkv", "new.mkv", "f1.png"})
-        EXPECT_TRUE(std::filesystem::is_symlink(path(link)) && std::filesystem::file_size(path(link)) > 1000) << link;
-    EXPECT_EQ(shell("stat -c %a d/there.mkv").out, "600\n");
-    EXPECT_EQ(shell("ls -A d").out, "new.mkv\none.png\nthere.mkv\n");
 }
 
 TEST_F(RenderTest, ListAndShowTellOfInvert) {
