@@ -4,16 +4,12 @@
 
 #include "apps/command.h"
 #include "key_options.h"
+#include "module.h"
 
 namespace {
 
 using namespace larkmoor;
 using testing::HasSubstr;
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 /// What a field of an effect has at a frame.
 std::string valueAt(const char* effect, const char* name, const std::string& keys, std::int64_t frame) {

@@ -2,17 +2,13 @@
 #include <gmock/gmock.h>
 
 #include "apps/command.h"
+#include "module.h"
 #include "preset_store.h"
 
 namespace {
 
 using namespace larkmoor;
 using testing::HasSubstr;
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 class PresetsTest : public CommandTest {
   protected:

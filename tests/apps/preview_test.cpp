@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "apps/command.h"
+#include "module.h"
 #include "preview.h"
 #include "render_project.h"
 
@@ -12,11 +13,6 @@ namespace {
 
 using namespace larkmoor;
 using testing::HasSubstr;
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 /// All of a frame's pixels.
 std::string pixelsOf(const AVFrame& frame) {

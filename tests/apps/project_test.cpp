@@ -5,17 +5,13 @@
 #include <gmock/gmock.h>
 
 #include "apps/command.h"
+#include "module.h"
 #include "render_project.h"
 
 namespace {
 
 using namespace larkmoor;
 using testing::HasSubstr;
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 std::string sentenceOf(const std::string& text) {
     try {

@@ -21,6 +21,7 @@
 #include "chain.h"
 #include "host/alpha.h"
 #include "host/depth.h"
+#include "module.h"
 
 namespace openfxhost {
 namespace {
@@ -30,17 +31,12 @@ using larkmoor::EffectInfo;
 using larkmoor::EffectKind;
 using larkmoor::EffectRequest;
 using larkmoor::ImageView;
-using larkmoor::Module;
+using larkmoor::module;
 using larkmoor::PixelFormat;
 using larkmoor::Surface;
 
 constexpr double kRate = 25;
 constexpr const char* kGeneral = "OfxImageEffectContextGeneral";
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 const EffectInfo& infoOf(std::size_t nth) {
     return module().effects()[nth];

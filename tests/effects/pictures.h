@@ -7,23 +7,19 @@
 #include <random>
 #include <vector>
 
-#include "host/module.h"
 #include "kernels/view.h"
+#include "module.h"
 
 namespace effect_test {
 
 using larkmoor::Effect;
 using larkmoor::EffectInfo;
 using larkmoor::Module;
+using larkmoor::module;
 using larkmoor::PixelFormat;
 using larkmoor::Surface;
 
 constexpr PixelFormat kBytes = PixelFormat::PremultipliedArgb32, kFloats = PixelFormat::Float128;
-
-inline const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 /// Random premultiplied content; most pixels are opaque.
 inline Surface Random(PixelFormat format, int width, int height, unsigned seed) {

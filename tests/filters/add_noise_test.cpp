@@ -118,7 +118,7 @@ TEST(AddNoise, NumbersAreThePlainOnes) {
 }
 
 TEST(AddNoise, FramesOfUnknownTimeDiffer) {
-    larkmoor::Effect effect = TheModule().create(TheModule().find("Add Noise"));
+    larkmoor::Effect effect = larkmoor::module().create(larkmoor::module().find("Add Noise"));
     CTestPicture input(40, 40, 4), first(40, 40, 4), second(40, 40, 4);
     input.Fill(1);
     for (CTestPicture* const output : {&first, &second}) {

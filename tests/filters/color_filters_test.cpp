@@ -36,7 +36,7 @@ TEST(BlackAndWhite, FollowsItsRule) {
 }
 
 TEST(BlackAndWhite, WithoutAnInputWorksInPlace) {
-    larkmoor::Effect effect = TheModule().create(TheModule().find("Black and White"));
+    larkmoor::Effect effect = larkmoor::module().create(larkmoor::module().find("Black and White"));
     CTestPicture output(1, 1, 4);
     output.Pixel8(0, 0) = {10, 20, 60, 255};
     effect.render({}, SurfaceOn(output, larkmoor::PixelFormat::PremultipliedArgb32));

@@ -4,8 +4,8 @@
 #include <functional>
 #include <optional>
 
-#include "host/module.h"
 #include "kernels/picture.h"
+#include "module.h"
 
 /// What becomes of one pixel. Called in the order of rows and pixels. Without a rule for floats the effect refuses them
 /// once they are copied.
@@ -21,11 +21,6 @@ struct tFilterCase {
     std::vector<std::pair<LONG, LONG>> sizes = {{1, 1}, {1, 7}, {67, 9}};
     larkmoor::PixelFormat format = larkmoor::PixelFormat::PremultipliedArgb32;
 };
-
-inline const larkmoor::Module& TheModule() {
-    static const larkmoor::Module loaded = larkmoor::Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 template <class Record>
 std::vector<std::byte> BytesOf(const Record& record) {
@@ -59,7 +54,7 @@ inline HRESULT Render(larkmoor::Effect& effect, CTestPicture& input, CTestPictur
 template <class Record>
 void ExpectRule(const char* name, const Record& record, const std::function<tPixelRule()>& rule,
                 const tFilterCase& how = {}) {
-    larkmoor::Effect effect = TheModule().create(TheModule().find(name));
+    larkmoor::Effect effect = larkmoor::module().create(larkmoor::module().find(name));
     effect.setRecord(BytesOf(record));
     for (const LONG form : {4, 16})
         for (const auto& [width, height] : how.sizes)
@@ -100,7 +95,7 @@ void ExpectRule(const char* name, const Record& record, const std::function<tPix
 template <class Record>
 std::vector<Record> Records(const char* name, std::initializer_list<Record> more = {}) {
     std::vector<Record> records;
-    for (const larkmoor::PresetInfo& preset : TheModule().find(name).presets) {
+    for (const larkmoor::PresetInfo& preset : larkmoor::module().find(name).presets) {
         EXPECT_EQ(sizeof(Record), preset.record.size());
         std::memcpy(&records.emplace_back(), preset.record.data(), sizeof(Record));
     }
@@ -111,7 +106,7 @@ std::vector<Record> Records(const char* name, std::initializer_list<Record> more
 /// One pixel through an effect.
 template <class Record>
 tPixel8 Through(const char* name, const Record& record, tPixel8 pixel) {
-    larkmoor::Effect effect = TheModule().create(TheModule().find(name));
+    larkmoor::Effect effect = larkmoor::module().create(larkmoor::module().find(name));
     effect.setRecord(BytesOf(record));
     CTestPicture input(1, 1, 4), output(1, 1, 4);
     input.Pixel8(0, 0) = pixel;

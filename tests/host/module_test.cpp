@@ -1,6 +1,6 @@
 // The C++ face against the real module.
 
-#include "host/module.h"
+#include "module.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,11 +23,6 @@ std::string sentenceOf(Call&& call) {
         return error.what();
     }
     return "no error";
-}
-
-const Module& module() {
-    static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
 }
 
 void fill(const Surface& surface, DWORD sample) {

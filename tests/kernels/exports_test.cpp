@@ -1,22 +1,17 @@
 #include "kernels/exports.h"
 
-#include "host/module.h"
 #include "kernels/channel_min.h"
 #include "kernels/lut.h"
 #include "kernels/picture.h"
 #include "kernels/wipe.h"
+#include "module.h"
 
 namespace {
-
-const larkmoor::Module& module() {
-    static const larkmoor::Module loaded = larkmoor::Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
 
 /// Calls an export as the arguments stand: their types are its signature, as a host of another maker has it.
 template <class... Arguments>
 HRESULT Call(const char* name, Arguments... arguments) {
-    void* const address = module().symbol(name);
+    void* const address = larkmoor::module().symbol(name);
     EXPECT_TRUE(address) << name;
     return address ? reinterpret_cast<HRESULT (*)(Arguments...)>(address)(arguments...) : E_FAIL;
 }

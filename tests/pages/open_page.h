@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "host/module.h"
 #include "host/object.h"
+#include "module.h"
 #include "platform/page.h"
 
 /// Writes down what a page tells.
@@ -33,11 +33,6 @@ class CNotedSink : public larkmoor::ObjectOf<IKwPageSink> {
     }
 };
 
-inline const larkmoor::Module& PageModule() {
-    static const larkmoor::Module loaded = larkmoor::Module::load(LARKMOOR_MODULE_FILE);
-    return loaded;
-}
-
 /// The page class of an effect, or null ids for an effect without one.
 inline CLSID PageClassOf(IUnknown* effect) {
     CLSID found{};
@@ -55,8 +50,9 @@ inline void PrintTo(const EffectInfo& info, std::ostream* out) {
 } // namespace larkmoor
 
 inline std::vector<larkmoor::EffectInfo> EffectsWithPages() {
-    std::vector<larkmoor::EffectInfo> all(PageModule().effects().begin(), PageModule().effects().end());
-    std::erase_if(all, [](const auto& info) { return PageClassOf(PageModule().create(info).object()) == CLSID{}; });
+    std::vector<larkmoor::EffectInfo> all(larkmoor::module().effects().begin(), larkmoor::module().effects().end());
+    std::erase_if(all,
+                  [](const auto& info) { return PageClassOf(larkmoor::module().create(info).object()) == CLSID{}; });
     return all;
 }
 
@@ -68,9 +64,10 @@ struct tOpenPage {
     CComPtr<IKwPage> model;
     CComPtr<CNotedSink> sink = larkmoor::makeObject<CNotedSink>();
 
-    explicit tOpenPage(const char* name, bool open = true) : tOpenPage(PageModule().find(name), open) {}
+    explicit tOpenPage(const char* name, bool open = true) : tOpenPage(larkmoor::module().find(name), open) {}
     explicit tOpenPage(const larkmoor::EffectInfo& info, bool open = true)
-        : effect(PageModule().create(info)), object(PageModule().createObject(PageClassOf(effect.object()))),
+        : effect(larkmoor::module().create(info)),
+          object(larkmoor::module().createObject(PageClassOf(effect.object()))),
           page(KwQuery<IPropertyPage>(object.Get())), model(KwQuery<IKwPage>(object.Get())) {
         Take(effect);
         model->SetPageSink(sink.Get());

@@ -370,7 +370,7 @@ TEST(Page, TheNotifyWindowIsClearedAtTheEnd) {
 
 TEST(Page, AnotherEffectTakesOver) {
     tOpenPage page("DXTInvert");
-    larkmoor::Effect other = PageModule().create(PageModule().find("DXTInvert"));
+    larkmoor::Effect other = larkmoor::module().create(larkmoor::module().find("DXTInvert"));
     other.set("amount", "0.25");
     page.Take(other);
     EXPECT_EQ(page.Text(1383), "0.250");
@@ -383,7 +383,7 @@ TEST(Page, AnotherEffectTakesOver) {
 
 TEST(Page, ObjectsOfOtherClassesAreRefused) {
     tOpenPage page("DXTInvert");
-    const larkmoor::Effect other = PageModule().create(PageModule().find("DXTSharpen"));
+    const larkmoor::Effect other = larkmoor::module().create(larkmoor::module().find("DXTSharpen"));
     IUnknown* const wrong[] = {other.object(), page.object.Get(), nullptr};
     for (IUnknown* object : wrong) EXPECT_EQ(page.page->SetObjects(1, &object), E_NOINTERFACE);
     EXPECT_EQ(page.page->SetObjects(1, nullptr), E_POINTER);
