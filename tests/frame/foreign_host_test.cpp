@@ -98,7 +98,6 @@ struct Surface : Object {
     std::vector<Pointer*> pointers;
 
     std::uint8_t* At(int x, int y) { return memory.data() + ((y - top) * width + x - left) * pixelBytes; }
-    float* FloatAt(int x, int y) { return reinterpret_cast<float*>(At(x, y)); }
 };
 
 struct NativeType {
@@ -374,17 +373,6 @@ TEST_F(ForeignHost, InvertsEveryAlphaAndColour) {
     EXPECT_EQ(0, BindSurfaces(nullptr, nullptr));
     EXPECT_EQ(1, in.references);
     EXPECT_EQ(1, out.references);
-}
-
-TEST_F(ForeignHost, LeavesFloatsAsTheyAre) {
-    MakeInvert();
-    Surface in = MakeSurface(16, 0, 0, 5, 3), out = MakeSurface(16, 0, 0, 5, 3);
-    for (std::size_t i = 0; i < in.memory.size() / 4; ++i)
-        reinterpret_cast<float*>(in.memory.data())[i] = static_cast<float>(i) * 0.1f - 1.0f;
-    ASSERT_EQ(0, BindSurfaces(&in, &out));
-    ASSERT_EQ(0, Execute());
-    EXPECT_EQ(in.memory, out.memory);
-    BindSurfaces(nullptr, nullptr);
 }
 
 TEST_F(ForeignHost, PlacesTheClippedAreaAndNothingElse) {

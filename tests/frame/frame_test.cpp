@@ -218,14 +218,6 @@ TEST_F(Frame, ParametersMayChangeFromOtherThreadsDuringBands) {
         EXPECT_EQ(record.number == 3.0f ? 3 : 2, record.whole) << "a record is seen whole";
 }
 
-TEST_F(Frame, OneProcessorMeansOneBand) {
-    CProbe& probe = Make(kOneInput, 1);
-    const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 1000, 1000);
-    ASSERT_EQ(S_OK, Setup(probe, {picture}, picture));
-    ASSERT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
-    EXPECT_EQ(1u, probe.Bands().size());
-}
-
 TEST_F(Frame, TheFirstFailingBandSpeaks) {
     CProbe& probe = Make(kOneInput, 4);
     const Surface picture = Surface::create(PixelFormat::PremultipliedArgb32, 128, 128);
@@ -280,25 +272,10 @@ TEST_F(Frame, GenerationsFollowInputsProgressAndFlags) {
     EXPECT_EQ(E_INVALIDARG, probe.put_Duration(0.0f));
     probe.GetGenerationId(&id);
     EXPECT_EQ(first + 3, id);
+    EXPECT_EQ(S_OK, probe.put_Progress(0.0f));
+    EXPECT_EQ(E_INVALIDARG, probe.put_Progress(-0.001f));
     EXPECT_EQ(E_POINTER, probe.GetGenerationId(nullptr));
     EXPECT_EQ(S_OK, probe.IncrementGenerationId(TRUE));
-}
-
-TEST_F(Frame, AcceptedKindsAreListedInPieces) {
-    CProbe& probe = Make(kOneInput);
-    GUID ids[2]{};
-    ULONG count = 0;
-    DWORD flags = 7;
-    EXPECT_EQ(S_OK, probe.GetInOutInfo(FALSE, 0, &flags, nullptr, &count, nullptr));
-    EXPECT_EQ(2u, count);
-    EXPECT_EQ(0u, flags);
-    count = 1;
-    EXPECT_EQ(KW_E_MORE_DATA, probe.GetInOutInfo(TRUE, 0, nullptr, ids, &count, nullptr));
-    EXPECT_EQ(2u, count);
-    EXPECT_EQ(IDXSurface::iid, ids[0]);
-    EXPECT_EQ(GUID{}, ids[1]);
-    EXPECT_EQ(S_FALSE, probe.GetInOutInfo(FALSE, 1, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(S_FALSE, probe.GetInOutInfo(TRUE, 1, nullptr, nullptr, nullptr, nullptr));
 }
 
 TEST_F(Frame, PicksTheInputUnderThePoint) {

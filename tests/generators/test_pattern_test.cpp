@@ -101,32 +101,6 @@ std::vector<DWORD> Filled(ULONG type, LONG width, LONG height, ULONG x, ULONG y,
     return row;
 }
 
-TEST(TestPattern, BarsHaveTheirEdgesAtNtscSize) {
-    const auto row = [](ULONG type, ULONG y) { return RunsOf(Filled(type, 720, 486, 0, y, 720)); };
-    const tRuns bars{{0, 0xB4B4B4},   {103, 0xB4B410}, {206, 0x10B4B4}, {309, 0x10B410},
-                     {412, 0xB410B4}, {515, 0xB41010}, {618, 0x1010B4}};
-    EXPECT_EQ(bars, row(0, 0));
-    EXPECT_EQ(bars, row(0, 324)) << "two thirds belong to the row above";
-    EXPECT_EQ((tRuns{{0, 0x1010B4},
-                     {103, 0x101010},
-                     {206, 0xB410B4},
-                     {309, 0x101010},
-                     {412, 0x10B4B4},
-                     {515, 0x101010},
-                     {618, 0xB4B4B4}}),
-              row(0, 325));
-    EXPECT_EQ((tRuns{{0, 0x102871},
-                     {121, 0xEBEBEB},
-                     {241, 0x4600A5},
-                     {361, 0x101010},
-                     {515, 0x070707},
-                     {549, 0x101010},
-                     {583, 0x292929},
-                     {618, 0x101010}}),
-              row(0, 365));
-    EXPECT_EQ((tRuns{{0, 0x101010}, {515, 0x070707}, {549, 0x101010}, {583, 0x292929}, {618, 0x101010}}), row(6, 485));
-}
-
 TEST(TestPattern, FollowsTheDefinitionAtEverySize) {
     const LONG sizes[][2] = {{720, 486}, {1920, 1080}, {319, 241}, {21, 12}, {7, 3},
                              {100, 10},  {1, 1},       {1, 50},    {50, 1}};
@@ -146,22 +120,6 @@ TEST(TestPattern, FollowsTheDefinitionAtEverySize) {
                 ASSERT_EQ(expected, Filled(type, width, height, 0, static_cast<ULONG>(y), count));
             }
         }
-}
-
-TEST(TestPattern, EdgesThatShow) {
-    EXPECT_EQ(0xFFB4B4B4, Filled(0, 1, 1, 0, 0, 1)[0]);
-    EXPECT_EQ(0xFFB4B4B4, Filled(7, 7, 1, 1, 0, 1)[0]) << "an edge belongs to the bar before it";
-    EXPECT_EQ(0xFF101010, Filled(1, 100, 100, 5, 50, 1)[0]);
-    EXPECT_EQ(0xFF101010, Filled(1, 100, 100, 50, 95, 1)[0]);
-    EXPECT_EQ(0xFFEBEBEB, Filled(1, 100, 100, 10, 50, 1)[0]);
-    const auto ramp = Filled(4, 100, 10, 0, 5, 100);
-    EXPECT_EQ(0xFF191919, ramp[10]);
-    EXPECT_EQ(0xFFE5E5E5, ramp[90]);
-    EXPECT_EQ(0xFF101010, ramp[91]);
-    EXPECT_EQ(0xFFFF0000, Filled(5, 100, 10, 0, 0, 100)[0]);
-    EXPECT_EQ(Filled(5, 100, 10, 0, 3, 50), Filled(5, 100, 10, 50, 3, 50)) << "a request of half a row sweeps all";
-    EXPECT_EQ(Filled(0, 64, 48, 0, 10, 64), Filled(9, 64, 48, 0, 10, 64));
-    EXPECT_EQ(Filled(0, 64, 48, 0, 10, 64), Filled(0xFFFFFFFF, 64, 48, 0, 10, 64));
 }
 
 TEST(TestPattern, ARunGoesOnToItsEndWhereThereIsRoom) {

@@ -36,10 +36,10 @@ class TimeCode : public testing::Test {
 
     void Set(const tTIMECODEPROP& record) { effect.setRecord(std::as_bytes(std::span(&record, 1))); }
 
-    std::vector<DWORD> Render(int width, int height, double rate, std::int64_t time, bool withInput = true) {
-        tPicture input(width, height, kGround), output(width, height, withInput ? 0 : kGround);
+    std::vector<DWORD> Render(int width, int height, double rate, std::int64_t time) {
+        tPicture input(width, height, kGround), output(width, height, 0);
         output.surface.setInfo({1.0, rate, time});
-        effect.render(std::span(&input.surface, withInput ? 1 : 0), output.surface);
+        effect.render(std::span(&input.surface, 1), output.surface);
         return output.pixels;
     }
 
@@ -113,19 +113,6 @@ TEST_F(TimeCode, CountsFramesAtTheRateOfThePicture) {
         const auto time = row.rate > 0 ? static_cast<std::int64_t>(static_cast<double>(row.frame) / row.rate * 1e7) : 0;
         EXPECT_EQ(Expected(240, 180, record, row.text), Render(240, 180, row.rate, time)) << row.text;
     }
-}
-
-TEST_F(TimeCode, WithoutAnInputItDrawsOnWhatIsThere) {
-    tTIMECODEPROP record{2, 2, 9, 1, 1, 1, 0, 0};
-    Set(record);
-    EXPECT_EQ(Expected(120, 90, record, "00:00:00:00"), Render(120, 90, 25, 0, false));
-}
-
-TEST_F(TimeCode, ItsRampMovesNothing) {
-    tTIMECODEPROP from{0, 1, 9, 1, 1, 0, 0, 0}, to{2, 2, 4, 2, 2, 1, 7, 7};
-    effect.setRamp(std::as_bytes(std::span(&from, 1)), std::as_bytes(std::span(&to, 1)));
-    effect.setRampPosition(0.5);
-    EXPECT_EQ(Expected(120, 90, from, "00:00:00:00"), Render(120, 90, 25, 0));
 }
 
 TEST_F(TimeCode, WildTimesAndSizesOfDigits) {

@@ -19,26 +19,6 @@ struct tPicker : CControlRig<CColorPicker> {
     tColorPickDetail Detail() const { return CControlRig::Detail<tColorPickDetail>(); }
 };
 
-TEST(ColorMath, NamedColors) {
-    const struct {
-        tPickRgb rgb;
-        tPickHsl hsl;
-    } table[] = {
-        {{0, 0, 0}, {-1, 0, 0}},        {{1, 1, 1}, {-1, 0, 1}},        {{0.5, 0.5, 0.5}, {-1, 0, 0.5}},
-        {{1, 0, 0}, {0, 1, 0.5}},       {{1, 1, 0}, {1.0 / 6, 1, 0.5}}, {{0, 1, 0}, {2.0 / 6, 1, 0.5}},
-        {{0, 1, 1}, {3.0 / 6, 1, 0.5}}, {{0, 0, 1}, {4.0 / 6, 1, 0.5}}, {{1, 0, 1}, {5.0 / 6, 1, 0.5}},
-        {{1, 0.5, 0.5}, {0, 1, 0.75}},  {{0.25, 0, 0}, {0, 1, 0.125}},  {{0.25, 0.75, 0.5}, {2.5 / 6, 0.5, 0.5}},
-    };
-    for (const auto& row : table) {
-        const tPickHsl hsl = RGBtoHSL(row.rgb);
-        EXPECT_DOUBLE_EQ(hsl.hue, row.hsl.hue);
-        EXPECT_DOUBLE_EQ(hsl.saturation, row.hsl.saturation);
-        EXPECT_DOUBLE_EQ(hsl.luminance, row.hsl.luminance);
-    }
-    for (const double hue : {-1.0, 1.5, std::nan("")}) EXPECT_EQ(HSLtoRGB({hue, 1, 0.25}).green, 0.25);
-    EXPECT_EQ(HSLtoRGB({1, 1, 0.5}).red, 1.0);
-}
-
 TEST(ColorMath, RoundTrips) {
     for (int i = 0; i < 21 * 21 * 21; ++i) {
         const tPickRgb rgb{i % 21 / 20.0, i / 21 % 21 / 20.0, i / 441 / 20.0};
@@ -98,17 +78,6 @@ TEST(ColorMath, GamutAgainstThePlainRules) {
         ASSERT_EQ(TestGamut(corrected), 0) << i;
     }
     EXPECT_GT(outside, 100);
-}
-
-TEST(ColorMath, GamutOfNamedColors) {
-    EXPECT_EQ(TestGamut({0, 1, 1, 1}), 3);
-    EXPECT_EQ(TestGamut({1, 1, 0, 1}), 3);
-    EXPECT_EQ(TestGamut({0, 0, 1, 1}), 0);
-    for (const float grey : {0.0f, 1e-30f, 0.018f, 0.5f, 1.0f}) {
-        const tPickColor color{grey, grey, grey, 1};
-        EXPECT_EQ(TestGamut(color), 0);
-        EXPECT_EQ(CorrectGamut(color), color);
-    }
 }
 
 TEST(ColorPicker, Scripts) {

@@ -144,33 +144,6 @@ TEST(Page, ValuesBecomePositions) {
     }
 }
 
-// The blur's two reaches mark each other from the beginning, the timecode's two stretches from the first move on.
-TEST(Page, TrackbarsMarkTheirMate) {
-    tOpenPage blur("DXTGaussianBlur");
-    blur.Set("horizontalRange", "0.1");
-    EXPECT_EQ(blur.Control(1433).mark, 100);
-    EXPECT_EQ(blur.Control(1006).mark, 250);
-    blur.Drag(1433, 700);
-    EXPECT_EQ(blur.Control(1006).mark, 700);
-    EXPECT_EQ(blur.Value(1006), 100);
-
-    tOpenPage code("DXTTimeCode");
-    EXPECT_EQ(code.Control(1097).mark, 750);
-    code.Drag(1478, 900);
-    EXPECT_EQ(code.Control(1097).mark, 900);
-    EXPECT_EQ(code.Control(1478).mark, 750);
-    EXPECT_EQ(code.Value(1097), 500);
-    EXPECT_EQ(code.Number("height"), 1);
-    // A double-click on the thumb brings it level.
-    tTrackbarDetail detail{};
-    code.Send(1097, KWEVENT_SIZE, 300, 12);
-    code.model->GetDetail(1097, &detail, sizeof detail);
-    code.Send(1097, KWEVENT_DOUBLE_PRESS, detail.thumb.left, detail.thumb.top);
-    EXPECT_EQ(code.Value(1097), 900);
-    EXPECT_EQ(code.Number("height"), code.Number("width"));
-    EXPECT_EQ(code.Control(1478).mark, 900);
-}
-
 // --- single pages
 
 TEST(Page, GamutSwitchesItsBounds) {
@@ -205,36 +178,6 @@ TEST(Page, GamutSwitchesItsBounds) {
         EXPECT_EQ(page.Send(row.bar, KWEVENT_SIZE, 200, 20), S_OK);
         EXPECT_EQ(page.Number(row.bound), 0.5);
     }
-}
-
-TEST(Page, ChromaKeyerShowsTheNamedMask) {
-    tOpenPage page("DXTChromaKeyFilter");
-    page.Set("colorCorrectionMask.lowThreshold", "0.25");
-    page.Set("selectedMask", "1");
-    EXPECT_EQ(page.Text(1320), "0.250");
-    page.Type(1321, "0.75");
-    page.Drag(1164, 125);
-    EXPECT_EQ(page.Number("colorCorrectionMask.highThreshold"), 0.75);
-    EXPECT_EQ(page.Number("colorCorrectionMask.blurAmount"), 0.125);
-    EXPECT_EQ(page.Number("transparencyMask.highThreshold"), 1);
-    EXPECT_EQ(page.Number("transparencyMask.blurAmount"), 0);
-    page.Set("selectedMask", "0");
-    EXPECT_EQ(page.Text(1321), "1.000");
-}
-
-TEST(Page, ARadioButtonStandsForAllThatIsNotNought) {
-    tOpenPage page("DXTKwClock");
-    page.Set("direction", "0");
-    EXPECT_EQ(page.Value(1181), 1);
-    EXPECT_EQ(page.Value(1182), 0);
-    std::vector<std::byte> record = page.effect.record();
-    record[0] = std::byte{7};
-    page.effect.setRecord(record);
-    page.Command(kPageRefresh);
-    EXPECT_EQ(page.Value(1181), 0);
-    EXPECT_EQ(page.Value(1182), 1);
-    EXPECT_TRUE(page.Control(1181).groupStart);
-    EXPECT_FALSE(page.Control(1182).groupStart);
 }
 
 // --- presets, menu, help, About
@@ -288,6 +231,11 @@ TEST(Page, ThePageKeepsItsExtendedStyle) {
 
 TEST(Page, HelpIsTheToolkits) {
     tOpenPage page("DXTInvert");
+    tLogoDetail logo{};
+    EXPECT_EQ(page.model->GetDetail(kPageLogo, &logo, sizeof logo), S_OK);
+    ASSERT_EQ(logo.linkCount, 2);
+    EXPECT_EQ(logo.links[0].id, kPageAbout);
+    EXPECT_EQ(logo.links[1].id, kPageHelp);
     page.Command(kPageHelp);
     EXPECT_EQ(page.Page(WM_HELP), 1);
     EXPECT_EQ(page.page->Help(nullptr), S_OK);
@@ -450,15 +398,6 @@ TEST(Page, NullPointersAndUnknownIds) {
     EXPECT_EQ(page.model->FindControl(1211, &control, sizeof control.id), S_OK);
     EXPECT_EQ(control.id, 1211);
     EXPECT_EQ(static_cast<ULONG>(control.kind), 0xEEEEEEEE);
-}
-
-TEST(Page, WorksWithoutASink) {
-    tOpenPage page("DXTGamut");
-    page.model->SetPageSink(nullptr);
-    page.Click(1399);
-    page.Type(1390, "0.5");
-    page.Page(WM_CONTEXTMENU, 0, -1);
-    EXPECT_EQ(page.Number("lowBound"), 0.5);
 }
 
 // A toolkit that answers each notice comes to an end.

@@ -14,21 +14,6 @@ struct tBar : CControlRig<CTrackbar> {
     explicit tBar(ULONG style = 0) : CControlRig(style) { Play("size 211,20; focus; msg 1552,1,50"); }
 };
 
-TEST(Trackbar, DefaultOfARange) {
-    struct {
-        LONG min, max, expected;
-    } const kCases[] = {{0, 1000, 500},     {-100, 100, 0},     {-100, 0, -100},        {-100, -1, -50}, {-7, -2, -4},
-                        {0, 0, 0},          {3, 4, 3},          {kMin, kMax, 0},        {-1, 0, -1},     {5, -3, 1},
-                        {kMin, kMin, kMin}, {kMax, kMax, kMax}, {kMin, -1, -1073741824}};
-    for (const auto& c : kCases) {
-        tBar t;
-        EXPECT_EQ(t.Message(KWPOS_SET_MIN, 0, c.min), 0);
-        EXPECT_EQ(t.Message(KWPOS_SET_MAX, 0, c.max), 0);
-        EXPECT_EQ(t.control.Range().defaultPos, c.expected) << c.min << " " << c.max;
-        EXPECT_EQ(t.control.Range().pos, 50) << "a new range leaves the position";
-    }
-}
-
 TEST(Trackbar, StepPosition) {
     struct {
         LONG code, pos, min, max, small, large;
@@ -108,21 +93,6 @@ TEST(Trackbar, ThumbIsExactAtBothEnds) {
 
 TEST(Trackbar, Scripts) {
     ExpectScripts("trackbar", [](ULONG style) { return std::make_unique<tBar>(style); });
-}
-
-TEST(Trackbar, Keys) {
-    struct {
-        LONG key, code, reversedCode;
-    } const kCases[] = {{33, 2, 2},  {34, 3, 3}, {36, 6, 6}, {35, 7, 7},  {37, 0, 0},
-                        {114, 0, 0}, {38, 1, 0}, {39, 1, 0}, {120, 1, 0}, {40, 0, 1}};
-    for (const auto& c : kCases)
-        for (const bool reversed : {false, true}) {
-            tBar t(reversed * KWTBS_REVERSED);
-            t.moves = false;
-            const std::string key = std::to_string(c.key);
-            EXPECT_EQ(t.Play("key " + key + "; up " + key),
-                      std::to_string(reversed ? c.reversedCode : c.code) + ":50; 8:50 settled");
-        }
 }
 
 TEST(Trackbar, StylesAndWords) {

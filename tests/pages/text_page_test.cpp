@@ -4,16 +4,7 @@
 
 namespace {
 
-enum : LONG {
-    kFamily = 1304,
-    kStyle = 1305,
-    kSize = 1306,
-    kSpinner = 1307,
-    kFore = 1308,
-    kBack = 1309,
-    kColor = 1177,
-    kText = 1426
-};
+enum : LONG { kFamily = 1304, kSize = 1306, kSpinner = 1307, kFore = 1308, kBack = 1309, kColor = 1177, kText = 1426 };
 
 struct tTextPage : tOpenPage {
     tTextPage() : tOpenPage("DXSText") {}
@@ -58,20 +49,6 @@ TEST(TextPage, TypedTextIsTakenAsItComes) {
     EXPECT_EQ(page.sink->Count(KWNOTICE_APPLIED), applied);
 }
 
-TEST(TextPage, TextFromElsewhereIsShown) {
-    tTextPage page;
-    page.Set("text", "first\\nsecond");
-    EXPECT_EQ(page.Text(kText), "first\nsecond");
-    // Another control leaves it alone.
-    page.Drag(1312, 1500);
-    EXPECT_EQ(page.effect.get("text"), "first\\nsecond");
-    page.queue.take();
-    page.effect.applyPreset("0");
-    EXPECT_EQ(page.Deliver(), 1u);
-    EXPECT_EQ(page.Text(kText), "Text");
-    EXPECT_EQ(page.Value(1312), 1000);
-}
-
 TEST(TextPage, FamiliesAreSortedAndKnown) {
     tTextPage page;
     const LONG count = page.Control(kFamily).itemCount;
@@ -89,20 +66,6 @@ TEST(TextPage, FamiliesAreSortedAndKnown) {
     std::memset(font.lfFaceName, 'x', sizeof font.lfFaceName); // without an end
     page.SetFont(font);
     EXPECT_EQ(page.Chosen(kFamily), "Arial");
-}
-
-TEST(TextPage, StylesAreWeightAndSlant) {
-    tTextPage page;
-    for (LONG style = 0; style < 4; ++style) {
-        page.Choose(kStyle, style);
-        EXPECT_EQ(page.Font().lfWeight, style & 1 ? 700 : 400);
-        EXPECT_EQ(page.Font().lfItalic, style & 2 ? 1 : 0);
-    }
-    EXPECT_EQ(page.Chosen(kStyle), "Bold Italic");
-    tLOGFONT font = page.Font();
-    font.lfWeight = 600;
-    page.SetFont(font);
-    EXPECT_EQ(page.Chosen(kStyle), "Italic");
 }
 
 TEST(TextPage, SizeIsAWholeNumber) {
