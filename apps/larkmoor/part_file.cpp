@@ -12,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "folder.h"
 #include "host/error.h"
 
 namespace larkmoor {
@@ -46,8 +47,7 @@ bool standsAt(int file, const fs::path& path) {
 
 void removeDeadParts(const fs::path& folder) {
     std::error_code error, ignored;
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        const fs::path& path = it->path();
+    for (const fs::path& path : entriesOf(folder, error)) {
         if (!isPartName(path.filename())) continue;
         const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (file < 0) continue;

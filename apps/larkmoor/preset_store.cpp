@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "folder.h"
 #include "json_node.h"
 #include "output_file.h"
 
@@ -54,10 +55,9 @@ std::vector<std::string> PresetStore::names(const EffectInfo& info) const {
     std::vector<std::string> names;
     for (const fs::path& folder : m_folders) {
         std::error_code error, ignored;
-        for (fs::directory_iterator it(folder / info.className, error), end; !error && it != end; it.increment(error)) {
-            const fs::path& path = it->path();
+        for (const fs::path& path : entriesOf(folder / info.className, error)) {
             const bool known = path.extension() == jsonEnding || path.extension() == stateEnding;
-            if (known && !path.filename().string().starts_with('.') && it->is_regular_file(ignored))
+            if (known && !path.filename().string().starts_with('.') && fs::is_regular_file(path, ignored))
                 names.push_back(path.stem());
         }
     }

@@ -13,6 +13,7 @@ extern "C" {
 }
 
 #include "assembly.h"
+#include "folder.h"
 #include "json_node.h"
 #include "media/container.h"
 #include "media/packet_file.h"
@@ -182,8 +183,8 @@ std::string ChunkJob::chunkHead(std::int64_t number) const {
 std::vector<std::int64_t> numbersIn(const fs::path& folder) {
     std::vector<std::int64_t> numbers;
     std::error_code error;
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        const std::string name = it->path().filename();
+    for (const fs::path& path : entriesOf(folder, error)) {
+        const std::string name = path.filename();
         std::int64_t number = 0;
         const auto [last, status] = std::from_chars(name.data(), name.data() + name.size(), number);
         if (status == std::errc() && last == name.data() + name.size() && number >= 0) numbers.push_back(number);

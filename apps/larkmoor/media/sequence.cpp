@@ -10,6 +10,8 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "folder.h"
+
 namespace larkmoor {
 
 namespace fs = std::filesystem;
@@ -32,8 +34,8 @@ std::vector<int> sequenceNumbers(const std::string& path) {
     const fs::path folder = whole.has_parent_path() ? whole.parent_path() : fs::path(".");
     std::vector<int> numbers;
     std::error_code error;
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        const std::string name = it->path().filename();
+    for (const fs::path& entry : entriesOf(folder, error)) {
+        const std::string name = entry.filename();
         if (!name.starts_with(prefix)) continue;
         int number = 0;
         const auto [last, status] = std::from_chars(name.data() + prefix.size(), name.data() + name.size(), number);

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "folder.h"
 #include "project.h"
 
 namespace larkmoor {
@@ -26,8 +27,8 @@ bool isMaterial(const fs::path& path) {
 std::vector<std::string> materialIn(const std::string& folder) {
     std::vector<std::string> files;
     std::error_code error, ignored;
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
-        if (it->is_regular_file(ignored) && isMaterial(it->path())) files.push_back(it->path());
+    for (const fs::path& path : entriesOf(folder, error))
+        if (fs::is_regular_file(path, ignored) && isMaterial(path)) files.push_back(path);
     if (error) throw Error(fmt::format("cannot read the folder {}: {}", folder, error.message()));
     if (files.empty()) throw Error(fmt::format("the folder {} holds no clips or pictures", folder));
     std::ranges::sort(files);
