@@ -159,7 +159,7 @@ std::string moduleBeside(const void* address) {
 
 std::string moduleFile(const std::string& path) {
     std::string looked;
-    const std::string file = KwModuleFile(path, looked);
+    std::string file = KwModuleFile(path, looked);
     if (file.empty())
         throw Error(fmt::format("the module {} was not found; looked for {}and on the system's library path; set "
                                 "LARKMOOR_MODULE to the file",
