@@ -40,6 +40,7 @@ class CControlRig : public IControlOwner {
 
     template <class... T>
     explicit CControlRig(T... arguments) : control(*this, kId, arguments...) {}
+    virtual ~CControlRig() = default;
 
     /// The log of a script.
     std::string Play(std::string_view script) {
