@@ -48,6 +48,8 @@ bool same(const ProjectSecond& a, const ProjectSecond& b) {
     return a.path == b.path && same(a.transition, b.transition) && a.duration == b.duration;
 }
 
+} // namespace
+
 bool same(const Project& a, const Project& b) {
     const bool sources = std::visit(
         [&](const auto& source) {
@@ -60,8 +62,6 @@ bool same(const Project& a, const Project& b) {
            std::ranges::equal(a.effects, b.effects,
                               [](const ProjectEffect& one, const ProjectEffect& other) { return same(one, other); });
 }
-
-} // namespace
 
 const ProjectEffect* effectIn(const Project& project, Slot slot) {
     return find(project, slot);

@@ -23,6 +23,9 @@ struct Slot {
 const ProjectEffect* effectIn(const Project& project, Slot slot);
 ProjectEffect* effectIn(Project& project, Slot slot);
 
+/// Whether nothing tells one from the other.
+bool same(const Project& a, const Project& b);
+
 /// Moves the keys and the ranges of all its effects.
 void moveKeys(Project& project, std::int64_t frames);
 
