@@ -1,5 +1,6 @@
 #include "page_panel.h"
 
+#include <QApplication>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -95,6 +96,11 @@ PagePanel::PagePanel(Document& document, PresetStore presets, QWidget* parent)
     layout->addLayout(buttons);
     layout->addWidget(m_keyScroll);
 
+    // By Tab the toolkit does so by itself, by a letter it does not; what is pressed stays where it is.
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+        if (m_page && now && m_page->isAncestorOf(now) && QApplication::mouseButtons() == Qt::NoButton)
+            m_scroll->ensureWidgetVisible(now);
+    });
     connect(m_strip, &PresetStrip::chosen, this, &PagePanel::choosePreset);
     connect(m_strip, &QWidget::customContextMenuRequested, this, &PagePanel::presetMenu);
     connect(m_keysButton, &QPushButton::clicked, this, [this](bool on) {

@@ -7,6 +7,7 @@
 #include <QDropEvent>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QTextBrowser>
 
 #include "effect_words.h"
@@ -38,6 +39,11 @@ class HandsTest : public StudioWindowTest {
             if (info.kind != EffectKind::Transition) window->stack().removeSelected();
         }
         idle();
+    }
+    static void dragMouse(QWidget& widget, QPoint from, QPoint by) {
+        QTest::mousePress(&widget, Qt::LeftButton, {}, from);
+        moveMouse(widget, from + by);
+        QTest::mouseRelease(&widget, Qt::LeftButton, {}, from + by);
     }
     static void turnWheel(QWidget& widget) {
         const QPointF at = widget.rect().center();
@@ -132,6 +138,37 @@ TEST_F(HandsTest, TheWheelScrollsPastWhatHasNotTheFocus) {
     });
 }
 
+/// Listens in place of the accessibility bus, which the toolkit has none of without a display.
+class Bus {
+  public:
+    Bus() : m_before(std::exchange(SpokenWidget::listener, &hear)) { s_told.clear(); }
+    ~Bus() { SpokenWidget::listener = m_before; }
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+
+    /// Whether `act` changed what a widget says; then it has to be told.
+    static bool expectTold(const SpokenWidget& widget, const std::function<void()>& act) {
+        const Spoken before = widget.spoken();
+        s_told.clear();
+        act();
+        QCoreApplication::processEvents(); // what the page says outside a call is shown when the loop comes round
+        const Spoken now = widget.spoken();
+        if (now.value == before.value && now.position == before.position) return false;
+        const QVariant said = now.most > now.least ? QVariant(now.position) : QVariant(now.value);
+        EXPECT_EQ(s_told.value(&widget).toString().toStdString(), said.toString().toStdString())
+            << widget.metaObject()->className() << ' ' << widget.accessibleName().toStdString();
+        return true;
+    }
+
+  private:
+    static void hear(QAccessibleEvent* event) {
+        if (event->type() == QAccessible::ValueChanged)
+            s_told[event->object()] = static_cast<QAccessibleValueChangeEvent*>(event)->value();
+    }
+    static inline QHash<const QObject*, QVariant> s_told;
+    decltype(SpokenWidget::listener) m_before;
+};
+
 TEST_F(HandsTest, EveryControlHasRoleNameAndValueForThoseWhoDoNotSeeIt) {
     const auto roleOf = [](QWidget* widget) {
         if (dynamic_cast<TrackbarWidget*>(widget)) return QAccessible::Slider;
@@ -140,6 +177,8 @@ TEST_F(HandsTest, EveryControlHasRoleNameAndValueForThoseWhoDoNotSeeIt) {
         return dynamic_cast<PlacementWidget*>(widget) ? QAccessible::Graphic : QAccessible::NoRole;
     };
     int controls = 0;
+    const Bus bus;
+    std::map<QAccessible::Role, int> told;
     eachPage([&](const EffectInfo&, QWidget& page) {
         for (QWidget* widget : reachable<QWidget>(page)) {
             const bool edits = qobject_cast<QLineEdit*>(widget) || qobject_cast<QComboBox*>(widget) ||
@@ -162,8 +201,24 @@ TEST_F(HandsTest, EveryControlHasRoleNameAndValueForThoseWhoDoNotSeeIt) {
             value->setCurrentValue(middle);
             EXPECT_NEAR(value->currentValue().toInt(), middle, 2);
         }
+        const int added = history().index();
+        for (ControlWidget* control : reachable<ControlWidget>(page)) {
+            const auto does = [&](const std::function<void()>& act) {
+                if (control->isVisible() && control->isEnabled()) // the change of another may have hidden it
+                    told[control->spoken().role] += Bus::expectTold(*control, act);
+            };
+            does([&] { QTest::keyClick(control, Qt::Key_Home); });
+            does([&] { QTest::keyClick(control, Qt::Key_Right); });
+            does([&] { dragMouse(*control, control->rect().center(), {10, 10}); });
+            if (history().index() > added) does([&] { history().undo(); });
+        }
     });
     EXPECT_GT(controls, 250);
+    for (const auto& [role, least] : {std::pair(QAccessible::Slider, 200),
+                                      {QAccessible::SpinBox, 1},
+                                      {QAccessible::ColorChooser, 10},
+                                      {QAccessible::Graphic, 5}})
+        EXPECT_GT(told[role], least) << role;
 }
 
 /// The tree that screen readers walk, as the toolkit tells it.
@@ -208,10 +263,13 @@ TEST_F(HandsTest, TheTreeOfScreenReadersHasAllControls) {
     // What moves can be moved.
     QAccessibleInterface& timeline = *QAccessible::queryAccessibleInterface(&window->timeline());
     EXPECT_EQ(timeline.role(), QAccessible::Slider);
-    timeline.valueInterface()->setCurrentValue(7);
+    const Bus bus;
+    EXPECT_TRUE(Bus::expectTold(window->timeline(), [&] { timeline.valueInterface()->setCurrentValue(7); }));
     EXPECT_EQ(window->frame(), 7);
     EXPECT_EQ(timeline.valueInterface()->currentValue(), 7);
-    QTest::mouseClick(&window->lanes(), Qt::LeftButton, {}, window->lanes().keyPoint(0, 0).toPoint());
+    EXPECT_TRUE(Bus::expectTold(window->lanes(), [&] {
+        QTest::mouseClick(&window->lanes(), Qt::LeftButton, {}, window->lanes().keyPoint(0, 0).toPoint());
+    }));
     EXPECT_THAT(QAccessible::queryAccessibleInterface(&window->lanes())->text(QAccessible::Value).toStdString(),
                 testing::EndsWith(": key at frame 0"));
     idle();
@@ -252,11 +310,13 @@ TEST(PageNames, FieldsThatShareASentenceComeInOrder) {
         {0, KWCONTROL_LABEL, 1, "&One:", {}},   {1, KWCONTROL_TRACKBAR, 0, {}, "same"},
         {2, KWCONTROL_EDIT, 0, "5", "same"},    {0, KWCONTROL_LABEL, 4, "Two:", {}},
         {3, KWCONTROL_TRACKBAR, 0, {}, "same"}, {4, KWCONTROL_EDIT, 0, "7", "same"},
-        {5, KWCONTROL_SPINNER, 4, {}, {}},      {6, KWCONTROL_CHECK, 0, "&On", "own"}};
-    EXPECT_THAT(controlNames(controls, "Page"),
-                testing::ElementsAre("One", "One", "One", "Two", "Two", "Two", "Two", "On"));
+        {5, KWCONTROL_SPINNER, 4, {}, {}},      {6, KWCONTROL_CHECK, 0, "&On", "own"},
+        {7, KWCONTROL_GROUP, 0, "&Colors", {}}, {8, KWCONTROL_RADIO, 0, "&Front", {}},
+        {9, KWCONTROL_COLOR, 0, {}, {}}};
+    EXPECT_THAT(controlNames(controls, "Page"), testing::ElementsAre("One", "One", "One", "Two", "Two", "Two", "Two",
+                                                                     "On", "Colors", "Front", "Colors"));
     const std::vector<QString> helps{"own", "same", "same"};
-    EXPECT_THAT(controlFields(controls, helps), testing::ElementsAre(-1, 1, 1, -1, 2, 2, -1, 0));
+    EXPECT_THAT(controlFields(controls, helps), testing::ElementsAre(-1, 1, 1, -1, 2, 2, -1, 0, -1, -1, -1));
 }
 
 TEST_F(HandsTest, ASearchForgetsWhatWasChosenForOtherWords) {
@@ -479,6 +539,23 @@ TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {
         auto* const scroll = panel().findChild<QScrollArea*>();
         EXPECT_GE(scroll->height(), size.height() / 2) << "the page has most of its side";
         EXPECT_GE(scroll->width(), 380);
+        // What is wider than its panel can be reached by bar and by keys.
+        const QWidget &page = *panel().page(), &shown = *scroll->viewport();
+        const int beyond = page.width() - shown.width();
+        ASSERT_GT(beyond, 0);
+        EXPECT_TRUE(scroll->horizontalScrollBar()->isVisible());
+        EXPECT_GE(scroll->horizontalScrollBar()->maximum(), beyond);
+        int focused = 0;
+        for (QWidget* control : reachable<QWidget>(page)) {
+            if (!(control->focusPolicy() & Qt::TabFocus)) continue;
+            control->setFocus(Qt::ShortcutFocusReason);
+            const QRect place(control->mapTo(&page, QPoint(0, 0)), control->size());
+            const QRect seen = shown.rect().translated(-page.pos());
+            EXPECT_TRUE(seen.contains(place) || place.width() > seen.width() || place.height() > seen.height())
+                << control->accessibleName().toStdString();
+            ++focused;
+        }
+        EXPECT_GT(focused, 8);
     }
     QSettings().remove("panels");
     window->document().close();

@@ -46,6 +46,7 @@ class ControlWidget : public SpokenWidget {
     virtual void refresh();
     Spoken spoken() const override;
     void moveTo(int position) override;
+    using SpokenWidget::tellValue;
     /// The model holds the mouse, or has let go of it.
     void setTracking(bool on) { m_tracking = on; }
 

@@ -29,7 +29,8 @@ std::vector<QString> controlNames(std::span<const NamedControl> controls, const 
         case KWCONTROL_CHECK:
         case KWCONTROL_RADIO:
             name = plainName(control.text);
-            if (control.kind == KWCONTROL_LABEL && !name.isEmpty()) last = name;
+            // What has no label of its own goes by the one before it, or by the box that it stands in.
+            if ((control.kind == KWCONTROL_LABEL || control.kind == KWCONTROL_GROUP) && !name.isEmpty()) last = name;
             break;
         case KWCONTROL_LOGO:
             name = title;

@@ -55,7 +55,9 @@ class PageView::Call {
   public:
     explicit Call(PageView& view) : m_view(view) { ++m_view.m_calls; }
     ~Call() {
-        if (--m_view.m_calls == 0) m_view.flush();
+        if (--m_view.m_calls > 0) return;
+        m_view.flush();
+        m_view.tellValues();
     }
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
@@ -321,6 +323,12 @@ void PageView::flush() {
         for (const LONG control : changed) refreshAll(control);
         for (const tPageNotice& notice : notices) handle(notice);
     }
+}
+
+/// A value may be another where nothing is drawn otherwise: a step of a slider that is less than a pixel.
+void PageView::tellValues() {
+    for (const Control& control : m_controls)
+        if (auto* const widget = dynamic_cast<ControlWidget*>(control.widget)) widget->tellValue();
 }
 
 void PageView::handle(const tPageNotice& notice) {

@@ -92,6 +92,7 @@ class PageView : public QWidget, private PageLink {
     HRESULT notice(const tPageNotice& notice);
     void flush();
     void handle(const tPageNotice& notice);
+    void tellValues();
     void setTimer(LONG control, LONG timer, int period);
     void popUpMenu(LONG control, QPoint at);
     Control* find(LONG id);

@@ -1,7 +1,6 @@
 #include "widgets/spoken.h"
 
 #include <QAccessibleWidget>
-#include <utility>
 
 namespace larkmoor {
 
@@ -51,9 +50,10 @@ SpokenWidget::~SpokenWidget() {
 
 void SpokenWidget::tellValue() {
     const Spoken now = spoken();
-    if (std::exchange(m_told, now.value) == now.value) return;
+    const std::pair<QString, int> says{now.value, now.position};
+    if (std::exchange(m_told, says) == says) return;
     QAccessibleValueChangeEvent event(this, now.most > now.least ? QVariant(now.position) : QVariant(now.value));
-    QAccessible::updateAccessibility(&event);
+    listener(&event);
 }
 
 } // namespace larkmoor

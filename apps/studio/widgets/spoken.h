@@ -1,6 +1,8 @@
 // Controls that draw themselves, for those who do not see them.
 #pragma once
 
+#include <utility>
+
 #include <QAccessible>
 #include <QWidget>
 
@@ -23,12 +25,15 @@ class SpokenWidget : public QWidget {
     /// To a position of its range, as by the user.
     virtual void moveTo(int) {}
 
+    /// Who is told of a new value: the toolkit, which tells a bus that somebody listens to.
+    static inline void (*listener)(QAccessibleEvent*) = &QAccessible::updateAccessibility;
+
   protected:
     /// To be called when the value may be another.
     void tellValue();
 
   private:
-    QString m_told;
+    std::pair<QString, int> m_told;
 };
 
 } // namespace larkmoor
