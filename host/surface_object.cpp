@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/fits.h"
 #include "fmt/format.h"
 #include "host/samples.h"
 
@@ -172,7 +173,7 @@ CComPtr<SurfaceObject> SurfaceObject::create(PixelFormat format, int width, int 
     const std::size_t rowBytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(bytesPerPixel(format));
     const std::size_t stride = (rowBytes + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
     const std::uint64_t size = std::uint64_t{stride} * static_cast<unsigned>(height);
-    if (size > kMostBytes) throw std::bad_alloc();
+    if (size > kMostBytes || !KwFits(size, 1)) throw std::bad_alloc();
     // calloc leaves the zeroing of large blocks to the system, which hands out zero pages when they are touched.
     std::size_t room = size + kRowAlignment;
     const std::shared_ptr<void> memory(std::calloc(1, room), std::free);

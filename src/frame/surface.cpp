@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "base/fits.h"
+
 namespace {
 
 constexpr DWORD kCompressionFloat = 0x4244574B; // "KWDB"
@@ -124,7 +126,9 @@ bool CKwSurface::LockDirect(bool forWrite) {
 
 bool CKwSurface::LockCopy() {
     const std::int64_t rowBytes = RowBytes(m_BytesPerPixel * 8, m_Width);
-    if (rowBytes < std::int64_t{m_Width} * m_BytesPerPixel) return false;
+    if (rowBytes < std::int64_t{m_Width} * m_BytesPerPixel ||
+        !KwFits(static_cast<std::uint64_t>(rowBytes), static_cast<std::uint64_t>(m_Height)))
+        return false;
     const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(m_Height);
     auto* const bitmap = static_cast<tBitmapHeader*>(std::calloc(1, sizeof(tBitmapHeader) + size));
     if (!bitmap) return false;

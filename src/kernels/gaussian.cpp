@@ -14,6 +14,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/fits.h"
 #include "base/functions.h"
 #include "kernels/copy.h"
 #include "kernels/ranges.h"
@@ -386,8 +387,7 @@ constexpr std::size_t kMostKept = std::size_t{16} << 20;
 /// Room for `count` values, at the beginning of a line of the processor's cache.
 template <class Value>
 std::span<Value> Room(CKwScratch& scratch, std::size_t count) {
-    const bool fits = count <= std::numeric_limits<std::size_t>::max() / 2 / sizeof(Value);
-    void* const memory = fits ? scratch.Room(count * sizeof(Value)) : nullptr;
+    void* const memory = KwFits(count, sizeof(Value)) ? scratch.Room(count * sizeof(Value)) : nullptr;
     return {static_cast<Value*>(memory), memory ? count : 0};
 }
 
@@ -447,10 +447,11 @@ void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoe
                const tGaussianCoefficients& down, LONG offset, CKwScratch& scratch) {
     constexpr std::size_t kRows = kLanes / Channels;
     const std::size_t width = static_cast<std::size_t>(source.width), height = static_cast<std::size_t>(source.height);
+    if (!KwFits(std::max(width, height) + kRows, kLanes * kRows * sizeof(double) * KwRanges())) return;
     const std::size_t blocks = (width * Channels + kLanes - 1) / kLanes;
     const std::size_t blockSize = (height + kRows - 1) / kRows * kLanes * kRows;
     const std::size_t ranges = KwRanges(), firstSize = std::max(width, height) * kLanes;
-    if (blockSize > std::numeric_limits<std::size_t>::max() / blocks) return;
+    if (!KwFits(blockSize, blocks)) return;
     CKwScratch large, firstScratch, linesScratch;
     const auto plane = Room<float>(blocks * blockSize > kMostKept ? large : scratch, blocks * blockSize);
     const auto first = Room<double>(firstScratch, ranges * firstSize);

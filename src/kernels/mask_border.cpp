@@ -8,6 +8,7 @@
 #include <new>
 
 #include "base/arith.h"
+#include "base/fits.h"
 #include "kernels/gaussian.h"
 #include "kernels/shape_fill.h"
 
@@ -172,7 +173,7 @@ struct tOwnMask {
 
     bool Allocate(std::int64_t width, std::int64_t height) {
         if (width > std::numeric_limits<LONG>::max() / 4 ||
-            height > std::numeric_limits<std::ptrdiff_t>::max() / std::max<std::int64_t>(width * 4, 1))
+            !KwFits(static_cast<std::uint64_t>(height), static_cast<std::uint64_t>(width * 4)))
             return false;
         memory.reset(new (std::nothrow)
                          std::byte[static_cast<std::size_t>(width) * 4 * static_cast<std::size_t>(height)]);

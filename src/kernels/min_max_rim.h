@@ -5,7 +5,6 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <new>
 #include <span>
@@ -13,6 +12,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/fits.h"
 #include "kernels/area_table.h"
 #include "kernels/row.h"
 
@@ -26,7 +26,7 @@ namespace kw_min_max {
 using tMemory = std::unique_ptr<std::uint8_t[]>;
 
 inline tMemory Bytes(std::int64_t rows, std::int64_t rowBytes) {
-    if (rows > std::numeric_limits<std::ptrdiff_t>::max() / std::max<std::int64_t>(rowBytes, 1)) throw std::bad_alloc();
+    if (!KwFits(static_cast<std::uint64_t>(rows), static_cast<std::uint64_t>(rowBytes))) throw std::bad_alloc();
     return std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes));
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "base/fits.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -216,6 +217,7 @@ HRESULT MixThroughMasks(const tMix& mix, const RECT& shapeFrame, const RECT& par
     const bool soft = Form::kPixelSize == 4 && info.feather > 0.0f;
     const LONG strip = soft ? height : std::min(height, std::max<LONG>(1, static_cast<LONG>(kStripBytes / stride)));
     const auto size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(strip);
+    if (!KwFits(static_cast<std::uint64_t>(stride), static_cast<std::uint64_t>(strip))) return E_OUTOFMEMORY;
     const bool hasBorder = info.border > 0.0f;
     const std::unique_ptr<std::byte[]> mask(new (std::nothrow) std::byte[size]);
     const std::unique_ptr<std::byte[]> border(hasBorder ? new (std::nothrow) std::byte[size] : nullptr);

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <vector>
 
+#include "base/arith.h"
 #include "kernels/alpha.h"
 #include "kernels/black_restore.h"
 #include "kernels/blend.h"
@@ -40,7 +41,8 @@ struct tCurveTable {
         for (std::size_t i = 0; i < count; ++i) {
             const double top = static_cast<double>(count - 1),
                          level = std::pow(static_cast<double>(i) / top, gamma) * top;
-            const auto value = static_cast<std::uint16_t>(noise ? draw.Bits() : static_cast<std::uint64_t>(level));
+            const auto value =
+                static_cast<std::uint16_t>(noise ? draw.Bits() : static_cast<std::uint64_t>(KwTrunc64(level)));
             if (bytes)
                 reinterpret_cast<std::uint8_t*>(words.data())[i] = static_cast<std::uint8_t>(value);
             else
