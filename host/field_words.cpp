@@ -21,7 +21,7 @@ std::string fieldLetters(const tFieldInfo& field) {
     std::string letters = field.components ? field.components : "";
     constexpr std::string_view order = "rgba";
     if (field.kind == KWFIELD_COLOR && letters.find_first_not_of(order) == std::string::npos)
-        std::ranges::stable_sort(letters, {}, [&](char letter) { return order.find(letter); });
+        std::ranges::sort(letters, {}, [&](char letter) { return order.find(letter); });
     return letters;
 }
 

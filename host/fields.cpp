@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "fmt/format.h"
 #include "host/field_words.h"
@@ -149,8 +150,8 @@ std::vector<std::size_t> shownOrder(const tFieldInfo& field) {
     for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
     constexpr std::string_view kOrder = "rgba";
     if (field.kind == KWFIELD_COLOR && letters.find_first_not_of(kOrder) == std::string_view::npos)
-        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-            return kOrder.find(letters[a]) < kOrder.find(letters[b]);
+        std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+            return std::pair(kOrder.find(letters[a]), a) < std::pair(kOrder.find(letters[b]), b);
         });
     return order;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace larkmoor {
 namespace {
@@ -84,8 +85,10 @@ std::string didYouMean(std::string_view wanted, std::span<const Candidate> candi
         }
         rows.push_back(row);
     }
-    std::stable_sort(rows.begin(), rows.end(),
-                     [](const Row& a, const Row& b) { return a.nearness.distance < b.nearness.distance; });
+    // Of one distance, in the order of the candidates. std::stable_sort calls what C++20 has no more.
+    std::sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) {
+        return std::pair(a.nearness.distance, a.name) < std::pair(b.nearness.distance, b.name);
+    });
     if (std::any_of(rows.begin(), rows.end(), [](const Row& row) { return row.nearness.isNear; }))
         std::erase_if(rows, [](const Row& row) { return !row.nearness.isNear; });
     std::vector<std::string> names;
