@@ -3,6 +3,7 @@
 #
 # packages.sh BUILD
 set -euo pipefail
+tests=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
 fail() {
@@ -56,6 +57,25 @@ expect "Test Pattern" generate T
 ! answers re | grep -x show >/dev/null || fail "what does not fit is offered"
 ! answers "" | grep -x complete >/dev/null || fail "a hidden verb is offered"
 [ -z "$(answers render "")" ] || fail "no room for files"
+
+# The same questions to the other shells, by their own ways to answer: what is wanted, then the line up to its end.
+share=$prefix/moved\ folder/share
+cp "$share/fish/vendor_completions.d/larkmoor.fish" "$prefix"
+answers_of_fish() { HOME=$prefix fish -N -c 'source $argv[1]; complete -C $argv[2]' "$prefix/larkmoor.fish" "$1"; }
+answers_of_zsh() { "$tests/complete.zsh" "$share/zsh/site-functions" "$1"; }
+while IFS='|' read -r wanted line; do
+    answers_of_fish "$line" | grep -xF -- "$wanted" >/dev/null || fail "no $wanted in fish after: $line"
+    answers_of_zsh "$line" | grep -xF -- "${line% *} ${wanted// /\\ }" >/dev/null || fail "no $wanted in zsh after: $line"
+done <<'END'
+render|larkmoor re
+--effect|larkmoor render in.mp4 --eff
+Gaussian Blur|larkmoor render in.mp4 --effect gauss
+Warm|larkmoor render --effect Sepia --preset W
+gamma=|larkmoor render --effect Levels --set gam
+red=off|larkmoor render --effect Gaussian\ Blur --set red=of
+Iris|larkmoor join a b --transition I
+b.png|larkmoor render b.p
+END
 
 for verb in "" -render -join -generate -list -show -lut -presets -split -work -merge -status -submit; do
     page=$prefix/moved\ folder/share/man/man1/larkmoor$verb.1.gz
