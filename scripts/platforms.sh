@@ -87,7 +87,7 @@ native() {
 }
 
 # Titles and timecodes without letters, for those who have none: by a machine without fonts.
-if wants aarch64 || wants wasm; then
+if wants aarch64 || wants wasm || wants windows; then
     make_for platform-gcc-O3 digest -DCMAKE_CXX_COMPILER=g++ -DCMAKE_CXX_FLAGS_RELEASE='-O3 -DNDEBUG'
     printf '<?xml version="1.0"?><fontconfig/>' >"$work/no_fonts.conf"
     FONTCONFIG_FILE=$work/no_fonts.conf "$root/build/platform-gcc-O3/bin/larkmoor_digest" 2>/dev/null |
@@ -107,18 +107,20 @@ if wants aarch64; then
 fi
 if wants wasm; then
     make_for wasm wasm
-    judge "wasm32-wasi, Clang 19, in Node.js $(node --version)" none all \
-        node --no-warnings "$root/scripts/wasi.mjs" "$root/build/wasm/bin/larkmoor_digest.wasm"
+    wasm=(node --no-warnings "$root/scripts/wasi.mjs" "$root/build/wasm/bin/larkmoor_digest.wasm")
+    ! "${wasm[@]}" --too-large 2>"$work/err.txt" || fail "a picture of more bytes than 32 bits tell was made"
+    grep -q unreachable "$work/err.txt" || fail "the refusal of a large picture ended otherwise"
+    judge "wasm32-wasi, Clang 19, in Node.js $(node --version)" none all "${wasm[@]}"
 fi
 if wants windows; then
     make_for windows windows
     export WINEPREFIX=$work/wine WINEDEBUG=-all
     wine=/usr/lib/wine/wine64 bin=$root/build/windows/bin dll="Z:$root/build/windows/bin/larkmoor.dll"
-    judge "Windows, GCC $(x86_64-w64-mingw32-g++-posix -dumpversion), under Wine" system all "$wine" "$bin/larkmoor_digest.exe"
+    judge "Windows, GCC $(x86_64-w64-mingw32-g++-posix -dumpversion | cut -d- -f1), under Wine" system all "$wine" "$bin/larkmoor_digest.exe"
     say "registering the classes of larkmoor.dll"
-    "$wine" "$bin/larkmoor_register.exe" "$dll" >&2 || fail "the classes could not be registered"
-    judge "Windows, the same, its effects made by CoCreateInstance" system presets "$wine" "$bin/larkmoor_registered_digest.exe"
-    "$wine" "$bin/larkmoor_register.exe" --remove "$dll" >&2 || fail "the classes' keys could not be removed"
+    "$wine" "$bin/larkmoor_register.exe" --all-users "$dll" >&2 || fail "the classes could not be registered"
+    judge "Windows, the same, its effects made by CoCreateInstance" none all "$wine" "$bin/larkmoor_registered_digest.exe"
+    "$wine" "$bin/larkmoor_register.exe" --all-users --remove "$dll" >&2 || fail "the classes' keys could not be removed"
     ! "$wine" "$bin/larkmoor_registered_digest.exe" >"$work/removed.txt" 2>&1 ||
         fail "the classes can still be made after their keys were removed"
 fi

@@ -6,7 +6,7 @@ set -euo pipefail
 root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 source "$root/scripts/common.sh"
 
-mapfile -t wanted < <(sed -e '/^#/d' -e 's/[[:space:]].*//' -e '/^$/d' "$root/scripts/packages.txt" "$@" | sort)
+mapfile -t wanted < <(sed -e '/^#/d' -e 's/[[:space:]].*//' -e '/^$/d' "$root/scripts/packages.txt" "$@" | sort -u)
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     say "no Debian package manager here; going on as if these were installed: ${wanted[*]}"
