@@ -261,7 +261,8 @@ void shift(Curves& curves, Span& span, std::int64_t frames) {
 
 void setKey(Curves& curves, const tFieldInfo& field, std::int64_t frame, std::span<const std::byte> value) {
     Curve* curve = findCurve(curves, field);
-    if (!curve) curve = &curves.emplace_back(Curve{&field, {}});
+    // In the order of the effect's fields, as in a file.
+    if (!curve) curve = &*curves.insert(std::ranges::upper_bound(curves, &field, {}, &Curve::field), Curve{&field, {}});
     const auto at = std::ranges::lower_bound(curve->keys, frame, {}, &Key::frame);
     if (at != curve->keys.end() && at->frame == frame) {
         at->value.assign(value.begin(), value.end());

@@ -1,5 +1,7 @@
 #include "keys_json.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 namespace larkmoor {
@@ -140,6 +142,7 @@ Curves takeKeys(const Node& node, const EffectInfo& info, const std::vector<std:
         });
         curves.push_back(std::move(curve));
     });
+    std::ranges::sort(curves, {}, &Curve::field); // as they are written
     return curves;
 }
 

@@ -1,5 +1,6 @@
 // Hands that click and type anything: no crash, no file that does not open again, no step that is lost.
 #include <QDockWidget>
+#include <QListView>
 #include <random>
 
 #include "levels.h"
@@ -32,12 +33,26 @@ class RandomTest : public StudioWindowTest {
     int below(std::size_t count) { return static_cast<int>(m_random() % count); }
 
     QPoint within(const QWidget& widget) {
+        // Of a list one of its rows, and often the mark that switches it.
+        if (const auto* const list = qobject_cast<const QListView*>(&widget); list && list->model()->rowCount() > 0) {
+            const QRect row =
+                list->visualRect(list->model()->index(below(static_cast<std::size_t>(list->model()->rowCount())), 0));
+            return {row.left() + below(below(2) ? 24 : static_cast<std::size_t>(std::max(1, row.width()))),
+                    row.center().y()};
+        }
         return {below(static_cast<std::size_t>(std::max(1, widget.width()))),
                 below(static_cast<std::size_t>(std::max(1, widget.height())))};
     }
+    /// What the mouse meets.
+    static QWidget* target(QWidget& widget) {
+        auto* const list = qobject_cast<QListView*>(&widget);
+        return list ? list->viewport() : &widget;
+    }
     QWidget* any() {
+        // A panel has as many turns as another, however many widgets it has.
+        const auto within = std::array<QWidget*, 4>{window.get(), &window->stack(), &panel(), panel().keyList()};
         std::vector<QWidget*> all;
-        for (QWidget* each : reachable<QWidget>(*window))
+        for (QWidget* each : reachable<QWidget>(*within[static_cast<std::size_t>(below(within.size()))]))
             if (each->focusPolicy() & Qt::TabFocus || each->inherits("QAbstractButton")) all.push_back(each);
         return all.empty() ? window.get() : all[static_cast<std::size_t>(below(all.size()))];
     }
@@ -85,9 +100,9 @@ class RandomTest : public StudioWindowTest {
             return;
         }
         case 6:
-            return QTest::mouseDClick(widget, Qt::LeftButton, held, within(*widget));
+            return QTest::mouseDClick(target(*widget), Qt::LeftButton, held, within(*widget));
         default:
-            return QTest::mouseClick(widget, Qt::LeftButton, held, within(*widget));
+            return QTest::mouseClick(target(*widget), Qt::LeftButton, held, within(*widget));
         }
     }
 
