@@ -132,6 +132,7 @@ int main(int count, char** arguments) {
         takePages(module, folder);
         takeStudio(module, folder);
         takeScreen(module, folder, "studio-1280x720.png", {1280, 720});
+        takeScreen(module, folder, "studio-1600x1000.png", {1600, 1000});
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "larkmoor-studio-pictures: %s\n", error.what());
