@@ -18,7 +18,7 @@ bool HasFontLibraries() {
         if (!found || !drawn)
             std::fprintf(stderr,
                          "larkmoor: titles and timecodes stay without letters: the system has no %s; install it\n",
-                         !found ? "libfontconfig.so.1" : "libfreetype.so.6");
+                         !drawn ? "libfreetype.so.6" : "libfontconfig.so.1"); // which does not load without the other
         return found && drawn;
     }();
     return has;
