@@ -151,7 +151,7 @@ void MainWindow::arrange() {
     else
         resizeDocks({stack, settings}, {small ? 260 : 308, page}, Qt::Horizontal);
     if (!tiny) resizeDocks({stack, effects}, {small ? 160 : 240, 520}, Qt::Vertical);
-    if (!small) resizeDocks({settings, presets, scope}, {500, 130, 200}, Qt::Vertical);
+    if (!small) resizeDocks({settings, presets, scope}, {620, 130, 160}, Qt::Vertical);
 }
 
 /// Panels stand around a film, not around the welcome page.
