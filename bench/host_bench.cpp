@@ -1,4 +1,4 @@
-// Every effect as a host runs it: through the contract and over a cleared picture, on a ring of pictures that
+// Every effect as a host runs it: through the contract and as over a cleared picture, on a ring of pictures that
 // no cache holds, in one thread. Each row stands beside a plain copy of the same ring, timed turn by turn.
 #include <algorithm>
 #include <array>
@@ -91,10 +91,8 @@ void runEffect(benchmark::State& state, const Module& module, const EffectInfo& 
     const Ring& pictures = ring(soft);
     if (info.kind == EffectKind::Transition) effect.setProgress(0.4f);
     run(state, pictures, [&](std::size_t i) {
-        Surface out = pictures.out[i];
         std::array inputs{pictures.first[i], pictures.second[i]};
-        out.clear();
-        effect.render(std::span(inputs).first(info.kind == EffectKind::Transition ? 2 : 1), out);
+        effect.renderAnew(std::span(inputs).first(info.kind == EffectKind::Transition ? 2 : 1), pictures.out[i]);
     });
 }
 

@@ -11,6 +11,8 @@
 namespace larkmoor {
 namespace {
 
+constexpr DWORD kBlends = 1; ///< of an effect's flags
+
 std::string inputsText(const EffectInfo& info) {
     const auto pictures = [](int count) { return fmt::format("{} input{}", count, count == 1 ? "" : "s"); };
     return info.minInputs == info.maxInputs ? pictures(info.maxInputs)
@@ -187,7 +189,7 @@ void Effect::setProgress(float progress) {
 }
 
 void Effect::setBlending(bool on) {
-    constexpr DWORD kBlends = 1, kChangeable = 1 << 16;
+    constexpr DWORD kChangeable = 1 << 16;
     DWORD flags = 0;
     if (!m_state->transform || FAILED(m_state->transform->GetMiscFlags(&flags))) return;
     if ((flags & kChangeable) && bool(flags & kBlends) != on)
@@ -238,6 +240,21 @@ bool Effect::render(std::span<const Surface> inputs, const Surface& output, cons
         state.transform->Execute(nullptr, clip ? &clipBounds : nullptr, placement ? &place : nullptr);
     if (FAILED(status)) failRendering(info(), status, inputs, output);
     return status != S_FALSE;
+}
+
+bool Effect::covers(std::span<const Surface> inputs, const Surface& output) const {
+    const ImageView target = output.view();
+    DWORD flags = kBlends;
+    return info().kind == EffectKind::Filter && (target.format != PixelFormat::Float128 || info().soundInFloat) &&
+           SUCCEEDED(m_state->transform->GetMiscFlags(&flags)) && !(flags & kBlends) &&
+           std::ranges::all_of(inputs, [&](const Surface& input) {
+               return input && input.view().width == target.width && input.view().height == target.height;
+           });
+}
+
+bool Effect::renderAnew(std::span<const Surface> inputs, Surface output) {
+    if (output && m_state->transform && !covers(inputs, output)) output.clear();
+    return render(inputs, output);
 }
 
 void Effect::unbind() {

@@ -152,6 +152,10 @@ class Effect {
     bool render(std::span<const Surface> inputs, const Surface& output, const RECT* clip = nullptr,
                 const POINT* placement = nullptr);
 
+    /// As `render` into a cleared picture. It is not cleared before filters that cover it: those that are sound in the
+    /// picture's form, with their blending off, from a picture of its size.
+    bool renderAnew(std::span<const Surface> inputs, Surface output);
+
     /// Lets go of the surfaces of the last `render`, which otherwise live until the next one binds others.
     void unbind();
 
@@ -159,6 +163,8 @@ class Effect {
     void generate(const Surface& output);
 
   private:
+    bool covers(std::span<const Surface> inputs, const Surface& output) const;
+
     friend class Module;
     struct State;
     explicit Effect(std::shared_ptr<State> state) : m_state(std::move(state)) {}

@@ -185,7 +185,7 @@ Chain::Chain(const Module& module, const Recipe& recipe, unsigned processors)
 
 Chain::Link Chain::makeLink(const Module& module, const Step& step) const {
     Link link{{.info = step.info}, module.create(*step.info, m_processors)};
-    link.effect.setBlending(false); // outputs are cleared first
+    link.effect.setBlending(false);
     change(link, step);
     return link;
 }
@@ -264,9 +264,8 @@ void Chain::filter(const Surface& input, Surface output, const Moment& moment) {
         } else if (link.step.over) {
             layOver(link, from, to, moment);
         } else {
-            to.clear();
             place(link, moment);
-            link.effect.render(std::span(&from, 1), to);
+            link.effect.renderAnew(std::span(&from, 1), to);
         }
         to.touch();
         from = to;
@@ -279,9 +278,8 @@ void Chain::filterBytes(std::span<Link* const> links, const Surface& input, Surf
     const TwoDepths before{input.view(), from.view()};
     for (std::size_t i = 0; i < links.size(); ++i) {
         Surface to = between(m_bytes[1 + i % 2], from);
-        to.clear();
         place(*links[i], moment);
-        links[i]->effect.render(std::span(&from, 1), to);
+        links[i]->effect.renderAnew(std::span(&from, 1), to);
         to.touch();
         from = to;
     }
@@ -296,14 +294,12 @@ void Chain::join(Link& link, const Surface& from, const Surface& to, Surface out
     if (needsBytes(link.step, output)) {
         const std::array inputs{narrowed(m_bytes[0], from), narrowed(m_bytes[1], to)};
         Surface made = between(m_bytes[2], inputs[0]);
-        made.clear();
-        link.effect.render(inputs, made);
+        link.effect.renderAnew(inputs, made);
         const std::array before{TwoDepths{from.view(), inputs[0].view()}, TwoDepths{to.view(), inputs[1].view()}};
         restoreDepth(before, made.view(), output.view());
     } else {
-        output.clear();
         const std::array inputs{from, to};
-        link.effect.render(inputs, output);
+        link.effect.renderAnew(inputs, output);
     }
     output.touch();
 }

@@ -51,7 +51,7 @@ HostWays waysOf(const void* address) {
 Instance::Instance(const Catalog& catalog, const Plugin& plugin, unsigned width, unsigned height)
     : m_plugin(plugin), m_width(checked(width, height)), m_height(height),
       m_effect(catalog.module().create(*plugin.info)), m_pitch(width) {
-    m_effect.setBlending(false); // outputs are cleared first
+    m_effect.setBlending(false);
     for (const Parameter& parameter : plugin.parameters) m_values.push_back(parameter.initial);
 }
 
@@ -189,8 +189,7 @@ void Instance::update(double time, const std::uint32_t* first, const std::uint32
         Surface target = Surface::wrap(viewOf(out, PixelFormat::PremultipliedArgb32));
         for (std::size_t i = 0; i < count; ++i) inputs[i].setInfo(info);
         target.setInfo(info);
-        target.clear();
-        m_effect.render(std::span(inputs).first(count), target);
+        m_effect.renderAnew(std::span(inputs).first(count), target);
         for (std::size_t i = 0; i < count; ++i)
             if (passOn(pictures[i], inputs[i], out)) return;
         unpremultiply(target.view());

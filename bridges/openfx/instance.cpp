@@ -63,7 +63,7 @@ Area pixelsOf(const RectD& region, double scaleX, double scaleY) {
 Instance::Instance(const Suites& suites, const Catalog& catalog, const Plugin& plugin, EffectHandle handle)
     : m_suites(suites), m_plugin(plugin), m_handle(handle), m_effect(catalog.module().create(*plugin.info)),
       m_tasks(makeObject<BandTasks>(suites, handle)), m_record(plugin.info->defaults) {
-    m_effect.setBlending(false); // outputs are cleared first
+    m_effect.setBlending(false);
     const auto site = createTransformFactory(1);
     const auto sited = KwQuery<IObjectWithSite>(m_effect.object());
     if (sited && SUCCEEDED(site->SetService(&SID_SDXTaskManager, m_tasks.Get(), FALSE))) sited->SetSite(site.Get());
@@ -159,8 +159,7 @@ void Instance::make(std::span<const Surface> inputs, const Surface& output) {
     if (m_plugin.info->kind == EffectKind::Generator) return m_effect.generate(target);
     if (output.view().format == PixelFormat::Float128 && !m_plugin.info->soundInFloat)
         return makeInBytes(inputs, output);
-    target.clear();
-    m_effect.render(inputs, target);
+    m_effect.renderAnew(inputs, target);
 }
 
 /// Pixels that the effect leaves as they are keep their floats.
@@ -178,8 +177,7 @@ void Instance::makeInBytes(std::span<const Surface> inputs, const Surface& outpu
     }
     Surface made = sized(m_bytes[2], PixelFormat::PremultipliedArgb32, frame);
     made.setInfo(output.info());
-    made.clear();
-    m_effect.render(narrow, made);
+    m_effect.renderAnew(narrow, made);
     restoreDepth(before, made.view(), output.view());
     if (limitsLevels()) limitPicture(output.view());
 }

@@ -174,6 +174,37 @@ TEST_P(EveryEffect, BandsAndClipsAreInvisible) {
         }
 }
 
+TEST_P(EveryEffect, WhatStoodInTheOutputDoesNotShow) {
+    if (info().kind == EffectKind::Generator) GTEST_SKIP() << "covers its picture";
+    std::minstd_rand random(13);
+    const auto presets = static_cast<unsigned>(info().presets.size());
+    for (const PixelFormat format : {PixelFormat::PremultipliedArgb32, PixelFormat::Argb32, PixelFormat::Float128})
+        for (unsigned kind = 0; kind < presets + 60; ++kind) {
+            const auto record =
+                kind < presets ? info().presets[kind].record : wildRecord(info(), kind - presets, random);
+            const int width = kind % 3 ? 37 : 5, height = kind % 3 ? 23 : 2;
+            // Pictures may be smaller than what they go into.
+            const Surface inputs[] = {Random(format, width - kind % 7 / 6, height - kind % 5 / 4, 1),
+                                      Random(format, width, height, 2)};
+            Surface outputs[] = {Random(format, width, height, 3), Random(format, width, height, 3)};
+            outputs[1].clear();
+            for (Surface surface : {inputs[0], inputs[1], outputs[0], outputs[1]}) surface.setInfo({1.0, 25.0, 400000});
+            bool refused = false;
+            for (const Surface& output : outputs) {
+                Effect effect = module().create(info());
+                effect.setBlending(kind % 7 == 3);
+                effect.setRecord(record);
+                effect.setProgress(static_cast<float>(kind % 4) / 3);
+                try {
+                    effect.renderAnew(std::span(inputs).first(static_cast<std::size_t>(info().maxInputs)), output);
+                } catch (const StatusError&) { // a form or a size that it does not take
+                    refused = true;
+                }
+            }
+            ASSERT_TRUE(refused || PixelsOf(outputs[0]) == PixelsOf(outputs[1])) << "record " << kind;
+        }
+}
+
 /// A surface that lends another's face and refuses to be locked.
 class Refusing final : public ForeignSurface {
   public:
