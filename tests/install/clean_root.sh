@@ -20,7 +20,10 @@ fail() {
 }
 work=$(mktemp -d)
 trap 'umount -lR "$work" 2>/dev/null; rm -rf "$work"' EXIT
-mount -t tmpfs clean "$work"
+mount -t tmpfs clean "$work" 2>/dev/null || {
+    echo "skipped: nothing may be mounted here" >&2
+    exit 77
+}
 root=$work/root
 mkdir "$root" "$work/upper" "$work/inner" "$work/packages"
 
