@@ -68,7 +68,7 @@ awk -F'\t' -v peers="$work/peers" '
     printf 'between the frames of each row; one took %s ms on this machine (%s).\n\n' "$copy" "${model:-no name}"
     printf '## Beside other libraries\n\n![Effects and peers](speed.png)\n\n'
     printf 'The fastest of those installed here, at the nearest settings. Most do less or something else: see the last\n'
-    printf 'column. Some clear the output before a frame, where an effect may leave pixels as they are: 0.3 copies more.\n\n'
+    printf 'column. Transitions draw over an output that is cleared first, which is in their figures.\n\n'
     printf '| effect | copies | peer | copies | peer / Larkmoor | what it leaves out |\n| --- | --: | --- | --: | --: | --- |\n'
     awk -F'\t' '{ printf "| %s, %s | %s | %s | %s | %.1f | %s |\n", $1, $2, $3, $4, $5, $5 / $3, $6 }' "$work/beside"
     printf '\n## Every preset\n\n| effect | preset | ms | copies | copies with soft alpha |\n| --- | --- | --: | --: | --: |\n'
