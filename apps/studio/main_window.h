@@ -58,7 +58,7 @@ class MainWindow : public QMainWindow {
     bool saveTo(const QString& path);
     /// A note to the user that asks nothing.
     void tell(const QString& sentence) { m_note->setText(sentence); }
-    /// Reading a clip is shown from then on.
+    /// Reading a clip is shown from then on, without any patience always.
     void setPatience(std::chrono::milliseconds patience) { m_patience = patience; }
     /// Offers what other studios left behind.
     void offerLostWork();

@@ -46,7 +46,8 @@ PictureFacts MainWindow::factsOf(const Project& project) {
             return goesOn.load();
         });
     });
-    if (facts.wait_for(m_patience) == std::future_status::ready || m_counting) return facts.get();
+    if (m_counting) return facts.get();
+    if (m_patience.count() > 0 && facts.wait_for(m_patience) == std::future_status::ready) return facts.get();
     const QScopedValueRollback counting(m_counting, true);
     QProgressDialog shown(tr("Counting the frames…"), tr("Cancel"), 0, 1000, this);
     shown.setWindowModality(Qt::ApplicationModal);
