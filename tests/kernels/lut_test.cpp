@@ -4,61 +4,6 @@
 
 namespace {
 
-/// A table without order, so that a wrong part or index shows.
-template <class Entry>
-std::vector<Entry> Scrambled(unsigned seed, std::size_t count) {
-    std::minstd_rand random(seed + 1);
-    std::vector<Entry> table(count);
-    for (Entry& entry : table) entry = static_cast<Entry>(random() >> 8);
-    return table;
-}
-
-/// The exact product: no float times 255 or 65535 needs more than 40 of a double's bits.
-template <class Entry>
-float Reference(const std::vector<Entry>& table, float value) {
-    const double top = static_cast<double>(table.size() - 1), at = value * top;
-    const std::size_t index = !(at > 0) ? 0 : at >= top ? table.size() - 1 : static_cast<std::size_t>(at);
-    return static_cast<float>(table[index]) * (table.size() == 256 ? 0.003921569f : 1.5259022e-5f);
-}
-
-template <class Entry>
-void CheckFloats(std::size_t count) {
-    const auto table = Scrambled<Entry>(4, count), other = Scrambled<Entry>(5, count);
-    const float wild[] = {NAN, INFINITY, -INFINITY, 1e30f, -1e30f, 1.0f, 0.0f, -0.0f, 1.0000001f, 0.99999994f, -0.1f};
-    for (const bool mapAlpha : {false, true})
-        for (const bool limit : {false, true}) {
-            CTestPicture p(300, 4, 16);
-            p.Fill(6, true);
-            for (LONG i = 0; i < 11; ++i) {
-                p.PixelF(i, 0) = {wild[i], wild[10 - i], 0.25f, 0.9f};
-                p.PixelF(i, 1).a = wild[i];
-            }
-            for (LONG x = 0; x < 300; ++x) p.PixelF(x, 2).g = static_cast<float>(x) / 255.0f;
-            CTestPicture expected = p, each = p, expectedEach = p;
-            for (LONG y = 0; y < 4; ++y)
-                for (LONG x = 0; x < 300; ++x) {
-                    float* const c = &expected.PixelF(x, y).b;
-                    if (mapAlpha) c[3] = Reference(table, c[3]);
-                    for (int k = 0; k < 3; ++k) {
-                        c[k] = Reference(table, c[k]);
-                        if (limit && c[k] > c[3]) c[k] = c[3];
-                    }
-                    tPixelF& e = expectedEach.PixelF(x, y);
-                    e = {Reference(other, e.b), e.g, Reference(table, e.r), Reference(other, e.a)};
-                }
-            const bool is8 = sizeof(Entry) == 1;
-            ASSERT_EQ(S_OK, KwDibApplyLut(p.View(), 16, table.data(), is8, mapAlpha, limit));
-            ExpectSame(p, expected);
-            ASSERT_EQ(S_OK, KwDibApplyLuts(each.View(), 16, table.data(), nullptr, other.data(), other.data(), is8));
-            ExpectSame(each, expectedEach);
-        }
-}
-
-TEST(ApplyLut, FloatsStayInsideTheTable) {
-    CheckFloats<std::uint8_t>(256);
-    CheckFloats<std::uint16_t>(65536);
-}
-
 TEST(ApplyLut, NeedsATable) {
     CTestPicture p(2, 2, 4);
     EXPECT_EQ(E_POINTER, KwDibApplyLut(p.View(), 4, nullptr, true, false, false));

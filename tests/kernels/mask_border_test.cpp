@@ -1,6 +1,7 @@
 #include "kernels/mask_border.h"
 
 #include "kernels/picture.h"
+#include "kernels/shape_mix.h"
 
 namespace {
 
@@ -58,6 +59,12 @@ TEST(MaskBorder, CostsWhatThePictureCosts) {
             for (const LONG bytesPerPixel : {4, 16})
                 Draw(frame, frame, bytesPerPixel, c.aspect, c.progress, fixedSize, info);
         }
+}
+
+TEST(ShapeMix, NeedsARecord) {
+    CTestPicture a(9, 7, 4), out(9, 7, 4);
+    EXPECT_EQ(E_POINTER, KwDibIris(out.View(), a.View(), a.View(), 4, nullptr, 0.5, false, 1.0));
+    EXPECT_EQ(E_POINTER, KwDibCutter(out.View(), a.View(), 4, nullptr, false, 1.0));
 }
 
 } // namespace
