@@ -15,9 +15,9 @@ class ValidateTest : public CommandTest {
 };
 
 TEST_F(ValidateTest, TheModulePasses) {
-    const Outcome outcome = validate(LARKMOOR_MODULE_FILE, "--level 1");
+    const Outcome outcome = validate(LARKMOOR_MODULE_FILE, "--level 2");
     EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_THAT(outcome.out, HasSubstr("68 checks, 0 failed"));
+    EXPECT_THAT(outcome.out, HasSubstr("266 checks, 0 failed"));
     EXPECT_EQ(validate(LARKMOOR_MODULE_FILE, "--level 3 --effect Text").status, 0);
 }
 

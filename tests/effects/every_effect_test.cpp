@@ -282,22 +282,6 @@ TEST_P(EveryEffect, ARampMovesTheFieldsThatSaySo) {
         EXPECT_EQ(fieldText(field, expected), fieldText(field, between)) << field.name;
 }
 
-TEST_P(EveryEffect, ItsStateComesBackByteForByte) {
-    if (info().defaults.empty()) GTEST_SKIP() << "has no record";
-    std::minstd_rand random(3);
-    Effect effect = module().create(info());
-    EXPECT_EQ(info().defaults, effect.record());
-    for (unsigned kind = 0; kind < 20; ++kind) {
-        const auto record = wildRecord(info(), kind, random);
-        effect.setRecord(record);
-        const auto state = effect.saveState();
-        Effect other = module().create(info());
-        other.loadState(state);
-        EXPECT_EQ(state, other.saveState());
-        EXPECT_EQ(effect.record(), other.record());
-    }
-}
-
 TEST_P(EveryEffect, ItsFieldsCoverTheRecordAndReadBack) {
     for (const PresetInfo& preset : info().presets) {
         ASSERT_EQ(info().defaults.size(), preset.record.size());

@@ -475,21 +475,6 @@ TEST_F(Frame, ALastReleaseMayReachBackIntoTheObject) {
     EXPECT_EQ(before, CModuleLock::Count()) << "it ended once";
 }
 
-TEST_F(Frame, StoragesHoldOneStream) {
-    CProbe& probe = Make(kOneInput);
-    const auto storage = larkmoor::createMemoryStorage();
-    EXPECT_TRUE(FAILED(probe.Load(storage.Get())));
-    const tTESTPROP record{9.0f, 8, 7.0, 0.5};
-    probe.put_all(const_cast<tTESTPROP*>(&record), sizeof record);
-    ASSERT_EQ(S_OK, probe.Save(storage.Get(), TRUE));
-    EXPECT_EQ(S_FALSE, probe.IsDirty());
-    probe.InitNew(storage.Get());
-    ASSERT_EQ(S_OK, probe.Load(storage.Get()));
-    tTESTPROP loaded{};
-    probe.get_all(&loaded, sizeof loaded);
-    EXPECT_EQ(0, std::memcmp(&record, &loaded, sizeof record));
-}
-
 TEST_F(Frame, SafetyKeepsAWordForEachInterface) {
     CProbe& probe = Make(kOneInput);
     DWORD supported = 9, enabled = 9;

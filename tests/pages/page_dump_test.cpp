@@ -150,7 +150,7 @@ void Drive(CWatchedPage& page, const tPageControl& control, std::ostream& out) {
         key(KWKEY_PAGE_UP, "page up");
         break;
     case KWCONTROL_EDIT:
-        for (const char* text : {"-99999", "99999", "0.62"}) {
+        for (const char* text : {"-99999", "99999", "0.62", "0.4996"}) { // the last one tells rounding from truncation
             page.Type(id, text);
             tell(text);
         }
