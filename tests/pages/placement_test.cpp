@@ -1,6 +1,5 @@
 #include "pages/controls/placement.h"
 
-#include <cmath>
 #include <limits>
 #include <sstream>
 
@@ -89,28 +88,6 @@ TEST(Placement, AreaLeavesRoomForFrameAndHandle) {
     const bool lit = fresh.control.Lit();
     EXPECT_EQ(fresh.Play("timer 2060; timer 2061"), "*; no");
     EXPECT_NE(fresh.control.Lit(), lit);
-}
-
-TEST(Placement, AddTakesPlacesFrom0To1Only) {
-    const struct {
-        double x, y;
-        bool taken;
-    } rows[] = {{0, 0, true},
-                {1, 1, true},
-                {0.25, 0.75, true},
-                {1.5, 0.2, false},
-                {0.2, std::nextafter(1.0, 2.0), false},
-                {-1e-300, 0, false},
-                {kNaN, 0.2, false},
-                {0.2, kInfinity, false}};
-    tPlacement p;
-    for (const auto& row : rows) {
-        tPlacementHandle handle = Handle(row.x, row.y, 0, 0, 4);
-        const auto before = static_cast<std::uintptr_t>(p.Message(2050));
-        EXPECT_EQ(p.Message(2051, 0, &handle), 0);
-        EXPECT_EQ(p.At(before), row.taken ? handle : tPlacementHandle{}) << row.x << ',' << row.y;
-    }
-    EXPECT_TRUE(p.handles.empty());
 }
 
 TEST(Placement, ReplaceKeepsRecordsDrawable) {

@@ -60,37 +60,6 @@ TEST(Trackbar, StepPosition) {
             << "code " << c.code << " from " << c.pos << " in " << c.min << ".." << c.max;
 }
 
-TEST(Trackbar, ThumbIsExactAtBothEnds) {
-    struct {
-        LONG width, height, min, max, pos, centre, thumb;
-    } const kCases[] = {
-        {211, 20, 0, 100, 0, 5, 11},
-        {211, 20, 0, 100, 100, 205, 11},
-        {211, 20, 0, 100, 50, 105, 11},
-        {211, 20, 0, 3, 1, 72, 11},
-        {211, 20, 0, 3, 2, 138, 11},
-        {211, 20, kMin, kMax, kMin, 5, 11},
-        {211, 20, kMin, kMax, kMax, 205, 11},
-        {211, 20, 4, 4, 4, 5, 11},
-        {211, 40, 0, 100, 100, 200, 21},
-        {6, 20, 0, 100, 100, 3, 6},
-        {1, 1, 0, 100, 100, 0, 1},
-        {0, 20, 0, 100, 100, 0, 0},
-        {-5, -5, 0, 100, 100, 0, 0},
-        {kMax, 20, kMin, kMax, kMax, 65529, 11},
-    };
-    for (const auto& c : kCases) {
-        tBar t;
-        t.Send(KWEVENT_SIZE, c.width, c.height);
-        t.Message(KWPOS_SET_MIN, 0, c.min);
-        t.Message(KWPOS_SET_MAX, 0, c.max);
-        t.Message(KWPOS_SET, 1, c.pos);
-        const RECT thumb = t.Detail<tTrackbarDetail>().thumb;
-        EXPECT_EQ((thumb.left + thumb.right) / 2, c.centre) << c.width << " by " << c.height << " at " << c.pos;
-        EXPECT_EQ(thumb.right - thumb.left, c.thumb);
-    }
-}
-
 TEST(Trackbar, Scripts) {
     ExpectScripts("trackbar", [](ULONG style) { return std::make_unique<tBar>(style); });
 }
