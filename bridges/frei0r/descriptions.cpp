@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <utility>
 
 #include <fmt/format.h>
@@ -50,6 +51,11 @@ std::string initialText(const Parameter& parameter) {
     return fmt::format("{:.15g}", std::get<double>(parameter.initial));
 }
 
+/// Six digits, since Kdenlive cuts a default to that and finds it among a list's values by its text.
+std::string listText(double value) {
+    return fmt::format("{:.6g}", value);
+}
+
 /// Values with their words, for a list.
 struct List {
     std::vector<std::string> values, words;
@@ -57,8 +63,9 @@ struct List {
 
 List listOf(const Parameter& parameter) {
     List list;
+    if (parameter.role == Role::OwnUnit) return list; // a slider serves
     const auto add = [&](double value, std::string word) {
-        list.values.push_back(fmt::format("{:.15g}", value));
+        list.values.push_back(listText(value));
         // Commas stand between the words.
         for (std::size_t at; (at = word.find(',')) != std::string::npos;) word.replace(at, 1, " /");
         list.words.push_back(std::move(word));
@@ -69,6 +76,12 @@ List listOf(const Parameter& parameter) {
         for (double value = parameter.minimum; value <= parameter.maximum; ++value)
             add(parameter.normal(value), fmt::format("{}", value));
     return list;
+}
+
+/// A slider's: about four digits for the whole range.
+int decimalsOf(const Parameter& parameter) {
+    const double range = parameter.maximum - parameter.minimum;
+    return parameter.whole ? 0 : std::clamp(3 - static_cast<int>(std::floor(std::log10(range))), 0, 3);
 }
 
 std::string joined(const std::vector<std::string>& texts, const char* between) {
@@ -87,9 +100,9 @@ Value startOf(const EffectInfo& info, const Parameter& parameter) {
     return parameter.initial;
 }
 
-std::string kdenliveParameter(const EffectInfo& info, Parameter parameter, std::size_t index) {
+std::string kdenliveParameter(const EffectInfo& info, Parameter parameter, std::size_t index, std::string title) {
     parameter.initial = startOf(info, parameter);
-    std::string title = parameter.title, shape;
+    std::string shape;
     if (parameter.role == Role::Progress) {
         shape = R"(type="switch" default="0=0;-1=1" min="0=0;-1=1" max="0=1;-1=0")";
         title = "Reverse";
@@ -103,25 +116,25 @@ std::string kdenliveParameter(const EffectInfo& info, Parameter parameter, std::
         return fmt::format("    <parameter type=\"list\" name=\"{}\" default=\"{}\" paramlist=\"{}\">\n"
                            "        <paramlistdisplay>{}</paramlistdisplay>\n"
                            "        <name>{}</name>\n        <comment>{}</comment>\n    </parameter>\n",
-                           index, initialText(parameter), joined(list.values, ";"), xml(joined(list.words, ",")),
-                           xml(title), xml(parameter.help));
+                           index, listText(std::get<double>(parameter.initial)), joined(list.values, ";"),
+                           xml(joined(list.words, ",")), xml(title), xml(parameter.help));
     } else {
-        // A slider shows the number times a factor, so a range that does not begin at 0 is shown in per cent.
-        const bool fromZero = parameter.minimum == 0 && parameter.maximum > 0;
-        if (!fromZero)
-            title += fmt::format(" ({:g} to {:g}{}{})", parameter.minimum, parameter.maximum,
-                                 parameter.unit.empty() ? "" : " ", parameter.unit);
-        const double factor = fromZero ? parameter.maximum : 100;
-        const std::string suffix = fromZero ? parameter.unit : "%";
-        const int decimals = std::clamp(3 - static_cast<int>(std::floor(std::log10(factor))), 0, 3);
         const bool animated = !parameter.field || parameter.field->ramp != KWRAMP_START;
-        shape = fmt::format(R"(type="{}" default="{}" min="0" max="{:.10g}" factor="{:.10g}" decimals="{}"{})",
-                            animated ? "animated" : "constant", initialText(parameter), factor, factor, decimals,
-                            suffix.empty() ? "" : " suffix=\" " + xml(suffix) + '"');
+        shape = fmt::format(R"(type="{}" default="{}" min="{:.10g}" max="{:.10g}" decimals="{}"{})",
+                            animated ? "animated" : "constant", initialText(parameter), parameter.minimum,
+                            parameter.maximum, decimalsOf(parameter),
+                            parameter.unit.empty() ? "" : " suffix=\" " + xml(parameter.unit) + '"');
     }
     return fmt::format("    <parameter {} name=\"{}\">\n        <name>{}</name>\n        <comment>{}</comment>\n"
                        "    </parameter>\n",
                        shape, index, xml(title), xml(parameter.help));
+}
+
+/// The parameter that Kdenlive shows for one: itself, or what is the same in its own unit.
+std::size_t shownFor(const Plugin& plugin, std::size_t index) {
+    const auto own = std::ranges::find_if(
+        plugin.parameters, [&](const Parameter& p) { return p.role == Role::OwnUnit && p.twin == index; });
+    return own == plugin.parameters.end() ? index : static_cast<std::size_t>(own - plugin.parameters.begin());
 }
 
 /// In single quotes, for QML.
@@ -157,11 +170,9 @@ std::string shotcutField(const EffectInfo& info, Parameter parameter, std::size_
         for (const std::string& word : list.words) words.push_back(quoted(word));
         shape = fmt::format("kind: 'list', values: [{}], words: [{}]", joined(list.values, ", "), joined(words, ", "));
     } else {
-        const double range = parameter.maximum - parameter.minimum;
-        const int decimals =
-            parameter.whole ? 0 : std::clamp(3 - static_cast<int>(std::floor(std::log10(range))), 0, 3);
         shape = fmt::format("kind: 'slider', low: {:.10g}, high: {:.10g}, decimals: {}, unit: {}", parameter.minimum,
-                            parameter.maximum, decimals, quoted(parameter.unit.empty() ? "" : " " + parameter.unit));
+                            parameter.maximum, decimalsOf(parameter),
+                            quoted(parameter.unit.empty() ? "" : " " + parameter.unit));
     }
     return fmt::format("        {{ property: '{}', title: {}, help: {}, initial: {}, animates: {}, {} }},\n", index,
                        quoted(parameter.title), quoted(parameter.help), quoted(initial), animates(parameter), shape);
@@ -200,14 +211,29 @@ Description kdenliveOf(const Plugin& plugin) {
                     "    <author>Larkmoor</author>\n",
                     kind, plugin.fileName, xml(plugin.info->name), xml(plugin.explanation));
     for (std::size_t i = 0; i < plugin.parameters.size(); ++i)
-        text += kdenliveParameter(*plugin.info, plugin.parameters[i], i);
+        if (const std::size_t shown = shownFor(plugin, i); plugin.parameters[i].role != Role::OwnUnit)
+            text += kdenliveParameter(*plugin.info, plugin.parameters[shown], shown, plugin.parameters[i].title);
     return {fmt::format("kdenlive/{}s/frei0r_{}.xml", kind, plugin.fileName), text + fmt::format("</{}>\n", kind)};
+}
+
+Description kdenliveGroupsOf(std::span<const Plugin> plugins) {
+    std::map<std::string, std::string> lists;
+    for (const Plugin& plugin : plugins) {
+        if (plugin.type != F0R_PLUGIN_TYPE_FILTER) continue;
+        std::string& list = lists[plugin.info->family];
+        list += (list.empty() ? "frei0r." : ",frei0r.") + plugin.fileName;
+    }
+    std::string text;
+    for (const auto& [family, list] : lists)
+        text += fmt::format("<group list=\"{}\"><text>Larkmoor: {}</text></group>\n", list, xml(family));
+    return {"kdenlive/larkmoor-groups.xml", text};
 }
 
 std::vector<Description> shotcutOf(const Plugin& plugin) {
     if (plugin.type != F0R_PLUGIN_TYPE_FILTER) return {};
     std::string curves, fields;
     for (std::size_t i = 0; i < plugin.parameters.size(); ++i) {
+        if (plugin.parameters[i].role == Role::OwnUnit) continue; // the page counts in own units itself
         fields += shotcutField(*plugin.info, plugin.parameters[i], i);
         if (animates(plugin.parameters[i]))
             curves +=
@@ -248,7 +274,9 @@ Description mltOf(const Plugin& plugin) {
                                                                      : "string";
         text += fmt::format("  - identifier: {}\n    title: {}\n    type: {}\n    description: {}\n", i,
                             yaml(parameter.title), type, yaml(parameter.explanation));
-        if (number) text += "    minimum: 0\n    maximum: 1\n";
+        if (number)
+            text +=
+                fmt::format("    minimum: {:.10g}\n    maximum: {:.10g}\n", parameter.lowest(), parameter.highest());
         if (parameter.type != F0R_PARAM_STRING) text += fmt::format("    default: {}\n", initialText(parameter));
         text += fmt::format("    readonly: no\n    mutable: yes\n    animation: {}\n", number ? "yes" : "no");
     }

@@ -1,6 +1,7 @@
 // Descriptions of the plug-ins for hosts that read more than the plug-ins themselves tell.
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ struct Description {
 
 /// Kdenlive's description: sliders in the field's unit, lists with words. An effect, transition or generator.
 Description kdenliveOf(const Plugin& plugin);
+
+/// The filters by families, for the file in which Kdenlive keeps the groups of its list.
+Description kdenliveGroupsOf(std::span<const Plugin> plugins);
 
 /// What Shotcut needs to offer a filter: its metadata and its controls, which stand on `larkmoor/Parameters.qml` beside
 /// them. Nothing for a transition or generator, of which Shotcut has closed lists.

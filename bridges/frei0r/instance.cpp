@@ -53,6 +53,7 @@ Instance::Instance(const Catalog& catalog, const Plugin& plugin, unsigned width,
       m_effect(catalog.module().create(*plugin.info)), m_pitch(width) {
     m_effect.setBlending(false);
     for (const Parameter& parameter : plugin.parameters) m_values.push_back(parameter.initial);
+    m_inForce = m_values;
 }
 
 void Instance::set(int index, const void* value) {
@@ -72,11 +73,15 @@ void Instance::set(int index, const void* value) {
         double number;
         std::memcpy(&number, value, sizeof number);
         if (std::isnan(number)) return;
-        taken = std::clamp(number, 0.0, 1.0);
+        taken = std::clamp(number, parameter.lowest(), parameter.highest());
     }
     const std::scoped_lock guard(m_lock);
     Value& held = m_values[static_cast<std::size_t>(index)];
     if (sameValue(held, taken)) return;
+    if (parameter.role == Role::OwnUnit)
+        m_inForce[parameter.twin] = m_plugin.parameters[parameter.twin].normal(std::get<double>(taken));
+    else
+        m_inForce[static_cast<std::size_t>(index)] = taken;
     held = std::move(taken);
     m_changed = true;
 }
@@ -98,9 +103,9 @@ void Instance::get(int index, void* value) {
 void Instance::applyValues() {
     if (!m_changed) return;
     const std::span parameters(m_plugin.parameters);
-    m_timing = timingOf(parameters, m_values);
-    if (m_plugin.info->kind == EffectKind::Transition) m_progress = static_cast<float>(std::get<double>(m_values[0]));
-    m_effect.setRecord(recordOf(*m_plugin.info, parameters, m_values));
+    m_timing = timingOf(parameters, m_inForce);
+    if (m_plugin.info->kind == EffectKind::Transition) m_progress = static_cast<float>(std::get<double>(m_inForce[0]));
+    m_effect.setRecord(recordOf(*m_plugin.info, parameters, m_inForce));
     m_changed = false; // not before: where memory was short the next frame tries again
 }
 

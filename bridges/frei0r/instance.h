@@ -48,7 +48,10 @@ class Instance {
     const unsigned m_width, m_height;
     std::mutex m_lock;
     Effect m_effect;
-    std::vector<Value> m_values;
+    std::vector<Value> m_values; ///< as they were set
+    /// What is drawn: of two parameters for one element, the value of the one that changed last stands here, in the
+    /// place and the terms of the one from 0 to 1. A host may set all of them again for each frame, changed or not.
+    std::vector<Value> m_inForce;
     bool m_changed = false;
     float m_progress = 0;
     Timing m_timing;

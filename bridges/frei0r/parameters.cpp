@@ -171,6 +171,34 @@ std::string numberText(const Parameter& parameter, double number) {
     return fmt::format("{:.0f}", wraps ? value - 4294967296.0 : value);
 }
 
+/// For the sliders whose range is not from 0 to 1 anyway.
+void addOwnUnits(std::vector<Parameter>& parameters) {
+    for (std::size_t i = 0, count = parameters.size(); i < count; ++i) {
+        const Parameter& twin = parameters[i];
+        if (twin.type != F0R_PARAM_DOUBLE || !twin.choices.empty()) continue;
+        if (twin.minimum == 0 && twin.maximum == 1) continue;
+        const std::string unit = twin.unit.empty() ? "" : " " + twin.unit;
+        const std::string range = fmt::format("{:.10g} to {:.10g}{}", twin.minimum, twin.maximum, unit);
+        // To the last bit what a host reads from this number's text: setting it is then no change.
+        const double initial = std::stod(numberText(twin, std::get<double>(twin.initial)));
+        Parameter own{.role = Role::OwnUnit,
+                      .name = twin.name + "Real",
+                      .title = fmt::format("{} ({})", twin.title, range),
+                      .help = twin.help,
+                      .explanation = fmt::format("As `{}`, but {}; default: {:.10g}. Of the two the one that changed "
+                                                 "last counts.",
+                                                 twin.name, range, initial),
+                      .unit = twin.unit,
+                      .minimum = twin.minimum,
+                      .maximum = twin.maximum,
+                      .whole = twin.whole,
+                      .initial = initial,
+                      .field = twin.field,
+                      .twin = i};
+        parameters.push_back(std::move(own));
+    }
+}
+
 std::string channelText(float channel) {
     return fmt::format("{}", wholeStep(fraction(channel)));
 }
@@ -223,6 +251,7 @@ std::vector<Parameter> parametersOf(const EffectInfo& info) {
         for (const tFieldInfo& field : info.fields)
             if (rankOf(field) == rank && !isIdle(field)) addField(parameters, info, field);
     if (info.watchesTime) std::ranges::move(timeParameters(), std::back_inserter(parameters));
+    addOwnUnits(parameters);
     return parameters;
 }
 
@@ -234,7 +263,7 @@ std::vector<std::byte> recordOf(const EffectInfo& info, std::span<const Paramete
                 return info.presets[number - 1].record;
     std::vector<FieldPart> parts;
     for (std::size_t i = 0; i < parameters.size(); ++i)
-        if (parameters[i].field)
+        if (parameters[i].role == Role::Field)
             parts.push_back({parameters[i].field, !sameValue(values[i], parameters[i].initial),
                              elementText(parameters[i], values[i])});
     return recordOfParts(info, parts);

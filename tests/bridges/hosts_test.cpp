@@ -1,4 +1,5 @@
 // The plug-ins in the hosts themselves against the command, byte for byte, and the examples of the page.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <random>
@@ -142,10 +143,18 @@ class HostTest : public CommandTest {
             text += (i ? "|" : "") + settingOf(plugin.parameters[i], i).host;
         return text;
     }
+    /// In the fields' own units where there are such parameters.
     static std::string namedSettings(const Plugin& plugin) {
         std::string text;
         for (std::size_t i = plugin.type == F0R_PLUGIN_TYPE_MIXER2; i < plugin.parameters.size(); ++i) {
+            const auto isOfThis = [&](const Parameter& p) { return p.role == Role::OwnUnit && p.twin == i; };
+            if (std::ranges::any_of(plugin.parameters, isOfThis)) continue;
             std::string value = settingOf(plugin.parameters[i], i).host;
+            if (const Parameter& own = plugin.parameters[i]; own.role == Role::OwnUnit) {
+                const bool field = plugin.parameters[own.twin].role == Role::Field;
+                value = plain(
+                    field ? plugin.parameters[own.twin].real(numberAt(own.twin)) : std::get<double>(own.initial), 15);
+            }
             if (value == "y" || value == "n") value = value == "y" ? "1" : "0";
             if (plugin.parameters[i].type == F0R_PARAM_COLOR) value += "ff";
             text += " " + std::to_string(i) + "='" + value + "'";

@@ -8,12 +8,14 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <regex>
 #include <set>
 #include <shared_mutex>
 #include <sstream>
 #include <thread>
 
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <sys/mman.h>
 
 #include "catalog.h"
@@ -140,7 +142,8 @@ TEST(Frei0r, EveryEffectHasItsPlugin) {
             if (param.type != F0R_PARAM_DOUBLE && param.type != F0R_PARAM_BOOL) continue;
             double value = -1;
             file.get(instance, &value, i);
-            EXPECT_TRUE(value >= 0 && value <= 1) << param.name << " " << value;
+            const Parameter& own = plugin.parameters[static_cast<std::size_t>(i)];
+            EXPECT_TRUE(value >= own.lowest() && value <= own.highest()) << param.name << " " << value;
         }
         if (info.plugin_type == F0R_PLUGIN_TYPE_MIXER2) {
             EXPECT_EQ(plugin.parameters[0].role, Role::Progress);
@@ -217,6 +220,41 @@ TEST(Frei0r, ParametersReachTheRecord) {
     }
 }
 
+// Hosts set what they know of again and again; what changed last is drawn.
+TEST(Frei0r, OwnUnitsAndNumbersFrom0To1GiveWay) {
+    const Pixels first = picture(130, 70, 1, true), second = picture(130, 70, 2, true);
+    std::set<std::string> names;
+    for (const Plugin& plugin : catalog().plugins())
+        for (std::size_t i = 0; i < plugin.parameters.size(); ++i) {
+            const Parameter& own = plugin.parameters[i];
+            if (own.role != Role::OwnUnit || plugin.parameters[own.twin].role != Role::Field) continue;
+            SCOPED_TRACE(plugin.fileName + " " + own.name);
+            const auto at = [&](double number) { return own.minimum + number * (own.maximum - own.minimum); };
+            const auto drawn = [&](double number) {
+                Constructed it(plugin, 130, 70);
+                it.set(own.twin, number);
+                if (it.mixes) it.set(0, 0.4);
+                return it.draw(first, second);
+            };
+            const Pixels high = drawn(1), between = drawn(0.25);
+            if (between != high) names.insert(own.name);
+            Constructed it(plugin, 130, 70);
+            if (it.mixes) it.set(0, 0.4);
+            const auto set = [&](double ownUnit, double number) {
+                it.set(own.twin, number);
+                it.set(i, ownUnit);
+                EXPECT_EQ(it.get(i), std::clamp(ownUnit, own.minimum, own.maximum));
+                EXPECT_EQ(it.get(own.twin), number);
+                return it.draw(first, second);
+            };
+            EXPECT_EQ(set(std::get<double>(own.initial), 1), high);
+            EXPECT_EQ(set(at(0.25), 1), between);
+            EXPECT_EQ(set(at(0.25), 0.75), drawn(0.75));
+            EXPECT_EQ(set(own.maximum + 1, 0.75), high);
+        }
+    EXPECT_THAT(names, testing::IsSupersetOf({"angleReal", "contrastReal", "gammaReal", "lumaMinReal", "widthReal"}));
+}
+
 TEST(Frei0r, ColoursHaveTheBytesOfHexText) {
     const Plugin& plugin = pluginNamed("larkmoor_sepia");
     std::vector<Value> values;
@@ -253,13 +291,15 @@ TEST(Frei0r, TakesHostileCalls) {
             for (int i = 0; i < count; ++i) {
                 file.set(it.instance, nullptr, i);
                 file.get(it.instance, nullptr, i);
-                if (plugin.parameters[static_cast<std::size_t>(i)].type == F0R_PARAM_COLOR) {
+                const Parameter& parameter = plugin.parameters[static_cast<std::size_t>(i)];
+                if (parameter.type == F0R_PARAM_COLOR) {
                     const auto channel = static_cast<float>(std::isfinite(wild) ? std::clamp(wild, -9.0, 9.0) : wild);
                     f0r_param_color_t color{channel, channel, channel};
                     file.set(it.instance, &color, i);
-                } else if (plugin.parameters[static_cast<std::size_t>(i)].type != F0R_PARAM_STRING) {
+                } else if (parameter.type != F0R_PARAM_STRING) {
                     it.set(static_cast<std::size_t>(i), wild);
-                    EXPECT_TRUE(it.get(static_cast<std::size_t>(i)) >= 0 && it.get(static_cast<std::size_t>(i)) <= 1);
+                    const double held = it.get(static_cast<std::size_t>(i));
+                    EXPECT_TRUE(held >= parameter.lowest() && held <= parameter.highest());
                 }
             }
             it.draw(first, second, wild);
@@ -450,16 +490,78 @@ TEST(Frei0r, StandsThreadsInAnyOrder) {
     for (std::size_t i = 0; i < slots.size(); ++i) files[i]->destruct(slots[i].instance);
 }
 
-TEST(Frei0r, KdenliveBeginsWithWhatShows) {
+TEST(Frei0r, EditorsBeginWithWhatShows) {
     const std::pair<const char*, const char*> starts[] = {
         {"larkmoor_sepia", "Warm"}, {"larkmoor_black_and_white", "100% Black and White"}, {"larkmoor_levels", "none"}};
     for (const auto& [name, preset] : starts) {
         const Plugin& plugin = pluginNamed(name);
         const auto& choices = plugin.parameters[0].choices;
         const auto at = static_cast<double>(std::ranges::find(choices, preset) - choices.begin());
-        const auto value = fmt::format("type=\"list\" name=\"0\" default=\"{:.15g}\"", plugin.parameters[0].normal(at));
+        const auto value = fmt::format("type=\"list\" name=\"0\" default=\"{:.6g}\"", plugin.parameters[0].normal(at));
         EXPECT_NE(kdenliveOf(plugin).text.find(value), std::string::npos) << name << ": " << value;
+        const auto row = fmt::format("property: '0', title: 'Preset', help: 'Puts a preset in the place of the other "
+                                     "settings.', initial: '{:.15g}'",
+                                     plugin.parameters[0].normal(at));
+        EXPECT_NE(shotcutOf(plugin).at(1).text.find(row), std::string::npos) << name << ": " << row;
     }
+}
+
+TEST(Frei0r, KdenlivesSlidersCountInTheFieldsOwnUnit) {
+    const std::regex sliders("type=\"(?:animated|constant)\" default=\"(.*?)\" min=\"(.*?)\" max=\"(.*?)\" "
+                             "decimals=\"(.*?)\".*? name=\"(.*?)\">\\s*<name>(.*?)</name>");
+    // It cuts defaults to six digits, and looks them up in lists as text.
+    const std::regex lists("type=\"list\" name=\"(.*?)\" default=\"(.*?)\" paramlist=\"(.*?)\"");
+    const auto cut = [](const std::string& number) { return fmt::format("{:g}", std::stod(number)); };
+    for (const Plugin& plugin : catalog().plugins()) {
+        const std::string text = kdenliveOf(plugin).text;
+        std::set<std::string> shown;
+        for (std::sregex_iterator it(text.begin(), text.end(), lists), end; it != end; ++it) {
+            const Parameter& parameter = plugin.parameters.at(std::stoul((*it)[1]));
+            std::istringstream values((*it)[3]);
+            std::vector<double> real;
+            bool found = false;
+            for (std::string value; std::getline(values, value, ';');) {
+                found |= value == cut((*it)[2]);
+                real.push_back(parameter.real(std::stod(value)));
+            }
+            EXPECT_TRUE(found) << plugin.fileName << " " << (*it)[0];
+            for (std::size_t i = 0; i < real.size(); ++i) EXPECT_EQ(real[i], real[0] + static_cast<double>(i));
+        }
+        for (std::sregex_iterator it(text.begin(), text.end(), sliders), end; it != end; ++it) {
+            const auto number = [&](std::size_t group) { return std::stod((*it)[group]); };
+            const Parameter& set = plugin.parameters.at(static_cast<std::size_t>(number(5)));
+            const Parameter& told = set.role == Role::OwnUnit ? plugin.parameters[set.twin] : set;
+            SCOPED_TRACE(plugin.fileName + " " + set.name);
+            EXPECT_EQ((*it)[6], told.title);
+            EXPECT_TRUE(shown.insert(told.name).second);
+            EXPECT_EQ(number(2), told.minimum);
+            EXPECT_NEAR(number(3), told.maximum, 1e-8);
+            EXPECT_EQ(set.lowest(), told.minimum);
+            EXPECT_EQ(set.highest(), told.maximum);
+            EXPECT_NEAR(number(1), told.real(std::get<double>(told.initial)), 1e-9 * told.maximum);
+            // But for one that nobody tells from its neighbours.
+            EXPECT_TRUE(std::stod(cut((*it)[1])) == std::get<double>(set.initial) || set.name == "seedReal");
+            // A step of the display is a thousandth of the range at most, where it is not the unit itself.
+            EXPECT_TRUE(std::pow(10, -number(4)) <= (told.maximum - told.minimum) / 1000 || told.whole);
+        }
+        for (const Parameter& own : plugin.parameters)
+            EXPECT_TRUE(own.role != Role::OwnUnit || shown.contains(plugin.parameters[own.twin].name)) << own.name;
+    }
+}
+
+TEST(Frei0r, KdenlivesGroupsHoldEveryFilterOnce) {
+    const std::string text = kdenliveGroupsOf(catalog().plugins()).text;
+    const std::regex groups("<group list=\"(.*?)\"><text>Larkmoor: (.*?)</text></group>\n");
+    std::multiset<std::string> grouped, filters;
+    for (std::sregex_iterator it(text.begin(), text.end(), groups), end; it != end; ++it) {
+        std::istringstream list((*it)[1]);
+        for (std::string id; std::getline(list, id, ',');) grouped.insert(id + " in " + (*it)[2].str());
+    }
+    for (const Plugin& plugin : catalog().plugins())
+        if (plugin.type == F0R_PLUGIN_TYPE_FILTER)
+            filters.insert("frei0r." + plugin.fileName + " in " + plugin.info->family);
+    EXPECT_EQ(grouped, filters);
+    EXPECT_EQ(std::regex_replace(text, groups, ""), "");
 }
 
 // Users of hosts that set by position count on the order.
