@@ -10,11 +10,11 @@ using ExactTest = CommandTest;
 
 TEST_F(ExactTest, ARampStandsAtItsShareOnEveryFrame) {
     clip("in.mkv", "-vf format=gray,geq=lum=40 -pix_fmt bgr0 -c:v ffv1", "0.36");
-    const auto project = [&](const std::string& more) {
-        std::ofstream(path("p.larkmoor")) << R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.mkv"}, )"
-                                          << R"("effects": [{"effect": "Invert", "fields": {"amount": "0"}, "ramp": {)"
-                                          << R"("from": 2, "to": 6, "fields": {"amount": "1"}}}])" << more << "}";
-        return "p.larkmoor";
+    const auto project = [&](const std::string& name, const std::string& ramp, const std::string& more = "") {
+        std::ofstream(path(name)) << R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.mkv"}, )"
+                                  << R"("effects": [{"effect": "Invert", "fields": {"amount": "0"}, "ramp": {)" << ramp
+                                  << R"("fields": {"amount": "1"}}}])" << more << "}";
+        return name;
     };
     const struct {
         std::string run;
@@ -25,7 +25,11 @@ TEST_F(ExactTest, ARampStandsAtItsShareOnEveryFrame) {
         {"in.mkv --effect Invert --ramp amount=0:1", 0, 8, 9},
         {"in.mkv --frames 5 --effect Invert --ramp amount=0:1", 0, 4, 5},
         {"in.mkv --start 0.08 --effect Invert --ramp amount=0:1", 0, 6, 7},
-        {project(""), 2, 4, 9},
+        {"in.mkv --frames 1 --effect Invert --ramp amount=0:1", 0, 1, 1}, // a single frame stands at the start
+        {project("some.larkmoor", R"("from": 2, "to": 6, )"), 2, 4, 9},
+        {project("step.larkmoor", R"("from": 4, "to": 4, )"), 4, 1, 9}, // of one frame: a step after it
+        {project("all.larkmoor", ""), 0, 8, 9},
+        {project("cut.larkmoor", R"("from": 2, "to": 6, )", R"(, "in": 2)"), 2, 4, 7}, // frames are the output's
     };
     for (const auto& row : rows) {
         const Outcome run = larkmoor("render " + row.run + " -y -o out.raw --raw gray");

@@ -352,35 +352,6 @@ TEST_F(ProjectTest, GeneratorsRenderAsByTheCommand) {
     EXPECT_EQ(render(project(R"(, "in": 5)"), "late.raw", "--raw bgra").status, 1);
 }
 
-TEST_F(ProjectTest, RampsHoldOutsideTheirFrames) {
-    clip("in.mkv", "-vf format=gray,geq=lum=40 -pix_fmt bgr0 -c:v ffv1", "0.4");
-    const auto levels = [&](const std::string& range, const std::string& more = "") {
-        const Outcome outcome =
-            render(R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.mkv"}, "effects": [{"effect":
-            "Invert", "fields": {"amount": "0"}, "ramp": {)" +
-                       range + R"("fields": {"amount": "1"}}}])" + more + "}",
-                   "out.raw", "--raw gray");
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        const std::string out = content("out.raw");
-        std::vector<int> levels;
-        for (std::size_t at = 0; at < out.size(); at += 96 * 64) levels.push_back(static_cast<unsigned char>(out[at]));
-        return levels;
-    };
-    const std::vector<int> all = levels(R"("from": 3, "to": 7, )");
-    ASSERT_EQ(all.size(), 10u);
-    for (const std::size_t i : {0, 1, 2, 3}) EXPECT_EQ(all[i], all[0]);
-    for (const std::size_t i : {7, 8, 9}) EXPECT_EQ(all[i], all[9]);
-    EXPECT_NEAR(all[0], 40, 1);
-    EXPECT_NEAR(all[9], 215, 1);
-    for (const std::size_t i : {4, 5, 6, 7}) EXPECT_GT(all[i], all[i - 1]);
-    // Frames are the output's; a ramp of one frame is a step after it.
-    EXPECT_EQ(levels(R"("from": 1, "to": 5, )", R"(, "in": 2)"), std::vector<int>(all.begin() + 2, all.end()));
-    const std::vector<int> step = levels(R"("from": 4, "to": 4, )");
-    for (std::size_t i = 0; i < 10; ++i) EXPECT_EQ(step[i], i <= 4 ? all[0] : all[9]) << i;
-    EXPECT_EQ(levels("").back(), all[9]);
-    EXPECT_EQ(levels(R"("from": 0, "to": 9, )"), levels(""));
-}
-
 TEST_F(ProjectTest, CancelLeavesNothing) {
     quietLog(false);
     clip("in.mp4", "-c:v libx264 -pix_fmt yuv420p");

@@ -7,53 +7,13 @@
 #include <random>
 
 #include "effects/pictures.h"
+#include "filters/filter.h"
 #include "host/foreign_surface.h"
 
 namespace {
 
 using namespace larkmoor;
 using namespace effect_test;
-
-/// A surface on memory with guard bytes behind each row and around the whole.
-class GuardedPicture {
-  public:
-    GuardedPicture(PixelFormat format, int width, int height, unsigned seed)
-        : m_row(static_cast<std::size_t>(width * bytesPerPixel(format))),
-          m_memory(kMargin * 2 + (m_row + kGap) * static_cast<std::size_t>(height), kGuard) {
-        std::minstd_rand random(seed + 1);
-        for (int y = 0; y < height; ++y)
-            for (std::size_t x = 0; x < m_row; ++x) Row(y)[x] = static_cast<std::uint8_t>(random());
-        if (format == PixelFormat::Float128)
-            for (int y = 0; y < height; ++y)
-                for (std::size_t x = 0; x < m_row / 4; ++x) {
-                    const float value = static_cast<float>(random() % 400) / 200.0f - 0.5f;
-                    std::memcpy(Row(y) + x * 4, &value, 4);
-                }
-        m_surface = Surface::wrap(
-            {reinterpret_cast<std::byte*>(Row(0)), width, height, static_cast<std::ptrdiff_t>(m_row + kGap), format});
-        m_height = height;
-    }
-
-    std::uint8_t* Row(int y) { return m_memory.data() + kMargin + (m_row + kGap) * static_cast<std::size_t>(y); }
-    const Surface& surface() const { return m_surface; }
-    const std::vector<std::uint8_t>& bytes() const { return m_memory; }
-
-    bool guardsStand() const {
-        for (std::size_t i = 0; i < m_memory.size(); ++i) {
-            const bool inside = i >= kMargin && i < m_memory.size() - kMargin && (i - kMargin) % (m_row + kGap) < m_row;
-            if (!inside && m_memory[i] != kGuard) return false;
-        }
-        return true;
-    }
-
-  private:
-    static constexpr std::size_t kMargin = 512, kGap = 16;
-    static constexpr std::uint8_t kGuard = 0xA5;
-    std::size_t m_row;
-    std::vector<std::uint8_t> m_memory;
-    Surface m_surface;
-    int m_height = 0;
-};
 
 /// Records that no page would make. Fields with storage of their own are left alone.
 std::vector<std::byte> wildRecord(const EffectInfo& info, unsigned kind, std::minstd_rand& random) {
@@ -104,23 +64,25 @@ TEST_P(EveryEffect, TakesAnyRecordWithinItsMemory) {
                 Effect effect = module().create(info(), kind % 3 == 0 ? 4 : 1);
                 effect.setRecord(wildRecord(info(), kind, random));
                 effect.setProgress(static_cast<float>(random() % 101) / 100.0f);
-                GuardedPicture first(format, size.width, size.height, kind),
-                    second(format, size.width, size.height, 99);
-                GuardedPicture output(format, size.width, size.height, kind + 5);
-                const auto firstBefore = first.bytes(), secondBefore = second.bytes();
+                const auto picture = [&](unsigned seed) {
+                    return CTestPicture(size.width, size.height, bytesPerPixel(format), 16).Fill(seed, true);
+                };
+                CTestPicture first = picture(kind), second = picture(99), output = picture(kind + 5);
+                const CTestPicture firstBefore = first, secondBefore = second;
                 const int inputs = kind % 5 == 4 ? info().minInputs : info().maxInputs;
-                const Surface all[] = {first.surface(), second.surface()};
+                const Surface all[] = {SurfaceOn(first, format), SurfaceOn(second, format)};
                 const RECT clip{size.width / 3, size.height / 4, size.width, size.height - size.height / 5};
                 const POINT place{0, size.height / 6};
                 try {
-                    effect.render(std::span(all, static_cast<std::size_t>(inputs)), output.surface(),
+                    effect.render(std::span(all, static_cast<std::size_t>(inputs)), SurfaceOn(output, format),
                                   kind % 2 ? &clip : nullptr, kind % 2 ? &place : nullptr);
                 } catch (const StatusError&) {
                     // A refusal is an answer too.
                 }
-                ASSERT_TRUE(output.guardsStand()) << "kind " << kind << " at " << size.width << "x" << size.height;
-                ASSERT_EQ(firstBefore, first.bytes()) << "the input changed";
-                ASSERT_EQ(secondBefore, second.bytes()) << "the second input changed";
+                output.CheckGuards();
+                ASSERT_FALSE(HasFailure()) << "kind " << kind << " at " << size.width << "x" << size.height;
+                ASSERT_TRUE(firstBefore == first) << "the input changed";
+                ASSERT_TRUE(secondBefore == second) << "the second input changed";
             }
 }
 
