@@ -466,11 +466,11 @@ TEST_F(HandsTest, TheKeyColorIsPickedFromThePictureBeforeTheKeyer) {
     addByName("sepia");
     idle();
     PictureView& picture = window->picture();
-    const QPointF at = picture.toWidget({48, 30});
+    const auto at = [&] { return picture.toWidget({48, 30}); };
     QColor there;
     const auto hover = QObject::connect(&picture, &PictureView::pixelHovered,
                                         [&](QPoint, QRgb, QRgb after) { there = QColor(after); });
-    moveMouse(picture, at);
+    moveMouse(picture, at());
     QObject::disconnect(hover);
     addByName("chroma keyer");
     const int steps = history().count();
@@ -481,7 +481,7 @@ TEST_F(HandsTest, TheKeyColorIsPickedFromThePictureBeforeTheKeyer) {
     EXPECT_EQ(history().count(), steps);
     panel().pickButton()->click();
     idle();
-    QTest::mouseClick(&picture, Qt::LeftButton, {}, at.toPoint());
+    QTest::mouseClick(&picture, Qt::LeftButton, {}, at().toPoint());
     EXPECT_FALSE(picture.isPicking());
     EXPECT_EQ(history().count(), steps + 1);
     const ProjectEffect& keyer = *document().selectedEffect();

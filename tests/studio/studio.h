@@ -16,7 +16,7 @@
 
 namespace larkmoor {
 
-inline constexpr int kPatience = 120000; ///< milliseconds; far more than anything takes
+inline constexpr int kPatience = 300000; ///< milliseconds; far more than anything takes
 
 inline const Module& studioModule() {
     static const Module loaded = Module::load(LARKMOOR_MODULE_FILE);

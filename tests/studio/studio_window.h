@@ -20,6 +20,7 @@ class StudioWindowTest : public StudioTest {
     std::unique_ptr<MainWindow> newWindow() const {
         auto made = std::make_unique<MainWindow>(studioModule(),
                                                  StudioFolders{file("presets"), file("autosave"), file("cache")});
+        made->setPatience(std::chrono::milliseconds(kPatience)); // no box comes before the window by chance
         made->show();
         QApplication::setActiveWindow(made.get());
         return made;
