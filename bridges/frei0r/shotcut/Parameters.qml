@@ -11,6 +11,9 @@ Item {
     // low, high, decimals and unit of a slider; values and words of a list. Properties hold what the plug-in takes.
     property var fields: []
 
+    // Not before a new filter has all its values: each of them tells of a change.
+    property bool filled: false
+
     // What a row's control stands on until it is told its parameter.
     readonly property var none: ({
         "low": 0,
@@ -25,7 +28,7 @@ Item {
     }
 
     function show() {
-        for (var i = 0; i < rows.count; ++i)
+        for (var i = 0; filled && i < rows.count; ++i)
             rows.itemAt(i).show();
     }
 
@@ -38,6 +41,7 @@ Item {
             });
             filter.savePreset(preset.parameters);
         }
+        filled = true;
         show();
     }
 
