@@ -119,12 +119,6 @@ TEST_F(ChunkTest, ChunksBeginWithKeyFramesAndKeepAllElse) {
     }
 }
 
-struct Refusal {
-    const char* arguments;
-    int status;
-    const char* says;
-};
-
 TEST_F(ChunkTest, Refusals) {
     for (const auto& [arguments, status, says] :
          {Refusal{"--frames-of 5:5", 2, "--frames-of takes A:B"}, Refusal{"--frames-of 5", 2, "--frames-of takes A:B"},
@@ -134,7 +128,7 @@ TEST_F(ChunkTest, Refusals) {
           Refusal{"-o out.raw --chunk-frames 5", 2, "--chunk-frames is for files that are encoded"},
           Refusal{"-o out.apng --chunk-frames 5", 2, "is one piece"}}) {
         SCOPED_TRACE(arguments);
-        const std::string output = std::string(arguments).starts_with("-o") ? "" : "-o out.mkv ";
+        const std::string output = arguments.starts_with("-o") ? "" : "-o out.mkv ";
         const Outcome outcome = larkmoor("render a.mp4 --effect Invert -y " + output + arguments);
         EXPECT_EQ(outcome.status, status);
         EXPECT_THAT(outcome.err, HasSubstr(says));

@@ -19,6 +19,13 @@ struct Outcome {
     std::string out, err;
 };
 
+/// A run of the command that ends with a status other than 0, and a piece of its sentence.
+struct Refusal {
+    std::string arguments;
+    int status;
+    std::string says;
+};
+
 class CommandTest : public testing::Test {
   protected:
     CommandTest() {
@@ -42,6 +49,20 @@ class CommandTest : public testing::Test {
     }
 
     Outcome larkmoor(const std::string& arguments) const { return shell(LARKMOOR_COMMAND_FILE " " + arguments); }
+
+    /// Each says one sentence and leaves nothing. `verb` stands before the arguments.
+    void expectRefused(const std::string& verb, std::initializer_list<Refusal> rows) const {
+        const std::vector<std::string> before = names();
+        for (const Refusal& row : rows) {
+            SCOPED_TRACE(verb + row.arguments);
+            const Outcome outcome = larkmoor(verb + row.arguments);
+            EXPECT_EQ(outcome.status, row.status);
+            EXPECT_NE(outcome.err.find(row.says), std::string::npos) << outcome.err;
+            EXPECT_TRUE(outcome.err.starts_with("larkmoor: ")) << outcome.err;
+            EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+            EXPECT_EQ(names(), before);
+        }
+    }
 
     void ffmpeg(const std::string& arguments) const {
         const Outcome outcome = shell("ffmpeg -nostdin -v error -y " + arguments);
