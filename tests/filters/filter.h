@@ -19,7 +19,6 @@ struct tFilterCase {
     std::function<tPixel8(tPixel8)> outsideBytes = {};  ///< what becomes of the output's pixels outside the clip
     std::function<tPixelF(tPixelF)> outsideFloats = {}; ///< (nothing without)
     std::vector<std::pair<LONG, LONG>> sizes = {{1, 1}, {1, 7}, {67, 9}};
-    larkmoor::PixelFormat format = larkmoor::PixelFormat::PremultipliedArgb32;
 };
 
 template <class Record>
@@ -83,7 +82,8 @@ void ExpectRule(const char* name, const Record& record, const std::function<tPix
                             expected.PixelF(x, y) = how.outsideFloats(output.PixelF(x, y));
                         }
                     }
-                const auto format = form == 4 ? how.format : larkmoor::PixelFormat::Float128;
+                const auto format =
+                    form == 4 ? larkmoor::PixelFormat::PremultipliedArgb32 : larkmoor::PixelFormat::Float128;
                 const HRESULT status = Render(effect, input, output, format, clipped ? &clip : nullptr);
                 EXPECT_EQ(form == 16 && !pixel.floats ? E_NOTIMPL : S_OK, status);
                 ExpectSame(output, expected);
