@@ -1,40 +1,28 @@
 // A picture through an effect: picture_cpp "Gaussian Blur" horizontalRange=0.1 < in.ppm > out.ppm
 #include <host/module.h>
 
-#include <iostream>
+#include <cstdio>
 
 int main(int argc, char** argv) try {
-    std::string magic;
-    int width = 0, height = 0, most = 0;
-    std::cin >> magic >> width >> height >> most;
-    std::cin.get();
-    if (argc < 2 || magic != "P6" || most != 255) return 2;
-    const auto format = larkmoor::PixelFormat::Argb32;
-    const larkmoor::Surface in = larkmoor::Surface::create(format, width, height);
-    const larkmoor::Surface out = larkmoor::Surface::create(format, width, height);
-    const auto pixel = [=](const larkmoor::Surface& of, int i) {
-        return of.view().data + i / width * of.view().stride + i % width * 4;
-    };
-    for (int i = 0; i < width * height; ++i) {
-        for (const int channel : {2, 1, 0}) pixel(in, i)[channel] = static_cast<std::byte>(std::cin.get());
-        pixel(in, i)[3] = std::byte{255};
-    }
+    int width = 0, height = 0;
+    if (argc < 2 || std::scanf("P6 %d %d 255%*c", &width, &height) != 2 || width < 1 || height < 1) return 2;
+    std::vector<std::byte> in(std::size_t{4} * width * height), out(in.size());
+    for (std::size_t i = 0; i < in.size(); in[i + 3] = std::byte{255}, i += 4)
+        for (std::size_t c = 3; c-- > 0;) in[i + c] = static_cast<std::byte>(std::getchar());
 
     const larkmoor::Module module = larkmoor::Module::load();
     larkmoor::Effect effect = module.create(module.find(argv[1]));
-    for (const std::string setting : std::span(argv + 2, argv + argc)) {
-        const auto sign = setting.find('=');
-        if (sign == setting.npos)
-            effect.applyPreset(setting);
-        else
-            effect.set(setting.substr(0, sign), setting.substr(sign + 1));
-    }
-    effect.render({&in, 1}, out);
+    for (const char* const setting : std::span(argv + 2, argv + argc)) effect.apply(setting);
+    const auto surface = [&](std::vector<std::byte>& pixels) {
+        return larkmoor::Surface::wrap({pixels.data(), width, height, width * 4, larkmoor::PixelFormat::Argb32});
+    };
+    const larkmoor::Surface source = surface(in);
+    effect.renderAnew({&source, 1}, surface(out));
 
-    std::cout << "P6 " << width << ' ' << height << " 255\n";
-    for (int i = 0; i < width * height; ++i)
-        for (const int channel : {2, 1, 0}) std::cout.put(static_cast<char>(pixel(out, i)[channel]));
+    std::printf("P6 %d %d 255\n", width, height);
+    for (std::size_t i = 0; i < out.size(); i += 4)
+        for (std::size_t c = 3; c-- > 0;) std::putchar(static_cast<int>(out[i + c]));
 } catch (const larkmoor::Error& error) {
-    std::cerr << error.what() << '\n';
+    std::fprintf(stderr, "%s\n", error.what());
     return 1;
 }

@@ -144,6 +144,13 @@ void Effect::applyPreset(std::string_view nameOrNumber) {
         setRecord(preset.record);
 }
 
+void Effect::apply(std::string_view setting) {
+    if (const auto sign = setting.find('='); sign != setting.npos)
+        set(setting.substr(0, sign), setting.substr(sign + 1));
+    else
+        applyPreset(setting);
+}
+
 std::vector<std::byte> Effect::saveState() const {
     const auto persist = KwQuery<IPersistStreamInit>(object());
     if (!persist) return record();

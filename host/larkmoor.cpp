@@ -196,6 +196,13 @@ int larkmoor_preset(larkmoor_effect* effect, const char* preset) {
     });
 }
 
+int larkmoor_apply(larkmoor_effect* effect, const char* setting) {
+    return guarded(-1, [&] {
+        need(effect, "the effect").effect.apply(&need(setting, "the setting"));
+        return 0;
+    });
+}
+
 int larkmoor_animate(larkmoor_effect* effect, const char* field, const char* from, const char* to) {
     return guarded(-1, [&] {
         const EffectInfo& info = need(effect, "the effect").effect.info();

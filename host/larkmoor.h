@@ -94,6 +94,8 @@ int larkmoor_set(larkmoor_effect* effect, const char* field, const char* value);
 ptrdiff_t larkmoor_get(const larkmoor_effect* effect, const char* field, char* text, size_t size);
 /* A preset by its name or number. */
 int larkmoor_preset(larkmoor_effect* effect, const char* preset);
+/* The one or the other in one text: "field=value", or a preset. */
+int larkmoor_apply(larkmoor_effect* effect, const char* setting);
 
 /* Lets a field go from one value to another while larkmoor_seek() goes from 0 to 1; null for `from` ends that. */
 int larkmoor_animate(larkmoor_effect* effect, const char* field, const char* from, const char* to);

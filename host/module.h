@@ -127,6 +127,8 @@ class Effect {
     void set(std::string_view field, std::string_view value);
     std::string get(std::string_view field) const;
     void applyPreset(std::string_view nameOrNumber);
+    /// "field=value", or a preset.
+    void apply(std::string_view setting);
 
     /// The persisted form, byte for byte.
     std::vector<std::byte> saveState() const;

@@ -118,7 +118,9 @@ TEST_F(CFace, RendersRowsAndMoves) {
     ASSERT_EQ(render(1, 3, 2), 0) << larkmoor_error();
     for (int y = 0; y < 8; ++y) EXPECT_EQ(pixels[2][y][1], y == 3 || y == 4 ? pixels[0][y][1] ^ 0xFFFFFFu : 0u) << y;
     make("Brightness and Contrast");
-    EXPECT_EQ(larkmoor_set(effect, "brightness", "0.25"), 0);
+    EXPECT_EQ(larkmoor_set(effect, "brightness", "0.75"), 0);
+    EXPECT_EQ(get("brightness"), "0.75");
+    EXPECT_EQ(larkmoor_apply(effect, "brightness=0.25"), 0) << larkmoor_error();
     EXPECT_EQ(get("brightness"), "0.25");
     EXPECT_EQ(larkmoor_animate(effect, "brightness", "-1", "1"), 0) << larkmoor_error();
     std::uint32_t last = 0;
@@ -135,6 +137,12 @@ TEST_F(CFace, RendersRowsAndMoves) {
     ASSERT_EQ(render(0), 0) << larkmoor_error();
     make("Sepia");
     EXPECT_EQ(larkmoor_preset(effect, "0"), 0) << larkmoor_error();
+    const std::string first = get("color");
+    EXPECT_EQ(larkmoor_apply(effect, "Cold"), 0) << larkmoor_error();
+    EXPECT_NE(get("color"), first);
+    make("Text");
+    EXPECT_EQ(larkmoor_apply(effect, "text=1+1=2"), 0) << larkmoor_error();
+    EXPECT_EQ(get("text"), "1+1=2");
 }
 
 TEST_F(CFace, ReplacesWhatTheRowsHeld) {
@@ -187,6 +195,9 @@ TEST_F(CFace, AnswersFaultsWithSentences) {
         {told(larkmoor_set(effect, nullptr, "1")), "null"},
         {told(larkmoor_get(effect, "nothing", nullptr, 0)), "nothing"},
         {told(larkmoor_preset(effect, "nothing")), "nothing"},
+        {told(larkmoor_apply(effect, "nothing")), "no preset"},
+        {told(larkmoor_apply(effect, "nothing=1")), "no field"},
+        {told(larkmoor_apply(effect, nullptr)), "null"},
         {told(larkmoor_animate(effect, "nothing", "0", "1")), "nothing"},
         {told(larkmoor_seek(effect, 1.5)), "0 to 1"},
         {told(larkmoor_render(effect, images, 3, &images[2], 0, 0)), "takes"},
