@@ -358,6 +358,9 @@ TEST(Frei0r, TellsTimeInWhateverUnit) {
     Constructed late(plugin, 64, 8);
     late.set(start, 0.01);
     EXPECT_EQ(late.draw(grey, {}, 0), at1h);
+    Constructed typed(plugin, 64, 8);
+    typed.set(indexOf(plugin, "startTimeReal"), 1);
+    EXPECT_EQ(typed.draw(grey, {}, 0), at1h);
     for (const double unknown : {-3.7e20, -0.001, 1.1e9, std::numeric_limits<double>::quiet_NaN()}) {
         Constructed counted(plugin, 64, 8);
         EXPECT_EQ(counted.draw(grey, {}, unknown), at0);
@@ -543,9 +546,20 @@ TEST(Frei0r, KdenlivesSlidersCountInTheFieldsOwnUnit) {
             EXPECT_TRUE(std::stod(cut((*it)[1])) == std::get<double>(set.initial) || set.name == "seedReal");
             // A step of the display is a thousandth of the range at most, where it is not the unit itself.
             EXPECT_TRUE(std::pow(10, -number(4)) <= (told.maximum - told.minimum) / 1000 || told.whole);
+            EXPECT_TRUE(!told.whole || number(4) == 0);
         }
-        for (const Parameter& own : plugin.parameters)
-            EXPECT_TRUE(own.role != Role::OwnUnit || shown.contains(plugin.parameters[own.twin].name)) << own.name;
+        for (std::size_t i = 0; i < plugin.parameters.size(); ++i) {
+            const Parameter& own = plugin.parameters[i];
+            if (own.role != Role::OwnUnit) continue;
+            SCOPED_TRACE(plugin.fileName + " " + own.name);
+            EXPECT_TRUE(shown.contains(plugin.parameters[own.twin].name));
+            EXPECT_THAT(mltOf(plugin).text,
+                        testing::HasSubstr(fmt::format("minimum: {:.10g}\n    maximum: {:.10g}\n    default: {:.15g}\n",
+                                                       own.minimum, own.maximum, std::get<double>(own.initial))));
+            // Whose page counts in the field's unit anyway.
+            for (const Description& one : shotcutOf(plugin))
+                EXPECT_THAT(one.text, testing::Not(testing::HasSubstr(fmt::format("property: '{}'", i))));
+        }
     }
 }
 
