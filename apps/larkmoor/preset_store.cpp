@@ -16,8 +16,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int version = 1;
-constexpr const char* versionKey = "larkmoor preset";
+constexpr int presetVersion = 1;
+constexpr const char* presetKey = "larkmoor preset";
 constexpr const char* jsonEnding = ".json";
 constexpr const char* stateEnding = ".state";
 constexpr std::size_t longestName = 200; ///< bytes
@@ -97,11 +97,11 @@ std::vector<std::byte> PresetStore::load(const Module& module, const EffectInfo&
         }
         const Json json = parseJson(text);
         const Node top(json, "");
-        if (!json.is_object() || !json.contains(versionKey))
-            top.fail(fmt::format("the key \"{}\" is missing", versionKey));
-        if (json[versionKey] != version)
-            top.at(versionKey).fail(fmt::format("has to be {}; another version wrote this", version));
-        top.object({versionKey, "effect", "fields", "record"});
+        if (!json.is_object() || !json.contains(presetKey))
+            top.fail(fmt::format("the key \"{}\" is missing", presetKey));
+        if (json[presetKey] != presetVersion)
+            top.at(presetKey).fail(fmt::format("has to be {}; another version wrote this", presetVersion));
+        top.object({presetKey, "effect", "fields", "record"});
         const Node effect = top.at("effect");
         const EffectInfo& is = effect.parsed([&](const std::string& t) { return std::cref(module.find(t)); });
         if (is.clsid != info.clsid) effect.fail(fmt::format("this is a preset of {}, not of {}", is.name, info.name));
@@ -124,7 +124,7 @@ void PresetStore::checkName(const EffectInfo& info, const std::string& name, boo
 void PresetStore::save(const EffectInfo& info, const std::string& name, const std::vector<std::byte>& record,
                        bool overwrite) const {
     checkName(info, name, overwrite);
-    Json json{{versionKey, version}, {"effect", info.className}};
+    Json json{{presetKey, presetVersion}, {"effect", info.className}};
     putRecord(json, info, info.defaults, record, true);
     const fs::path path = m_folders.front() / info.className / (name + jsonEnding);
     std::error_code error;

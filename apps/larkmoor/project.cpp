@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int version = 1;
-constexpr const char* versionKey = "larkmoor project";
+constexpr int projectVersion = 1;
+constexpr const char* projectKey = "larkmoor project";
 constexpr const char* effectsKey = "larkmoor effects";
 
 Json effectJson(const ProjectEffect& effect) {
@@ -111,7 +111,7 @@ std::string projectText(const Project& project, const fs::path& folder) {
                   {"rate", rateText(made.rate)},
                   {"duration", made.duration}};
     }
-    Json out{{versionKey, version}, {"source", std::move(source)}};
+    Json out{{projectKey, projectVersion}, {"source", std::move(source)}};
     if (project.second)
         out["second"] = {{"path", storedPath(project.second->path, folder, "second.path")},
                          {"transition", effectJson(project.second->transition)},
@@ -126,10 +126,10 @@ std::string projectText(const Project& project, const fs::path& folder) {
 Project parseProject(const Module& module, const std::string& text, const fs::path& folder, Values values) {
     const Json json = parseJson(text);
     const Node top(json, "");
-    if (!json.is_object() || !json.contains(versionKey)) top.fail(fmt::format("the key \"{}\" is missing", versionKey));
-    if (json[versionKey] != version)
-        top.at(versionKey).fail(fmt::format("has to be {}; another version wrote this", version));
-    top.object({versionKey, "source", "second", "in", "out", "effects"});
+    if (!json.is_object() || !json.contains(projectKey)) top.fail(fmt::format("the key \"{}\" is missing", projectKey));
+    if (json[projectKey] != projectVersion)
+        top.at(projectKey).fail(fmt::format("has to be {}; another version wrote this", projectVersion));
+    top.object({projectKey, "source", "second", "in", "out", "effects"});
 
     Project project;
     const Node source = top.at("source");
@@ -176,7 +176,7 @@ Project parseProject(const Module& module, const std::string& text, const fs::pa
 }
 
 std::string effectsText(const std::vector<ProjectEffect>& effects) {
-    Json out{{effectsKey, version}, {"effects", Json::array()}};
+    Json out{{effectsKey, projectVersion}, {"effects", Json::array()}};
     for (const ProjectEffect& effect : effects) out["effects"].push_back(effectJson(effect));
     return out.dump(2) + "\n";
 }
@@ -188,7 +188,7 @@ std::vector<ProjectEffect> parseEffects(const Module& module, const std::string&
     } catch (const Error&) {
         // Texts of all kinds are carried around.
     }
-    if (!json.is_object() || !json.contains(effectsKey) || json[effectsKey] != version)
+    if (!json.is_object() || !json.contains(effectsKey) || json[effectsKey] != projectVersion)
         throw Error("There are no effects on the clipboard; copy some first.");
     std::vector<ProjectEffect> effects;
     Node(json, "").at("effects").elements([&](const Node& node) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr ULONG kEcho = 1u << 31; ///< the page writes back what it is told
+constexpr ULONG kPlacementEcho = 1u << 31; ///< the page writes back what it is told
 
 tPlacementHandle Handle(double x, double y, ULONG confined = 1, ULONG selectable = 1, ULONG kind = 2) {
     tPlacementHandle handle;
@@ -24,7 +24,7 @@ tPlacementHandle Handle(double x, double y, ULONG confined = 1, ULONG selectable
 /// An area of 100 by 200 pixels from (8, 8).
 struct tPlacement : CControlRig<CPlacement> {
     explicit tPlacement(ULONG style = 0) : CControlRig(style) {
-        echoes = style & kEcho;
+        echoes = style & kPlacementEcho;
         Play("size 116,216");
     }
     tPlacementHandle At(std::uintptr_t index) {

@@ -11,7 +11,7 @@ namespace larkmoor {
 namespace {
 
 /// Levels over a clip of 100 frames that is cut to 10 up to 89, and what edits its keys.
-struct Bench {
+struct KeyBench {
     QTemporaryDir folder;
     Document document{studioModule()};
     PagePanel page{document, PresetStore(folder.path().toStdString())};
@@ -20,7 +20,7 @@ struct Bench {
     KeyLanes lanes{keys, timeline};
     const tFieldInfo& gamma = studioModule().find("Levels").field("gamma");
 
-    Bench() {
+    KeyBench() {
         QObject::connect(&keys, &KeyEditor::frameWanted, [this](qint64 frame) { keys.setFrame(frame); });
         Project project = projectOf({"Levels"});
         project.in = 10;
@@ -64,7 +64,7 @@ struct Bench {
 };
 
 TEST(KeysOfTheStudio, ThePageShowsTheValuesAtThePlayheadAndSetsKeysThere) {
-    Bench bench;
+    KeyBench bench;
     bench.set("1");
     EXPECT_EQ(bench.told(), "") << "a field without keys has one value";
     QSignalSpy moving(&bench.keys, &KeyEditor::aboutToMove);
@@ -94,7 +94,7 @@ TEST(KeysOfTheStudio, ThePageShowsTheValuesAtThePlayheadAndSetsKeysThere) {
 }
 
 TEST(KeysOfTheStudio, DiamondsAndArrows) {
-    Bench bench;
+    KeyBench bench;
     KeyList& list = *bench.page.keyList();
     const auto states = [&] {
         return std::tuple(list.diamond("gamma")->text() == QStringLiteral("◆"), list.arrow("gamma", -1)->isEnabled(),
@@ -118,7 +118,7 @@ TEST(KeysOfTheStudio, DiamondsAndArrows) {
 }
 
 TEST(KeysOfTheStudio, TheLastKeyLeavesItsValue) {
-    Bench bench;
+    KeyBench bench;
     bench.page.keyList()->diamond("gamma")->click();
     bench.set("3");
     bench.page.keyList()->diamond("gamma")->click();
@@ -129,7 +129,7 @@ TEST(KeysOfTheStudio, TheLastKeyLeavesItsValue) {
 }
 
 TEST(KeysOfTheStudio, LanesMoveCopyAndDelete) {
-    Bench bench;
+    KeyBench bench;
     bench.set("1");
     bench.keys.toggle(bench.gamma);
     bench.keys.setFrame(40);
@@ -157,7 +157,7 @@ TEST(KeysOfTheStudio, LanesMoveCopyAndDelete) {
 }
 
 TEST(KeysOfTheStudio, NamesStandBetweenKeys) {
-    Bench bench;
+    KeyBench bench;
     bench.keys.setFrame(10);
     for (const int frame : {10, 20, 30, 90}) {
         bench.keys.setFrame(frame);
@@ -171,7 +171,7 @@ TEST(KeysOfTheStudio, NamesStandBetweenKeys) {
 }
 
 TEST(KeysOfTheStudio, KeysAtTheEndsStandAtTheirFrames) {
-    Bench bench;
+    KeyBench bench;
     bench.document.change("ramp", [&](Project& project) {
         ProjectEffect& effect = project.effects[0];
         std::vector<std::byte> end = effect.record;
@@ -187,7 +187,7 @@ TEST(KeysOfTheStudio, KeysAtTheEndsStandAtTheirFrames) {
 }
 
 TEST(KeysOfTheStudio, WhereAnEffectWorks) {
-    Bench bench;
+    KeyBench bench;
     bench.keys.setSpan(30, 50);
     EXPECT_EQ(bench.document.project()->effects[0].span, (Span{20, 40}));
     EXPECT_EQ(bench.keys.span(), (Span{30, 50}));

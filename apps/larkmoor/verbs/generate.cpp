@@ -10,14 +10,14 @@ namespace {
 
 constexpr double usualDuration = 5; ///< seconds
 
-constexpr const char* examples =
+constexpr const char* generateExamples =
     R"x(  larkmoor generate "Test Pattern" -o bars.png --size 1920x1080 --preset "SMPTE Bars (NTSC)"
   larkmoor generate "Test Pattern" -o gradient.mp4 --size 640x360 --duration 2 --set type=Gradient
   larkmoor generate Text -o name.png --size 640x120 --set text="Hello" --set font="Liberation Serif Italic 40")x";
 
 class GenerateVerb final : public Verb {
   public:
-    explicit GenerateVerb(CLI::App& command) : Verb(command, "generate", "Make pictures from nothing", examples) {
+    explicit GenerateVerb(CLI::App& command) : Verb(command, "generate", "Make pictures from nothing", generateExamples) {
         app().add_option("NAME", m_generator.name, "The generator's name")->required();
         m_outputOptions.add(app(), false);
         app().add_option("--size", m_size, "Of the pictures")->required()->type_name("WxH");

@@ -11,14 +11,14 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* joinExamples =
     R"x(  larkmoor join a.mp4 b.mp4 -o both.mp4 --transition Dissolve
   larkmoor join a.mp4 b.mp4 -o both.mp4 --transition Iris --preset "Circle, Out, White Border" --duration 0.5
   larkmoor join a.mp4 b.mp4 c.mov -o film.mp4 --transition Iris --duration 2)x";
 
 class JoinVerb final : public Verb {
   public:
-    explicit JoinVerb(CLI::App& command) : Verb(command, "join", "Put a transition between clips", examples) {
+    explicit JoinVerb(CLI::App& command) : Verb(command, "join", "Put a transition between clips", joinExamples) {
         app().add_option("A", m_first, "The first clip or picture")->required();
         app()
             .add_option("B", m_others, "The second one, and more; all are brought to the first's size and rate")

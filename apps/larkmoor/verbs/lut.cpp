@@ -10,7 +10,7 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* lutExamples =
     R"x(  larkmoor lut -o look.cube --effect Levels --set gamma=1.4 --effect Sepia --preset Warm
   ffmpeg -i in.mp4 -vf lut3d=look.cube out.mp4)x";
 constexpr int usualSize = 33, leastSize = 2, greatestSize = 129;
@@ -18,7 +18,7 @@ constexpr int usualSize = 33, leastSize = 2, greatestSize = 129;
 class LutVerb final : public Verb {
   public:
     explicit LutVerb(CLI::App& command)
-        : Verb(command, "lut", "Write what effects do to colours as a 3-D LUT for editors", examples) {
+        : Verb(command, "lut", "Write what effects do to colours as a 3-D LUT for editors", lutExamples) {
         app().add_option("-o,--output", m_path, "The file to write, *.cube")->required()->type_name("OUT");
         app().add_flag("-y", m_overwrite, "Overwrite an existing file");
         app()

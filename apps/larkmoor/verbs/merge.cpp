@@ -8,14 +8,14 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* mergeExamples =
     R"x(  larkmoor merge job/ -o film.mp4
   larkmoor merge job/ -o frames/frame%05d.png -y)x";
 
 class MergeVerb final : public Verb {
   public:
     explicit MergeVerb(CLI::App& command)
-        : Verb(command, "merge", "Join the chunks of a job with sound and all else", examples) {
+        : Verb(command, "merge", "Join the chunks of a job with sound and all else", mergeExamples) {
         app().add_option("JOB", m_folder, "The folder that split made")->required();
         app().add_option("-o,--output", m_output.path, "The file to write")->required()->type_name("OUT");
         app().add_flag("-y", m_output.overwrite, "Overwrite an existing file");

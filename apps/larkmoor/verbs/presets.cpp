@@ -11,19 +11,19 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* presetsExamples =
     R"x(  larkmoor presets
   larkmoor presets Levels --json
   larkmoor render in.mp4 -o out.mp4 --effect Levels --set gamma=1.4 --save-preset "My look"
   larkmoor render other.mp4 -o other2.mp4 --effect Levels --preset "My look")x";
 
-struct Row {
+struct Preset {
     std::string name, effect, file;
 };
 
 class PresetsVerb final : public Verb {
   public:
-    explicit PresetsVerb(CLI::App& command) : Verb(command, "presets", "List the presets of your own", examples) {
+    explicit PresetsVerb(CLI::App& command) : Verb(command, "presets", "List the presets of your own", presetsExamples) {
         app().add_option("EFFECT", m_effect, "Of one effect only");
         app().add_flag("--json", m_json, "For programs");
     }
@@ -31,7 +31,7 @@ class PresetsVerb final : public Verb {
     int run(const Module& module, Report&) override {
         const EffectInfo* const only = m_effect.empty() ? nullptr : asUsage([&] { return &module.find(m_effect); });
         const PresetStore store;
-        std::vector<Row> rows;
+        std::vector<Preset> rows;
         for (const EffectInfo& info : module.effects())
             if (!only || only == &info)
                 for (const std::string& name : store.names(info))
@@ -41,21 +41,21 @@ class PresetsVerb final : public Verb {
     }
 
   private:
-    static void showJson(const std::vector<Row>& rows) {
+    static void showJson(const std::vector<Preset>& rows) {
         auto out = nlohmann::ordered_json::array();
-        for (const Row& row : rows) out.push_back({{"name", row.name}, {"effect", row.effect}, {"file", row.file}});
+        for (const Preset& row : rows) out.push_back({{"name", row.name}, {"effect", row.effect}, {"file", row.file}});
         print(out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     }
 
-    static void showText(const std::vector<Row>& rows) {
+    static void showText(const std::vector<Preset>& rows) {
         if (rows.empty()) return print("There are no presets of yours; --save-preset NAME makes one.\n");
         std::size_t names = 4, effects = 6;
-        for (const Row& row : rows) {
+        for (const Preset& row : rows) {
             names = std::max(names, row.name.size());
             effects = std::max(effects, row.effect.size());
         }
         print(fmt::format("{:<{}}  {:<{}}  {}\n", "Name", names, "Effect", effects, "File"));
-        for (const Row& row : rows)
+        for (const Preset& row : rows)
             print(fmt::format("{:<{}}  {:<{}}  {}\n", row.name, names, row.effect, effects, row.file));
     }
 

@@ -11,7 +11,7 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* renderExamples =
     R"x(  larkmoor render in.mp4 -o soft.mp4 --effect "Gaussian Blur" --preset "Light Blur"
   larkmoor render in.mp4 -o short.mp4 --start 0:10 --end 0:20 --effect Levels --set gamma=1.4 --effect Sharpen
   larkmoor render in.mp4 -o fade.mp4 --effect Levels --ramp gamma=1:3
@@ -26,7 +26,7 @@ constexpr const char* examples =
 class RenderVerb final : public Verb {
   public:
     explicit RenderVerb(CLI::App& command)
-        : Verb(command, "render", "Render a clip, a picture or a numbered sequence through effects", examples) {
+        : Verb(command, "render", "Render a clip, a picture or a numbered sequence through effects", renderExamples) {
         app()
             .add_option("IN", m_inputs,
                         "What to read: a clip, a picture, a project, or - for bare frames; several or a folder go into "

@@ -9,7 +9,7 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* splitExamples =
     R"x(  larkmoor split film.larkmoor -o job/ --chunk-frames 100
   larkmoor split in.mp4 -o job/ --chunk-frames 250 --as film.mov --codec prores --effect Median
   larkmoor split film.larkmoor -o job/ --chunk-frames 50 --as frame%05d.png)x";
@@ -17,7 +17,7 @@ constexpr const char* examples =
 class SplitVerb final : public Verb {
   public:
     explicit SplitVerb(CLI::App& command)
-        : Verb(command, "split", "Make a folder of work in chunks for many machines", examples) {
+        : Verb(command, "split", "Make a folder of work in chunks for many machines", splitExamples) {
         app().add_option("IN", m_input, "A project, or a clip with effects as for render")->required();
         app()
             .add_option("-o,--output", m_folder, "The folder to make, which all machines see")

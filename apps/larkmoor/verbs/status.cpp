@@ -8,13 +8,13 @@ namespace larkmoor {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* statusExamples =
     R"x(  larkmoor status job/
   larkmoor status job/ --json)x";
 
 class StatusVerb final : public Verb {
   public:
-    explicit StatusVerb(CLI::App& command) : Verb(command, "status", "Tell how far a job is", examples) {
+    explicit StatusVerb(CLI::App& command) : Verb(command, "status", "Tell how far a job is", statusExamples) {
         app().add_option("JOB", m_folder, "The folder that split made")->required();
         app().add_flag("--json", m_json, "For programs");
         app()

@@ -16,14 +16,14 @@ namespace {
 
 constexpr std::int64_t usualWorkers = 10;
 
-constexpr const char* examples =
+constexpr const char* submitExamples =
     R"x(  larkmoor submit job/ --to slurm --film film.mp4 --workers 20 --now
   larkmoor submit job/ --to parallel --film film.mp4)x";
 
 class SubmitVerb final : public Verb {
   public:
     explicit SubmitVerb(CLI::App& command)
-        : Verb(command, "submit", "Write the script that hands a job over to a farm's engine", examples) {
+        : Verb(command, "submit", "Write the script that hands a job over to a farm's engine", submitExamples) {
         std::vector<std::string> names;
         for (const Engine& engine : engines()) names.push_back(engine.name);
         app().add_option("JOB", m_folder, "The folder that split made")->required();

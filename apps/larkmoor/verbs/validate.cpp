@@ -17,7 +17,7 @@ namespace {
 
 using namespace validate;
 
-constexpr const char* examples = "  larkmoor validate\n  larkmoor validate --module ./liblarkmoor.so --level 5\n"
+constexpr const char* validateExamples = "  larkmoor validate\n  larkmoor validate --module ./liblarkmoor.so --level 5\n"
                                  "  larkmoor validate --effect Iris --check guards --seed 7 --json";
 
 constexpr int levels = 5, usualLevel = 3, listSeconds = 30;
@@ -45,7 +45,7 @@ std::uint32_t seedOf(std::uint32_t seed, const CLSID& clsid, const std::string& 
 class ValidateVerb final : public Verb {
   public:
     explicit ValidateVerb(CLI::App& command)
-        : Verb(command, "validate", "Hold a module to the binary contract", examples) {
+        : Verb(command, "validate", "Hold a module to the binary contract", validateExamples) {
         app().add_option("--effect", m_effect, "Only this effect, by name, description or class id")->type_name("NAME");
         app()
             .add_option("--level", m_level, "How much is tried: 1, seconds, to 5, minutes; 3 by default")

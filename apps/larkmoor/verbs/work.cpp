@@ -15,14 +15,14 @@ constexpr std::chrono::seconds pause{2};
 /// Failures in a row after which a machine is taken to be at fault, and not the work.
 constexpr int mostFailures = 3;
 
-constexpr const char* examples =
+constexpr const char* workExamples =
     R"x(  larkmoor work job/
   larkmoor work job/ --threads 8 --wait)x";
 
 class WorkVerb final : public Verb {
   public:
     explicit WorkVerb(CLI::App& command)
-        : Verb(command, "work", "Render chunks of a job until none is left", examples) {
+        : Verb(command, "work", "Render chunks of a job until none is left", workExamples) {
         app().add_option("JOB", m_folder, "The folder that split made")->required();
         app()
             .add_option("--threads", m_threads, "Frames at once; the machine's processors by default")
