@@ -17,7 +17,8 @@ constexpr const char* generateExamples =
 
 class GenerateVerb final : public Verb {
   public:
-    explicit GenerateVerb(CLI::App& command) : Verb(command, "generate", "Make pictures from nothing", generateExamples) {
+    explicit GenerateVerb(CLI::App& command)
+        : Verb(command, "generate", "Make pictures from nothing", generateExamples) {
         app().add_option("NAME", m_generator.name, "The generator's name")->required();
         m_outputOptions.add(app(), false);
         app().add_option("--size", m_size, "Of the pictures")->required()->type_name("WxH");

@@ -23,7 +23,8 @@ struct Preset {
 
 class PresetsVerb final : public Verb {
   public:
-    explicit PresetsVerb(CLI::App& command) : Verb(command, "presets", "List the presets of your own", presetsExamples) {
+    explicit PresetsVerb(CLI::App& command)
+        : Verb(command, "presets", "List the presets of your own", presetsExamples) {
         app().add_option("EFFECT", m_effect, "Of one effect only");
         app().add_flag("--json", m_json, "For programs");
     }

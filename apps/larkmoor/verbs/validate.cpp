@@ -17,8 +17,9 @@ namespace {
 
 using namespace validate;
 
-constexpr const char* validateExamples = "  larkmoor validate\n  larkmoor validate --module ./liblarkmoor.so --level 5\n"
-                                 "  larkmoor validate --effect Iris --check guards --seed 7 --json";
+constexpr const char* validateExamples =
+    "  larkmoor validate\n  larkmoor validate --module ./liblarkmoor.so --level 5\n"
+    "  larkmoor validate --effect Iris --check guards --seed 7 --json";
 
 constexpr int levels = 5, usualLevel = 3, listSeconds = 30;
 /// How often a check repeats what goes by chance, and how long it may take, by level.
