@@ -197,8 +197,8 @@ std::string takenText(const tFieldInfo& field) {
     }
     case KWFIELD_COLOR: {
         const std::string letters = fieldLetters(field);
-        const std::string_view hex = letters == "rgb"    ? "a colour as #RRGGBB or "
-                                     : letters == "rgba" ? "a colour as #RRGGBB, #RRGGBBAA or "
+        const std::string_view hex = letters == "rgb"    ? "a color as #RRGGBB or "
+                                     : letters == "rgba" ? "a color as #RRGGBB, #RRGGBBAA or "
                                                          : "";
         std::string names;
         for (const char c : letters) {

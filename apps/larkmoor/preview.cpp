@@ -151,6 +151,8 @@ class PreviewFilm {
             facts.wantedOverlap = m_overlap;
         } else {
             facts.frames = m_a->count(goesOn);
+            if (std::vector<double> times = m_a->unsteadyTimes(goesOn); !times.empty())
+                facts.times = std::make_shared<const std::vector<double>>(std::move(times));
         }
         return facts;
     }
@@ -412,6 +414,23 @@ std::shared_ptr<PreviewFilm> PreviewRenderer::film(const Project& project) {
     const std::lock_guard guard(m_filmLock);
     m_film = PreviewFilm::forProject(m_film, project);
     return m_film;
+}
+
+double PictureFacts::secondsOf(std::int64_t frame) const {
+    if (!times || frame < 0) return static_cast<double>(frame) / av_q2d(rate);
+    const std::int64_t last = std::ssize(*times) - 1, known = std::min(frame, last);
+    return (*times)[static_cast<std::size_t>(known)] + static_cast<double>(frame - known) / av_q2d(rate);
+}
+
+std::int64_t PictureFacts::frameAt(double seconds, bool backwards) const {
+    constexpr double slack = 1e-6; // seconds; far less than a frame, far more than what sums of them are off by
+    const std::int64_t from = times && seconds > 0 ? std::ssize(*times) - 1 : 0; // the rate goes on outside
+    const double since = seconds - secondsOf(from);
+    if (!times || seconds <= 0 || since >= 0)
+        return from + std::llround(backwards ? std::ceil((since - slack) * av_q2d(rate))
+                                             : std::floor((since + slack) * av_q2d(rate)));
+    if (backwards) return std::ranges::lower_bound(*times, seconds - slack) - times->begin();
+    return std::ranges::upper_bound(*times, seconds + slack) - times->begin() - 1;
 }
 
 PictureFacts PreviewRenderer::facts(const Project& project, const GoesOn& goesOn) {

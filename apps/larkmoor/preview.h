@@ -28,6 +28,13 @@ struct PictureFacts {
     AVPixelFormat format = AV_PIX_FMT_NONE;
     Colour colour;
     bool alpha = false;
+    /// Seconds of each frame from the first one on; null where the frames come at the rate.
+    std::shared_ptr<const std::vector<double>> times;
+
+    double secondsOf(std::int64_t frame) const;
+    /// The frame that is seen then: the last one that has begun, `frames` and more behind the film. Where the film runs
+    /// backwards, the first one that has not.
+    std::int64_t frameAt(double seconds, bool backwards = false) const;
 };
 
 /// The pictures of a project's source, any of them, without its effects. Safe to share between threads.

@@ -1,6 +1,7 @@
 #include "preview_source.h"
 
 #include <algorithm>
+#include <cmath>
 #include <thread>
 
 #include <fmt/format.h>
@@ -26,6 +27,9 @@ PreviewSource::PreviewSource(const std::string& path, std::optional<AVRational> 
                               .threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u))},
       m_cacheBytes(cacheBytes), m_reader(std::make_unique<Reader>(path, m_options)), m_video(m_reader->video()),
       m_picture(m_reader->isPicture()), m_start(m_reader->rangeStart()), m_expected(m_reader->expectedFrames()) {
+    const AVStream& stream = m_reader->videoStream();
+    m_varies = stream.avg_frame_rate.num > 0 && stream.r_frame_rate.num > 0 &&
+               av_cmp_q(stream.avg_frame_rate, stream.r_frame_rate) != 0;
     m_counted = m_picture || m_reader->sequenceNumber() || m_reader->videoStream().nb_frames > 0;
 }
 
@@ -104,6 +108,23 @@ DecodedFrame PreviewSource::frame(std::int64_t number) {
         return m_kept.front().decoded;
     }
     return decode(number);
+}
+
+std::vector<double> PreviewSource::unsteadyTimes(const GoesOn& goesOn) {
+    const std::lock_guard guard(m_lock);
+    if (!m_table && !m_varies) return {};
+    const FrameTable& frames = table(goesOn);
+    if (!frames.exact) return {};
+    const double unit = av_q2d(m_video.timeBase), rate = av_q2d(m_video.rate);
+    std::vector<double> times;
+    bool varies = false;
+    for (const std::int64_t stamp : frames.stamps) {
+        const double steady = static_cast<double>(times.size()) / rate;
+        times.push_back(static_cast<double>(stamp - frames.stamps.front()) * unit);
+        varies = varies || std::abs(times.back() - steady) * rate >= 0.5;
+    }
+    if (!varies) times.clear();
+    return times;
 }
 
 std::vector<std::int64_t> PreviewSource::steady(AVRational rate, const GoesOn& goesOn) {

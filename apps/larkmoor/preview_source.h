@@ -41,6 +41,10 @@ class PreviewSource {
     /// Throws Error when there is no such frame.
     DecodedFrame frame(std::int64_t number);
 
+    /// Seconds of each frame from the first one on, where some are half a frame or more away from what the rate tells;
+    /// else none. Reads through the file once where the container tells that its frames vary.
+    std::vector<double> unsteadyTimes(const GoesOn& goesOn = {});
+
     /// The frame that a steady rate shows at each of its periods, as FFmpeg's `fps` filter picks them.
     std::vector<std::int64_t> steady(AVRational rate, const GoesOn& goesOn = {});
 
@@ -62,7 +66,7 @@ class PreviewSource {
     std::unique_ptr<Reader> m_reader; ///< stands before the frame `m_next`
     std::int64_t m_next = 0;
     VideoFacts m_video;
-    bool m_picture = false, m_counted = false;
+    bool m_picture = false, m_counted = false, m_varies = false;
     std::int64_t m_start = 0; ///< 1/1000000 s: what becomes time 0
     std::optional<std::int64_t> m_expected;
     std::optional<FrameTable> m_table;

@@ -222,7 +222,7 @@ void MainWindow::setFrame(qint64 frame) {
     m_frame = frame;
     m_timeline->setFrame(static_cast<int>(frame));
     m_transport->setFrame(frame);
-    if (m_scrubbing) m_sound.touch(*m_document.project(), m_facts, static_cast<double>(frame) / rate());
+    if (m_scrubbing) m_sound.touch(*m_document.project(), m_facts, m_facts.secondsOf(frame));
     refresh();
 }
 
@@ -313,8 +313,9 @@ QString MainWindow::timeText(qint64 frame, int format) const {
     const auto write = reinterpret_cast<decltype(&KwFormatTime)>(m_module.symbol("KwFormatTime"));
     if (!write) return QString::number(frame);
     char written[128];
+    const double time = format == kTimeFrames ? static_cast<double>(frame) / rate : m_facts.secondsOf(frame);
     // Half a unit of 100 ns keeps a frame from falling back to the one before it.
-    write(written, sizeof written, &how, static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e7 + 0.5),
+    write(written, sizeof written, &how, static_cast<std::int64_t>(time * 1e7 + 0.5),
           format == kTimeFrames); // frames are whole, all other formats tell them apart by their fraction
     return QString::fromUtf8(written);
 }
@@ -344,14 +345,13 @@ void MainWindow::startClock() {
     m_playClock.start();
     m_playing.restart();
     m_sound.stop();
-    if (m_speed == 1) m_sound.start(*m_document.project(), m_facts, static_cast<double>(m_frame) / rate());
+    if (m_speed == 1) m_sound.start(*m_document.project(), m_facts, m_facts.secondsOf(m_frame));
 }
 
-/// Frames since then, at the film's own rate.
-double MainWindow::played() const {
-    if (const std::optional<double> heard = m_sound.position())
-        return *heard * rate() - static_cast<double>(m_playFrom);
-    return static_cast<double>(m_playClock.elapsed()) * rate() / 1000 * m_speed;
+/// The film's own time.
+double MainWindow::playedTo() const {
+    if (const std::optional<double> heard = m_sound.position()) return *heard;
+    return m_facts.secondsOf(m_playFrom) + static_cast<double>(m_playClock.elapsed()) / 1000 * m_speed;
 }
 
 void MainWindow::tick() {
@@ -360,7 +360,7 @@ void MainWindow::tick() {
         return play(false);
     if (m_feed.isBusy()) return; // frames that come too late are left out
     const FrameRange range = m_timeline->inOut();
-    qint64 frame = m_playFrom + static_cast<qint64>(played());
+    qint64 frame = m_facts.frameAt(playedTo(), m_speed < 0);
     if (frame > range.to || frame < range.from) {
         if (!m_loop) {
             setFrame(m_speed > 0 ? range.to : range.from);

@@ -141,7 +141,7 @@ class MainWindow : public QMainWindow {
     double rate() const { return av_q2d(m_facts.rate); }
     void tick();
     void startClock();
-    double played() const;
+    double playedTo() const;
     void fillEffects();
     void renderThumbnails();
     QString timeText(qint64 frame, int format) const;

@@ -14,7 +14,7 @@ constexpr tBLACKRESTOREPROP kDefault{0.02};
 
 constexpr tFieldInfo kFields[] = {
     KwNumber(KWMEMBER(tBLACKRESTOREPROP, threshold),
-             {"&Threshold:", "Pixels with every colour at or under it become black.", 0, 1, 0.001, "$.3f"}),
+             {"&Threshold:", "Pixels with every color at or under it become black.", 0, 1, 0.001, "$.3f"}),
 };
 
 constexpr tPreset<tBLACKRESTOREPROP> kPresets[] = {{"Reset to None", {0.0}}, {"Streaming", {0.02}}};

@@ -30,7 +30,7 @@ constexpr tFieldInfo kFields[] = {
     Smoothness(KWMEMBER(tBROADCASTPROP, compositeMaxSmooth), "Composite max smoothness:"),
     KwSwitch(KWMEMBER(tBROADCASTPROP, setup), "&7.5 IRE setup", "Black stands at 7.5 IRE, not at 0."),
     KwSwitch(KWMEMBER(tBROADCASTPROP, studioRGB), "Studio &RGB (16 to 235)",
-             "Colours run from 16 to 235, not from 0 to 255."),
+             "Colors run from 16 to 235, not from 0 to 255."),
 };
 
 constexpr tBROADCASTPROP Hard(double lumaMin, double lumaMax, double chromaMax, double compositeMin,

@@ -13,7 +13,7 @@ constexpr tNOISEPROP kDefault{0, 1, 1, 0, 0.5, 0.0, kSeed, 0};
 constexpr tFieldInfo kFields[] = {
     KwSwitch(KWMEMBER(tNOISEPROP, gaussian), "&Gaussian Noise",
              "Values gather about the middle in place of an even spread."),
-    KwSwitch(KWMEMBER(tNOISEPROP, monochromatic), "&Monochromatic", "One noise value for all three colours."),
+    KwSwitch(KWMEMBER(tNOISEPROP, monochromatic), "&Monochromatic", "One noise value for all three colors."),
     KwSwitch(KWMEMBER(tNOISEPROP, animate), "&Animate", "New grain for each frame, from the frame's time."),
     KwNumber(KWMEMBER(tNOISEPROP, level), {"&Noise level:", "Strength of the noise.", 0, 1, 0.001, "$.3f"}),
     KwNumber(KWMEMBER(tNOISEPROP, reserved), {"Reserved:", "Kept and ramped; has no effect.", 0, 1, 0.001, "$.3f"}),

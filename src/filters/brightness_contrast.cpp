@@ -22,7 +22,7 @@ constexpr double kLeast = 0.00001; // below this a step leaves the picture alone
 constexpr tBRIGHTCONTRASTPROP kDefault{.brightness = 0.0, .contrast = 0.0, .contrastCenter = 0.5};
 
 constexpr tFieldInfo kFields[] = {
-    KwNumber(KWMEMBER(tBRIGHTCONTRASTPROP, brightness), {"&Brightness:", "Added to each colour.", -1, 1, 0.01, "$.2f"}),
+    KwNumber(KWMEMBER(tBRIGHTCONTRASTPROP, brightness), {"&Brightness:", "Added to each color.", -1, 1, 0.01, "$.2f"}),
     KwNumber(
         KWMEMBER(tBRIGHTCONTRASTPROP, contrast),
         {"&Contrast:", "Above 0 stretches the levels about the centre, below 0 compresses them.", -1, 1, 0.01, "$.2f"}),

@@ -9,7 +9,7 @@ constexpr tHSLADJUSTPROP kDefault{0.0, 1.0, 1.0};
 
 constexpr tFieldInfo kFields[] = {
     KwNumber(KWMEMBER(tHSLADJUSTPROP, addHue),
-             {"Add to &hue:", "Turns every colour around the hue circle.", 0, 1, 0.01, "$.2f", "turns"}, KWRAMP_HUE),
+             {"Add to &hue:", "Turns every color around the hue circle.", 0, 1, 0.01, "$.2f", "turns"}, KWRAMP_HUE),
     KwNumber(KWMEMBER(tHSLADJUSTPROP, saturation),
              {"&Saturation:", "Multiplies saturation; 0 is grey.", 0, 2, 0.01, "$.2f"}),
     KwNumber(KWMEMBER(tHSLADJUSTPROP, luminance), {"&Luminance:", "Multiplies luminance.", 0, 2, 0.01, "$.2f"}),

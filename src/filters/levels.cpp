@@ -23,7 +23,7 @@ constexpr tFieldInfo kFields[] = {
     KwNumber(KWMEMBER(tLEVELSPROP, outputEnd),
              {"O&utput end:", "What the top of the input range becomes.", 0, 1, 0.001, "$.3f"}),
     KwNumber(KWMEMBER(tLEVELSPROP, gamma), {"&Gamma:", "Above 1 lifts the middle tones.", 0.45, 5, 0.001, "$.3f"}),
-    KwChoice(KWMEMBER(tLEVELSPROP, channel), "&Channel:", "The colours that are mapped; Alpha maps all three.",
+    KwChoice(KWMEMBER(tLEVELSPROP, channel), "&Channel:", "The colors that are mapped; Alpha maps all three.",
              kChannels),
 };
 

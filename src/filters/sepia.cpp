@@ -11,7 +11,7 @@ constexpr tSEPIAPROP kDefault{{0.0, 0.65, 0.65, 1.0}, 0.0, 0.0};
 constexpr tFieldInfo kFields[] = {
     KwColor(KWMEMBER(tSEPIAPROP, color), KWTYPE_DOUBLE, "bgra", "&Color:", "The tone; its alpha has no effect."),
     KwNumber(KWMEMBER(tSEPIAPROP, strength),
-             {"Blending &strength:", "Takes colour out up to a third, tones from there on.", 0, 1, 0.001, "$.3f"}),
+             {"Blending &strength:", "Takes color out up to a third, tones from there on.", 0, 1, 0.001, "$.3f"}),
     KwNumber(KWMEMBER(tSEPIAPROP, falloff),
              {"Blending &falloff:", "How far the tone weakens from dark to bright.", 0, 1, 0.001, "$.3f"}),
 };

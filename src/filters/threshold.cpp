@@ -15,7 +15,7 @@ constexpr tTHRESHOLDPROP kDefault{0.5f};
 
 constexpr tFieldInfo kFields[] = {
     KwNumber(KWMEMBER(tTHRESHOLDPROP, threshold),
-             {"&Threshold:", "Each colour below it becomes black, from it on full.", 0, 1, 0.01, "$.2f"}),
+             {"&Threshold:", "Each color below it becomes black, from it on full.", 0, 1, 0.01, "$.2f"}),
 };
 
 constexpr tPreset<tTHRESHOLDPROP> kPresets[] = {

@@ -17,7 +17,7 @@ constexpr const char* kNoEffect = "Kept for saved settings, without effect on th
 
 constexpr tFieldInfo kFields[] = {
     KwColor({"color", offsetof(tCHROMAKEYPROP, blue), KWTYPE_FLOAT}, KWTYPE_FLOAT, "bgra",
-            "&Color:", "The colour that becomes transparent; its alpha has no effect."),
+            "&Color:", "The color that becomes transparent; its alpha has no effect."),
     KwSwitch(KWMEMBER(tCHROMAKEYPROP, maskOnly), "Show &mask only", "Shows the mask in place of the keyed picture."),
     KwChoice(KWMEMBER(tCHROMAKEYPROP, selectedMask), "Mask settings:", "Which settings a page edits.", kMasks),
     Share(KWMEMBER(tCHROMAKEYPROP, colorCorrectionMask.lowThreshold), "Correction low threshold:", kNoEffect),
@@ -25,9 +25,9 @@ constexpr tFieldInfo kFields[] = {
     Share(KWMEMBER(tCHROMAKEYPROP, colorCorrectionMask.level), "Correction level:", kNoEffect),
     Share(KWMEMBER(tCHROMAKEYPROP, colorCorrectionMask.blurAmount), "Correction blur amount:", kNoEffect),
     Share(KWMEMBER(tCHROMAKEYPROP, transparencyMask.lowThreshold),
-          "&Low threshold:", "Distance from the key colour below which pixels are clear."),
+          "&Low threshold:", "Distance from the key color below which pixels are clear."),
     Share(KWMEMBER(tCHROMAKEYPROP, transparencyMask.highThreshold),
-          "&High threshold:", "Distance from the key colour above which pixels are kept whole."),
+          "&High threshold:", "Distance from the key color above which pixels are kept whole."),
     Share(KWMEMBER(tCHROMAKEYPROP, transparencyMask.level), "Level:", kNoEffect),
     Share(KWMEMBER(tCHROMAKEYPROP, transparencyMask.blurAmount), "&Blur amount:", "How soft the mask becomes.",
           "of 36 pixels"),

@@ -36,7 +36,7 @@ constexpr auto KwShapeFields(const Rows&... more) {
         KwNumber(KWMEMBER(tIRISINFO, feather), {"&Feather:", "How soft the edge is.", 0, 1, 0.01, "$1.2f", unit}),
         KwNumber(KWMEMBER(tIRISINFO, border), {"&Border:", "How wide the border is.", 0, 1, 0.01, "$1.2f", unit}),
         KwColor({"color", offsetof(tIRISINFO, blue), KWTYPE_FLOAT}, KWTYPE_FLOAT, "bgra",
-                "Border color:", "The border's colour, not premultiplied."),
+                "Border color:", "The border's color, not premultiplied."),
         KwWhole(KWMEMBER(tIRISINFO, repeatX), {"Repeat &X:", "Columns of the grid of shapes.", 1, 100, 1, "$d"}),
         KwWhole(KWMEMBER(tIRISINFO, repeatY), {"Repeat &Y:", "Rows of the grid of shapes.", 1, 100, 1, "$d"}),
         KwChoice(KWMEMBER(tIRISINFO, shape), "&Shape:", "What is drawn in each cell.", kShapeNames),

@@ -16,6 +16,7 @@
 #include "page/placement_widget.h"
 #include "page/spinner_widget.h"
 #include "studio_window.h"
+#include "theme.h"
 
 namespace larkmoor {
 
@@ -515,6 +516,7 @@ TEST_F(HandsTest, HelpTellsWhatEachEffectDoesAndFitsTheScreen) {
         emit panel().helpWanted(0);
         EXPECT_TRUE(shown.contains(effectWords(info).about)) << info.name;
         for (const tFieldInfo& field : info.fields) EXPECT_TRUE(shown.contains(field.help)) << field.name;
+        EXPECT_FALSE(shown.contains("olour")) << "as the labels spell it";
         EXPECT_EQ(pictures, 2) << info.name;
         window->stack().removeSelected();
     }
@@ -522,6 +524,26 @@ TEST_F(HandsTest, HelpTellsWhatEachEffectDoesAndFitsTheScreen) {
         if (action->text() == "&About") action->trigger();
     for (const char* licence : {"MIT", "LGPL 3", "GPL", "Apache 2.0"}) EXPECT_TRUE(shown.contains(licence)) << licence;
     idle();
+}
+
+TEST_F(HandsTest, NoButtonIsBrightInTheDark) {
+    openClip();
+    window->addEffect("DXTSepia");
+    idle();
+    applyTheme("dark");
+    QCoreApplication::processEvents(); // widgets are told later
+    const QImage whole = window->grab().toImage();
+    int looked = 0;
+    for (QAbstractButton* button : reachable<QAbstractButton>(*window)) {
+        const QRect place(button->mapTo(window.get(), QPoint(0, 0)), button->size());
+        if (!whole.rect().contains(place)) continue; // scrolled away
+        const QImage mean = whole.copy(place).scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        EXPECT_LT(qGray(mean.pixel(0, 0)), 128)
+            << button->accessibleName().toStdString() << button->text().toStdString();
+        ++looked;
+    }
+    EXPECT_GT(looked, 15);
+    applyTheme("system");
 }
 
 TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {

@@ -1,8 +1,10 @@
 // What a film sounds like and how fast it runs.
 #include <QAudioDevice>
 #include <QMediaDevices>
+#include <gmock/gmock.h>
 
 #include "page/typed_number.h"
+#include "platform/time_format.h"
 #include "playing_rate.h"
 #include "sound_track.h"
 #include "studio_window.h"
@@ -26,6 +28,63 @@ TEST(PlayingRate, CountsWhatIsShownAndWhatIsLeftOut) {
     playing.shown(9, 0);
     playing.shown(7, 40); // backwards
     EXPECT_EQ(playing.dropped(), 1);
+}
+
+TEST(PictureFacts, FramesAndTheirTimesBelongTogether) {
+    const auto times = std::make_shared<const std::vector<double>>(std::vector<double>{0, 0.04, 0.12, 1});
+    const PictureFacts steady{.rate = {25, 1}, .frames = 4};
+    PictureFacts varies = steady;
+    varies.times = times;
+    struct Case {
+        double seconds;
+        std::int64_t steady, varies, steadyBack, variesBack;
+    };
+    for (const auto& [seconds, atSteady, atVaries, backSteady, backVaries] : {Case{0, 0, 0, 0, 0},
+                                                                              {0.039, 0, 0, 1, 1},
+                                                                              {0.04, 1, 1, 1, 1},
+                                                                              {0.081, 2, 1, 3, 2},
+                                                                              {0.12, 3, 2, 3, 2},
+                                                                              {0.5, 12, 2, 13, 3},
+                                                                              {0.999, 24, 2, 25, 3},
+                                                                              {1, 25, 3, 25, 3},
+                                                                              {1.039, 25, 3, 26, 4},
+                                                                              {1.04, 26, 4, 26, 4},
+                                                                              {-0.04, -1, -1, -1, -1}}) {
+        SCOPED_TRACE(seconds);
+        EXPECT_EQ(steady.frameAt(seconds), atSteady);
+        EXPECT_EQ(steady.frameAt(seconds, true), backSteady);
+        EXPECT_EQ(varies.frameAt(seconds), atVaries);
+        EXPECT_EQ(varies.frameAt(seconds, true), backVaries);
+    }
+    for (std::int64_t frame = -2; frame < 9; ++frame)
+        for (const PictureFacts* each : {&steady, &std::as_const(varies)})
+            for (const bool backwards : {false, true})
+                EXPECT_EQ(each->frameAt(each->secondsOf(frame), backwards), frame);
+}
+
+TEST_F(StudioWindowTest, AFilmWhoseFramesComeUnsteadilyKeepsItsTimes) {
+    for (const auto& [name, codec] : {std::pair("in.mkv", "ffv1"), {"in.mp4", "mpeg4"}, {"in.mov", "prores"}}) {
+        SCOPED_TRACE(name);
+        const Outcome made = shell("ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=25:duration=1 -vf "
+                                   "\"setpts='if(lt(N,10),N,10+(N-10)*4)/25/TB'\" -fps_mode passthrough -c:v " +
+                                   std::string(codec) + " " + name);
+        ASSERT_EQ(made.status, 0) << made.err;
+        ASSERT_TRUE(window->open(file(name)));
+        idle();
+        auto& transport = *window->findChild<Transport*>();
+        transport.setTimeFormat(kTimeSeconds);
+        window->setFrame(5);
+        EXPECT_THAT(transport.timeText().toStdString(), testing::HasSubstr("0.2"));
+        window->setFrame(20); // (10 + 10 * 4) / 25 s
+        EXPECT_THAT(transport.timeText().toStdString(), testing::HasSubstr("2.0"));
+        idle();
+        document().close();
+    }
+    makeClip("steady.mkv");
+    PreviewRenderer renderer(studioModule(), [](const PreviewResult&) {});
+    Project project;
+    project.source = ProjectClip{path("steady.mkv"), {}};
+    EXPECT_FALSE(renderer.facts(project).times);
 }
 
 class SoundTest : public StudioTest {
