@@ -11,15 +11,16 @@ namespace {
 constexpr const char* levelsName = "studioRGB";
 
 /// Whether the pictures say what an effect's levels are: neither its record nor keys do.
-template <class Effect>
-bool goesByPictures(const Effect& effect) {
-    const tFieldInfo* const field = levelsField(*effect.info);
-    return field && !effect.ownLevels && !findCurve(effect.curves, *field);
+bool goesByPictures(const Step& step) {
+    const tFieldInfo* const field = levelsField(*step.info);
+    return field && !step.ownLevels && !findCurve(step.curves, *field);
 }
 
+/// The record has the pictures' levels under keys, too, since files leave them out of it.
 template <class Effect>
 void settle(Effect& effect, bool studio) {
-    if (goesByPictures(effect)) setFieldText(*levelsField(*effect.info), effect.record, studio ? "on" : "off");
+    const tFieldInfo* const field = levelsField(*effect.info);
+    if (field && !effect.ownLevels) setFieldText(*field, effect.record, studio ? "on" : "off");
 }
 
 bool hasStudioLevels(const Recipe& recipe) {

@@ -118,6 +118,10 @@ TEST_F(StudioWindowTest, ThePageShowsWhatThePicturesAre) {
     EXPECT_FALSE(effect().ownLevels);
     EXPECT_EQ(levelsOf(effect()), "off");
     panel().keyList()->diamond("studioRGB")->click();
+    ASSERT_TRUE(window->saveTo(file("keyed.larkmoor")));
+    Project read = loadProject(studioModule(), path("keyed.larkmoor"));
+    settleLevels(read);
+    EXPECT_TRUE(same(read, *document().project())) << "under the keys, too";
     window->setFrame(10);
     (*box)->click();
     EXPECT_TRUE(window->scope().levels().studio) << "what the key at the playhead says";
