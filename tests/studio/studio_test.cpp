@@ -123,6 +123,10 @@ TEST_F(StudioWindowTest, TheOverlapFollowsItsDuration) {
     idle();
     EXPECT_EQ(window->timeline().frameCount(), frames);
     EXPECT_EQ(panel().durationField()->value(), 1);
+    panel().durationField()->setValue(60); // far longer than both clips
+    idle();
+    const auto notes = window->statusBar()->findChildren<QLabel*>();
+    EXPECT_TRUE(std::ranges::any_of(notes, [](QLabel* note) { return note->text().contains("is cut to 25 frames"); }));
 }
 
 TEST_F(StudioWindowTest, AGenerator) {
