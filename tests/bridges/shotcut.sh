@@ -25,7 +25,6 @@ for part in "$system"/share/shotcut/*; do [ "${part##*/}" = qml ] || ln -s "$par
 for part in "$system"/share/shotcut/qml/*; do case ${part##*/} in filters | views) ;; *) ln -s "$part" "$data/qml/" ;; esac; done
 cp -r "$1"/bridges/frei0r/share/shotcut/qml/filters/* "$data/qml/filters/"
 
-
 # Its own view of filters, adding ours one after the other to the clip that is open: as a new filter with its first
 # values, shown by what Shotcut loads for it.
 cp -r "$system"/share/shotcut/qml/views/* "$data/qml/views/"
