@@ -86,8 +86,7 @@ tBend CompositeBend(double smooth) {
     bend.low = Wrap(200 - std::int64_t{KwTrunc(smooth * 40.0 + 0.5)});
     if (bend.low == 200) return bend;
     bend.low = std::max<std::int64_t>(bend.low, 1);
-    const bool whole = static_cast<double>(240 - bend.low) / 3.0 < static_cast<double>(200 - bend.low);
-    bend.high = whole ? 240 : (300 - bend.low) * 2;
+    bend.high = std::min<std::int64_t>((300 - bend.low) * 2, 240);
     return bend;
 }
 

@@ -105,6 +105,10 @@ TEST_F(JoinTest, PicturesLastAsLongAsTheTransition) {
     clip("b.png", "-vf hflip -frames:v 1");
     ASSERT_EQ(larkmoor("join a.png b.png a.png -o out.mp4 --transition Dissolve --duration 2").status, 0);
     EXPECT_EQ(probe("out.mp4", "stream=nb_frames"), "100\n");
+    // The rate is that of the first clip that has one.
+    ffmpeg("-f lavfi -i testsrc=size=96x64:rate=15:duration=1 -c:v ffv1 c.mkv");
+    ASSERT_EQ(larkmoor("join a.png b.png c.mkv -o out.mkv --transition Dissolve --duration 0.4").status, 0);
+    EXPECT_EQ(probe("out.mkv", "stream=r_frame_rate"), "15/1\n");
 }
 
 TEST_F(JoinTest, ShortClipsShortenTheTransition) {

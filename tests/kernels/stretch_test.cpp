@@ -32,6 +32,17 @@ TEST(Stretch, TooLittleDrawsNothing) {
     ExpectSame(out, before);
 }
 
+TEST(Stretch, BytesNextToAPixelAreThatPixel) {
+    CTestPicture source(9, 4, 4), out(9, 4, 4);
+    source.Fill(2);
+    for (const tInt shift : {-32, -31, 31, 32}) { // 32 is a 512th of a pixel
+        const tFixedRect to{shift, 0, 9 * kPixel + shift, 4 * kPixel};
+        ASSERT_EQ(S_OK, Draw(out, &to, source, nullptr, false));
+        const bool same = std::memcmp(out.At(1, 1), source.At(1, 1), 7 * 4) == 0;
+        EXPECT_EQ(same, std::abs(shift) < 32) << shift;
+    }
+}
+
 TEST(Stretch, PartsOfTheOutputGetWhatTheWholeGets) {
     CTestPicture source(50, 30, 4), whole(40, 25, 4), part(40, 25, 4);
     source.Fill(5, true);
