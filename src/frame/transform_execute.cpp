@@ -109,15 +109,13 @@ HRESULT CTransformBase::ExecuteBound(const GUID* request, const DXBNDS* clip, co
     if (const HRESULT status = MapBoundsIn2Out(nullptr, 0, 0, &info.DoBounds); FAILED(status)) return status;
     if (const HRESULT status = PlaceAndClip(info, clip, placement); status != S_OK) return status;
 
-    ULONG bands = 1;
-    if (m_NumProcessors > 1 && m_pTaskManager) {
-        // Each length is below 2^32, so that the product fits without a sign.
-        const auto area = static_cast<std::uint64_t>(KwLength(info.OutputBounds.Axis[0])) *
-                          static_cast<std::uint64_t>(KwLength(info.OutputBounds.Axis[1]));
-        bands =
-            static_cast<ULONG>(std::min<std::int64_t>({static_cast<std::int64_t>(area >> 12) + 1, m_MaxBands, kMaxBands,
-                                                       m_NumProcessors, KwLength(info.DoBounds.Axis[1])}));
-    }
+    // Each length is below 2^32, so that the product fits without a sign. Without a task manager there is one
+    // processor.
+    const auto area = static_cast<std::uint64_t>(KwLength(info.OutputBounds.Axis[0])) *
+                      static_cast<std::uint64_t>(KwLength(info.OutputBounds.Axis[1]));
+    auto bands =
+        static_cast<ULONG>(std::min<std::int64_t>({static_cast<std::int64_t>(area >> 12) + 1, m_MaxBands, kMaxBands,
+                                                   m_NumProcessors, KwLength(info.DoBounds.Axis[1])}));
     if (const HRESULT status = BeginWork(info, bands); FAILED(status)) return status;
     bands = std::clamp<ULONG>(bands, 1, kMaxBands);
 

@@ -31,10 +31,10 @@ constexpr tFieldInfo kFields[] = {
     KwNumber(KWMEMBER(tTESTPROP, wide), {"wide", "", 0, 1, 0.1}),
     KwNumber(KWMEMBER(tTESTPROP, hue), {"hue", "", 0, 1, 0.1}, KWRAMP_HUE),
 };
-constexpr tEffectClass ClassOf(LONG inputs) {
+constexpr tEffectClass ClassOf(LONG inputs, LONG least) {
     return {.iid = {0x11111111, 1, 1, {1, 1, 1, 1, 1, 1, 1, 1}},
             .kind = KWKIND_FILTER,
-            .minInputs = inputs,
+            .minInputs = least,
             .maxInputs = inputs,
             .infoFlags = 0,
             .maxBands = 4,
@@ -42,7 +42,7 @@ constexpr tEffectClass ClassOf(LONG inputs) {
             .recordSize = sizeof(tTESTPROP),
             .fields = kFields};
 }
-constexpr tEffectClass kOneInput = ClassOf(1), kTwoInputs = ClassOf(2);
+constexpr tEffectClass kOneInput = ClassOf(1, 1), kTwoInputs = ClassOf(2, 2), kMaybeOneInput = ClassOf(1, 0);
 
 /// Notes the bands and the records that it was given.
 class CProbe final : public CEffect<tTESTPROP> {
@@ -142,8 +142,13 @@ struct CWildSurface final : larkmoor::ForeignSurface {
         if (callBack) callBack();
         return S_OK;
     }
+    HRESULT LockSurface(const DXBNDS*, ULONG, DWORD, const IID*, void**, DWORD*) override {
+        locked = true;
+        return E_FAIL;
+    }
 
     DXBNDS bounds{};
+    bool locked = false;
     std::function<void()> callBack;
 };
 
@@ -164,6 +169,18 @@ TEST_F(Frame, WildBoundsAreRefusedByTheViews) {
         EXPECT_FALSE(view.Lock(&wild, &DDPF_PMARGB32, FALSE));
         CKwSurface copy;
         EXPECT_FALSE(copy.Lock(&wild, &KWPF_FLOAT128, TRUE, &wild.bounds));
+    }
+    // No pixels are a picture; the longest rows are those whose bytes in floats fit a stride.
+    constexpr LONG most = INT32_MAX / 16;
+    const std::tuple<DXBNDS::tAxis, DXBNDS::tAxis, bool> rows[] = {
+        {{5, 5}, {0, 1}, true},      {{0, 1}, {7, 7}, true},         {{0, most}, {0, 1}, true},
+        {{-1, most}, {0, 1}, false}, {{0, 1}, {0, INT32_MAX}, true}, {{0, 1}, {-1, INT32_MAX}, false}};
+    for (const auto& [across, down, taken] : rows) {
+        wild.bounds = {.Axis = {across, down, one, one}};
+        wild.locked = false;
+        CKwSurface view;
+        EXPECT_FALSE(view.Lock(&wild, &DDPF_PMARGB32, FALSE));
+        EXPECT_EQ(taken, wild.locked) << across.Max << " " << down.Max;
     }
     probe.Setup(nullptr, 0, nullptr, 0, 0);
 }
@@ -268,10 +285,11 @@ TEST_F(Frame, GenerationsFollowInputsProgressAndFlags) {
     EXPECT_EQ(S_OK, probe.put_Progress(0.5f));
     EXPECT_EQ(S_OK, probe.SetMiscFlags(3)); // as it was
     EXPECT_EQ(S_OK, probe.SetMiscFlags(2));
+    EXPECT_EQ(S_OK, probe.SetMiscFlags(1));
     EXPECT_EQ(S_OK, probe.put_Duration(0.5f)); // as it was
     EXPECT_EQ(E_INVALIDARG, probe.put_Duration(0.0f));
     probe.GetGenerationId(&id);
-    EXPECT_EQ(first + 3, id);
+    EXPECT_EQ(first + 4, id);
     EXPECT_EQ(S_OK, probe.put_Progress(0.0f));
     EXPECT_EQ(E_INVALIDARG, probe.put_Progress(-0.001f));
     EXPECT_EQ(E_POINTER, probe.GetGenerationId(nullptr));
@@ -295,6 +313,9 @@ TEST_F(Frame, PicksTheInputUnderThePoint) {
     EXPECT_EQ(S_FALSE, probe.PointPick(&at, &index, &found));
     EXPECT_EQ(E_POINTER, probe.PointPick(&at, nullptr, &found));
     EXPECT_EQ(E_INVALIDARG, probe.PointPick(nullptr, &index, &found));
+    CProbe& without = Make(kMaybeOneInput);
+    ASSERT_EQ(S_OK, Setup(without, {}, in));
+    EXPECT_EQ(S_FALSE, without.PointPick(&at, &index, &found));
 }
 
 TEST_F(Frame, BoundsMapBothWays) {
@@ -510,7 +531,7 @@ TEST_F(Frame, ViewsStandInSurfaceCoordinates) {
 }
 
 TEST_F(Frame, OtherFormatsAreViewedThroughAPremultipliedCopy) {
-    Surface picture = Surface::create(PixelFormat::Float128, 3, 2);
+    Surface picture = Surface::create(PixelFormat::Float128, 600, 2); // rows longer than what stands before them
     auto* const pixels = reinterpret_cast<float*>(picture.view().data);
     pixels[0] = 0.5f, pixels[3] = 1.0f;
     CKwSurface view;
