@@ -1,5 +1,7 @@
 // Settings pages under the events of people, toolkits and hostile ones, whose sink may call back from any notice.
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <string>
 
@@ -37,6 +39,7 @@ class Toolkit {
     }
     ~Toolkit() {
         m_sink->toolkit = nullptr;
+        settle();
         m_model->SetPageSink(nullptr);
         m_page->Deactivate();
     }
@@ -126,6 +129,7 @@ class Toolkit {
         tPageMenuItem item{};
         require(m_model->FindControl(id, &control, sizeof control) == S_OK);
         if (control.text) require(std::string(control.text).size() < 100000);
+        requireSane(control);
         m_model->GetItem(id, m_in.ConsumeIntegralInRange<LONG>(-1, 30), &text);
         m_model->GetMenuItem(id, m_in.ConsumeIntegralInRange<LONG>(-1, 30), &item, sizeof item);
         std::array<std::byte, 1024> detail;
@@ -136,6 +140,47 @@ class Toolkit {
         std::vector<std::byte> bits(static_cast<std::size_t>(std::max<LONG>(width, 1) * std::max<LONG>(height, 1) * 4));
         m_model->PaintPart(id, m_in.ConsumeIntegralInRange<LONG>(-1, 15), bits.data(), width, height,
                            std::max<LONG>(width, 1) * 4);
+    }
+
+    /// What holds of a control at any time.
+    void requireSane(const tPageControl& control) {
+        const auto share = [](double value) { return value >= 0 && value <= 1; };
+        tTrackbarDetail bar{};
+        tColorPickDetail color{};
+        tPlacementHandle handle;
+        switch (control.kind) {
+        case KWCONTROL_TRACKBAR:
+            m_model->GetDetail(control.id, &bar, sizeof bar);
+            require(0 <= bar.thumb.left && bar.thumb.left <= bar.thumb.right);
+            [[fallthrough]];
+        case KWCONTROL_SPINNER:
+            require(control.mark == std::clamp(control.mark, std::min(control.minimum, control.maximum),
+                                               std::max(control.minimum, control.maximum)));
+            break;
+        case KWCONTROL_COLOR:
+            m_model->GetDetail(control.id, &color, sizeof color);
+            require(std::all_of(color.color, color.color + 4, share));
+            require(std::all_of(color.corrected, color.corrected + 4, share));
+            require((color.hue == -1 || share(color.hue)) && share(color.saturation) && share(color.luminance));
+            require(color.tip);
+            break;
+        case KWCONTROL_PLACEMENT:
+            m_model->SendControl(control.id, KWHANDLE_GET, 0, reinterpret_cast<std::intptr_t>(&handle), nullptr);
+            require(std::fabs(handle.x) <= 1000 && std::fabs(handle.y) <= 1000);
+            break;
+        default:
+            break;
+        }
+    }
+    /// Nothing runs on once all has been given up.
+    void settle() {
+        const tPageEvent cancel{.kind = KWEVENT_CANCEL}, timer{.kind = KWEVENT_TIMER, .value = 1};
+        for (const auto& [id, kind] : m_controls) m_model->SendEvent(id, &cancel);
+        for (const auto& [id, kind] : m_controls) {
+            tTrackbarDetail bar{};
+            if (kind != KWCONTROL_TRACKBAR || m_model->GetDetail(id, &bar, sizeof bar) != S_OK) continue;
+            require(!bar.tracking && m_model->SendEvent(id, &timer) != S_OK);
+        }
     }
 
     FuzzedDataProvider& m_in;

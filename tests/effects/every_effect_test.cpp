@@ -7,7 +7,6 @@
 #include <random>
 
 #include "effects/pictures.h"
-#include "filters/filter.h"
 #include "host/foreign_surface.h"
 
 namespace {
@@ -53,38 +52,6 @@ class EveryEffect : public testing::TestWithParam<std::size_t> {
   protected:
     const EffectInfo& info() const { return module().effects()[GetParam()]; }
 };
-
-TEST_P(EveryEffect, TakesAnyRecordWithinItsMemory) {
-    if (info().kind == EffectKind::Generator) GTEST_SKIP() << "has no inputs to guard";
-    const struct { int width, height; } sizes[] = {{1, 1}, {1, 7}, {9, 1}, {13, 5}, {33, 17}};
-    std::minstd_rand random(7);
-    for (const PixelFormat format : {PixelFormat::PremultipliedArgb32, PixelFormat::Argb32, PixelFormat::Float128})
-        for (const auto& size : sizes)
-            for (unsigned kind = 0; kind < 28; ++kind) {
-                Effect effect = module().create(info(), kind % 3 == 0 ? 4 : 1);
-                effect.setRecord(wildRecord(info(), kind, random));
-                effect.setProgress(static_cast<float>(random() % 101) / 100.0f);
-                const auto picture = [&](unsigned seed) {
-                    return CTestPicture(size.width, size.height, bytesPerPixel(format), 16).Fill(seed, true);
-                };
-                CTestPicture first = picture(kind), second = picture(99), output = picture(kind + 5);
-                const CTestPicture firstBefore = first, secondBefore = second;
-                const int inputs = kind % 5 == 4 ? info().minInputs : info().maxInputs;
-                const Surface all[] = {SurfaceOn(first, format), SurfaceOn(second, format)};
-                const RECT clip{size.width / 3, size.height / 4, size.width, size.height - size.height / 5};
-                const POINT place{0, size.height / 6};
-                try {
-                    effect.render(std::span(all, static_cast<std::size_t>(inputs)), SurfaceOn(output, format),
-                                  kind % 2 ? &clip : nullptr, kind % 2 ? &place : nullptr);
-                } catch (const StatusError&) {
-                    // A refusal is an answer too.
-                }
-                output.CheckGuards();
-                ASSERT_FALSE(HasFailure()) << "kind " << kind << " at " << size.width << "x" << size.height;
-                ASSERT_TRUE(firstBefore == first) << "the input changed";
-                ASSERT_TRUE(secondBefore == second) << "the second input changed";
-            }
-}
 
 constexpr int kWidth = 131, kHeight = 90; // pixels enough for two bands
 

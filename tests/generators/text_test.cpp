@@ -460,39 +460,6 @@ TEST(TextSurface, TellsWhereItsPixelsAre) {
     EXPECT_FALSE(text.Lock());
 }
 
-TEST(TextSurface, WildRecordsStayInTheFrame) {
-    std::minstd_rand random(11);
-    const float reals[] = {0, 1, 2, 0.5f, -1, 1e30f, -1e30f, 1e-30f, NAN, INFINITY, -INFINITY, 300, 1.999f};
-    const LONG wholes[] = {0, 1, 2, -1, 7, 40, -40, 4096, 100000, INT32_MAX, INT32_MIN};
-    const auto real = [&] { return reals[random() % std::size(reals)]; };
-    const auto whole = [&] { return wholes[random() % std::size(wholes)]; };
-    tTextObject text;
-    for (int round = 0; round < 300; ++round) {
-        std::u16string words;
-        for (unsigned n = random() % 12; n > 0; --n) {
-            const char16_t some[] = {u'A', u'g', u' ', u'\t', u'\r', u'\n', u'\xD83D', u'\xDE00', u'\u0301', u'\0'};
-            words += some[random() % std::size(some)];
-        }
-        tRecord record(words);
-        record.vertical = whole();
-        record.horizontal = whole();
-        record.tracking = real();
-        record.leading = real();
-        for (int i = 0; i < 4; ++i) {
-            record.back[i] = real();
-            record.fore[i] = real();
-        }
-        if (random() % 3 == 0) record.font.lfHeight = whole();
-        if (random() % 4 == 0) record.font.lfWeight = whole();
-        record.font.lfItalic = static_cast<std::uint8_t>(random());
-        if (round == 150) std::memset(record.font.lfFaceName, 'M', sizeof record.font.lfFaceName);
-        text.Put(record);
-        const LONG w = 1 + static_cast<LONG>(random() % 60), h = 1 + static_cast<LONG>(random() % 40);
-        text.Size(w, h);
-        text.Picture(w, h);
-    }
-}
-
 TEST(TextField, SettingsByNameComeBack) {
     using namespace larkmoor;
     const Module module = Module::load(LARKMOOR_MODULE_FILE);

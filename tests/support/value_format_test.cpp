@@ -247,30 +247,6 @@ TEST(ValueFormat, NothingLeavesTheBuffer) {
               "$(%s");
 }
 
-TEST(ValueFormat, RandomPatterns) {
-    std::mt19937 random(11);
-    constexpr std::string_view alphabet = "$$$$%%%%()..,,::!!&&*EGXcdefgiosuxz0123456789 -+#hlI64\xC3\xA9\xE2\x80\x99";
-    for (int i = 0; i < 60000; ++i) {
-        std::string pattern;
-        for (auto n = random() % (i % 100 ? 24 : 700); n > 0; --n) pattern += alphabet[random() % alphabet.size()];
-        std::vector<tFORMATARG> args;
-        for (auto n = random() % 4; n > 0; --n) {
-            std::uint64_t bits = std::uint64_t{random()} << 32 | random();
-            double real;
-            std::memcpy(&real, &bits, sizeof real);
-            args.push_back(n == 1 ? tFORMATARG(pattern.c_str()) : random() % 2 ? tFORMATARG(real) : tFORMATARG(bits));
-        }
-        static const tLOCALEBLOCK locale = BlockOf("de_CH");
-        std::vector<char> text(random() % 64);
-        const std::string whole = FormatTextArgs(locale, pattern.c_str(), args);
-        const std::size_t length = FormatValueArgs(locale, text, pattern.c_str(), args);
-        if (text.empty()) continue;
-        ASSERT_LT(length, text.size());
-        ASSERT_EQ(whole.compare(0, length, text.data(), length), 0) << pattern;
-        ASSERT_TRUE(whole.size() == length || whole.size() >= text.size()) << pattern;
-    }
-}
-
 TEST(ValueFormat, PoolOfShortTexts) {
     const std::string mark(LocaleItem(UserLocale(), kItemDecimal));
     EXPECT_EQ(FormatCount(1250, 2, 0, " dB"), "12" + mark + "50 dB");
@@ -461,22 +437,6 @@ TEST(ValueRead, RoundTripInEveryLocale) {
             FormatValue(locale, text, "%x", thousandths);
             ASSERT_EQ(ReadHex(text, &end), static_cast<DWORD>(thousandths)) << text;
         }
-    }
-}
-
-TEST(ValueRead, RandomTexts) {
-    std::mt19937 random(3);
-    constexpr std::string_view alphabet = "0123456789.,-+ \t\xE2\x80\x99\xC2\xA0xe";
-    const tLOCALEBLOCK locale = BlockOf("fr_CA");
-    for (int i = 0; i < 20000; ++i) {
-        std::string text;
-        for (auto n = random() % (i % 50 ? 16 : 600); n > 0; --n) text += alphabet[random() % alphabet.size()];
-        const char* end = nullptr;
-        ASSERT_TRUE(std::isfinite(ReadDouble(text.c_str(), &end, locale)));
-        ASSERT_TRUE(end >= text.data() && end <= text.data() + text.size());
-        ReadInt64(text.c_str(), &end, locale);
-        ReadHex(text.c_str(), &end);
-        ASSERT_TRUE(end >= text.data() && end <= text.data() + text.size());
     }
 }
 
