@@ -50,6 +50,12 @@ class CommandTest : public testing::Test {
 
     Outcome larkmoor(const std::string& arguments) const { return shell(LARKMOOR_COMMAND_FILE " " + arguments); }
 
+    /// One that has to end well.
+    void run(const std::string& arguments) const {
+        const Outcome outcome = larkmoor(arguments);
+        ASSERT_EQ(outcome.status, 0) << arguments << "\n" << outcome.err;
+    }
+
     /// Each says one sentence and leaves nothing. `verb` stands before the arguments.
     void expectRefused(const std::string& verb, std::initializer_list<Refusal> rows) const {
         const std::vector<std::string> before = names();
@@ -84,6 +90,10 @@ class CommandTest : public testing::Test {
         return shell("ffmpeg -nostdin -v error -i " + file + " -map 0:v:0 -pix_fmt " + pixelFormat +
                      " -f framemd5 - | grep -v '^#' | sed 's/.*,//'")
             .out;
+    }
+
+    void write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path(name), std::ios::binary) << bytes;
     }
 
     std::string content(const std::string& name) const {

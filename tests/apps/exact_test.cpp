@@ -32,8 +32,7 @@ TEST_F(ExactTest, ARampStandsAtItsShareOnEveryFrame) {
         {project("cut.larkmoor", R"("from": 2, "to": 6, )", R"(, "in": 2)"), 2, 4, 7}, // frames are the output's
     };
     for (const auto& row : rows) {
-        const Outcome run = larkmoor("render " + row.run + " -y -o out.raw --raw gray");
-        ASSERT_EQ(run.status, 0) << run.err;
+        run("render " + row.run + " -y -o out.raw --raw gray");
         const std::string out = content("out.raw");
         ASSERT_EQ(out.size(), row.frames * 96 * 64) << row.run;
         for (std::size_t i = 0; i < row.frames; ++i) {
@@ -46,8 +45,7 @@ TEST_F(ExactTest, ARampStandsAtItsShareOnEveryFrame) {
 TEST_F(ExactTest, SoundCrossesAtEqualPower) {
     for (const std::string name : {"a.mkv", "b.mkv"})
         clip(name, "-f lavfi -i aevalsrc=0.4:s=48000:d=1 -pix_fmt bgr0 -c:v ffv1 -c:a pcm_s16le");
-    const Outcome run = larkmoor("join a.mkv b.mkv a.mkv -o out.mkv --codec ffv1 --transition Dissolve --duration 0.4");
-    ASSERT_EQ(run.status, 0) << run.err;
+    run("join a.mkv b.mkv a.mkv -o out.mkv --codec ffv1 --transition Dissolve --duration 0.4");
     ffmpeg("-i out.mkv -map 0:a -ac 1 -ar 48000 -f f32le sound.raw");
     const std::string raw = content("sound.raw");
     const auto at = [&](double seconds) {
@@ -81,8 +79,7 @@ TEST_F(ExactTest, EachClipsAlphaIsReadAsItsOwn) {
         for (const auto& [verb, frames] :
              {std::pair{"join " + order + " " + clips[first] + " --transition Push --duration 0.12", 12},
               std::pair{std::string("render p.larkmoor"), 9}}) {
-            const Outcome run = larkmoor(verb + " -y -o out.mkv --codec ffv1");
-            ASSERT_EQ(run.status, 0) << run.err;
+            run(verb + " -y -o out.mkv --codec ffv1");
             ffmpeg("-i out.mkv -pix_fmt bgra -f rawvideo out.raw");
             const std::string out = content("out.raw");
             ASSERT_EQ(std::ssize(out), frames * 8 * 8 * 4) << "6 frames each, 3 of them at once";
@@ -97,8 +94,7 @@ TEST_F(ExactTest, ThePacketAtTheCutIsKept) {
                    "-c:a pcm_s16le");
     // Packets of sound as long as frames, so that one begins at each cut.
     for (const std::string start : {"", " --start 0.2"}) {
-        const Outcome run = larkmoor("render in.mkv -y -o out.mkv --codec ffv1 --frames 5 --effect Invert" + start);
-        ASSERT_EQ(run.status, 0) << run.err;
+        run("render in.mkv -y -o out.mkv --codec ffv1 --frames 5 --effect Invert" + start);
         EXPECT_EQ(probe("out.mkv", "packet=pts_time", "-select_streams a"),
                   "0.000000\n0.040000\n0.080000\n0.120000\n0.160000\n")
             << start;

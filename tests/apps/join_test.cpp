@@ -16,10 +16,7 @@ TEST_F(JoinTest, ClipsAreUntouchedOutsideTheOverlap) {
     clip("a.mkv", "-pix_fmt bgr0 -c:v ffv1");
     clip("b.mkv", "-vf hflip -pix_fmt bgr0 -c:v ffv1");
     for (const std::string threads : {"1", "3"}) {
-        ASSERT_EQ(larkmoor("join a.mkv b.mkv -y -o out" + threads +
-                           ".mkv --transition Dissolve --duration 0.4 --threads " + threads)
-                      .status,
-                  0);
+        run("join a.mkv b.mkv -y -o out" + threads + ".mkv --transition Dissolve --duration 0.4 --threads " + threads);
     }
     EXPECT_TRUE(content("out1.mkv") == content("out3.mkv"));
     const std::string a = frames("a.mkv", "bgr0"), b = frames("b.mkv", "bgr0"), out = frames("out1.mkv", "bgr0");
@@ -103,11 +100,11 @@ TEST_F(JoinTest, TheSecondIsBroughtToTheFirst) {
 TEST_F(JoinTest, PicturesLastAsLongAsTheTransition) {
     clip("a.png", "-frames:v 1");
     clip("b.png", "-vf hflip -frames:v 1");
-    ASSERT_EQ(larkmoor("join a.png b.png a.png -o out.mp4 --transition Dissolve --duration 2").status, 0);
+    run("join a.png b.png a.png -o out.mp4 --transition Dissolve --duration 2");
     EXPECT_EQ(probe("out.mp4", "stream=nb_frames"), "100\n");
     // The rate is that of the first clip that has one.
     ffmpeg("-f lavfi -i testsrc=size=96x64:rate=15:duration=1 -c:v ffv1 c.mkv");
-    ASSERT_EQ(larkmoor("join a.png b.png c.mkv -o out.mkv --transition Dissolve --duration 0.4").status, 0);
+    run("join a.png b.png c.mkv -o out.mkv --transition Dissolve --duration 0.4");
     EXPECT_EQ(probe("out.mkv", "stream=r_frame_rate"), "15/1\n");
 }
 

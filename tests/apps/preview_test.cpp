@@ -86,9 +86,8 @@ class PreviewTest : public CommandTest {
 
     /// Every frame of the preview, out of order, against the command's rendering of the same project.
     void sameAsRendered(const std::string& text) {
-        std::ofstream(path("p.larkmoor")) << text;
-        const Outcome outcome = larkmoor("render p.larkmoor -y -o all.raw --raw bgra");
-        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        write("p.larkmoor", text);
+        run("render p.larkmoor -y -o all.raw --raw bgra");
         const auto made = project(text);
         const PictureFacts facts = m_renderer.facts(*made);
         const std::string all = content("all.raw");

@@ -33,8 +33,6 @@ std::string onEffect(const std::string& effect) {
 
 class ProjectTest : public CommandTest {
   protected:
-    void write(const std::string& name, const std::string& text) const { std::ofstream(path(name)) << text; }
-
     /// Writes the project and renders it by the command.
     Outcome render(const std::string& text, const std::string& output, const std::string& more = "") const {
         write("p.larkmoor", text);
@@ -297,7 +295,7 @@ TEST_F(ProjectTest, ClipsOfUnevenTimeStartAtTheVeryFrame) {
     for (const std::size_t in : {1, 4, 5, 6, 7, 8, 9, 15, 44}) {
         write("in.larkmoor", R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.mkv"}, "in": )" +
                                  std::to_string(in) + R"(, "out": )" + std::to_string(in + 1) + "}");
-        ASSERT_EQ(larkmoor("render in.larkmoor -y -o out.mkv --codec ffv1").status, 0);
+        run("render in.larkmoor -y -o out.mkv --codec ffv1");
         EXPECT_EQ(frames("out.mkv", "yuv420p"), all.substr(in * line, line)) << in;
     }
 }
@@ -318,7 +316,7 @@ TEST_F(ProjectTest, TransitionsJoinAsByTheCommand) {
                      "--codec ffv1 --pixel-format bgr0")
                   .status,
               0);
-    ASSERT_EQ(larkmoor(command + " -o all.mkv --codec ffv1 --pixel-format bgr0").status, 0);
+    run(command + " -o all.mkv --codec ffv1 --pixel-format bgr0");
     const std::string all = frames("all.mkv", "bgr0");
     EXPECT_EQ(frames("out.mkv", "bgr0"), all);
     for (const auto& [in, out] : {std::pair<std::size_t, std::size_t>(3, 20), {18, 30}, {30, 33}}) {
@@ -345,7 +343,7 @@ TEST_F(ProjectTest, GeneratorsRenderAsByTheCommand) {
                                 "fore=#FF000080 --set font='Liberation Sans Bold 20'";
     same(project(""), "mkv", command, "--codec ffv1 --pixel-format bgra");
     // What follows sees premultiplied colour, as it would of the same picture from a file.
-    ASSERT_EQ(larkmoor(command + " -o straight.mkv --codec ffv1 --pixel-format bgra").status, 0);
+    run(command + " -o straight.mkv --codec ffv1 --pixel-format bgra");
     same(project(R"(, "effects": [{"effect": "Invert"}])"), "raw", "render straight.mkv --effect Invert", "--raw bgra");
     ASSERT_EQ(render(project(R"(, "in": 2, "out": 4)"), "two.raw", "--raw bgra").status, 0);
     EXPECT_EQ(content("two.raw").size(), 2u * 120 * 40 * 4);
@@ -387,14 +385,12 @@ TEST_F(ProjectTest, CancelLeavesNothing) {
 
 TEST_F(ProjectTest, EffectsDoNotGoWithAProject) {
     write("p.larkmoor", onClip(""));
-    for (const std::string option : {"--effect Invert", "--over-effect Text", "--over x.mp4", "--start 1"}) {
-        const Outcome outcome = larkmoor("render p.larkmoor -o x.mp4 " + option);
-        EXPECT_EQ(outcome.status, 2);
-        EXPECT_THAT(outcome.err, HasSubstr(option.substr(0, option.find(' ')) + " does not go with"));
-    }
-    const Outcome broken = render("{", "x.mp4");
-    EXPECT_EQ(broken.status, 1);
-    EXPECT_THAT(broken.err, HasSubstr("larkmoor: p.larkmoor: line 1: "));
+    write("broken.larkmoor", "{");
+    expectRefused("render -o x.mp4 ", {{"p.larkmoor --effect Invert", 2, "--effect does not go with"},
+                                       {"p.larkmoor --over-effect Text", 2, "--over-effect does not go with"},
+                                       {"p.larkmoor --over x.mp4", 2, "--over does not go with"},
+                                       {"p.larkmoor --start 1", 2, "--start does not go with"},
+                                       {"broken.larkmoor", 1, "larkmoor: broken.larkmoor: line 1: "}});
 }
 
 } // namespace

@@ -106,27 +106,15 @@ class HostTest : public CommandTest {
                name + ".png");
     }
 
-    void write(const std::string& name, const std::string& bytes) const {
-        std::ofstream file(folder() + "/" + name, std::ios::binary);
-        file << bytes;
-    }
-    std::string folder() const {
-        std::string path = shell("pwd").out;
-        while (path.ends_with('\n')) path.pop_back();
-        return path;
-    }
-
-    std::string must(const std::string& line) const {
+    void must(const std::string& line) const {
         const Outcome outcome = shell(line);
         EXPECT_EQ(outcome.status, 0) << line << "\n" << outcome.err;
-        return outcome.out;
     }
 
     /// The command's picture of `name`.raw.
     std::string rendered(const Plugin& plugin, const std::string& input, const Size& size, const std::string& options) {
-        const Outcome outcome = larkmoor("render " + input + ".raw --raw " + sizeText(size) + ":bgra:25 --effect '" +
-                                         plugin.info->name + "' " + options + " -y -o want.raw");
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        run("render " + input + ".raw --raw " + sizeText(size) + ":bgra:25 --effect '" + plugin.info->name + "' " +
+            options + " -y -o want.raw");
         return content("want.raw");
     }
 
@@ -244,9 +232,8 @@ TEST_P(HostSizes, FfmpegsSourceEqualsTheCommand) {
         must(environment() + "ffmpeg -nostdin -v error -y -f lavfi -i \"frei0r_src=size=" + sizeText(size) +
              ":framerate=25:filter_name=" + plugin.fileName + ":filter_params='" + positionalSettings(plugin) +
              "'\" -frames:v 1 -f rawvideo -pix_fmt bgra got.raw");
-        const Outcome outcome = larkmoor("generate '" + plugin.info->name + "' --size " + sizeText(size) + " " +
-                                         commandSettings(plugin) + " --raw bgra --duration 0.04 -y -o want.raw");
-        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        run("generate '" + plugin.info->name + "' --size " + sizeText(size) + " " + commandSettings(plugin) +
+            " --raw bgra --duration 0.04 -y -o want.raw");
         EXPECT_TRUE(content("got.raw") == content("want.raw")) << plugin.fileName;
     }
 }
@@ -268,9 +255,8 @@ TEST_P(HostSizes, MeltsTransitionEqualsTheCommand) {
     // A frame of the first alone, the transition, a frame of the second alone.
     ASSERT_EQ(got.size(), bytes * (kFrames + 2) * all.size());
     for (std::size_t i = 0; i < all.size(); ++i) {
-        const Outcome outcome = larkmoor("join a.png b.png --transition '" + all[i].info->name + "' --duration 0.12 " +
-                                         commandSettings(all[i]) + " --raw bgra -y -o want.raw");
-        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        run("join a.png b.png --transition '" + all[i].info->name + "' --duration 0.12 " + commandSettings(all[i]) +
+            " --raw bgra -y -o want.raw");
         const std::string want = content("want.raw");
         ASSERT_EQ(want.size(), bytes * kFrames);
         EXPECT_TRUE(got.compare((i * (kFrames + 2) + 1) * bytes, want.size(), want) == 0)
@@ -338,7 +324,7 @@ TEST_F(HostTest, ExamplesOfThePageRun) {
             outcome = shell(environment() + "bash example.sh");
             for (const std::string& name : names())
                 if (outcome.status == 0 && name.starts_with("out."))
-                    written = std::filesystem::file_size(folder() + "/" + name) > 500;
+                    written = std::filesystem::file_size(path(name)) > 500;
         }
         EXPECT_TRUE(written) << example << outcome.status << "\n" << outcome.err;
     }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "frame/fields.h"
 #include "host/module.h"
 #include "host/names.h"
 #include "host/plug_in.h"
@@ -28,41 +29,17 @@ struct Record {
 
 constexpr tFieldChoice kShapes[] = {{"Circle", 0}, {"Long Box", 1}, {"-", 2}, {"Star", 7}};
 
-tFieldInfo row(const char* name, tFieldKind kind, tFieldType type, std::size_t offset, LONG count = 1,
-               const char* components = "", double minimum = 0, double maximum = 1) {
-    return {.name = name,
-            .label = "",
-            .help = "",
-            .unit = "",
-            .format = "",
-            .components = components,
-            .choices = nullptr,
-            .choiceCount = 0,
-            .kind = kind,
-            .type = type,
-            .offset = static_cast<LONG>(offset),
-            .count = count,
-            .ramp = KWRAMP_LINEAR,
-            .minimum = minimum,
-            .maximum = maximum,
-            .step = 0.01};
-}
-
 EffectInfo info() {
     EffectInfo made;
     made.name = "Smear";
-    made.fields = {row("size", KWFIELD_NUMBER, KWTYPE_DOUBLE, offsetof(Record, size), 1, "", 0, 100),
-                   row("opacity", KWFIELD_NUMBER, KWTYPE_FLOAT, offsetof(Record, opacity)),
-                   row("passes", KWFIELD_WHOLE, KWTYPE_LONG, offsetof(Record, passes), 1, "", 1, 10),
-                   row("invert", KWFIELD_SWITCH, KWTYPE_LONG, offsetof(Record, invert)),
-                   row("shape", KWFIELD_CHOICE, KWTYPE_LONG, offsetof(Record, shape), 1, "", 0, 7),
-                   row("color", KWFIELD_COLOR, KWTYPE_FLOAT, offsetof(Record, color), 4, "bgra"),
-                   row("center", KWFIELD_POINT, KWTYPE_DOUBLE, offsetof(Record, center), 2, "xy"),
-                   row("tint", KWFIELD_COLOR, KWTYPE_FLOAT, offsetof(Record, tint), 3, "hsl")};
-    made.fields[0].unit = "pixels";
-    made.fields[0].label = "Blur &Size:";
-    made.fields[4].choices = kShapes;
-    made.fields[4].choiceCount = 4;
+    made.fields = {KwNumber(KWMEMBER(Record, size), {"Blur &Size:", "", 0, 100, 0.01, "", "pixels"}),
+                   KwNumber(KWMEMBER(Record, opacity), {"", "", 0, 1, 0.01}),
+                   KwWhole(KWMEMBER(Record, passes), {"", "", 1, 10, 1}),
+                   KwSwitch(KWMEMBER(Record, invert), "", ""),
+                   KwChoice(KWMEMBER(Record, shape), "", "", kShapes),
+                   KwColor(KWMEMBER(Record, color), KWTYPE_FLOAT, "bgra", "", ""),
+                   KwPoint(KWMEMBER(Record, center), {"", "", 0, 1, 0.01}),
+                   KwColor(KWMEMBER(Record, tint), KWTYPE_FLOAT, "hsl", "", "")};
     made.presets = {{"Reset to None", {}}, {"Very-Soft", {}}, {"3", {}}};
     return made;
 }
@@ -267,7 +244,7 @@ TEST(HostPlugIns, ChannelsTakeWholeSteps) {
 
 // Any part that has changed counts; a field that has not, or does not take what it is given, keeps its default.
 TEST(HostPlugIns, RecordsTakeWhatHasChanged) {
-    const tFieldInfo at = row("at", KWFIELD_POINT, KWTYPE_DOUBLE, 0, 2, "xy");
+    const tFieldInfo at = KwPoint({"at", 0, KWTYPE_DOUBLE}, {"", "", 0, 1, 0.01});
     EffectInfo info;
     info.defaults.resize(2 * sizeof(double));
     const auto text = [&](bool x, bool y, const char* second) {
@@ -281,12 +258,11 @@ TEST(HostPlugIns, RecordsTakeWhatHasChanged) {
 }
 
 TEST(HostPlugIns, ElementsHaveWords) {
-    tFieldInfo color = row("color", KWFIELD_COLOR, KWTYPE_FLOAT, 0, 4, "bgra"),
-               plain = row("p", KWFIELD_NUMBER, KWTYPE_FLOAT, 0, 2);
+    const tFieldInfo color = info().field("color"), plain = info().field("opacity");
     EXPECT_EQ(elementWords(color, 0, 4).name, "Red");
     EXPECT_EQ(elementWords(color, 3, 4).label, " alpha");
     EXPECT_EQ(elementWords(plain, 1, 2).label, " 2");
-    EXPECT_EQ(elementWords(row("at", KWFIELD_POINT, KWTYPE_DOUBLE, 0, 2, "xy"), 0, 2).label, " X");
+    EXPECT_EQ(elementWords(info().field("center"), 0, 2).label, " X");
     EXPECT_EQ(elementWords(plain, 0, 1).name, "");
 }
 
