@@ -1,6 +1,5 @@
 // Black and White, Sepia, HSL Adjust.
 #include "base/arith.h"
-#include "base/level.h"
 #include "filter.h"
 #include "kernels/hsl_adjust.h"
 #include "kernels/sepia.h"
@@ -92,33 +91,6 @@ TEST(Sepia, FollowsItsRule) {
 TEST(HslAdjust, WorkedPixels) {
     EXPECT_EQ((tPixel8{255, 255, 0, 255}), Through("HSL Adjust", tHSLADJUSTPROP{0.5, 1, 1}, {0, 0, 255, 255}));
     EXPECT_EQ((tPixel8{127, 127, 127, 255}), Through("HSL Adjust", tHSLADJUSTPROP{0, 0, 1}, {0, 0, 255, 255}));
-}
-
-TEST(HslAdjust, EveryKindOfColorGivesTheSameBytesInBothBodies) {
-    // All colours of 43 levels a channel, so every order and every tie of the three.
-    constexpr LONG kLevels = 43;
-    CTestPicture source(kLevels * kLevels, kLevels, 4);
-    for (LONG y = 0; y < kLevels; ++y)
-        for (LONG x = 0; x < kLevels * kLevels; ++x)
-            source.Pixel8(x, y) = {static_cast<std::uint8_t>(x % kLevels * 6 + x % 4),
-                                   static_cast<std::uint8_t>(x / kLevels * 6 + x % 2), static_cast<std::uint8_t>(y * 6),
-                                   static_cast<std::uint8_t>(x % 7 ? 255 : y * 5)};
-    for (const tHSLADJUSTPROP& r : {tHSLADJUSTPROP{0, 1, 1},
-                                    {1, 1, 1},
-                                    {0.5, 1, 1},
-                                    {1.0 / 6, 0.7, 1.2},
-                                    {0.937, 1e300, 0.9},
-                                    {0.25, 2, 2},
-                                    {0, -1, 1},
-                                    {0.1, 1, 0},
-                                    {0.4, 1, -1}}) {
-        CTestPicture wide = source, plain = source;
-        EXPECT_EQ(S_OK, KwDibHslAdjust(wide.View(), wide.View(), 4, &r));
-        const eKwLevel before = KwLimitLevel(eKwLevel::Plain);
-        EXPECT_EQ(S_OK, KwDibHslAdjust(plain.View(), source.View(), 4, &r));
-        KwLimitLevel(before);
-        ExpectSame(wide, plain);
-    }
 }
 
 } // namespace
