@@ -11,7 +11,7 @@ namespace larkmoor {
 namespace {
 
 constexpr int kLane = 20; ///< logical pixels
-constexpr double kDiamond = 6, kNear = 7, kStill = 3, kGap = 6;
+constexpr double kDiamond = 6, kDiamondReach = 7, kDragSlop = 3, kGap = 6;
 
 } // namespace
 
@@ -82,7 +82,7 @@ std::optional<std::int64_t> KeyLanes::keyAt(QPointF position) const {
     const std::vector<Key>& keys = m_lanes[static_cast<std::size_t>(lane)].keys;
     const auto distance = [&](const Key& key) { return std::abs(keyPoint(lane, key.frame).x() - position.x()); };
     const auto nearest = std::ranges::min_element(keys, {}, distance);
-    if (nearest == keys.end() || distance(*nearest) > kNear) return {};
+    if (nearest == keys.end() || distance(*nearest) > kDiamondReach) return {};
     return nearest->frame;
 }
 
@@ -107,7 +107,7 @@ void KeyLanes::mousePressEvent(QMouseEvent* event) {
 
 void KeyLanes::mouseMoveEvent(QMouseEvent* event) {
     if (!(event->buttons() & Qt::LeftButton) || !m_selected) return;
-    if (!m_dragged && std::abs(event->position().x() - m_pressedAt) < kStill) return;
+    if (!m_dragged && std::abs(event->position().x() - m_pressedAt) < kDragSlop) return;
     m_dragged = timeline().frameAt(event->position().x());
     update();
 }

@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kMargin = 14;       // left and right of the frames, so that handles and labels have room
 constexpr double kMostPerFrame = 64; // logical pixels
-constexpr double kHandleWidth = 8, kHold = 7;
+constexpr double kHandleWidth = 8, kHandleReach = 7;
 constexpr int kScrollSteps = 1 << 20; // of the scroll bar over all frames
 
 QColor mixed(const QColor& a, const QColor& b, double share) {
@@ -184,7 +184,7 @@ Timeline::Part Timeline::partAt(QPointF position) const {
     const Lanes at = lanes();
     if (at.track.contains(position)) {
         const double toIn = std::abs(position.x() - inHandle().x()), toOut = std::abs(position.x() - outHandle().x());
-        if (std::min(toIn, toOut) <= kHold) return toIn < toOut ? Part::In : Part::Out;
+        if (std::min(toIn, toOut) <= kHandleReach) return toIn < toOut ? Part::In : Part::Out;
     }
     return Part::Playhead;
 }
