@@ -70,12 +70,10 @@ bool KeyRouter::isEditing(const QKeyEvent& event) {
     case Qt::Key_C:
     case Qt::Key_V:
     case Qt::Key_X:
-        if (held == Qt::ControlModifier) return true;
-        break;
+        return held == Qt::ControlModifier;
     default:
-        break;
+        return false;
     }
-    return !(held & Qt::ControlModifier) && !event.text().isEmpty() && event.text()[0].isPrint();
 }
 
 KeyRouter::Deed KeyRouter::mnemonic(const QWidget& focus, QChar letter) const {

@@ -28,7 +28,7 @@ class KeyRouter : public QObject {
 
     /// Whether a widget takes typed text.
     static bool takesText(const QWidget* widget);
-    /// Whether a key is for editing texts.
+    /// Whether a key that windows have shortcuts with is for editing texts. Letters by themselves are no shortcuts.
     static bool isEditing(const QKeyEvent& event);
 
   protected:
