@@ -64,6 +64,7 @@ MainWindow::MainWindow(Module module, StudioFolders folders, QWidget* parent)
     m_late.setSingleShot(true);
     m_late.setInterval(kLate);
     m_late.setObjectName("late");
+    m_player.setObjectName("player");
     connect(&m_late, &QTimer::timeout, this, [this] {
         if (!m_feed.isBusy()) return;
         m_busy->show();

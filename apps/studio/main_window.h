@@ -213,7 +213,7 @@ class MainWindow : public QMainWindow {
     bool m_dragging = false, m_scrubbing = false, m_loop = true;
     double m_lastFull = 0; ///< milliseconds of the last frame at full size
     bool m_shownHalf = false;
-    QTimer m_settle, m_player, m_thumbnailsDue;
+    QTimer m_settle, m_player{this}, m_thumbnailsDue;
     QTimer m_late{this}; ///< of a picture that lets wait
     QElapsedTimer m_playClock;
     qint64 m_playFrom = 0;

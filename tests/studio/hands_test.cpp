@@ -60,9 +60,10 @@ TEST_F(HandsTest, KeysOfEditingAreTheFields) {
     box->setPlainText("two words");
     box->moveCursor(QTextCursor::End);
     for (const auto& [key, held] : {std::pair(Qt::Key_Backspace, Qt::ControlModifier),
-                                    std::pair(Qt::Key_L, Qt::NoModifier), std::pair(Qt::Key_Comma, Qt::NoModifier)})
+                                    std::pair(Qt::Key_L, Qt::NoModifier), std::pair(Qt::Key_Comma, Qt::NoModifier)}) {
         QTest::keyClick(box, key, held);
-    EXPECT_EQ(document().project()->effects.size(), 1u);
+        ASSERT_EQ(document().project()->effects.size(), 1u);
+    }
     EXPECT_THAT(box->toPlainText().toStdString(), testing::StartsWith("two"));
     EXPECT_EQ(window->speed(), 0);
     EXPECT_EQ(window->frame(), 0);
@@ -268,6 +269,7 @@ TEST_F(HandsTest, TheTreeOfScreenReadersHasAllControls) {
     EXPECT_TRUE(Bus::expectTold(window->timeline(), [&] { timeline.valueInterface()->setCurrentValue(7); }));
     EXPECT_EQ(window->frame(), 7);
     EXPECT_EQ(timeline.valueInterface()->currentValue(), 7);
+    EXPECT_TRUE(window->transport().timeText().startsWith(timeline.text(QAccessible::Value) + " /"));
     EXPECT_TRUE(Bus::expectTold(window->lanes(), [&] {
         QTest::mouseClick(&window->lanes(), Qt::LeftButton, {}, window->lanes().keyPoint(0, 0).toPoint());
     }));

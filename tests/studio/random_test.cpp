@@ -30,6 +30,8 @@ class Doorkeeper : public QObject {
 
 class RandomTest : public StudioWindowTest {
   protected:
+    RandomTest() { m_unasked.stop(); }
+
     int below(std::size_t count) { return static_cast<int>(m_random() % count); }
 
     QPoint within(const QWidget& widget) {

@@ -43,6 +43,7 @@ inline Project projectOf(const std::vector<const char*>& effects) {
 class Answers : public QObject {
   public:
     explicit Answers(QMessageBox::StandardButton answer = QMessageBox::Ok) {
+        ++living;
         m_timer.callOnTimeout(this, [this, answer] {
             auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
             if (!box) return;
@@ -55,8 +56,10 @@ class Answers : public QObject {
         });
         m_timer.start(1);
     }
+    ~Answers() override { --living; }
 
     QStringList texts;
+    static inline int living = 0;
 
   private:
     QTimer m_timer;
@@ -72,6 +75,13 @@ class StudioTest : public CommandTest {
         QCoreApplication::setApplicationName("larkmoor-tests");
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, file("settings"));
         QSettings().clear(); // known to the process by their path
+        m_unasked.callOnTimeout([] {
+            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box || Answers::living) return;
+            ADD_FAILURE() << "Nobody expects: " << box->text().toStdString();
+            box->reject();
+        });
+        m_unasked.start(50);
     }
 
     QString file(const std::string& name) const { return QString::fromStdString(path(name)); }
@@ -83,6 +93,8 @@ class StudioTest : public CommandTest {
     static void await(Condition condition) {
         ASSERT_TRUE(QTest::qWaitFor(condition, kPatience));
     }
+
+    QTimer m_unasked; ///< looks for boxes that would let a test wait for ever
 };
 
 /// A control's widgets that a user can reach.
