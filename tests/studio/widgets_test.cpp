@@ -80,6 +80,12 @@ TEST(StudioPictureView, SharesTheSurfacesMemoryAndKeepsIt) {
     }
     EXPECT_EQ(image.format(), QImage::Format_ARGB32_Premultiplied);
     EXPECT_EQ(reinterpret_cast<const QRgb*>(image.constScanLine(2))[4], 0xff010203u);
+    const Surface wild = plain(2, 2, 0x80808080);
+    pixelOf(wild, 1, 0) = 0x80ff7f81;
+    pixelOf(wild, 0, 1) = 0x00000001;
+    EXPECT_EQ(reinterpret_cast<const QRgb*>(imageOf(wild).constScanLine(0))[1], 0x80807f80u) << "a color has its alpha";
+    EXPECT_EQ(reinterpret_cast<const QRgb*>(imageOf(wild).constScanLine(1))[0], 0u);
+    EXPECT_EQ(pixelOf(wild, 1, 0), 0x80ff7f81u) << "what is shown is a copy";
     EXPECT_TRUE(imageOf(Surface()).isNull());
     EXPECT_TRUE(imageOf(Surface::create(PixelFormat::Float128, 4, 4)).isNull());
 }

@@ -28,6 +28,24 @@ QImage greyOfAlpha(const QImage& picture) {
     return grey;
 }
 
+/// Painters sum up to other colors altogether where one is beyond its alpha, as of clips brighter than white.
+QImage withinAlpha(QImage image) {
+    if (image.format() != QImage::Format_ARGB32_Premultiplied) return image;
+    const int width = image.width();
+    for (int y = 0; y < image.height(); ++y) {
+        const auto* is = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        int beyond = 0; // without branches, as each picture comes by here
+        for (int x = 0; x < width; ++x) {
+            const QRgb alpha = is[x] >> 24, red = is[x] >> 16 & 0xff, green = is[x] >> 8 & 0xff, blue = is[x] & 0xff;
+            beyond |= (red > alpha) | (green > alpha) | (blue > alpha);
+        }
+        if (!beyond) continue;
+        uchar* const to = image.scanLine(y); // of a copy from here on
+        for (int i = 0; i < 4 * width; ++i) to[i] = std::min(to[i], to[i | 3]);
+    }
+    return image;
+}
+
 } // namespace
 
 QImage imageOf(const Surface& surface) {
@@ -40,7 +58,7 @@ QImage imageOf(const Surface& surface) {
         for (int y = 0; y < copy.height(); ++y)
             std::copy_n(view.data + y * view.stride, std::ptrdiff_t{4} * view.width,
                         reinterpret_cast<std::byte*>(copy.scanLine(y)));
-        return copy;
+        return withinAlpha(copy);
     }
     auto keeper = std::make_unique<Surface>(surface);
     // A pointer to constant memory makes the image copy before it would ever write.
@@ -48,7 +66,7 @@ QImage imageOf(const Surface& surface) {
         reinterpret_cast<const uchar*>(view.data), view.width, view.height, view.stride, format,
         [](void* kept) { delete static_cast<Surface*>(kept); }, keeper.get());
     if (!image.isNull()) keeper.release();
-    return image;
+    return withinAlpha(std::move(image));
 }
 
 PictureView::PictureView(QWidget* parent) : SpokenWidget(parent) {
