@@ -22,10 +22,8 @@ class SourceFacts {
 };
 
 QString SourceFacts::lengthOf(const PictureFacts& facts) {
-    const double rate = av_q2d(facts.rate);
-    if (facts.frames <= 1 || rate <= 0) return tr("a picture");
-    const double seconds = static_cast<double>(facts.frames) / rate;
-    return tr("%L1 s (%n frame(s))", "", static_cast<int>(facts.frames)).arg(seconds, 0, 'f', 2);
+    if (facts.frames <= 1 || av_q2d(facts.rate) <= 0) return tr("a picture");
+    return tr("%L1 s (%n frame(s))", "", static_cast<int>(facts.frames)).arg(facts.secondsOf(facts.frames), 0, 'f', 2);
 }
 
 QString SourceFacts::table(const std::string& path, const PictureFacts& facts) {
@@ -37,7 +35,12 @@ QString SourceFacts::table(const std::string& path, const PictureFacts& facts) {
     QString size = tr("%1 × %2 pixels").arg(facts.width).arg(facts.height);
     if (av_cmp_q(facts.aspect, {1, 1}) != 0) size += tr(", %L1 wide each").arg(av_q2d(facts.aspect), 0, 'g', 4);
     add(tr("Size:"), size);
-    if (facts.frames > 1) add(tr("Rate:"), tr("%L1 frames a second").arg(av_q2d(facts.rate), 0, 'g', 5));
+    if (facts.frames > 1) {
+        const double rate =
+            facts.times ? static_cast<double>(facts.frames) / facts.secondsOf(facts.frames) : av_q2d(facts.rate);
+        add(tr("Rate:"), (facts.times ? tr("%L1 frames a second on average, unsteady") : tr("%L1 frames a second"))
+                             .arg(rate, 0, 'g', 5));
+    }
     if (const AVPixFmtDescriptor* const format = av_pix_fmt_desc_get(facts.format)) {
         add(tr("Depth:"), tr("%n bit(s) (%1)", "", format->comp[0].depth).arg(QString::fromLatin1(format->name)));
         const bool full = isFullRange(facts.format, facts.colour.range);

@@ -1655,6 +1655,10 @@ unter dem Bild der Film, und Datei &gt; Exportieren schreibt das Ergebnis.</tran
         <source>Length:</source>
         <translation>Länge:</translation>
     </message>
+    <message>
+        <source>%L1 frames a second on average, unsteady</source>
+        <translation>%L1 Bilder pro Sekunde im Mittel, ungleichmäßig</translation>
+    </message>
 </context>
 <context>
     <name>larkmoor::StackPanel</name>

@@ -73,6 +73,9 @@ TEST_F(StudioWindowTest, AFilmWhoseFramesComeUnsteadilyKeepsItsTimes) {
         idle();
         auto& transport = *window->findChild<Transport*>();
         transport.setTimeFormat(kTimeSeconds);
+        EXPECT_TRUE(std::ranges::any_of(reachable<QLabel>(panel()), [](QLabel* label) {
+            return label->text().contains("0.11139 frames a second on av") && label->text().contains("224.44 s");
+        }));
         window->setFrame(5);
         EXPECT_THAT(transport.timeText().toStdString(), testing::HasSubstr("0.2"));
         window->setFrame(20); // (10 + 10 * 400) / 25 s
