@@ -111,7 +111,8 @@ class Node {
     /// What `parse` makes of the text; its complaint gets the place.
     template <class Parse>
     auto parsed(Parse parse) const {
-        return withPlace(m_place, [&] { return parse(text()); });
+        const std::string given = text();
+        return withPlace(m_place, [&] { return parse(given); });
     }
 
   private:

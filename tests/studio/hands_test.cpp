@@ -398,7 +398,7 @@ TEST_F(HandsTest, EffectsGoOverTheClipboardAsText) {
     ASSERT_EQ(effects().size(), 3u);
     EXPECT_TRUE(effects()[0].over) << "a generator on another's pictures is laid over them";
     Answers answers;
-    for (const char* text : {"words", "{\"effects\": []}", "{\"larkmoor effects\": 1, \"effects\": [{}]}",
+    for (const char* text : {"words", "{\"effects\": []}", "{\"larkmoor effects\": 1, \"effects\": [{\"effect\": 1}]}",
                              "{\"larkmoor effects\": 1, \"effects\": [{\"effect\": \"Iris\"}]}"}) {
         QApplication::clipboard()->setText(text);
         QApplication::setActiveWindow(window.get()); // after the box
@@ -406,7 +406,8 @@ TEST_F(HandsTest, EffectsGoOverTheClipboardAsText) {
         press(Qt::Key_V);
     }
     EXPECT_EQ(effects().size(), 3u);
-    EXPECT_EQ(answers.texts.size(), 4);
+    ASSERT_EQ(answers.texts.size(), 4);
+    EXPECT_EQ(answers.texts[2], "effects[0].effect: has to be a text in quotes");
     EXPECT_THAT(answers.texts.last().toStdString(), testing::HasSubstr("second clip"));
     idle();
 }
