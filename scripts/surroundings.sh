@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # scripts/surroundings.sh [KILLS]    the command against bad surroundings: 50 sudden ends by default, disks that are
-#                                    full, read-only, slow or taken away, inputs that change while they are read, and
-#                                    two runs at one output
+#                                    full, read-only, slow or taken away, inputs that change while they are read, two
+#                                    runs at one output, and the memory that films of 4K and 8K take
 # Prints a line for each and fails where a run hangs, crashes, says nothing, or leaves a wrong file under the final
 # name. Disks are small ones in memory, which only root can mount; without that they are left out.
 set -euo pipefail
@@ -130,6 +130,18 @@ if [[ $EUID -eq 0 ]] && mkdir disk && mount -t tmpfs -o size=400k tmpfs disk 2>/
 else
     say "disks are left out: only root can mount them"
 fi
+
+# Large pictures: a film twice as long takes no more memory.
+for size in 3840x2160 7680x4320; do
+    ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=$size:rate=25 -frames:v 40 -c:v libx264 -preset ultrafast -y big.mkv
+    took=()
+    for frames in 20 40; do
+        run render big.mkv --effect Sepia --codec prores_ks --frames $frames --memory --quiet -y -o big.mov
+        took+=("$(sed -n 's/.*took \([0-9]*\) MB.*/\1/p' said)")
+    done
+    check "$size" 0 "$( ((took[1] * 10 <= took[0] * 11)) || echo "${took[0]} MB, then ${took[1]}")"
+    rm big.mkv big.mov
+done
 
 # A slow disk: what reads takes a while, and what is written is the same.
 mkfifo slow.raw

@@ -35,6 +35,7 @@ class Command {
             ->check(CLI::IsMember({"json"}))
             ->type_name("json")
             ->excludes("--quiet");
+        m_app.add_flag("--memory", m_memory, "Tell at the end how much memory the work took at most");
         for (auto* make :
              {&listVerb, &showVerb, &renderVerb, &joinVerb, &generateVerb, &lutVerb, &presetsVerb, &validateVerb,
               &splitVerb, &workVerb, &mergeVerb, &statusVerb, &submitVerb, &manualVerb, &completeVerb})
@@ -51,6 +52,7 @@ class Command {
         }
         if (m_quiet) m_report.setForm(Report::Form::Quiet);
         if (!m_progress.empty()) m_report.setForm(Report::Form::Json);
+        m_report.setMemoryTold(m_memory);
         quietLog(m_verbose);
         Verb& verb = **std::ranges::find_if(m_verbs, [](const auto& each) { return each->isGiven(); });
         verb.settle();
@@ -98,7 +100,7 @@ class Command {
 
     Report& m_report;
     CLI::App m_app{"Video effects for pictures, clips and raw frames.", "larkmoor"};
-    bool m_verbose = false, m_quiet = false;
+    bool m_verbose = false, m_quiet = false, m_memory = false;
     std::string m_module, m_progress;
     std::vector<std::unique_ptr<Verb>> m_verbs;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -64,10 +65,26 @@ class Progress {
     Clock::time_point m_start = Clock::now(), m_printed = m_start;
 };
 
+/// What this process took at most, in bytes, or one that it waited for. 0 where the system does not tell.
+std::int64_t mostMemory() {
+    std::int64_t most = 0;
+    for (const auto whose : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage usage{};
+        if (::getrusage(whose, &usage) == 0) most = std::max<std::int64_t>(most, usage.ru_maxrss);
+    }
+    return most * 1024; // kibibytes, as Linux and the BSDs count
+}
+
 } // namespace
 
 Report::~Report() {
     takeWarnings({});
+    if (!m_memory) return;
+    const std::int64_t bytes = mostMemory();
+    if (m_form == Form::Json)
+        tellJson({{"event", "memory"}, {"bytes", bytes}});
+    else
+        tell(fmt::format("larkmoor: took {:.0f} MB of memory at most\n", static_cast<double>(bytes) / 1e6));
 }
 
 void Report::setForm(Form form) {

@@ -26,11 +26,14 @@ class Report {
     /// From here on; notes are taken, too.
     void setForm(Form form);
     void error(std::string_view sentence) const;
+    /// How much memory the work took at most is the last that is told.
+    void setMemoryTold(bool told) { m_memory = told; }
     /// Tells of the work on one file.
     Watch watch(const std::string& file) const;
 
   private:
     Form m_form = Form::Plain;
+    bool m_memory = false;
 };
 
 } // namespace larkmoor

@@ -288,9 +288,11 @@ TEST_F(RenderTest, WhatCannotBeToldIsDropped) {
     }
     const Outcome quiet = shell(render + "out.webm --quiet");
     EXPECT_EQ(quiet.err, "");
-    EXPECT_EQ(larkmoor("render none.mp4 -o out.webm --quiet --effect Invert").err.substr(0, 10), "larkmoor: ");
-    const Outcome json = shell(render + "out.webm --progress json");
-    EXPECT_THAT(json.err, testing::MatchesRegex("(\\{\"event\":\"[a-z]+\",[^\n]*\\}\n)+"));
+    EXPECT_THAT(larkmoor("render none.mp4 -o out.webm --quiet --memory --effect Invert").err,
+                testing::MatchesRegex("larkmoor: cannot [^\n]*\nlarkmoor: took [0-9]+ MB of memory at most\n"));
+    const Outcome json = shell(render + "out.webm --progress json --memory");
+    EXPECT_THAT(json.err, testing::MatchesRegex("(\\{\"event\":\"[a-z]+\",[^\n]*\\}\n)+"
+                                                "\\{\"event\":\"memory\",\"bytes\":[0-9]{8,10}\\}\n"));
     for (const char* part : {"{\"event\":\"note\",\"text\":\"out.webm does not take",
                              "{\"event\":\"progress\",\"file\":\"in.mp4\",\"frames\":25,\"total\":25,\"seconds\":"})
         EXPECT_THAT(json.err, testing::HasSubstr(part));
