@@ -71,8 +71,10 @@ for target in "${targets[@]}"; do
         picture_seeds "$work/$target"
     fi
     status=0
-    nice -n 10 "$program" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$length -print_final_stats=1 \
-        -artifact_prefix="$findings/$target-" "${more[@]}" "$work/$target" "$own" >"$log" 2>&1 || status=$?
+    # Without a schedule of its own for rare features, which takes a third of the time of quick targets.
+    nice -n 10 "$program" -entropic=0 -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$length \
+        -print_final_stats=1 -artifact_prefix="$findings/$target-" "${more[@]}" "$work/$target" "$own" >"$log" 2>&1 ||
+        status=$?
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
     edges=$(grep -o 'cov: [0-9]*' "$log" | tail -1 | tr -dc 0-9)
