@@ -79,7 +79,8 @@ class DXTBrightnessContrast final : public CEffect<tBRIGHTCONTRASTPROP> {
             const double amount = std::abs(params.contrast), center = params.contrastCenter;
             const LONG high = KwTrunc(255.0 - (255.0 - center * 255.0) * amount);
             const LONG low = KwTrunc(amount * center * 255.0);
-            params.contrast > 0.0 ? KwBuildStretchTable(table, low, high) : KwBuildCompressTable(table, low, high);
+            params.contrast > 0.0 ? KwBuildStretchTable(table, low, high, 4)
+                                  : KwBuildCompressTable(table, low, high, 4);
         }
         return views.ForStrips([&](const tView& output, const tView* input) {
             const tView& source = input ? *input : output;

@@ -188,11 +188,19 @@ KWINLINE inline void BrightnessRowFloat(tAnyFloat* p, std::ptrdiff_t count, floa
 }
 constexpr CKwBodies kBrightnessRowFloat(KwClones<BrightnessRowFloat>);
 
-constexpr LONG kEntries = 256; ///< of a table of bytes
+/// Sets each of `count` entries to `value(index)`, cut to the entry's type.
+template <class Entry, class Value>
+void FillTable(void* table, std::int32_t count, Value&& value) {
+    for (std::int32_t i = 0; i < count; ++i) {
+        const Entry entry = static_cast<Entry>(value(i));
+        std::memcpy(static_cast<std::byte*>(table) + i * std::ptrdiff_t{sizeof(Entry)}, &entry, sizeof entry);
+    }
+}
 
-bool Refused(std::uint8_t* table, LONG low, LONG high) {
-    if (low <= kEntries && high <= kEntries) return false;
-    std::memset(table, 0, kEntries);
+bool Refused(void* table, LONG low, LONG high, LONG bytesPerPixel) {
+    const LONG entries = bytesPerPixel == 4 ? 256 : 65536;
+    if (table && low <= entries && high <= entries) return false;
+    if (table) std::memset(table, 0, bytesPerPixel == 4 ? 256 : 65536 * 2);
     return true;
 }
 
@@ -257,22 +265,33 @@ HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount) {
     return S_OK;
 }
 
-bool KwBuildStretchTable(std::uint8_t* table, LONG low, LONG high) {
-    if (Refused(table, low, high)) return false;
+bool KwBuildStretchTable(void* table, LONG low, LONG high, LONG bytesPerPixel) {
+    if (Refused(table, low, high, bytesPerPixel)) return false;
     high = std::max(low, high);
-    const std::int64_t span = std::int64_t{high} - low;
-    for (std::int64_t i = 0; i < kEntries; ++i)
-        table[i] = static_cast<std::uint8_t>(i < low ? 0 : i >= high ? 255 : (i - low) * 255 / span);
+    const std::int64_t full = bytesPerPixel == 4 ? 255 : 65535, span = std::int64_t{high} - low;
+    const auto value = [=](std::int32_t i) {
+        return i < low ? 0 : i >= high ? full : (std::int64_t{i} - low) * full / span;
+    };
+    if (bytesPerPixel == 4)
+        FillTable<std::uint8_t>(table, 256, value);
+    else
+        FillTable<std::uint16_t>(table, 65536, value);
     return true;
 }
 
-bool KwBuildCompressTable(std::uint8_t* table, LONG low, LONG high) {
-    if (Refused(table, low, high)) return false;
-    const std::int32_t step = KwTrunc(static_cast<double>(std::int64_t{high} - low) * 64.0);
+bool KwBuildCompressTable(void* table, LONG low, LONG high, LONG bytesPerPixel) {
+    if (Refused(table, low, high, bytesPerPixel)) return false;
+    const double range = static_cast<double>(std::int64_t{high} - low);
+    const std::int32_t step = KwTrunc(range * (bytesPerPixel == 4 ? 64.0 : 0.25));
     std::int32_t sum = KwWrap32(std::int64_t{low} * 16384);
-    for (LONG i = 0; i < kEntries; ++i) {
-        table[i] = static_cast<std::uint8_t>(sum / 16384);
+    const auto next = [&](std::int32_t) {
+        const std::int32_t value = sum / 16384;
         sum = KwWrap32(std::int64_t{sum} + step);
-    }
+        return value;
+    };
+    if (bytesPerPixel == 4)
+        FillTable<std::uint8_t>(table, 256, next);
+    else
+        FillTable<std::uint16_t>(table, 65536, next);
     return true;
 }

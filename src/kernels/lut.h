@@ -36,11 +36,12 @@ void KwBuildBrightnessTable(std::uint8_t* table, float amount);
 /// colour to 0 to that alpha.
 HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount);
 
-/// Fills 256 bytes that map `low` up to but not including `high` to full scale: 0 below, full scale from `high` on.
-/// `high` below `low` counts as `low`. A bound above 256 is refused: false, and the table all zero.
-bool KwBuildStretchTable(std::uint8_t* table, LONG low, LONG high);
+/// Fills a table that maps `low` up to but not including `high` to full scale: 0 below, full scale from `high` on. The
+/// table is 256 bytes for 4-byte pixels, else 65,536 words of 16 bits. `high` below `low` counts as `low`. A bound
+/// above the count of entries is refused: false, and the table all zero; false for a null table.
+bool KwBuildStretchTable(void* table, LONG low, LONG high, LONG bytesPerPixel);
 
-/// Fills 256 bytes that map full scale to the range from `low` towards `high`, which may be the lower. Refusals as in
-/// `KwBuildStretchTable`. The slope has 14 fractional bits and is truncated; entries that do not fit keep their low
-/// bits.
-bool KwBuildCompressTable(std::uint8_t* table, LONG low, LONG high);
+/// Fills a table that maps full scale to the range from `low` towards `high`, which may be the lower. Tables and
+/// refusals as in `KwBuildStretchTable`. The slope has 14 fractional bits and is truncated; entries that do not fit
+/// keep their low bits.
+bool KwBuildCompressTable(void* table, LONG low, LONG high, LONG bytesPerPixel);
