@@ -180,6 +180,7 @@ TEST_F(RandomTest, NothingIsLostWhateverIsClicked) {
         }
         idle();
         ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
+        steps.look();                                                   // it took what was being typed
         Project read = loadProject(studioModule(), path("p.larkmoor")); // as the command reads it
         settleLevels(read);
         EXPECT_TRUE(same(read, *document().project())) << text();
