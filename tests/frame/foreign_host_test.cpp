@@ -304,7 +304,7 @@ TEST_F(ForeignHost, ExportsAnswer) {
     auto* const walk =
         Function<Status(std::int32_t, Id*, Id*, char*, std::int32_t, void*, void*, void*)>("DllEnumObjects2");
     Id category{}, clsid{};
-    char text[8] = "?";
+    char text[9] = "????????";
     EXPECT_EQ(0, walk(0, &category, &clsid, text, 8, nullptr, nullptr, nullptr));
     EXPECT_STREQ("Kestrel", text);
     EXPECT_FALSE(category == Id{} || clsid == Id{});
@@ -466,7 +466,8 @@ TEST_F(ForeignHost, NullPointersGiveAStatus) {
     ASSERT_EQ(0, GetClassObject(kInvert, &factory));
     EXPECT_EQ(kPointer, Call(factory, 3, kNothing, unknown, kNothing));
     target = unknown;
-    EXPECT_EQ(kInvalid, Call(factory, 3, kNothing, kNothing, out));
+    for (const std::uintptr_t outer : {std::uintptr_t{0}, unknown})
+        EXPECT_EQ(kInvalid, Call(factory, 3, outer, kNothing, out));
     EXPECT_EQ(0u, target);
     void* const presets = Query(m_object, kPresets);
     char16_t name[2] = {u'x', u'y'};

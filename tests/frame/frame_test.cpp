@@ -57,6 +57,7 @@ class CProbe final : public CEffect<tTESTPROP> {
         return info.DoBounds.Axis[1].Min == m_failAt ? E_OUTOFMEMORY : S_OK;
     }
     HRESULT Draw(const CEffectViews&, const tTESTPROP&) override { return S_OK; }
+    void ReleaseObjects() override { ++m_released; }
 
     struct tBand {
         RECT in, out;
@@ -72,6 +73,7 @@ class CProbe final : public CEffect<tTESTPROP> {
     std::vector<tBand> m_bands;
     std::vector<tTESTPROP> m_records;
     LONG m_failAt = -1;
+    int m_released = 0;
 };
 
 class Frame : public testing::Test {
@@ -190,7 +192,8 @@ TEST_F(Frame, NothingIsBoundAnewDuringAFrame) {
     const auto held = larkmoor::makeObject<CWildSurface>();
     CWildSurface& surface = *held.Get();
     surface.bounds = larkmoor::boundsOf(0, 0, 4, 4);
-    IUnknown* const bound = &surface;
+    IUnknown *const bound = &surface, *const none = m_object.Get();
+    EXPECT_EQ(E_INVALIDARG, probe.Setup(&none, 1, &bound, 1, 0));
     ASSERT_EQ(S_OK, probe.Setup(&bound, 1, &bound, 1, 0));
     HRESULT unbound = S_OK;
     surface.callBack = [&] {
@@ -200,7 +203,9 @@ TEST_F(Frame, NothingIsBoundAnewDuringAFrame) {
     EXPECT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
     EXPECT_EQ(E_UNEXPECTED, unbound);
     surface.callBack = nullptr;
+    EXPECT_EQ(1, probe.m_released);
     EXPECT_EQ(S_OK, probe.Setup(nullptr, 0, nullptr, 0, 0));
+    EXPECT_EQ(2, probe.m_released);
     EXPECT_EQ(DXTERR_UNINITIALIZED, probe.Execute(nullptr, nullptr, nullptr));
 }
 
@@ -531,14 +536,15 @@ TEST_F(Frame, ViewsStandInSurfaceCoordinates) {
 }
 
 TEST_F(Frame, OtherFormatsAreViewedThroughAPremultipliedCopy) {
-    Surface picture = Surface::create(PixelFormat::Float128, 600, 2); // rows longer than what stands before them
+    // Rows longer than what stands before them.
+    Surface picture = Surface::create(PixelFormat::Float128, 600, 2, 5, -3);
     auto* const pixels = reinterpret_cast<float*>(picture.view().data);
     pixels[0] = 0.5f, pixels[3] = 1.0f;
     CKwSurface view;
     ASSERT_TRUE(view.Lock(picture.get(), &DDPF_PMARGB32, FALSE));
     EXPECT_LT(view.m_Stride, 0);
     EXPECT_EQ(4, view.m_BytesPerPixel);
-    EXPECT_EQ(128, std::to_integer<int>(*KwPixelAddress(view.View(), 0, 0, 4)));
+    EXPECT_EQ(128, std::to_integer<int>(*KwPixelAddress(view.View(), 5, -3, 4)));
 }
 
 } // namespace
