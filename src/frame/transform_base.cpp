@@ -43,7 +43,6 @@ HRESULT CTransformBase::TakeServices() {
     IServiceProvider* const provider = m_pTransformFactory.Get();
     m_pSurfaceFactory = QueryService<IDXSurfaceFactory>(provider, IDXSurfaceFactory::iid, IDXSurfaceFactory::iid);
     m_pTaskManager = QueryService<IDXTaskManager>(provider, SID_SDXTaskManager, IDXTaskManager::iid);
-    m_NumProcessors = 1;
     if (m_pTaskManager) {
         ULONG count = 1;
         if (SUCCEEDED(m_pTaskManager->QueryNumProcessors(&count))) m_NumProcessors = std::max<ULONG>(count, 1);
