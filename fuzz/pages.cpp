@@ -44,8 +44,18 @@ class Toolkit {
         m_page->Deactivate();
     }
 
+    /// Whatever the numbers of an event are, it costs a step or two of the page, as do those that answer its notices:
+    /// each applies the record and shows it.
+    void event() {
+        m_acts = m_notices = m_applied = 0;
+        act();
+        require(m_applied <= 2 * m_acts);
+        require(m_notices <= (2 * m_controls.size() + 8) * m_acts);
+    }
+
     void act() {
         if (m_controls.empty()) return;
+        ++m_acts;
         const auto& [id, kind] = m_controls[m_in.ConsumeIntegralInRange<std::size_t>(0, m_controls.size() - 1)];
         switch (m_in.ConsumeIntegralInRange(0, 11)) {
         case 0:
@@ -54,8 +64,10 @@ class Toolkit {
             m_model->SendPage(m_in.ConsumeBool() ? WM_COMMAND : m_in.ConsumeIntegral<UINT>(), word(), 0, nullptr);
             return;
         case 2:
-            for (const auto& message : m_window.take())
+            for (const auto& message : m_window.take()) {
+                ++m_acts;
                 m_model->SendPage(message.message, message.wParam, message.lParam, nullptr);
+            }
             return;
         case 3:
             return look(id, kind);
@@ -73,10 +85,13 @@ class Toolkit {
         }
     }
 
-    void answer() {
+    void answer(const tPageNotice& notice) {
         constexpr int deepest = 3;
+        ++m_notices;
+        m_applied += notice.code == KWNOTICE_APPLIED;
         if (m_depth >= deepest || m_in.remaining_bytes() == 0 || m_in.ConsumeIntegral<std::uint8_t>() % 4 != 0) return;
         ++m_depth;
+        ++m_acts;
         if (m_in.ConsumeIntegral<std::uint8_t>() % 16 == 0)
             m_page->Deactivate();
         else
@@ -191,10 +206,11 @@ class Toolkit {
     CComPtr<Sink> m_sink = makeObject<Sink>();
     std::vector<std::pair<LONG, LONG>> m_controls; ///< id and kind
     int m_depth = 0;
+    std::size_t m_acts = 0, m_notices = 0, m_applied = 0; ///< of one event and those that answer it
 };
 
-HRESULT Sink::OnPageNotice(const tPageNotice*) {
-    if (toolkit) toolkit->answer();
+HRESULT Sink::OnPageNotice(const tPageNotice* notice) {
+    if (toolkit) toolkit->answer(*notice);
     return S_OK;
 }
 
@@ -217,6 +233,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (page == CLSID{}) return 0;
     if (in.ConsumeBool()) subject.setRecord(recordByFields(subject, in));
     Toolkit toolkit(subject, page, in);
-    for (int events = 0; events < 200 && in.remaining_bytes() > 0; ++events) toolkit.act();
+    for (int events = 0; events < 200 && in.remaining_bytes() > 0; ++events) toolkit.event();
     return 0;
 }
