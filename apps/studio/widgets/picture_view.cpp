@@ -34,12 +34,13 @@ QImage withinAlpha(QImage image) {
     const int width = image.width();
     for (int y = 0; y < image.height(); ++y) {
         const auto* is = reinterpret_cast<const QRgb*>(image.constScanLine(y));
-        int beyond = 0; // without branches, as each picture comes by here
-        for (int x = 0; x < width; ++x) {
-            const QRgb alpha = is[x] >> 24, red = is[x] >> 16 & 0xff, green = is[x] >> 8 & 0xff, blue = is[x] & 0xff;
-            beyond |= (red > alpha) | (green > alpha) | (blue > alpha);
-        }
-        if (!beyond) continue;
+        QRgb all = ~QRgb{0}; // most pictures are opaque, and each comes by here
+        for (int x = 0; x < width; ++x) all &= is[x];
+        const auto isBeyond = [](QRgb p) {
+            const int alpha = qAlpha(p);
+            return qRed(p) > alpha || qGreen(p) > alpha || qBlue(p) > alpha;
+        };
+        if (qAlpha(all) == 255 || std::none_of(is, is + width, isBeyond)) continue;
         uchar* const to = image.scanLine(y); // of a copy from here on
         for (int i = 0; i < 4 * width; ++i) to[i] = std::min(to[i], to[i | 3]);
     }
