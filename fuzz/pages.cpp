@@ -189,6 +189,7 @@ class Toolkit {
     }
     /// Nothing runs on once all has been given up.
     void settle() {
+        m_page->Activate(&m_window, nullptr, FALSE); // it may have been left
         const tPageEvent cancel{.kind = KWEVENT_CANCEL}, timer{.kind = KWEVENT_TIMER, .value = 1};
         for (const auto& [id, kind] : m_controls) m_model->SendEvent(id, &cancel);
         for (const auto& [id, kind] : m_controls) {
