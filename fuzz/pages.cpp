@@ -91,11 +91,12 @@ class Toolkit {
         m_applied += notice.code == KWNOTICE_APPLIED;
         if (m_depth >= deepest || m_in.remaining_bytes() == 0 || m_in.ConsumeIntegral<std::uint8_t>() % 4 != 0) return;
         ++m_depth;
-        ++m_acts;
-        if (m_in.ConsumeIntegral<std::uint8_t>() % 16 == 0)
+        if (m_in.ConsumeIntegral<std::uint8_t>() % 16 == 0) {
+            ++m_acts;
             m_page->Deactivate();
-        else
+        } else {
             act();
+        }
         --m_depth;
     }
 
