@@ -720,20 +720,23 @@ TEST_F(OpenFx, GeneratorsFillTheProjectAndFiltersSeeAllOfTheirInput) {
     }
 }
 
-// The least block, left behind by each frame or instance, would be twice what the allocator keeps by itself.
+// glibc counts what a thread keeps of freed memory as held, some 40 kB here; without these stores nothing grows at all.
 TEST_F(OpenFx, NothingGrows) {
+    const char* const tunables = std::getenv("GLIBC_TUNABLES");
+    if (!tunables || !std::strstr(tunables, "tcache_count=0")) GTEST_SKIP() << "ctest switches the threads' stores off";
+    constexpr std::size_t rounds = 60, least = 32; // bytes of the least block, lost once a round
     constexpr Area frame{0, 0, 24, 16};
-    const auto after = [&](int rounds) {
-        for (int round = 0; round < rounds; ++round)
+    const auto after = [&](std::size_t times) {
+        for (std::size_t round = 0; round < times; ++round)
             for (std::size_t nth = 0; nth < plugins().size(); ++nth) {
                 LoadedPlugin plugin(plugins()[nth]->entry());
                 Bench bench(plugin, infoOf(nth), kGeneral, frame, nth % 2, Alpha::Straight);
                 EXPECT_EQ(bench.instance.render(0, frame), kOk);
             }
-        return ::mallinfo2().uordblks;
+        return ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
     };
     const auto before = after(2);
-    EXPECT_LT(after(60), before + 32000);
+    EXPECT_LT(after(rounds), before + rounds * least);
 }
 
 // Instances on several threads: made, rendered and ended at random, each frame as it is by itself.
