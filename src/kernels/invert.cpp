@@ -26,6 +26,23 @@ void InvertPlain8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = InvertPixel(s[i]);
 }
 
+/// The same without a table, sixteen pixels at once. A half added to the dividend keeps the quotient further from whole
+/// numbers than the two roundings of its float err. An opaque pixel's product is by 256, which leaves no fraction.
+KWINLINE inline void InvertSoft8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count) {
+    KWNODEPENDENCE
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t word = s[i], alpha = word >> 24, factor = alpha + (alpha == 255);
+        const float inverse = 1.0f / static_cast<float>(static_cast<std::int32_t>(alpha > 1 ? alpha : 1));
+        const auto channel = [word, factor, inverse](int shift) KWINLINE {
+            const float c = static_cast<float>(static_cast<std::int32_t>(word >> shift & 255));
+            const float straight = (c * 255.0f + 0.5f) * inverse;
+            const auto turned = 255 - static_cast<std::int32_t>(straight < 255.0f ? straight : 255.0f);
+            return static_cast<std::uint32_t>(turned) * factor >> 8 << shift;
+        };
+        d[i] = (word & ~kColors) | channel(0) | channel(8) | channel(16);
+    }
+}
+
 /// Blocks that are opaque throughout turn over their bits.
 KWINLINE inline void InvertBlocks8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count) {
     constexpr std::ptrdiff_t kBlock = 256; // pixels
@@ -37,7 +54,7 @@ KWINLINE inline void InvertBlocks8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_
             KWNODEPENDENCE
             for (std::ptrdiff_t i = x; i < end; ++i) d[i] = s[i] ^ kColors;
         } else {
-            InvertPlain8(d + x, s + x, end - x);
+            InvertSoft8(d + x, s + x, end - x);
         }
     }
 }

@@ -1,12 +1,17 @@
 #include "kernels/pixelate.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 #include "base/arith.h"
 #include "base/bodies.h"
 #include "kernels/copy.h"
+#include "kernels/lut.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
 
 namespace {
@@ -25,43 +30,65 @@ struct tBlocks {
     LONG CellEnd(LONG i) const { return i + 1 < count ? static_cast<LONG>(Begin(i + 1)) : size; }
 };
 
-/// Rows whose column sums fit 32 bits.
-constexpr std::ptrdiff_t kRowsAtOnce = 1 << 24;
+/// Rows whose column sums fit 16 bits.
+constexpr std::ptrdiff_t kRowsAtOnce = 257;
 /// Blocks below this many pixels have sums of 31 bits.
 constexpr std::int64_t kSmallBlock = 1 << 23;
 
-KWINLINE inline void SetColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] = row[i];
-}
-constexpr CKwBodies kSetColumns(KwClones<SetColumns>);
-KWINLINE inline void AddColumns(std::uint32_t* sums, const std::uint8_t* row, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] += row[i];
-}
-constexpr CKwBodies kAddColumns(KwClones<AddColumns>);
-
-/// Adds up each block's share of a row, or of column sums.
-template <class Total, class Value>
-KWINLINE inline void AddRow(Total* totals, const Value* row, const tBlocks& columns) {
-    const std::ptrdiff_t pixels = columns.Pixels(), count = columns.count;
-    const std::int64_t step = columns.step;
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const Value* from = row + (i * step >> 14) * 4;
-        Total* to = totals + i * 4;
-        Total block[4]{to[0], to[1], to[2], to[3]};
-        for (std::ptrdiff_t x = 0; x < pixels; ++x)
-            for (int c = 0; c < 4; ++c) block[c] += from[x * 4 + c];
-        for (int c = 0; c < 4; ++c) to[c] = block[c];
+/// The sums of each column of `rows` rows, at most `kRowsAtOnce`.
+KWINLINE inline void SumColumns(std::uint16_t* sums, const std::uint8_t* row, std::ptrdiff_t stride,
+                                std::ptrdiff_t rows, std::ptrdiff_t count) {
+    using tHalfBlock [[gnu::vector_size(kBlockBytes / 2)]] = std::uint8_t;
+    constexpr std::ptrdiff_t kStep = kBlockBytes / 2;
+    std::ptrdiff_t i = 0;
+    for (; i + kStep <= count; i += kStep) {
+        tHalves sum{};
+        for (std::ptrdiff_t y = 0; y < rows; ++y) {
+            tHalfBlock bytes;
+            std::memcpy(&bytes, row + y * stride + i, sizeof bytes);
+            sum += __builtin_convertvector(bytes, tHalves);
+        }
+        std::memcpy(sums + i, &sum, sizeof sum);
+    }
+    for (; i < count; ++i) {
+        std::uint16_t sum = 0;
+        for (std::ptrdiff_t y = 0; y < rows; ++y) sum = static_cast<std::uint16_t>(sum + row[y * stride + i]);
+        sums[i] = sum;
     }
 }
-KWINLINE inline void AddBytes(std::uint32_t* totals, const std::uint8_t* row, const tBlocks& columns) {
-    AddRow(totals, row, columns);
+constexpr CKwBodies kSumColumns(KwClones<SumColumns>);
+
+/// Adds up each block's share of column sums. Blocks of few pixels have loops of that length.
+template <class Total>
+KWINLINE inline void AddRow(Total* totals, const std::uint16_t* sums, const tBlocks& columns) {
+    const std::ptrdiff_t count = columns.count;
+    const std::int64_t step = columns.step;
+    const auto add = [=](auto pixels) KWINLINE {
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            const std::uint16_t* from = sums + (i * step >> 14) * 4;
+            Total* to = totals + i * 4;
+            Total block[4]{to[0], to[1], to[2], to[3]};
+            for (std::ptrdiff_t x = 0; x < pixels; ++x)
+                for (int c = 0; c < 4; ++c) block[c] += from[x * 4 + c];
+            for (int c = 0; c < 4; ++c) to[c] = block[c];
+        }
+    };
+    switch (columns.Pixels()) {
+    case 1:
+        return add(std::integral_constant<std::ptrdiff_t, 1>());
+    case 2:
+        return add(std::integral_constant<std::ptrdiff_t, 2>());
+    case 3:
+        return add(std::integral_constant<std::ptrdiff_t, 3>());
+    default:
+        return add(columns.Pixels());
+    }
 }
-constexpr CKwBodies kAddBytes(KwClones<AddBytes>);
-KWINLINE inline void AddSums(std::uint32_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
+KWINLINE inline void AddSums(std::uint32_t* totals, const std::uint16_t* sums, const tBlocks& columns) {
     AddRow(totals, sums, columns);
 }
 constexpr CKwBodies kAddSums(KwClones<AddSums>);
-KWINLINE inline void AddLargeSums(std::uint64_t* totals, const std::uint32_t* sums, const tBlocks& columns) {
+KWINLINE inline void AddLargeSums(std::uint64_t* totals, const std::uint16_t* sums, const tBlocks& columns) {
     AddRow(totals, sums, columns);
 }
 constexpr CKwBodies kAddLargeSums(KwClones<AddLargeSums>);
@@ -77,13 +104,25 @@ KWINLINE inline void AddFloats(double* totals, const tAnyFloat* row, const tBloc
 }
 constexpr CKwBodies kAddFloats(KwClones<AddFloats>);
 
-KWINLINE inline void SmallMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count,
-                                 std::ptrdiff_t pixels) {
-    // Half a unit more than the sum keeps the rounded inverse away from both neighbours of a quotient.
-    const double inverse = 1.0 / static_cast<double>(pixels);
+// Half a unit more than the sum keeps its product with the rounded inverse away from both neighbours of a quotient.
+template <class Real>
+KWINLINE inline void RoundedMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count, Real pixels) {
+    const Real inverse = Real{1} / pixels;
     for (std::ptrdiff_t i = 0; i < count; ++i)
         out[i] = static_cast<std::uint8_t>(
-            static_cast<std::int32_t>((static_cast<std::int32_t>(totals[i]) + 0.5) * inverse));
+            static_cast<std::int32_t>((static_cast<Real>(static_cast<std::int32_t>(totals[i])) + Real{0.5}) * inverse));
+}
+/// Blocks of up to so many pixels are divided as floats: their two roundings, together 255 / 2^23 at most, leave a
+/// quotient on its side of the next whole number, from which it is at least half a pixel's part away.
+constexpr std::ptrdiff_t kTinyBlock = 4096;
+KWINLINE inline void TinyMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count,
+                                std::ptrdiff_t pixels) {
+    RoundedMeans8(out, totals, count, static_cast<float>(pixels));
+}
+constexpr CKwBodies kTinyMeans8(KwClones<TinyMeans8>);
+KWINLINE inline void SmallMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count,
+                                 std::ptrdiff_t pixels) {
+    RoundedMeans8(out, totals, count, static_cast<double>(pixels));
 }
 constexpr CKwBodies kSmallMeans8(KwClones<SmallMeans8>);
 void LargeMeans8(std::uint8_t* out, const std::uint64_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
@@ -120,13 +159,18 @@ class CMeans8 {
     void Row(const tRows& source, const tBlocks& rows, LONG i, std::byte* out) {
         const LONG begin = static_cast<LONG>(rows.Begin(i)), count = static_cast<LONG>(rows.Pixels());
         std::fill(m_totals.begin(), m_totals.end(), 0);
-        bool added = false;
-        if constexpr (kSmall)
-            if ((added = count == 1)) kAddBytes(m_totals.data(), source.Row<std::uint8_t>(begin), m_columns);
-        if (!added) AddRows(source, begin, count);
+        for (std::ptrdiff_t y = 0; y < count; y += kRowsAtOnce) {
+            kSumColumns(m_sums.data(), source.Row<std::uint8_t>(static_cast<LONG>(begin + y)), source.stride,
+                        std::min(kRowsAtOnce, count - y), std::ssize(m_sums));
+            if constexpr (kSmall)
+                kAddSums(m_totals.data(), m_sums.data(), m_columns);
+            else
+                kAddLargeSums(m_totals.data(), m_sums.data(), m_columns);
+        }
         const std::ptrdiff_t pixels = std::ptrdiff_t{count} * m_columns.Pixels();
         if constexpr (kSmall)
-            kSmallMeans8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), std::ssize(m_totals), pixels);
+            (pixels <= kTinyBlock ? kTinyMeans8 : kSmallMeans8)(reinterpret_cast<std::uint8_t*>(out), m_totals.data(),
+                                                                std::ssize(m_totals), pixels);
         else
             LargeMeans8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), std::ssize(m_totals), pixels);
     }
@@ -134,20 +178,8 @@ class CMeans8 {
   private:
     static constexpr bool kSmall = std::is_same_v<Total, std::uint32_t>;
 
-    void AddRows(const tRows& source, LONG begin, LONG count) {
-        for (LONG y = 0; y < count; ++y) {
-            const std::uint8_t* row = source.Row<std::uint8_t>(begin + y);
-            (y % kRowsAtOnce == 0 ? kSetColumns : kAddColumns)(m_sums.data(), row, m_sums.size());
-            if (y + 1 != count && y % kRowsAtOnce != kRowsAtOnce - 1) continue;
-            if constexpr (kSmall)
-                kAddSums(m_totals.data(), m_sums.data(), m_columns);
-            else
-                kAddLargeSums(m_totals.data(), m_sums.data(), m_columns);
-        }
-    }
-
     tBlocks m_columns;
-    std::vector<std::uint32_t> m_sums;
+    std::vector<std::uint16_t> m_sums;
     std::vector<Total> m_totals;
 };
 
@@ -171,29 +203,44 @@ class CMeansFloat {
 };
 
 /// Levels to doubles and back, as a fill does it.
-KWINLINE inline void ThroughFill8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
-    KWNODEPENDENCE
-    for (std::ptrdiff_t i = 0; i < count; ++i)
-        d[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(s[i] * 0.00392156862745098 * 255.0));
-}
-constexpr CKwBodies kThroughFill8(KwClones<ThroughFill8>);
+constexpr auto kFilled = [] {
+    std::array<std::uint8_t, 256> table{};
+    for (std::size_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<std::uint8_t>(static_cast<double>(i) * 0.00392156862745098 * 255.0);
+    return table;
+}();
 
-/// A row of cells from one pixel each. All but the last are written one pixel too wide, and mended by the next one, so
-/// that their width does not vary.
+/// A row of cells from one pixel each. Cells are written too wide, and mended by the next one, so that their width does
+/// not vary.
 void SpreadPlain8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
     for (LONG i = 0; i < columns.count; ++i)
         for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x) out[x] = cells[i];
 }
 KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
-    const std::ptrdiff_t last = columns.count - 1, pixels = columns.Pixels();
+    const std::ptrdiff_t count = columns.count, size = columns.size, pixels = columns.Pixels();
     const std::int64_t step = columns.step;
-    for (std::ptrdiff_t i = 0; i < last; ++i) {
+    std::ptrdiff_t i = 0;
+    const auto spread = [&](auto group) KWINLINE {
+        constexpr std::ptrdiff_t kGroup = group;
+        const std::ptrdiff_t written = (pixels / kGroup + 1) * kGroup;
+        for (; i < count; ++i) {
+            const auto begin = static_cast<std::ptrdiff_t>(i * step >> 14);
+            if (size - begin < written) break;
+            tAnyWord* const to = out + begin;
+            const std::uint32_t value = cells[i];
+            for (std::ptrdiff_t x = 0; x < written; x += kGroup)
+                for (std::ptrdiff_t k = 0; k < kGroup; ++k) to[x + k] = value;
+        }
+    };
+    if (pixels < 4)
+        spread(std::integral_constant<std::ptrdiff_t, 4>());
+    else
+        spread(std::integral_constant<std::ptrdiff_t, 16>());
+    for (; i < count; ++i) {
         const std::uint32_t value = cells[i];
-        tAnyWord* to = out + (i * step >> 14);
-        for (std::ptrdiff_t x = 0; x <= pixels; ++x) to[x] = value;
+        for (auto x = static_cast<std::ptrdiff_t>(i * step >> 14); x < columns.CellEnd(static_cast<LONG>(i)); ++x)
+            out[x] = value;
     }
-    const std::uint32_t value = cells[last];
-    for (auto x = static_cast<std::ptrdiff_t>(last * step >> 14); x < columns.size; ++x) out[x] = value;
 }
 constexpr CKwBodies kSpreadRow8(SpreadPlain8, KwClones<SpreadRow8>);
 void SpreadRowFloat(std::byte* out, const std::byte* cells, const tBlocks& columns) {
@@ -222,7 +269,7 @@ void Pixelate(const tRows& d, const tRows& s, const tBlocks& columns, const tBlo
             SpreadRowFloat(first, cells.data(), columns);
         } else {
             std::uint8_t* levels = reinterpret_cast<std::uint8_t*>(cells.data());
-            kThroughFill8(levels, levels, cells.size());
+            KwLutRow(levels, levels, columns.count, kFilled.data(), kMapAll, false);
             kSpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns);
         }
         for (LONG y = begin + 1; y < rows.CellEnd(i); ++y)
@@ -277,7 +324,7 @@ HRESULT KwDibPixelate(const tView& destination, const tView& source, LONG bytesP
     const tBlocks columns(d.width, across), rows(d.height, down);
     if (bytesPerPixel == 4 && across == d.width && down == d.height)
         for (LONG y = 0; y < d.height; ++y)
-            kThroughFill8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), std::ptrdiff_t{d.width} * 4);
+            KwLutRow(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, kFilled.data(), kMapAll, false);
     else
         WithMeans(bytesPerPixel, columns, rows, [&]<class Means>(Means*) { Pixelate<Means>(d, s, columns, rows); });
     return S_OK;
