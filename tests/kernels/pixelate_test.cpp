@@ -1,5 +1,7 @@
 #include "kernels/pixelate.h"
 
+#include <numeric>
+
 #include "kernels/picture.h"
 
 namespace {
@@ -16,13 +18,18 @@ TEST(Shrink, SumsPast32Bits) {
 
 TEST(Shrink, MeansOfEverySumAreExact) {
     // Blocks of 1 by n pixels with sums at and just below multiples of n.
-    for (LONG n = 1; n <= 300; ++n) {
-        CTestPicture s(256, n, 4), d(256, 1, 4), expected(256, 1, 4);
-        for (LONG x = 0; x < 256; ++x)
+    std::vector<LONG> sizes(300);
+    std::iota(sizes.begin(), sizes.end(), 1);
+    sizes.insert(sizes.end(), {514, 4096, 4097, 65793, 200000});
+    for (const LONG n : sizes) {
+        const LONG levels = n > 300 ? 8 : 256; // the highest ones
+        CTestPicture s(levels, n, 4), d(levels, 1, 4), expected(levels, 1, 4);
+        for (LONG x = 0; x < levels; ++x)
             for (LONG y = 0; y < n; ++y) {
-                const auto low = static_cast<std::uint8_t>(x - (x > 0 && y == 0));
-                s.Pixel8(x, y) = {static_cast<std::uint8_t>(x), low, static_cast<std::uint8_t>(255 - x), 255};
-                if (y == 0) expected.Pixel8(x, 0) = s.Pixel8(x, 0); // the mean of x - 1 once and x else, truncated
+                const LONG level = 256 - levels + x;
+                const auto low = static_cast<std::uint8_t>(level - (level > 0 && y == (x % 2 ? 0 : n - 1)));
+                s.Pixel8(x, y) = {static_cast<std::uint8_t>(level), low, static_cast<std::uint8_t>(255 - level), 255};
+                if (low != level || y == 0) expected.Pixel8(x, 0) = s.Pixel8(x, y); // truncated
             }
         ASSERT_EQ(S_OK, KwDibAverageShrink(d.View(), s.View(), 4));
         ASSERT_TRUE(d == expected) << n << ": " << d.FirstDifference(expected);
