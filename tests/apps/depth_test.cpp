@@ -102,7 +102,7 @@ TEST(DeepRows, ComeBackToTheBit) {
                 std::memset(f.get()->buf[0]->data, 0, f.get()->buf[0]->size);
                 tag(*f.get(), {.space = c.space, .range = c.range, .chroma = c.chroma});
             }
-            const auto sizeOf = [&](int component) {
+            const auto sizeOf = [&, width = width, height = height](int component) {
                 const bool chroma = !isRgb(c.format) && (component == 1 || component == 2) && d.nb_components > 2;
                 return std::pair(chroma ? -((-width) >> d.log2_chroma_w) : width,
                                  chroma ? -((-height) >> d.log2_chroma_h) : height);

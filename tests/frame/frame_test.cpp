@@ -318,6 +318,9 @@ TEST_F(Frame, PicksTheInputUnderThePoint) {
     EXPECT_EQ(S_FALSE, probe.PointPick(&at, &index, &found));
     EXPECT_EQ(E_POINTER, probe.PointPick(&at, nullptr, &found));
     EXPECT_EQ(E_INVALIDARG, probe.PointPick(nullptr, &index, &found));
+    CProbe& two = Make(kTwoInputs);
+    ASSERT_EQ(S_OK, Setup(two, {in, in}, in));
+    EXPECT_EQ(E_NOTIMPL, two.PointPick(&at, &index, &found)) << "which of them?";
     CProbe& without = Make(kMaybeOneInput);
     ASSERT_EQ(S_OK, Setup(without, {}, in));
     EXPECT_EQ(S_FALSE, without.PointPick(&at, &index, &found));
@@ -390,18 +393,26 @@ TEST_F(Frame, ARecordLivesThroughBlocksRampsAndFrames) {
     EXPECT_EQ(1.0f, frame().number) << "both default after a failed read";
 }
 
-TEST_F(Frame, HueRampsTieDownwardsFromTheLower) {
-    const auto hue = [](double from, double to, double position) {
-        const tTESTPROP a{0, 0, 0, from}, b{0, 0, 0, to};
-        tTESTPROP out;
-        KwInterpolateRecord(kFields, reinterpret_cast<const std::byte*>(&a), reinterpret_cast<const std::byte*>(&b),
-                            position, reinterpret_cast<std::byte*>(&out), sizeof out);
-        return out.hue;
-    };
-    EXPECT_DOUBLE_EQ(0.0, hue(0.25, 0.75, 0.5));
-    EXPECT_DOUBLE_EQ(1.0, hue(0.75, 0.25, 0.5));
-    EXPECT_DOUBLE_EQ(0.3, hue(0.2, 0.4, 0.5));
-    EXPECT_DOUBLE_EQ(0.95, hue(0.1, 0.8, 0.5));
+/// A hue on its way, in a record of that number alone.
+template <class T>
+T HueBetween(T from, T to, double position) {
+    const tFieldInfo field{.type = sizeof(T) == 4 ? KWTYPE_FLOAT : KWTYPE_DOUBLE, .count = 1, .ramp = KWRAMP_HUE};
+    T out;
+    KwInterpolateRecord(std::span(&field, 1), reinterpret_cast<const std::byte*>(&from),
+                        reinterpret_cast<const std::byte*>(&to), position, reinterpret_cast<std::byte*>(&out),
+                        sizeof out);
+    return out;
+}
+
+TEST_F(Frame, HuesTakeTheShorterWayAndTiesGoDownFromTheLower) {
+    const struct {
+        double from, to, half;
+    } rows[] = {{0.25, 0.75, 0.0},     {0.75, 0.25, 1.0},     {0.25, 0.5, 0.375},   {0.5, 0.25, 0.375},
+                {0.125, 0.75, 0.9375}, {0.75, 0.125, 0.9375}, {0.875, 0.25, 0.0625}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.half, HueBetween(row.from, row.to, 0.5)) << row.from << " " << row.to;
+        EXPECT_EQ(row.half, HueBetween(static_cast<float>(row.from), static_cast<float>(row.to), 0.5)) << row.from;
+    }
 }
 
 TEST_F(Frame, PagesAndSinksAreTold) {
