@@ -73,8 +73,7 @@ HRESULT CEffectObject::GetEffectInfo(void* block, ULONG size) {
 }
 
 HRESULT CEffectObject::SetLevel(double value) {
-    m_Level = value > 1.0 ? 1.0 : value >= 0.0 ? value : 0.0;
-    return S_OK;
+    return KwGuarded(m_Lock, [&] { m_Level = value > 1.0 ? 1.0 : value >= 0.0 ? value : 0.0; });
 }
 
 HRESULT CEffectWork::LockViews(const tWorkInfo& info, CEffectViews& views) {

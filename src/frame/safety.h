@@ -1,6 +1,8 @@
 // The safety words of an object, by interface.
 #pragma once
 
+#include <atomic>
+
 #include "platform/component.h"
 
 /// One enabled word for each interface that a script might be let at.
@@ -29,7 +31,7 @@ class CSafetyList : public IObjectSafety {
   private:
     struct tRow {
         IID iid;
-        DWORD enabled;
+        std::atomic<DWORD> enabled; ///< from any thread
     };
     tRow* Find(const IID* iid) noexcept {
         for (tRow& row : m_rows)

@@ -144,7 +144,8 @@ HRESULT CTransformBase::SetQuality(float quality) {
 }
 
 HRESULT CTransformBase::GetQuality(float* quality) {
-    return m_MiscFlags & kMiscQuality ? KwAnswer(quality, m_Quality) : E_NOTIMPL;
+    if (!(m_MiscFlags & kMiscQuality)) return E_NOTIMPL;
+    return KwGuarded(m_Lock, [&] { return KwAnswer(quality, m_Quality); });
 }
 
 HRESULT CTransformBase::GetProgress(float* progress) {
