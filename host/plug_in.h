@@ -1,7 +1,11 @@
 // What the bridges to hosts of other kinds share: one catalog a process, and records from a host's parameters.
 #pragma once
 
+#include <exception>
+#include <utility>
+
 #include "host/module.h"
+#include "platform/threads.h"
 
 namespace larkmoor {
 
@@ -23,16 +27,22 @@ class PluginCatalog {
     std::vector<Plugin> m_plugins;
 };
 
-/// A catalog for as long as the process lives, of the module that belongs to the library that an address lies in (see
-/// `moduleBeside`). Null where there is none, of which `complain` is told.
+/// The process's one catalog, of the module that belongs to the library that an address lies in (see `moduleBeside`).
+/// Null where there is none, of which `complain` is told once. It is looked for anew at the next call: there may have
+/// been too little memory.
 template <class Catalog>
-const Catalog* makeCatalog(const void* address, void (*complain)(const char* sentence)) {
+const Catalog* sharedCatalog(const void* address, void (*complain)(const char* sentence)) {
+    static CMutex lock;
+    static const Catalog* catalog = nullptr;
+    static bool told = false;
+    const CHeld guard(lock);
+    if (catalog) return catalog;
     try {
-        return new Catalog(moduleBeside(address));
+        catalog = new Catalog(moduleBeside(address));
     } catch (const std::exception& error) {
-        complain(error.what());
-        return nullptr;
+        if (!std::exchange(told, true)) complain(error.what());
     }
+    return catalog;
 }
 
 /// What a host's parameter says of the field that it moves, or of its part of that.

@@ -36,8 +36,10 @@ class SurfaceFactory final : public ObjectOf<IDXSurfaceFactory> {
 class TransformFactory final : public ObjectOf<IDXTransformFactory> {
   public:
     explicit TransformFactory(unsigned processors) {
-        SetService(&IDXSurfaceFactory::iid, makeObject<SurfaceFactory>().Get(), FALSE);
-        SetService(&SID_SDXTaskManager, static_cast<IDXTaskManager*>(makeObject<TaskManager>(processors).Get()), FALSE);
+        const auto tasks = makeObject<TaskManager>(processors);
+        if (FAILED(SetService(&IDXSurfaceFactory::iid, makeObject<SurfaceFactory>().Get(), FALSE)) ||
+            FAILED(SetService(&SID_SDXTaskManager, static_cast<IDXTaskManager*>(tasks.Get()), FALSE)))
+            throw std::bad_alloc(); // without them an effect would draw otherwise, or nothing
     }
 
     HRESULT QueryService(const GUID* service, const IID* iid, void** out) override {

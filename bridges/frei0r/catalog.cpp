@@ -43,10 +43,8 @@ Plugin pluginOf(const Module&, const EffectInfo& info) {
 Catalog::Catalog(const std::string& file) : PluginCatalog(file, &pluginOf) {}
 
 const Catalog* Catalog::shared() {
-    static const Catalog* const catalog =
-        makeCatalog<Catalog>(reinterpret_cast<const void*>(&Catalog::shared),
-                             [](const char* sentence) { std::fprintf(stderr, "larkmoor: %s\n", sentence); });
-    return catalog;
+    return sharedCatalog<Catalog>(reinterpret_cast<const void*>(&Catalog::shared),
+                                  [](const char* sentence) { std::fprintf(stderr, "larkmoor: %s\n", sentence); });
 }
 
 const Plugin* Catalog::find(std::string_view className) const {

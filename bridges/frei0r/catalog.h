@@ -24,8 +24,8 @@ class Catalog : public PluginCatalog<Plugin> {
     /// @param file the module; empty to look for it as `Module::load` does. Throws Error.
     explicit Catalog(const std::string& file = {});
 
-    /// That of this process, loaded at the first call. Where there is no module, null, which is told on standard error
-    /// once.
+    /// That of this process, loaded at the first call that can. Where there is no module, null, which is told on
+    /// standard error once.
     static const Catalog* shared();
 
     /// Null for a class that the module cannot make.

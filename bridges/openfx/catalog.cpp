@@ -88,9 +88,7 @@ std::span<const char* const> Plugin::inputs() const {
 Catalog::Catalog(const std::string& file) : PluginCatalog(file, &pluginOf) {}
 
 const Catalog* Catalog::shared() {
-    static const Catalog* const catalog =
-        makeCatalog<Catalog>(reinterpret_cast<const void*>(&Catalog::shared), [](const char*) {});
-    return catalog;
+    return sharedCatalog<Catalog>(reinterpret_cast<const void*>(&Catalog::shared), [](const char*) {});
 }
 
 } // namespace larkmoor::openfx

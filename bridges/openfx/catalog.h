@@ -30,8 +30,8 @@ class Catalog : public PluginCatalog<Plugin> {
     /// @param file the module; empty to look for it as `Module::load` does. Throws Error.
     explicit Catalog(const std::string& file = {});
 
-    /// That of this process, loaded at the first call. Null where there is no module: nothing is offered then, and a
-    /// host is not to be written to.
+    /// That of this process, loaded at the first call that can. Null where there is no module: nothing is offered
+    /// then, and a host is not to be written to.
     static const Catalog* shared();
 };
 

@@ -66,7 +66,8 @@ Instance::Instance(const Suites& suites, const Catalog& catalog, const Plugin& p
     m_effect.setBlending(false);
     const auto site = createTransformFactory(1);
     const auto sited = KwQuery<IObjectWithSite>(m_effect.object());
-    if (sited && SUCCEEDED(site->SetService(&SID_SDXTaskManager, m_tasks.Get(), FALSE))) sited->SetSite(site.Get());
+    if (FAILED(site->SetService(&SID_SDXTaskManager, m_tasks.Get(), FALSE))) throw std::bad_alloc();
+    if (sited) sited->SetSite(site.Get());
     const auto input = [&](const char* name) {
         Input clip;
         if (suites.effect->clipGetHandle(handle, name, &clip.clip, &clip.properties) != kOk) clip = {};

@@ -97,6 +97,7 @@ bool known(const Properties& set, const char* name, char kind, int index, bool s
 
 template <class T, char Kind>
 int setOne(PropertySet set, const char* name, int index, T value) {
+    const HostsTurn turn;
     Properties& properties = of(set);
     if (!known(properties, name, Kind, index, true)) return kUnknown;
     auto& values = properties.values[name];
@@ -107,6 +108,7 @@ int setOne(PropertySet set, const char* name, int index, T value) {
 
 template <class T, char Kind, class Held = T>
 int getOne(PropertySet set, const char* name, int index, T* out) {
+    const HostsTurn turn;
     Properties& properties = of(set);
     if (!known(properties, name, Kind, index, false)) return kUnknown;
     const auto found = properties.values.find(std::string_view(name));
@@ -135,6 +137,7 @@ void during(const Effect& effect, const char* what, std::initializer_list<const 
 }
 
 int clipDefine(EffectHandle handle, const char* name, PropertySet* set) {
+    const HostsTurn turn;
     Effect& effect = of(handle);
     during(effect, "clipDefine", {"OfxImageEffectActionDescribeInContext"});
     auto& clip = effect.clips[name];
@@ -146,6 +149,7 @@ int clipDefine(EffectHandle handle, const char* name, PropertySet* set) {
 }
 
 int clipGetHandle(EffectHandle handle, const char* name, ClipHandle* clip, PropertySet* set) {
+    const HostsTurn turn;
     Effect& effect = of(handle);
     const auto found = effect.clips.find(name);
     if (effect.properties.owner != Owner::Instance || found == effect.clips.end()) {
@@ -158,6 +162,7 @@ int clipGetHandle(EffectHandle handle, const char* name, ClipHandle* clip, Prope
 }
 
 int clipGetImage(ClipHandle handle, double, const RectD*, PropertySet* image) {
+    const HostsTurn turn;
     Clip& clip = of(handle);
     during(*clip.effect, "clipGetImage", {"OfxImageEffectActionRender"});
     if (!clip.picture) return kFailed;
@@ -180,6 +185,7 @@ int clipGetImage(ClipHandle handle, double, const RectD*, PropertySet* image) {
 }
 
 int clipReleaseImage(PropertySet image) {
+    const HostsTurn turn;
     Properties* const set = &of(image);
     --static_cast<Effect*>(std::get<void*>(set->values["effect"][0]))->images;
     delete set;
@@ -208,6 +214,7 @@ const EffectSuite effectSuite{
         },
     .abort =
         [](EffectHandle handle) {
+            const HostsTurn turn;
             Effect& effect = of(handle);
             during(effect, "abort", {"OfxImageEffectActionRender"});
             if (effect.abortAfter > 0)
@@ -219,6 +226,7 @@ const EffectSuite effectSuite{
 };
 
 int paramDefine(ParamSet handle, const char* type, const char* name, PropertySet* set) {
+    const HostsTurn turn;
     Effect& effect = of(handle);
     during(effect, "paramDefine", {"OfxImageEffectActionDescribeInContext"});
     auto& parameter = effect.parameters[name];
@@ -231,6 +239,7 @@ int paramDefine(ParamSet handle, const char* type, const char* name, PropertySet
 }
 
 int paramGetHandle(ParamSet handle, const char* name, ParamHandle* param, PropertySet* set) {
+    const HostsTurn turn;
     Effect& effect = of(handle);
     const auto found = effect.parameters.find(name);
     if (effect.properties.owner != Owner::Instance || found == effect.parameters.end()) {
@@ -265,6 +274,7 @@ int getValueAtTime(ParamHandle handle, double time, ...) {
 }
 
 int setValue(ParamHandle handle, ...) {
+    const HostsTurn turn;
     Parameter& parameter = of(handle);
     std::va_list arguments;
     va_start(arguments, handle);
@@ -283,6 +293,7 @@ const ParameterSuite parameterSuite{.define = &paramDefine,
                                     .setValue = &setValue,
                                     .editBegin =
                                         [](ParamSet set, const char*) {
+                                            const HostsTurn turn;
                                             during(of(set), "editBegin", {"OfxActionInstanceChanged"});
                                             ++of(set).edits;
                                             return static_cast<int>(kOk);
@@ -297,6 +308,7 @@ int messageVersion = 2;
 
 template <bool Stays>
 int tell(EffectHandle handle, const char* type, const char*, const char* format, ...) {
+    const HostsTurn turn;
     if (std::strcmp(type, "OfxMessageError") != 0 || std::strcmp(format, "%s") != 0) addFault("tells otherwise");
     if (Stays != (messageVersion == 2)) addFault("tells what stays as what does not");
     std::va_list arguments;
@@ -308,6 +320,7 @@ int tell(EffectHandle handle, const char* type, const char*, const char* format,
 
 const MessageSuite messageSuite{
     .message = &tell<false>, .setPersistent = &tell<true>, .clearPersistent = [](EffectHandle handle) {
+        const HostsTurn turn;
         of(handle).messages.emplace_back("nothing");
         return static_cast<int>(kOk);
     }};
@@ -315,6 +328,7 @@ const MessageSuite messageSuite{
 bool mayFetch = false;
 
 const void* fetchSuite(PropertySet, const char* name, int version) {
+    const HostsTurn turn;
     if (!mayFetch) addFault(std::string("fetches a suite before it is loaded: ") + name);
     const std::string_view wanted = name;
     if (wanted == "OfxMessageSuite") return version == messageVersion ? &messageSuite : nullptr;

@@ -19,6 +19,19 @@ using namespace larkmoor::openfx;
 void addFault(const std::string& fault);
 std::vector<std::string> takeFaults();
 
+/// As long as a plug-in's call is with the host, whose memory is its own affair.
+class HostsTurn {
+  public:
+    HostsTurn() { ++s_depth; }
+    ~HostsTurn() { --s_depth; }
+    HostsTurn(const HostsTurn&) = delete;
+    HostsTurn& operator=(const HostsTurn&) = delete;
+    static bool isOn() { return s_depth > 0; }
+
+  private:
+    static inline thread_local int s_depth = 0;
+};
+
 using PropertyValue = std::variant<int, double, std::string, void*>;
 
 /// What a property set belongs to; each knows other properties.
