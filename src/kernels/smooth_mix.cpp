@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Pixels handled at a time; the column sums of one part stay in the first cache.
-constexpr std::ptrdiff_t kPart = 512;
+/// Pixels handled at a time: so few that work on one part hides the memory that the next one waits for.
+constexpr std::ptrdiff_t kPart = 128;
 
 using tLevels = const std::uint8_t*;
 
@@ -57,6 +57,20 @@ struct tSmoothPart {
     }
 };
 
+/// Asks for what a part some way behind this one reads first and writes. It may lie behind the row: nothing is touched.
+KWINLINE inline void AskAhead(const tThreeRows& rows, const std::uint8_t* out, std::ptrdiff_t begin,
+                              std::ptrdiff_t count) {
+    constexpr std::ptrdiff_t kAhead = 1024, kLine = 64; // bytes
+    const auto at = [](const std::uint8_t* row, std::ptrdiff_t offset) KWINLINE {
+        return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(row) +
+                                             static_cast<std::uintptr_t>(offset));
+    };
+    for (std::ptrdiff_t i = begin * 4 + kAhead; i < (begin + count) * 4 + kAhead; i += kLine) {
+        __builtin_prefetch(at(rows.below, i));
+        __builtin_prefetch(at(out, i), 1);
+    }
+}
+
 void SmoothBlendPlain(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::uint16_t amount) {
     for (std::ptrdiff_t i = 0; i < width * 4; ++i) {
         const auto smooth = static_cast<std::uint8_t>(SumAround(rows, i, width) / 16);
@@ -69,6 +83,7 @@ KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std
     tSmoothPart part;
     for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
         const std::ptrdiff_t count = std::min(kPart, width - begin);
+        AskAhead(rows, d, begin, count);
         part.Load(rows, begin, count, width);
         const tLevels here = rows.here + begin * 4;
         std::uint8_t* out = d + begin * 4;
@@ -84,19 +99,23 @@ KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std
 }
 constexpr CKwBodies kSmoothBlendRow(SmoothBlendPlain, KwClones<SmoothBlendRow>);
 
-/// Division of 0 to 255 * `divisor` + `divisor` - 1 by a divisor of 1 to 17: (v + 1) * factor >> 16 >> shift.
+/// The upper half of a product, which vectors of 16-bit numbers have.
+constexpr std::uint16_t Upper(std::uint16_t a, std::uint16_t b) {
+    return static_cast<std::uint16_t>(std::uint32_t{a} * b >> 16);
+}
+
+/// Division of 0 to 255 * `divisor` + `divisor` - 1 by a divisor of 1 to 17: (v + 1) * factor >> 16 >> shift, where
+/// the last shift is an upper half too, and twice the dividend makes it at least one bit.
 struct tDivision {
-    std::uint16_t divisor, limit, factor;
-    int shift;
+    std::uint16_t divisor, limit, factor, part;
 
     explicit constexpr tDivision(std::uint32_t by)
         : divisor(static_cast<std::uint16_t>(by)), limit(static_cast<std::uint16_t>(256 * by - 1)),
           factor(static_cast<std::uint16_t>(std::min(65535u, (65536u << (std::bit_width(by) - 1)) / by))),
-          shift(std::bit_width(by) - 1) {}
+          part(static_cast<std::uint16_t>(65536u >> std::bit_width(by))) {}
 
-    constexpr std::uint16_t operator()(std::uint16_t v) const {
-        return static_cast<std::uint16_t>(static_cast<std::uint16_t>((v + 1u) * factor >> 16) >> shift);
-    }
+    static constexpr std::uint16_t Twice(std::uint16_t v) { return static_cast<std::uint16_t>(2 * (v + 1)); }
+    constexpr std::uint16_t operator()(std::uint16_t v) const { return Upper(Upper(Twice(v), factor), part); }
 };
 
 // The first and the last dividend of every quotient, between which nothing falls.
@@ -124,10 +143,12 @@ void SharpenPlain(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width,
 KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
                                 tDivision division) {
     tSmoothPart part;
+    std::uint16_t halves[kPart * 4];
     std::uint8_t levels[kPart * 4];
     std::uint32_t alphas[kPart];
     for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
         const std::ptrdiff_t count = std::min(kPart, width - begin);
+        AskAhead(rows, d, begin, count);
         part.Load(rows, begin, count, width);
         const tLevels here = rows.here + begin * 4;
         const std::int16_t limit = static_cast<std::int16_t>(division.limit);
@@ -135,9 +156,12 @@ KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::pt
             // At most 33 * 255 in magnitude.
             std::int16_t v = static_cast<std::int16_t>(center * here[i] - part.Sum(i));
             v = v < 0 ? std::int16_t{0} : v;
-            v = v > limit ? limit : v;
-            levels[i] = static_cast<std::uint8_t>(division(static_cast<std::uint16_t>(v)));
+            halves[i] = tDivision::Twice(static_cast<std::uint16_t>(v > limit ? limit : v));
         }
+        // The halves of a division in loops of their own: in one, compilers multiply in 32 bits.
+        for (std::ptrdiff_t i = 0; i < count * 4; ++i) halves[i] = Upper(halves[i], division.factor);
+        for (std::ptrdiff_t i = 0; i < count * 4; ++i)
+            levels[i] = static_cast<std::uint8_t>(Upper(halves[i], division.part));
         const tAnyWord* words = reinterpret_cast<const tAnyWord*>(levels);
         for (std::ptrdiff_t i = 0; i < count; ++i) alphas[i] = (words[i] >> 24) * 0x01010101u;
         const tLevels alpha = reinterpret_cast<tLevels>(alphas);
