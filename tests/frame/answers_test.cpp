@@ -176,12 +176,32 @@ TEST(Answers, MembersByName) {
             EXPECT_EQ(VT_EMPTY, result.vt) << name;
         }
     }
-    for (const WORD type : std::initializer_list<WORD>{VT_I4, VT_INT, VT_UI4, VT_UINT}) {
-        LONG target = -1;
-        EXPECT_EQ(S_OK,
-                  call(call.Id(u"Capabilities"), DISPATCH_PROPERTYGET, {Variant<void*>(type | VT_BYREF, &target)}));
-        EXPECT_EQ(2, target) << type;
+    // A number by reference arrives in the type it refers to, and nothing is written beyond that.
+    for (const auto& [type, bytes] : {std::pair(VT_I2, 0),
+                                      {VT_UI1, 0},
+                                      {VT_I4, 4},
+                                      {VT_INT, 4},
+                                      {VT_UI4, 4},
+                                      {VT_UINT, 4},
+                                      {VT_R4, 4},
+                                      {VT_R8, 8},
+                                      {VT_VARIANT, 24}}) {
+        std::array<std::uint8_t, 32> room;
+        room.fill(0xA5);
+        const auto got = call(call.Id(u"Capabilities"), DISPATCH_PROPERTYGET,
+                              {Variant<void*>(static_cast<WORD>(type | VT_BYREF), room.data())});
+        EXPECT_EQ(bytes ? S_OK : DISP_E_TYPEMISMATCH, got) << type;
+        for (std::size_t i = static_cast<std::size_t>(bytes); i < room.size(); ++i) ASSERT_EQ(0xA5, room[i]) << type;
+        const bool whole = bytes == 4 && type != VT_R4;
+        EXPECT_TRUE(!whole || room[0] == 2) << type;
     }
+    double amount = 0;
+    const std::vector block{Variant<void*>(VT_PTR, &amount), Variant(VT_I4, 8)};
+    EXPECT_EQ(S_OK, call(call.Id(u"get_all"), DISPATCH_METHOD, block)) << "an operation's own name";
+    EXPECT_EQ(1.0, amount);
+    EXPECT_EQ(S_OK, call(call.Id(u"put_all"), DISPATCH_METHOD, block));
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, call(call.Id(u"all"), DISPATCH_METHOD, block)) << "which of the two?";
+    EXPECT_EQ(DISP_E_MEMBERNOTFOUND, call(99, DISPATCH_PROPERTYGET, {}));
     DISPPARAMS missing{nullptr, nullptr, 1, 0};
     for (const WORD flags : {DISPATCH_PROPERTYGET, DISPATCH_PROPERTYPUT})
         EXPECT_TRUE(FAILED(call->Invoke(call.Id(u"Progress"), nullptr, 0, flags, &missing, nullptr, nullptr, nullptr)));
