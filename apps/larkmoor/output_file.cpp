@@ -21,6 +21,7 @@
 
 #include <fmt/format.h>
 
+#include "folder.h"
 #include "host/error.h"
 #include "media/sequence.h"
 
@@ -149,8 +150,10 @@ void OutputFile::commit() {
     const fs::path target(m_path);
     const fs::path folder = folderOf(target);
     if (m_sequence) {
-        std::set<fs::path> files;
-        for (const auto& entry : fs::directory_iterator(m_part.path())) files.insert(entry.path());
+        std::error_code error;
+        const auto entries = entriesOf(m_part.path(), error);
+        if (error) throw Error(fmt::format("cannot read the folder {}: {}", m_part.path(), error.message()));
+        const std::set<fs::path> files(entries.begin(), entries.end());
         for (const fs::path& file : files) synchronise(file, false);
         const std::lock_guard guard(registryLock);
         for (const fs::path& file : files) moveThrough(file, folder / file.filename());
