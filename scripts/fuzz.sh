@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # scripts/fuzz.sh [MINUTES [TARGET...]]    fuzzes, 10 minutes shared by all targets of fuzz/ by default
-# scripts/fuzz.sh --check                  the targets but pictures over the corpus, and a few seconds more
+# scripts/fuzz.sh --check                  the targets but pictures over the corpus, and 20 seconds more each
 # What ends a target is in build/fuzz/findings; `build/fuzz/bin/larkmoor_fuzz_TARGET FILE` repeats it. What is new to a
 # target joins its corpus in fuzz/corpus, which is kept small.
 set -euo pipefail
@@ -8,7 +8,7 @@ root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 source "$root/scripts/common.sh"
 
 ours=(frames kernels persistence pages numbers frei0r openfx texts jobs) # what decodes pictures is not
-most_files=250 most_bytes=180000 check_seconds=4 # of the corpus of a target; of each target
+most_files=250 most_bytes=180000 check_seconds=20 # of the corpus of a target; of each target
 minutes=10 check=
 case ${1-} in
 -h | --help)
@@ -58,19 +58,19 @@ if is_wanted texts || is_wanted jobs; then
     cp "$findings/texts.dict" "$findings/jobs.dict"
 fi
 
-failed=0 seconds=$((minutes * 60 / ${#targets[@]}))
-[[ ! $check ]] || seconds=$check_seconds
+seconds=$((minutes * 60 / ${#targets[@]})) at_once=1
+[[ ! $check ]] || seconds=$check_seconds at_once=$(nproc)
 printf '%-12s %12s %10s %8s %8s  %s\n' target executions a-second edges files found
-for target in "${targets[@]}"; do
+# Fuzzes one target and tells of it; fails if that found something.
+fuzz() {
+    local target=$1 program runs rate edges found=nothing status=0 length=4096 own log more
     program=$bin/larkmoor_fuzz_$target own=$root/fuzz/corpus/$target log=$findings/$target.log more=()
     mkdir -p "$work/$target" "$own"
     [[ ! -f $findings/$target.dict ]] || more=(-dict="$findings/$target.dict")
-    length=4096
     if [[ $target == pictures ]]; then
         length=16384
         picture_seeds "$work/$target"
     fi
-    status=0
     # Without a schedule of its own for rare features, which takes a third of the time of quick targets.
     nice -n 10 "$program" -entropic=0 -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$length \
         -print_final_stats=1 -artifact_prefix="$findings/$target-" "${more[@]}" "$work/$target" "$own" >"$log" 2>&1 ||
@@ -78,9 +78,7 @@ for target in "${targets[@]}"; do
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
     edges=$(grep -o 'cov: [0-9]*' "$log" | tail -1 | tr -dc 0-9)
-    found=nothing
     if ((status)); then
-        failed=1
         found=$(sed -n 's/.*Test unit written to //p' "$log" | tail -1)
         found=${found:-"status $status, see $log"}
     elif [[ ! $check ]]; then
@@ -97,5 +95,13 @@ for target in "${targets[@]}"; do
         rm -rf "$work/$target.small"
     fi
     printf '%-12s %12s %10s %8s %8s  %s\n' "$target" "${runs:-?}" "${rate:-?}" "${edges:-?}" "$(find "$own" -type f | wc -l)" "$found"
+    return $((status != 0))
+}
+
+failed=0
+for target in "${targets[@]}"; do
+    (($(jobs -rp | wc -l) < at_once)) || wait -n || failed=1
+    fuzz "$target" &
 done
+for job in $(jobs -p); do wait "$job" || failed=1; done
 exit $failed
