@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "farm/job.h"
+#include "farm/chunk_run.h"
 #include "folder.h"
 #include "output_file.h"
 
@@ -35,7 +35,8 @@ void writeJobs(const Module& module, const std::filesystem::path& folder) {
         createJob(module, request, job);
         fuzz::write(folder / fmt::format("job-{}", number), std::string(1, '\0') + readText(job / "job.json"));
         const ChunkJob loaded = loadJob(module, job);
-        renderChunk(module, loaded, 0, 1, {});
+        ChunkQueue queue(loaded, 60);
+        ChunkRun(loaded, queue, queue.take(), true).render(module, 1, {});
         fuzz::write(folder / fmt::format("chunk-{}", number), std::string(1, '\1') + readText(loaded.chunkFile(0)));
         ++number;
     };

@@ -41,7 +41,7 @@ void Film::skip(std::int64_t frames, const std::function<void(std::int64_t)>& pa
 }
 
 Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest request, const Watch& watch,
-             PictureSource* made) {
+             const Packets& packets) {
     const std::optional<std::int64_t> total = film.total();
     settleKeys(recipe, total, film.video().rate, film.name());
     settleLevels(recipe);
@@ -56,7 +56,7 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
     video.alpha = video.alpha || makesClear(module, film, recipe);
     if (request.part) request.part = settlePart(*request.part, total, film.name());
     const Part part = request.part.value_or(Part());
-    Output output(request, video, film.like(), film.firstNumber());
+    Output output(request, video, film.like(), film.firstNumber(), packets.taker);
     FrameSink& sink = output.sink();
     ContainerSink* const container = output.container();
     if (container) {
@@ -65,10 +65,10 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
             if (film.like()) container->copyChapters(*film.like());
             film.addStreams(*container);
         }
-        if (!request.packets) container->begin(film.firstNumber() + static_cast<int>(part.first));
+        if (!packets.taker) container->begin(film.firstNumber() + static_cast<int>(part.first));
     }
     std::optional<Assembly> assembly;
-    if (container && request.chunkFrames > 0 && !request.part && !made)
+    if (container && request.chunkFrames > 0 && !request.part && !packets.made)
         container->setTaker(assembly.emplace(film, *container, request.chunkFrames));
     film.skip(part.first, [&](std::int64_t stamp) {
         if (container) container->pass(stamp, 0);
@@ -90,7 +90,9 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
     };
     std::int64_t count = 0;
     std::optional<std::int64_t> wanted = total;
-    if (total && request.part)
+    if (packets.taker)
+        wanted.reset();
+    else if (total && request.part)
         wanted = std::max<std::int64_t>(1, std::min(*total, part.end.value_or(*total)) - part.first);
     const auto tell = [&] {
         ++count;
@@ -98,7 +100,10 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
     };
     const auto read = [&](Job& job) {
         job.index += part.first;
-        return !(part.end && job.index >= *part.end) && !isCancelled() && film.read(job);
+        if (part.end && job.index >= *part.end) return false;
+        const bool next = packets.taker && job.index > part.first && job.index % request.chunkFrames == 0;
+        if (next && !packets.taker->wants(job.index)) return false;
+        return !isCancelled() && film.read(job);
     };
     const auto work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); };
     const auto write = [&](Job& job) {
@@ -114,15 +119,15 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
         }
         tell();
     };
-    if (made)
-        assemble(film, *container, *made, [&] {
+    if (packets.made)
+        assemble(film, *container, *packets.made, [&] {
             tell();
             return !isCancelled();
         });
     else
         runPipeline(request.threads, {.read = read, .work = work, .write = write});
     if (isCancelled()) return Ended::Cancelled;
-    if (count == 0 && request.part && !request.packets)
+    if (count == 0 && request.part && !packets.taker)
         throw Error(fmt::format("{} has no frame {}", film.name(), part.first));
     if (assembly) container->endPictures();
     if (!request.part) film.end(sink);

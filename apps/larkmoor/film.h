@@ -121,10 +121,24 @@ enum class Ended {
 
 class PictureSource;
 
+/// Takes the packets of chunks that follow one another.
+class ChunkTaker : public PictureTaker {
+  public:
+    /// Whether the chunk that begins at a frame, the one behind all that were wanted, is to be made as well. Asked on a
+    /// thread of its own while those before it are still encoded.
+    virtual bool wants(std::int64_t frame) = 0;
+};
+
+/// What takes the place of pictures on one side of a run. The output is encoded.
+struct Packets {
+    PictureSource* made = nullptr; ///< the film's, rendered before: all else is left to do
+    /// Gets those of the part's first chunk, where the part begins, and of what it wants behind that; there is no file.
+    ChunkTaker* taker = nullptr;
+};
+
 /// Renders a film, or the part of it that is wanted, through a recipe into the output. Damage of its clips is told at
 /// the end.
-/// @param made packets of the pictures that were rendered before, so that this is left to do; the output is encoded.
 Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest output, const Watch& watch,
-             PictureSource* made = nullptr);
+             const Packets& packets = {});
 
 } // namespace larkmoor

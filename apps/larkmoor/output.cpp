@@ -32,17 +32,15 @@ OutputFile::Numbers numbersOf(const OutputRequest& request, int firstNumber) {
 
 } // namespace
 
-Output::Output(const OutputRequest& request, const VideoFacts& video, const Reader* like, int firstNumber)
-    : m_file(request.packets ? request.packets->path : request.path, request.overwrite,
-             numbersOf(request, firstNumber)) {
+Output::Output(const OutputRequest& request, const VideoFacts& video, const Reader* like, int firstNumber,
+               PictureTaker* taker) {
+    if (!taker) m_file.emplace(request.path, request.overwrite, numbersOf(request, firstNumber));
+    const std::string& path = m_file ? m_file->workPath() : request.path;
     if (!isRawPath(request.path)) {
-        auto sink = std::make_unique<ContainerSink>(m_file.workPath(), request.path, video, request.encode, like);
+        auto sink = std::make_unique<ContainerSink>(path, request.path, video, request.encode, like);
         m_container = sink.get();
         if (request.chunkFrames > 0) sink->setChunks(request.chunkFrames);
-        if (request.packets) {
-            m_packets = std::make_unique<PacketWriter>(m_file.workPath(), request.packets->path, request.packets->head);
-            sink->setTaker(*m_packets);
-        }
+        if (taker) sink->setTaker(*taker);
         m_sink = std::move(sink);
         return;
     }
@@ -62,14 +60,13 @@ Output::Output(const OutputRequest& request, const VideoFacts& video, const Read
     }
     const AVCodec& codec = *avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO);
     m_sink =
-        createRawSink(m_file.workPath(), request.path,
+        createRawSink(path, request.path,
                       pickTarget(codec, video.format, video.colour, video.width, video.height, video.alpha, wanted));
 }
 
 void Output::finish() {
     m_sink->finish();
-    if (m_packets) m_packets->finish();
-    m_file.commit();
+    if (m_file) m_file->commit();
 }
 
 } // namespace larkmoor

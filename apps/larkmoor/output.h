@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "media/container_sink.h"
-#include "media/packet_file.h"
 #include "output_file.h"
 #include "requests.h"
 
@@ -15,7 +15,9 @@ class Output {
   public:
     /// @param like the clip whose metadata and codec count; null for none.
     /// @param firstNumber of a numbered sequence.
-    Output(const OutputRequest& request, const VideoFacts& video, const Reader* like, int firstNumber);
+    /// @param taker gets the pictures instead of the file, which is not made; null for none.
+    Output(const OutputRequest& request, const VideoFacts& video, const Reader* like, int firstNumber,
+           PictureTaker* taker);
 
     FrameSink& sink() { return *m_sink; }
     /// Null for bare frames.
@@ -25,8 +27,7 @@ class Output {
     void finish();
 
   private:
-    OutputFile m_file;
-    std::unique_ptr<PacketWriter> m_packets; // outlives the sink
+    std::optional<OutputFile> m_file;
     std::unique_ptr<FrameSink> m_sink;
     ContainerSink* m_container = nullptr;
 };

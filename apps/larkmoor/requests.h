@@ -26,12 +26,6 @@ struct Part {
     std::optional<std::pair<std::int64_t, std::int64_t>> share;
 };
 
-/// The pictures of a part go as packets into a file of their own. They are encoded as for the output's path.
-struct PacketsRequest {
-    std::string path;
-    std::string head; ///< what they belong to
-};
-
 struct OutputRequest {
     std::string path;
     bool overwrite = false;
@@ -40,7 +34,6 @@ struct OutputRequest {
     int threads = 1;
     ReadPolicy reading; ///< of what goes in
     std::optional<Part> part;
-    std::optional<PacketsRequest> packets;
     std::int64_t chunkFrames = 0; ///< after so many frames, counted in the whole, a new encoder begins; 0 for never
 };
 

@@ -76,6 +76,30 @@ std::string claimText() {
     return Json{{"host", hostName()}, {"process", ::getpid()}, {"machine", machineName()}}.dump() + "\n";
 }
 
+bool has(const std::vector<std::int64_t>& all, std::int64_t one) {
+    return std::ranges::binary_search(all, one);
+}
+
+/// Where a worker begins, which goes on to the chunks behind: at the head of the longest row of free ones. Where
+/// somebody comes along to that, about its middle, each at a place of his own, since many may look at the same time.
+std::vector<std::int64_t>::const_iterator beginning(const std::vector<std::int64_t>& free,
+                                                    const std::vector<std::int64_t>& claimed) {
+    auto row = free.begin();
+    std::ptrdiff_t length = 0;
+    for (auto first = free.begin(); first != free.end();) {
+        auto end = std::ranges::adjacent_find(first, free.end(), [](auto a, auto b) { return b != a + 1; });
+        if (end != free.end()) ++end;
+        if (end - first > length) {
+            row = first;
+            length = end - first;
+        }
+        first = end;
+    }
+    if (!has(claimed, *row - 1)) return row;
+    const auto own = static_cast<std::ptrdiff_t>(std::hash<std::string>()(claimText()) >> 1);
+    return row + (length + 2) / 4 + own % std::max<std::ptrdiff_t>(1, length / 2);
+}
+
 } // namespace
 
 Claim::Claim(fs::path file, std::int64_t chunk)
@@ -140,28 +164,32 @@ std::unique_ptr<Claim> ChunkQueue::claim(std::int64_t chunk) const {
     return claim;
 }
 
+std::unique_ptr<Claim> ChunkQueue::take(std::int64_t chunk) const {
+    const auto isThere = [](const fs::path& file) { return fs::exists(file); };
+    if (m_failed.contains(chunk) || isThere(m_job.failureFile(chunk)) || isThere(m_job.chunkFile(chunk)) ||
+        isThere(m_job.claimFile(chunk)))
+        return {};
+    return claim(chunk);
+}
+
 std::unique_ptr<Claim> ChunkQueue::take() {
     const std::vector<std::int64_t> done = numbersIn(m_job.folder / "chunks"),
-                                    claimed = numbersIn(m_job.folder / "claims"),
                                     elsewhere = numbersIn(m_job.folder / "failed");
-    const auto has = [](const std::vector<std::int64_t>& all, std::int64_t one) {
-        return std::ranges::binary_search(all, one);
-    };
-    // Workers that start together begin at places of their own, so that they do not all ask for the same chunk.
-    const auto start =
-        static_cast<std::int64_t>(std::hash<std::string>()(claimText()) % static_cast<std::size_t>(m_job.count()));
-    std::vector<std::int64_t> open;
-    for (std::int64_t i = 0; i < m_job.count(); ++i)
-        if (const std::int64_t chunk = (start + i) % m_job.count(); !has(done, chunk) && !m_failed.contains(chunk))
-            open.push_back(chunk);
-    // Not the one of std::ranges, which Clang 14 does not compile.
-    std::stable_partition(open.begin(), open.end(), [&](std::int64_t chunk) { return !has(elsewhere, chunk); });
-    for (const std::int64_t chunk : open)
-        if (!has(claimed, chunk))
+    std::vector<std::int64_t> claimed = numbersIn(m_job.folder / "claims"), fresh, tried, open;
+    for (std::int64_t chunk = 0; chunk < m_job.count(); ++chunk) {
+        if (has(done, chunk) || m_failed.contains(chunk)) continue;
+        (has(claimed, chunk) ? open : has(elsewhere, chunk) ? tried : fresh).push_back(chunk);
+    }
+    for (std::vector<std::int64_t>* const free : {&fresh, &tried})
+        while (!free->empty()) {
+            const auto place = beginning(*free, claimed);
+            const std::int64_t chunk = *place;
             if (auto taken = claim(chunk)) return taken;
+            free->erase(place);
+            claimed.insert(std::ranges::lower_bound(claimed, chunk), chunk);
+        }
     std::optional<StaleClaims> stale;
     for (const std::int64_t chunk : open) {
-        if (!has(claimed, chunk)) continue;
         if (!stale) stale.emplace(m_job, m_stale);
         const fs::path file = m_job.claimFile(chunk);
         if (!stale->isStale(file)) continue;
@@ -179,7 +207,7 @@ std::unique_ptr<Claim> ChunkQueue::take() {
 bool ChunkQueue::othersWork() const {
     const std::vector<std::int64_t> done = numbersIn(m_job.folder / "chunks");
     return std::ranges::any_of(numbersIn(m_job.folder / "claims"),
-                               [&](std::int64_t chunk) { return !std::ranges::binary_search(done, chunk); });
+                               [&](std::int64_t chunk) { return !has(done, chunk); });
 }
 
 } // namespace larkmoor

@@ -69,6 +69,8 @@ class ChunkQueue {
     /// A chunk that is neither done nor claimed, or whose claim is stale; none when there is no such. Those that failed
     /// elsewhere come last, those that failed here not again.
     std::unique_ptr<Claim> take();
+    /// One chunk, where it is neither done nor claimed and did not fail.
+    std::unique_ptr<Claim> take(std::int64_t chunk) const;
     void failed(std::int64_t chunk) { m_failed.insert(chunk); }
     /// Whether others are at work.
     bool othersWork() const;

@@ -308,14 +308,13 @@ void checkJob(const ChunkJob& job, const Module& module) {
     });
 }
 
-Ended renderChunk(const Module& module, const ChunkJob& job, std::int64_t number, int threads, const Watch& watch) {
+Ended renderChunks(const Module& module, const ChunkJob& job, std::int64_t first, int threads, ChunkTaker& taker,
+                   const Watch& watch) {
     OutputRequest output = job.request.output;
     output.threads = threads;
-    output.overwrite = true;
-    output.part = job.chunks.at(static_cast<std::size_t>(number));
-    output.packets = PacketsRequest{job.chunkFile(number), job.chunkHead(number)};
+    output.part = Part{.first = job.chunks.at(static_cast<std::size_t>(first)).first, .end = {}, .share = {}};
     const auto film = filmOf(job.request, output);
-    return render(module, *film, recipeOf(job.request.project), output, watch);
+    return render(module, *film, recipeOf(job.request.project), output, watch, {.made = nullptr, .taker = &taker});
 }
 
 namespace {
@@ -371,7 +370,7 @@ Ended mergeJob(const Module& module, const ChunkJob& job, OutputRequest output, 
     output.chunkFrames = wanted.chunkFrames;
     const auto film = filmOf(job.request, output);
     JobPictures pictures(job);
-    return render(module, *film, recipeOf(job.request.project), output, watch, &pictures);
+    return render(module, *film, recipeOf(job.request.project), output, watch, {.made = &pictures, .taker = nullptr});
 }
 
 } // namespace larkmoor

@@ -57,8 +57,9 @@ ChunkJob loadJob(const Module& module, const std::filesystem::path& folder);
 /// Throws Error where the job is another build's, or where a source is not what it was.
 void checkJob(const ChunkJob& job, const Module& module);
 
-/// Renders a chunk into its file, which then appears whole.
-Ended renderChunk(const Module& module, const ChunkJob& job, std::int64_t number, int threads, const Watch& watch);
+/// Renders a chunk, and those behind it that `taker` wants.
+Ended renderChunks(const Module& module, const ChunkJob& job, std::int64_t first, int threads, ChunkTaker& taker,
+                   const Watch& watch);
 /// Joins all chunks. Throws Error that names those that are missing or another job's.
 Ended mergeJob(const Module& module, const ChunkJob& job, OutputRequest output, const Watch& watch);
 

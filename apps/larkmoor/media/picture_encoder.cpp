@@ -1,6 +1,7 @@
 #include "media/picture_encoder.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <fmt/format.h>
@@ -74,6 +75,7 @@ void PictureEncoder::write(FramePtr frame, std::int64_t duration) {
     frame->quality = codec.global_quality;
     if (frame->width != codec.width || frame->height != codec.height) frame = fillUp(*frame, codec.width, codec.height);
     m_chunk.send(frame.get());
+    if (m_ending.valid() && m_ending.wait_for(std::chrono::seconds(0)) == std::future_status::ready) settle();
     while (PacketPtr packet = m_chunk.next()) {
         settle();
         m_taker->take(std::move(packet));
@@ -92,7 +94,7 @@ void PictureEncoder::startChunk() {
     m_ending = std::async(std::launch::async, restOf, std::exchange(m_chunk, Chunk{.codec = m_open(true)}));
 }
 
-/// Hands out the rest of the chunk before, at a place that does not depend on how long its encoder takes.
+/// Hands out the rest of the chunk before.
 void PictureEncoder::settle() {
     if (!m_ending.valid()) return;
     Rest rest = m_ending.get();

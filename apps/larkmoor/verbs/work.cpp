@@ -1,9 +1,10 @@
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 
-#include "farm/claims.h"
+#include "farm/chunk_run.h"
 #include "farm/status.h"
 #include "verbs/verb.h"
 
@@ -41,23 +42,27 @@ class WorkVerb final : public Verb {
         const int threads =
             m_threads > 0 ? m_threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
         ChunkQueue queue(job, m_stale);
-        bool failed = false;
+        bool failed = false, alone = false;
         for (int inARow = 0;;) {
-            const auto claim = queue.take();
+            auto claim = queue.take();
             if (!claim) {
                 if (!m_wait || !queue.othersWork()) break;
                 std::this_thread::sleep_for(pause);
                 continue;
             }
-            const std::int64_t chunk = claim->chunk();
+            ChunkRun chunks(job, queue, std::move(claim), std::exchange(alone, false));
             try {
-                renderChunk(module, job, chunk, threads, report.watch(job.chunkFile(chunk)));
-                forgetFailure(job, chunk);
+                chunks.render(module, threads, report.watch(job.folder));
                 inARow = 0;
             } catch (const std::exception& error) {
-                report.error(fmt::format("chunk {}: {}", chunk, error.what()));
-                noteFailure(job, chunk, error.what());
-                queue.failed(chunk);
+                if (chunks.done() > 0) inARow = 0;
+                const std::optional<std::int64_t> culprit = chunks.culprit();
+                // Which of several it was shows when they come one by one.
+                alone = !culprit;
+                if (alone) continue;
+                report.error(fmt::format("chunk {}: {}", *culprit, error.what()));
+                noteFailure(job, *culprit, error.what());
+                queue.failed(*culprit);
                 failed = true;
                 if (++inARow == mostFailures)
                     throw Error(fmt::format("{} chunks failed one after the other; this machine gives up", inARow));
