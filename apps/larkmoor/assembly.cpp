@@ -43,8 +43,8 @@ void Assembly::put() {
 void assemble(Film& film, ContainerSink& sink, PictureSource& source, const std::function<bool()>& each) {
     Assembly assembly(film, sink, source.chunkFrames());
     const auto misfit = [&] {
-        return Error(fmt::format("the chunks were made of other frames than those of {}; it has changed, or is damaged",
-                                 film.name()));
+        return Misfit(fmt::format(
+            "the chunks were made of other frames than those of {}; it has changed, or is damaged", film.name()));
     };
     std::set<std::int64_t> stamps, made; // of the chunk's frames and packets
     std::int64_t frames = 0;

@@ -46,7 +46,12 @@ class Assembly final : public PictureTaker {
     std::deque<PacketPtr> m_packets;
 };
 
-/// Writes a film of packets that `source` has. Throws Error where they are not those of the film's frames.
+/// Packets were not made of a film's frames, as far as those are known.
+struct Misfit : Error {
+    using Error::Error;
+};
+
+/// Writes a film of packets that `source` has. Throws Misfit.
 /// @param each is called after every frame; false ends the work.
 void assemble(Film& film, ContainerSink& sink, PictureSource& source, const std::function<bool()>& each);
 

@@ -98,11 +98,16 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
         ++count;
         if (watch.progress) watch.progress(count, wanted);
     };
+    const auto tellDamage = [&] {
+        if (!film.damage().empty()) packets.taker->damaged();
+    };
     const auto read = [&](Job& job) {
         job.index += part.first;
         if (part.end && job.index >= *part.end) return false;
-        const bool next = packets.taker && job.index > part.first && job.index % request.chunkFrames == 0;
-        if (next && !packets.taker->wants(job.index)) return false;
+        if (packets.taker && job.index > part.first && job.index % request.chunkFrames == 0) {
+            tellDamage();
+            if (!packets.taker->wants(job.index)) return false;
+        }
         return !isCancelled() && film.read(job);
     };
     const auto work = [&](Job& job) { workers.with([&](Worker& worker) { worker.run(job); }); };
@@ -127,6 +132,7 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
     else
         runPipeline(request.threads, {.read = read, .work = work, .write = write});
     if (isCancelled()) return Ended::Cancelled;
+    if (packets.taker) tellDamage();
     if (count == 0 && request.part && !packets.taker)
         throw Error(fmt::format("{} has no frame {}", film.name(), part.first));
     if (assembly) container->endPictures();

@@ -127,6 +127,8 @@ class ChunkTaker : public PictureTaker {
     /// Whether the chunk that begins at a frame, the one behind all that were wanted, is to be made as well. Asked on a
     /// thread of its own while those before it are still encoded.
     virtual bool wants(std::int64_t frame) = 0;
+    /// A clip is damaged, at a frame that was read for what was wanted so far.
+    virtual void damaged() = 0;
 };
 
 /// What takes the place of pictures on one side of a run. The output is encoded.

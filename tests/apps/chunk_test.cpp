@@ -209,7 +209,7 @@ TEST_P(SourceTest, AChunkDoesNotTellWhatItsWorkerMadeBefore) {
     }
     EXPECT_EQ(shell("diff -r job/chunks moved/chunks").out, "");
     run("merge moved -o merged.mp4");
-    run("render -o one.mp4 --chunk-frames 7 " + work);
+    run("render -o one.mp4 --chunk-frames 7 --threads 4 " + work);
     EXPECT_EQ(shell("cmp one.mp4 merged.mp4").status, 0);
 }
 
@@ -222,6 +222,23 @@ INSTANTIATE_TEST_SUITE_P(
                "-vf \"select='lt(n,30)+not(mod(n,9))'\" -vsync vfr -video_track_timescale 10000 -c:v libx264 -g 20 "
                "uneven.mp4",
                "uneven.mp4 --codec mpeg4 --effect Timecode", 38},
+        // Packets that bring no picture, and such as do not tell when theirs is shown.
+        Source{"HiddenPictures", "-c:v libvpx -auto-alt-ref 1 -lag-in-frames 16 -frames:v 40 hidden.webm",
+               "hidden.webm --effect Timecode", 40},
+        Source{"NoTimes", "-c:v mpeg4 -bf 2 -frames:v 40 untimed.avi", "untimed.avi --effect Timecode", 40},
+        Source{"Recording", "-c:v mpeg2video -bf 2 -frames:v 40 recording.ts", "recording.ts --effect Timecode", 40},
+        Source{"LongerThanTold",
+               "-c:v libx264 -frames:v 40 longer.mkv && perl -0pi -e "
+               "'s/\\x44\\x89\\x88\\K.{8}/pack(\"d>\", 440)/se' longer.mkv",
+               "longer.mkv --effect Timecode", 40},
+        Source{"ShorterThanTold",
+               "-vf \"select='lt(n,12)+not(mod(n,9))',trim=end_frame=15\" -vsync vfr -c:v libx264 shorter.mkv",
+               "shorter.mkv --effect Timecode", 15},
+        // Sound that a decoder reads long before its pictures.
+        Source{"Slow",
+               "-f lavfi -i testsrc2=size=96x64:rate=1:duration=35 -f lavfi -i sine=440:duration=35 -map 1 -map 2 "
+               "-c:v libx264 -bf 3 -c:a aac slow.mkv",
+               "slow.mkv --effect Timecode", 35},
         Source{"CutOver", "",
                "a.mp4 --start 0.2 --end 1.1 --over b.mp4 --over-effect Text --set text=Hi --key tracking=0s:0,0.5s:1",
                23},
@@ -310,6 +327,21 @@ TEST_F(JobTest, ADamagedPictureFailsItsOwnChunk) {
     EXPECT_EQ(work.status, 1);
     EXPECT_THAT(work.err, HasSubstr("chunk 1: cannot decode"));
     EXPECT_EQ(shell("ls job/chunks job/failed").out, "job/chunks:\n000000\n000002\n\njob/failed:\n000001\n");
+}
+
+TEST_F(JobTest, DamageIsToldAsByOneRun) {
+    ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=25:duration=2 -c:v libx264 -g 10 whole.mkv");
+    std::string bytes = content("whole.mkv");
+    for (std::size_t i = bytes.size() / 2; i < bytes.size() / 2 + 300; ++i) bytes[i] ^= 0x55;
+    write("torn.mkv", bytes);
+    run("split torn.mkv -o job --chunk-frames 7 --effect Invert");
+    larkmoor("work job");
+    const Outcome merged = larkmoor("merge job -o merged.mp4");
+    const Outcome one = larkmoor("render torn.mkv -o one.mp4 --chunk-frames 7 --effect Invert");
+    EXPECT_THAT(one.err, HasSubstr("torn.mkv is damaged"));
+    EXPECT_EQ(merged.err.substr(merged.err.find("torn.mkv")), one.err.substr(one.err.find("torn.mkv")));
+    EXPECT_EQ(merged.status, one.status);
+    EXPECT_EQ(shell("cmp one.mp4 merged.mp4").status, 0);
 }
 
 TEST_F(JobTest, MergeRefusesWhatDoesNotBelong) {

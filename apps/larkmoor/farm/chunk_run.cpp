@@ -58,7 +58,7 @@ void ChunkRun::endChunk(std::int64_t frames) {
 
 /// The file appears, and the chunk is nobody's any more.
 void ChunkRun::close() {
-    packets().finish();
+    packets().finish(m_damaged);
     m_file->output.commit();
     m_file.reset();
     forgetFailure(m_job, chunk());

@@ -1,6 +1,7 @@
 // One worker's way through chunks that follow one another.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -36,6 +37,7 @@ class ChunkRun final : ChunkTaker {
     };
 
     bool wants(std::int64_t frame) override;
+    void damaged() override { m_damaged = true; }
     void take(PacketPtr packet) override;
     void endChunk(std::int64_t frames) override;
     std::int64_t chunk() const;
@@ -48,6 +50,7 @@ class ChunkRun final : ChunkTaker {
     std::int64_t m_done = 0;
     mutable std::mutex m_lock; ///< of the claims, which come on one thread and go on another
     std::deque<std::unique_ptr<Claim>> m_claims;
+    std::atomic<bool> m_damaged = false;
     std::optional<File> m_file; ///< of the first claim's chunk, once there is something to write
 };
 

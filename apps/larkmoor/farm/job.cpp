@@ -322,10 +322,12 @@ namespace {
 /// The chunks' packets, one file after the other.
 class JobPictures final : public PictureSource {
   public:
-    explicit JobPictures(const ChunkJob& job) : m_job(job) {}
+    /// @param whole clips may have been damaged.
+    JobPictures(const ChunkJob& job, bool whole) : m_job(job), m_whole(whole) {}
 
     PacketPtr next() override {
         while (!m_reader || m_reader->ended()) {
+            if (m_reader && m_reader->damaged() && !m_whole) throw Misfit("a clip is damaged");
             if (m_number == m_job.count()) return {};
             m_reader.emplace(m_job.chunkFile(m_number).string());
             if (m_reader->head() != m_job.chunkHead(m_number))
@@ -340,6 +342,7 @@ class JobPictures final : public PictureSource {
 
   private:
     const ChunkJob& m_job;
+    bool m_whole;
     std::optional<PacketReader> m_reader;
     std::int64_t m_number = 0; ///< of the chunk that is opened next
 };
@@ -368,9 +371,22 @@ Ended mergeJob(const Module& module, const ChunkJob& job, OutputRequest output, 
     output.encode = wanted.encode;
     output.reading = wanted.reading;
     output.chunkFrames = wanted.chunkFrames;
-    const auto film = filmOf(job.request, output);
-    JobPictures pictures(job);
-    return render(module, *film, recipeOf(job.request.project), output, watch, {.made = &pictures, .taker = nullptr});
+    const auto join = [&](bool decode) {
+        output.reading.timesOnly = !decode;
+        const auto film = filmOf(job.request, output);
+        JobPictures pictures(job, decode);
+        return render(module, *film, recipeOf(job.request.project), output, watch,
+                      {.made = &pictures, .taker = nullptr});
+    };
+    // What packets tell of the frames' times is right but for damaged clips and some codecs, and then the work begins
+    // anew. What goes into a pipe cannot.
+    const bool file = !fs::exists(output.path) || fs::is_regular_file(output.path);
+    try {
+        return join(!file);
+    } catch (const Misfit&) {
+        if (!file) throw;
+    }
+    return join(true);
 }
 
 } // namespace larkmoor

@@ -71,7 +71,8 @@ void PacketWriter::endChunk(std::int64_t frames) {
     put(bytes);
 }
 
-void PacketWriter::finish() {
+void PacketWriter::finish(bool damaged) {
+    if (damaged) put("D");
     std::string bytes(1, 'Z');
     append(bytes, m_sum);
     put(bytes);
@@ -112,8 +113,12 @@ T PacketReader::number() {
 }
 
 void PacketReader::advance() {
-    const std::uint32_t sum = m_sum;
-    m_kind = take(1)[0];
+    std::uint32_t sum = 0;
+    do {
+        sum = m_sum;
+        m_kind = take(1)[0];
+        m_damaged = m_damaged || m_kind == 'D';
+    } while (m_kind == 'D');
     if (m_kind == 'Z' && (number<std::uint32_t>() != sum || m_left != 0)) fail();
     if (m_kind != 'P' && m_kind != 'E' && m_kind != 'Z') fail();
 }

@@ -19,7 +19,8 @@ class PacketWriter final : public PictureTaker {
     void take(PacketPtr packet) override;
     void endChunk(std::int64_t frames) override;
     /// Call last.
-    void finish();
+    /// @param damaged a clip was damaged, at one of the frames or before.
+    void finish(bool damaged);
 
   private:
     void put(const std::string& bytes);
@@ -37,6 +38,8 @@ class PacketReader {
     const std::string& head() const { return m_head; }
     /// Whether all was read, and its sum is right.
     bool ended() const { return m_kind == 'Z'; }
+    /// As `finish` was told; known once all was read.
+    bool damaged() const { return m_damaged; }
     /// The next packet of the chunk; empty at its end. Throws Error for a damaged file.
     PacketPtr next();
     /// Goes past the end of a chunk, once `next` has got there. @return its frames.
@@ -55,6 +58,7 @@ class PacketReader {
     std::uint32_t m_sum = 0;
     std::string m_head;
     char m_kind = 0; ///< of the record that is read next
+    bool m_damaged = false;
 };
 
 } // namespace larkmoor

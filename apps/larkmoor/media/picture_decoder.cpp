@@ -17,6 +17,9 @@ constexpr std::int64_t longestDelay = 256;
 /// A torn place is filled up to so many seconds.
 constexpr int longestGap = 10;
 
+/// No codec has more pictures that refer to later ones.
+constexpr std::size_t mostReordered = 16;
+
 /// Packets behind a torn place that still may be the first after what is missing.
 constexpr std::int64_t tornReach = 3;
 
@@ -59,6 +62,11 @@ void PictureDecoder::send(const AVPacket* packet) {
         if (!(packet->flags & AV_PKT_FLAG_DISCARD)) m_sent.emplace(m_number, sent);
         m_decoder->reordered_opaque = m_number++;
     }
+    if (m_stopped) {
+        m_drained = !packet;
+        if (packet) m_lastDts = packet->dts;
+        return;
+    }
     const int status = avcodec_send_packet(m_decoder.get(), packet);
     if (status < 0 && status != AVERROR_EOF) fail(status);
 }
@@ -87,8 +95,22 @@ void PictureDecoder::fail(int code) {
         guess->second.bad = true;
 }
 
+/// Puts the picture in the place of packets, in the order of their times.
+void PictureDecoder::releaseStopped() {
+    while (!m_sent.empty()) {
+        const auto first = std::ranges::min_element(m_sent, {}, [](const auto& entry) { return entry.second.stamp; });
+        const auto [number, sent] = *first;
+        // Pictures are decoded no later than they are shown.
+        if (!m_drained && sent.stamp > m_lastDts && m_sent.size() <= mostReordered) return;
+        m_sent.erase(first);
+        repeat(sent, false, number);
+    }
+    m_ended = m_drained;
+}
+
 Picture PictureDecoder::take() {
-    while (m_ready.empty() && !m_ended) {
+    if (m_stopped) releaseStopped();
+    while (!m_stopped && m_ready.empty() && !m_ended) {
         FramePtr frame = newFrame();
         const int status = avcodec_receive_frame(m_decoder.get(), frame.get());
         if (status == AVERROR(EAGAIN)) return {};
@@ -140,7 +162,7 @@ void PictureDecoder::accept(FramePtr frame) {
     // Bare frames cannot break, and nobody else may hold one that is worked on in its own memory.
     if (m_decoder->codec_id != AV_CODEC_ID_RAWVIDEO && (!broken || !m_last)) m_last = shareFrame(*frame);
     ++m_decoded;
-    m_ready.push_back({std::move(frame), broken});
+    m_ready.push_back({std::move(frame), broken, packet});
 }
 
 /// Puts pictures in the place of those that should have come before a time stamp, and did not.
@@ -156,7 +178,7 @@ void PictureDecoder::settle(std::int64_t packet, std::int64_t stamp) {
                                                                                                  : std::next(it);
     }
     std::ranges::stable_sort(lost, {}, &Sent::stamp);
-    for (const Sent& one : lost) repeat(one.stamp, one.duration);
+    for (const Sent& one : lost) repeat(one, true);
 }
 
 void PictureDecoder::fillGap(std::int64_t stamp) {
@@ -164,22 +186,22 @@ void PictureDecoder::fillGap(std::int64_t stamp) {
     const std::int64_t step = std::max<std::int64_t>(1, m_lastDuration);
     const AVRational unit = m_stream.time_base;
     if (av_compare_ts(stamp - m_lastStamp, unit, longestGap, {1, 1}) > 0) return;
-    while (m_lastStamp + step + step / 2 < stamp) repeat(m_lastStamp + step, step);
+    while (m_lastStamp + step + step / 2 < stamp) repeat({m_lastStamp + step, step}, true);
 }
 
-void PictureDecoder::repeat(std::int64_t stamp, std::int64_t duration) {
+void PictureDecoder::repeat(const Sent& in, bool broken, std::int64_t packet) {
     if (!m_last) {
         ++m_lostBefore;
         return;
     }
-    if (stamp == AV_NOPTS_VALUE) stamp = m_lastStamp + m_lastDuration;
+    const std::int64_t stamp = in.stamp == AV_NOPTS_VALUE ? m_lastStamp + m_lastDuration : in.stamp;
     if (stamp <= m_lastStamp) return;
     FramePtr frame = shareFrame(*m_last);
     frame->pts = stamp;
-    frame->pkt_duration = duration > 0 ? duration : usualDuration();
+    frame->pkt_duration = in.duration > 0 ? in.duration : usualDuration();
     m_lastStamp = stamp;
     m_lastDuration = frame->pkt_duration;
-    m_ready.push_back({std::move(frame), true});
+    m_ready.push_back({std::move(frame), broken, packet});
 }
 
 } // namespace larkmoor

@@ -12,7 +12,8 @@ namespace larkmoor {
 
 struct Picture {
     FramePtr frame;
-    bool broken = false; ///< damaged, or the one before once more, in the place of one that cannot be decoded
+    bool broken = false;      ///< damaged, or the one before once more, in the place of one that cannot be decoded
+    std::int64_t packet = -1; ///< number of the one that brought it, as `sent` counts; -1 where there is none
 };
 
 class PictureDecoder {
@@ -32,9 +33,12 @@ class PictureDecoder {
     void restart();
     /// Some pictures may be missing about the next packet.
     void tear() { m_torn = m_number; }
+    /// From here on nothing is decoded: a picture that came before stands for all that follow.
+    void stop() { m_stopped = m_last != nullptr; }
     /// Does not repeat what cannot be decoded at the very end, where the file is cut.
     void endEarly() { m_endsEarly = true; }
 
+    std::int64_t sent() const { return m_number; }
     std::int64_t decoded() const { return m_decoded; }
     /// Pictures before the first one that could not be decoded, though they should.
     std::int64_t lostBefore() const { return m_lostBefore; }
@@ -50,7 +54,8 @@ class PictureDecoder {
     void fail(int code);
     void settle(std::int64_t packet, std::int64_t stamp);
     void fillGap(std::int64_t stamp);
-    void repeat(std::int64_t stamp, std::int64_t duration);
+    void repeat(const Sent& in, bool broken, std::int64_t packet = -1);
+    void releaseStopped();
     std::int64_t usualDuration() const;
     std::int64_t frameStamp(const AVFrame& frame) const;
 
@@ -65,8 +70,9 @@ class PictureDecoder {
     std::int64_t m_torn = -1;  ///< of a packet that pictures may be missing about
     std::int64_t m_decoded = 0, m_lostBefore = 0;
     std::int64_t m_lastStamp = AV_NOPTS_VALUE, m_lastDuration = 0;
+    std::int64_t m_lastDts = AV_NOPTS_VALUE; ///< of packets that were not decoded
     int m_firstError = 0;
-    bool m_ended = false, m_endsEarly = false;
+    bool m_ended = false, m_endsEarly = false, m_stopped = false, m_drained = false;
 };
 
 } // namespace larkmoor

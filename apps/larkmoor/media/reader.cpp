@@ -72,6 +72,7 @@ Reader::Reader(const std::string& path, const ReadOptions& options)
     else if (isCut())
         m_origin = av_rescale_q(m_first.frame->pts, m_stream->time_base, microseconds);
     readFacts();
+    if (options.policy.timesOnly) m_decoder.stop();
 }
 
 /// Decodes up to the first frame of the range.
@@ -344,8 +345,8 @@ ReadFrame Reader::next() {
     if (m_finished) return result;
     if (!m_selecting) {
         m_selecting = true;
-        std::erase_if(m_held,
-                      [&](const PacketPtr& p) { return !m_selected[static_cast<std::size_t>(p->stream_index)]; });
+        std::erase_if(
+            m_held, [&](const Held& held) { return !m_selected[static_cast<std::size_t>(held.packet->stream_index)]; });
         for (std::size_t i = 0; i < m_selected.size(); ++i)
             if (!m_selected[i] && static_cast<int>(i) != m_stream->index) m_format->streams[i]->discard = AVDISCARD_ALL;
         // Recordings may begin in the middle of a group of pictures.
@@ -357,6 +358,7 @@ ReadFrame Reader::next() {
         if (picture.frame) {
             const double seconds = secondsOf(picture.frame->pts);
             if (picture.broken) note(1, seconds, seconds);
+            m_lastPacket = std::max(m_lastPacket, picture.packet);
             result.frame = m_done == 0 ? std::move(picture.frame) : m_upright.run(std::move(picture.frame));
         } else {
             noteEnd();
@@ -372,8 +374,9 @@ ReadFrame Reader::next() {
     f.pts -= av_rescale_q(m_origin, microseconds, m_stream->time_base);
     m_endStamp = f.pts + f.pkt_duration;
     ++m_done;
+    // How far ahead a decoder reads depends on its threads.
     const bool bounded = m_options.frames >= 0;
-    result.side = release(bounded ? f.pts : std::numeric_limits<std::int64_t>::max());
+    result.side = release(bounded ? f.pts : std::numeric_limits<std::int64_t>::max(), m_lastPacket);
     return result;
 }
 
@@ -387,7 +390,7 @@ void Reader::take(PacketPtr packet) {
     // A stream that turned up after the header has nowhere to go.
     if (stream >= m_selected.size() || (m_selecting && !m_selected[stream])) return;
     if (isCut() && !m_selecting && m_held.size() > 100000) m_held.pop_front();
-    m_held.push_back(std::move(packet));
+    m_held.push_back({std::move(packet), m_decoder.sent()});
 }
 
 /// Moves a packet onto the range's clock; an empty one when it lies before the range.
@@ -410,18 +413,20 @@ PacketPtr Reader::place(PacketPtr packet) const {
     return packet;
 }
 
-/// Takes packets from the queue up to a time in the video's unit.
-std::vector<PacketPtr> Reader::release(std::int64_t until) {
+/// Takes packets from the queue up to a time in the video's unit, of those that stand before a packet of pictures.
+std::vector<PacketPtr> Reader::release(std::int64_t until, std::int64_t last) {
     std::vector<PacketPtr> out;
-    std::deque<PacketPtr> later;
+    std::deque<Held> later;
     const std::int64_t shift = av_rescale_q(m_origin, microseconds, m_stream->time_base);
-    for (PacketPtr& packet : m_held) {
+    for (Held& held : m_held) {
+        PacketPtr& packet = held.packet;
         const std::int64_t stamp = stampOf(*packet);
         const AVRational unit = m_format->streams[packet->stream_index]->time_base;
-        const bool wait = until != std::numeric_limits<std::int64_t>::max() && stamp != AV_NOPTS_VALUE &&
-                          av_compare_ts(stamp, unit, until + shift, m_stream->time_base) >= 0;
+        const bool wait =
+            held.after > last || (until != std::numeric_limits<std::int64_t>::max() && stamp != AV_NOPTS_VALUE &&
+                                  av_compare_ts(stamp, unit, until + shift, m_stream->time_base) >= 0);
         if (wait)
-            later.push_back(std::move(packet));
+            later.push_back(std::move(held));
         else if (PacketPtr placed = place(std::move(packet)))
             out.push_back(std::move(placed));
     }
@@ -458,7 +463,8 @@ std::vector<PacketPtr> Reader::rest() {
         // What the range lacks may be behind the end of the file.
         if (bounded) noteEnd();
     }
-    return release(bounded ? m_endStamp : std::numeric_limits<std::int64_t>::max());
+    constexpr auto all = std::numeric_limits<std::int64_t>::max();
+    return release(bounded ? m_endStamp : all, all);
 }
 
 } // namespace larkmoor

@@ -29,6 +29,9 @@ struct FramePlace {
 struct ReadPolicy {
     bool strict = false; ///< damage is an error
     bool turn = true;    ///< pictures that are stored turned or mirrored come upright
+    /// The first picture is decoded, and stands for all that follow, at the times that their packets tell. That is
+    /// right for most clips that are not damaged.
+    bool timesOnly = false;
 };
 
 struct ReadOptions {
@@ -143,6 +146,11 @@ class Reader {
     std::optional<std::int64_t> rangeEnd() const;
 
   private:
+    /// A packet that goes beside the pictures.
+    struct Held {
+        PacketPtr packet;
+        std::int64_t after; ///< so many packets of pictures in the file
+    };
     bool isCut() const { return m_options.start > 0 || m_options.skip > 0 || m_options.from; }
     void begin();
     void startAtFirst();
@@ -157,7 +165,7 @@ class Reader {
     double secondsOf(std::int64_t stamp) const;
     void take(PacketPtr packet);
     PacketPtr place(PacketPtr packet) const;
-    std::vector<PacketPtr> release(std::int64_t until);
+    std::vector<PacketPtr> release(std::int64_t until, std::int64_t last);
 
     std::string m_path;
     ReadOptions m_options;
@@ -170,14 +178,15 @@ class Reader {
     Damage m_damage;
     Picture m_first;
     std::deque<PacketPtr> m_ahead; ///< packets of pictures that are read, but not decoded
-    std::deque<PacketPtr> m_held;
+    std::deque<Held> m_held;
     std::vector<bool> m_selected;
     std::vector<bool> m_pastEnd;
     std::optional<int> m_number;
-    std::int64_t m_origin = 0;    ///< 1/1000000 s: what becomes time 0
-    std::int64_t m_clipStart = 0; ///< 1/1000000 s
-    std::int64_t m_endStamp = 0;  ///< end of the last frame handed out, in the video's unit from the origin
-    std::int64_t m_done = 0;      ///< frames handed out
+    std::int64_t m_origin = 0;     ///< 1/1000000 s: what becomes time 0
+    std::int64_t m_clipStart = 0;  ///< 1/1000000 s
+    std::int64_t m_endStamp = 0;   ///< end of the last frame handed out, in the video's unit from the origin
+    std::int64_t m_done = 0;       ///< frames handed out
+    std::int64_t m_lastPacket = 0; ///< number of the last packet of pictures that were handed out
     bool m_selecting = false, m_endOfFile = false, m_finished = false;
     bool m_waitsForKey = false; ///< after a seek what comes before a key frame cannot be decoded
 };
