@@ -228,7 +228,7 @@ INSTANTIATE_TEST_SUITE_P(
         Source{"NoTimes", "-c:v mpeg4 -bf 2 -frames:v 40 untimed.avi", "untimed.avi --effect Timecode", 40},
         Source{"Recording", "-c:v mpeg2video -bf 2 -frames:v 40 recording.ts", "recording.ts --effect Timecode", 40},
         Source{"LongerThanTold",
-               "-c:v libx264 -frames:v 40 longer.mkv && perl -0pi -e "
+               "-c:v libx264 -frames:v 40 longer.mkv && perl -0777 -pi -e "
                "'s/\\x44\\x89\\x88\\K.{8}/pack(\"d>\", 440)/se' longer.mkv",
                "longer.mkv --effect Timecode", 40},
         Source{"ShorterThanTold",
