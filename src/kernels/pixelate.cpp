@@ -210,8 +210,8 @@ constexpr auto kFilled = [] {
     return table;
 }();
 
-/// A row of cells from one pixel each. Cells are written too wide, and mended by the next one, so that their width does
-/// not vary.
+/// A row of cells from one pixel each. Cells but the last, which may be wider, are written too wide, and mended by the
+/// next one, so that their width does not vary.
 void SpreadPlain8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
     for (LONG i = 0; i < columns.count; ++i)
         for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x) out[x] = cells[i];
@@ -223,7 +223,7 @@ KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlo
     const auto spread = [&](auto group) KWINLINE {
         constexpr std::ptrdiff_t kGroup = group;
         const std::ptrdiff_t written = (pixels / kGroup + 1) * kGroup;
-        for (; i < count; ++i) {
+        for (; i + 1 < count; ++i) {
             const auto begin = static_cast<std::ptrdiff_t>(i * step >> 14);
             if (size - begin < written) break;
             tAnyWord* const to = out + begin;

@@ -2,6 +2,7 @@
 
 #include <numeric>
 
+#include "base/level.h"
 #include "kernels/picture.h"
 
 namespace {
@@ -34,6 +35,26 @@ TEST(Shrink, MeansOfEverySumAreExact) {
         ASSERT_EQ(S_OK, KwDibAverageShrink(d.View(), s.View(), 4));
         ASSERT_TRUE(d == expected) << n << ": " << d.FirstDifference(expected);
     }
+}
+
+TEST(Pixelate, CellsOfWideRowsReachTheirEnd) {
+    // Where each cell begins is rounded down, and with so many of them the last one may be two pixels wider.
+    const eKwLevel before = KwLevel();
+    for (LONG width = 1900; width <= 1925; ++width) {
+        CTestPicture s(width, 3, 4), plain(width, 3, 4);
+        for (LONG i = 0; i < width * 3; ++i) s.Pixel8(i % width, i / width) = {static_cast<std::uint8_t>(i), 7, 9, 255};
+        for (const double kept : {0.0, 0.05, 0.25, 0.5, 0.66, 0.88, 0.99}) {
+            KwLimitLevel(eKwLevel::Plain);
+            ASSERT_EQ(S_OK, KwDibPixelate(plain.View(), s.View(), 4, kept, 1.0));
+            for (const eKwLevel level : KwLevels()) {
+                KwLimitLevel(level);
+                CTestPicture d(width, 3, 4);
+                ASSERT_EQ(S_OK, KwDibPixelate(d.View(), s.View(), 4, kept, 1.0));
+                ASSERT_TRUE(d == plain) << width << " " << kept << ": " << d.FirstDifference(plain);
+            }
+        }
+    }
+    KwLimitLevel(before);
 }
 
 } // namespace
