@@ -37,6 +37,8 @@ Json parseJson(const std::string& text) {
     } catch (const Json::parse_error& error) {
         const std::string_view before = std::string_view(text).substr(0, error.byte);
         throw Error(fmt::format("line {}: this is no JSON", 1 + std::ranges::count(before, '\n')));
+    } catch (const Json::out_of_range&) { // the one that reading knows
+        throw Error("a number is too large to be one of such a file: it goes beyond 1.8e308");
     }
 }
 

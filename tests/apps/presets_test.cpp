@@ -74,6 +74,7 @@ TEST_F(PresetsTest, MistakesGetASentence) {
     write(folder + "DXTLevels/foreign.json", R"({"larkmoor preset": 1, "effect": "DXTSepia", "fields": {}})");
     write(folder + "DXTLevels/far.json", R"({"larkmoor preset": 1, "effect": "Levels", "fields": {"gamma": "99"}})");
     write(folder + "DXTLevels/broken.json", "{\n what");
+    write(folder + "DXTLevels/huge.json", R"({"larkmoor preset": 1, "fields": {"gamma": 1e999}})");
     write("far.larkmoor",
           R"({"larkmoor project": 1, "source": {"kind": "clip", "path": "in.png"}, "effects": [{"effect": "Levels",
           "fields": {"gamma": "99"}}]})");
@@ -92,6 +93,7 @@ TEST_F(PresetsTest, MistakesGetASentence) {
                    {"--effect Levels --preset foreign", 2, "this is a preset of Sepia, not of Levels"},
                    {"--effect Levels --preset far", 2, "fields.gamma: the field \"gamma\" takes"},
                    {"--effect Levels --preset broken", 2, "line 2: this is no JSON"},
+                   {"--effect Levels --preset huge", 2, "a number is too large"},
                    {"--effect Sepia --preset Foreign", 2, "it is one of Levels"},
                    {"--effect Levels --preset Brocken", 2, "did you mean \"broken\"?"},
                    {"--effect Levels --save-preset ../up", 1, "cannot be the name"},
