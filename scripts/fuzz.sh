@@ -58,8 +58,8 @@ if is_wanted texts || is_wanted jobs; then
     cp "$findings/texts.dict" "$findings/jobs.dict"
 fi
 
-seconds=$((minutes * 60 / ${#targets[@]})) at_once=1
-[[ ! $check ]] || seconds=$check_seconds at_once=$(nproc)
+seconds=$((minutes * 60 / ${#targets[@]})) at_once=1 seed=0 # another each time
+[[ ! $check ]] || seconds=$check_seconds at_once=$(nproc) seed=1
 printf '%-12s %12s %10s %8s %8s  %s\n' target executions a-second edges files found
 # Fuzzes one target and tells of it; fails if that found something.
 fuzz() {
@@ -72,7 +72,7 @@ fuzz() {
         picture_seeds "$work/$target"
     fi
     # Without a schedule of its own for rare features, which takes a third of the time of quick targets.
-    nice -n 10 "$program" -entropic=0 -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$length \
+    nice -n 10 "$program" -entropic=0 -seed=$seed -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=$length \
         -print_final_stats=1 -artifact_prefix="$findings/$target-" "${more[@]}" "$work/$target" "$own" >"$log" 2>&1 ||
         status=$?
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
