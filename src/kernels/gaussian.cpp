@@ -115,6 +115,7 @@ struct tEight {
     using tLongPair [[gnu::vector_size(128)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(64)]] = float;
     using tWholePair [[gnu::vector_size(64)]] = std::int32_t;
+    using tBytePair [[gnu::vector_size(16)]] = std::uint8_t;
 };
 
 template <class Vector>
@@ -242,10 +243,14 @@ KWINLINE inline void FilterLines(const tPass& pass, Emit emit) {
     using tAll = std::array<tReals, kVectors>;
     const tTaps causal = TapsOf<true>(pass.c), anticausal = TapsOf<false>(pass.c);
     const std::ptrdiff_t last = pass.count - 1;
+    constexpr std::ptrdiff_t kAhead = 16; // positions that come from memory meanwhile
     for (std::ptrdiff_t lane = 0; lane < kLanes; lane += Vector::kWidth * kVectors) {
         double* const first = pass.first + lane;
         Walk<true, Vector, kVectors>(pass.x + lane, kLanes, pass.count, causal,
                                      [=](std::ptrdiff_t i, const tAll& y) KWINLINE {
+                                         const float* const soon = pass.x + std::min(i + kAhead, last) * kLanes + lane;
+                                         __builtin_prefetch(soon);
+                                         __builtin_prefetch(soon + 16);
                                          KWUNROLL
                                          for (int j = 0; j < kVectors; ++j)
                                              Store(first + i * kLanes + j * Vector::kWidth, y[j]);
@@ -295,6 +300,11 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
     FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
         const std::ptrdiff_t column = position * Channels;
         float* to = out + column / kLanes * blockSize + column % kLanes + lane / Channels * kLanes;
+        // The block that comes next, row by row while this one is filled.
+        const float* const next =
+            out + std::max<std::ptrdiff_t>(column / kLanes - 1, 0) * blockSize + column % kLanes / Channels * kLanes;
+        __builtin_prefetch(next, 1);
+        __builtin_prefetch(next + 16, 1);
         KWUNROLL
         for (int j = 0; j < kVectors; ++j) {
             const auto floats = __builtin_convertvector(sum(j), typename Vector::tFloats);
@@ -323,25 +333,34 @@ KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, st
                                    std::ptrdiff_t lanes, [[maybe_unused]] LONG shift) {
     constexpr std::ptrdiff_t kCount = Vector::kWidth * kVectors;
     FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
-        std::int32_t words[kCount];
-        KWUNROLL
-        for (int j = 0; j < kVectors; j += 2) {
-            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
-            const auto low =
-                __builtin_convertvector(Load<typename Vector::tLongPair>(sums), typename Vector::tWholePair);
-            Store(words + j * Vector::kWidth, low);
-        }
-        std::uint8_t levels[kCount];
-        for (std::ptrdiff_t l = 0; l < kCount; ++l) levels[l] = Limited(words[l]);
         std::byte* const to = destination + position * stride + lane * Step;
         constexpr std::ptrdiff_t kSoon = 12; // rows that come from memory meanwhile
         for (std::ptrdiff_t line = 0; line < kCount * Step; line += 64)
             __builtin_prefetch(to - std::min(position, kSoon) * stride + line, 1);
+        alignas(64) std::int32_t words[kCount];
+        std::uint8_t levels[kCount];
+        KWUNROLL
+        for (int j = 0; j < kVectors; j += 2) {
+            using tWholePair = typename Vector::tWholePair;
+            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
+            auto low = __builtin_convertvector(Load<typename Vector::tLongPair>(sums), tWholePair);
+            if constexpr (Vector::kWidth < 8) {
+                Store(words + j * Vector::kWidth, low);
+            } else { // bytes at once, which compilers do well to whole registers of AVX-512 alone
+                low ^= INT32_MIN;
+                low = low < 0 ? tWholePair{} : low > 255 ? tWholePair{} + 255 : low;
+                Store(Step == 1 && lanes == kLanes ? reinterpret_cast<std::uint8_t*>(to) + j * Vector::kWidth
+                                                   : levels + j * Vector::kWidth,
+                      __builtin_convertvector(low, tEight::tBytePair));
+            }
+        }
+        if constexpr (Vector::kWidth < 8)
+            for (std::ptrdiff_t l = 0; l < kCount; ++l) levels[l] = Limited(words[l]);
         if (lanes < kLanes) {
             for (std::ptrdiff_t l = 0; l < std::min(kCount, lanes - lane); ++l)
                 to[l * Step] = static_cast<std::byte>(levels[l]);
         } else if constexpr (Step == 1) {
-            std::memcpy(to, levels, kCount);
+            if constexpr (Vector::kWidth < 8) std::memcpy(to, levels, kCount);
         } else {
             tAnyWord* const pixels = reinterpret_cast<tAnyWord*>(to - shift / 8);
             KWNODEPENDENCE
