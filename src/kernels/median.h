@@ -9,8 +9,9 @@
 /// 14-bit integers. What lies outside the common rectangle of the views does not count; an area without cells gives 0.
 ///
 /// Only the 4-byte form is filtered: any other pixel size leaves the destination as it was. The views must not overlap.
-/// Time per pixel is independent of the radius for a rectangle and grows with the rim of an ellipse. Memory for a
-/// rectangle: 544 bytes for each of some 640 columns and as many more as the area reaches, twice or four times that for
-/// areas of more than 65535 and 131000 cells.
+/// Time per pixel is independent of the radius for a rectangle and grows with the rim of an ellipse. Memory for an
+/// ellipse: a byte for each pixel of 64 columns and as many more as the area reaches to both sides. For a rectangle:
+/// 544 bytes for each of some 640 columns and as many more as the area reaches, twice or four times that for areas of
+/// more than 65535 and 131000 cells.
 HRESULT KwDibPercentileFilter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX,
                               float radiusY, double pixelAspect, bool circular, float offset);

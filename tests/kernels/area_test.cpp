@@ -50,7 +50,7 @@ TEST(AreaFilters, WeighWholeEdgesLikeTheDirectCount) {
         }
     for (const float r : {1.001f, 2.2f, 4.5f, 5.04f, 9.2f, 7.00390625f, 12.6f})
         for (const bool circular : {false, true})
-            for (const tAreaFilter& filter : {kMin, kMax}) {
+            for (const tAreaFilter& filter : {kMin, kMax, Percentile(0.5f), Percentile(0.93f)}) {
                 ExpectPlainBytes(filter, ramp, r, r, circular);
                 ExpectPlainBytes(filter, steps, r, r * 0.75f, circular);
             }
@@ -78,13 +78,20 @@ TEST(MinMax, GrowsASpeckIntoTheArea) {
         }
 }
 
-// Wide rows go in strips, high areas need wider counts, and large ones wider totals.
+// Wide rows go in strips, high areas need wider counts, and large ones wider totals. Counts of an ellipse go by groups
+// of its rows, and by groups of the cells on its rim.
 TEST(Median, IsTheSameInEveryForm) {
     CTestPicture wide(1500, 3, 4), high(3, 700, 4), column(1, 70000, 4), byte(3, 256, 4);
     ExpectPlainBytes(Percentile(0.5f), wide.Fill(1), 3.7f, 1.2f, false);
     ExpectPlainBytes(Percentile(0.5f), wide, 700.3f, 0.2f, false);
     ExpectPlainBytes(Percentile(0.3f), high.Fill(2), 1.1f, 150.4f, false);
     ExpectPlainBytes(Percentile(0.3f), high, 0.1f, 127.5f, true);
+    CTestPicture tall(70, 150, 4);
+    for (LONG y = 0; y < 150; ++y)
+        for (LONG x = 0; x < 70; ++x)
+            tall.Pixel8(x, y) = {static_cast<std::uint8_t>(x + y), static_cast<std::uint8_t>(y / 60 * 90),
+                                 static_cast<std::uint8_t>(x * y), static_cast<std::uint8_t>(x / 30 * 100 + y % 3)};
+    for (const float offset : {0.0f, 0.4f, 1.0f}) ExpectPlainBytes(Percentile(offset), tall, 3.3f, 140.2f, true);
     for (LONG y = 0; y < 256; ++y) std::memset(byte.At(0, y), 40, 12);
     ExpectPlainBytes(Percentile(0.3f), byte, 0.1f, 150.4f, false); // 256 equal samples in a column
 
