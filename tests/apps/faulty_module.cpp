@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string_view>
 
 #include <dlfcn.h>
@@ -11,6 +12,7 @@
 
 #include "platform/com_ptr.h"
 #include "platform/effect.h"
+#include "platform/page.h"
 
 namespace {
 
@@ -45,6 +47,9 @@ HRESULT (*g_execute)(void*, const GUID*, const DXBNDS*, const DXVEC*);
 HRESULT (*g_putAll)(void*, void*, LONG);
 HRESULT (*g_apply)(void*, LONG);
 HRESULT (*g_save)(void*, IStream*, BOOL);
+HRESULT (*g_getPages)(void*, CAUUID*);
+HRESULT (*g_setObjects)(void*, ULONG, IUnknown**);
+HRESULT (*g_create)(void*, IUnknown*, const IID*, void**);
 
 HRESULT setup(void* self, IUnknown* const* in, ULONG nIn, IUnknown* const* out, ULONG nOut, DWORD flags) {
     g_input = in && nIn ? in[0] : nullptr;
@@ -58,13 +63,27 @@ void touch(IUnknown* surface, int distance, int value) {
     const auto bound = KwQuery<IDXSurface>(surface);
     const auto pointer = KwReceived<IDXARGBReadWritePtr>(
         [&](void** out) { return bound->LockSurface(nullptr, 0, 1, &IDXARGBReadWritePtr::iid, out, nullptr); });
+    if (!pointer) return;
     DXNATIVETYPEINFO native{};
     pointer->GetNativeType(&native);
     static_cast<volatile unsigned char*>(native.pFirstByte)[distance] = static_cast<unsigned char>(value);
     if (has("lock held")) CComPtr(pointer).Detach();
 }
 
+/// Seconds of this process's processor.
+void spend(double seconds) {
+    const std::clock_t end = std::clock() + static_cast<std::clock_t>(seconds * CLOCKS_PER_SEC);
+    while (std::clock() < end) {
+    }
+}
+
+void* g_stuck = nullptr; ///< an object that draws no more
+
 HRESULT execute(void* self, const GUID* request, const DXBNDS* clip, const DXVEC* place) {
+    if (has("crashes without surfaces") && !g_output) std::abort();
+    if (has("does not draw again") && !g_output) g_stuck = self;
+    if (self == g_stuck) return S_OK;
+    if (has("draws all the same")) touch(g_output, 0, 1);
     const HRESULT status = g_execute(self, request, clip, place);
     static std::atomic<int> frames = 0;
     ++frames;
@@ -75,6 +94,9 @@ HRESULT execute(void* self, const GUID* request, const DXBNDS* clip, const DXVEC
     if (has("leaks")) static_cast<volatile char*>(std::malloc(200))[0] = 1;
     if (has("refuses each frame")) return E_FAIL;
     if (has("hides a refusal")) return S_OK;
+    if (has("hands a refusal on") && FAILED(status)) return DXTERR_UNINITIALIZED;
+    if (has("fails in the end")) return S_FALSE;
+    if (has("takes its time")) spend(2.1);
     if (has("crashes")) std::abort();
     if (has("ends the process")) std::_Exit(0);
     return status;
@@ -90,6 +112,22 @@ HRESULT save(void* self, IStream* stream, BOOL clearDirty) {
     const HRESULT status = g_save(self, stream, clearDirty);
     return has("saves too much") && stream ? stream->Write(&status, 4, nullptr) : status;
 }
+HRESULT getPages(void* self, CAUUID* pages) {
+    const HRESULT status = g_getPages(self, pages);
+    if (has("tells a page that is none") && pages) ++pages->pElems->Data1;
+    return status;
+}
+HRESULT setObjects(void* self, ULONG count, IUnknown** objects) {
+    const HRESULT status = g_setObjects(self, count, objects);
+    return has("shows any object") ? S_OK : status;
+}
+HRESULT createInstance(void* self, IUnknown* outer, const IID* iid, void** out) {
+    if (has("is inside under any id") && outer) iid = &IUnknown::iid;
+    const HRESULT status =
+        g_create(self, has("stays outside") && iid && *iid == IUnknown::iid ? nullptr : outer, iid, out);
+    if (has("holds its outer object") && outer && SUCCEEDED(status)) outer->AddRef();
+    return status;
+}
 
 } // namespace
 
@@ -103,6 +141,17 @@ EXPORT HRESULT DllEnumObjects2(LONG index, GUID* category, CLSID* clsid, char* t
                                void* c) {
     if (has("repeats a row") && index == 64) index = 63;
     return real<decltype(&DllEnumObjects2)>("DllEnumObjects2")(index, category, clsid, text, size, a, b, c);
+}
+
+// The real one's other functions are found in it, which this one is linked to.
+EXPORT void KwSetMemoryDWords(void* words, ULONG value, ULONG count) {
+    real<decltype(&KwSetMemoryDWords)>("KwSetMemoryDWords")(words, value, has("fills a word more") ? count + 1 : count);
+}
+
+EXPORT HRESULT KwDibBrightness(void* bits, const RECT* frame, LONG stride, const RECT* clip, LONG bytesPerPixel,
+                               float amount) {
+    if (has("takes no frame for an empty one") && !frame) return S_OK;
+    return real<decltype(&KwDibBrightness)>("KwDibBrightness")(bits, frame, stride, clip, bytesPerPixel, amount);
 }
 
 EXPORT HRESULT DllGetClassObject(const CLSID* clsid, const IID* iid, void** out) {
@@ -120,6 +169,9 @@ EXPORT HRESULT DllGetClassObject(const CLSID* clsid, const IID* iid, void** out)
     change(g_putAll, KwQuery<IDXEffect>(object.Get()).Get(), 14, &putAll);
     change(g_apply, KwQuery<IKwPresets>(object.Get()).Get(), 5, &apply);
     change(g_save, KwQuery<IPersistStreamInit>(object.Get()).Get(), 6, &save);
+    change(g_getPages, KwQuery<ISpecifyPropertyPages>(object.Get()).Get(), 3, &getPages);
+    change(g_setObjects, KwQuery<IPropertyPage>(object.Get()).Get(), 7, &setObjects);
+    change(g_create, factory.Get(), 3, &createInstance);
     if (has("keeps objects alive")) object.Detach();
     return get(clsid, iid, out);
 }
