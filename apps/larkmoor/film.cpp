@@ -137,8 +137,8 @@ Ended render(const Module& module, Film& film, Recipe recipe, OutputRequest requ
         throw Error(fmt::format("{} has no frame {}", film.name(), part.first));
     if (assembly) container->endPictures();
     if (!request.part) film.end(sink);
-    output.finish();
     const std::vector<std::string> damage = film.damage();
+    output.finish();
     for (const std::string& sentence : damage)
         if (watch.damage)
             watch.damage(sentence);

@@ -160,20 +160,22 @@ void OutputFile::commit() {
         std::error_code ignored;
         fs::remove(m_part.path(), ignored);
     } else {
-        synchronise(m_workPath, false);
+        const fs::path work(m_workPath);
+        synchronise(work, false);
         const std::lock_guard guard(registryLock);
         // Someone else may have made the file since.
         if (!m_overwrite) {
             std::error_code error;
-            fs::create_hard_link(m_workPath, target, error);
+            fs::create_hard_link(work, target, error);
             if (error == std::errc::file_exists)
                 throw Error(fmt::format("{} is there already; -y overwrites it", m_path));
+            // Nothing behind this asks for memory: what stands under its name has not failed.
             if (error)
-                renameTo(m_workPath, target);
+                renameTo(work, target);
             else
-                fs::remove(m_workPath, error);
+                fs::remove(work, error);
         } else {
-            renameTo(m_workPath, target);
+            renameTo(work, target);
         }
     }
     m_open = false;

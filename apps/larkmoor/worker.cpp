@@ -127,7 +127,7 @@ void Worker::run(Job& job) {
     FramePtr made = m_plan.frames.take();
     AVFrame& out = *made;
     if (job.first) {
-        av_frame_copy_props(&out, job.first.get());
+        avCheck(av_frame_copy_props(&out, job.first.get()), "hold a picture");
     } else {
         out.pts = job.index;
         out.pkt_duration = 1;

@@ -149,7 +149,7 @@ void AudioEncoder::convert(const AVFrame* sound) {
         SwrContext* resampler = nullptr;
         AVChannelLayout in = {};
         if (sound->ch_layout.order == AV_CHANNEL_ORDER_NATIVE)
-            av_channel_layout_copy(&in, &sound->ch_layout);
+            avCheck(av_channel_layout_copy(&in, &sound->ch_layout), "set up sound");
         else
             av_channel_layout_default(&in, sound->ch_layout.nb_channels);
         avCheck(swr_alloc_set_opts2(&resampler, &c.ch_layout, c.sample_fmt, c.sample_rate, &in,
@@ -185,7 +185,7 @@ void AudioEncoder::finish(const PacketTaker& taker) {
     convert(nullptr);
     const int block = m_context->frame_size > 0 ? m_context->frame_size : 1024;
     while (const int left = av_audio_fifo_size(m_fifo.get())) encode(std::min(left, block), taker);
-    avcodec_send_frame(m_context.get(), nullptr);
+    avMemory(avcodec_send_frame(m_context.get(), nullptr));
     drain(taker);
 }
 

@@ -1,6 +1,7 @@
 #include "media/av.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +32,7 @@ bool endsTorn(void* object, const char* format) {
     return file && file->eof_reached;
 }
 
-void takeLog(void* object, int level, const char* format, va_list arguments) {
+void keepLog(void* object, int level, const char* format, va_list arguments) {
     if (endsTorn(object, format)) {
         const std::lock_guard guard(lastLock);
         endedEarly.insert(object);
@@ -49,6 +50,15 @@ void takeLog(void* object, int level, const char* format, va_list arguments) {
             if (std::strstr(line, "ended prematurely")) endedEarly.insert(object);
             lastComplaint = line;
         }
+    }
+}
+
+/// Called in the middle of FFmpeg, through which no exception may go.
+void takeLog(void* object, int level, const char* format, va_list arguments) {
+    try {
+        keepLog(object, level, format, arguments);
+    } catch (const std::bad_alloc&) {
+        // A complaint that cannot be kept is dropped.
     }
     if (verboseLog) av_log_default_callback(object, level, format, arguments);
 }
@@ -99,8 +109,13 @@ std::string avReason(int code) {
     return vague && !lastComplaint.empty() ? fmt::format("{} ({})", text, lastComplaint) : std::string(text);
 }
 
+int avMemory(int code) {
+    if (code == AVERROR(ENOMEM)) throw std::bad_alloc();
+    return code;
+}
+
 int avCheck(int code, std::string_view what) {
-    if (code < 0) throw Error(fmt::format("cannot {}: {}", what, avReason(code)));
+    if (avMemory(code) < 0) throw Error(fmt::format("cannot {}: {}", what, avReason(code)));
     return code;
 }
 
@@ -114,7 +129,12 @@ void warn(std::string_view sentence) {
         const std::lock_guard guard(lastLock);
         if (warningTaker) return warningTaker(sentence);
     }
-    tell(fmt::format("larkmoor: {}\n", sentence));
+    try {
+        tell(fmt::format("larkmoor: {}\n", sentence));
+    } catch (const std::bad_alloc&) {
+        for (const std::string_view piece : {std::string_view("larkmoor: "), sentence, std::string_view("\n")})
+            tell(piece);
+    }
 }
 
 } // namespace larkmoor

@@ -36,6 +36,9 @@ using PacketPtr = std::unique_ptr<AVPacket, FreeByAddress<av_packet_free>>;
 using CodecPtr = std::unique_ptr<AVCodecContext, FreeByAddress<avcodec_free_context>>;
 using InputPtr = std::unique_ptr<AVFormatContext, FreeByAddress<avformat_close_input>>;
 
+/// Throws std::bad_alloc where the code says that memory was refused; otherwise returns the code.
+int avMemory(int code);
+
 /// Options for FFmpeg, by name.
 class Dictionary {
   public:
@@ -43,7 +46,7 @@ class Dictionary {
     Dictionary(const Dictionary&) = delete;
     Dictionary& operator=(const Dictionary&) = delete;
     ~Dictionary() { av_dict_free(&m_dict); }
-    void set(const char* name, const std::string& value) { av_dict_set(&m_dict, name, value.c_str(), 0); }
+    void set(const char* name, const std::string& value) { avMemory(av_dict_set(&m_dict, name, value.c_str(), 0)); }
     AVDictionary** get() { return &m_dict; }
 
   private:
@@ -58,7 +61,7 @@ FramePtr shareFrame(const AVFrame& frame);
 /// FFmpeg's own words for an error code, and the last complaint that it logged where that says more.
 std::string avReason(int code);
 
-/// Throws Error "cannot WHAT: reason" for a negative code; otherwise returns the code.
+/// Throws Error "cannot WHAT: reason" for a negative code, or as `avMemory`; otherwise returns the code.
 int avCheck(int code, std::string_view what);
 
 /// Keeps FFmpeg's log off standard error unless `verbose`; its last complaint is remembered for `avReason`.

@@ -61,14 +61,14 @@ bool isNamed(const AVOutputFormat& container, std::initializer_list<std::string_
 
 bool headIsWritten(const AVOutputFormat& container, const AVCodecParameters& parameters, AVRational timeBase) {
     AVFormatContext* trial = nullptr;
-    if (avformat_alloc_output_context2(&trial, &container, nullptr, nullptr) < 0) return false;
-    bool written = false;
+    if (avMemory(avformat_alloc_output_context2(&trial, &container, nullptr, nullptr)) < 0) return false;
+    int status = AVERROR(ENOMEM);
     AVStream* stream = avformat_new_stream(trial, nullptr);
     if (stream && avcodec_parameters_copy(stream->codecpar, &parameters) >= 0 &&
         ((container.flags & AVFMT_NOFILE) || avio_open_dyn_buf(&trial->pb) >= 0)) {
         stream->codecpar->codec_tag = 0;
         stream->time_base = timeBase;
-        written = avformat_write_header(trial, nullptr) >= 0;
+        status = avformat_write_header(trial, nullptr);
         std::uint8_t* bytes = nullptr;
         if (trial->pb) {
             avio_close_dyn_buf(trial->pb, &bytes);
@@ -76,7 +76,7 @@ bool headIsWritten(const AVOutputFormat& container, const AVCodecParameters& par
         }
     }
     avformat_free_context(trial);
-    return written;
+    return avMemory(status) >= 0;
 }
 
 } // namespace

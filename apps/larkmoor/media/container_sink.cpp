@@ -28,13 +28,19 @@ bool isStale(std::string_view key) {
 void copyMetadata(const AVDictionary* from, AVDictionary** to) {
     const AVDictionaryEntry* entry = nullptr;
     while ((entry = av_dict_get(from, "", entry, AV_DICT_IGNORE_SUFFIX)))
-        if (!isStale(entry->key)) av_dict_set(to, entry->key, entry->value, 0);
+        if (!isStale(entry->key)) avMemory(av_dict_set(to, entry->key, entry->value, 0));
 }
 
 /// Facts about the picture that no effect changes.
 constexpr AVPacketSideDataType carried[] = {AV_PKT_DATA_DISPLAYMATRIX, AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
                                             AV_PKT_DATA_CONTENT_LIGHT_LEVEL, AV_PKT_DATA_STEREO3D,
                                             AV_PKT_DATA_SPHERICAL};
+
+std::uint8_t* newSideData(AVStream& stream, AVPacketSideDataType type, std::size_t size) {
+    std::uint8_t* const data = av_stream_new_side_data(&stream, type, size);
+    if (!data) throw std::bad_alloc();
+    return data;
+}
 
 /// @param turned the pictures stand upright by themselves.
 void copySideData(const AVStream& from, AVStream& to, bool turned) {
@@ -43,7 +49,7 @@ void copySideData(const AVStream& from, AVStream& to, bool turned) {
         std::size_t size = 0;
         const std::uint8_t* data = av_stream_get_side_data(&from, type, &size);
         if (!data || av_stream_get_side_data(&to, type, nullptr)) continue;
-        if (std::uint8_t* copy = av_stream_new_side_data(&to, type, size)) std::copy_n(data, size, copy);
+        std::copy_n(data, size, newSideData(to, type, size));
     }
 }
 
@@ -51,8 +57,7 @@ void copySideData(const AVStream& from, AVStream& to, bool turned) {
 void tellLight(const VideoFacts& video, AVStream& to) {
     const auto add = [&](AVPacketSideDataType type, const auto& fact) {
         if (!fact || av_stream_get_side_data(&to, type, nullptr)) return;
-        if (std::uint8_t* copy = av_stream_new_side_data(&to, type, sizeof(*fact)))
-            std::memcpy(copy, &*fact, sizeof(*fact));
+        std::memcpy(newSideData(to, type, sizeof(*fact)), &*fact, sizeof(*fact));
     };
     add(AV_PKT_DATA_MASTERING_DISPLAY_METADATA, video.mastering);
     add(AV_PKT_DATA_CONTENT_LIGHT_LEVEL, video.light);
@@ -157,8 +162,8 @@ void ContainerSink::copyChapters(const Reader& from) {
         copy->time_base = microseconds;
         copy->start = from100 - start;
         copy->end = to - start;
-        av_dict_copy(&copy->metadata, chapter.metadata, 0);
         m_format->chapters[m_format->nb_chapters++] = copy;
+        avMemory(av_dict_copy(&copy->metadata, chapter.metadata, 0));
     }
 }
 
@@ -176,8 +181,8 @@ void ContainerSink::attachCover(const AVStream& from) {
     if (!p.extradata) throw std::bad_alloc();
     p.extradata_size = picture.size;
     std::copy_n(picture.data, picture.size, p.extradata);
-    av_dict_set(&stream->metadata, "filename", png ? "cover.png" : "cover.jpg", 0);
-    av_dict_set(&stream->metadata, "mimetype", png ? "image/png" : "image/jpeg", 0);
+    avMemory(av_dict_set(&stream->metadata, "filename", png ? "cover.png" : "cover.jpg", 0));
+    avMemory(av_dict_set(&stream->metadata, "mimetype", png ? "image/png" : "image/jpeg", 0));
 }
 
 bool ContainerSink::copyStream(const AVStream& from, Passage& passage) {
@@ -469,9 +474,9 @@ void ContainerSink::endPictures() {
 void ContainerSink::passSound(Passage& passage, const AVPacket* packet) {
     const PacketTaker taker = takerFor(passage);
     // A broken packet of sound is a gap, as in players.
-    avcodec_send_packet(passage.decoder.get(), packet);
+    avMemory(avcodec_send_packet(passage.decoder.get(), packet));
     FramePtr frame = newFrame();
-    while (avcodec_receive_frame(passage.decoder.get(), frame.get()) >= 0) {
+    while (avMemory(avcodec_receive_frame(passage.decoder.get(), frame.get())) >= 0) {
         const std::int64_t stamp = frame->best_effort_timestamp;
         const double start = stamp == AV_NOPTS_VALUE ? 0.0 : static_cast<double>(stamp) * av_q2d(passage.unit);
         passage.encoder->write(*frame, start, taker);

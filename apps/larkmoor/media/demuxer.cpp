@@ -65,6 +65,11 @@ Demuxer::Demuxer(const std::string& path, const std::optional<RawFormat>& raw, c
     m_picture = m_files == 0 && (name == "image2" || name.ends_with("_pipe"));
     m_bytes = context->pb ? avio_size(context->pb) : -1;
     choose();
+    // What FFmpeg has no memory for while it takes the settings it leaves out.
+    const AVCodecParameters& is = *m_video->codecpar;
+    const bool taken = !raw || (is.width == raw->width && is.height == raw->height && is.format == raw->format);
+    const auto pace = raw ? std::optional(raw->rate) : rate;
+    if (!taken || (pace && av_cmp_q(av_inv_q(m_video->time_base), *pace) != 0)) throw std::bad_alloc();
     if (context->iformat->flags & AVFMT_TS_DISCONT) m_clock.emplace(*context, m_video->index);
 }
 
@@ -131,7 +136,7 @@ PacketPtr Demuxer::readPlain() {
     if (m_files > 0 && m_lastStamp != AV_NOPTS_VALUE && m_lastStamp + 1 >= m_files) return {};
     PacketPtr packet = newPacket();
     for (int errors = 0;;) {
-        const int status = av_read_frame(m_format.get(), packet.get());
+        const int status = avMemory(av_read_frame(m_format.get(), packet.get()));
         if (status == AVERROR(EAGAIN)) continue;
         if (status >= 0) break;
         const int io = m_format->pb ? m_format->pb->error : 0;

@@ -320,7 +320,7 @@ CodecPtr openEncoder(const AVCodec& codec, const EncodeOptions& options, const A
                 av_opt_set_int(context->priv_data, "profile", *attempt.profile, 0);
                 if (codec.id == AV_CODEC_ID_PRORES) av_opt_set(context->priv_data, "vendor", "apl0", 0);
             }
-            status = open(*context, options, video);
+            status = avMemory(open(*context, options, video));
             if (status < 0) continue;
             if (size.width != exact.width || size.height != exact.height)
                 note(fmt::format("{} takes {} in even sizes only: {}x{} is filled up to {}x{} with the pixels at its "

@@ -84,6 +84,7 @@ void PictureDecoder::restart() {
 
 /// An error is told when its packet is through, which with several threads is some packets later.
 void PictureDecoder::fail(int code) {
+    avMemory(code);
     if (m_firstError == 0) m_firstError = code;
     const auto told = std::ranges::find_if(
         m_sent, [&](const auto& entry) { return !entry.second.bad && m_complaints.any(entry.first); });

@@ -88,7 +88,7 @@ bool SoundSource::decodeMore() {
     if (!m_stream || m_ended) return false;
     FramePtr frame = newFrame();
     while (true) {
-        const int status = avcodec_receive_frame(m_decoder.get(), frame.get());
+        const int status = avMemory(avcodec_receive_frame(m_decoder.get(), frame.get()));
         if (status >= 0) break;
         if (status == AVERROR_EOF) {
             m_ended = true;
@@ -97,11 +97,11 @@ bool SoundSource::decodeMore() {
             return true;
         }
         PacketPtr packet = newPacket();
-        const int got = av_read_frame(m_format.get(), packet.get());
+        const int got = avMemory(av_read_frame(m_format.get(), packet.get()));
         if (got < 0)
-            avcodec_send_packet(m_decoder.get(), nullptr);
+            avMemory(avcodec_send_packet(m_decoder.get(), nullptr));
         else if (packet->stream_index == m_stream->index)
-            avcodec_send_packet(m_decoder.get(), packet.get());
+            avMemory(avcodec_send_packet(m_decoder.get(), packet.get()));
     }
     if (!m_placed) {
         // Sound may begin later than the clip, or before it.

@@ -57,12 +57,12 @@ void SubtitleEncoder::write(const AVPacket& packet, const PacketTaker& taker) {
     int any = 0;
     PacketPtr input = newPacket();
     avCheck(av_packet_ref(input.get(), &packet), "hold subtitles");
-    if (avcodec_decode_subtitle2(m_decoder.get(), &subtitle, &any, input.get()) < 0 || !any) return;
+    if (avMemory(avcodec_decode_subtitle2(m_decoder.get(), &subtitle, &any, input.get())) < 0 || !any) return;
     const int size = subtitle.num_rects == 0 ? 0
                                              : avcodec_encode_subtitle(m_encoder.get(), m_bytes.data(),
                                                                        static_cast<int>(m_bytes.size()), &subtitle);
     avsubtitle_free(&subtitle);
-    if (size <= 0) return;
+    if (avMemory(size) <= 0) return;
     PacketPtr out = newPacket();
     avCheck(av_new_packet(out.get(), size), "hold subtitles");
     std::copy_n(m_bytes.data(), size, out->data);
