@@ -136,9 +136,12 @@ PacketPtr Demuxer::readPlain() {
     if (m_files > 0 && m_lastStamp != AV_NOPTS_VALUE && m_lastStamp + 1 >= m_files) return {};
     PacketPtr packet = newPacket();
     for (int errors = 0;;) {
-        const int status = avMemory(av_read_frame(m_format.get(), packet.get()));
+        const int status = av_read_frame(m_format.get(), packet.get());
         if (status == AVERROR(EAGAIN)) continue;
         if (status >= 0) break;
+        // A size that no packet can have is answered in the same way, so this need not end all.
+        if (status == AVERROR(ENOMEM) && !std::exchange(m_memoryTold, true))
+            warn(fmt::format("a part of {} asks for more memory than there is and is left out", m_name));
         const int io = m_format->pb ? m_format->pb->error : 0;
         if (io < 0 && io != AVERROR_EOF) throw Error(fmt::format("cannot read {}: {}", m_name, avReason(io)));
         const bool ended = status == AVERROR_EOF || ++errors == mostErrors;

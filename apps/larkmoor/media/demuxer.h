@@ -60,7 +60,7 @@ class Demuxer {
     std::int64_t m_lastStamp = AV_NOPTS_VALUE, m_lastDts = AV_NOPTS_VALUE; ///< of the last packet of the pictures
     std::int64_t m_bytes = -1; ///< of the file when it was opened; below 0 where that has no meaning
     int m_files = 0;
-    bool m_picture = false, m_raw = false, m_ended = false, m_cut = false;
+    bool m_picture = false, m_raw = false, m_ended = false, m_cut = false, m_memoryTold = false;
     std::vector<bool> m_lastBroken; ///< of each stream's last packet
 };
 

@@ -97,7 +97,7 @@ bool SoundSource::decodeMore() {
             return true;
         }
         PacketPtr packet = newPacket();
-        const int got = avMemory(av_read_frame(m_format.get(), packet.get()));
+        const int got = av_read_frame(m_format.get(), packet.get());
         if (got < 0)
             avMemory(avcodec_send_packet(m_decoder.get(), nullptr));
         else if (packet->stream_index == m_stream->index)
