@@ -30,7 +30,8 @@ HRESULT CTransformBase::SetSite(IUnknown* site) {
     KwGuarded(m_Lock, [&] {
         m_pSite = site;
         DropServices();
-        if (site && FAILED(KwGuarded([&] { return TakeServices(); }))) DropServices();
+        m_ServicesShort = site && FAILED(KwGuarded([&] { return TakeServices(); }));
+        if (m_ServicesShort) DropServices();
     });
     return S_OK; // what is missing shows at the next `Setup`
 }

@@ -111,6 +111,7 @@ class CTransformBase : public CAggregable, public CSafetyList, public IDXTransfo
 
     mutable CRecursiveMutex m_Lock;
     CComPtr<IUnknown> m_pSite;
+    bool m_ServicesShort = false; ///< of memory when the site was set
     CComPtr<IDXTransformFactory> m_pTransformFactory;
     CComPtr<IDXSurfaceFactory> m_pSurfaceFactory;
     CComPtr<IDXTaskManager> m_pTaskManager;

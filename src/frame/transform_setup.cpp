@@ -24,6 +24,11 @@ HRESULT CTransformBase::SetupLocked(IUnknown* const* inputs, ULONG numInputs, IU
         ReleaseObjects();
         return S_OK;
     }
+    if (m_ServicesShort) {
+        const HRESULT status = KwGuarded([&] { return TakeServices(); });
+        m_ServicesShort = FAILED(status);
+        if (FAILED(status)) return DropServices(), status;
+    }
     if (!m_pTransformFactory) return DXTERR_UNINITIALIZED;
     if (flags != 0 || numOutputs != 1 || numInputs < m_RequiredInputs || numInputs > m_MaxInputs ||
         (numInputs > 0 && !inputs) || !outputs || !outputs[0])

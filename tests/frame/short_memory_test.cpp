@@ -278,9 +278,21 @@ void WalkEffect(const tObjectMapRow& row) {
     WalkDual<IKwEffect>(walk, object.Get());
     const auto transform = KwQuery<IDXTransform>(object.Get());
     const auto sited = KwQuery<IObjectWithSite>(object.Get());
-    walk(
-        "SetSite", [&] { return sited->SetSite(stage.factory.Get()); }, true); // S_OK in every case
     const LONG inputs = ClassOf(object.Get()).maxInputs;
+    walk(
+        "SetSite",
+        [&] {
+            const LONG left = std::exchange(g_left, -1);
+            const auto own = Made(row.clsid);
+            const auto ownSited = KwQuery<IObjectWithSite>(own.Get());
+            g_left = left;
+            const HRESULT status = ownSited->SetSite(stage.factory.Get());
+            g_left = -1; // there is memory again
+            EXPECT_EQ(stage.Setup(KwQuery<IDXTransform>(own.Get()).Get(), inputs), S_OK) << row.className;
+            return status;
+        },
+        true); // S_OK in every case
+    sited->SetSite(stage.factory.Get());
     walk("Setup", [&] { return stage.Setup(transform.Get(), inputs); });
     DXBNDS bounds{};
     CComPtr<IUnknown> bound;
