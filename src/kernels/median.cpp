@@ -37,6 +37,9 @@ void FilterPlain(const tRowPair& pair, const tAREATABLE& area, LONG q) {
 constexpr CKwBodies kFilterRect(FilterPlain, tKwBody{eKwLevel::Base, kw_median::FilterRect});
 constexpr CKwBodies kFilterEllipse(FilterPlain, tKwBody{eKwLevel::Base, kw_median::FilterEllipse});
 
+/// A quadrant's entries up to which it is quicker to look at each of a rectangle's cells.
+constexpr std::int64_t kFewEntries = 30;
+
 } // namespace
 
 HRESULT KwDibPercentileFilter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX,
@@ -54,7 +57,8 @@ HRESULT KwDibPercentileFilter(const tView& destination, const tView& source, LON
         for (LONG y = 0; y < pair.source.height; ++y)
             std::fill_n(pair.destination.Row<std::uint8_t>(y), std::ptrdiff_t{pair.source.width} * 4, std::uint8_t{0});
     } else {
-        (circular ? kFilterEllipse : kFilterRect)(pair, area, q);
+        const bool few = std::int64_t{area.columns} * area.rows <= kFewEntries;
+        (circular || few ? kFilterEllipse : kFilterRect)(pair, area, q);
     }
     return S_OK;
 } catch (const std::exception&) { // no memory, or a size beyond any

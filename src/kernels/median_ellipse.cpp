@@ -1,4 +1,4 @@
-// The percentile filter over an ellipse.
+// The percentile filter over an ellipse, or over a small rectangle.
 //
 // Neighbouring pixels of a row, one channel of them, are worked on at once: as many as a vector has bytes. The weight
 // of the samples below a level is wanted for each of them at a level of its own: a few levels near the percentile tell

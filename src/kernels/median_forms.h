@@ -44,6 +44,7 @@ struct tBand {
 
 /// `q`: the percentile, 16384 being the highest.
 void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q);
+/// Takes any area whose rows get no wider away from the centre's.
 void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q);
 
 } // namespace kw_median
