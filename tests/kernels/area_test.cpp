@@ -91,7 +91,8 @@ TEST(Median, IsTheSameInEveryForm) {
         for (LONG x = 0; x < 70; ++x)
             tall.Pixel8(x, y) = {static_cast<std::uint8_t>(x + y), static_cast<std::uint8_t>(y / 60 * 90),
                                  static_cast<std::uint8_t>(x * y), static_cast<std::uint8_t>(x / 30 * 100 + y % 3)};
-    for (const float offset : {0.0f, 0.4f, 1.0f}) ExpectPlainBytes(Percentile(offset), tall, 3.3f, 140.2f, true);
+    for (const float offset : {-0.0001f, 0.0f, 0.4f, 1.0f, 1.0001f})
+        ExpectPlainBytes(Percentile(offset), tall, 3.3f, 140.2f, true);
     for (LONG y = 0; y < 256; ++y) std::memset(byte.At(0, y), 40, 12);
     ExpectPlainBytes(Percentile(0.3f), byte, 0.1f, 150.4f, false); // 256 equal samples in a column
 
