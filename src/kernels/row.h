@@ -1,6 +1,8 @@
 // The vocabulary of row loops over 4-byte pixels: blocks of 16 pixels as bytes, as 16-bit halves for products of bytes,
 // and as words 0xAARRGGBB. The plain loop over bytes, which compilers widen to 32 bits, takes three times as long.
-// Everything here is inlined into the loop, so that its clones use the widest registers they know.
+// Everything here is inlined into the loop, so that its clones use the widest registers they know. A block is wider than
+// these mostly are: sums, products, bits, shifts and limits of a block are cut to their size, but GCC 12 takes every
+// other comparison and choice apart number by number, at thirty times the cost, so that there is none here.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +34,7 @@ KWINLINE inline tBytes KwGreater(const tBytes& a, const tBytes& b) {
 }
 
 KWINLINE inline tBytes KwDistance(const tBytes& a, const tBytes& b) {
-    return a < b ? b - a : a - b;
+    return KwGreater(a, b) - KwSmaller(a, b);
 }
 
 /// The sum, limited to 255.
@@ -125,11 +127,13 @@ KWINLINE inline tAmounts KwAlphaAmounts(const tBytes& pixels) {
     return {both, both};
 }
 
-/// `KwBlend8` for each byte, by the size of the difference.
+/// `KwBlend8` for each byte, by the size of the difference. One of both ways is 0, and a step never goes beyond the
+/// other.
 KWINLINE inline tBytes KwBlended(const tBytes& d, const tBytes& s, const tAmounts& a) {
-    const tHalves size = reinterpret_cast<tHalves>(KwDistance(d, s));
+    const tBytes up = KwRest(s, d), down = KwRest(d, s);
+    const tHalves size = reinterpret_cast<tHalves>(up | down);
     const tBytes step = reinterpret_cast<tBytes>(((size & 255) * a.even >> 8) | ((size >> 8) * a.odd & 0xFF00));
-    return d < s ? d + step : d - step;
+    return d + KwSmaller(step, up) - KwSmaller(step, down);
 }
 
 /// Loads a block, or the bytes of it that there are, with zeros behind them.
