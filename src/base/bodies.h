@@ -53,6 +53,16 @@ struct tKwCloner<Body> {
 template <auto Body>
 inline constexpr auto KwClones = tKwCloner<Body>::kAll;
 
+/// Three bodies of one loop, each compiled for one generation alone: what works on vectors that are as wide as the
+/// registers of SSE2, AVX2 and AVX-512.
+#if defined(__x86_64__)
+template <auto Narrow, auto Middle, auto Wide>
+inline constexpr std::array KwWidths{KwClones<Narrow>[0], KwClones<Middle>[1], KwClones<Wide>[2]};
+#else
+template <auto Narrow, auto, auto>
+inline constexpr auto KwWidths = KwClones<Narrow>;
+#endif
+
 /// A kernel's choice. Called like a function, it runs the body of the highest level at or below `KwLevel()`. All bodies
 /// give the bytes of the plain one, which is the definition: the shortest form, without regard for speed.
 template <class Function>

@@ -444,22 +444,12 @@ KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* f
     }
 }
 
-/// A pass for registers of 2, of 4 and of 8 numbers.
-template <auto Two, auto Four, auto Eight>
-constexpr auto Widths() {
-#if defined(__x86_64__)
-    return CKwBodies(Two, tKwBody{eKwLevel::V3, KwClones<Four>[1].body},
-                     tKwBody{eKwLevel::V4, KwClones<Eight>[2].body});
-#else
-    return CKwBodies(Two);
-#endif
-}
 template <int Channels>
-constexpr auto
-    kRowGroups = Widths<RowGroups<Channels, tTwo, 8>, RowGroups<Channels, tFour, 8>, RowGroups<Channels, tEight, 4>>();
+constexpr CKwBodies
+    kRowGroups(KwWidths<RowGroups<Channels, tTwo, 8>, RowGroups<Channels, tFour, 8>, RowGroups<Channels, tEight, 4>>);
 template <int Channels>
-constexpr auto kColumnBlocks =
-    Widths<ColumnBlocks<Channels, tTwo, 8>, ColumnBlocks<Channels, tFour, 8>, ColumnBlocks<Channels, tEight, 4>>();
+constexpr CKwBodies kColumnBlocks(
+    KwWidths<ColumnBlocks<Channels, tTwo, 8>, ColumnBlocks<Channels, tFour, 8>, ColumnBlocks<Channels, tEight, 4>>);
 
 template <int Channels>
 void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,

@@ -31,110 +31,123 @@ void AdjustPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, 
     }
 }
 
-// The same without branches, 16 pixels at a time. A colour is told by its largest, middle and smallest channel and by
+// The same without branches, a block at a time. A colour is told by its largest, middle and smallest channel and by
 // its sixth of the hue circle: only the middle one depends on the hue, the other two take part in everything.
 
-using tWholes [[gnu::vector_size(64)]] = std::int32_t;
-using tHalfWholes [[gnu::vector_size(32)]] = std::int32_t;
-using tReals [[gnu::vector_size(64)]] = double; // of 8 pixels
-
-/// What the doubles need of a pixel, and what they give.
-struct tHues {
-    tWholes top, middle, bottom;
-    tWholes from;  ///< the hue is this less or plus the middle channel's distance from the top
-    tWholes falls; ///< 1 for less, 0 for plus
-};
-struct tLevels {
-    tHalfWholes high, between, low; ///< 0 to 255
-    tHalfWholes sextant;
+/// Vectors of a block's pixels, of half of them, and of their doubles.
+template <std::ptrdiff_t kBytes>
+struct tPixels {
+    using tBytes = typename tBlock<kBytes>::tBytes;
+    using tWholes [[gnu::vector_size(kBytes)]] = std::int32_t;
+    using tHalfWholes [[gnu::vector_size(kBytes / 2)]] = std::int32_t;
+    using tReals [[gnu::vector_size(kBytes)]] = double;
 };
 
-KWINLINE inline tReals RealsOf(const tHalfWholes& v) {
-    return __builtin_convertvector(v, tReals);
-}
-template <int kPart>
-KWINLINE inline tReals Part(const tWholes& v) {
-    constexpr int k = kPart * 8;
-    return RealsOf(__builtin_shufflevector(v, v, k, k + 1, k + 2, k + 3, k + 4, k + 5, k + 6, k + 7));
-}
-KWINLINE inline tWholes Joined(const tHalfWholes& a, const tHalfWholes& b) {
-    return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-}
-KWINLINE inline tHalfWholes Truncated(const tReals& v) {
-    return __builtin_convertvector(v, tHalfWholes);
-}
-KWINLINE inline tReals Limited(const tReals& v) {
-    return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v;
-}
+template <class Pixels>
+struct tAdjuster {
+    using tBytes = typename Pixels::tBytes;
+    using tWholes = typename Pixels::tWholes;
+    using tHalfWholes = typename Pixels::tHalfWholes;
+    using tReals = typename Pixels::tReals;
 
-/// Each operation is that of the plain form on the same operands, or has an exact result, so the bytes are the same.
-/// Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six parts and all conversions fit.
-template <int kPart>
-KWINLINE inline tLevels Adjusted(const tHues& hues, const tHSLADJUSTPROP& by) {
-    constexpr double kUnit = 0.00392156862745098;
-    const tReals one = tReals{} + 1.0;
-    const tReals mx = Part<kPart>(hues.top) * kUnit, mn = Part<kPart>(hues.bottom) * kUnit;
-    const tReals sum = mx + mn, d = mx - mn, half = sum * 0.5;
-    const tReals spread = half <= 0.5 ? sum : 2.0 - mx - mn;
-    // A grey has the saturation 0 / 1.
-    tReals saturation = d / (d <= 0.0 ? one : spread);
-    const tReals distance = (mx - Part<kPart>(hues.middle) * kUnit) * (1.0 / (d <= 0.0 ? one : d));
-    const tReals h = Part<kPart>(hues.from) + distance * (1.0 - 2.0 * Part<kPart>(hues.falls));
-    tReals hue = h * 0.16666666666666666 + by.addHue;
-    hue = hue > 1.0 ? hue - 1.0 : hue;
-    saturation = Limited(saturation * by.saturation);
-    const tReals luminance = Limited(half * by.luminance);
+    /// What the doubles need of a pixel, and what they give.
+    struct tHues {
+        tWholes top, middle, bottom;
+        tWholes from;  ///< the hue is this less or plus the middle channel's distance from the top
+        tWholes falls; ///< 1 for less, 0 for plus
+    };
+    struct tLevels {
+        tHalfWholes high, between, low; ///< 0 to 255
+        tHalfWholes sextant;
+    };
 
-    const tReals M =
-        luminance <= 0.5 ? (saturation + 1.0) * luminance : luminance + saturation - luminance * saturation;
-    const tReals m = 2.0 * luminance - M, h6 = hue * 6.0;
-    tLevels levels;
-    levels.sextant = Truncated(h6);
-    const tReals rest = h6 - RealsOf(levels.sextant);
-    const tReals f = (M - m) / (M <= 0.0 ? one : M) * rest * M;
-    const tReals odd = RealsOf(levels.sextant & 1);
-    levels.between = Truncated((odd > 0.0 ? M - f : m + f) * 255.0) & 255;
-    levels.high = Truncated(M * 255.0) & 255;
-    levels.low = Truncated(m * 255.0) & 255;
-    return levels;
-}
+    KWINLINE static tReals RealsOf(const tHalfWholes& v) { return __builtin_convertvector(v, tReals); }
+    template <int kPart>
+    KWINLINE static tReals Part(const tWholes& v) {
+        tHalfWholes halves[2];
+        std::memcpy(halves, &v, sizeof v);
+        return RealsOf(halves[kPart]);
+    }
+    KWINLINE static tWholes Joined(const tHalfWholes& a, const tHalfWholes& b) {
+        const tHalfWholes halves[] = {a, b};
+        tWholes both;
+        std::memcpy(&both, halves, sizeof both);
+        return both;
+    }
+    KWINLINE static tHalfWholes Truncated(const tReals& v) { return __builtin_convertvector(v, tHalfWholes); }
+    KWINLINE static tReals Limited(const tReals& v) { return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v; }
 
-KWINLINE inline void AdjustWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
-                                 const tHSLADJUSTPROP& by) {
-    KwForBlocks(d, count * 4, s, [&by](const tBytes& pixels) KWINLINE {
-        const tWholes word = reinterpret_cast<tWholes>(pixels), none = word ^ word;
-        const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
-        const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
-        tHues hues;
-        hues.top = larger > b ? larger : b;
-        hues.bottom = smaller < b ? smaller : b;
-        hues.middle = r + g + b - hues.top - hues.bottom;
-        // Red, green and blue stand at 0, 2 and 4; the hue lies before or behind the largest of them. A grey is at
-        // 0.
-        const tWholes next = r == hues.top ? g : g == hues.top ? b : r;
-        const tWholes base = r == hues.top ? none : g == hues.top ? none + 2 : none + 4;
-        hues.falls = next != hues.bottom ? none + 1 : none;
-        const tWholes from = base - 1 + hues.falls * 2;
-        hues.from = hues.top == hues.bottom ? none : from < 0 ? none + 5 : from;
+    /// Each operation is that of the plain form on the same operands, or has an exact result, so the bytes are the
+    /// same. Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six parts and all conversions
+    /// fit.
+    template <int kPart>
+    KWINLINE static tLevels Adjusted(const tHues& hues, const tHSLADJUSTPROP& by) {
+        constexpr double kUnit = 0.00392156862745098;
+        const tReals one = tReals{} + 1.0;
+        const tReals mx = Part<kPart>(hues.top) * kUnit, mn = Part<kPart>(hues.bottom) * kUnit;
+        const tReals sum = mx + mn, d = mx - mn, half = sum * 0.5;
+        const tReals spread = half <= 0.5 ? sum : 2.0 - mx - mn;
+        // A grey has the saturation 0 / 1.
+        tReals saturation = d / (d <= 0.0 ? one : spread);
+        const tReals distance = (mx - Part<kPart>(hues.middle) * kUnit) * (1.0 / (d <= 0.0 ? one : d));
+        const tReals h = Part<kPart>(hues.from) + distance * (1.0 - 2.0 * Part<kPart>(hues.falls));
+        tReals hue = h * 0.16666666666666666 + by.addHue;
+        hue = hue > 1.0 ? hue - 1.0 : hue;
+        saturation = Limited(saturation * by.saturation);
+        const tReals luminance = Limited(half * by.luminance);
 
-        const tLevels first = Adjusted<0>(hues, by), second = Adjusted<1>(hues, by);
-        const tWholes sextant = Joined(first.sextant, second.sextant);
-        const tWholes high = Joined(first.high, second.high), low = Joined(first.low, second.low);
-        const tWholes between = Joined(first.between, second.between);
-        // Red is the highest channel in the sixths 0 and 5, the lowest in 2 and 3; green follows two sixths behind,
-        // and blue two behind that. The end of the circle has the colour of its start.
-        const tWholes sixth = sextant < 5 ? sextant : none + 5;
-        const auto channel = [&](int shift) KWINLINE {
-            const tWholes moved = sixth - shift, place = moved < 0 ? moved + 6 : moved;
-            const tWholes mirrored = 5 - place, distance = place < mirrored ? place : mirrored;
-            return distance == 0 ? high : distance == 1 ? between : low;
-        };
-        const tWholes red = channel(0), green = channel(2), blue = channel(4);
-        const tBytes colors = reinterpret_cast<tBytes>(red << 16 | green << 8 | blue);
-        return KwWithAlpha(KwSmaller(colors, KwAlphas(pixels)), pixels);
-    });
-}
-constexpr CKwBodies kAdjustRow8(AdjustPlain8, KwClones<AdjustWide8>);
+        const tReals M =
+            luminance <= 0.5 ? (saturation + 1.0) * luminance : luminance + saturation - luminance * saturation;
+        const tReals m = 2.0 * luminance - M, h6 = hue * 6.0;
+        tLevels levels;
+        levels.sextant = Truncated(h6);
+        const tReals rest = h6 - RealsOf(levels.sextant);
+        const tReals f = (M - m) / (M <= 0.0 ? one : M) * rest * M;
+        const tReals odd = RealsOf(levels.sextant & 1);
+        levels.between = Truncated((odd > 0.0 ? M - f : m + f) * 255.0) & 255;
+        levels.high = Truncated(M * 255.0) & 255;
+        levels.low = Truncated(m * 255.0) & 255;
+        return levels;
+    }
+
+    KWINLINE static void Row8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
+        KwForBlocks<tBytes>(d, count * 4, s, [&by](const tBytes& pixels) KWINLINE {
+            const tWholes word = reinterpret_cast<tWholes>(pixels), none = word ^ word;
+            const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
+            const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
+            tHues hues;
+            hues.top = larger > b ? larger : b;
+            hues.bottom = smaller < b ? smaller : b;
+            hues.middle = r + g + b - hues.top - hues.bottom;
+            // Red, green and blue stand at 0, 2 and 4; the hue lies before or behind the largest of them. A grey is at
+            // 0.
+            const tWholes next = r == hues.top ? g : g == hues.top ? b : r;
+            const tWholes base = r == hues.top ? none : g == hues.top ? none + 2 : none + 4;
+            hues.falls = next != hues.bottom ? none + 1 : none;
+            const tWholes from = base - 1 + hues.falls * 2;
+            hues.from = hues.top == hues.bottom ? none : from < 0 ? none + 5 : from;
+
+            const tLevels first = Adjusted<0>(hues, by), second = Adjusted<1>(hues, by);
+            const tWholes sextant = Joined(first.sextant, second.sextant);
+            const tWholes high = Joined(first.high, second.high), low = Joined(first.low, second.low);
+            const tWholes between = Joined(first.between, second.between);
+            // Red is the highest channel in the sixths 0 and 5, the lowest in 2 and 3; green follows two sixths behind,
+            // and blue two behind that. The end of the circle has the colour of its start.
+            const tWholes sixth = sextant < 5 ? sextant : none + 5;
+            const auto channel = [&](int shift) KWINLINE {
+                const tWholes moved = sixth - shift, place = moved < 0 ? moved + 6 : moved;
+                const tWholes mirrored = 5 - place, distance = place < mirrored ? place : mirrored;
+                return distance == 0 ? high : distance == 1 ? between : low;
+            };
+            const tWholes red = channel(0), green = channel(2), blue = channel(4);
+            const tBytes colors = reinterpret_cast<tBytes>(red << 16 | green << 8 | blue);
+            return KwWithAlpha(KwSmaller(colors, KwAlphas(pixels)), pixels);
+        });
+    }
+};
+constexpr CKwBodies
+    kAdjustRow8(AdjustPlain8,
+                KwWidths<tAdjuster<tPixels<16>>::Row8, tAdjuster<tPixels<32>>::Row8, tAdjuster<tPixels<64>>::Row8>);
 
 void AdjustRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, const tHSLADJUSTPROP& by) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4) {

@@ -44,15 +44,10 @@ inline constexpr CKwBodies kMaxRows(KwClones<MaxRows>);
 /// True where any byte of `block` is above that of `full`.
 KWINLINE inline bool Beats(const tBytes& block, const tBytes& full) {
     const tBytes difference = KwGreater(block, full) ^ full;
-    using tHalf [[gnu::vector_size(32)]] = std::uint64_t;
-    using tQuarter [[gnu::vector_size(16)]] = std::uint64_t;
-    tHalf half[2];
-    std::memcpy(half, &difference, kBlockBytes);
-    const tHalf both = half[0] | half[1];
-    tQuarter quarter[2];
-    std::memcpy(quarter, &both, sizeof both);
-    const tQuarter all = quarter[0] | quarter[1];
-    return (all[0] | all[1]) != 0;
+    std::uint64_t words[kBlockBytes / 8], any = 0;
+    std::memcpy(words, &difference, kBlockBytes);
+    for (const std::uint64_t word : words) any |= word;
+    return any != 0;
 }
 
 /// The picture, turned, with as many zeros to each side as the area reaches, and a block more behind.

@@ -1,8 +1,11 @@
-// The vocabulary of row loops over 4-byte pixels: blocks of 16 pixels as bytes, as 16-bit halves for products of bytes,
+// The vocabulary of row loops over 4-byte pixels: blocks of 8 pixels as bytes, as 16-bit halves for products of bytes,
 // and as words 0xAARRGGBB. The plain loop over bytes, which compilers widen to 32 bits, takes three times as long.
-// Everything here is inlined into the loop, so that its clones use the widest registers they know. A block is wider than
-// these mostly are: sums, products, bits, shifts and limits of a block are cut to their size, but GCC 12 takes every
-// other comparison and choice apart number by number, at thirty times the cost, so that there is none here.
+// Everything here is inlined into the loop, so that its clones use the widest registers they know.
+//
+// A block is as wide as the registers that most processors have. GCC 12 carries wider ones through memory whenever they
+// change their kind. In narrower registers it cuts sums, products, bits, shifts and limits of a block to their size,
+// but takes every other comparison and choice apart number by number, at ten times the cost and more: so there is none
+// here.
 #pragma once
 
 #include <cstddef>
@@ -11,21 +14,34 @@
 
 #include "base/bodies.h"
 
-inline constexpr std::ptrdiff_t kBlockBytes = 64;
-using tBytes [[gnu::vector_size(kBlockBytes)]] = std::uint8_t;
-using tHalves [[gnu::vector_size(kBlockBytes)]] = std::uint16_t;
-using tWords [[gnu::vector_size(kBlockBytes)]] = std::uint32_t;
+/// The kinds of a block.
+template <std::ptrdiff_t kBytes>
+struct tBlock {
+    using tBytes [[gnu::vector_size(kBytes)]] = std::uint8_t;
+    using tHalves [[gnu::vector_size(kBytes)]] = std::uint16_t;
+    using tWords [[gnu::vector_size(kBytes)]] = std::uint32_t;
+};
+inline constexpr std::ptrdiff_t kBlockBytes = 32;
+using tBytes = tBlock<kBlockBytes>::tBytes;
+using tHalves = tBlock<kBlockBytes>::tHalves;
+using tWords = tBlock<kBlockBytes>::tWords;
+
+/// The words of a block of such bytes. What is a template here serves blocks of other sizes too.
+template <class Bytes>
+using tWordsOf = typename tBlock<sizeof(Bytes)>::tWords;
 
 /// One word in every place.
-KWINLINE inline tWords KwRepeated(std::uint32_t word) {
-    return tWords{} + word;
+template <class Bytes = tBytes>
+KWINLINE inline tWordsOf<Bytes> KwRepeated(std::uint32_t word) {
+    return tWordsOf<Bytes>{} + word;
 }
 /// One pixel in every place.
 KWINLINE inline tBytes KwPixels(std::uint32_t word) {
     return reinterpret_cast<tBytes>(KwRepeated(word));
 }
 
-KWINLINE inline tBytes KwSmaller(const tBytes& a, const tBytes& b) {
+template <class Bytes>
+KWINLINE inline Bytes KwSmaller(const Bytes& a, const Bytes& b) {
     return a < b ? a : b;
 }
 
@@ -49,24 +65,29 @@ KWINLINE inline tBytes KwRest(const tBytes& a, const tBytes& b) {
 }
 
 /// `mask`'s bits from `a`, the others from `b`.
-KWINLINE inline tBytes KwPick(const tWords& mask, const tBytes& a, const tBytes& b) {
-    return reinterpret_cast<tBytes>((reinterpret_cast<tWords>(a) & mask) | (reinterpret_cast<tWords>(b) & ~mask));
+template <class Bytes>
+KWINLINE inline Bytes KwPick(const tWordsOf<Bytes>& mask, const Bytes& a, const Bytes& b) {
+    using tWords = tWordsOf<Bytes>;
+    return reinterpret_cast<Bytes>((reinterpret_cast<tWords>(a) & mask) | (reinterpret_cast<tWords>(b) & ~mask));
 }
 
 /// The colours of one and the alpha of another.
-KWINLINE inline tBytes KwWithAlpha(const tBytes& colors, const tBytes& alpha) {
-    return KwPick(KwRepeated(0x00FFFFFF), colors, alpha);
+template <class Bytes>
+KWINLINE inline Bytes KwWithAlpha(const Bytes& colors, const Bytes& alpha) {
+    return KwPick(KwRepeated<Bytes>(0x00FFFFFF), colors, alpha);
 }
 
 /// The low byte of each word in all four bytes of its pixel; the other bytes have to be 0.
-KWINLINE inline tBytes KwSpread(const tWords& levels) {
-    const tWords pairs = levels | levels << 8;
-    return reinterpret_cast<tBytes>(pairs | pairs << 16);
+template <class Words>
+KWINLINE inline auto KwSpread(const Words& levels) {
+    const Words pairs = levels | levels << 8;
+    return reinterpret_cast<typename tBlock<sizeof(Words)>::tBytes>(pairs | pairs << 16);
 }
 
 /// Each pixel's alpha in all of its bytes.
-KWINLINE inline tBytes KwAlphas(const tBytes& pixels) {
-    return KwSpread(reinterpret_cast<tWords>(pixels) >> 24);
+template <class Bytes>
+KWINLINE inline Bytes KwAlphas(const Bytes& pixels) {
+    return KwSpread(reinterpret_cast<tWordsOf<Bytes>>(pixels) >> 24);
 }
 
 KWINLINE inline tBytes KwLimitedToAlpha(const tBytes& pixels) {
@@ -137,8 +158,9 @@ KWINLINE inline tBytes KwBlended(const tBytes& d, const tBytes& s, const tAmount
 }
 
 /// Loads a block, or the bytes of it that there are, with zeros behind them.
-KWINLINE inline tBytes KwLoad(const std::uint8_t* from, std::ptrdiff_t bytes = kBlockBytes) {
-    tBytes block{};
+template <class Bytes = tBytes>
+KWINLINE inline Bytes KwLoad(const std::uint8_t* from, std::ptrdiff_t bytes = sizeof(Bytes)) {
+    Bytes block{};
     std::memcpy(&block, from, static_cast<std::size_t>(bytes));
     return block;
 }
@@ -146,26 +168,27 @@ KWINLINE inline tBytes KwLoad(const std::uint8_t* from, std::ptrdiff_t bytes = k
 /// Sets `out` to `rule(blocks of the inputs...)`, whole pixels at a time; `bytes` is a multiple of 4. A rule may take
 /// the offset of its block in bytes first. `out` may be one of the inputs, but must not overlap them otherwise. Blocks
 /// begin where the target is aligned, which saves a third of the time; what is left at both ends goes through copies.
-template <class Rule, class... Inputs>
+template <class Bytes = tBytes, class Rule, class... Inputs>
 KWINLINE inline void KwForEachBlock(std::uint8_t* out, std::ptrdiff_t bytes, Rule rule, const Inputs*... inputs) {
+    constexpr std::ptrdiff_t kBytes = sizeof(Bytes);
     std::ptrdiff_t at = 0;
     const auto part = [&](std::ptrdiff_t size) KWINLINE {
-        tBytes result;
-        if constexpr (requires { rule(at, KwLoad(inputs)...); })
-            result = rule(at, KwLoad(inputs + at, size)...);
+        Bytes result;
+        if constexpr (requires { rule(at, KwLoad<Bytes>(inputs)...); })
+            result = rule(at, KwLoad<Bytes>(inputs + at, size)...);
         else
-            result = rule(KwLoad(inputs + at, size)...);
+            result = rule(KwLoad<Bytes>(inputs + at, size)...);
         std::memcpy(out + at, &result, static_cast<std::size_t>(size));
         at += size;
     };
-    const auto head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(out) % kBlockBytes);
+    const auto head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(out) % kBytes);
     if (head > 0 && head % 4 == 0 && head < bytes) part(head);
-    while (bytes - at >= kBlockBytes) part(kBlockBytes);
+    while (bytes - at >= kBytes) part(kBytes);
     if (at < bytes) part(bytes - at);
 }
-template <class Rule>
+template <class Bytes = tBytes, class Rule>
 KWINLINE inline void KwForBlocks(std::uint8_t* out, std::ptrdiff_t bytes, const std::uint8_t* a, Rule rule) {
-    KwForEachBlock(out, bytes, rule, a);
+    KwForEachBlock<Bytes>(out, bytes, rule, a);
 }
 template <class Rule>
 KWINLINE inline void KwForBlocks(std::uint8_t* out, std::ptrdiff_t bytes, const std::uint8_t* a, const std::uint8_t* b,
