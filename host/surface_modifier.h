@@ -54,7 +54,7 @@ class SurfaceModifier final : public ObjectOf<IDXSurface, IDXSurfaceModifier, IK
     HRESULT compose();
     HRESULT copyForeground(SurfaceObject& target, const RECT& rect) const;
 
-    mutable CMutex m_lock;
+    mutable CRecursiveMutex m_lock; ///< a surface may call back
     CComPtr<IDXSurface> m_foreground;
     POINT m_origin{};
     DXBNDS m_bounds{};

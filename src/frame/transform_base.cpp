@@ -37,20 +37,32 @@ HRESULT CTransformBase::SetSite(IUnknown* site) {
 }
 
 HRESULT CTransformBase::TakeServices() {
-    m_pTransformFactory = KwQuery<IDXTransformFactory>(m_pSite.Get());
-    if (!m_pTransformFactory) return S_OK;
+    // What is asked may set another site meanwhile: all is held here, and kept once nothing more is asked.
+    const CComPtr<IUnknown> site = m_pSite;
+    const auto factory = KwQuery<IDXTransformFactory>(site.Get());
+    if (!factory) return S_OK;
     if (!m_pInputs && m_MaxInputs != 0) m_pInputs = std::make_unique<tTransformInput[]>(m_MaxInputs);
 
-    IServiceProvider* const provider = m_pTransformFactory.Get();
-    m_pSurfaceFactory = QueryService<IDXSurfaceFactory>(provider, IDXSurfaceFactory::iid, IDXSurfaceFactory::iid);
-    m_pTaskManager = QueryService<IDXTaskManager>(provider, SID_SDXTaskManager, IDXTaskManager::iid);
-    if (m_pTaskManager) {
-        ULONG count = 1;
-        if (SUCCEEDED(m_pTaskManager->QueryNumProcessors(&count))) m_NumProcessors = std::max<ULONG>(count, 1);
-        m_pWorkers = KwQuery<IKwWorkers>(m_pTaskManager.Get());
+    IServiceProvider* const provider = factory.Get();
+    auto surfaces = QueryService<IDXSurfaceFactory>(provider, IDXSurfaceFactory::iid, IDXSurfaceFactory::iid);
+    auto tasks = QueryService<IDXTaskManager>(provider, SID_SDXTaskManager, IDXTaskManager::iid);
+    ULONG processors = 1;
+    CComPtr<IKwWorkers> workers;
+    if (tasks) {
+        if (FAILED(tasks->QueryNumProcessors(&processors))) processors = 1;
+        workers = KwQuery<IKwWorkers>(tasks.Get());
     }
-    m_pDirectDraw = QueryService<IUnknown>(provider, kDirectDrawService, kDirectDrawId);
-    if (HasMesh()) m_pDirect3DRM = QueryService<IUnknown>(provider, kRetainedModeService, kRetainedModeId);
+    auto draw = QueryService<IUnknown>(provider, kDirectDrawService, kDirectDrawId);
+    CComPtr<IUnknown> retained;
+    if (HasMesh()) retained = QueryService<IUnknown>(provider, kRetainedModeService, kRetainedModeId);
+    if (site.Get() != m_pSite.Get()) return S_OK;
+    m_pTransformFactory = factory;
+    m_pSurfaceFactory = std::move(surfaces);
+    m_pTaskManager = std::move(tasks);
+    m_pWorkers = std::move(workers);
+    m_NumProcessors = std::max<ULONG>(processors, 1);
+    m_pDirectDraw = std::move(draw);
+    m_pDirect3DRM = std::move(retained);
     return S_OK;
 }
 
@@ -83,7 +95,7 @@ HRESULT CTransformBase::GetSite(const IID* iid, void** out) {
 HRESULT CTransformBase::GetGenerationId(ULONG* id) {
     if (!id) return E_POINTER;
     return KwGuarded(m_Lock, [&] {
-        RefreshGenerationId();
+        WithBound([&] { RefreshGenerationId(); });
         *id = m_GenerationId;
     });
 }

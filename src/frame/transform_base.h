@@ -161,6 +161,15 @@ class CTransformBase : public CAggregable, public CSafetyList, public IDXTransfo
     static void RunTask(void* data, BOOL* pContinue);
     HRESULT PickLocked(const DXVEC& point, ULONG& inputIndex, DXVEC& inputPoint);
 
-    bool m_Executing = false;
+    /// What is bound stays so while a call stands on it, whatever its surfaces call back.
+    template <class Call>
+    HRESULT WithBound(const Call& call) {
+        const bool executing = std::exchange(m_Executing, true);
+        const HRESULT status = KwGuarded(call);
+        m_Executing = executing;
+        return status;
+    }
+
+    bool m_Executing = false, m_Binding = false;
     HANDLE m_BandEvents[kMaxBands]{};
 };

@@ -18,13 +18,13 @@ HRESULT CTransformBase::MapBoundsIn2Out(const DXBNDS* in, ULONG count, ULONG out
     if (!out) return E_POINTER;
     return KwGuarded(m_Lock, [&] {
         DXBNDS all{};
-        const HRESULT status = UniteInputs(in, count, all);
+        const HRESULT status = WithBound([&] { return UniteInputs(in, count, all); });
         *out = {}; // may be one of `in`
         if (FAILED(status)) return status;
         *out = all;
         const bool meshOutput = (m_OptionFlags & kOptionMeshOutput) != 0;
         out->eType = meshOutput ? 2 : 0;
-        return meshOutput ? ComputeMeshBounds(*out) : ComputeBounds(*out);
+        return meshOutput ? ComputeMeshBounds(*out) : WithBound([&] { return ComputeBounds(*out); });
     });
 }
 
@@ -88,11 +88,9 @@ HRESULT CTransformBase::PlaceAndClip(tWorkInfo& info, const DXBNDS* clip, const 
 
 HRESULT CTransformBase::Execute(const GUID* request, const DXBNDS* clip, const DXVEC* placement) {
     return KwGuarded(m_Lock, [&] {
+        if (m_Binding) return E_UNEXPECTED; // inputs may differ in size yet
         if (!m_Output.surface) return DXTERR_UNINITIALIZED;
-        const auto executing = std::exchange(m_Executing, true);
-        const HRESULT status = KwGuarded([&] { return ExecuteBound(request, clip, placement); });
-        m_Executing = executing;
-        return status;
+        return WithBound([&] { return ExecuteBound(request, clip, placement); });
     });
 }
 
@@ -189,7 +187,7 @@ HRESULT CTransformBase::GetPickOrder(const DXBNDS&, ULONG& count, ULONG* indices
 HRESULT CTransformBase::PointPick(const DXVEC* point, ULONG* inputIndex, DXVEC* inputPoint) {
     if (!point || point->eType != 0) return E_INVALIDARG;
     if (!inputIndex || !inputPoint) return E_POINTER;
-    return KwGuarded(m_Lock, [&] { return PickLocked(*point, *inputIndex, *inputPoint); });
+    return KwGuarded(m_Lock, [&] { return WithBound([&] { return PickLocked(*point, *inputIndex, *inputPoint); }); });
 }
 
 HRESULT CTransformBase::PickLocked(const DXVEC& point, ULONG& inputIndex, DXVEC& inputPoint) {

@@ -18,7 +18,7 @@ HRESULT CTransformBase::Setup(IUnknown* const* inputs, ULONG numInputs, IUnknown
 
 HRESULT CTransformBase::SetupLocked(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs,
                                     ULONG numOutputs, DWORD flags) {
-    if (m_Executing) return E_UNEXPECTED; // a surface called back: the frame still stands on what is bound
+    if (m_Executing || m_Binding) return E_UNEXPECTED; // a surface called back: the call stands on what is bound
     if (numInputs == 0 && numOutputs == 0) {
         UnbindAll();
         ReleaseObjects();
@@ -36,7 +36,9 @@ HRESULT CTransformBase::SetupLocked(IUnknown* const* inputs, ULONG numInputs, IU
     for (ULONG i = 0; i < m_RequiredInputs; ++i)
         if (!inputs[i]) return E_INVALIDARG;
 
+    m_Binding = true;
     const HRESULT status = KwGuarded([&] { return BindAll(inputs, numInputs, outputs[0], flags); });
+    m_Binding = false;
     if (FAILED(status)) {
         UnbindAll();
         ReleaseObjects();
@@ -68,13 +70,12 @@ HRESULT CTransformBase::Bind(IUnknown* object, tTransformInput& row) {
     HRESULT status = S_OK;
     row.surface =
         KwReceived<IDXSurface>([&](void** out) { return status = object->QueryInterface(&IDXSurface::iid, out); });
-    if (FAILED(status) && m_pSurfaceFactory) {
+    if (const CComPtr<IDXSurfaceFactory> factory = m_pSurfaceFactory; FAILED(status) && factory) {
         const auto direct =
             KwReceived<IUnknown>([&](void** out) { return object->QueryInterface(&kDirectDrawSurfaceId, out); });
         if (direct)
             row.surface = KwReceived<IDXSurface>([&](void** out) {
-                return status = m_pSurfaceFactory->CreateFromDDSurface(direct.Get(), nullptr, 0, nullptr,
-                                                                       &IDXSurface::iid, out);
+                return status = factory->CreateFromDDSurface(direct.Get(), nullptr, 0, nullptr, &IDXSurface::iid, out);
             });
     }
     if (SUCCEEDED(status) && !row.surface) status = E_NOINTERFACE;
@@ -93,6 +94,8 @@ HRESULT CTransformBase::Bind(IUnknown* object, tTransformInput& row) {
 
 HRESULT CTransformBase::MakeInputsSameSize() {
     if (m_NumInputs < 2) return S_OK;
+    const CComPtr<IDXTransformFactory> factory = m_pTransformFactory; // a surface may change the site
+    if (!factory) return DXTERR_UNINITIALIZED;
     DXBNDS all{};
     if (const HRESULT status = UniteInputs(nullptr, 0, all); FAILED(status)) return status;
     for (ULONG i = 0; i < m_NumInputs; ++i) {
@@ -104,7 +107,7 @@ HRESULT CTransformBase::MakeInputsSameSize() {
 
         HRESULT status = S_OK;
         const auto modifier = KwReceived<IDXSurfaceModifier>([&](void** out) {
-            return status = m_pTransformFactory->QueryService(&CLSID_DXSurfaceModifier, &IDXSurfaceModifier::iid, out);
+            return status = factory->QueryService(&CLSID_DXSurfaceModifier, &IDXSurfaceModifier::iid, out);
         });
         if (FAILED(status)) return status;
         if (!modifier) return E_FAIL;

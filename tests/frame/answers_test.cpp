@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "frame/effect.h"
@@ -515,6 +517,108 @@ TEST(Answers, WhatIsNoSurfaceIsNotBound) {
             EXPECT_EQ(expected, made->Setup(&good, 1, &bad, 1, 0));
             EXPECT_EQ(DXTERR_UNINITIALIZED, made->Execute(nullptr, nullptr, nullptr));
         }
+}
+
+/// What a host does in the middle of a call of its surface or site.
+struct tNosy {
+    LONG left = -1; ///< calls until then; below 0 it is past
+    std::function<void()> act;
+
+    void Call() {
+        if (left >= 0 && left-- == 0) act();
+    }
+};
+
+class CNosySurface final : public larkmoor::ForeignSurface {
+  public:
+    CNosySurface(tNosy& nosy, const Surface& picture) : m_nosy(nosy), m_picture(picture) {}
+    HRESULT QueryInterface(const IID* iid, void** out) override {
+        m_nosy.Call();
+        return ForeignSurface::QueryInterface(iid, out);
+    }
+    HRESULT GetGenerationId(ULONG* id) override { return m_nosy.Call(), *id = ++m_generation, S_OK; }
+    HRESULT GetPixelFormat(GUID* format, DWORD* samples) override {
+        return m_nosy.Call(), m_picture.get()->GetPixelFormat(format, samples);
+    }
+    HRESULT GetBounds(DXBNDS* bounds) override { return m_nosy.Call(), m_picture.get()->GetBounds(bounds); }
+    HRESULT LockSurface(const DXBNDS* bounds, ULONG timeout, DWORD flags, const IID* iid, void** out,
+                        DWORD* generation) override {
+        return m_nosy.Call(), m_picture.get()->LockSurface(bounds, timeout, flags, iid, out, generation);
+    }
+
+  private:
+    tNosy& m_nosy;
+    Surface m_picture;
+    ULONG m_generation = 0;
+};
+
+class CNosySite final : public larkmoor::ObjectOf<IDXTransformFactory> {
+  public:
+    explicit CNosySite(tNosy& nosy) : m_nosy(nosy) {}
+    HRESULT QueryInterface(const IID* iid, void** out) override {
+        m_nosy.Call();
+        return ObjectOf::QueryInterface(iid, out);
+    }
+    HRESULT QueryService(const GUID* service, const IID* iid, void** out) override {
+        m_nosy.Call();
+        return m_services->QueryService(service, iid, out);
+    }
+    HRESULT SetService(const GUID*, IUnknown*, BOOL) override { return E_NOTIMPL; }
+    HRESULT CreateTransform(IUnknown* const*, ULONG, IUnknown* const*, ULONG, IPropertyBag*, IErrorLog*, const CLSID*,
+                            const IID*, void**) override {
+        return E_NOTIMPL;
+    }
+    HRESULT InitializeTransform(IDXTransform*, IUnknown* const*, ULONG, IUnknown* const*, ULONG, IPropertyBag*,
+                                IErrorLog*) override {
+        return E_NOTIMPL;
+    }
+
+  private:
+    tNosy& m_nosy;
+    CComPtr<IDXTransformFactory> m_services = larkmoor::createTransformFactory(2);
+};
+
+TEST(Answers, AHostMayCallBackFromAnywhere) {
+    const Surface wide = Surface::create(PixelFormat::PremultipliedArgb32, 6, 3),
+                  high = Surface::create(PixelFormat::PremultipliedArgb32, 4, 4);
+    COptions* made = nullptr;
+    tNosy nosy;
+    const auto bindFresh = [&] {
+        const auto first = larkmoor::makeObject<CNosySurface>(nosy, wide),
+                   second = larkmoor::makeObject<CNosySurface>(nosy, high);
+        IUnknown *const in[] = {first.Get(), second.Get()}, *const out[] = {second.Get()};
+        return made->Setup(in, 2, out, 1, 0);
+    };
+    const std::function<void()> acts[] = {
+        [&] { made->SetSite(nullptr); },
+        [&] { made->Setup(nullptr, 0, nullptr, 0, 0); },
+        [&] { bindFresh(); },
+        [&] { made->IncrementGenerationId(TRUE); },
+        [&] { made->Execute(nullptr, nullptr, nullptr); },
+        [&] { made->SetSite(larkmoor::createTransformFactory().Get()); },
+    };
+    for (const DWORD options : {DWORD{0}, DWORD{COptions::kOptionSameSizeInputs}})
+        for (const auto& act : acts)
+            for (LONG turn = 0, left = -1; left < 0; ++turn) {
+                const auto owner = Owned(made, options);
+                nosy = {turn, act};
+                // The object alone holds what it is given.
+                made->SetSite(larkmoor::makeObject<CNosySite>(nosy).Get());
+                bindFresh();
+                ULONG id = 0;
+                DXBNDS bounds{};
+                DXVEC point{};
+                made->GetGenerationId(&id);
+                made->MapBoundsIn2Out(nullptr, 0, 0, &bounds);
+                made->PointPick(&point, &id, &point);
+                made->IncrementGenerationId(TRUE);
+                made->Execute(nullptr, nullptr, nullptr);
+                made->Setup(nullptr, 0, nullptr, 0, 0);
+                left = std::exchange(nosy.left, -1);
+                made->SetSite(larkmoor::createTransformFactory().Get());
+                EXPECT_EQ(S_OK, bindFresh()) << "turn " << turn;
+                EXPECT_EQ(S_OK, made->Execute(nullptr, nullptr, nullptr)) << "turn " << turn;
+            }
 }
 
 /// A picture that answers `allowed` calls and then none.
