@@ -3,7 +3,6 @@
 #include <array>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "base/arith.h"
 #include "frame/effect.h"
@@ -87,9 +86,9 @@ LONG FixedOf(float scale) {
     return scale > -32768.0f && scale < 32768.0f ? KwTrunc(double{scale} * 65536.0) : 0;
 }
 
-/// A character as pixels, grey on black.
+/// A character's measures; all 0 where there is no ink.
 struct tSlot {
-    std::vector<DWORD> pixels; ///< without padding; empty where there is no glyph
+    ULONG glyph = 0;
     LONG width = 0, height = 0, originX = 0, originY = 0, cellIncrement = 0;
 };
 
@@ -99,10 +98,16 @@ class CDigits {
     CDigits(LONG fontSize, float width, float height) : m_fontSize(fontSize), m_scale{width, height} {
         const tLOGFONT description{
             .lfHeight = fontSize, .lfWeight = 700, .lfCharSet = 1, .lfOutPrecision = 7, .lfFaceName = "Arial"};
-        const auto font = CGlyphFont::Open(description, FixedOf(width), FixedOf(height));
-        for (std::size_t i = 0; font && i < m_slots.size(); ++i) {
-            const tGlyph* const glyph = font->Glyph(font->IndexOf(static_cast<unsigned char>(kCharacters[i])));
-            if (glyph && glyph->coverage) Take(*glyph, m_slots[i]);
+        m_font = CGlyphFont::Open(description, FixedOf(width), FixedOf(height));
+        for (std::size_t i = 0; m_font && i < m_slots.size(); ++i) {
+            const ULONG index = m_font->IndexOf(static_cast<unsigned char>(kCharacters[i]));
+            if (const tGlyph* const glyph = m_font->Glyph(index); glyph && glyph->coverage)
+                m_slots[i] = {index,          glyph->boxWidth, glyph->boxHeight,
+                              glyph->originX, glyph->originY,  glyph->cellIncrementX};
+        }
+        for (const tSlot& slot : m_slots) {
+            m_top = std::max(m_top, slot.originY);
+            if (slot.originY < 0) m_bottom = slot.height;
         }
     }
 
@@ -114,21 +119,29 @@ class CDigits {
     LONG Top() const { return m_top; }
     LONG Bottom() const { return m_bottom; }
 
-  private:
-    void Take(const tGlyph& glyph, tSlot& slot) {
-        slot = {{}, glyph.boxWidth, glyph.boxHeight, glyph.originX, glyph.originY, glyph.cellIncrementX};
-        slot.pixels.reserve(static_cast<std::size_t>(glyph.boxWidth) * static_cast<std::size_t>(glyph.boxHeight));
-        for (LONG y = 0; y < glyph.boxHeight; ++y)
-            for (LONG x = 0; x < glyph.boxWidth; ++x) {
-                const DWORD grey = std::min<DWORD>(4u * glyph.coverage[std::ptrdiff_t{glyph.stride} * y + x], 255);
-                slot.pixels.push_back(0xFF000000 | grey * 0x010101);
-            }
-        m_top = std::max(m_top, slot.originY);
-        if (slot.originY < 0) m_bottom = slot.height;
+    /// Draws a slot's box with its top left at (x, y), grey on black. Its pixels are made of what is seen of it alone:
+    /// at a wild scale all of them would be gigabytes.
+    HRESULT Draw(const tSlot& slot, std::int64_t x, std::int64_t y, const RECT& within, const tView& output) {
+        const std::int64_t left = std::max<std::int64_t>(x, within.left),
+                           right = std::min<std::int64_t>(x + slot.width, within.right);
+        const std::int64_t top = std::max<std::int64_t>(y, within.top),
+                           bottom = std::min<std::int64_t>(y + slot.height, within.bottom);
+        if (left >= right || top >= bottom) return S_OK;
+        const tGlyph* const glyph = m_font->Glyph(slot.glyph);
+        if (!glyph) return E_OUTOFMEMORY;
+        for (std::int64_t row = top; row < bottom; ++row) {
+            const std::uint8_t* const coverage = glyph->coverage + (row - y) * glyph->stride;
+            auto* const pixels = reinterpret_cast<tAnyWord*>(KwPixelAddress(output, 0, static_cast<LONG>(row), 4));
+            for (std::int64_t column = left; column < right; ++column)
+                pixels[column] = 0xFF000000 | std::min<DWORD>(4u * coverage[column - x], 255) * 0x010101;
+        }
+        return S_OK;
     }
 
+  private:
     LONG m_fontSize;
     float m_scale[2];
+    std::unique_ptr<CGlyphFont> m_font;
     std::array<tSlot, kCharacters.size()> m_slots;
     LONG m_top = 0, m_bottom = 0;
 };
@@ -145,17 +158,6 @@ double CountingRate(double rate) {
 std::int64_t SnapToFrame(std::int64_t time, double rate) {
     const auto frames = static_cast<double>(KwTrunc64(static_cast<double>(time) * 1e-7 * rate + 1e-5));
     return KwTrunc64(frames / rate * 1e7 + 0.5);
-}
-
-void CopyGlyph(const tSlot& slot, std::int64_t x, std::int64_t y, const RECT& within, const tView& output) {
-    const std::int64_t left = std::max<std::int64_t>(x, within.left),
-                       right = std::min<std::int64_t>(x + slot.width, within.right);
-    const std::int64_t top = std::max<std::int64_t>(y, within.top),
-                       bottom = std::min<std::int64_t>(y + slot.height, within.bottom);
-    for (std::int64_t row = top; row < bottom && left < right; ++row)
-        std::memcpy(KwPixelAddress(output, static_cast<LONG>(left), static_cast<LONG>(row), 4),
-                    slot.pixels.data() + (row - y) * slot.width + (left - x),
-                    static_cast<std::size_t>(right - left) * 4);
 }
 
 LONG Limited(std::int64_t value) {
@@ -180,7 +182,7 @@ class DXTTimeCode final : public CEffect<tTIMECODEPROP> {
         const LONG fontSize = std::min(width, height) / 6;
         if (!m_Digits || !m_Digits->IsFor(fontSize, params.width, params.height))
             m_Digits = std::make_unique<CDigits>(fontSize, params.width, params.height);
-        const CDigits& digits = *m_Digits;
+        CDigits& digits = *m_Digits;
 
         const tSurfaceInfo& info = views.output.m_SurfaceInfo;
         const std::string text = TextOf(params.format, CountingRate(info.frameRate), info.time100ns);
@@ -208,7 +210,9 @@ class DXTTimeCode final : public CEffect<tTIMECODEPROP> {
                 return status;
         for (const char c : text) {
             const tSlot& slot = digits[c];
-            CopyGlyph(slot, x + slot.originX, y - slot.originY, within, output);
+            if (const HRESULT status = digits.Draw(slot, x + slot.originX, y - slot.originY, within, output);
+                FAILED(status))
+                return status;
             x += slot.cellIncrement;
         }
         return S_OK;

@@ -15,6 +15,7 @@
 #include "base/object.h"
 #include "frame/effect_class.h"
 #include "generators/text.h"
+#include "generators/time_code.h"
 #include "host/object.h"
 #include "host/services.h"
 #include "host/surface.h"
@@ -602,6 +603,24 @@ TEST(ShortMemory, TextTakesWhatItsStreamGives) {
     g_largest = 0;
     EXPECT_EQ(KwQuery<IPersistStreamInit>(object.Get())->Load(stream.Get()), S_FALSE);
     EXPECT_LT(g_largest, 1u << 16);
+}
+
+/// A digit that is a thousand times too large for the picture is kept as its levels alone.
+TEST(ShortMemory, DigitsTakeNoPixelsThatAreNotSeen) {
+    const auto row = std::ranges::find(KwObjectMap(), std::string_view("DXTTimeCode"), &tObjectMapRow::className);
+    const auto object = Made(row->clsid);
+    const tClassInfo info = ClassOf(object.Get());
+    const auto effect = KwReceived<IKwEffect>([&](void** out) { return object->QueryInterface(&info.iid, out); });
+    tTIMECODEPROP record{1, 1, kTimeFrames, 1100.0f, 1100.0f, 1.0f, 0, 0};
+    effect->put_all(&record, sizeof record);
+    tStage stage;
+    KwQuery<IObjectWithSite>(object.Get())->SetSite(stage.factory.Get());
+    const auto transform = KwQuery<IDXTransform>(object.Get());
+    EXPECT_EQ(stage.Setup(transform.Get(), 1), S_OK);
+    g_largest = 0;
+    EXPECT_EQ(transform->Execute(nullptr, nullptr, nullptr), S_OK);
+    EXPECT_GT(g_largest, 1u << 20);
+    EXPECT_LT(g_largest, 1u << 26);
 }
 
 } // namespace
