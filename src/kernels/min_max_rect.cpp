@@ -269,36 +269,47 @@ KWINLINE inline void FillLists(const tRimBlock& rim, const std::uint8_t* fullByt
     }
 }
 
+/// All bits of a byte, or none. GCC makes one jump of several choices by one comparison, and then no vectors.
+KWINLINE inline std::uint8_t Mask(bool all) {
+    return static_cast<std::uint8_t>(-static_cast<int>(all));
+}
+KWINLINE inline std::uint8_t Chosen(std::uint8_t mask, std::uint8_t a, std::uint8_t b) {
+    return static_cast<std::uint8_t>((a & mask) | (b & ~mask));
+}
+
 /// Takes the highest values off the lists.
 KWINLINE inline void TakeTops(tList (&lists)[kLists], tRimTops& result) {
     auto& [tops, counts, unknown] = result;
-    for (int n = 0; n <= kValues; ++n)
+    for (int n = 0; n <= kValues; ++n) {
+        for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i)
+            tops[n][i] = Greater(Greater(Greater(lists[0].values[0][i], lists[1].values[0][i]),
+                                         Greater(lists[2].values[0][i], lists[3].values[0][i])),
+                                 lists[4].values[0][i]);
+        if (n == kValues) break;
         for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
-            const std::uint8_t best = Greater(Greater(Greater(lists[0].values[0][i], lists[1].values[0][i]),
-                                                      Greater(lists[2].values[0][i], lists[3].values[0][i])),
-                                              lists[4].values[0][i]);
-            tops[n][i] = best;
-            if (n == kValues) continue;
+            const std::uint8_t best = tops[n][i];
             std::uint8_t taken[kLists], isUnknown = 0;
             KWUNROLL
             for (int p = 0; p < kLists; ++p) {
                 tList& list = lists[p];
                 const std::uint8_t value = list.values[0][i], next = list.values[1][i], third = list.values[2][i];
                 const std::uint8_t number = list.numbers[0][i], nextNumber = list.numbers[1][i];
-                const std::uint8_t hidden = number == 0 ? value : 0;
-                taken[p] = value == best ? number : 0;
-                isUnknown = Greater(isUnknown, value == best ? hidden : 0);
-                list.values[0][i] = value == best ? next : value;
-                list.values[1][i] = value == best ? third : next;
-                list.values[2][i] = value == best ? 0 : third;
-                list.numbers[0][i] = value == best ? nextNumber : number;
-                list.numbers[1][i] = value == best ? 0 : nextNumber;
+                const std::uint8_t isBest = Mask(value == best);
+                const std::uint8_t hidden = value & Mask(number == 0);
+                taken[p] = number & isBest;
+                isUnknown = Greater(isUnknown, hidden & isBest);
+                list.values[0][i] = Chosen(isBest, next, value);
+                list.values[1][i] = Chosen(isBest, third, next);
+                list.values[2][i] = Chosen(isBest, 0, third);
+                list.numbers[0][i] = Chosen(isBest, nextNumber, number);
+                list.numbers[1][i] = Chosen(isBest, 0, nextNumber);
             }
             unknown[n][i] = isUnknown;
             counts[n][0][i] = AddCounts(taken[0], taken[1]);
             counts[n][1][i] = AddCounts(taken[2], taken[3]);
             counts[n][2][i] = taken[4];
         }
+    }
 }
 
 /// The means of one cell's weight from the top on, and where they are in doubt.
