@@ -1,9 +1,9 @@
 // The minimum and maximum filters over a rectangle.
 //
 // Its rim is made of rows and columns of one weight each. The two greatest values of such a piece and how often they
-// occur settle nearly all pixels: they slide along like the plain extreme, and 64 lanes are weighed up together. Where
-// they do not settle it - a third value counts, a count is too large for a byte, or the result lies so close to a whole
-// number that the order of the sums shows - the cells themselves are weighed.
+// occur settle nearly all pixels: they slide along like the plain extreme, and a block of lanes is weighed up at once.
+// Where they do not settle it - a third value counts, a count is too large for a byte, or the result lies so close to a
+// whole number that the order of the sums shows - the cells themselves are weighed.
 #include <cmath>
 
 #include "kernels/min_max_rim.h"
@@ -31,44 +31,49 @@ struct tConstants {
 
 /// The two greatest of some samples, `value[0]` above `value[1]`, and how often they occur, 255 for more. A value that
 /// does not occur is 0.
+template <class Bytes>
 struct tTops {
-    tBytes value[2], count[2];
+    Bytes value[2], count[2];
 };
 
 /// Planes of tops in memory are `plane` bytes apart: greatest, second, and their counts.
-KWINLINE inline void LoadTops(const std::uint8_t* from, std::ptrdiff_t plane, tTops& tops) {
-    tops.value[0] = KwLoad(from);
-    tops.value[1] = KwLoad(from + plane);
-    tops.count[0] = KwLoad(from + 2 * plane);
-    tops.count[1] = KwLoad(from + 3 * plane);
+template <class Bytes>
+KWINLINE inline void LoadTops(const std::uint8_t* from, std::ptrdiff_t plane, tTops<Bytes>& tops) {
+    tops.value[0] = KwLoad<Bytes>(from);
+    tops.value[1] = KwLoad<Bytes>(from + plane);
+    tops.count[0] = KwLoad<Bytes>(from + 2 * plane);
+    tops.count[1] = KwLoad<Bytes>(from + 3 * plane);
 }
 
-KWINLINE inline void StoreTops(const tTops& tops, std::uint8_t* to, std::ptrdiff_t plane) {
-    std::memcpy(to, &tops.value[0], kBlockBytes);
-    std::memcpy(to + plane, &tops.value[1], kBlockBytes);
-    std::memcpy(to + 2 * plane, &tops.count[0], kBlockBytes);
-    std::memcpy(to + 3 * plane, &tops.count[1], kBlockBytes);
+template <class Bytes>
+KWINLINE inline void StoreTops(const tTops<Bytes>& tops, std::uint8_t* to, std::ptrdiff_t plane) {
+    std::memcpy(to, &tops.value[0], sizeof(Bytes));
+    std::memcpy(to + plane, &tops.value[1], sizeof(Bytes));
+    std::memcpy(to + 2 * plane, &tops.count[0], sizeof(Bytes));
+    std::memcpy(to + 3 * plane, &tops.count[1], sizeof(Bytes));
 }
 
 /// The tops of single samples.
-KWINLINE inline void LoadSample(const std::uint8_t* from, const tConstants& constants, tTops& tops) {
-    tops.value[0] = KwLoad(from);
-    tops.value[1] = KwLoad(constants.zeros);
-    tops.count[0] = KwLoad(constants.ones);
-    tops.count[1] = KwLoad(constants.zeros);
+template <class Bytes>
+KWINLINE inline void LoadSample(const std::uint8_t* from, const tConstants& constants, tTops<Bytes>& tops) {
+    tops.value[0] = KwLoad<Bytes>(from);
+    tops.value[1] = KwLoad<Bytes>(constants.zeros);
+    tops.count[0] = KwLoad<Bytes>(constants.ones);
+    tops.count[1] = KwLoad<Bytes>(constants.zeros);
 }
 
 /// Takes the tops of other samples in.
-KWINLINE inline void Join(tTops& a, const tTops& b) {
-    const tBytes none{};
-    const tBytes first = KwGreater(a.value[0], b.value[0]);
-    const tBytes countA = a.value[0] == first ? a.count[0] : none, countB = b.value[0] == first ? b.count[0] : none;
-    const tBytes nextA = a.value[0] == first ? a.value[1] : a.value[0];
-    const tBytes nextB = b.value[0] == first ? b.value[1] : b.value[0];
-    const tBytes nextCountA = a.value[0] == first ? a.count[1] : a.count[0];
-    const tBytes nextCountB = b.value[0] == first ? b.count[1] : b.count[0];
-    const tBytes second = KwGreater(nextA, nextB);
-    const tBytes secondA = nextA == second ? nextCountA : none, secondB = nextB == second ? nextCountB : none;
+template <class Bytes>
+KWINLINE inline void Join(tTops<Bytes>& a, const tTops<Bytes>& b) {
+    const Bytes none{};
+    const Bytes first = KwGreater(a.value[0], b.value[0]);
+    const Bytes countA = a.value[0] == first ? a.count[0] : none, countB = b.value[0] == first ? b.count[0] : none;
+    const Bytes nextA = a.value[0] == first ? a.value[1] : a.value[0];
+    const Bytes nextB = b.value[0] == first ? b.value[1] : b.value[0];
+    const Bytes nextCountA = a.value[0] == first ? a.count[1] : a.count[0];
+    const Bytes nextCountB = b.value[0] == first ? b.count[1] : b.count[0];
+    const Bytes second = KwGreater(nextA, nextB);
+    const Bytes secondA = nextA == second ? nextCountA : none, secondB = nextB == second ? nextCountB : none;
     a.value[0] = first;
     a.value[1] = second;
     a.count[0] = KwSum(countA, countB);
@@ -76,30 +81,32 @@ KWINLINE inline void Join(tTops& a, const tTops& b) {
 }
 
 /// Up to a block behind `bytes` is read and written.
+template <std::ptrdiff_t kBytes>
 KWINLINE inline void JoinRows(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* a, std::ptrdiff_t planeA,
                               const std::uint8_t* b, std::ptrdiff_t planeB, std::ptrdiff_t bytes) {
-    for (std::ptrdiff_t i = 0; i < bytes; i += kBlockBytes) {
-        tTops tops, other;
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBytes) {
+        tTops<typename tBlock<kBytes>::tBytes> tops, other;
         LoadTops(a + i, planeA, tops);
         LoadTops(b + i, planeB, other);
         Join(tops, other);
         StoreTops(tops, to + i, toPlane);
     }
 }
-constexpr CKwBodies kJoinRows(KwClones<JoinRows>);
+constexpr CKwBodies kJoinRows(KwWidths<JoinRows<16>, JoinRows<32>, JoinRows<32>>);
 
 /// As `JoinRows` of `a` and single samples.
+template <std::ptrdiff_t kBytes>
 KWINLINE inline void JoinSamples(std::uint8_t* to, const std::uint8_t* a, std::ptrdiff_t plane,
                                  const std::uint8_t* samples, const tConstants& constants, std::ptrdiff_t bytes) {
-    for (std::ptrdiff_t i = 0; i < bytes; i += kBlockBytes) {
-        tTops tops, other;
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBytes) {
+        tTops<typename tBlock<kBytes>::tBytes> tops, other;
         LoadTops(a + i, plane, tops);
         LoadSample(samples + i, constants, other);
         Join(tops, other);
         StoreTops(tops, to + i, plane);
     }
 }
-constexpr CKwBodies kJoinSamples(KwClones<JoinSamples>);
+constexpr CKwBodies kJoinSamples(KwWidths<JoinSamples<16>, JoinSamples<32>, JoinSamples<32>>);
 
 /// The greatest of `count` pixels from each on. `row` holds `bytes` and is used up.
 void SlideMax(std::uint8_t* to, std::uint8_t* row, std::ptrdiff_t bytes, LONG count, std::ptrdiff_t outBytes) {
@@ -240,15 +247,18 @@ struct tRimTops {
 };
 
 /// What of the rim's pieces lies above the cells of full weight.
+template <std::ptrdiff_t kBytes>
 KWINLINE inline void FillLists(const tRimBlock& rim, const std::uint8_t* fullBytes, tList (&lists)[kLists]) {
-    tTops corners, other;
-    LoadSample(rim.pieces[kTopLeft], rim.constants, corners);
-    for (const int corner : {kTopRight, kBottomLeft, kBottomRight}) {
-        LoadSample(rim.pieces[corner], rim.constants, other);
-        Join(corners, other);
-    }
     alignas(kBlockBytes) std::uint8_t cornerTops[4 * kBlockBytes];
-    StoreTops(corners, cornerTops, kBlockBytes);
+    for (std::ptrdiff_t i = 0; i < kBlockBytes; i += kBytes) {
+        tTops<typename tBlock<kBytes>::tBytes> corners, other;
+        LoadSample(rim.pieces[kTopLeft] + i, rim.constants, corners);
+        for (const int corner : {kTopRight, kBottomLeft, kBottomRight}) {
+            LoadSample(rim.pieces[corner] + i, rim.constants, other);
+            Join(corners, other);
+        }
+        StoreTops(corners, cornerTops + i, kBlockBytes);
+    }
     const std::uint8_t* const sources[kLists] = {rim.pieces[kTop], rim.pieces[kBottom], rim.pieces[kLeft],
                                                  rim.pieces[kRight], cornerTops};
     const std::ptrdiff_t planes[kLists] = {rim.rowPlane, rim.rowPlane, rim.columnPlane, rim.columnPlane, kBlockBytes};
@@ -345,6 +355,7 @@ KWINLINE inline void WeighTops(const tRimTops& rim, const std::uint8_t* fullByte
 
 /// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
 /// is.
+template <std::ptrdiff_t kBytes>
 KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
                                 std::uint8_t* to, std::uint8_t* doubts) {
     const tBytes full = KwLoad(fullBytes);
@@ -354,12 +365,12 @@ KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBy
 
     tList lists[kLists];
     tRimTops tops;
-    FillLists(rim, fullBytes, lists);
+    FillLists<kBytes>(rim, fullBytes, lists);
     TakeTops(lists, tops);
     WeighTops(tops, fullBytes, weights, to, doubts);
     return Beats(KwLoad(doubts), tBytes{});
 }
-constexpr CKwBodies kWeighBlock(KwClones<WeighBlock>);
+constexpr CKwBodies kWeighBlock(KwWidths<WeighBlock<16>, WeighBlock<32>, WeighBlock<32>>);
 
 /// Whether sums and products of these weights up to 1 are exact: whole multiples of 1 / 256, or of 1 / 65536 for a
 /// corner.

@@ -45,7 +45,8 @@ KWINLINE inline Bytes KwSmaller(const Bytes& a, const Bytes& b) {
     return a < b ? a : b;
 }
 
-KWINLINE inline tBytes KwGreater(const tBytes& a, const tBytes& b) {
+template <class Bytes>
+KWINLINE inline Bytes KwGreater(const Bytes& a, const Bytes& b) {
     return a > b ? a : b;
 }
 
@@ -54,8 +55,9 @@ KWINLINE inline tBytes KwDistance(const tBytes& a, const tBytes& b) {
 }
 
 /// The sum, limited to 255.
-KWINLINE inline tBytes KwSum(const tBytes& a, const tBytes& b) {
-    const tBytes room = ~a;
+template <class Bytes>
+KWINLINE inline Bytes KwSum(const Bytes& a, const Bytes& b) {
+    const Bytes room = ~a;
     return a + KwSmaller(b, room);
 }
 
