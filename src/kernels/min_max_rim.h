@@ -17,7 +17,7 @@
 #include "kernels/row.h"
 
 // The result is a bare extreme wherever no sample on the area's rim beats the cells of full weight. These extremes are
-// found first, for whole rows; then the rim's cells are held against them, 64 bytes of a row at a time, and weights are
+// found first, for whole rows; then the rim's cells are held against them, a block of a row at a time, and weights are
 // added up for the few samples that beat them. Samples are turned over for the minimum, so that the better sample is
 // the greater byte in both filters and 0 stands for what lies outside the picture.
 
