@@ -482,14 +482,7 @@ KWINLINE inline void FilterGroups(const tStrip& strip) {
 }
 
 template <bool kFew>
-constexpr CKwBodies kFilterStrip {
-    tKwCloner<FilterGroups<16, kFew>>::Base,
-#if defined(__x86_64__)
-        tKwBody{eKwLevel::V3, tKwCloner<FilterGroups<32, kFew>>::V3}, tKwBody {
-        eKwLevel::V4, tKwCloner<FilterGroups<64, kFew>>::V4
-    }
-#endif
-};
+constexpr CKwBodies kFilterStrip(KwWidths<FilterGroups<16, kFew>, FilterGroups<32, kFew>, FilterGroups<64, kFew>>);
 
 } // namespace
 
