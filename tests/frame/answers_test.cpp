@@ -429,12 +429,8 @@ TEST(Answers, OptionsOfATransform) {
     for (const double level : {-1.0, 0.5, 2.0}) EXPECT_EQ(S_OK, made->SetLevel(level));
 }
 
-/// A site that has all services but one, which it refuses or, asked for it, says to have given.
-struct CPoorSite final : larkmoor::ObjectOf<IDXTransformFactory> {
-    HRESULT QueryService(const GUID* service, const IID* iid, void** out) override {
-        if (*iid == missing) return *out = nullptr, status;
-        return larkmoor::createTransformFactory()->QueryService(service, iid, out);
-    }
+/// A site that does no more than give services.
+struct CServingSite : larkmoor::ObjectOf<IDXTransformFactory> {
     HRESULT SetService(const GUID*, IUnknown*, BOOL) override { return E_NOTIMPL; }
     HRESULT CreateTransform(IUnknown* const*, ULONG, IUnknown* const*, ULONG, IPropertyBag*, IErrorLog*, const CLSID*,
                             const IID*, void**) override {
@@ -443,6 +439,14 @@ struct CPoorSite final : larkmoor::ObjectOf<IDXTransformFactory> {
     HRESULT InitializeTransform(IDXTransform*, IUnknown* const*, ULONG, IUnknown* const*, ULONG, IPropertyBag*,
                                 IErrorLog*) override {
         return E_NOTIMPL;
+    }
+};
+
+/// A site that has all services but one, which it refuses or, asked for it, says to have given.
+struct CPoorSite final : CServingSite {
+    HRESULT QueryService(const GUID* service, const IID* iid, void** out) override {
+        if (*iid == missing) return *out = nullptr, status;
+        return larkmoor::createTransformFactory()->QueryService(service, iid, out);
     }
 
     IID missing{};
@@ -552,7 +556,7 @@ class CNosySurface final : public larkmoor::ForeignSurface {
     ULONG m_generation = 0;
 };
 
-class CNosySite final : public larkmoor::ObjectOf<IDXTransformFactory> {
+class CNosySite final : public CServingSite {
   public:
     explicit CNosySite(tNosy& nosy) : m_nosy(nosy) {}
     HRESULT QueryInterface(const IID* iid, void** out) override {
@@ -562,15 +566,6 @@ class CNosySite final : public larkmoor::ObjectOf<IDXTransformFactory> {
     HRESULT QueryService(const GUID* service, const IID* iid, void** out) override {
         m_nosy.Call();
         return m_services->QueryService(service, iid, out);
-    }
-    HRESULT SetService(const GUID*, IUnknown*, BOOL) override { return E_NOTIMPL; }
-    HRESULT CreateTransform(IUnknown* const*, ULONG, IUnknown* const*, ULONG, IPropertyBag*, IErrorLog*, const CLSID*,
-                            const IID*, void**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT InitializeTransform(IDXTransform*, IUnknown* const*, ULONG, IUnknown* const*, ULONG, IPropertyBag*,
-                                IErrorLog*) override {
-        return E_NOTIMPL;
     }
 
   private:
