@@ -49,7 +49,7 @@ cost() {
     done | awk '{ s = $1 + $2; if (NR == 1 || s < least) least = s } END { printf "%.2f", least }'
 }
 
-# Files through ffmpeg and through the command: threads, file, seconds of either.
+# Files through ffmpeg and through the command: file, threads, seconds of either.
 if command -v ffmpeg >/dev/null; then
     ffmpeg -v error -f lavfi -i testsrc2=s=1920x1080:r=25 -frames:v 200 -pix_fmt yuv420p "$work/clip.mp4"
     ffmpeg -v error -i "$work/clip.mp4" -frames:v 100 "$work/clip.y4m"
