@@ -1,9 +1,9 @@
 // The minimum and maximum filters over a rectangle.
 //
 // Its rim is made of rows and columns of one weight each. The two greatest values of such a piece and how often they
-// occur settle nearly all pixels: they slide along like the plain extreme, and a block of lanes is weighed up at once.
-// Where they do not settle it - a third value counts, a count is too large for a byte, or the result lies so close to a
-// whole number that the order of the sums shows - the cells themselves are weighed.
+// occur slide along like the plain extreme. With the two greatest values of all pieces they settle nearly all pixels,
+// a block of lanes at once. Where they do not - a third value counts, a count is too large for a byte, or the result
+// lies so close to a whole number that the order of the sums shows - the cells themselves are weighed.
 #include <cmath>
 
 #include "kernels/min_max_rim.h"
@@ -18,16 +18,12 @@ KWINLINE inline void WidenMax(std::uint8_t* row, std::ptrdiff_t step, std::ptrdi
 }
 constexpr CKwBodies kWidenMax(KwClones<WidenMax>);
 
-/// Constant lanes in memory: some compilers take a comparison's result apart into single bytes when it chooses between
-/// constants that they know.
-struct tConstants {
-    std::uint8_t zeros[kBlockBytes] = {}, ones[kBlockBytes], all[kBlockBytes];
-
-    tConstants() {
-        std::memset(ones, 1, kBlockBytes);
-        std::memset(all, 255, kBlockBytes);
-    }
-};
+/// All bits of the bytes that are equal. Some compilers take a comparison's result apart into single bytes when it
+/// chooses between constants that they know, so what is wanted is cut out by it.
+template <class Bytes>
+KWINLINE inline Bytes Equal(const Bytes& a, const Bytes& b) {
+    return reinterpret_cast<Bytes>(a == b);
+}
 
 /// The two greatest of some samples, `value[0]` above `value[1]`, and how often they occur, 255 for more. A value that
 /// does not occur is 0.
@@ -53,31 +49,18 @@ KWINLINE inline void StoreTops(const tTops<Bytes>& tops, std::uint8_t* to, std::
     std::memcpy(to + 3 * plane, &tops.count[1], sizeof(Bytes));
 }
 
-/// The tops of single samples.
-template <class Bytes>
-KWINLINE inline void LoadSample(const std::uint8_t* from, const tConstants& constants, tTops<Bytes>& tops) {
-    tops.value[0] = KwLoad<Bytes>(from);
-    tops.value[1] = KwLoad<Bytes>(constants.zeros);
-    tops.count[0] = KwLoad<Bytes>(constants.ones);
-    tops.count[1] = KwLoad<Bytes>(constants.zeros);
-}
-
 /// Takes the tops of other samples in.
 template <class Bytes>
 KWINLINE inline void Join(tTops<Bytes>& a, const tTops<Bytes>& b) {
-    const Bytes none{};
     const Bytes first = KwGreater(a.value[0], b.value[0]);
-    const Bytes countA = a.value[0] == first ? a.count[0] : none, countB = b.value[0] == first ? b.count[0] : none;
+    const Bytes firsts = KwSum(a.count[0] & Equal(a.value[0], first), b.count[0] & Equal(b.value[0], first));
     const Bytes nextA = a.value[0] == first ? a.value[1] : a.value[0];
     const Bytes nextB = b.value[0] == first ? b.value[1] : b.value[0];
     const Bytes nextCountA = a.value[0] == first ? a.count[1] : a.count[0];
     const Bytes nextCountB = b.value[0] == first ? b.count[1] : b.count[0];
     const Bytes second = KwGreater(nextA, nextB);
-    const Bytes secondA = nextA == second ? nextCountA : none, secondB = nextB == second ? nextCountB : none;
-    a.value[0] = first;
-    a.value[1] = second;
-    a.count[0] = KwSum(countA, countB);
-    a.count[1] = KwSum(secondA, secondB);
+    const Bytes seconds = KwSum(nextCountA & Equal(nextA, second), nextCountB & Equal(nextB, second));
+    a = {{first, second}, {firsts, seconds}};
 }
 
 /// Up to a block behind `bytes` is read and written.
@@ -96,17 +79,36 @@ constexpr CKwBodies kJoinRows(KwWidths<JoinRows<16>, JoinRows<32>, JoinRows<32>>
 
 /// As `JoinRows` of `a` and single samples.
 template <std::ptrdiff_t kBytes>
-KWINLINE inline void JoinSamples(std::uint8_t* to, const std::uint8_t* a, std::ptrdiff_t plane,
-                                 const std::uint8_t* samples, const tConstants& constants, std::ptrdiff_t bytes) {
+KWINLINE inline void JoinSamples(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* a, std::ptrdiff_t planeA,
+                                 const std::uint8_t* samples, std::ptrdiff_t bytes) {
+    using tBytes = typename tBlock<kBytes>::tBytes;
     for (std::ptrdiff_t i = 0; i < bytes; i += kBytes) {
-        tTops<typename tBlock<kBytes>::tBytes> tops, other;
-        LoadTops(a + i, plane, tops);
-        LoadSample(samples + i, constants, other);
-        Join(tops, other);
-        StoreTops(tops, to + i, plane);
+        tTops<tBytes> tops;
+        LoadTops(a + i, planeA, tops);
+        const tBytes sample = KwLoad<tBytes>(samples + i);
+        const tBytes first = KwGreater(tops.value[0], sample), lower = KwSmaller(tops.value[0], sample);
+        const tBytes second = KwGreater(tops.value[1], lower & ~Equal(lower, first));
+        const tBytes firsts = KwSum(tops.count[0] & Equal(tops.value[0], first), Equal(sample, first) & 1);
+        const tBytes seconds = KwSum(tops.count[1] & Equal(tops.value[1], second), Equal(sample, second) & 1);
+        StoreTops(tTops<tBytes>{{first, second}, {firsts, tops.value[0] == first ? seconds : tops.count[0]}}, to + i,
+                  toPlane);
     }
 }
 constexpr CKwBodies kJoinSamples(KwWidths<JoinSamples<16>, JoinSamples<32>, JoinSamples<32>>);
+
+/// The tops of each sample and the pixel after it.
+template <std::ptrdiff_t kBytes>
+KWINLINE inline void JoinPairs(std::uint8_t* to, std::ptrdiff_t plane, const std::uint8_t* samples,
+                               std::ptrdiff_t bytes) {
+    using tBytes = typename tBlock<kBytes>::tBytes;
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBytes) {
+        const tBytes a = KwLoad<tBytes>(samples + i), b = KwLoad<tBytes>(samples + i + 4);
+        const tBytes same = Equal(a, b);
+        StoreTops(tTops<tBytes>{{KwGreater(a, b), KwSmaller(a, b) & ~same}, {(same & 1) + 1, ~same & 1}}, to + i,
+                  plane);
+    }
+}
+constexpr CKwBodies kJoinPairs(KwWidths<JoinPairs<16>, JoinPairs<32>, JoinPairs<32>>);
 
 /// The greatest of `count` pixels from each on. `row` holds `bytes` and is used up.
 void SlideMax(std::uint8_t* to, std::uint8_t* row, std::ptrdiff_t bytes, LONG count, std::ptrdiff_t outBytes) {
@@ -118,14 +120,23 @@ void SlideMax(std::uint8_t* to, std::uint8_t* row, std::ptrdiff_t bytes, LONG co
     kMaxRows(to, row, row + (count - reach) * 4, outBytes);
 }
 
-/// The same with tops.
-void SlideTops(std::uint8_t* to, std::ptrdiff_t toPlane, std::uint8_t* rows, std::ptrdiff_t plane, std::ptrdiff_t bytes,
-               LONG count, std::ptrdiff_t outBytes) {
-    std::memset(to, 0, static_cast<std::size_t>(4 * toPlane));
-    std::ptrdiff_t done = 0; // pixels of the window that are joined in
-    for (std::ptrdiff_t reach = 1;; reach *= 2) {
+/// The same with tops, of an odd `count`; `rows` is room to work in.
+void SlideTops(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* samples, std::uint8_t* rows,
+               std::ptrdiff_t plane, std::ptrdiff_t bytes, LONG count, std::ptrdiff_t outBytes) {
+    std::ptrdiff_t done = 1; // pixels of the window that are joined in
+    if (count == 1) {
+        std::memset(to, 0, static_cast<std::size_t>(4 * toPlane));
+        kJoinSamples(to, toPlane, to, toPlane, samples, outBytes);
+        return;
+    }
+    bytes -= 4;
+    kJoinPairs(rows, plane, samples, bytes);
+    for (std::ptrdiff_t reach = 2;; reach *= 2) {
         if (count & reach) {
-            kJoinRows(to, toPlane, to, toPlane, rows + done * 4, plane, outBytes);
+            if (done == 1)
+                kJoinSamples(to, toPlane, rows + 4, plane, samples, outBytes);
+            else
+                kJoinRows(to, toPlane, to, toPlane, rows + done * 4, plane, outBytes);
             done += reach;
         }
         if (reach * 2 > count) return;
@@ -142,11 +153,11 @@ constexpr std::ptrdiff_t WholeBlocks(std::ptrdiff_t bytes) {
 /// (M. van Herk, "A fast algorithm for local minimum and maximum filters on rectangular and octagonal kernels", 1992.)
 class CColumnMax {
   public:
-    CColumnMax(const tTurned& picture, const tConstants& constants, LONG reach, bool tops)
-        : m_picture(picture), m_constants(constants), m_tops(tops), m_length(2 * std::int64_t{reach} - 1),
+    CColumnMax(const tTurned& picture, LONG reach, bool tops)
+        : m_picture(picture), m_tops(tops), m_length(2 * std::int64_t{reach} - 1),
           m_rows(std::min<std::int64_t>(m_length, picture.height)),
           m_plane(WholeBlocks(std::ptrdiff_t{picture.width} * 4)), m_rowBytes(m_plane * (tops ? 4 : 1)),
-          m_behind(Bytes(m_rows, m_rowBytes)), m_ahead(Bytes(1, m_rowBytes)) {
+          m_behind(UnsetBytes(m_rows, m_rowBytes)), m_ahead(Bytes(1, m_rowBytes)) {
         for (LONG y = 0; y < reach - 1; ++y) Advance();
     }
 
@@ -170,7 +181,7 @@ class CColumnMax {
     void Take(std::uint8_t* to, const std::uint8_t* from, std::int64_t y) {
         const std::uint8_t* samples = m_picture.Row(static_cast<LONG>(y));
         if (m_tops)
-            kJoinSamples(to, from, m_plane, samples, m_constants, m_plane);
+            kJoinSamples(to, m_plane, from, m_plane, samples, m_plane);
         else
             kMaxRows(to, from, samples, m_plane);
     }
@@ -195,7 +206,6 @@ class CColumnMax {
     }
 
     const tTurned& m_picture;
-    const tConstants& m_constants;
     bool m_tops;
     std::int64_t m_length, m_rows;
     std::int64_t m_last = -1; ///< the last row taken in
@@ -214,163 +224,153 @@ struct tRimWeights {
 /// difference to sums of one weight.
 enum { kTopLeft, kTop, kTopRight, kLeft, kRight, kBottomLeft, kBottom, kBottomRight, kPieces };
 
-/// A block of the rim: rows and columns are tops, corners are samples.
-struct tRimBlock {
+/// The rim along a row: rows and columns are tops, corners are samples.
+struct tRim {
     const std::uint8_t* pieces[kPieces];
     std::ptrdiff_t rowPlane, columnPlane;
-    const tConstants& constants;
 };
 
-constexpr int kValues = 3; ///< that are looked at in one block
-constexpr int kLists = 5;  ///< that they come from: two rows, two columns, and the corners
-
-KWINLINE inline std::uint8_t Greater(std::uint8_t a, std::uint8_t b) {
-    return a > b ? a : b;
-}
-
-/// Adds up to 255.
-KWINLINE inline std::uint8_t AddCounts(std::uint8_t a, std::uint8_t b) {
-    const std::uint8_t room = static_cast<std::uint8_t>(~a);
-    return static_cast<std::uint8_t>(a + (b < room ? b : room));
-}
-
-/// The values of a list that are yet to be taken, and how often the first two occur. The third stands for all values
-/// below the second: their number is not known, and kept as 0.
-struct alignas(kBlockBytes) tList {
-    std::uint8_t values[3][kBlockBytes], numbers[2][kBlockBytes];
+template <std::ptrdiff_t kBytes>
+struct tNumbers {
+    using tInts [[gnu::vector_size(kBytes)]] = std::int32_t;
+    using tFloats [[gnu::vector_size(kBytes)]] = float;
 };
+using tNarrow = tNumbers<16>;
+using tWide = tNumbers<32>;
 
-/// The highest values of a block, how often they occur in rows, columns and corners, and where that is not known.
+// Some compilers convert no vector whose type depends on a template.
+KWINLINE inline tNarrow::tFloats Floats(const tNarrow::tInts& v) {
+    return __builtin_convertvector(v, tNarrow::tFloats);
+}
+KWINLINE inline tWide::tFloats Floats(const tWide::tInts& v) {
+    return __builtin_convertvector(v, tWide::tFloats);
+}
+KWINLINE inline tNarrow::tInts Ints(const tNarrow::tFloats& v) {
+    return __builtin_convertvector(v, tNarrow::tInts);
+}
+KWINLINE inline tWide::tInts Ints(const tWide::tFloats& v) {
+    return __builtin_convertvector(v, tWide::tInts);
+}
+
+/// The second highest value of a block of the rim, and how often the highest and the second occur in rows, columns and
+/// corners. All other values are at most `rest`.
+template <class Bytes>
 struct tRimTops {
-    alignas(kBlockBytes) std::uint8_t tops[kValues + 1][kBlockBytes];
-    std::uint8_t counts[kValues][3][kBlockBytes], unknown[kValues][kBlockBytes];
+    Bytes second, rows[2], columns[2], corners[2], rest;
 };
 
-/// What of the rim's pieces lies above the cells of full weight.
+/// `best` is the greatest of all pieces or above.
+template <class Bytes>
+KWINLINE inline void FindRimTops(const tRim& rim, std::ptrdiff_t at, const Bytes& best, tRimTops<Bytes>& result) {
+    Bytes firsts[kPieces], next[kPieces], seconds[kPieces], after[kPieces];
+    KWUNROLL
+    for (int p = 0; p < kPieces; ++p) {
+        const std::uint8_t* from = rim.pieces[p] + at;
+        const Bytes value = KwLoad<Bytes>(from), isBest = Equal(value, best);
+        if (p == kTop || p == kBottom || p == kLeft || p == kRight) {
+            tTops<Bytes> tops;
+            LoadTops(from, p == kTop || p == kBottom ? rim.rowPlane : rim.columnPlane, tops);
+            firsts[p] = tops.count[0] & isBest;
+            next[p] = value == best ? tops.value[1] : value;
+            seconds[p] = value == best ? tops.count[1] : tops.count[0];
+            // Below the second of a piece there may be any value.
+            after[p] = tops.value[1] - (KwSmaller(tops.value[1], Bytes{} + 1) & isBest);
+        } else {
+            firsts[p] = isBest & 1;
+            next[p] = value & ~isBest;
+            seconds[p] = Bytes{} + 1;
+            after[p] = Bytes{};
+        }
+    }
+    Bytes second{}, rest{};
+    KWUNROLL
+    for (int p = 0; p < kPieces; ++p) second = KwGreater(second, next[p]);
+    KWUNROLL
+    for (int p = 0; p < kPieces; ++p) {
+        rest = KwGreater(rest, next[p] == second ? after[p] : next[p]);
+        seconds[p] &= Equal(next[p], second);
+    }
+    const auto both = [](const Bytes(&n)[kPieces], int a, int b) KWINLINE { return KwSum(n[a], n[b]); };
+    const auto corners = [](const Bytes(&n)[kPieces])
+                             KWINLINE { return n[kTopLeft] + n[kTopRight] + n[kBottomLeft] + n[kBottomRight]; };
+    result = {second,
+              {both(firsts, kTop, kBottom), both(seconds, kTop, kBottom)},
+              {both(firsts, kLeft, kRight), both(seconds, kLeft, kRight)},
+              {corners(firsts), corners(seconds)},
+              rest};
+}
+
+/// The means of one cell's weight from the top on, in a block that the rim beats, and where they are in doubt: bytes of
+/// `doubts` that are not 0.
+template <std::ptrdiff_t kBytes, class Bytes>
+KWINLINE inline Bytes Weigh(const tRimTops<Bytes>& tops, const Bytes& best, const Bytes& full,
+                            const tRimWeights& weights, Bytes& doubts) {
+    using tWords = typename tBlock<kBytes>::tWords;
+    using tInts = typename tNumbers<kBytes>::tInts;
+    using tFloats = typename tNumbers<kBytes>::tFloats;
+    // Values at or below the cells of full weight count as theirs.
+    const Bytes second = KwGreater(tops.second, full), rest = KwGreater(tops.rest, full) - full;
+    const Bytes most = KwGreater(KwGreater(tops.rows[0], tops.rows[1]), KwGreater(tops.columns[0], tops.columns[1]));
+    const Bytes turn = Bytes{} + weights.turn;
+    const tFloats none{}, one = none + 1.0f;
+    tWords values{}, inDoubt{};
+    KWUNROLL
+    for (int shift = 0; shift < 32; shift += 8) {
+        const auto word = [&](const Bytes& bytes) KWINLINE { return reinterpret_cast<tWords>(bytes) >> shift & 255; };
+        const auto real = [&](const Bytes& bytes) KWINLINE { return Floats(reinterpret_cast<tInts>(word(bytes))); };
+        const auto weight = [&](int n) KWINLINE {
+            return real(tops.rows[n]) * weights.row + real(tops.columns[n]) * weights.column +
+                   real(tops.corners[n]) * weights.corner;
+        };
+        const tFloats all = weight(0), share = all < one ? all : one, left = one - share;
+        const tFloats next = weight(1), nextShare = next < left ? next : left, last = left - nextShare;
+        const tFloats value = share * real(best ^ turn) + nextShare * real(second ^ turn) + last * real(full ^ turn);
+        const tWords isMixed = reinterpret_cast<tWords>(all < one * 1.001f);
+        const tFloats near = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + weights.near));
+        const tWords low = reinterpret_cast<tWords>(Ints(value - near));
+        const tWords high = reinterpret_cast<tWords>(Ints(value + near));
+        const tWords isOpen = reinterpret_cast<tWords>(last > none);
+        const tWords isCut = (word(most) + 1) >> 8; // a count that a byte does not hold
+        values |= high << shift;
+        inDoubt |= ((low ^ high) | (isCut & isMixed) | (word(rest) & isOpen)) << shift;
+    }
+    doubts = reinterpret_cast<Bytes>(inDoubt) & ~Equal(best, full);
+    const Bytes plain = full ^ turn;
+    return best == full ? plain : reinterpret_cast<Bytes>(values);
+}
+
+/// Sets `bytes` of a row. Appends the lanes in doubt and gives their end.
 template <std::ptrdiff_t kBytes>
-KWINLINE inline void FillLists(const tRimBlock& rim, const std::uint8_t* fullBytes, tList (&lists)[kLists]) {
-    alignas(kBlockBytes) std::uint8_t cornerTops[4 * kBlockBytes];
-    for (std::ptrdiff_t i = 0; i < kBlockBytes; i += kBytes) {
-        tTops<typename tBlock<kBytes>::tBytes> corners, other;
-        LoadSample(rim.pieces[kTopLeft] + i, rim.constants, corners);
-        for (const int corner : {kTopRight, kBottomLeft, kBottomRight}) {
-            LoadSample(rim.pieces[corner] + i, rim.constants, other);
-            Join(corners, other);
-        }
-        StoreTops(corners, cornerTops + i, kBlockBytes);
-    }
-    const std::uint8_t* const sources[kLists] = {rim.pieces[kTop], rim.pieces[kBottom], rim.pieces[kLeft],
-                                                 rim.pieces[kRight], cornerTops};
-    const std::ptrdiff_t planes[kLists] = {rim.rowPlane, rim.rowPlane, rim.columnPlane, rim.columnPlane, kBlockBytes};
-    for (int p = 0; p < kLists; ++p) {
-        const std::uint8_t* source = sources[p];
-        const std::ptrdiff_t plane = planes[p];
-        tList& list = lists[p];
-        for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
-            const std::uint8_t floor = fullBytes[i], value = source[i], next = source[i + plane];
-            const std::uint8_t number = source[i + 2 * plane], nextNumber = source[i + 3 * plane];
-            const std::uint8_t below = static_cast<std::uint8_t>(Greater(next, 1) - 1);
-            list.values[0][i] = value > floor ? value : 0;
-            list.values[1][i] = next > floor ? next : 0;
-            list.values[2][i] = below > floor ? below : 0;
-            list.numbers[0][i] = value > floor ? number : 0;
-            list.numbers[1][i] = next > floor ? nextNumber : 0;
-        }
-    }
-}
-
-/// All bits of a byte, or none. GCC makes one jump of several choices by one comparison, and then no vectors.
-KWINLINE inline std::uint8_t Mask(bool all) {
-    return static_cast<std::uint8_t>(-static_cast<int>(all));
-}
-KWINLINE inline std::uint8_t Chosen(std::uint8_t mask, std::uint8_t a, std::uint8_t b) {
-    return static_cast<std::uint8_t>((a & mask) | (b & ~mask));
-}
-
-/// Takes the highest values off the lists.
-KWINLINE inline void TakeTops(tList (&lists)[kLists], tRimTops& result) {
-    auto& [tops, counts, unknown] = result;
-    for (int n = 0; n <= kValues; ++n) {
-        for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i)
-            tops[n][i] = Greater(Greater(Greater(lists[0].values[0][i], lists[1].values[0][i]),
-                                         Greater(lists[2].values[0][i], lists[3].values[0][i])),
-                                 lists[4].values[0][i]);
-        if (n == kValues) break;
-        for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
-            const std::uint8_t best = tops[n][i];
-            std::uint8_t taken[kLists], isUnknown = 0;
-            KWUNROLL
-            for (int p = 0; p < kLists; ++p) {
-                tList& list = lists[p];
-                const std::uint8_t value = list.values[0][i], next = list.values[1][i], third = list.values[2][i];
-                const std::uint8_t number = list.numbers[0][i], nextNumber = list.numbers[1][i];
-                const std::uint8_t isBest = Mask(value == best);
-                const std::uint8_t hidden = value & Mask(number == 0);
-                taken[p] = number & isBest;
-                isUnknown = Greater(isUnknown, hidden & isBest);
-                list.values[0][i] = Chosen(isBest, next, value);
-                list.values[1][i] = Chosen(isBest, third, next);
-                list.values[2][i] = Chosen(isBest, 0, third);
-                list.numbers[0][i] = Chosen(isBest, nextNumber, number);
-                list.numbers[1][i] = Chosen(isBest, 0, nextNumber);
-            }
-            unknown[n][i] = isUnknown;
-            counts[n][0][i] = AddCounts(taken[0], taken[1]);
-            counts[n][1][i] = AddCounts(taken[2], taken[3]);
-            counts[n][2][i] = taken[4];
-        }
-    }
-}
-
-/// The means of one cell's weight from the top on, and where they are in doubt.
-KWINLINE inline void WeighTops(const tRimTops& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
-                               std::uint8_t* to, std::uint8_t* doubts) {
-    const auto& [tops, counts, unknown] = rim;
-    const LONG turn = weights.turn;
-    for (std::ptrdiff_t i = 0; i < kBlockBytes; ++i) {
-        float sum = 0.0f, value = 0.0f, first = 0.0f;
-        LONG doubt = 0;
+KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
+                                         std::uint8_t* to, std::ptrdiff_t bytes, std::uint16_t* lanes) {
+    using tBytes = typename tBlock<kBytes>::tBytes;
+    for (std::ptrdiff_t i = 0; i < bytes; i += kBytes) {
+        const tBytes full = KwLoad<tBytes>(fullBytes + i);
+        tBytes best = full;
         KWUNROLL
-        for (int n = 0; n < kValues; ++n) {
-            const float weight = static_cast<float>(counts[n][0][i]) * weights.row +
-                                 static_cast<float>(counts[n][1][i]) * weights.column +
-                                 static_cast<float>(counts[n][2][i]) * weights.corner;
-            const float left = 1.0f - sum, limited = weight < left ? weight : left;
-            doubt |= sum < 1.0f ? unknown[n][i] : 0;
-            doubt |= weight < 1.001f ? (counts[n][0][i] == 255) | (counts[n][1][i] == 255) : 0;
-            value += (sum < 1.0f ? limited : 0.0f) * static_cast<float>(tops[n][i] ^ turn);
-            sum += weight;
-            if (n == 0) first = weight;
+        for (int p = 0; p < kPieces; ++p) best = KwGreater(best, KwLoad<tBytes>(rim.pieces[p] + i));
+        tBytes result = best ^ weights.turn;
+        if (Beats(best, full)) {
+            tRimTops<tBytes> tops;
+            FindRimTops(rim, i, best, tops);
+            tBytes doubts;
+            result = Weigh<kBytes>(tops, best, full, weights, doubts);
+            doubts = KwSmaller(doubts, tBytes{} + 1);
+            for (std::ptrdiff_t word = 0; word < kBytes; word += 8) {
+                std::uint64_t bits;
+                std::memcpy(&bits, reinterpret_cast<const std::uint8_t*>(&doubts) + word, 8);
+                for (; bits; bits &= bits - 1)
+                    *lanes++ = static_cast<std::uint16_t>(i + word + std::countr_zero(bits) / 8);
+            }
         }
-        doubt |= sum < 1.0f ? tops[kValues][i] : 0;
-        value += (sum < 1.0f ? 1.0f - sum : 0.0f) * static_cast<float>(fullBytes[i] ^ turn);
-        const LONG whole = static_cast<LONG>(value);
-        const float over = value - static_cast<float>(whole);
-        const float margin = ((first > 0.0f) & (first < 1.001f)) ? weights.near : -1.0f;
-        doubt |= ((over < margin) | (over > 1.0f - margin)) ? 255 : 0;
-        to[i] = static_cast<std::uint8_t>(whole);
-        doubts[i] = doubt ? 255 : 0;
+        if (bytes - i >= kBytes)
+            std::memcpy(to + i, &result, kBytes);
+        else
+            std::memcpy(to + i, &result, static_cast<std::size_t>(bytes - i));
     }
+    return lanes;
 }
-
-/// Weighs up one block into `to` where the rim beats the cells of full weight, and marks lanes in doubt. False if none
-/// is.
-template <std::ptrdiff_t kBytes>
-KWINLINE inline bool WeighBlock(const tRimBlock& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
-                                std::uint8_t* to, std::uint8_t* doubts) {
-    const tBytes full = KwLoad(fullBytes);
-    tBytes best = KwLoad(rim.pieces[0]);
-    for (int i = 1; i < kPieces; ++i) best = KwGreater(best, KwLoad(rim.pieces[i]));
-    if (!Beats(best, full)) return false;
-
-    tList lists[kLists];
-    tRimTops tops;
-    FillLists<kBytes>(rim, fullBytes, lists);
-    TakeTops(lists, tops);
-    WeighTops(tops, fullBytes, weights, to, doubts);
-    return Beats(KwLoad(doubts), tBytes{});
-}
-constexpr CKwBodies kWeighBlock(KwWidths<WeighBlock<16>, WeighBlock<32>, WeighBlock<32>>);
+constexpr CKwBodies kSettleRow(KwWidths<SettleRow<16>, SettleRow<32>, SettleRow<32>>);
 
 /// Whether sums and products of these weights up to 1 are exact: whole multiples of 1 / 256, or of 1 / 65536 for a
 /// corner.
@@ -384,7 +384,7 @@ class CRectangle {
         : m_picture(picture), m_destination(destination), m_fullX(area.FullColumns(0)),
           m_fullY(area.FullRows()), m_weights{area.Weight(0, m_fullY), area.Weight(m_fullX, 0),
                                               area.Weight(m_fullX, m_fullY), 0.0f, picture.turn},
-          m_weighing(picture, area, TakeCells()), m_columns(picture, *m_constants, m_fullY, HasColumns()) {}
+          m_weighing(picture, area, TakeCells()), m_columns(picture, m_fullY, HasColumns()) {}
 
     void Run() {
         for (LONG y = 0; y < m_picture.height; ++y) {
@@ -392,10 +392,12 @@ class CRectangle {
             std::memcpy(m_scratch.get(), m_column.get() + m_windowStart, static_cast<std::size_t>(m_windowBytes));
             SlideMax(m_full.get(), m_scratch.get(), m_windowBytes, 2 * m_fullX - 1, m_rowBytes);
             std::memset(m_full.get() + m_rowBytes, 255, static_cast<std::size_t>(m_blockBytes - m_rowBytes));
-            kTurnRow(m_destination.Row<std::uint8_t>(y), m_full.get(), m_rowBytes, m_picture.turn);
-            if (!HasRows() && !HasColumns()) continue;
-            SlideRows(y);
-            WeighRow(y);
+            if (HasRows() || HasColumns()) {
+                SlideRows(y);
+                WeighRow(y);
+            } else {
+                kTurnRow(m_destination.Row<std::uint8_t>(y), m_full.get(), m_rowBytes, m_picture.turn);
+            }
         }
     }
 
@@ -421,7 +423,7 @@ class CRectangle {
         add(kBottomLeft, -m_fullX, m_fullY, m_weights.corner);
         add(kBottomRight, m_fullX, m_fullY, m_weights.corner);
         std::size_t count = 0;
-        float steps = 16.0f; // roundings on the way to a sum of 1
+        float steps = 32.0f; // roundings on the way to a sum of 1, and of two values' mean here and there
         for (const auto& piece : m_cells) {
             count += piece.size();
             if (!piece.empty()) steps += std::min(static_cast<float>(piece.size()), 1.0f / piece[0].weight + 1.0f);
@@ -434,18 +436,14 @@ class CRectangle {
 
     /// Brings the tops of the rim's rows down to those that row `y` needs.
     void SlideRows(LONG y) {
-        for (; HasRows() && m_slid < m_picture.height && m_slid <= std::int64_t{y} + m_fullY; ++m_slid) {
-            std::memset(m_scratch.get(), 0, static_cast<std::size_t>(m_scratchPlane * 4));
-            kJoinSamples(m_scratch.get(), m_scratch.get(), m_scratchPlane,
-                         m_picture.Row(m_slid) - m_side + m_windowStart, *m_constants, m_windowBytes);
-            SlideTops(RingRow(m_slid), m_blockBytes, m_scratch.get(), m_scratchPlane, m_windowBytes, 2 * m_fullX - 1,
-                      m_rowBytes);
-        }
+        for (; HasRows() && m_slid < m_picture.height && m_slid <= std::int64_t{y} + m_fullY; ++m_slid)
+            SlideTops(RingRow(m_slid), m_blockBytes, m_picture.Row(m_slid) - m_side + m_windowStart, m_scratch.get(),
+                      m_scratchPlane, m_windowBytes, 2 * m_fullX - 1, m_rowBytes);
     }
 
-    tRimBlock RimAt(LONG y) const {
+    tRim RimAt(LONG y) const {
         const std::ptrdiff_t reach = std::ptrdiff_t{m_fullX} * 4;
-        tRimBlock rim{{}, m_blockBytes, m_picture.stride, *m_constants};
+        tRim rim{{}, m_blockBytes, m_picture.stride};
         std::ranges::fill(rim.pieces, m_none.get());
         if (HasColumns()) {
             rim.pieces[kLeft] = m_column.get() + m_side - reach;
@@ -463,28 +461,25 @@ class CRectangle {
     }
 
     void WeighRow(LONG y) {
-        tRimBlock rim = RimAt(y);
+        tRim rim = RimAt(y);
         std::span<const tCell> inside[kPieces];
         for (int piece = 0; piece < kPieces; ++piece) inside[piece] = CellsInside(m_cells[piece], y, m_picture.height);
-        std::uint8_t* const to = m_destination.Row<std::uint8_t>(y);
-        for (std::ptrdiff_t i = 0; i < m_rowBytes; i += kBlockBytes) {
-            std::array<std::uint8_t, kBlockBytes> values, doubts;
-            std::memcpy(values.data(), m_full.get() + i, kBlockBytes);
-            kTurnRow(values.data(), values.data(), kBlockBytes, m_picture.turn);
-            if (kWeighBlock(rim, m_full.get() + i, m_weights, values.data(), doubts.data()))
-                for (std::ptrdiff_t lane = 0; lane < kBlockBytes; ++lane) {
-                    if (!doubts[static_cast<std::size_t>(lane)]) continue;
-                    const std::uint8_t floor = m_full[static_cast<std::size_t>(i + lane)];
-                    tHit* end = m_weighing.Hits();
-                    for (int piece = 0; piece < kPieces; ++piece)
-                        if (rim.pieces[piece][lane] > floor)
-                            end = FindLaneHits(m_picture.Row(y) + i + lane, floor, inside[piece], end);
-                    values[static_cast<std::size_t>(lane)] =
-                        m_weighing.Value({m_weighing.Hits(), end}, static_cast<LONG>((i + lane) / 4), y,
-                                         static_cast<LONG>(lane & 3), floor);
-                }
-            std::memcpy(to + i, values.data(), static_cast<std::size_t>(std::min(kBlockBytes, m_rowBytes - i)));
-            for (const std::uint8_t*& piece : rim.pieces) piece += kBlockBytes;
+        std::array<std::uint16_t, 4096> lanes;
+        for (std::ptrdiff_t at = 0; at < m_rowBytes; at += std::ssize(lanes)) {
+            std::uint8_t* const to = m_destination.Row<std::uint8_t>(y) + at;
+            const std::uint8_t* const full = m_full.get() + at;
+            const std::ptrdiff_t bytes = std::min(std::ssize(lanes), m_rowBytes - at);
+            const std::uint16_t* const end = kSettleRow(rim, full, m_weights, to, bytes, lanes.data());
+            for (const std::uint16_t* next = lanes.data(); next != end; ++next) {
+                const std::ptrdiff_t lane = *next;
+                tHit* hits = m_weighing.Hits();
+                for (int piece = 0; piece < kPieces; ++piece)
+                    if (rim.pieces[piece][lane] > full[lane])
+                        hits = FindLaneHits(m_picture.Row(y) + at + lane, full[lane], inside[piece], hits);
+                to[lane] = m_weighing.Value({m_weighing.Hits(), hits}, static_cast<LONG>((at + lane) / 4), y,
+                                            static_cast<LONG>(lane & 3), full[lane]);
+            }
+            for (const std::uint8_t*& piece : rim.pieces) piece += bytes;
         }
     }
 
@@ -494,12 +489,11 @@ class CRectangle {
     tRimWeights m_weights;
     std::vector<tCell> m_cells[kPieces];
     CWeighing m_weighing;
-    std::unique_ptr<tConstants> m_constants = std::make_unique<tConstants>();
     CColumnMax m_columns;
     std::ptrdiff_t m_side = std::ptrdiff_t{m_picture.side} * 4, m_rowBytes = std::ptrdiff_t{m_picture.width} * 4;
     std::ptrdiff_t m_blockBytes = WholeBlocks(m_rowBytes), m_scratchPlane = m_picture.stride + kBlockBytes;
     std::int64_t m_ringRows = std::min<std::int64_t>(2 * std::int64_t{m_fullY} + 1, m_picture.height);
-    tMemory m_ring = Bytes(HasRows() ? m_ringRows * 4 : 0, m_blockBytes); ///< tops of the rim's row at each pixel
+    tMemory m_ring = UnsetBytes(HasRows() ? m_ringRows * 4 : 0, m_blockBytes); ///< tops of the rim's row at each pixel
     tMemory m_column = Bytes(4, m_picture.stride), m_scratch = Bytes(4, m_scratchPlane);
     tMemory m_none = Bytes(4, m_picture.stride), m_full = Bytes(1, m_blockBytes);
     std::ptrdiff_t m_windowBytes = m_rowBytes + (2 * std::ptrdiff_t{m_fullX} - 2) * 4; ///< that a row's windows meet

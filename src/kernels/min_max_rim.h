@@ -25,9 +25,15 @@ namespace kw_min_max {
 
 using tMemory = std::unique_ptr<std::uint8_t[]>;
 
-inline tMemory Bytes(std::int64_t rows, std::int64_t rowBytes) {
+inline tMemory UnsetBytes(std::int64_t rows, std::int64_t rowBytes) {
     if (!KwFits(static_cast<std::uint64_t>(rows), static_cast<std::uint64_t>(rowBytes))) throw std::bad_alloc();
-    return std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes));
+    return tMemory(new std::uint8_t[static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes)]);
+}
+/// Zeros.
+inline tMemory Bytes(std::int64_t rows, std::int64_t rowBytes) {
+    tMemory memory = UnsetBytes(rows, rowBytes);
+    std::memset(memory.get(), 0, static_cast<std::size_t>(rows) * static_cast<std::size_t>(rowBytes));
+    return memory;
 }
 
 KWINLINE inline void TurnRow(std::uint8_t* to, const std::uint8_t* from, std::ptrdiff_t count, std::uint8_t turn) {
@@ -42,10 +48,11 @@ KWINLINE inline void MaxRows(std::uint8_t* __restrict to, const std::uint8_t* a,
 inline constexpr CKwBodies kMaxRows(KwClones<MaxRows>);
 
 /// True where any byte of `block` is above that of `full`.
-KWINLINE inline bool Beats(const tBytes& block, const tBytes& full) {
-    const tBytes difference = KwGreater(block, full) ^ full;
-    std::uint64_t words[kBlockBytes / 8], any = 0;
-    std::memcpy(words, &difference, kBlockBytes);
+template <class Bytes>
+KWINLINE inline bool Beats(const Bytes& block, const Bytes& full) {
+    const Bytes difference = KwGreater(block, full) ^ full;
+    std::uint64_t words[sizeof(Bytes) / 8], any = 0;
+    std::memcpy(words, &difference, sizeof(Bytes));
     for (const std::uint64_t word : words) any |= word;
     return any != 0;
 }
@@ -59,10 +66,15 @@ struct tTurned {
 
     tTurned(const tRows& source, LONG sidePixels, std::uint8_t turnBits)
         : width(source.width), height(source.height), side(sidePixels),
-          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kBlockBytes), memory(Bytes(height, stride)),
-          turn(turnBits) {
-        for (LONG y = 0; y < height; ++y)
-            kTurnRow(const_cast<std::uint8_t*>(Row(y)), source.Row<std::uint8_t>(y), std::ptrdiff_t{width} * 4, turn);
+          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kBlockBytes),
+          memory(UnsetBytes(height, stride)), turn(turnBits) {
+        const std::ptrdiff_t before = std::ptrdiff_t{side} * 4, bytes = std::ptrdiff_t{width} * 4;
+        for (LONG y = 0; y < height; ++y) {
+            std::uint8_t* row = memory.get() + y * stride;
+            std::memset(row, 0, static_cast<std::size_t>(before));
+            kTurnRow(row + before, source.Row<std::uint8_t>(y), bytes, turn);
+            std::memset(row + before + bytes, 0, static_cast<std::size_t>(before + kBlockBytes));
+        }
     }
     const std::uint8_t* Row(LONG y) const { return memory.get() + y * stride + std::ptrdiff_t{side} * 4; }
 };
@@ -111,8 +123,11 @@ inline constexpr CKwBodies kFindHits(KwClones<FindHits>);
 
 /// The same for one lane.
 inline tHit* FindLaneHits(const std::uint8_t* at, std::uint8_t full, std::span<const tCell> cells, tHit* hits) {
-    for (const tCell& cell : cells)
-        if (const std::uint8_t sample = at[cell.offset]; sample > full) *hits++ = {cell.weight, 0, sample};
+    for (const tCell& cell : cells) { // without a jump, which nobody could foresee
+        const std::uint8_t sample = at[cell.offset];
+        *hits = {cell.weight, 0, sample};
+        hits += sample > full;
+    }
     return hits;
 }
 
