@@ -12,6 +12,77 @@ KWINLINE inline void MaxRow(std::uint8_t* __restrict to, const std::uint8_t* __r
 }
 constexpr CKwBodies kMaxRow(KwClones<MaxRow>);
 
+/// Weighs up the block `at` into `to`. Cells that beat `fullBytes` go to `beating`, which has room for one more than
+/// there are, and lanes in doubt get a 1; gives the number of these cells. Eight cells are tested at once, as most beat
+/// nothing.
+template <std::ptrdiff_t kBytes>
+KWINLINE inline std::ptrdiff_t WeighBlock(const std::uint8_t* at, const std::uint8_t* fullBytes,
+                                          std::span<const tCell> cells, std::uint8_t turn, std::uint8_t* to,
+                                          tCell* beating, std::uint8_t* doubts) {
+    using Bytes = typename tBlock<kBytes>::tBytes;
+    using tInts = typename tNumbers<kBytes>::tInts;
+    using tFloats = typename tNumbers<kBytes>::tFloats;
+    const tBytes full = KwLoad(fullBytes);
+    std::ptrdiff_t count = 0;
+    const auto test = [&](std::size_t first, std::size_t number) KWINLINE {
+        tBytes best{};
+        KWUNROLL
+        for (std::size_t i = 0; i < number; ++i) best = KwGreater(best, KwLoad(at + cells[first + i].offset));
+        if (!Beats(best, full)) return;
+        KWUNROLL
+        for (std::size_t i = 0; i < number; ++i) {
+            beating[count] = cells[first + i];
+            count += Beats(KwLoad(at + cells[first + i].offset), full);
+        }
+    };
+    std::size_t first = 0;
+    for (; first + 8 <= cells.size(); first += 8) test(first, 8);
+    for (; first < cells.size(); ++first) test(first, 1);
+    if (count == 0) {
+        const tBytes result = full ^ turn;
+        std::memcpy(to, &result, kBlockBytes);
+        return 0;
+    }
+    // Roundings on the way to a sum of 1, and of two values' mean, here and there.
+    const float near = 255.0f * 0x1p-24f * static_cast<float>(2 * count + 32);
+    for (std::ptrdiff_t half = 0; half < kBlockBytes; half += kBytes) {
+        const Bytes fullHalf = KwLoad<Bytes>(fullBytes + half);
+        Bytes best = fullHalf, second{}, rest{};
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            best = KwGreater(best, KwLoad<Bytes>(at + half + beating[i].offset));
+        }
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            const Bytes samples = KwLoad<Bytes>(at + half + beating[i].offset);
+            second = KwGreater(second, samples & ~Equal(samples, best));
+        }
+        tFloats weights[2][4]{};
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            const Bytes samples = KwLoad<Bytes>(at + half + beating[i].offset);
+            const Bytes isBest = Equal(samples, best), isSecond = Equal(samples, second);
+            rest = KwGreater(rest, samples & ~(isBest | isSecond));
+            const tInts weight = reinterpret_cast<tInts>(tFloats{} + beating[i].weight);
+            KWUNROLL
+            for (int c = 0; c < 4; ++c) {
+                const auto spread = [&](const Bytes& mask) KWINLINE {
+                    return reinterpret_cast<tFloats>(
+                        reinterpret_cast<tInts>(reinterpret_cast<tWordsOf<Bytes>>(mask) << (24 - 8 * c)) >> 24 &
+                        weight);
+                };
+                weights[0][c] += spread(isBest);
+                weights[1][c] += spread(isSecond);
+            }
+        }
+        const auto weight = [&](int n, int shift) KWINLINE { return weights[n][shift / 8]; };
+        Bytes inDoubt;
+        const Bytes result =
+            Weigh(tTwoValues<Bytes>{best, second, rest, Bytes{}, fullHalf}, weight, near, turn, inDoubt);
+        std::memcpy(to + half, &result, kBytes);
+        std::memcpy(doubts + half, &inDoubt, kBytes);
+    }
+    return count;
+}
+constexpr CKwBodies kWeighBlock(KwWidths<WeighBlock<16>, WeighBlock<32>, WeighBlock<32>>);
+
 constexpr LONG kStripPixels = 128; ///< keeps what a strip collects in the second-level cache
 
 class CEllipse {
@@ -25,6 +96,7 @@ class CEllipse {
                 if (const float weight = area.Weight(std::abs(dx), std::abs(dy)); std::abs(dx) >= full && weight > 0.0f)
                     m_cells.push_back({picture.stride * dy + std::ptrdiff_t{dx} * 4, dy, weight});
         }
+        m_beating.resize(m_cells.size() + 1);
         m_reachY = static_cast<LONG>(m_widths.size()) - 1;
         m_ringRows = std::min<std::int64_t>(2 * std::int64_t{m_reachY} + 1, picture.height);
         m_rowBytes = (std::ptrdiff_t{kStripPixels} + 2 * std::ptrdiff_t{m_reachX}) * 4;
@@ -88,12 +160,21 @@ class CEllipse {
     void Finish(LONG y, CWeighing& weighing) {
         std::uint8_t* full = Collected(y);
         std::uint8_t* to = m_destination.Row<std::uint8_t>(y) + std::ptrdiff_t{m_left} * 4;
-        kTurnRow(to, full, m_bytes, m_picture.turn);
         const std::span<const tCell> cells = CellsInside(m_cells, y, m_picture.height);
         for (std::ptrdiff_t i = 0; i < m_bytes; i += kBlockBytes) {
-            const tHit* end = kFindHits(m_picture.Row(y) + std::ptrdiff_t{m_left} * 4 + i, full + i, cells.data(),
-                                        std::ssize(cells), weighing.Hits());
-            if (end != weighing.Hits()) weighing.Store(end, m_left + static_cast<LONG>(i / 4), y, full + i, to + i);
+            const std::uint8_t* at = m_picture.Row(y) + std::ptrdiff_t{m_left} * 4 + i;
+            std::uint8_t values[kBlockBytes], doubts[kBlockBytes];
+            const std::ptrdiff_t count =
+                kWeighBlock(at, full + i, cells, m_picture.turn, values, m_beating.data(), doubts);
+            for (std::ptrdiff_t lane = 0; count > 0 && lane < kBlockBytes; ++lane)
+                if (doubts[lane]) {
+                    const std::uint8_t floor = full[i + lane];
+                    const tHit* end = FindHits(at + lane, floor, {m_beating.data(), static_cast<std::size_t>(count)},
+                                               weighing.Hits());
+                    values[lane] = weighing.Value({weighing.Hits(), end}, m_left + static_cast<LONG>((i + lane) / 4), y,
+                                                  static_cast<LONG>(lane & 3), floor);
+                }
+            std::memcpy(to + i, values, static_cast<std::size_t>(std::min(kBlockBytes, m_bytes - i)));
         }
         Clear(full);
     }
@@ -101,8 +182,9 @@ class CEllipse {
     const tTurned& m_picture;
     const tRows& m_destination;
     LONG m_reachX, m_reachY;
-    std::vector<LONG> m_widths; ///< cells of full weight from the centre on, in each row of the quadrant
-    std::vector<tCell> m_cells; ///< the rim, from the top left on
+    std::vector<LONG> m_widths;   ///< cells of full weight from the centre on, in each row of the quadrant
+    std::vector<tCell> m_cells;   ///< the rim, from the top left on
+    std::vector<tCell> m_beating; ///< of one block
     std::int64_t m_ringRows;
     std::ptrdiff_t m_rowBytes, m_bytes = 0;
     LONG m_levels, m_left = 0;

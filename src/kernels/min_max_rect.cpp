@@ -18,13 +18,6 @@ KWINLINE inline void WidenMax(std::uint8_t* row, std::ptrdiff_t step, std::ptrdi
 }
 constexpr CKwBodies kWidenMax(KwClones<WidenMax>);
 
-/// All bits of the bytes that are equal. Some compilers take a comparison's result apart into single bytes when it
-/// chooses between constants that they know, so what is wanted is cut out by it.
-template <class Bytes>
-KWINLINE inline Bytes Equal(const Bytes& a, const Bytes& b) {
-    return reinterpret_cast<Bytes>(a == b);
-}
-
 /// The two greatest of some samples, `value[0]` above `value[1]`, and how often they occur, 255 for more. A value that
 /// does not occur is 0.
 template <class Bytes>
@@ -230,28 +223,6 @@ struct tRim {
     std::ptrdiff_t rowPlane, columnPlane;
 };
 
-template <std::ptrdiff_t kBytes>
-struct tNumbers {
-    using tInts [[gnu::vector_size(kBytes)]] = std::int32_t;
-    using tFloats [[gnu::vector_size(kBytes)]] = float;
-};
-using tNarrow = tNumbers<16>;
-using tWide = tNumbers<32>;
-
-// Some compilers convert no vector whose type depends on a template.
-KWINLINE inline tNarrow::tFloats Floats(const tNarrow::tInts& v) {
-    return __builtin_convertvector(v, tNarrow::tFloats);
-}
-KWINLINE inline tWide::tFloats Floats(const tWide::tInts& v) {
-    return __builtin_convertvector(v, tWide::tFloats);
-}
-KWINLINE inline tNarrow::tInts Ints(const tNarrow::tFloats& v) {
-    return __builtin_convertvector(v, tNarrow::tInts);
-}
-KWINLINE inline tWide::tInts Ints(const tWide::tFloats& v) {
-    return __builtin_convertvector(v, tWide::tInts);
-}
-
 /// The second highest value of a block of the rim, and how often the highest and the second occur in rows, columns and
 /// corners. All other values are at most `rest`.
 template <class Bytes>
@@ -300,45 +271,6 @@ KWINLINE inline void FindRimTops(const tRim& rim, std::ptrdiff_t at, const Bytes
               rest};
 }
 
-/// The means of one cell's weight from the top on, in a block that the rim beats, and where they are in doubt: bytes of
-/// `doubts` that are not 0.
-template <std::ptrdiff_t kBytes, class Bytes>
-KWINLINE inline Bytes Weigh(const tRimTops<Bytes>& tops, const Bytes& best, const Bytes& full,
-                            const tRimWeights& weights, Bytes& doubts) {
-    using tWords = typename tBlock<kBytes>::tWords;
-    using tInts = typename tNumbers<kBytes>::tInts;
-    using tFloats = typename tNumbers<kBytes>::tFloats;
-    // Values at or below the cells of full weight count as theirs.
-    const Bytes second = KwGreater(tops.second, full), rest = KwGreater(tops.rest, full) - full;
-    const Bytes most = KwGreater(KwGreater(tops.rows[0], tops.rows[1]), KwGreater(tops.columns[0], tops.columns[1]));
-    const Bytes turn = Bytes{} + weights.turn;
-    const tFloats none{}, one = none + 1.0f;
-    tWords values{}, inDoubt{};
-    KWUNROLL
-    for (int shift = 0; shift < 32; shift += 8) {
-        const auto word = [&](const Bytes& bytes) KWINLINE { return reinterpret_cast<tWords>(bytes) >> shift & 255; };
-        const auto real = [&](const Bytes& bytes) KWINLINE { return Floats(reinterpret_cast<tInts>(word(bytes))); };
-        const auto weight = [&](int n) KWINLINE {
-            return real(tops.rows[n]) * weights.row + real(tops.columns[n]) * weights.column +
-                   real(tops.corners[n]) * weights.corner;
-        };
-        const tFloats all = weight(0), share = all < one ? all : one, left = one - share;
-        const tFloats next = weight(1), nextShare = next < left ? next : left, last = left - nextShare;
-        const tFloats value = share * real(best ^ turn) + nextShare * real(second ^ turn) + last * real(full ^ turn);
-        const tWords isMixed = reinterpret_cast<tWords>(all < one * 1.001f);
-        const tFloats near = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + weights.near));
-        const tWords low = reinterpret_cast<tWords>(Ints(value - near));
-        const tWords high = reinterpret_cast<tWords>(Ints(value + near));
-        const tWords isOpen = reinterpret_cast<tWords>(last > none);
-        const tWords isCut = (word(most) + 1) >> 8; // a count that a byte does not hold
-        values |= high << shift;
-        inDoubt |= ((low ^ high) | (isCut & isMixed) | (word(rest) & isOpen)) << shift;
-    }
-    doubts = reinterpret_cast<Bytes>(inDoubt) & ~Equal(best, full);
-    const Bytes plain = full ^ turn;
-    return best == full ? plain : reinterpret_cast<Bytes>(values);
-}
-
 /// Sets `bytes` of a row. Appends the lanes in doubt and gives their end.
 template <std::ptrdiff_t kBytes>
 KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fullBytes, const tRimWeights& weights,
@@ -353,9 +285,16 @@ KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fu
         if (Beats(best, full)) {
             tRimTops<tBytes> tops;
             FindRimTops(rim, i, best, tops);
+            const auto weight = [&](int n, int shift) KWINLINE {
+                return Reals(tops.rows[n], shift) * weights.row + Reals(tops.columns[n], shift) * weights.column +
+                       Reals(tops.corners[n], shift) * weights.corner;
+            };
+            const tBytes most =
+                KwGreater(KwGreater(tops.rows[0], tops.rows[1]), KwGreater(tops.columns[0], tops.columns[1]));
+            const tBytes cut = Equal(most, tBytes{} + 255); // a count that a byte does not hold
             tBytes doubts;
-            result = Weigh<kBytes>(tops, best, full, weights, doubts);
-            doubts = KwSmaller(doubts, tBytes{} + 1);
+            result = Weigh(tTwoValues<tBytes>{best, tops.second, tops.rest, cut, full}, weight, weights.near,
+                           weights.turn, doubts);
             for (std::ptrdiff_t word = 0; word < kBytes; word += 8) {
                 std::uint64_t bits;
                 std::memcpy(&bits, reinterpret_cast<const std::uint8_t*>(&doubts) + word, 8);
@@ -475,7 +414,7 @@ class CRectangle {
                 tHit* hits = m_weighing.Hits();
                 for (int piece = 0; piece < kPieces; ++piece)
                     if (rim.pieces[piece][lane] > full[lane])
-                        hits = FindLaneHits(m_picture.Row(y) + at + lane, full[lane], inside[piece], hits);
+                        hits = FindHits(m_picture.Row(y) + at + lane, full[lane], inside[piece], hits);
                 to[lane] = m_weighing.Value({m_weighing.Hits(), hits}, static_cast<LONG>((at + lane) / 4), y,
                                             static_cast<LONG>(lane & 3), full[lane]);
             }

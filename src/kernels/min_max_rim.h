@@ -50,11 +50,92 @@ inline constexpr CKwBodies kMaxRows(KwClones<MaxRows>);
 /// True where any byte of `block` is above that of `full`.
 template <class Bytes>
 KWINLINE inline bool Beats(const Bytes& block, const Bytes& full) {
+    using tQuads [[gnu::vector_size(16)]] = std::uint64_t;
     const Bytes difference = KwGreater(block, full) ^ full;
-    std::uint64_t words[sizeof(Bytes) / 8], any = 0;
-    std::memcpy(words, &difference, sizeof(Bytes));
-    for (const std::uint64_t word : words) any |= word;
-    return any != 0;
+    tQuads any{};
+    for (std::size_t i = 0; i < sizeof(Bytes); i += 16) { // a vector's halves cost less than its words
+        tQuads part;
+        std::memcpy(&part, reinterpret_cast<const std::uint8_t*>(&difference) + i, 16);
+        any |= part;
+    }
+    return (any[0] | any[1]) != 0;
+}
+
+/// All bits of the bytes that are equal. Some compilers take a comparison's result apart into single bytes when it
+/// chooses between constants that they know, so what is wanted is cut out by it.
+template <class Bytes>
+KWINLINE inline Bytes Equal(const Bytes& a, const Bytes& b) {
+    return reinterpret_cast<Bytes>(a == b);
+}
+
+template <std::ptrdiff_t kBytes>
+struct tNumbers {
+    using tInts [[gnu::vector_size(kBytes)]] = std::int32_t;
+    using tFloats [[gnu::vector_size(kBytes)]] = float;
+};
+using tNarrow = tNumbers<16>;
+using tWide = tNumbers<32>;
+
+// Some compilers convert no vector whose type depends on a template.
+KWINLINE inline tNarrow::tFloats Floats(const tNarrow::tInts& v) {
+    return __builtin_convertvector(v, tNarrow::tFloats);
+}
+KWINLINE inline tWide::tFloats Floats(const tWide::tInts& v) {
+    return __builtin_convertvector(v, tWide::tFloats);
+}
+KWINLINE inline tNarrow::tInts Ints(const tNarrow::tFloats& v) {
+    return __builtin_convertvector(v, tNarrow::tInts);
+}
+KWINLINE inline tWide::tInts Ints(const tWide::tFloats& v) {
+    return __builtin_convertvector(v, tWide::tInts);
+}
+
+/// Every fourth byte from place `shift` / 8 on.
+template <class Bytes>
+KWINLINE inline tWordsOf<Bytes> Words(const Bytes& bytes, int shift) {
+    return reinterpret_cast<tWordsOf<Bytes>>(bytes) >> shift & 255;
+}
+template <class Bytes>
+KWINLINE inline auto Reals(const Bytes& bytes, int shift) {
+    return Floats(reinterpret_cast<typename tNumbers<sizeof(Bytes)>::tInts>(Words(bytes, shift)));
+}
+
+/// The two highest values of a block of the rim, `best` not below the greatest of the cells of full weight, a limit of
+/// all others, and where the weights of the two are not known.
+template <class Bytes>
+struct tTwoValues {
+    Bytes best, second, rest, unknown, full;
+};
+
+/// The means of one cell's weight from the top on, and in which bytes (1) they are in doubt. `weight(n, shift)` is that
+/// of a value for every fourth byte; a result at most `near` from a whole number is in doubt.
+template <class Bytes, class Weight>
+KWINLINE inline Bytes Weigh(const tTwoValues<Bytes>& values, Weight weight, float near, std::uint8_t turn,
+                            Bytes& doubts) {
+    using tWords = tWordsOf<Bytes>;
+    using tFloats = typename tNumbers<sizeof(Bytes)>::tFloats;
+    const auto& [best, second, rest, unknown, full] = values;
+    const Bytes firsts = best ^ turn, fulls = full ^ turn;
+    // Values at or below the cells of full weight count as theirs.
+    const Bytes seconds = KwGreater(second, full) ^ turn, below = KwGreater(rest, full) - full;
+    const tFloats none{}, one = none + 1.0f;
+    tWords results{}, inDoubt{};
+    KWUNROLL
+    for (int shift = 0; shift < 32; shift += 8) {
+        const tFloats all = weight(0, shift), share = all < one ? all : one, left = one - share;
+        const tFloats next = weight(1, shift), nextShare = next < left ? next : left, last = left - nextShare;
+        const tFloats value =
+            share * Reals(firsts, shift) + nextShare * Reals(seconds, shift) + last * Reals(fulls, shift);
+        const tWords isMixed = reinterpret_cast<tWords>(all < one * 1.001f);
+        const tWords isOpen = reinterpret_cast<tWords>(last > none);
+        const tFloats margin = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + near));
+        const tWords low = reinterpret_cast<tWords>(Ints(value - margin));
+        const tWords high = reinterpret_cast<tWords>(Ints(value + margin));
+        results |= high << shift;
+        inDoubt |= ((low ^ high) | (Words(unknown, shift) & isMixed) | (Words(below, shift) & isOpen)) << shift;
+    }
+    doubts = KwSmaller(reinterpret_cast<Bytes>(inDoubt) & ~Equal(best, full), Bytes{} + 1);
+    return best == full ? fulls : reinterpret_cast<Bytes>(results);
 }
 
 /// The picture, turned, with as many zeros to each side as the area reaches, and a block more behind.
@@ -88,75 +169,26 @@ struct tCell {
 /// A sample on the rim above the cells of full weight.
 struct tHit {
     float weight;
-    std::uint8_t lane, sample;
+    std::uint8_t sample;
 };
 
-/// Appends the hits of `count` cells for the block `at`, cell by cell, and gives the end of the hits. Eight cells are
-/// tested at once, as most hit nothing.
-KWINLINE inline tHit* FindHits(const std::uint8_t* at, const std::uint8_t* fullBytes, const tCell* cells,
-                               std::ptrdiff_t count, tHit* hits) {
-    const tBytes full = KwLoad(fullBytes);
-    for (std::ptrdiff_t group = 0; group < count; group += 8) {
-        const std::ptrdiff_t end = std::min<std::ptrdiff_t>(group + 8, count);
-        tBytes best{};
-        for (std::ptrdiff_t i = group; i < end; ++i) best = KwGreater(best, KwLoad(at + cells[i].offset));
-        if (!Beats(best, full)) continue;
-        for (std::ptrdiff_t i = group; i < end; ++i) {
-            const tBytes samples = KwLoad(at + cells[i].offset);
-            if (!Beats(samples, full)) continue;
-            const tBytes difference = KwGreater(samples, full) ^ full;
-            for (std::ptrdiff_t word = 0; word < kBlockBytes; word += 8) {
-                std::uint64_t bits;
-                std::memcpy(&bits, reinterpret_cast<const std::uint8_t*>(&difference) + word, 8);
-                while (bits) {
-                    const std::ptrdiff_t byte = std::countr_zero(bits) / 8;
-                    bits &= ~(std::uint64_t{255} << byte * 8);
-                    const std::ptrdiff_t lane = word + byte;
-                    *hits++ = {cells[i].weight, static_cast<std::uint8_t>(lane), at[cells[i].offset + lane]};
-                }
-            }
-        }
-    }
-    return hits;
-}
-inline constexpr CKwBodies kFindHits(KwClones<FindHits>);
-
-/// The same for one lane.
-inline tHit* FindLaneHits(const std::uint8_t* at, std::uint8_t full, std::span<const tCell> cells, tHit* hits) {
+/// Appends the hits of one lane.
+inline tHit* FindHits(const std::uint8_t* at, std::uint8_t full, std::span<const tCell> cells, tHit* hits) {
     for (const tCell& cell : cells) { // without a jump, which nobody could foresee
         const std::uint8_t sample = at[cell.offset];
-        *hits = {cell.weight, 0, sample};
+        *hits = {cell.weight, sample};
         hits += sample > full;
     }
     return hits;
 }
 
-/// Weighs up the hits of one block.
+/// Weighs up the hits of one lane.
 class CWeighing {
   public:
     CWeighing(const tTurned& picture, const tAREATABLE& area, std::size_t cells)
-        : m_picture(picture), m_area(area), m_hits(cells * kBlockBytes), m_sorted(cells * kBlockBytes) {}
+        : m_picture(picture), m_area(area), m_hits(cells + 1) {}
 
     tHit* Hits() { return m_hits.data(); }
-
-    /// Stores the values of all lanes that have hits, these up to `end`.
-    void Store(const tHit* end, LONG x, LONG y, const std::uint8_t* full, std::uint8_t* to) {
-        std::array<std::uint32_t, kBlockBytes + 1> starts{};
-        for (const tHit* hit = m_hits.data(); hit != end; ++hit) ++starts[hit->lane + 1u];
-        std::uint64_t lanes = 0;
-        for (std::size_t lane = 0; lane < kBlockBytes; ++lane) {
-            if (starts[lane + 1] != 0) lanes |= std::uint64_t{1} << lane;
-            starts[lane + 1] += starts[lane];
-        }
-        auto next = starts;
-        for (const tHit* hit = m_hits.data(); hit != end; ++hit) m_sorted[next[hit->lane]++] = *hit;
-        for (; lanes; lanes &= lanes - 1) {
-            const int lane = std::countr_zero(lanes);
-            const auto l = static_cast<std::size_t>(lane);
-            to[lane] = Value({m_sorted.data() + starts[l], m_sorted.data() + starts[l + 1]}, x + lane / 4, y, lane & 3,
-                             full[lane]);
-        }
-    }
 
     /// The value of one channel, given the greatest sample of the cells of full weight.
     std::uint8_t Value(std::span<const tHit> hits, LONG x, LONG y, LONG channel, LONG full) {
@@ -207,7 +239,7 @@ class CWeighing {
 
     const tTurned& m_picture;
     const tAREATABLE& m_area;
-    std::vector<tHit> m_hits, m_sorted;
+    std::vector<tHit> m_hits;
     std::array<float, 256> m_bins{};
 };
 

@@ -56,13 +56,49 @@ TEST(AreaFilters, WeighWholeEdgesLikeTheDirectCount) {
             }
 }
 
-// More equal samples on the rim than a byte counts.
+// More equal samples on the rim than a byte counts, on one side and on both.
 TEST(AreaFilters, CountLongRims) {
-    CTestPicture picture(9, 300, 4);
-    for (LONG y = 0; y < 300; ++y)
-        for (LONG x = 0; x < 9; ++x) picture.Pixel8(x, y) = {static_cast<std::uint8_t>(x * 20), 7, 0, 255};
+    CTestPicture high(9, 300, 4), wide(300, 9, 4);
+    for (LONG i = 0; i < 300; ++i)
+        for (LONG j = 0; j < 9; ++j)
+            high.Pixel8(j, i) = wide.Pixel8(i, j) = {static_cast<std::uint8_t>(j * 28),
+                                                     static_cast<std::uint8_t>(std::abs(j - 4) * 28), 0, 255};
     for (const float r : {2.001f, 2.004f, 2.5f})
-        for (const tAreaFilter& filter : {kMin, kMax}) ExpectPlainBytes(filter, picture, r, 200.3f, false);
+        for (const tAreaFilter& filter : {kMin, kMax}) {
+            ExpectPlainBytes(filter, high, r, 200.3f, false);
+            ExpectPlainBytes(filter, wide, 200.3f, r, false);
+        }
+}
+
+// Sums of a whole edge that come to 1, just above it or just below: a result of its level, or of one less.
+TEST(AreaFilters, RoundSumsInTheOrderOfTheCells) {
+    CTestPicture edges(24, 30, 4);
+    for (LONG y = 0; y < 30; ++y)
+        for (LONG x = 0; x < 24; ++x)
+            edges.Pixel8(x, y) = {static_cast<std::uint8_t>(x / 8 * 100), static_cast<std::uint8_t>(255 - x / 12 * 77),
+                                  static_cast<std::uint8_t>(x / 12 * 200 + y % 2), 255};
+    for (LONG half = 1; half < 14; ++half) {
+        const float cells = static_cast<float>(2 * half + 3);
+        for (const float parts : {cells, cells - 1.0f})
+            for (const tAreaFilter& filter : {kMin, kMax})
+                ExpectPlainBytes(filter, edges, 1.0f + 1.0f / parts, static_cast<float>(half), false);
+    }
+}
+
+// Rows beyond what is weighed in one go, with weights that leave no trace in a sum with 1.
+TEST(AreaFilters, WeighWideRows) {
+    CTestPicture wide(1100, 5, 4);
+    std::minstd_rand random(3);
+    for (LONG y = 0; y < 5; ++y)
+        for (LONG x = 0; x < 1100; ++x)
+            wide.Pixel8(x, y) = {static_cast<std::uint8_t>(random() % 256),
+                                 static_cast<std::uint8_t>(random() % 9 * 28),
+                                 static_cast<std::uint8_t>(random() % 64 ? 10 : 250), 255};
+    for (const bool circular : {false, true})
+        for (const tAreaFilter& filter : {kMin, kMax}) {
+            ExpectPlainBytes(filter, wide, 0.00001f, 0.00001f, circular);
+            ExpectPlainBytes(filter, wide, 1.3f, 0.7f, circular);
+        }
 }
 
 // A lone bright pixel grows into the shape of the area, dimmed on its rim.
