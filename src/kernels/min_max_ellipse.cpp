@@ -49,11 +49,9 @@ KWINLINE inline std::ptrdiff_t WeighBlock(const std::uint8_t* at, const std::uin
         const Bytes fullHalf = KwLoad<Bytes>(fullBytes + half);
         Bytes best = fullHalf, second{}, rest{};
         for (std::ptrdiff_t i = 0; i < count; ++i) {
-            best = KwGreater(best, KwLoad<Bytes>(at + half + beating[i].offset));
-        }
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
             const Bytes samples = KwLoad<Bytes>(at + half + beating[i].offset);
-            second = KwGreater(second, samples & ~Equal(samples, best));
+            second = KwGreater(second, KwSmaller(samples, best) & ~Equal(samples, best));
+            best = KwGreater(best, samples);
         }
         tFloats weights[2][4]{};
         for (std::ptrdiff_t i = 0; i < count; ++i) {
