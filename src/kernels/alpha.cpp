@@ -2,22 +2,19 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
 
 namespace {
 
-// The 4-byte rows work on each channel in its own place inside the word.
-
-KWINLINE inline void ClampRow8(tAnyWord* p, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::uint32_t w = p[i];
-        const std::uint32_t b = std::min(w & 0x000000FF, w >> 24);
-        const std::uint32_t g = std::min(w & 0x0000FF00, w >> 16 & 0x0000FF00);
-        const std::uint32_t r = std::min(w & 0x00FF0000, w >> 8 & 0x00FF0000);
-        p[i] = (w & 0xFF000000) | r | g | b;
-    }
+void ClampPlain8(std::uint8_t* p, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; ++i) p[i] = std::min(p[i], p[i | 3]);
 }
-constexpr CKwBodies kClampRow8(KwClones<ClampRow8>);
+template <class Bytes>
+KWINLINE inline void ClampRow8(std::uint8_t* p, std::ptrdiff_t bytes) {
+    KwForBlocks<Bytes>(p, bytes, p, [](const Bytes& pixels) KWINLINE { return KwLimitedToAlpha(pixels); });
+}
+constexpr CKwBodies kClampRow8(ClampPlain8, KwWidths<ClampRow8<tNarrow>, ClampRow8<tMiddle>, ClampRow8<tWide>>);
 
 KWINLINE inline void ClampRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -27,15 +24,19 @@ KWINLINE inline void ClampRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
 }
 constexpr CKwBodies kClampRowFloat(KwClones<ClampRowFloat>);
 
-KWINLINE inline void PremultiplyRow8(tAnyWord* p, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::uint32_t w = p[i], a = w >> 24;
-        const std::uint32_t rb = (w & 0x00FF00FF) * a >> 8 & 0x00FF00FF;
-        const std::uint32_t g = (w & 0x0000FF00) * a >> 8 & 0x0000FF00;
-        p[i] = (w & 0xFF000000) | rb | g;
-    }
+void PremultiplyPlain8(std::uint8_t* p, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; ++i)
+        if (i % 4 != 3) p[i] = static_cast<std::uint8_t>(p[i] * p[i | 3] >> 8);
 }
-constexpr CKwBodies kPremultiplyRow8(KwClones<PremultiplyRow8>);
+template <class Bytes>
+KWINLINE inline void PremultiplyRow8(std::uint8_t* p, std::ptrdiff_t bytes) {
+    KwForBlocks<Bytes>(p, bytes, p, [](const Bytes& pixels) KWINLINE {
+        return KwWithAlpha(KwProducts(pixels, KwAlphaAmounts(pixels)), pixels);
+    });
+}
+constexpr CKwBodies
+    kPremultiplyRow8(PremultiplyPlain8,
+                     KwWidths<PremultiplyRow8<tNarrow>, PremultiplyRow8<tMiddle>, PremultiplyRow8<tWide>>);
 
 KWINLINE inline void PremultiplyRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -52,7 +53,7 @@ HRESULT KwDibClampToAlpha(const tView& view, LONG bytesPerPixel) {
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
     for (LONG y = 0; y < rows.height; ++y) {
         if (bytesPerPixel == 4)
-            kClampRow8(KwWordRow(rows, y), rows.width);
+            kClampRow8(rows.Row<std::uint8_t>(y), std::ptrdiff_t{rows.width} * 4);
         else
             kClampRowFloat(KwFloatRow(rows, y), rows.width);
     }
@@ -64,7 +65,7 @@ HRESULT KwDibPremultiply(const tView& view, LONG bytesPerPixel) {
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
     for (LONG y = 0; y < rows.height; ++y) {
         if (bytesPerPixel == 4)
-            kPremultiplyRow8(KwWordRow(rows, y), rows.width);
+            kPremultiplyRow8(rows.Row<std::uint8_t>(y), std::ptrdiff_t{rows.width} * 4);
         else
             kPremultiplyRowFloat(KwFloatRow(rows, y), rows.width);
     }

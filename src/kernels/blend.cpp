@@ -13,21 +13,26 @@ namespace {
 void BlendPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint8_t amount) {
     for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = KwBlend8(d[i], s[i], amount);
 }
+template <class Bytes>
 KWINLINE inline void BlendWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint8_t amount) {
-    const tAmounts a = KwAmountOfAll(amount);
-    KwForBlocks(d, count, d, s, [&a](const tBytes& to, const tBytes& from) KWINLINE { return KwBlended(to, from, a); });
+    const auto a = KwAmountOfAll<Bytes>(amount);
+    KwForBlocks<Bytes>(d, count, d, s,
+                       [&a](const Bytes& to, const Bytes& from) KWINLINE { return KwBlended(to, from, a); });
 }
-constexpr CKwBodies kBlendRow8(BlendPlain8, KwClones<BlendWide8>);
+constexpr CKwBodies kBlendRow8(BlendPlain8, KwWidths<BlendWide8<tNarrow>, BlendWide8<tMiddle>, BlendWide8<tWide>>);
 
 void BlendSrcAlphaPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = KwBlend8(d[i], s[i], s[i | 3]);
 }
+template <class Bytes>
 KWINLINE inline void BlendSrcAlphaWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
-    KwForBlocks(d, count, d, s, [](const tBytes& to, const tBytes& from) KWINLINE {
+    KwForBlocks<Bytes>(d, count, d, s, [](const Bytes& to, const Bytes& from) KWINLINE {
         return KwBlended(to, from, KwAlphaAmounts(from));
     });
 }
-constexpr CKwBodies kBlendSrcAlphaRow8(BlendSrcAlphaPlain8, KwClones<BlendSrcAlphaWide8>);
+constexpr CKwBodies
+    kBlendSrcAlphaRow8(BlendSrcAlphaPlain8,
+                       KwWidths<BlendSrcAlphaWide8<tNarrow>, BlendSrcAlphaWide8<tMiddle>, BlendSrcAlphaWide8<tWide>>);
 
 /// `matte` is a word of its bytes; that of alpha has no part.
 void MattePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint32_t matte) {
@@ -36,16 +41,17 @@ void MattePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, s
         if (i % 4 != 3) d[i] = static_cast<std::uint8_t>(KwClamp(mixed + s[i] - m, 0, 255));
     }
 }
+template <class Bytes>
 KWINLINE inline void MatteWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint32_t matte) {
-    const tBytes mattes = KwPixels(matte);
-    KwForBlocks(d, count, d, s, [&](const tBytes& to, const tBytes& from) KWINLINE {
+    const Bytes mattes = KwPixels<Bytes>(matte);
+    KwForBlocks<Bytes>(d, count, d, s, [&](const Bytes& to, const Bytes& from) KWINLINE {
         // Blending towards the matte stays inside a byte; the step from matte to source is limited to what is left.
-        const tBytes mixed = KwBlended(to, mattes, KwAlphaAmounts(from));
-        const tBytes up = KwRest(from, mattes), down = KwRest(mattes, from);
+        const Bytes mixed = KwBlended(to, mattes, KwAlphaAmounts(from));
+        const Bytes up = KwRest(from, mattes), down = KwRest(mattes, from);
         return KwWithAlpha(KwRest(KwSum(mixed, up), down), to);
     });
 }
-constexpr CKwBodies kMatteRow8(MattePlain8, KwClones<MatteWide8>);
+constexpr CKwBodies kMatteRow8(MattePlain8, KwWidths<MatteWide8<tNarrow>, MatteWide8<tMiddle>, MatteWide8<tWide>>);
 
 KWINLINE inline void BlendFloats(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, float amount) {
     KWNODEPENDENCE

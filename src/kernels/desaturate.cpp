@@ -18,16 +18,24 @@ void SpreadMeanPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t cou
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4)
         d[i] = d[i + 1] = d[i + 2] = d[i + 3] = static_cast<std::uint8_t>(KwMean8(s[i + 2], s[i + 1], s[i]));
 }
+template <class Bytes>
 KWINLINE inline void SpreadMeanWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count) {
-    KwForBlocks(d, count * 4, s, [](const tBytes& pixels) KWINLINE { return KwMeans(pixels); });
+    KwForBlocks<Bytes>(d, count * 4, s, [](const Bytes& pixels) KWINLINE { return KwMeans(pixels); });
 }
-constexpr CKwBodies kSpreadMeanRow8(SpreadMeanPlain8, KwClones<SpreadMeanWide8>);
+constexpr CKwBodies
+    kSpreadMeanRow8(SpreadMeanPlain8,
+                    KwWidths<SpreadMeanWide8<tNarrow>, SpreadMeanWide8<tMiddle>, SpreadMeanWide8<tWide>>);
 
-KWINLINE inline void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
+void MeanPlain8(tAnyWord* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i)
         p[i] = GreyWord(KwMean8(p[i] >> 16 & 255, p[i] >> 8 & 255, p[i] & 255), p[i]);
 }
-constexpr CKwBodies kMeanRow8(KwClones<MeanRow8>);
+template <class Bytes>
+KWINLINE inline void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
+    auto* const bytes = reinterpret_cast<std::uint8_t*>(p);
+    KwForBlocks<Bytes>(bytes, count * 4, bytes, [](const Bytes& pixels) KWINLINE { return KwGreys(pixels); });
+}
+constexpr CKwBodies kMeanRow8(MeanPlain8, KwWidths<MeanRow8<tNarrow>, MeanRow8<tMiddle>, MeanRow8<tWide>>);
 
 void BlackAndWhitePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint8_t back) {
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
@@ -37,14 +45,16 @@ void BlackAndWhitePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t 
         d[i + 3] = alpha;
     }
 }
+template <class Bytes>
 KWINLINE inline void BlackAndWhiteWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
                                         std::uint8_t back) {
-    const tAmounts amount = KwAmountOfAll(back);
-    KwForBlocks(d, count * 4, s, [&](const tBytes& pixels) KWINLINE {
-        return KwBlended(KwWithAlpha(KwSmaller(KwMeans(pixels), KwAlphas(pixels)), pixels), pixels, amount);
-    });
+    const auto amount = KwAmountOfAll<Bytes>(back);
+    KwForBlocks<Bytes>(d, count * 4, s,
+                       [&](const Bytes& pixels) KWINLINE { return KwBlended(KwGreys(pixels), pixels, amount); });
 }
-constexpr CKwBodies kBlackAndWhiteRow8(BlackAndWhitePlain8, KwClones<BlackAndWhiteWide8>);
+constexpr CKwBodies
+    kBlackAndWhiteRow8(BlackAndWhitePlain8,
+                       KwWidths<BlackAndWhiteWide8<tNarrow>, BlackAndWhiteWide8<tMiddle>, BlackAndWhiteWide8<tWide>>);
 
 KWINLINE inline void MeanRowFloat(tAnyFloat* p, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {

@@ -26,125 +26,142 @@ constexpr std::uint32_t kAlpha = 0xFF000000;
 struct tShare {
     explicit tShare(std::int32_t share)
         : high(static_cast<std::uint16_t>(share >> 7)), low(static_cast<std::uint16_t>(share & 127)) {}
-    [[gnu::always_inline]] tHalves Of(const tHalves& v) const { return (v * high + (v * low >> 7)) >> 3; }
+    template <class Halves>
+    KWINLINE Halves Of(const Halves& v) const {
+        return (v * high + (v * low >> 7)) >> 3;
+    }
     std::uint16_t high, low;
 };
 
 // Base and added (or taken) picture stand first and second; the caller exchanges them at half time.
 
+template <class Bytes>
 KWINLINE inline void AddRow(tTarget o, tSource base, tSource added, std::ptrdiff_t bytes, const tMix& m) {
     const tShare share(m.share);
-    KwForBlocks(o, bytes, base, added, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        return KwSum(x, KwByHalves(y, [&](const tHalves& v) KWINLINE { return share.Of(v); }));
+    KwForBlocks<Bytes>(o, bytes, base, added, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        return KwSum(x, KwByHalves(y, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); }));
     });
 }
-constexpr CKwBodies kAddRow(KwClones<AddRow>);
+constexpr CKwBodies kAddRow(KwWidths<AddRow<tNarrow>, AddRow<tMiddle>, AddRow<tWide>>);
 
 /// Alpha goes from the first picture to the second, whichever is the base.
-template <bool kSecondHalf>
+template <bool kSecondHalf, class Bytes>
 KWINLINE inline void SubtractBody(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes, const tMix& m) {
     const tShare share(m.share);
-    const tAmounts q = KwAmounts(m.q << 24);
-    const tWords alpha = KwRepeated(kAlpha);
-    KwForBlocks(o, bytes, base, taken, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        const tBytes off = KwByHalves(y, [&](const tHalves& v) KWINLINE { return share.Of(v); });
-        const tBytes mixed = kSecondHalf ? KwBlended(y, x, q) : KwBlended(x, y, q);
+    const auto q = KwAmounts<Bytes>(m.q << 24);
+    const auto alpha = KwRepeated<Bytes>(kAlpha);
+    KwForBlocks<Bytes>(o, bytes, base, taken, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        const Bytes off = KwByHalves(y, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); });
+        const Bytes mixed = kSecondHalf ? KwBlended(y, x, q) : KwBlended(x, y, q);
         return KwLimitedToAlpha(KwPick(alpha, mixed, KwDistance(x, off)));
     });
 }
-constexpr CKwBodies kSubtractRow(KwClones<SubtractBody<false>>);
-constexpr CKwBodies kSubtractLateRow(KwClones<SubtractBody<true>>);
+constexpr CKwBodies
+    kSubtractRow(KwWidths<SubtractBody<false, tNarrow>, SubtractBody<false, tMiddle>, SubtractBody<false, tWide>>);
+constexpr CKwBodies
+    kSubtractLateRow(KwWidths<SubtractBody<true, tNarrow>, SubtractBody<true, tMiddle>, SubtractBody<true, tWide>>);
 
+template <class Bytes>
 KWINLINE inline void CrossSubtractRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tShare share(m.share);
-    const tAmounts q = KwAmounts(m.q << 24);
-    const tWords alpha = KwRepeated(kAlpha);
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        const auto cross = [&](const tHalves& c, const tHalves& d) KWINLINE {
-            const tHalves v = share.Of(c + d);
+    const auto q = KwAmounts<Bytes>(m.q << 24);
+    const auto alpha = KwRepeated<Bytes>(kAlpha);
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        const auto cross = [&](const tHalvesOf<Bytes>& c, const tHalvesOf<Bytes>& d) KWINLINE {
+            const tHalvesOf<Bytes> v = share.Of(c + d);
             return v < c ? c - v : v - c;
         };
-        const tHalves c = reinterpret_cast<tHalves>(x), d = reinterpret_cast<tHalves>(y);
-        const tHalves crossed = cross(c & 255, d & 255) | cross(c >> 8, d >> 8) << 8;
-        return KwLimitedToAlpha(KwPick(alpha, KwBlended(x, y, q), reinterpret_cast<tBytes>(crossed)));
+        const tHalvesOf<Bytes> c = reinterpret_cast<tHalvesOf<Bytes>>(x), d = reinterpret_cast<tHalvesOf<Bytes>>(y);
+        const tHalvesOf<Bytes> crossed = cross(c & 255, d & 255) | cross(c >> 8, d >> 8) << 8;
+        return KwLimitedToAlpha(KwPick(alpha, KwBlended(x, y, q), reinterpret_cast<Bytes>(crossed)));
     });
 }
-constexpr CKwBodies kCrossSubtractRow(KwClones<CrossSubtractRow>);
+constexpr CKwBodies
+    kCrossSubtractRow(KwWidths<CrossSubtractRow<tNarrow>, CrossSubtractRow<tMiddle>, CrossSubtractRow<tWide>>);
 
+template <class Bytes>
 KWINLINE inline void BleedRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tBytes offFirst = KwPixels(m.first), offSecond = KwPixels(m.second);
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+    const Bytes offFirst = KwPixels<Bytes>(m.first), offSecond = KwPixels<Bytes>(m.second);
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
         return KwLimitedToAlpha(KwSum(KwRest(x, offFirst), KwRest(y, offSecond)));
     });
 }
-constexpr CKwBodies kBleedRow(KwClones<BleedRow>);
+constexpr CKwBodies kBleedRow(KwWidths<BleedRow<tNarrow>, BleedRow<tMiddle>, BleedRow<tWide>>);
 
+template <class Bytes>
 KWINLINE inline void MorphRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tBytes most = KwPixels(m.first);
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        const tBytes step = KwSmaller(KwDistance(x, y), most);
+    const Bytes most = KwPixels<Bytes>(m.first);
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        const Bytes step = KwSmaller(KwDistance(x, y), most);
         return KwLimitedToAlpha(x < y ? x + step : x - step);
     });
 }
-constexpr CKwBodies kMorphRow(KwClones<MorphRow>);
+constexpr CKwBodies kMorphRow(KwWidths<MorphRow<tNarrow>, MorphRow<tMiddle>, MorphRow<tWide>>);
 
 // A level is four thirds of that sum, whole; it passes a bound where the sum passes three quarters of the bound.
 
+template <class Bytes>
 KWINLINE inline void ThresholdDissolveRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes,
                                           const tMix& m) {
-    const tWords bound = KwRepeated(static_cast<std::uint32_t>(3 * (m.t + 1)));
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        return KwPick(reinterpret_cast<tWords>(KwColorSums(x) * 4 >= bound), x, y);
+    const auto bound = KwRepeated<Bytes>(static_cast<std::uint32_t>(3 * (m.t + 1)));
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        return KwPick(reinterpret_cast<tWordsOf<Bytes>>(KwColorSums(x) * 4 >= bound), x, y);
     });
 }
-constexpr CKwBodies kThresholdDissolveRow(KwClones<ThresholdDissolveRow>);
+constexpr CKwBodies kThresholdDissolveRow(
+    KwWidths<ThresholdDissolveRow<tNarrow>, ThresholdDissolveRow<tMiddle>, ThresholdDissolveRow<tWide>>);
 
+template <class Bytes>
 KWINLINE inline void ThresholdAppearRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tWords bound = KwRepeated(static_cast<std::uint32_t>(3 * (1024 - m.t)));
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        return KwPick(reinterpret_cast<tWords>(KwColorSums(y) * 4 < bound), x, y);
+    const auto bound = KwRepeated<Bytes>(static_cast<std::uint32_t>(3 * (1024 - m.t)));
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        return KwPick(reinterpret_cast<tWordsOf<Bytes>>(KwColorSums(y) * 4 < bound), x, y);
     });
 }
-constexpr CKwBodies kThresholdAppearRow(KwClones<ThresholdAppearRow>);
+constexpr CKwBodies
+    kThresholdAppearRow(KwWidths<ThresholdAppearRow<tNarrow>, ThresholdAppearRow<tMiddle>, ThresholdAppearRow<tWide>>);
 
-template <bool kSecondHalf>
+template <bool kSecondHalf, class Bytes>
 KWINLINE inline void GreyBody(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tAmounts amounts = KwAmounts(m.amounts);
-    const tWords alpha = KwRepeated(kAlpha);
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
-        const tWords one = (KwColorSums(x) + KwColorSums(y)) * 10923 >> 16; // a sixth, exact up to six full channels
-        const tBytes grey = reinterpret_cast<tBytes>(one | one << 8 | one << 16);
+    const auto amounts = KwAmounts<Bytes>(m.amounts);
+    const auto alpha = KwRepeated<Bytes>(kAlpha);
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
+        const auto one = KwThirds((KwColorSums(x) + KwColorSums(y)) >> 1); // a sixth
+        const Bytes grey = reinterpret_cast<Bytes>(one | one << 8 | one << 16);
         return kSecondHalf ? KwBlended(KwPick(alpha, x, grey), y, amounts)
                            : KwBlended(x, KwPick(alpha, y, grey), amounts);
     });
 }
-constexpr CKwBodies kToGreyRow(KwClones<GreyBody<false>>);
-constexpr CKwBodies kFromGreyRow(KwClones<GreyBody<true>>);
+constexpr CKwBodies kToGreyRow(KwWidths<GreyBody<false, tNarrow>, GreyBody<false, tMiddle>, GreyBody<false, tWide>>);
+constexpr CKwBodies kFromGreyRow(KwWidths<GreyBody<true, tNarrow>, GreyBody<true, tMiddle>, GreyBody<true, tWide>>);
 
+template <class Bytes>
 KWINLINE inline void ToColorRow(tTarget o, tSource first, tSource, std::ptrdiff_t bytes, const tMix& m) {
-    const tAmounts amounts = KwAmounts(m.amounts);
-    const tBytes color = KwPixels(m.first);
-    KwForBlocks(o, bytes, first,
-                [&](const tBytes& x) KWINLINE { return KwLimitedToAlpha(KwBlended(x, color, amounts)); });
+    const auto amounts = KwAmounts<Bytes>(m.amounts);
+    const Bytes color = KwPixels<Bytes>(m.first);
+    KwForBlocks<Bytes>(o, bytes, first,
+                       [&](const Bytes& x) KWINLINE { return KwLimitedToAlpha(KwBlended(x, color, amounts)); });
 }
-constexpr CKwBodies kToColorRow(KwClones<ToColorRow>);
+constexpr CKwBodies kToColorRow(KwWidths<ToColorRow<tNarrow>, ToColorRow<tMiddle>, ToColorRow<tWide>>);
 
+template <class Bytes>
 KWINLINE inline void FromColorRow(tTarget o, tSource, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tAmounts amounts = KwAmounts(m.amounts);
-    const tBytes color = KwPixels(m.first);
-    KwForBlocks(o, bytes, second,
-                [&](const tBytes& y) KWINLINE { return KwLimitedToAlpha(KwBlended(color, y, amounts)); });
+    const auto amounts = KwAmounts<Bytes>(m.amounts);
+    const Bytes color = KwPixels<Bytes>(m.first);
+    KwForBlocks<Bytes>(o, bytes, second,
+                       [&](const Bytes& y) KWINLINE { return KwLimitedToAlpha(KwBlended(color, y, amounts)); });
 }
-constexpr CKwBodies kFromColorRow(KwClones<FromColorRow>);
+constexpr CKwBodies kFromColorRow(KwWidths<FromColorRow<tNarrow>, FromColorRow<tMiddle>, FromColorRow<tWide>>);
 
+template <class Bytes>
 KWINLINE inline void ChannelsRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tAmounts amounts = KwAmounts(m.amounts);
-    const tWords taken = KwRepeated(m.taken);
-    KwForBlocks(o, bytes, first, second, [&](const tBytes& x, const tBytes& y) KWINLINE {
+    const auto amounts = KwAmounts<Bytes>(m.amounts);
+    const auto taken = KwRepeated<Bytes>(m.taken);
+    KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
         return KwLimitedToAlpha(KwBlended(KwPick(taken, y, x), y, amounts));
     });
 }
-constexpr CKwBodies kChannelsRow(KwClones<ChannelsRow>);
+constexpr CKwBodies kChannelsRow(KwWidths<ChannelsRow<tNarrow>, ChannelsRow<tMiddle>, ChannelsRow<tWide>>);
 
 /// Four bytes of a pixel as its word.
 std::uint32_t Word(std::uint8_t blue, std::uint8_t green, std::uint8_t red, std::uint8_t alpha) {

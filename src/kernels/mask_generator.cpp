@@ -40,13 +40,15 @@ int ChannelOf(LONG type) {
 void SpreadPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, int channel) {
     for (std::ptrdiff_t i = 0; i < count * 4; i += 4) d[i] = d[i + 1] = d[i + 2] = d[i + 3] = s[i + channel];
 }
+template <class Bytes>
 KWINLINE inline void SpreadWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, int channel) {
     const std::uint32_t shift = static_cast<std::uint32_t>(channel) * 8;
-    KwForBlocks(d, count * 4, s, [shift](const tBytes& pixels) KWINLINE {
-        return KwSpread(reinterpret_cast<tWords>(pixels) >> shift & 255);
+    KwForBlocks<Bytes>(d, count * 4, s, [shift](const Bytes& pixels) KWINLINE {
+        return KwSpread(reinterpret_cast<tWordsOf<Bytes>>(pixels) >> shift & 255);
     });
 }
-constexpr CKwBodies kSpreadChannel(SpreadPlain8, KwClones<SpreadWide8>);
+constexpr CKwBodies kSpreadChannel(SpreadPlain8,
+                                   KwWidths<SpreadWide8<tNarrow>, SpreadWide8<tMiddle>, SpreadWide8<tWide>>);
 
 void MaskRowFloat(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, int channel, bool invert,
                   const tCurve& curve) {

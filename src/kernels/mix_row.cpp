@@ -74,16 +74,17 @@ void OverRowPlain8(std::uint8_t* out, const std::uint8_t* pixels, std::ptrdiff_t
     }
 }
 /// Most blocks are opaque, and then there is nothing to weigh.
+template <class Bytes>
 KWINLINE inline void OverRow8(std::uint8_t* out, const std::uint8_t* pixels, std::ptrdiff_t count) {
-    KwForBlocks(out, count * 4, out, pixels, [](const tBytes& back, const tBytes& front) KWINLINE {
+    KwForBlocks<Bytes>(out, count * 4, out, pixels, [](const Bytes& back, const Bytes& front) KWINLINE {
         if (KwAllOpaque(front)) return front;
-        const tAmounts rest = KwAlphaAmounts(~front);
-        const tHalves b = reinterpret_cast<tHalves>(back);
-        const tHalves even = ((b & 255) * rest.even + 127) >> 8, odd = ((b >> 8) * rest.odd + 127) & 0xFF00;
-        return front + reinterpret_cast<tBytes>(even | odd);
+        const auto rest = KwAlphaAmounts(~front);
+        const tHalvesOf<Bytes> b = reinterpret_cast<tHalvesOf<Bytes>>(back);
+        const tHalvesOf<Bytes> even = ((b & 255) * rest.even + 127) >> 8, odd = ((b >> 8) * rest.odd + 127) & 0xFF00;
+        return front + reinterpret_cast<Bytes>(even | odd);
     });
 }
-constexpr CKwBodies kOverRow8(OverRowPlain8, KwClones<OverRow8>);
+constexpr CKwBodies kOverRow8(OverRowPlain8, KwWidths<OverRow8<tNarrow>, OverRow8<tMiddle>, OverRow8<tWide>>);
 
 } // namespace
 

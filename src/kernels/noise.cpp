@@ -246,15 +246,16 @@ void AddPlain8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus
         d[i] = static_cast<std::uint8_t>(KwClamp(s[i] + up - down, 0, s[i | 3]));
     }
 }
+template <class Bytes>
 KWINLINE inline void AddWide8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus,
                               const std::uint32_t* minus, std::ptrdiff_t count) {
-    KwForBlocks(d, count * 4, s, [=](std::ptrdiff_t at, const tBytes& pixels) KWINLINE {
-        const tBytes up = KwLoad(reinterpret_cast<const std::uint8_t*>(plus) + at);
-        const tBytes down = KwLoad(reinterpret_cast<const std::uint8_t*>(minus) + at);
+    KwForBlocks<Bytes>(d, count * 4, s, [=](std::ptrdiff_t at, const Bytes& pixels) KWINLINE {
+        const Bytes up = KwLoad<Bytes>(reinterpret_cast<const std::uint8_t*>(plus) + at);
+        const Bytes down = KwLoad<Bytes>(reinterpret_cast<const std::uint8_t*>(minus) + at);
         return KwSmaller(KwRest(KwSum(pixels, up), down), KwAlphas(pixels));
     });
 }
-constexpr CKwBodies kAddRow8(AddPlain8, KwClones<AddWide8>);
+constexpr CKwBodies kAddRow8(AddPlain8, KwWidths<AddWide8<tNarrow>, AddWide8<tMiddle>, AddWide8<tWide>>);
 
 void AddRowFloat(tAnyFloat* d, const tAnyFloat* s, const double* noise, std::ptrdiff_t count, std::ptrdiff_t step) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4, noise += step == 0 ? 1 : 3) {

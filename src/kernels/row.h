@@ -1,11 +1,10 @@
-// The vocabulary of row loops over 4-byte pixels: blocks of 8 pixels as bytes, as 16-bit halves for products of bytes,
+// The vocabulary of row loops over 4-byte pixels: blocks of pixels as bytes, as 16-bit halves for products of bytes,
 // and as words 0xAARRGGBB. The plain loop over bytes, which compilers widen to 32 bits, takes three times as long.
-// Everything here is inlined into the loop, so that its clones use the widest registers they know.
+// Everything here is inlined into the loop.
 //
-// A block is as wide as the registers that most processors have. GCC 12 carries wider ones through memory whenever they
-// change their kind. In narrower registers it cuts sums, products, bits, shifts and limits of a block to their size,
-// but takes every other comparison and choice apart number by number, at ten times the cost and more: so there is none
-// here.
+// A block is best as wide as the registers of the level that a loop is compiled for: see `KwWidths`. GCC 12 carries
+// wider ones through memory whenever they change their kind, and takes every comparison and choice but limits apart
+// number by number, at ten times the cost and more.
 #pragma once
 
 #include <cstddef>
@@ -20,13 +19,21 @@ struct tBlock {
     using tBytes [[gnu::vector_size(kBytes)]] = std::uint8_t;
     using tHalves [[gnu::vector_size(kBytes)]] = std::uint16_t;
     using tWords [[gnu::vector_size(kBytes)]] = std::uint32_t;
+    using tQuads [[gnu::vector_size(kBytes)]] = std::uint64_t;
 };
+/// Blocks for SSE2, AVX2 and AVX-512, which are `KwWidths`' three.
+using tNarrow = tBlock<16>::tBytes;
+using tMiddle = tBlock<32>::tBytes;
+using tWide = tBlock<64>::tBytes;
+
 inline constexpr std::ptrdiff_t kBlockBytes = 32;
 using tBytes = tBlock<kBlockBytes>::tBytes;
 using tHalves = tBlock<kBlockBytes>::tHalves;
 using tWords = tBlock<kBlockBytes>::tWords;
 
-/// The words of a block of such bytes. What is a template here serves blocks of other sizes too.
+/// The kinds of a block of such bytes.
+template <class Bytes>
+using tHalvesOf = typename tBlock<sizeof(Bytes)>::tHalves;
 template <class Bytes>
 using tWordsOf = typename tBlock<sizeof(Bytes)>::tWords;
 
@@ -36,8 +43,9 @@ KWINLINE inline tWordsOf<Bytes> KwRepeated(std::uint32_t word) {
     return tWordsOf<Bytes>{} + word;
 }
 /// One pixel in every place.
-KWINLINE inline tBytes KwPixels(std::uint32_t word) {
-    return reinterpret_cast<tBytes>(KwRepeated(word));
+template <class Bytes = tBytes>
+KWINLINE inline Bytes KwPixels(std::uint32_t word) {
+    return reinterpret_cast<Bytes>(KwRepeated<Bytes>(word));
 }
 
 template <class Bytes>
@@ -50,7 +58,8 @@ KWINLINE inline Bytes KwGreater(const Bytes& a, const Bytes& b) {
     return a > b ? a : b;
 }
 
-KWINLINE inline tBytes KwDistance(const tBytes& a, const tBytes& b) {
+template <class Bytes>
+KWINLINE inline Bytes KwDistance(const Bytes& a, const Bytes& b) {
     return KwGreater(a, b) - KwSmaller(a, b);
 }
 
@@ -62,7 +71,8 @@ KWINLINE inline Bytes KwSum(const Bytes& a, const Bytes& b) {
 }
 
 /// The difference, limited to 0.
-KWINLINE inline tBytes KwRest(const tBytes& a, const tBytes& b) {
+template <class Bytes>
+KWINLINE inline Bytes KwRest(const Bytes& a, const Bytes& b) {
     return a - KwSmaller(b, a);
 }
 
@@ -92,70 +102,104 @@ KWINLINE inline Bytes KwAlphas(const Bytes& pixels) {
     return KwSpread(reinterpret_cast<tWordsOf<Bytes>>(pixels) >> 24);
 }
 
-KWINLINE inline tBytes KwLimitedToAlpha(const tBytes& pixels) {
+template <class Bytes>
+KWINLINE inline Bytes KwLimitedToAlpha(const Bytes& pixels) {
     return KwSmaller(pixels, KwAlphas(pixels));
 }
 
 /// Red, green and blue together, 0 to 765.
-KWINLINE inline tWords KwColorSums(const tBytes& pixels) {
-    const tWords w = reinterpret_cast<tWords>(pixels);
+template <class Bytes>
+KWINLINE inline tWordsOf<Bytes> KwColorSums(const Bytes& pixels) {
+    const auto w = reinterpret_cast<tWordsOf<Bytes>>(pixels);
     return (w & 255) + (w >> 8 & 255) + (w >> 16 & 255);
 }
 
+/// A third of each word, truncated; words are 0 to 765. SSE2 has no product of 32 bits. In 16, 85 / 256 and as much of
+/// that again fall short of a third by less than the 1 that is added makes up for.
+template <class Words>
+KWINLINE inline Words KwThirds(const Words& words) {
+    if constexpr (sizeof(Words) > sizeof(tNarrow)) return words * 21846 >> 16;
+    const auto most = reinterpret_cast<typename tBlock<sizeof(Words)>::tHalves>(words) * 85;
+    return reinterpret_cast<Words>((most + (most >> 8) + 1) >> 8);
+}
+
 /// The mean of the three colours in all bytes of its pixel: `KwMean8`.
-KWINLINE inline tBytes KwMeans(const tBytes& pixels) {
-    return KwSpread(KwColorSums(pixels) * 0xAAABu >> 17);
+template <class Bytes>
+KWINLINE inline Bytes KwMeans(const Bytes& pixels) {
+    return KwSpread(KwThirds(KwColorSums(pixels)));
+}
+
+/// The mean, limited to alpha, in the three colours.
+template <class Bytes>
+KWINLINE inline Bytes KwGreys(const Bytes& pixels) {
+    using tWords = tWordsOf<Bytes>;
+    const tWords alpha = reinterpret_cast<tWords>(pixels) >> 24, mean = KwThirds(KwColorSums(pixels));
+    const auto grey =
+        reinterpret_cast<tWords>(KwSmaller(reinterpret_cast<Bytes>(mean), reinterpret_cast<Bytes>(alpha)));
+    return reinterpret_cast<Bytes>(grey | grey << 8 | grey << 16 | alpha << 24);
 }
 
 /// Whether every pixel's alpha is 255.
-KWINLINE inline bool KwAllOpaque(const tBytes& pixels) {
-    using tQuads [[gnu::vector_size(kBlockBytes)]] = std::uint64_t;
-    const tQuads set = reinterpret_cast<tQuads>(pixels);
+template <class Bytes>
+KWINLINE inline bool KwAllOpaque(const Bytes& pixels) {
+    const auto set = reinterpret_cast<typename tBlock<sizeof(Bytes)>::tQuads>(pixels);
     std::uint64_t common = ~std::uint64_t{0};
     KWUNROLL
-    for (int i = 0; i < kBlockBytes / 8; ++i) common &= set[i];
+    for (std::size_t i = 0; i < sizeof(Bytes) / 8; ++i) common &= set[i];
     return (common & 0xFF000000FF000000u) == 0xFF000000FF000000u;
 }
 
 /// `body(half)` of every byte, as a half; results are bytes again.
-template <class Body>
-KWINLINE inline tBytes KwByHalves(const tBytes& v, Body body) {
-    const tHalves h = reinterpret_cast<tHalves>(v);
-    return reinterpret_cast<tBytes>(body(h & 255) | body(h >> 8) << 8);
+template <class Bytes, class Body>
+KWINLINE inline Bytes KwByHalves(const Bytes& v, Body body) {
+    const auto h = reinterpret_cast<tHalvesOf<Bytes>>(v);
+    return reinterpret_cast<Bytes>(body(h & 255) | body(h >> 8) << 8);
 }
 
 /// An amount, 0 to 255, for every channel of a pixel: of the bytes at even places, and at odd ones.
+template <class Bytes>
 struct tAmounts {
-    tHalves even, odd;
+    tHalvesOf<Bytes> even, odd;
 };
 
 /// @param word the amounts as bytes, in the order of a pixel
-KWINLINE inline tAmounts KwAmounts(std::uint32_t word) {
-    return {reinterpret_cast<tHalves>(KwRepeated(word & 0x00FF00FF)),
-            reinterpret_cast<tHalves>(KwRepeated(word >> 8 & 0x00FF00FF))};
+template <class Bytes>
+KWINLINE inline tAmounts<Bytes> KwAmounts(std::uint32_t word) {
+    return {reinterpret_cast<tHalvesOf<Bytes>>(KwRepeated<Bytes>(word & 0x00FF00FF)),
+            reinterpret_cast<tHalvesOf<Bytes>>(KwRepeated<Bytes>(word >> 8 & 0x00FF00FF))};
 }
 /// The same amount for all channels.
-KWINLINE inline tAmounts KwAmountOfAll(std::uint8_t amount) {
-    return KwAmounts(amount * 0x01010101u);
+template <class Bytes>
+KWINLINE inline tAmounts<Bytes> KwAmountOfAll(std::uint8_t amount) {
+    return KwAmounts<Bytes>(amount * 0x01010101u);
 }
 /// Each byte as the amount for the byte at its place.
-KWINLINE inline tAmounts KwAmounts(const tBytes& amounts) {
-    const tHalves h = reinterpret_cast<tHalves>(amounts);
+template <class Bytes>
+KWINLINE inline tAmounts<Bytes> KwByteAmounts(const Bytes& amounts) {
+    const auto h = reinterpret_cast<tHalvesOf<Bytes>>(amounts);
     return {h & 255, h >> 8};
 }
 /// Each pixel's alpha as the amount for its channels.
-KWINLINE inline tAmounts KwAlphaAmounts(const tBytes& pixels) {
-    const tWords alpha = reinterpret_cast<tWords>(pixels) >> 24;
-    const tHalves both = reinterpret_cast<tHalves>(alpha | alpha << 16);
+template <class Bytes>
+KWINLINE inline tAmounts<Bytes> KwAlphaAmounts(const Bytes& pixels) {
+    const auto alpha = reinterpret_cast<tWordsOf<Bytes>>(pixels) >> 24;
+    const auto both = reinterpret_cast<tHalvesOf<Bytes>>(alpha | alpha << 16);
     return {both, both};
+}
+
+/// value * amount / 256 for each byte.
+template <class Bytes>
+KWINLINE inline Bytes KwProducts(const Bytes& values, const tAmounts<Bytes>& a) {
+    const auto v = reinterpret_cast<tHalvesOf<Bytes>>(values);
+    return reinterpret_cast<Bytes>(((v & 255) * a.even >> 8) | ((v >> 8) * a.odd & 0xFF00));
 }
 
 /// `KwBlend8` for each byte, by the size of the difference. One of both ways is 0, and a step never goes beyond the
 /// other.
-KWINLINE inline tBytes KwBlended(const tBytes& d, const tBytes& s, const tAmounts& a) {
-    const tBytes up = KwRest(s, d), down = KwRest(d, s);
-    const tHalves size = reinterpret_cast<tHalves>(up | down);
-    const tBytes step = reinterpret_cast<tBytes>(((size & 255) * a.even >> 8) | ((size >> 8) * a.odd & 0xFF00));
+template <class Bytes>
+KWINLINE inline Bytes KwBlended(const Bytes& d, const Bytes& s, const tAmounts<Bytes>& a) {
+    const Bytes up = KwRest(s, d), down = KwRest(d, s);
+    const Bytes step = KwProducts(up | down, a);
     return d + KwSmaller(step, up) - KwSmaller(step, down);
 }
 
@@ -192,8 +236,8 @@ template <class Bytes = tBytes, class Rule>
 KWINLINE inline void KwForBlocks(std::uint8_t* out, std::ptrdiff_t bytes, const std::uint8_t* a, Rule rule) {
     KwForEachBlock<Bytes>(out, bytes, rule, a);
 }
-template <class Rule>
+template <class Bytes = tBytes, class Rule>
 KWINLINE inline void KwForBlocks(std::uint8_t* out, std::ptrdiff_t bytes, const std::uint8_t* a, const std::uint8_t* b,
                                  Rule rule) {
-    KwForEachBlock(out, bytes, rule, a, b);
+    KwForEachBlock<Bytes>(out, bytes, rule, a, b);
 }

@@ -29,7 +29,8 @@ constexpr std::ptrdiff_t kBlock = 512; // pixels whose weights are looked up tog
 
 /// Grey and weight of each pixel of a block, both in all of its bytes. The first stage reads neither.
 struct tGreys {
-    alignas(kBlockBytes) std::uint8_t grey[kBlock * 4 + kBlockBytes]{}, weight[kBlock * 4 + kBlockBytes]{};
+    static constexpr std::size_t kWidest = sizeof(tWide);
+    alignas(kWidest) std::uint8_t grey[kBlock * 4 + kWidest]{}, weight[kBlock * 4 + kWidest]{};
 };
 
 /// The definition of a stage.
@@ -48,20 +49,23 @@ void TonePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, co
     }
 }
 
-template <tStage kStage>
+template <tStage kStage, class Bytes>
 KWINLINE inline void ToneWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
                                const tGreys& greys, bool limit) {
-    const tAmounts desaturation = KwAmountOfAll(static_cast<std::uint8_t>(tone.desaturation));
-    const tBytes color = KwPixels(tone.color), unlimited = KwPixels(limit ? 0 : 0xFFFFFFFF);
-    KwForBlocks(d, count * 4, s, [&](std::ptrdiff_t at, const tBytes& pixels) KWINLINE {
-        tBytes value = kStage == kDesaturates ? KwMeans(pixels) : KwLoad(greys.grey + at);
+    const auto desaturation = KwAmountOfAll<Bytes>(static_cast<std::uint8_t>(tone.desaturation));
+    const Bytes color = KwPixels<Bytes>(tone.color), unlimited = KwPixels<Bytes>(limit ? 0 : 0xFFFFFFFF);
+    KwForBlocks<Bytes>(d, count * 4, s, [&](std::ptrdiff_t at, const Bytes& pixels) KWINLINE {
+        Bytes value = kStage == kDesaturates ? KwMeans(pixels) : KwLoad<Bytes>(greys.grey + at);
         if constexpr (kStage != kTonesGrey) value = KwBlended(pixels, value, desaturation);
-        if constexpr (kStage != kDesaturates) value = KwBlended(value, color, KwAmounts(KwLoad(greys.weight + at)));
+        if constexpr (kStage != kDesaturates)
+            value = KwBlended(value, color, KwByteAmounts(KwLoad<Bytes>(greys.weight + at)));
         return KwWithAlpha(KwSmaller(value, KwAlphas(pixels) | unlimited), pixels);
     });
 }
 template <tStage kStage>
-constexpr CKwBodies kToneRow8(TonePlain8<kStage>, KwClones<ToneWide8<kStage>>);
+constexpr CKwBodies
+    kToneRow8(TonePlain8<kStage>,
+              KwWidths<ToneWide8<kStage, tNarrow>, ToneWide8<kStage, tMiddle>, ToneWide8<kStage, tWide>>);
 
 struct tToneF {
     double channel[3]; ///< blue, green, red
