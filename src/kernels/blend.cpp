@@ -83,19 +83,18 @@ KWINLINE inline void MatteFloats(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_
 }
 constexpr CKwBodies kMatteRowFloat(KwClones<MatteFloats>);
 
-/// value * amount >> 14 for a byte, by the upper half of a 16-bit product.
-KWINLINE inline std::uint8_t Scaled8(std::uint8_t value, std::uint16_t amount) {
-    return static_cast<std::uint8_t>(static_cast<std::uint32_t>(static_cast<std::uint16_t>(value << 2)) * amount >> 16);
+void AddPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::int32_t amount) {
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        d[i] = static_cast<std::uint8_t>(std::min(d[i] + (s[i] * amount >> 14), 255));
 }
-
-KWINLINE inline void AddBytes(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::uint16_t amount) {
-    KWNODEPENDENCE
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::uint16_t sum = static_cast<std::uint16_t>(d[i] + Scaled8(s[i], amount));
-        d[i] = static_cast<std::uint8_t>(sum < 255 ? sum : 255);
-    }
+template <class Bytes>
+KWINLINE inline void AddWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::int32_t amount) {
+    const tShare<14> share(amount);
+    KwForBlocks<Bytes>(d, count, d, s, [&](const Bytes& to, const Bytes& from) KWINLINE {
+        return KwSum(to, KwByHalves(from, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); }));
+    });
 }
-constexpr CKwBodies kAddRow8(KwClones<AddBytes>);
+constexpr CKwBodies kAddRow8(AddPlain8, KwWidths<AddWide8<tNarrow>, AddWide8<tMiddle>, AddWide8<tWide>>);
 
 KWINLINE inline void AddFloats(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, float amount) {
     KWNODEPENDENCE
@@ -210,7 +209,7 @@ HRESULT KwDibAddScaled(const tView& destination, const tView& source, LONG bytes
     const std::ptrdiff_t count = std::ptrdiff_t{d.width} * 4;
     for (LONG y = 0; y < d.height; ++y) {
         if (bytesPerPixel == 4)
-            kAddRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), count, static_cast<std::uint16_t>(scale));
+            kAddRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), count, scale);
         else
             kAddRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), count, static_cast<float>(scale) * 0.00006103515625f);
     }

@@ -22,22 +22,11 @@ using tTarget = std::uint8_t*;
 
 constexpr std::uint32_t kAlpha = 0xFF000000;
 
-/// v * share / 1024 without more than 16 bits, for v up to 510 and shares up to 1024.
-struct tShare {
-    explicit tShare(std::int32_t share)
-        : high(static_cast<std::uint16_t>(share >> 7)), low(static_cast<std::uint16_t>(share & 127)) {}
-    template <class Halves>
-    KWINLINE Halves Of(const Halves& v) const {
-        return (v * high + (v * low >> 7)) >> 3;
-    }
-    std::uint16_t high, low;
-};
-
 // Base and added (or taken) picture stand first and second; the caller exchanges them at half time.
 
 template <class Bytes>
 KWINLINE inline void AddRow(tTarget o, tSource base, tSource added, std::ptrdiff_t bytes, const tMix& m) {
-    const tShare share(m.share);
+    const tShare<10> share(m.share);
     KwForBlocks<Bytes>(o, bytes, base, added, [&](const Bytes& x, const Bytes& y) KWINLINE {
         return KwSum(x, KwByHalves(y, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); }));
     });
@@ -47,7 +36,7 @@ constexpr CKwBodies kAddRow(KwWidths<AddRow<tNarrow>, AddRow<tMiddle>, AddRow<tW
 /// Alpha goes from the first picture to the second, whichever is the base.
 template <bool kSecondHalf, class Bytes>
 KWINLINE inline void SubtractBody(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes, const tMix& m) {
-    const tShare share(m.share);
+    const tShare<10> share(m.share);
     const auto q = KwAmounts<Bytes>(m.q << 24);
     const auto alpha = KwRepeated<Bytes>(kAlpha);
     KwForBlocks<Bytes>(o, bytes, base, taken, [&](const Bytes& x, const Bytes& y) KWINLINE {
@@ -63,7 +52,7 @@ constexpr CKwBodies
 
 template <class Bytes>
 KWINLINE inline void CrossSubtractRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
-    const tShare share(m.share);
+    const tShare<10> share(m.share);
     const auto q = KwAmounts<Bytes>(m.q << 24);
     const auto alpha = KwRepeated<Bytes>(kAlpha);
     KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {

@@ -5,6 +5,7 @@
 #include "kernels/alpha.h"
 #include "kernels/blend.h"
 #include "kernels/copy.h"
+#include "kernels/row.h"
 #include "kernels/strips.h"
 #include "kernels/unaligned.h"
 
@@ -26,39 +27,42 @@ void InvertPlain8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = InvertPixel(s[i]);
 }
 
-/// The same without a table, sixteen pixels at once. A half added to the dividend keeps the quotient further from whole
-/// numbers than the two roundings of its float err. An opaque pixel's product is by 256, which leaves no fraction.
-KWINLINE inline void InvertSoft8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count) {
-    KWNODEPENDENCE
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::uint32_t word = s[i], alpha = word >> 24, factor = alpha + (alpha == 255);
-        const float inverse = 1.0f / static_cast<float>(static_cast<std::int32_t>(alpha > 1 ? alpha : 1));
-        const auto channel = [word, factor, inverse](int shift) KWINLINE {
-            const float c = static_cast<float>(static_cast<std::int32_t>(word >> shift & 255));
-            const float straight = (c * 255.0f + 0.5f) * inverse;
-            const auto turned = 255 - static_cast<std::int32_t>(straight < 255.0f ? straight : 255.0f);
-            return static_cast<std::uint32_t>(turned) * factor >> 8 << shift;
-        };
-        d[i] = (word & ~kColors) | channel(0) | channel(8) | channel(16);
-    }
+/// The same without a table, a block at once. A half added to the dividend keeps the quotient further from whole
+/// numbers than the two roundings of its float err. A colour above alpha counts as alpha. An opaque pixel's product is
+/// by 256, which leaves no fraction.
+template <class Bytes>
+KWINLINE inline Bytes InvertedSoft(const Bytes& pixels) {
+    using tWords = tWordsOf<Bytes>;
+    using tWholes = typename tBlock<sizeof(Bytes)>::tWholes;
+    using tFloats = typename tBlock<sizeof(Bytes)>::tFloats;
+    const auto floats = [](const tWords& v)
+                            KWINLINE { return __builtin_convertvector(reinterpret_cast<tWholes>(v), tFloats); };
+    const tWords w = reinterpret_cast<tWords>(KwLimitedToAlpha(pixels)), alpha = w >> 24;
+    const Bytes divisor = KwGreater(reinterpret_cast<Bytes>(alpha), reinterpret_cast<Bytes>(KwRepeated<Bytes>(1)));
+    const tFloats inverse = 1.0f / floats(reinterpret_cast<tWords>(divisor));
+    const auto straight = [&](const tWords& level) KWINLINE {
+        const tFloats quotient = (floats(level) * 255.0f + 0.5f) * inverse;
+        return reinterpret_cast<tWords>(__builtin_convertvector(quotient, tWholes));
+    };
+    const tWords colors = straight(w & 255) | straight(w >> 8 & 255) << 8 | straight(w >> 16 & 255) << 16;
+    auto factors = KwAlphaAmounts(pixels);
+    factors.even += (factors.even + 1) >> 8;
+    factors.odd = factors.even;
+    return KwWithAlpha(KwProducts(~reinterpret_cast<Bytes>(colors), factors), pixels);
 }
 
 /// Blocks that are opaque throughout turn over their bits.
+template <class Bytes>
 KWINLINE inline void InvertBlocks8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t count) {
-    constexpr std::ptrdiff_t kBlock = 256; // pixels
-    for (std::ptrdiff_t x = 0; x < count; x += kBlock) {
-        const std::ptrdiff_t end = std::min(x + kBlock, count);
-        std::uint32_t all = ~kColors;
-        for (std::ptrdiff_t i = x; i < end; ++i) all &= s[i];
-        if (all == ~kColors) {
-            KWNODEPENDENCE
-            for (std::ptrdiff_t i = x; i < end; ++i) d[i] = s[i] ^ kColors;
-        } else {
-            InvertSoft8(d + x, s + x, end - x);
-        }
-    }
+    const Bytes colors = KwPixels<Bytes>(kColors);
+    KwForBlocks<Bytes>(reinterpret_cast<std::uint8_t*>(d), count * 4, reinterpret_cast<const std::uint8_t*>(s),
+                       [&](const Bytes& pixels) KWINLINE {
+                           if (KwAllOpaque(pixels)) return pixels ^ colors;
+                           return InvertedSoft(pixels);
+                       });
 }
-constexpr CKwBodies kInvertRow8(InvertPlain8, KwClones<InvertBlocks8>);
+constexpr CKwBodies kInvertRow8(InvertPlain8,
+                                KwWidths<InvertBlocks8<tNarrow>, InvertBlocks8<tMiddle>, InvertBlocks8<tWide>>);
 
 } // namespace
 

@@ -5,6 +5,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/row.h"
 #include "kernels/unaligned.h"
 
 #if defined(__x86_64__)
@@ -29,27 +30,37 @@ void LutPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, con
     }
 }
 
-template <bool kMapAlpha, bool kLimit>
+/// A pixel is read and written at once: the tables take the loads that there are.
+template <bool kMapAlpha>
 void LutColors8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table) {
-    for (std::ptrdiff_t i = 0; i < count * 4; i += 4) {
-        const std::uint8_t b = s[i], g = s[i + 1], r = s[i + 2], a = kMapAlpha ? table[s[i + 3]] : s[i + 3];
-        const auto map = [table, a](std::uint8_t c) { return kLimit ? std::min(table[c], a) : table[c]; };
-        d[i] = map(b);
-        d[i + 1] = map(g);
-        d[i + 2] = map(r);
-        d[i + 3] = a;
+    const tAnyWord* const from = reinterpret_cast<const tAnyWord*>(s);
+    tAnyWord* const to = reinterpret_cast<tAnyWord*>(d);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t word = from[i], alpha = kMapAlpha ? table[word >> 24] : word >> 24;
+        const auto map = [=](int shift) { return std::uint32_t{table[word >> shift & 255]} << shift; };
+        to[i] = map(0) | map(8) | map(16) | alpha << 24;
     }
 }
 
-/// The usual choices without a question for each pixel.
+/// The usual choices without a question for each pixel; the limit is that of a block at once.
 void LutLoop8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
               unsigned channels, bool limit) {
-    if (channels == kMapColors)
-        (limit ? LutColors8<false, true> : LutColors8<false, false>)(d, s, count, table);
-    else if (channels == kMapAll)
-        (limit ? LutColors8<true, true> : LutColors8<true, false>)(d, s, count, table);
-    else
-        LutPlain8(d, s, count, table, channels, limit);
+    if (channels != kMapColors && channels != kMapAll) return LutPlain8(d, s, count, table, channels, limit);
+    constexpr std::ptrdiff_t kPart = 512; // pixels
+    for (std::ptrdiff_t x = 0; x < count; x += kPart) {
+        const std::ptrdiff_t at = x * 4, part = std::min(kPart, count - x);
+        (channels == kMapColors ? LutColors8<false> : LutColors8<true>)(d + at, s + at, part, table);
+        if (limit)
+            KwForBlocks<tNarrow>(d + at, part * 4, d + at,
+                                 [](const tNarrow& pixels) KWINLINE { return KwLimitedToAlpha(pixels); });
+    }
+}
+
+/// All channels of pixels whose four bytes are one: the first stands for them.
+void LutSpread8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table, unsigned,
+                bool) {
+    tAnyWord* const to = reinterpret_cast<tAnyWord*>(d);
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = table[s[i * 4]] * 0x01010101u;
 }
 
 #if defined(__x86_64__)
@@ -127,9 +138,12 @@ KW_VBMI void LutPermute8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t 
 
 constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8}, tKwBody{eKwLevel::V3, &LutShuffle8},
                              tKwBody{eKwLevel::Vbmi, &LutPermute8});
+constexpr CKwBodies kLutSpreadRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutSpread8}, tKwBody{eKwLevel::V3, &LutShuffle8},
+                                   tKwBody{eKwLevel::Vbmi, &LutPermute8});
 
 #else
 constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8});
+constexpr CKwBodies kLutSpreadRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutSpread8});
 #endif
 
 /// Channels that share a table are mapped in one walk.
@@ -143,6 +157,23 @@ void LutsRow8(std::uint8_t* p, std::ptrdiff_t count, const tTables& tables) {
         done |= channels;
     }
 }
+
+/// Adds and takes a byte of each place with limits, then limits to alpha.
+void BrightenPlain8(std::uint8_t* p, std::ptrdiff_t bytes, std::uint32_t plus, std::uint32_t minus) {
+    for (std::ptrdiff_t i = 0; i < bytes; ++i) {
+        const auto by = [i](std::uint32_t word) { return static_cast<std::int32_t>(word >> i % 4 * 8 & 255); };
+        p[i] = static_cast<std::uint8_t>(KwClamp(p[i] + by(plus) - by(minus), 0, p[i | 3]));
+    }
+}
+template <class Bytes>
+KWINLINE inline void BrightenRow8(std::uint8_t* p, std::ptrdiff_t bytes, std::uint32_t plus, std::uint32_t minus) {
+    const Bytes up = KwPixels<Bytes>(plus), down = KwPixels<Bytes>(minus);
+    KwForBlocks<Bytes>(p, bytes, p, [&](const Bytes& pixels) KWINLINE {
+        return KwSmaller(KwRest(KwSum(pixels, up), down), KwAlphas(pixels));
+    });
+}
+constexpr CKwBodies kBrightenRow8(BrightenPlain8,
+                                  KwWidths<BrightenRow8<tNarrow>, BrightenRow8<tMiddle>, BrightenRow8<tWide>>);
 
 template <class Entry>
 KWINLINE inline float LookupFloat(const void* table, float value) {
@@ -211,6 +242,11 @@ void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdif
     kLutRow8(destination, source, count, table, channels, limitToAlpha);
 }
 
+void KwLutSpreadRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count,
+                    const std::uint8_t* table) {
+    kLutSpreadRow8(destination, source, count, table, kMapAll, false);
+}
+
 HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPerPixel, const void* table,
                     bool tableIs8Bit, unsigned channels, bool limitToAlpha) {
     if (!table) return E_POINTER;
@@ -254,13 +290,17 @@ void KwBuildBrightnessTable(std::uint8_t* table, float amount) {
 }
 
 HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount) {
-    if (bytesPerPixel == 4) {
-        std::uint8_t table[256];
-        KwBuildBrightnessTable(table, amount);
-        return KwDibApplyLut(view, 4, table, true, false, true);
-    }
     tRows rows;
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
+    if (bytesPerPixel == 4) {
+        constexpr std::uint32_t kEachColor = 0x010101;
+        const std::int32_t offset = KwTrunc(amount * 255.0);
+        const std::uint32_t plus = static_cast<std::uint32_t>(KwClamp(offset, 0, 255)) * kEachColor,
+                            minus = static_cast<std::uint32_t>(-KwClamp(offset, -255, 0)) * kEachColor;
+        for (LONG y = 0; y < rows.height; ++y)
+            kBrightenRow8(rows.Row<std::uint8_t>(y), std::ptrdiff_t{rows.width} * 4, plus, minus);
+        return S_OK;
+    }
     for (LONG y = 0; y < rows.height; ++y) kBrightnessRowFloat(KwFloatRow(rows, y), rows.width, amount);
     return S_OK;
 }

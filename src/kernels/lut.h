@@ -20,6 +20,10 @@ HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPer
 void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const std::uint8_t* table,
               unsigned channels, bool limitToAlpha);
 
+/// The same for all channels of a row whose pixels have one level in all four bytes.
+void KwLutSpreadRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count,
+                    const std::uint8_t* table);
+
 /// `KwDibMapLut` in place: all colours, and alpha too with `mapAlpha`.
 HRESULT KwDibApplyLut(const tView& view, LONG bytesPerPixel, const void* table, bool tableIs8Bit, bool mapAlpha,
                       bool limitToAlpha);

@@ -94,7 +94,7 @@ HRESULT KwDibMask(const tView& destination, const tView& source, LONG bytesPerPi
                 KwMeanRow(to, from, count);
             else
                 kSpreadChannel(to, from, count, channel);
-            KwLutRow(to, to, count, table.data(), kMapAll, false);
+            KwLutSpreadRow(to, to, count, table.data());
         }
     return S_OK;
 }

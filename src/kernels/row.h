@@ -20,6 +20,8 @@ struct tBlock {
     using tHalves [[gnu::vector_size(kBytes)]] = std::uint16_t;
     using tWords [[gnu::vector_size(kBytes)]] = std::uint32_t;
     using tQuads [[gnu::vector_size(kBytes)]] = std::uint64_t;
+    using tWholes [[gnu::vector_size(kBytes)]] = std::int32_t;
+    using tFloats [[gnu::vector_size(kBytes)]] = float;
 };
 /// Blocks for SSE2, AVX2 and AVX-512, which are `KwWidths`' three.
 using tNarrow = tBlock<16>::tBytes;
@@ -142,11 +144,14 @@ KWINLINE inline Bytes KwGreys(const Bytes& pixels) {
 /// Whether every pixel's alpha is 255.
 template <class Bytes>
 KWINLINE inline bool KwAllOpaque(const Bytes& pixels) {
-    const auto set = reinterpret_cast<typename tBlock<sizeof(Bytes)>::tQuads>(pixels);
-    std::uint64_t common = ~std::uint64_t{0};
-    KWUNROLL
-    for (std::size_t i = 0; i < sizeof(Bytes) / 8; ++i) common &= set[i];
-    return (common & 0xFF000000FF000000u) == 0xFF000000FF000000u;
+    if constexpr (sizeof(Bytes) > sizeof(tNarrow)) {
+        typename tBlock<sizeof(Bytes) / 2>::tBytes halves[2];
+        std::memcpy(halves, &pixels, sizeof pixels);
+        return KwAllOpaque(halves[0] & halves[1]);
+    } else {
+        const auto set = reinterpret_cast<typename tBlock<sizeof(Bytes)>::tQuads>(pixels);
+        return (set[0] & set[1] & 0xFF000000FF000000u) == 0xFF000000FF000000u;
+    }
 }
 
 /// `body(half)` of every byte, as a half; results are bytes again.
@@ -186,6 +191,19 @@ KWINLINE inline tAmounts<Bytes> KwAlphaAmounts(const Bytes& pixels) {
     const auto both = reinterpret_cast<tHalvesOf<Bytes>>(alpha | alpha << 16);
     return {both, both};
 }
+
+/// v * share >> kBits in 16 bits, for shares up to 1 << kBits and v whose product with the share's part above 7 bits
+/// has no more than 16.
+template <int kBits>
+struct tShare {
+    explicit tShare(std::int32_t share)
+        : high(static_cast<std::uint16_t>(share >> 7)), low(static_cast<std::uint16_t>(share & 127)) {}
+    template <class Halves>
+    KWINLINE Halves Of(const Halves& v) const {
+        return (v * high + (v * low >> 7)) >> (kBits - 7);
+    }
+    std::uint16_t high, low;
+};
 
 /// value * amount / 256 for each byte.
 template <class Bytes>

@@ -151,7 +151,7 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
             const std::ptrdiff_t count = std::min(kBlock, d.width - x);
             if (stage != kDesaturates) {
                 KwMeanRow(greys.grey, from, count);
-                KwLutRow(greys.weight, greys.grey, count, tone.table.data(), kMapAll, false);
+                KwLutSpreadRow(greys.weight, greys.grey, count, tone.table.data());
             }
             row(to, from, count, tone, greys, limitToAlpha);
         }
