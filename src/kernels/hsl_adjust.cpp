@@ -1,6 +1,7 @@
 #include "kernels/hsl_adjust.h"
 
 #include <cmath>
+#include <utility>
 
 #include "base/bodies.h"
 #include "kernels/color_model.h"
@@ -62,17 +63,28 @@ struct tAdjuster {
     };
 
     KWINLINE static tReals RealsOf(const tHalfWholes& v) { return __builtin_convertvector(v, tReals); }
-    template <int kPart>
+    // By shuffles: GCC 12 takes halves that go through memory apart number by number.
+    static constexpr std::size_t kHalf = sizeof(tHalfWholes) / sizeof(std::int32_t);
+    /// Of numbers from 0 up.
+    template <std::size_t kPart>
     KWINLINE static tReals Part(const tWholes& v) {
-        tHalfWholes halves[2];
-        std::memcpy(halves, &v, sizeof v);
-        return RealsOf(halves[kPart]);
+        if constexpr (kHalf == 2) {
+            // GCC 12 also takes the conversion of the upper half apart. Below the high word of 2^52 a number is itself.
+            const tWholes high = tWholes{} + 0x43300000;
+            constexpr int kAt = kPart * kHalf;
+            return reinterpret_cast<tReals>(__builtin_shufflevector(v, high, kAt, kAt + 4, kAt + 1, kAt + 5)) - 0x1p52;
+        } else {
+            return [&]<std::size_t... kAt>(std::index_sequence<kAt...>) KWINLINE {
+                return RealsOf(__builtin_shufflevector(v, v, (kPart * kHalf + kAt)...));
+            }
+            (std::make_index_sequence<kHalf>());
+        }
     }
     KWINLINE static tWholes Joined(const tHalfWholes& a, const tHalfWholes& b) {
-        const tHalfWholes halves[] = {a, b};
-        tWholes both;
-        std::memcpy(&both, halves, sizeof both);
-        return both;
+        return [&]<std::size_t... kAt>(std::index_sequence<kAt...>) KWINLINE {
+            return __builtin_shufflevector(a, b, kAt...);
+        }
+        (std::make_index_sequence<2 * kHalf>());
     }
     KWINLINE static tHalfWholes Truncated(const tReals& v) { return __builtin_convertvector(v, tHalfWholes); }
     KWINLINE static tReals Limited(const tReals& v) { return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v; }
@@ -80,7 +92,7 @@ struct tAdjuster {
     /// Each operation is that of the plain form on the same operands, or has an exact result, so the bytes are the
     /// same. Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six parts and all conversions
     /// fit.
-    template <int kPart>
+    template <std::size_t kPart>
     KWINLINE static tLevels Adjusted(const tHues& hues, const tHSLADJUSTPROP& by) {
         constexpr double kUnit = 0.00392156862745098;
         const tReals one = tReals{} + 1.0;

@@ -90,8 +90,8 @@ KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std
         KWNODEPENDENCE
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
             // KwBlend8 on magnitudes, which fit 16 bits.
-            const std::uint16_t smooth = part.Sum(i) >> 4, s = here[i];
-            const std::uint16_t high = s > smooth ? s : smooth, low = s > smooth ? smooth : s;
+            const std::int16_t smooth = static_cast<std::int16_t>(part.Sum(i) >> 4), s = here[i];
+            const std::int16_t high = s > smooth ? s : smooth, low = s > smooth ? smooth : s;
             const std::uint16_t step = static_cast<std::uint16_t>((high - low) * amount) >> 8;
             out[i] = static_cast<std::uint8_t>(s > smooth ? smooth + step : smooth - step);
         }
