@@ -12,9 +12,8 @@ KWINLINE inline void MaxRow(std::uint8_t* __restrict to, const std::uint8_t* __r
 }
 constexpr CKwBodies kMaxRow(KwClones<MaxRow>);
 
-/// Weighs up the block `at` into `to`. Cells that beat `fullBytes` go to `beating`, which has room for one more than
-/// there are, and lanes in doubt get a 1; gives the number of these cells. Eight cells are tested at once, as most beat
-/// nothing.
+/// Weighs up the block `at` into `to`. Cells that beat `fullBytes` go to `beating`, which has room for all, and
+/// lanes in doubt get a 1; gives the number of these cells. Eight cells are tested at once, as most beat nothing.
 template <std::ptrdiff_t kBytes>
 KWINLINE inline std::ptrdiff_t WeighBlock(const std::uint8_t* at, const std::uint8_t* fullBytes,
                                           std::span<const tCell> cells, std::uint8_t turn, std::uint8_t* to,
@@ -94,7 +93,7 @@ class CEllipse {
                 if (const float weight = area.Weight(std::abs(dx), std::abs(dy)); std::abs(dx) >= full && weight > 0.0f)
                     m_cells.push_back({picture.stride * dy + std::ptrdiff_t{dx} * 4, dy, weight});
         }
-        m_beating.resize(m_cells.size() + 1);
+        m_beating.resize(m_cells.size());
         m_reachY = static_cast<LONG>(m_widths.size()) - 1;
         m_ringRows = std::min<std::int64_t>(2 * std::int64_t{m_reachY} + 1, picture.height);
         m_rowBytes = (std::ptrdiff_t{kStripPixels} + 2 * std::ptrdiff_t{m_reachX}) * 4;

@@ -131,7 +131,7 @@ KWINLINE inline Bytes Weigh(const tTwoValues<Bytes>& values, Weight weight, floa
         const tFloats margin = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + near));
         const tWords low = reinterpret_cast<tWords>(Ints(value - margin));
         const tWords high = reinterpret_cast<tWords>(Ints(value + margin));
-        results |= high << shift;
+        results |= low << shift;
         inDoubt |= ((low ^ high) | (Words(unknown, shift) & isMixed) | (Words(below, shift) & isOpen)) << shift;
     }
     doubts = KwSmaller(reinterpret_cast<Bytes>(inDoubt) & ~Equal(best, full), Bytes{} + 1);
@@ -186,7 +186,7 @@ inline tHit* FindHits(const std::uint8_t* at, std::uint8_t full, std::span<const
 class CWeighing {
   public:
     CWeighing(const tTurned& picture, const tAREATABLE& area, std::size_t cells)
-        : m_picture(picture), m_area(area), m_hits(cells + 1) {}
+        : m_picture(picture), m_area(area), m_hits(cells) {}
 
     tHit* Hits() { return m_hits.data(); }
 
