@@ -23,8 +23,9 @@ namespace {
 constexpr LONG kStripColumns = 640;                    ///< keeps the columns of a strip in the second-level cache
 constexpr std::ptrdiff_t kColumnLanes = kCoarse + 256; ///< cumulative coarse counts, then 16 times the fine ones
 
-/// `Count` is half a lane. Weights are of the lane's size, or of twice that size in two groups: even and odd bins.
-template <class Lane, class Weight>
+/// A count is half a lane. Weights are of the lane's size, or of twice that size in two groups: even and odd bins.
+/// Lanes are compared in parts of `PartBytes`.
+template <class Lane, class Weight, std::size_t PartBytes = 32>
 struct tForm {
     using tLane = Lane;
     using tWeight = Weight;
@@ -34,6 +35,7 @@ struct tForm {
     static constexpr Lane kLow = static_cast<Lane>((Lane{1} << kHalf) - 1);
 
     using tLanes [[gnu::vector_size(kCoarse * sizeof(Lane))]] = Lane;
+    using tPart [[gnu::vector_size(PartBytes)]] = Lane;
     using tWeights [[gnu::vector_size(kCoarse / kGroups * sizeof(Weight))]] = Weight;
     using tParts [[gnu::vector_size(kCoarse / kGroups * sizeof(Weight))]] = tUnsigned;
 
@@ -91,20 +93,16 @@ KWINLINE inline void AddWeighted(const typename Form::tLanes& counts, typename F
 }
 
 /// The area's weights from the counts of its inner columns and those of the columns at both sides.
-template <class Form, bool Rims>
+template <class Form>
 KWINLINE inline void Weigh(const tRectPass& pass, const tCounts<Form>& inner, const typename Form::tLane* before,
                            const typename Form::tLane* behind, typename Form::tWeights (&weights)[Form::kGroups]) {
-    if constexpr (Rims) {
-        AddWeighted<Form>(inner.full, kOne - pass.rimY, weights);
-        AddWeighted<Form>(inner.tall, pass.rimY, weights);
-        typename Form::tLanes a, b;
-        std::memcpy(&a, before, sizeof a);
-        std::memcpy(&b, behind, sizeof b);
-        AddWeighted<Form>((a & Form::kLow) + (b & Form::kLow), pass.rimX - pass.corner, weights);
-        AddWeighted<Form>((a >> Form::kHalf) + (b >> Form::kHalf), pass.corner, weights);
-    } else {
-        AddWeighted<Form>(inner.full, kOne, weights);
-    }
+    AddWeighted<Form>(inner.full, kOne - pass.rimY, weights);
+    AddWeighted<Form>(inner.tall, pass.rimY, weights);
+    typename Form::tLanes a, b;
+    std::memcpy(&a, before, sizeof a);
+    std::memcpy(&b, behind, sizeof b);
+    AddWeighted<Form>((a & Form::kLow) + (b & Form::kLow), pass.rimX - pass.corner, weights);
+    AddWeighted<Form>((a >> Form::kHalf) + (b >> Form::kHalf), pass.corner, weights);
 }
 
 /// The sum of all lanes.
@@ -211,7 +209,7 @@ struct tFine {
 
 /// The mean value, in units of 1 / kOne, of the band of weight that begins at `low` over the pixel `x`, whose coarse
 /// counts are given.
-template <class Form, bool Rims>
+template <class Form>
 KWINLINE inline std::int32_t BandSum(const tRectPass& pass, const tColumns<typename Form::tLane>& column,
                                      const tCounts<Form>& coarse, tFine<Form>& fine, std::int64_t x,
                                      const typename Form::tLane* before, const typename Form::tLane* behind,
@@ -220,7 +218,7 @@ KWINLINE inline std::int32_t BandSum(const tRectPass& pass, const tColumns<typen
     using tWeights = typename Form::tWeights;
     constexpr LONG groups = Form::kGroups;
     tWeights weights[groups]{};
-    Weigh<Form, Rims>(pass, coarse, before, behind, weights);
+    Weigh<Form>(pass, coarse, before, behind, weights);
     tWeight stored[kCoarse];
     std::memcpy(stored, weights, sizeof stored);
     const auto upTo = [&](LONG bin) KWINLINE { return stored[bin % groups * (kCoarse / groups) + bin / groups]; };
@@ -235,12 +233,12 @@ KWINLINE inline std::int32_t BandSum(const tRectPass& pass, const tColumns<typen
         const std::ptrdiff_t offset = kCoarse + k * kCoarse;
         const std::int64_t known = fine.at[k];
         fine.at[k] = x;
-        MoveFine<Form, Rims>(fine.counts[k], column, offset, pass.fullX, known, x);
+        MoveFine<Form, true>(fine.counts[k], column, offset, pass.fullX, known, x);
         // The band's share of bin i is c(i) - c(i - 1), c being the weight up to the bin limited to the band: the sum
         // over i * (c(i) - c(i - 1)) takes one sum over c.
         const tWeight base = below - low;
         tWeights bins[groups]{}, limited{};
-        Weigh<Form, Rims>(pass, fine.counts[k], before + offset, behind + offset, bins);
+        Weigh<Form>(pass, fine.counts[k], before + offset, behind + offset, bins);
         for (tWeights& part : bins) {
             part += base;
             part = part < 0 ? tWeights{} : part;
@@ -254,6 +252,50 @@ KWINLINE inline std::int32_t BandSum(const tRectPass& pass, const tColumns<typen
         more = k < kCoarse - 1 && below < high;
     }
     return sum;
+}
+
+/// How many of sixteen cumulative counts lie below `count`, and in the second byte how many up to it.
+template <class Form>
+KWINLINE inline std::uint32_t Ranks(const tCounts<Form>& counts, std::uint16_t count) {
+    using tPart = typename Form::tPart;
+    const tPart limit = tPart{} + count;
+    tPart ranks{};
+    for (std::size_t i = 0; i < sizeof counts.full; i += sizeof(tPart)) {
+        tPart part;
+        std::memcpy(&part, reinterpret_cast<const std::byte*>(&counts.full) + i, sizeof part);
+        ranks += (reinterpret_cast<tPart>(part < limit) & 1) + (reinterpret_cast<tPart>(part <= limit) & 256);
+    }
+    std::uint64_t quads[sizeof(tPart) / 8], sum = 0;
+    std::memcpy(quads, &ranks, sizeof quads);
+    for (const std::uint64_t quad : quads) sum += quad;
+    return static_cast<std::uint32_t>(sum * 0x0001000100010001u >> 48);
+}
+
+/// `BandSum` where all cells have full weight: the band is a part of one sample, and the rest of it of the next
+/// greater.
+template <class Form>
+KWINLINE inline std::int32_t SampleSum(const tRectPass& pass, const tColumns<typename Form::tLane>& column,
+                                       const tCounts<Form>& coarse, tFine<Form>& fine, std::int64_t x,
+                                       std::int32_t low) {
+    const std::int32_t part = low & (kOne - 1);
+    const auto rank = static_cast<std::uint16_t>((low >> 14) + 1); // samples up to the first, itself included
+    std::uint16_t stored[kCoarse];
+    std::memcpy(stored, &coarse.full, sizeof stored);
+    const auto ranksIn = [&](LONG k, std::uint16_t count) KWINLINE {
+        const std::int64_t known = fine.at[k];
+        fine.at[k] = x;
+        MoveFine<Form, false>(fine.counts[k], column, kCoarse + std::ptrdiff_t{k} * kCoarse, pass.fullX, known, x);
+        return Ranks(fine.counts[k], count);
+    };
+    const std::uint32_t bins = Ranks(coarse, rank);
+    const LONG first = static_cast<LONG>(bins & 255), next = static_cast<LONG>(bins >> 8);
+    const auto inside = static_cast<std::uint16_t>(rank - (first ? stored[first - 1] : 0));
+    const std::uint32_t levels = ranksIn(first, inside);
+    std::int32_t nextLevel = first * kCoarse + static_cast<std::int32_t>(levels >> 8);
+    if (next != first) // none is left beyond the last bin
+        nextLevel =
+            next == kCoarse || part == 0 ? 0 : next * kCoarse + static_cast<std::int32_t>(ranksIn(next, 0) >> 8);
+    return (first * kCoarse + static_cast<std::int32_t>(levels & 255)) * (kOne - part) + nextLevel * part;
 }
 
 /// The strip `left` to `right` of the destination. `memory` takes a column of zeros and then those of the strip and
@@ -295,8 +337,11 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
             const auto* const before = column(x - fullX);
             const auto* const behind = column(x + fullX);
             coarse.template Move<Rims>(column(x + fullX - 1), x > left ? before : memory);
-            const std::int32_t sum =
-                BandSum<Form, Rims>(pass, column, coarse, fine, x, before, behind, starts[x - left]);
+            std::int32_t sum;
+            if constexpr (Rims)
+                sum = BandSum<Form>(pass, column, coarse, fine, x, before, behind, starts[x - left]);
+            else
+                sum = SampleSum<Form>(pass, column, coarse, fine, x, starts[x - left]);
             *to = static_cast<std::uint8_t>((sum + kOne / 2) / kOne);
         }
     }
@@ -311,11 +356,12 @@ KWINLINE inline void FilterSmall(const tRectPass& pass, LONG left, LONG right, s
     FilterStrip<tSmall, true>(pass, left, right, memory, starts);
 }
 constexpr CKwBodies kFilterSmall(KwClones<FilterSmall>);
+template <std::size_t kPartBytes>
 KWINLINE inline void FilterSmallWhole(const tRectPass& pass, LONG left, LONG right, std::uint16_t* memory,
                                       std::int32_t* starts) {
-    FilterStrip<tSmall, false>(pass, left, right, memory, starts);
+    FilterStrip<tForm<std::uint16_t, std::int32_t, kPartBytes>, false>(pass, left, right, memory, starts);
 }
-constexpr CKwBodies kFilterSmallWhole(KwClones<FilterSmallWhole>);
+constexpr CKwBodies kFilterSmallWhole(KwWidths<FilterSmallWhole<16>, FilterSmallWhole<32>, FilterSmallWhole<32>>);
 KWINLINE inline void FilterMiddle(const tRectPass& pass, LONG left, LONG right, std::uint32_t* memory,
                                   std::int32_t* starts) {
     FilterStrip<tMiddle, true>(pass, left, right, memory, starts);
