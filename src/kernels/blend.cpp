@@ -4,6 +4,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/copy.h"
 #include "kernels/row.h"
 #include "kernels/sample.h"
 #include "kernels/unaligned.h"
@@ -83,24 +84,46 @@ KWINLINE inline void MatteFloats(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_
 }
 constexpr CKwBodies kMatteRowFloat(KwClones<MatteFloats>);
 
-void AddPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::int32_t amount) {
+// What is added to, `base`, may be the target itself.
+
+void AddPlain8(std::uint8_t* d, const std::uint8_t* base, const std::uint8_t* s, std::ptrdiff_t count,
+               std::int32_t amount) {
     for (std::ptrdiff_t i = 0; i < count; ++i)
-        d[i] = static_cast<std::uint8_t>(std::min(d[i] + (s[i] * amount >> 14), 255));
+        d[i] = static_cast<std::uint8_t>(std::min(base[i] + (s[i] * amount >> 14), 255));
 }
 template <class Bytes>
-KWINLINE inline void AddWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, std::int32_t amount) {
+KWINLINE inline void AddWide8(std::uint8_t* d, const std::uint8_t* base, const std::uint8_t* s, std::ptrdiff_t count,
+                              std::int32_t amount) {
     const tShare<14> share(amount);
-    KwForBlocks<Bytes>(d, count, d, s, [&](const Bytes& to, const Bytes& from) KWINLINE {
+    KwForBlocks<Bytes>(d, count, base, s, [&](const Bytes& to, const Bytes& from) KWINLINE {
         return KwSum(to, KwByHalves(from, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); }));
     });
 }
 constexpr CKwBodies kAddRow8(AddPlain8, KwWidths<AddWide8<tNarrow>, AddWide8<tMiddle>, AddWide8<tWide>>);
 
-KWINLINE inline void AddFloats(tAnyFloat* d, const tAnyFloat* s, std::ptrdiff_t count, float amount) {
+KWINLINE inline void AddFloats(tAnyFloat* d, const tAnyFloat* base, const tAnyFloat* s, std::ptrdiff_t count,
+                               float amount) {
     KWNODEPENDENCE
-    for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = KwClamp(d[i] + s[i] * amount, 0.0f, 1.0f);
+    for (std::ptrdiff_t i = 0; i < count; ++i) d[i] = KwClamp(base[i] + s[i] * amount, 0.0f, 1.0f);
 }
 constexpr CKwBodies kAddRowFloat(KwClones<AddFloats>);
+
+constexpr double kWholeAmount = 16384.0;
+
+std::int32_t ScaleOf(double amount) {
+    return KwTrunc((amount > 0.0 ? std::min(amount, 1.0) : 0.0) * kWholeAmount);
+}
+
+void AddRows(const tRows& d, const tRows& base, const tRows& s, LONG bytesPerPixel, std::int32_t scale) {
+    const std::ptrdiff_t count = std::ptrdiff_t{d.width} * 4;
+    for (LONG y = 0; y < d.height; ++y) {
+        if (bytesPerPixel == 4)
+            kAddRow8(d.Row<std::uint8_t>(y), base.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), count, scale);
+        else
+            kAddRowFloat(KwFloatRow(d, y), KwFloatRow(base, y), KwFloatRow(s, y), count,
+                         static_cast<float>(scale) * 0.00006103515625f);
+    }
+}
 
 /// A running position on one axis, limited to the pixels there are.
 struct tPosition {
@@ -200,18 +223,24 @@ HRESULT KwDibAddScaled(const tView& destination, const tView& source, LONG bytes
         return status;
     if (mode == 2) return E_NOTIMPL;
 
-    const std::int32_t scale = KwTrunc((amount > 0.0 ? std::min(amount, 1.0) : 0.0) * 16384.0);
+    const std::int32_t scale = ScaleOf(amount);
     const std::int64_t startX = KwTrunc(offsetX * 16384.0), startY = KwTrunc(offsetY * 16384.0);
-    if (startX != 0 || startY != 0) {
+    if (startX != 0 || startY != 0)
         AddSampled(d, s, bytesPerPixel, scale, startX, startY);
-        return S_OK;
+    else
+        AddRows(d, d, s, bytesPerPixel, scale);
+    return S_OK;
+}
+
+HRESULT KwDibSumScaled(const tView& output, const tView& base, const tView& added, LONG bytesPerPixel, double amount) {
+    tRows d, b, again, s;
+    const HRESULT first = KwDibResolvePair(output, base, bytesPerPixel, d, b);
+    const HRESULT second = KwDibResolvePair(output, added, bytesPerPixel, again, s);
+    if (FAILED(first) || FAILED(second) || d.first != again.first || d.width != again.width ||
+        d.height != again.height) {
+        const HRESULT status = KwDibCopy(output, base, bytesPerPixel);
+        return FAILED(status) ? status : KwDibAddScaled(output, added, bytesPerPixel, amount, 3, 0.0, 0.0);
     }
-    const std::ptrdiff_t count = std::ptrdiff_t{d.width} * 4;
-    for (LONG y = 0; y < d.height; ++y) {
-        if (bytesPerPixel == 4)
-            kAddRow8(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), count, scale);
-        else
-            kAddRowFloat(KwFloatRow(d, y), KwFloatRow(s, y), count, static_cast<float>(scale) * 0.00006103515625f);
-    }
+    AddRows(d, b, s, bytesPerPixel, ScaleOf(amount));
     return S_OK;
 }

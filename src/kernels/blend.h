@@ -28,3 +28,7 @@ HRESULT KwDibBlendSrcAlpha(const tView& destination, const tView& source, LONG b
 /// destination or source gives 0x80004003.
 HRESULT KwDibAddScaled(const tView& destination, const tView& source, LONG bytesPerPixel, double amount, LONG mode,
                        double offsetX, double offsetY);
+
+/// Copies `base` to the output and adds the second picture like the above, without an offset, in one walk where all
+/// three have a common area. The output may be `base`, but must not overlap the pictures otherwise.
+HRESULT KwDibSumScaled(const tView& output, const tView& base, const tView& added, LONG bytesPerPixel, double amount);

@@ -142,6 +142,8 @@ constexpr tKernel kKernels[] = {
          const double amount = c.draw.Real(0, 1, 0.7), x = c.draw.Real(-3, 3, 0.3), y = c.draw.Real(-3, 3, 0.6);
          return KwDibAddScaled(c.out, c.in[0], c.bytesPerPixel, amount, 3, x, y);
      }},
+    {"KwDibSumScaled", 2, kTakesBoth | kInPlace,
+     [](tCall c) { return KwDibSumScaled(c.out, c.in[0], c.in[1], c.bytesPerPixel, c.draw.Real(0, 1, 0.7)); }},
     {"KwDibClampToAlpha", 0, kTakesBoth, [](tCall c) { return KwDibClampToAlpha(c.out, c.bytesPerPixel); }},
     {"KwDibPremultiply", 0, kTakesBoth, [](tCall c) { return KwDibPremultiply(c.out, c.bytesPerPixel); }},
     {"KwDibDesaturate", 0, kTakesBoth, [](tCall c) { return KwDibDesaturate(c.out, c.bytesPerPixel, false); }},

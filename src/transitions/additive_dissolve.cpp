@@ -1,6 +1,5 @@
 #include "frame/effect.h"
 #include "kernels/blend.h"
-#include "kernels/copy.h"
 
 namespace {
 
@@ -32,12 +31,11 @@ class DXTAdditiveDissolve final : public CEffect<tNoRecord> {
         const double amount = early ? 2.0 * progress : 2.0 * (1.0 - progress);
         const bool blends = BlendsWithOutput();
         return KwForStrips(views.output.View(), base, bytesPerPixel, [&](const tView& output, const tView& strip) {
-            const HRESULT status =
-                blends ? KwDibBlendSrcAlpha(output, strip, bytesPerPixel) : KwDibCopy(output, strip, bytesPerPixel);
-            if (FAILED(status)) return status;
             // Both inputs are clipped to one area.
-            return KwDibAddScaled(output, {added.bits, added.frame, added.stride, strip.clip}, bytesPerPixel, amount, 3,
-                                  0.0, 0.0);
+            const tView other{added.bits, added.frame, added.stride, strip.clip};
+            if (!blends) return KwDibSumScaled(output, strip, other, bytesPerPixel, amount);
+            const HRESULT status = KwDibBlendSrcAlpha(output, strip, bytesPerPixel);
+            return FAILED(status) ? status : KwDibAddScaled(output, other, bytesPerPixel, amount, 3, 0.0, 0.0);
         });
     }
 };
