@@ -1,4 +1,5 @@
 #include "kernels/blend.h"
+#include "kernels/copy.h"
 
 #include "kernels/picture.h"
 
@@ -19,6 +20,29 @@ TEST(AddScaled, ChecksInOrder) {
     EXPECT_EQ(E_INVALIDARG, KwDibAddScaled(p.View(), q.View(&small), 4, 1, 2, 0, 0));
     EXPECT_EQ(E_NOTIMPL, KwDibAddScaled(p.View(), q.View(), 4, 1, 2, 0, 0));
     ExpectSame(p, expected);
+}
+
+/// What is copied and what is added reach differently far into the output: on the right, below, or on either side.
+TEST(SumScaled, AddsWhereTheSecondPictureIs) {
+    const RECT clip{1, 1, 6, 5}, before{-1, 1, 4, 5};
+    const struct {
+        LONG baseWidth, addedWidth, addedHeight;
+        const RECT* addedClip;
+    } cases[] = {{6, 4, 5, &clip}, {6, 6, 3, &clip}, {5, 6, 5, &before}};
+    for (const LONG bytesPerPixel : {4, 16})
+        for (const auto& c : cases) {
+            CTestPicture base(c.baseWidth, 5, bytesPerPixel), added(c.addedWidth, c.addedHeight, bytesPerPixel);
+            CTestPicture p(6, 5, bytesPerPixel);
+            base.Fill(1);
+            added.Fill(2);
+            p.Fill(3);
+            CTestPicture expected = p;
+            const tView first = base.View(&clip), second = added.View(c.addedClip);
+            ASSERT_EQ(S_OK, KwDibCopy(expected.View(&clip), first, bytesPerPixel));
+            ASSERT_EQ(S_OK, KwDibAddScaled(expected.View(&clip), second, bytesPerPixel, 0.6, 3, 0, 0));
+            EXPECT_EQ(S_OK, KwDibSumScaled(p.View(&clip), first, second, bytesPerPixel, 0.6));
+            ExpectSame(p, expected);
+        }
 }
 
 } // namespace
