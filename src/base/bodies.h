@@ -11,13 +11,15 @@
 #define KWINLINE __attribute__((always_inline))
 
 /// Before a loop whose rounds do not depend on each other though their pointers may be the same, and before one of a
-/// few rounds, at most 16, that are written out.
+/// few rounds, at most 16, that are written out, or are not.
 #if defined(__clang__)
 #define KWNODEPENDENCE _Pragma("clang loop vectorize(assume_safety)")
 #define KWUNROLL _Pragma("clang loop unroll(full)")
+#define KWROLL _Pragma("clang loop unroll(disable)")
 #else
 #define KWNODEPENDENCE _Pragma("GCC ivdep")
 #define KWUNROLL _Pragma("GCC unroll 16")
+#define KWROLL _Pragma("GCC unroll 1")
 #endif
 
 /// One body and the least level that it needs.

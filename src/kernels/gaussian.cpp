@@ -1,5 +1,6 @@
 #include "kernels/gaussian.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <exception>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -38,11 +40,11 @@ KWINLINE inline std::uint8_t ToLevel(double value) {
     return Limited(static_cast<std::int32_t>(std::bit_cast<std::uint64_t>(value + kToLevel)));
 }
 
-/// The definition for one line: both walks from end to end, and their sum.
-std::vector<double> PlainLine(const std::vector<double>& x, const tGaussianCoefficients& c) {
+/// The definition for one line: both walks from end to end, and their sum, which `ahead` is given. `back`: room.
+void PlainLine(std::span<const double> x, const tGaussianCoefficients& c, std::span<double> ahead,
+               std::span<double> back) {
     const auto count = std::ssize(x);
-    std::vector<double> ahead(x.size()), back(x.size());
-    const auto walk = [&](std::vector<double>& y, const double* taps, const double* ends, std::ptrdiff_t from,
+    const auto walk = [&](std::span<double> y, const double* taps, const double* ends, std::ptrdiff_t from,
                           std::ptrdiff_t step) {
         const auto at = [=](std::ptrdiff_t i) { return static_cast<std::size_t>(from + i * step); };
         for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -55,24 +57,28 @@ std::vector<double> PlainLine(const std::vector<double>& x, const tGaussianCoeff
     walk(ahead, c.n, c.bn, 0, 1);
     walk(back, c.m, c.bm, count - 1, -1);
     for (std::size_t i = 0; i < x.size(); ++i) ahead[i] += back[i];
-    return ahead;
 }
 
 /// The definition: line by line, the first pass kept as floats. `offset` and `channels`: which of a pixel's.
 void BlurPlain(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
                const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch&) {
     const LONG width = source.width, height = source.height;
+    const auto filtered = [](const std::vector<double>& x, const tGaussianCoefficients& taps) {
+        std::vector<double> ahead(x.size()), back(x.size());
+        PlainLine(x, taps, ahead, back);
+        return ahead;
+    };
     for (LONG c = offset; c < offset + channels; ++c) {
         std::vector<std::vector<double>> columns(static_cast<std::size_t>(width));
         for (LONG y = 0; y < height; ++y) {
             std::vector<double> row;
             for (LONG x = 0; x < width; ++x) row.push_back(source.Row<std::uint8_t>(y)[std::ptrdiff_t{x} * 4 + c]);
-            const std::vector<double> line = PlainLine(row, across);
+            const std::vector<double> line = filtered(row, across);
             for (std::size_t x = 0; x < line.size(); ++x)
                 columns[x].push_back(static_cast<double>(static_cast<float>(line[x])));
         }
         for (LONG x = 0; x < width; ++x) {
-            const std::vector<double> line = PlainLine(columns[static_cast<std::size_t>(x)], down);
+            const std::vector<double> line = filtered(columns[static_cast<std::size_t>(x)], down);
             for (LONG y = 0; y < height; ++y)
                 destination.Row<std::uint8_t>(y)[std::ptrdiff_t{x} * 4 + c] =
                     ToLevel(line[static_cast<std::size_t>(y)]);
@@ -80,12 +86,21 @@ void BlurPlain(const tRows& destination, const tRows& source, const tGaussianCoe
     }
 }
 
-/// Lines filtered side by side, as vectors. Each line's recursion is a chain of some thirty cycles a position, which
-/// the others fill; what all of them remember fits in the registers of AVX-512.
-constexpr std::ptrdiff_t kLanes = 32;
+/// Eight lines at a time are brought side by side. Lines filtered at once are three or four such groups: a recursion is
+/// a chain of some thirty cycles a position, which other lines fill, and what 32 remember fits in the registers of
+/// AVX-512.
+constexpr int kGroup = 8;
+
+/// How lines stand side by side. Each of three or four channels has a group of eight neighbours; one channel has four
+/// groups with neighbours too.
+template <int kChannels>
+struct tLanes {
+    static constexpr int kLanes = kChannels == 3 ? 3 * kGroup : 4 * kGroup;
+    static constexpr int kLines = kChannels == 1 ? kLanes : kGroup; ///< rows or columns of the picture
+};
 
 /// Vectors for the registers of SSE2, AVX and AVX-512; two at a time where numbers become wider or narrower, which
-/// compilers do best to a whole register.
+/// compilers do best to a whole register. `tRow`: what parts of rows are turned into columns.
 struct tTwo {
     static constexpr int kWidth = 2;
     using tReals [[gnu::vector_size(16)]] = double;
@@ -95,6 +110,8 @@ struct tTwo {
     using tLongPair [[gnu::vector_size(32)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(16)]] = float;
     using tWholePair [[gnu::vector_size(16)]] = std::int32_t;
+    using tRow = tWholePair;
+    using tRowFloats = tFloatPair;
 };
 struct tFour {
     static constexpr int kWidth = 4;
@@ -105,6 +122,8 @@ struct tFour {
     using tLongPair [[gnu::vector_size(64)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(32)]] = float;
     using tWholePair [[gnu::vector_size(32)]] = std::int32_t;
+    using tRow = tWholePair;
+    using tRowFloats = tFloatPair;
 };
 struct tEight {
     static constexpr int kWidth = 8;
@@ -115,7 +134,8 @@ struct tEight {
     using tLongPair [[gnu::vector_size(128)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(64)]] = float;
     using tWholePair [[gnu::vector_size(64)]] = std::int32_t;
-    using tBytePair [[gnu::vector_size(16)]] = std::uint8_t;
+    using tRow [[gnu::vector_size(32)]] = std::int32_t;
+    using tRowFloats = tFloats;
 };
 
 template <class Vector>
@@ -145,6 +165,19 @@ KWINLINE inline bool Unrolled(Body body) {
     (std::make_integer_sequence<int, kCount>{});
 }
 
+/// Calls `body` with the number of each vector, or of each `kStep`th: written out where registers hold what all of them
+/// remember; as a loop elsewhere, which is as fast there and compiles much sooner.
+template <class Vector, int kVectors, int kStep = 1, class Body>
+KWINLINE inline void ForVectors(Body body) {
+    if constexpr (Vector::kWidth > 2) {
+        KWUNROLL
+        for (int j = 0; j < kVectors; j += kStep) body(j);
+    } else {
+        KWROLL
+        for (int j = 0; j < kVectors; j += kStep) body(j);
+    }
+}
+
 /// The taps of one direction. The anti-causal half knows only the values before its position, so that both look at
 /// four values and four results.
 struct tTaps {
@@ -166,7 +199,7 @@ tTaps TapsOf(const tGaussianCoefficients& c) {
 /// Walks along the lines of `kVectors` vectors of `count` positions, `step` values apart; `x` holds the first one's.
 /// Gives each position's results to `emit(position, results)`, position counted along the walk. The order of the
 /// additions is that of the taps and shows in the result; the taps that are 0 by construction (n4, d0, m0) are left
-/// out.
+/// out. Where values and results have stopped to change they stay until a value does: mattes are mostly so.
 template <bool Causal, class Vector, int kVectors, class Emit>
 KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps, Emit emit) {
     using tReals = typename Vector::tReals;
@@ -174,12 +207,11 @@ KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t co
     constexpr int kBehind = Causal ? 0 : 1; // how far behind its position the walk's newest value lies
     const auto load = [=](std::ptrdiff_t i) KWINLINE {
         tAll all;
-        KWUNROLL
-        for (int j = 0; j < kVectors; j += 2) {
+        ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
             const auto floats = Load<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
             const auto reals = __builtin_convertvector(floats, typename Vector::tRealPair);
-            std::memcpy(&all[j], &reals, sizeof reals);
-        }
+            std::memcpy(&all[j], &reals, j + 1 < kVectors ? sizeof reals : sizeof(tReals));
+        });
         return all;
     };
     tAll near[5], far[5];
@@ -202,8 +234,7 @@ KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t co
         if (i >= count) return false;
         constexpr int at = decltype(turn)::value + 9;
         values[(at - kBehind) % 4] = load(i - kBehind);
-        KWUNROLL
-        for (int j = 0; j < kVectors; ++j) {
+        ForVectors<Vector, kVectors>([&](int j) KWINLINE {
             const auto value = [&](int k) KWINLINE { return values[(at - kBehind - k) % 4][j]; };
             const auto result = [&](int k) KWINLINE { return results[(at - k) % 4][j]; };
             tReals v;
@@ -220,183 +251,222 @@ KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t co
                 v += a3 * value(3) - d4 * result(4);
             }
             results[at % 4][j] = WithoutTiny<Vector>(v);
-        }
+        });
         emit(i++, results[at % 4]);
         return true;
     };
+    // Whether the last four values and results were the same ones, and `as` these results.
+    const auto still = [&](const tAll& as) KWINLINE {
+        typename Vector::tLongs changes{};
+        for (int j = 0; j < kVectors; ++j) {
+            changes |= results[0][j] != as[j];
+            for (int k = 1; k < 4; ++k) changes |= (values[k][j] != values[0][j]) | (results[k][j] != results[0][j]);
+        }
+        std::int64_t any = 0;
+        for (int l = 0; l < Vector::kWidth; ++l) any |= changes[l];
+        return any == 0;
+    };
+    tAll before{};
+    bool settled = false;
     while (Unrolled<4>(go)) {
+        // Four of the same that come of four of the same: so do all that follow, until a value is another one.
+        if (settled && still(before)) {
+            const float* const value = x + (i - 1 - kBehind) * step;
+            const auto same = [=](const float* other) KWINLINE {
+                std::uint32_t changes = 0;
+                for (int l = 0; l < kVectors * Vector::kWidth; ++l)
+                    changes |= std::bit_cast<std::uint32_t>(other[l]) ^ std::bit_cast<std::uint32_t>(value[l]);
+                return changes == 0;
+            };
+            std::ptrdiff_t end = i;
+            while (end < count && same(x + (end - kBehind) * step)) ++end;
+            while (i < end) emit(i++, results[0]);
+        }
+        // Not looked for each time: rounding may keep results turning in a circle of a few.
+        settled = i % 16 < 4 && results[0][0][0] == results[1][0][0] && still(results[0]);
+        if (settled) before = results[0];
     }
 }
 
-/// What a pass needs. `x` holds, position by position, the values of all `kLanes` lines.
+/// What a pass needs. `x` holds, position by position, the values of all lines.
 struct tPass {
     const float* x;
     std::ptrdiff_t count;
     const tGaussianCoefficients& c;
-    double* first; ///< room for `count` * `kLanes` results of the first walk
+    double* first; ///< room for `count` results of the first walk for each line
 };
 
-/// Gives the sums of both walks to `emit(position, lane, sum)`, `sum(j)` being those of vector j from `lane` on.
-template <class Vector, int kVectors, class Emit>
-KWINLINE inline void FilterLines(const tPass& pass, Emit emit) {
-    using tReals = typename Vector::tReals;
-    using tAll = std::array<tReals, kVectors>;
-    const tTaps causal = TapsOf<true>(pass.c), anticausal = TapsOf<false>(pass.c);
-    const std::ptrdiff_t last = pass.count - 1;
+/// The first walk of `kLanes` lines.
+template <int kLanes, class Vector>
+KWINLINE inline void WalkAhead(const tPass& pass) {
+    constexpr int kVectors = kLanes / Vector::kWidth;
     constexpr std::ptrdiff_t kAhead = 16; // positions that come from memory meanwhile
-    for (std::ptrdiff_t lane = 0; lane < kLanes; lane += Vector::kWidth * kVectors) {
-        double* const first = pass.first + lane;
-        Walk<true, Vector, kVectors>(pass.x + lane, kLanes, pass.count, causal,
-                                     [=](std::ptrdiff_t i, const tAll& y) KWINLINE {
-                                         const float* const soon = pass.x + std::min(i + kAhead, last) * kLanes + lane;
-                                         __builtin_prefetch(soon);
-                                         __builtin_prefetch(soon + 16);
-                                         KWUNROLL
-                                         for (int j = 0; j < kVectors; ++j)
-                                             Store(first + i * kLanes + j * Vector::kWidth, y[j]);
-                                     });
-        Walk<false, Vector, kVectors>(
-            pass.x + last * kLanes + lane, -kLanes, pass.count, anticausal,
-            [=](std::ptrdiff_t i, const tAll& y) KWINLINE {
-                const double* const at = first + (last - i) * kLanes;
-                emit(last - i, lane, [&](int j) KWINLINE { return Load<tReals>(at + j * Vector::kWidth) + y[j]; });
-            });
-    }
+    Walk<true, Vector, kVectors>(
+        pass.x, kLanes, pass.count, TapsOf<true>(pass.c), [&](std::ptrdiff_t i, const auto& y) KWINLINE {
+            const float* const soon = pass.x + std::min(i + kAhead, pass.count - 1) * kLanes;
+            __builtin_prefetch(soon);
+            __builtin_prefetch(soon + 16);
+            double* const to = pass.first + i * kLanes;
+            ForVectors<Vector, kVectors>([&](int j) KWINLINE { Store(to + j * Vector::kWidth, y[j]); });
+        });
+}
+template <int kLanes>
+constexpr CKwBodies kWalkAhead(KwWidths<WalkAhead<kLanes, tTwo>, WalkAhead<kLanes, tFour>, WalkAhead<kLanes, tEight>>);
+
+/// Gives the sums of both walks to `emit(position, sum)`, `sum(j)` being those of vector j.
+template <int kLanes, class Vector, class Emit>
+KWINLINE inline void WalkBack(const tPass& pass, Emit emit) {
+    const std::ptrdiff_t last = pass.count - 1;
+    Walk<false, Vector, kLanes / Vector::kWidth>(pass.x + last * kLanes, -kLanes, pass.count, TapsOf<false>(pass.c),
+                                                 [=](std::ptrdiff_t i, const auto& y) KWINLINE {
+                                                     const double* const at = pass.first + (last - i) * kLanes;
+                                                     emit(last - i, [&](int j) KWINLINE {
+                                                         return Load<typename Vector::tReals>(at + j * Vector::kWidth) +
+                                                                y[j];
+                                                     });
+                                                 });
 }
 
-/// One step of turning eight rows of eight into columns: pairs of rows `kStep` apart change places of parts.
-template <int kStep>
-KWINLINE inline void SwapParts(tEight::tFloats (&rows)[8]) {
-    constexpr auto low = [](int e) { return e & kStep ? 8 + e - kStep : e; };
-    constexpr auto high = [](int e) { return e & kStep ? 8 + e : e + kStep; };
+/// One step of turning rows into columns: pairs of rows `kStep` apart change places of parts.
+template <int kStep, class Row, std::size_t kRows>
+KWINLINE inline void SwapParts(Row (&rows)[kRows]) {
     KWUNROLL
-    for (int i = 0; i < 8; ++i) {
+    for (std::size_t i = 0; i < kRows; ++i) {
         if (i & kStep) continue;
-        const tEight::tFloats a = rows[i], b = rows[i + kStep];
-        rows[i] = __builtin_shufflevector(a, b, low(0), low(1), low(2), low(3), low(4), low(5), low(6), low(7));
-        rows[i + kStep] =
-            __builtin_shufflevector(a, b, high(0), high(1), high(2), high(3), high(4), high(5), high(6), high(7));
+        const Row a = rows[i], b = rows[i + kStep];
+        [&]<int... e>(std::integer_sequence<int, e...>) KWINLINE {
+            constexpr int kSecond = kRows;
+            rows[i] = __builtin_shufflevector(a, b, (e & kStep ? kSecond + e - kStep : e)...);
+            rows[i + kStep] = __builtin_shufflevector(a, b, (e & kStep ? kSecond + e : e + kStep)...);
+        }
+        (std::make_integer_sequence<int, kRows>{});
     }
 }
 
-/// Eight rows and columns of `from` as columns and rows of `to`; rows of both are `kLanes` apart.
-KWINLINE inline void StoreTurned(float* to, const float* from) {
-    tEight::tFloats rows[8];
-    KWUNROLL
-    for (int i = 0; i < 8; ++i) rows[i] = Load<tEight::tFloats>(from + i * kLanes);
-    SwapParts<1>(rows);
-    SwapParts<2>(rows);
-    SwapParts<4>(rows);
-    KWUNROLL
-    for (int i = 0; i < 8; ++i) Store(to + i * kLanes, rows[i]);
+/// Calls `load(r, c)`, which gives the values of row r from column c on, for the parts of eight rows of eight, and
+/// `store(c, r, values)` with those of column c from row r on.
+template <class Row, class LoadPart, class StorePart>
+KWINLINE inline void Turn(LoadPart load, StorePart store) {
+    constexpr int kPart = sizeof(Row) / 4;
+    for (int r = 0; r < kGroup; r += kPart)
+        for (int c = 0; c < kGroup; c += kPart) {
+            Row rows[kPart];
+            KWUNROLL
+            for (int i = 0; i < kPart; ++i) rows[i] = load(r + i, c);
+            SwapParts<1>(rows);
+            SwapParts<2>(rows);
+            if constexpr (kPart > 4) SwapParts<4>(rows);
+            KWUNROLL
+            for (int i = 0; i < kPart; ++i) store(c + i, r, rows[i]);
+        }
 }
-
-/// Row pass, `Channels` lines a row. `out`: the first of these rows in the first block of the plane between the passes,
-/// which holds the blocks of `kLanes` columns one after the other, `blockSize` floats each.
-template <int Channels, class Vector, int kVectors>
+/// Row pass. `out`: the first of these rows in the first block of the plane between the passes, which holds the blocks
+/// of columns one after the other, `blockSize` floats each.
+template <int kChannels, class Vector>
 KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t blockSize) {
-    alignas(64) float tile[8][kLanes]{}; // of one channel, to be turned: that of eight positions
-    float(*const turned)[kLanes] = tile;
-    FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
-        const std::ptrdiff_t column = position * Channels;
-        float* to = out + column / kLanes * blockSize + column % kLanes + lane / Channels * kLanes;
+    using tHere = tLanes<kChannels>;
+    constexpr int kLanes = tHere::kLanes;
+    alignas(64) float tile[kGroup * kLanes]{}; // eight positions, to be turned
+    float* const positions = tile;
+    WalkBack<kLanes, Vector>(pass, [=](std::ptrdiff_t position, auto sum) KWINLINE {
+        float* const to = out + position / tHere::kLines * blockSize + position % tHere::kLines;
         // The block that comes next, row by row while this one is filled.
-        const float* const next =
-            out + std::max<std::ptrdiff_t>(column / kLanes - 1, 0) * blockSize + column % kLanes / Channels * kLanes;
+        const float* const next = out + std::max<std::ptrdiff_t>(position / tHere::kLines - 1, 0) * blockSize +
+                                  position % tHere::kLines * kLanes;
         __builtin_prefetch(next, 1);
         __builtin_prefetch(next + 16, 1);
-        KWUNROLL
-        for (int j = 0; j < kVectors; ++j) {
-            const auto floats = __builtin_convertvector(sum(j), typename Vector::tFloats);
-            const int at = j * Vector::kWidth;
-            if constexpr (Channels == 4 && Vector::kWidth == 8) {
-                Store(to + at / 4 * kLanes, __builtin_shufflevector(floats, floats, 0, 1, 2, 3));
-                Store(to + at / 4 * kLanes + kLanes, __builtin_shufflevector(floats, floats, 4, 5, 6, 7));
-            } else if constexpr (Channels == 4) {
-                Store(to + at / 4 * kLanes + at % 4, floats);
-            } else if constexpr (Vector::kWidth > 2) {
-                Store(turned[position % 8] + lane + at, floats);
-                constexpr int kBefore = 8 - Vector::kWidth;
-                if (position % 8 == 0 && at % 8 == kBefore)
-                    StoreTurned(to + (at - kBefore) * kLanes, turned[0] + lane + at - kBefore);
-            } else {
-                for (int l = 0; l < Vector::kWidth; ++l) to[(at + l) * kLanes] = floats[l];
-            }
+        ForVectors<Vector, kLanes / Vector::kWidth>([&](int j) KWINLINE {
+            Store(positions + position % kGroup * kLanes + j * Vector::kWidth,
+                  __builtin_convertvector(sum(j), typename Vector::tFloats));
+        });
+        if (position % kGroup) return;
+        using tRow = typename Vector::tRow;
+        for (int lane = 0; lane < kLanes; lane += kGroup) {
+            const float* const from = positions + lane;
+            float* const turned = kChannels == 1 ? to + lane * kLanes : to + lane;
+            Turn<tRow>([=](int p, int r) KWINLINE { return Load<tRow>(from + p * kLanes + r); },
+                       [=](int r, int p, const tRow& values) KWINLINE { Store(turned + r * kLanes + p, values); });
         }
     });
 }
 
-/// Column pass over one block. `lanes`: how many of its columns are the picture's. `Step`: bytes between two columns
-/// of the destination, whose channel stands at bit `shift` of its pixels.
-template <int Step, class Vector, int kVectors>
+/// Column pass over one block, whose first `columns` are the picture's. `shift`: bits in a pixel below the one channel.
+/// `alpha`: what three channels are given for the fourth, in its place.
+template <int kChannels, class Vector>
 KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, std::ptrdiff_t stride,
-                                   std::ptrdiff_t lanes, [[maybe_unused]] LONG shift) {
-    constexpr std::ptrdiff_t kCount = Vector::kWidth * kVectors;
-    FilterLines<Vector, kVectors>(pass, [=](std::ptrdiff_t position, std::ptrdiff_t lane, auto sum) KWINLINE {
-        std::byte* const to = destination + position * stride + lane * Step;
+                                   std::ptrdiff_t columns, LONG shift, std::uint32_t alpha) {
+    constexpr int kLanes = tLanes<kChannels>::kLanes, kLines = tLanes<kChannels>::kLines;
+    constexpr int kVectors = kLanes / Vector::kWidth;
+    WalkBack<kLanes, Vector>(pass, [=](std::ptrdiff_t position, auto sum) KWINLINE {
+        std::byte* const to = destination + position * stride;
         constexpr std::ptrdiff_t kSoon = 12; // rows that come from memory meanwhile
-        for (std::ptrdiff_t line = 0; line < kCount * Step; line += 64)
+        for (std::ptrdiff_t line = 0; line < kLines * 4; line += 64)
             __builtin_prefetch(to - std::min(position, kSoon) * stride + line, 1);
-        alignas(64) std::int32_t words[kCount];
-        std::uint8_t levels[kCount];
-        KWUNROLL
-        for (int j = 0; j < kVectors; j += 2) {
-            using tWholePair = typename Vector::tWholePair;
-            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
-            auto low = __builtin_convertvector(Load<typename Vector::tLongPair>(sums), tWholePair);
-            if constexpr (Vector::kWidth < 8) {
-                Store(words + j * Vector::kWidth, low);
-            } else { // bytes at once, which compilers do well to whole registers of AVX-512 alone
-                low ^= INT32_MIN;
-                low = low < 0 ? tWholePair{} : low > 255 ? tWholePair{} + 255 : low;
-                Store(Step == 1 && lanes == kLanes ? reinterpret_cast<std::uint8_t*>(to) + j * Vector::kWidth
-                                                   : levels + j * Vector::kWidth,
-                      __builtin_convertvector(low, tEight::tBytePair));
+        alignas(64) std::int32_t words[kLanes];
+        ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
+            if (j + 1 == kVectors) {
+                const auto low = reinterpret_cast<typename Vector::tLongs>(sum(j) + kToLevel);
+                for (int l = 0; l < Vector::kWidth; ++l)
+                    words[j * Vector::kWidth + l] = static_cast<std::int32_t>(low[l]);
+                return;
             }
+            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
+            Store(words + j * Vector::kWidth,
+                  __builtin_convertvector(Load<typename Vector::tLongPair>(sums), typename Vector::tWholePair));
+        });
+        std::uint32_t pixels[kLines];
+        for (int l = 0; l < kLines; ++l) {
+            const auto level = [&](int channel) KWINLINE {
+                return std::uint32_t{Limited(words[channel * kGroup + l])} << channel * 8;
+            };
+            if constexpr (kChannels == 1)
+                pixels[l] = level(0) << shift;
+            else
+                pixels[l] = level(0) | level(1) | level(2) | (kChannels == 3 ? alpha : level(3));
         }
-        if constexpr (Vector::kWidth < 8)
-            for (std::ptrdiff_t l = 0; l < kCount; ++l) levels[l] = Limited(words[l]);
-        if (lanes < kLanes) {
-            for (std::ptrdiff_t l = 0; l < std::min(kCount, lanes - lane); ++l)
-                to[l * Step] = static_cast<std::byte>(levels[l]);
-        } else if constexpr (Step == 1) {
-            if constexpr (Vector::kWidth < 8) std::memcpy(to, levels, kCount);
-        } else {
-            tAnyWord* const pixels = reinterpret_cast<tAnyWord*>(to - shift / 8);
+        tAnyWord* const all = reinterpret_cast<tAnyWord*>(to);
+        const std::uint32_t others = kChannels == 1 ? ~(255u << shift) : 0;
+        if (columns < kLines) {
+            for (std::ptrdiff_t l = 0; l < columns; ++l) all[l] = (all[l] & others) | pixels[l];
+        } else if constexpr (kChannels == 1) {
             KWNODEPENDENCE
-            for (std::ptrdiff_t l = 0; l < kCount; ++l)
-                pixels[l] = (pixels[l] & ~(255u << shift)) | std::uint32_t{levels[l]} << shift;
+            for (int l = 0; l < kLines; ++l) all[l] = (all[l] & others) | pixels[l];
+        } else {
+            std::memcpy(to, pixels, sizeof pixels);
         }
     });
 }
 
-/// Brings `rows` rows, up to `kLanes` / `Channels`, side by side; the last one stands in for those that are missing.
-/// One channel is turned eight pixels by eight rows at a time, where registers hold as much.
-template <int Channels, class Vector>
-KWINLINE inline void Interleave(const tRows& source, LONG y, std::ptrdiff_t rows, LONG offset, float* out) {
-    constexpr std::ptrdiff_t kRows = kLanes / Channels, kPart = 32;
-    constexpr bool kTurns = Channels == 1 && Vector::kWidth > 2;
-    const std::byte* from[kRows];
-    for (std::ptrdiff_t r = 0; r < kRows; ++r)
-        from[r] = source.Row<std::byte>(y + static_cast<LONG>(std::min(r, rows - 1))) + offset * !kTurns;
-    for (std::ptrdiff_t x = 0; x < source.width; x += kPart) {
-        const std::ptrdiff_t count = std::min(kPart, source.width - x);
-        if (kTurns && count == kPart) {
-            float levels[kRows][kPart];
-            for (std::ptrdiff_t r = 0; r < kRows; ++r) {
-                const tAnyWord* const pixels = reinterpret_cast<const tAnyWord*>(from[r]) + x;
-                for (std::ptrdiff_t i = 0; i < kPart; ++i)
-                    levels[r][i] = static_cast<float>(static_cast<std::int32_t>(pixels[i] >> offset * 8 & 255));
+/// Brings `rows` rows, up to those of the lanes, side by side; the last one stands in for those that are missing. `out`
+/// has room for whole groups of positions.
+template <int kChannels, class Vector>
+KWINLINE inline void Interleave(const tRows& source, LONG y, LONG rows, LONG shift, float* out) {
+    using tHere = tLanes<kChannels>;
+    using tRow = typename Vector::tRow;
+    for (std::ptrdiff_t line = 0; line < tHere::kLines; line += kGroup) {
+        const std::byte* from[kGroup];
+        for (LONG r = 0; r < kGroup; ++r)
+            from[r] = source.Row<std::byte>(y + std::min(static_cast<LONG>(line) + r, rows - 1));
+        for (std::ptrdiff_t x = 0; x < source.width; x += kGroup) {
+            std::byte last[kGroup][kGroup * 4]{};
+            const std::byte* pixels[kGroup];
+            for (int r = 0; r < kGroup; ++r) {
+                pixels[r] = from[r] + x * 4;
+                if (source.width - x >= kGroup) continue;
+                std::memcpy(last[r], pixels[r], static_cast<std::size_t>(source.width - x) * 4);
+                pixels[r] = last[r];
             }
-            for (std::ptrdiff_t i = 0; i < kPart; i += 8)
-                for (std::ptrdiff_t r = 0; r < kRows; r += 8) StoreTurned(out + (x + i) * kLanes + r, &levels[r][i]);
-            continue;
+            float* const to = out + x * tHere::kLanes + line;
+            Turn<tRow>([&](int r, int c) KWINLINE { return Load<tRow>(pixels[r] + c * 4); },
+                       [=](int c, int r, const tRow& turned) KWINLINE {
+                           KWUNROLL
+                           for (int channel = 0; channel < kChannels; ++channel) {
+                               const tRow levels = turned >> (shift + channel * 8) & 255;
+                               Store(to + c * tHere::kLanes + channel * kGroup + r,
+                                     __builtin_convertvector(levels, typename Vector::tRowFloats));
+                           }
+                       });
         }
-        std::uint8_t levels[kPart * kLanes];
-        for (std::ptrdiff_t i = 0; i < count; ++i)
-            for (std::ptrdiff_t r = 0; r < kRows; ++r)
-                std::memcpy(levels + i * kLanes + r * Channels, from[r] + offset * kTurns + (x + i) * 4, Channels);
-        for (std::ptrdiff_t i = 0; i < count * kLanes; ++i) out[x * kLanes + i] = levels[i];
     }
 }
 
@@ -414,76 +484,138 @@ std::span<Value> Room(CKwScratch& scratch, std::size_t count) {
 struct tJob {
     tRows destination, source;
     const tGaussianCoefficients &across, &down;
-    LONG offset;
+    LONG shift;          ///< bits in a pixel below the one channel
+    std::uint32_t alpha; ///< what stands in the place of a fourth channel
     float* plane;
-    std::size_t blocks, blockSize;
+    std::ptrdiff_t blockSize;
+    void (*walkAhead)(const tPass&);
 };
 
-/// The rows `from` to `to`, counted in groups of `kLanes` lines.
-template <int Channels, class Vector, int kVectors>
+/// The rows `from` to `to`, counted in groups.
+template <int kChannels, class Vector>
 KWINLINE inline void RowGroups(const tJob& job, LONG from, LONG to, double* first, float* lines) {
-    constexpr LONG kRows = kLanes / Channels;
+    using tHere = tLanes<kChannels>;
+    constexpr LONG kRows = tHere::kLines;
     for (LONG y = from * kRows; y < job.source.height && y < to * kRows; y += kRows) {
-        Interleave<Channels, Vector>(job.source, y, std::min(kRows, job.source.height - y), job.offset, lines);
-        FilterRows<Channels, Vector, kVectors>({lines, job.source.width, job.across, first},
-                                               job.plane + std::ptrdiff_t{y} * kLanes,
-                                               static_cast<std::ptrdiff_t>(job.blockSize));
+        Interleave<kChannels, Vector>(job.source, y, std::min(kRows, job.source.height - y), job.shift, lines);
+        const tPass pass{lines, job.source.width, job.across, first};
+        job.walkAhead(pass);
+        FilterRows<kChannels, Vector>(pass, job.plane + std::ptrdiff_t{y} * tHere::kLanes, job.blockSize);
     }
 }
 
 /// The blocks `from` to `to` of the plane.
-template <int Channels, class Vector, int kVectors>
+template <int kChannels, class Vector>
 KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* first, float*) {
-    const std::size_t columns = static_cast<std::size_t>(job.source.width) * Channels;
-    for (auto block = static_cast<std::size_t>(from); block < static_cast<std::size_t>(to); ++block) {
-        const std::size_t column = block * kLanes;
-        FilterColumns<4 / Channels, Vector, kVectors>(
-            {job.plane + block * job.blockSize, job.source.height, job.down, first},
-            job.destination.first + job.offset + column * (4 / Channels), job.destination.stride,
-            static_cast<std::ptrdiff_t>(std::min<std::size_t>(kLanes, columns - column)), job.offset * 8);
+    constexpr std::ptrdiff_t kColumns = tLanes<kChannels>::kLines;
+    for (std::ptrdiff_t block = from; block < to; ++block) {
+        const tPass pass{job.plane + block * job.blockSize, job.source.height, job.down, first};
+        job.walkAhead(pass);
+        FilterColumns<kChannels, Vector>(pass, job.destination.first + block * kColumns * 4, job.destination.stride,
+                                         std::min(kColumns, job.source.width - block * kColumns), job.shift, job.alpha);
     }
 }
 
-template <int Channels>
+template <int kChannels>
 constexpr CKwBodies
-    kRowGroups(KwWidths<RowGroups<Channels, tTwo, 8>, RowGroups<Channels, tFour, 8>, RowGroups<Channels, tEight, 4>>);
-template <int Channels>
+    kRowGroups(KwWidths<RowGroups<kChannels, tTwo>, RowGroups<kChannels, tFour>, RowGroups<kChannels, tEight>>);
+template <int kChannels>
 constexpr CKwBodies kColumnBlocks(
-    KwWidths<ColumnBlocks<Channels, tTwo, 8>, ColumnBlocks<Channels, tFour, 8>, ColumnBlocks<Channels, tEight, 4>>);
+    KwWidths<ColumnBlocks<kChannels, tTwo>, ColumnBlocks<kChannels, tFour>, ColumnBlocks<kChannels, tEight>>);
 
-template <int Channels>
+template <int kChannels>
 void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
-               const tGaussianCoefficients& down, LONG offset, CKwScratch& scratch) {
-    constexpr std::size_t kRows = kLanes / Channels;
+               const tGaussianCoefficients& down, LONG offset, std::uint32_t alpha, CKwScratch& scratch) {
+    using tHere = tLanes<kChannels>;
+    constexpr std::size_t kLanes = tHere::kLanes, kLines = tHere::kLines;
+    constexpr std::size_t kBeyond = 16; // values that loads of a pair of vectors may take too many
     const std::size_t width = static_cast<std::size_t>(source.width), height = static_cast<std::size_t>(source.height);
-    if (!KwFits(std::max(width, height) + kRows, kLanes * kRows * sizeof(double) * KwRanges())) return;
-    const std::size_t blocks = (width * Channels + kLanes - 1) / kLanes;
-    const std::size_t blockSize = (height + kRows - 1) / kRows * kLanes * kRows;
+    if (!KwFits(std::max(width, height) + kLines, kLanes * kLines * sizeof(double) * KwRanges())) return;
+    const std::size_t blocks = (width + kLines - 1) / kLines;
+    const std::size_t blockSize = (height + kLines - 1) / kLines * kLines * kLanes;
     const std::size_t ranges = KwRanges(), firstSize = std::max(width, height) * kLanes;
+    const std::size_t linesSize = (width + kGroup) * kLanes;
     if (!KwFits(blockSize, blocks)) return;
     CKwScratch large, firstScratch, linesScratch;
-    const auto plane = Room<float>(blocks * blockSize > kMostKept ? large : scratch, blocks * blockSize);
+    const std::size_t planeSize = blocks * blockSize + kBeyond;
+    const auto plane = Room<float>(planeSize > kMostKept ? large : scratch, planeSize);
     const auto first = Room<double>(firstScratch, ranges * firstSize);
-    const auto lines = Room<float>(linesScratch, ranges * width * kLanes);
+    const auto lines = Room<float>(linesScratch, ranges * linesSize + kBeyond);
     if (plane.empty() || first.empty() || lines.empty()) return;
-    // Columns of the last block that the picture does not have.
-    for (std::size_t y = 0; y < blockSize / kLanes; ++y)
-        for (std::size_t l = width * Channels - (blocks - 1) * kLanes; l < kLanes; ++l)
-            plane[(blocks - 1) * blockSize + y * kLanes + l] = 0.0f;
+    // Columns of the last block that no group of the picture's reaches.
+    const std::size_t reached = (width + kGroup - 1) / kGroup * kGroup - (blocks - 1) * kLines;
+    if constexpr (kChannels == 1)
+        for (std::size_t y = 0; y < blockSize / kLanes; ++y)
+            for (std::size_t l = reached; l < kLanes; ++l) plane[(blocks - 1) * blockSize + y * kLanes + l] = 0.0f;
 
-    const tJob job{destination, source, across, down, offset, plane.data(), blocks, blockSize};
+    const tJob job{.destination = destination,
+                   .source = source,
+                   .across = across,
+                   .down = down,
+                   .shift = offset * 8,
+                   .alpha = alpha,
+                   .plane = plane.data(),
+                   .blockSize = static_cast<std::ptrdiff_t>(blockSize),
+                   .walkAhead = kWalkAhead<tHere::kLanes>.Now()};
     const auto pass = [&](std::size_t count, auto body) {
         KwForRanges(static_cast<LONG>(count), [&](LONG from, LONG to, std::size_t i) {
-            body(job, from, to, first.data() + i * firstSize, lines.data() + i * width * kLanes);
+            body(job, from, to, first.data() + i * firstSize, lines.data() + i * linesSize);
         });
     };
-    pass(blockSize / kLanes / kRows, kRowGroups<Channels>.Now());
-    pass(blocks, kColumnBlocks<Channels>.Now());
+    pass(blockSize / kLanes / kLines, kRowGroups<kChannels>.Now());
+    pass(blocks, kColumnBlocks<kChannels>.Now());
+}
+
+/// The alpha of all pixels, at bits 24 to 31, where it is one; nothing where it is not.
+std::optional<std::uint32_t> EvenAlpha(const tRows& source) {
+    const std::uint32_t first = *KwWordRow(source, 0);
+    for (LONG y = 0; y < source.height; ++y) {
+        std::uint32_t changes = 0;
+        const tAnyWord* const row = KwWordRow(source, y);
+        for (LONG x = 0; x < source.width; ++x) changes |= row[x] ^ first;
+        if (changes >> 24) return std::nullopt;
+    }
+    return first >> 24;
+}
+
+/// What both passes make of a channel that is `level` all over, where that is one level.
+std::optional<std::uint8_t> BlurredEven(double level, const tRows& source, const tGaussianCoefficients& across,
+                                        const tGaussianCoefficients& down) {
+    CKwScratch scratch;
+    const std::size_t most = static_cast<std::size_t>(std::max(source.width, source.height));
+    const auto room = Room<double>(scratch, 4 * most);
+    if (room.empty()) return std::nullopt;
+    const auto filtered = [&](double value, LONG count, const tGaussianCoefficients& taps, std::size_t into) {
+        const auto part = [&](std::size_t i) { return room.subspan(i * most, static_cast<std::size_t>(count)); };
+        std::ranges::fill(part(0), value);
+        PlainLine(part(0), taps, part(into), part(1));
+        return part(into);
+    };
+    // Rounding may make a few values of one between the passes.
+    std::array<float, 8> known{};
+    std::size_t count = 0;
+    std::optional<std::uint8_t> blurred;
+    for (const double value : filtered(level, source.width, across, 2)) {
+        const float between = static_cast<float>(value);
+        if (std::find(known.begin(), known.begin() + count, between) != known.begin() + count) continue;
+        if (count == known.size()) return std::nullopt;
+        known[count++] = between;
+        for (const double sum : filtered(static_cast<double>(between), source.height, down, 3)) {
+            if (blurred && *blurred != ToLevel(sum)) return std::nullopt;
+            blurred = ToLevel(sum);
+        }
+    }
+    return blurred;
 }
 
 void BlurFast(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
               const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
-    (channels == 4 ? BlurLanes<4> : BlurLanes<1>)(destination, source, across, down, offset, scratch);
+    if (channels == 1) return BlurLanes<1>(destination, source, across, down, offset, 0, scratch);
+    // Pictures without transparency need three quarters of the work.
+    if (const auto alpha = EvenAlpha(source))
+        if (const auto blurred = BlurredEven(*alpha, source, across, down))
+            return BlurLanes<3>(destination, source, across, down, 0, std::uint32_t{*blurred} << 24, scratch);
+    BlurLanes<4>(destination, source, across, down, 0, 0, scratch);
 }
 constexpr CKwBodies kBlur(BlurPlain, tKwBody{eKwLevel::Base, BlurFast});
 
