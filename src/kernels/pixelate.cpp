@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "base/arith.h"
@@ -35,20 +36,29 @@ constexpr std::ptrdiff_t kRowsAtOnce = 257;
 /// Blocks below this many pixels have sums of 31 bits.
 constexpr std::int64_t kSmallBlock = 1 << 23;
 
-/// The sums of each column of `rows` rows, at most `kRowsAtOnce`.
+/// The sums of each column of `rows` rows, at most `kRowsAtOnce`. Bytes at even and at odd places are halves without a
+/// conversion; the sums take turns again at the end.
+template <class Bytes>
 KWINLINE inline void SumColumns(std::uint16_t* sums, const std::uint8_t* row, std::ptrdiff_t stride,
                                 std::ptrdiff_t rows, std::ptrdiff_t count) {
-    using tHalfBlock [[gnu::vector_size(kBlockBytes / 2)]] = std::uint8_t;
-    constexpr std::ptrdiff_t kStep = kBlockBytes / 2;
+    using tHalves = tHalvesOf<Bytes>;
+    constexpr std::ptrdiff_t kStep = sizeof(Bytes);
     std::ptrdiff_t i = 0;
     for (; i + kStep <= count; i += kStep) {
-        tHalves sum{};
+        tHalves even{}, odd{};
         for (std::ptrdiff_t y = 0; y < rows; ++y) {
-            tHalfBlock bytes;
-            std::memcpy(&bytes, row + y * stride + i, sizeof bytes);
-            sum += __builtin_convertvector(bytes, tHalves);
+            const auto bytes = reinterpret_cast<tHalves>(KwLoad<Bytes>(row + y * stride + i));
+            even += bytes & 255;
+            odd += bytes >> 8;
         }
-        std::memcpy(sums + i, &sum, sizeof sum);
+        const auto turns = [&]<std::size_t... kAt>(std::index_sequence<kAt...>) KWINLINE {
+            constexpr std::size_t kHalf = kStep / 4;
+            const tHalves first = __builtin_shufflevector(even, odd, (kAt / 2 + kAt % 2 * 2 * kHalf)...);
+            const tHalves second = __builtin_shufflevector(even, odd, (kHalf + kAt / 2 + kAt % 2 * 2 * kHalf)...);
+            std::memcpy(sums + i, &first, sizeof first);
+            std::memcpy(sums + i + kStep / 2, &second, sizeof second);
+        };
+        turns(std::make_index_sequence<kStep / 2>());
     }
     for (; i < count; ++i) {
         std::uint16_t sum = 0;
@@ -56,7 +66,7 @@ KWINLINE inline void SumColumns(std::uint16_t* sums, const std::uint8_t* row, st
         sums[i] = sum;
     }
 }
-constexpr CKwBodies kSumColumns(KwClones<SumColumns>);
+constexpr CKwBodies kSumColumns(KwWidths<SumColumns<tNarrow>, SumColumns<tMiddle>, SumColumns<tWide>>);
 
 /// Adds up each block's share of column sums. Blocks of few pixels have loops of that length.
 template <class Total>
