@@ -19,8 +19,8 @@ KWINLINE inline std::ptrdiff_t WeighBlock(const std::uint8_t* at, const std::uin
                                           std::span<const tCell> cells, std::uint8_t turn, std::uint8_t* to,
                                           tCell* beating, std::uint8_t* doubts) {
     using Bytes = typename tBlock<kBytes>::tBytes;
-    using tInts = typename tNumbers<kBytes>::tInts;
-    using tFloats = typename tNumbers<kBytes>::tFloats;
+    using tWholes = typename tBlock<kBytes>::tWholes;
+    using tFloats = typename tBlock<kBytes>::tFloats;
     const tBytes full = KwLoad(fullBytes);
     std::ptrdiff_t count = 0;
     const auto test = [&](std::size_t first, std::size_t number) KWINLINE {
@@ -57,12 +57,12 @@ KWINLINE inline std::ptrdiff_t WeighBlock(const std::uint8_t* at, const std::uin
             const Bytes samples = KwLoad<Bytes>(at + half + beating[i].offset);
             const Bytes isBest = Equal(samples, best), isSecond = Equal(samples, second);
             rest = KwGreater(rest, samples & ~(isBest | isSecond));
-            const tInts weight = reinterpret_cast<tInts>(tFloats{} + beating[i].weight);
+            const tWholes weight = reinterpret_cast<tWholes>(tFloats{} + beating[i].weight);
             KWUNROLL
             for (int c = 0; c < 4; ++c) {
                 const auto spread = [&](const Bytes& mask) KWINLINE {
                     return reinterpret_cast<tFloats>(
-                        reinterpret_cast<tInts>(reinterpret_cast<tWordsOf<Bytes>>(mask) << (24 - 8 * c)) >> 24 &
+                        reinterpret_cast<tWholes>(reinterpret_cast<tWordsOf<Bytes>>(mask) << (24 - 8 * c)) >> 24 &
                         weight);
                 };
                 weights[0][c] += spread(isBest);

@@ -68,26 +68,18 @@ KWINLINE inline Bytes Equal(const Bytes& a, const Bytes& b) {
     return reinterpret_cast<Bytes>(a == b);
 }
 
-template <std::ptrdiff_t kBytes>
-struct tNumbers {
-    using tInts [[gnu::vector_size(kBytes)]] = std::int32_t;
-    using tFloats [[gnu::vector_size(kBytes)]] = float;
-};
-using tNarrow = tNumbers<16>;
-using tWide = tNumbers<32>;
-
 // Some compilers convert no vector whose type depends on a template.
-KWINLINE inline tNarrow::tFloats Floats(const tNarrow::tInts& v) {
-    return __builtin_convertvector(v, tNarrow::tFloats);
+KWINLINE inline tBlock<16>::tFloats Floats(const tBlock<16>::tWholes& v) {
+    return __builtin_convertvector(v, tBlock<16>::tFloats);
 }
-KWINLINE inline tWide::tFloats Floats(const tWide::tInts& v) {
-    return __builtin_convertvector(v, tWide::tFloats);
+KWINLINE inline tBlock<32>::tFloats Floats(const tBlock<32>::tWholes& v) {
+    return __builtin_convertvector(v, tBlock<32>::tFloats);
 }
-KWINLINE inline tNarrow::tInts Ints(const tNarrow::tFloats& v) {
-    return __builtin_convertvector(v, tNarrow::tInts);
+KWINLINE inline tBlock<16>::tWholes Wholes(const tBlock<16>::tFloats& v) {
+    return __builtin_convertvector(v, tBlock<16>::tWholes);
 }
-KWINLINE inline tWide::tInts Ints(const tWide::tFloats& v) {
-    return __builtin_convertvector(v, tWide::tInts);
+KWINLINE inline tBlock<32>::tWholes Wholes(const tBlock<32>::tFloats& v) {
+    return __builtin_convertvector(v, tBlock<32>::tWholes);
 }
 
 /// Every fourth byte from place `shift` / 8 on.
@@ -97,7 +89,7 @@ KWINLINE inline tWordsOf<Bytes> Words(const Bytes& bytes, int shift) {
 }
 template <class Bytes>
 KWINLINE inline auto Reals(const Bytes& bytes, int shift) {
-    return Floats(reinterpret_cast<typename tNumbers<sizeof(Bytes)>::tInts>(Words(bytes, shift)));
+    return Floats(reinterpret_cast<typename tBlock<sizeof(Bytes)>::tWholes>(Words(bytes, shift)));
 }
 
 /// The two highest values of a block of the rim, `best` not below the greatest of the cells of full weight, a limit of
@@ -113,7 +105,7 @@ template <class Bytes, class Weight>
 KWINLINE inline Bytes Weigh(const tTwoValues<Bytes>& values, Weight weight, float near, std::uint8_t turn,
                             Bytes& doubts) {
     using tWords = tWordsOf<Bytes>;
-    using tFloats = typename tNumbers<sizeof(Bytes)>::tFloats;
+    using tFloats = typename tBlock<sizeof(Bytes)>::tFloats;
     const auto& [best, second, rest, unknown, full] = values;
     const Bytes firsts = best ^ turn, fulls = full ^ turn;
     // Values at or below the cells of full weight count as theirs.
@@ -129,8 +121,8 @@ KWINLINE inline Bytes Weigh(const tTwoValues<Bytes>& values, Weight weight, floa
         const tWords isMixed = reinterpret_cast<tWords>(all < one * 1.001f);
         const tWords isOpen = reinterpret_cast<tWords>(last > none);
         const tFloats margin = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + near));
-        const tWords low = reinterpret_cast<tWords>(Ints(value - margin));
-        const tWords high = reinterpret_cast<tWords>(Ints(value + margin));
+        const tWords low = reinterpret_cast<tWords>(Wholes(value - margin));
+        const tWords high = reinterpret_cast<tWords>(Wholes(value + margin));
         results |= low << shift;
         inDoubt |= ((low ^ high) | (Words(unknown, shift) & isMixed) | (Words(below, shift) & isOpen)) << shift;
     }

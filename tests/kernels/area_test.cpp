@@ -67,7 +67,7 @@ TEST(AreaFilters, CountLongRims) {
         for (LONG j = 0; j < 9; ++j)
             high.Pixel8(j, i) =
                 wide.Pixel8(i, j) = {static_cast<std::uint8_t>(j * 28), static_cast<std::uint8_t>(std::abs(j - 4) * 28),
-                                     static_cast<std::uint8_t>(j * 28 + (i == 150)), 255};
+                                     static_cast<std::uint8_t>(j * 2 + (i == 150)), 255};
     for (const float r : {2.001f, 2.004f, 2.5f})
         for (const tAreaFilter& filter : {kMin, kMax}) {
             ExpectPlainBytes(filter, high, r, 200.3f, false);
