@@ -236,8 +236,9 @@ HRESULT KwDibSumScaled(const tView& output, const tView& base, const tView& adde
     tRows d, b, again, s;
     const HRESULT first = KwDibResolvePair(output, base, bytesPerPixel, d, b);
     const HRESULT second = KwDibResolvePair(output, added, bytesPerPixel, again, s);
+    // In two walks where areas differ, and where what is added has to be the copy already.
     if (FAILED(first) || FAILED(second) || d.first != again.first || d.width != again.width ||
-        d.height != again.height) {
+        d.height != again.height || s.first == d.first) {
         const HRESULT status = KwDibCopy(output, base, bytesPerPixel);
         return FAILED(status) ? status : KwDibAddScaled(output, added, bytesPerPixel, amount, 3, 0.0, 0.0);
     }

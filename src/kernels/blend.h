@@ -29,6 +29,6 @@ HRESULT KwDibBlendSrcAlpha(const tView& destination, const tView& source, LONG b
 HRESULT KwDibAddScaled(const tView& destination, const tView& source, LONG bytesPerPixel, double amount, LONG mode,
                        double offsetX, double offsetY);
 
-/// Copies `base` to the output and adds the second picture like the above, without an offset, in one walk where all
-/// three have a common area. The output may be `base`, but must not overlap the pictures otherwise.
+/// Copies `base` to the output and then adds the second picture like the above, without an offset, in one walk where
+/// all three have a common area. The output may be either picture, but must not overlap them otherwise.
 HRESULT KwDibSumScaled(const tView& output, const tView& base, const tView& added, LONG bytesPerPixel, double amount);

@@ -42,6 +42,11 @@ TEST(SumScaled, AddsWhereTheSecondPictureIs) {
             ASSERT_EQ(S_OK, KwDibAddScaled(expected.View(&clip), second, bytesPerPixel, 0.6, 3, 0, 0));
             EXPECT_EQ(S_OK, KwDibSumScaled(p.View(&clip), first, second, bytesPerPixel, 0.6));
             ExpectSame(p, expected);
+            // What is added is the copy by then.
+            ASSERT_EQ(S_OK, KwDibCopy(expected.View(&clip), first, bytesPerPixel));
+            ASSERT_EQ(S_OK, KwDibAddScaled(expected.View(&clip), expected.View(&clip), bytesPerPixel, 0.6, 3, 0, 0));
+            EXPECT_EQ(S_OK, KwDibSumScaled(p.View(&clip), first, p.View(&clip), bytesPerPixel, 0.6));
+            ExpectSame(p, expected);
         }
 }
 
