@@ -47,6 +47,7 @@ void PlainLine(std::span<const double> x, const tGaussianCoefficients& c, std::s
     const auto walk = [&](std::span<double> y, const double* taps, const double* ends, std::ptrdiff_t from,
                           std::ptrdiff_t step) {
         const auto at = [=](std::ptrdiff_t i) { return static_cast<std::size_t>(from + i * step); };
+        std::ranges::fill(y, 0.0); // the first tap, 0, meets a result that is not there yet
         for (std::ptrdiff_t i = 0; i < count; ++i) {
             double v = 0.0;
             for (std::ptrdiff_t k = 0; k < 5; ++k)
@@ -165,8 +166,8 @@ KWINLINE inline bool Unrolled(Body body) {
     (std::make_integer_sequence<int, kCount>{});
 }
 
-/// Calls `body` with the number of each vector, or of each `kStep`th: written out where registers hold what all of them
-/// remember; as a loop elsewhere, which is as fast there and compiles much sooner.
+/// Calls `body` with the number of each vector, or of each `kStep`th: written out, but for SSE2, where a loop is as
+/// fast and compiles much sooner.
 template <class Vector, int kVectors, int kStep = 1, class Body>
 KWINLINE inline void ForVectors(Body body) {
     if constexpr (Vector::kWidth > 2) {
