@@ -10,8 +10,8 @@
 /// use.
 #define KWINLINE __attribute__((always_inline))
 
-/// Before a loop whose rounds do not depend on each other though their pointers may be the same, and before one of a
-/// few rounds, at most 16, that are written out, or are not.
+/// Before a loop whose rounds do not depend on each other though their pointers may be the same; before one of a few
+/// rounds, at most 16, that are written out; before one whose rounds are not.
 #if defined(__clang__)
 #define KWNODEPENDENCE _Pragma("clang loop vectorize(assume_safety)")
 #define KWUNROLL _Pragma("clang loop unroll(full)")

@@ -1,0 +1,551 @@
+#include "kernels/gaussian_lanes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "base/fits.h"
+#include "kernels/ranges.h"
+#include "kernels/unaligned.h"
+
+namespace kw_gaussian {
+namespace {
+
+/// Eight lines at a time are brought side by side. Lines filtered at once are three or four such groups: a recursion is
+/// a chain of some thirty cycles a position, which other lines fill, and what 32 remember fits in the registers of
+/// AVX-512.
+constexpr int kGroup = 8;
+
+/// How lines stand side by side. Each of three or four channels has a group of eight neighbours; one channel has four
+/// groups with neighbours too.
+template <int kChannels>
+struct tLanes {
+    static constexpr int kLanes = kChannels == 3 ? 3 * kGroup : 4 * kGroup;
+    static constexpr int kLines = kChannels == 1 ? kLanes : kGroup; ///< rows or columns of the picture
+};
+
+/// Vectors for the registers of SSE2, AVX and AVX-512; two at a time where numbers become wider or narrower, which
+/// compilers do best to a whole register. `tRow`: what parts of rows are turned into columns.
+struct tTwo {
+    static constexpr int kWidth = 2;
+    using tReals [[gnu::vector_size(16)]] = double;
+    using tLongs [[gnu::vector_size(16)]] = std::int64_t;
+    using tFloats [[gnu::vector_size(8)]] = float;
+    using tRealPair [[gnu::vector_size(32)]] = double;
+    using tLongPair [[gnu::vector_size(32)]] = std::int64_t;
+    using tFloatPair [[gnu::vector_size(16)]] = float;
+    using tWholePair [[gnu::vector_size(16)]] = std::int32_t;
+    using tRow = tWholePair;
+    using tRowFloats = tFloatPair;
+};
+struct tFour {
+    static constexpr int kWidth = 4;
+    using tReals [[gnu::vector_size(32)]] = double;
+    using tLongs [[gnu::vector_size(32)]] = std::int64_t;
+    using tFloats [[gnu::vector_size(16)]] = float;
+    using tRealPair [[gnu::vector_size(64)]] = double;
+    using tLongPair [[gnu::vector_size(64)]] = std::int64_t;
+    using tFloatPair [[gnu::vector_size(32)]] = float;
+    using tWholePair [[gnu::vector_size(32)]] = std::int32_t;
+    using tRow = tWholePair;
+    using tRowFloats = tFloatPair;
+};
+struct tEight {
+    static constexpr int kWidth = 8;
+    using tReals [[gnu::vector_size(64)]] = double;
+    using tLongs [[gnu::vector_size(64)]] = std::int64_t;
+    using tFloats [[gnu::vector_size(32)]] = float;
+    using tRealPair [[gnu::vector_size(128)]] = double;
+    using tLongPair [[gnu::vector_size(128)]] = std::int64_t;
+    using tFloatPair [[gnu::vector_size(64)]] = float;
+    using tWholePair [[gnu::vector_size(64)]] = std::int32_t;
+    using tRow [[gnu::vector_size(32)]] = std::int32_t;
+    using tRowFloats = tFloats;
+};
+
+template <class Vector>
+KWINLINE inline typename Vector::tReals WithoutTiny(const typename Vector::tReals& v) {
+    using tReals = typename Vector::tReals;
+    const tReals size = reinterpret_cast<tReals>(reinterpret_cast<typename Vector::tLongs>(v) & INT64_MAX);
+    return size < kTiny ? tReals{} : v;
+}
+
+template <class Vector, class Value>
+KWINLINE inline Vector Load(const Value* from) {
+    Vector values;
+    std::memcpy(&values, from, sizeof values);
+    return values;
+}
+template <class Vector, class Value>
+KWINLINE inline void Store(Value* to, const Vector& values) {
+    std::memcpy(to, &values, sizeof values);
+}
+
+/// Calls `body` with each of the constants 0 to `kCount` - 1 until it returns false; returns whether it never did.
+template <int kCount, class Body>
+KWINLINE inline bool Unrolled(Body body) {
+    return [&]<int... k>(std::integer_sequence<int, k...>) KWINLINE {
+        return (body(std::integral_constant<int, k>{}) && ...);
+    }
+    (std::make_integer_sequence<int, kCount>{});
+}
+
+/// Calls `body` with the number of each vector, or of each `kStep`th: written out, but for SSE2, where a loop is as
+/// fast and compiles much sooner.
+template <class Vector, int kVectors, int kStep = 1, class Body>
+KWINLINE inline void ForVectors(Body body) {
+    if constexpr (Vector::kWidth > 2) {
+        KWUNROLL
+        for (int j = 0; j < kVectors; j += kStep) body(j);
+    } else {
+        KWROLL
+        for (int j = 0; j < kVectors; j += kStep) body(j);
+    }
+}
+
+/// The taps of one direction. The anti-causal half knows only the values before its position, so that both look at
+/// four values and four results.
+struct tTaps {
+    double x[4], y[4]; ///< y: of the results of the positions before
+    double edge[5];    ///< for positions off the line, in place of x and y
+};
+
+template <bool Causal>
+tTaps TapsOf(const tGaussianCoefficients& c) {
+    tTaps taps;
+    for (int k = 0; k < 4; ++k) {
+        taps.x[k] = Causal ? c.n[k] : c.m[k + 1];
+        taps.y[k] = c.d[k + 1];
+    }
+    for (int k = 0; k < 5; ++k) taps.edge[k] = Causal ? c.n[k] - c.bn[k] : c.m[k] - c.bm[k];
+    return taps;
+}
+
+/// Walks along the lines of `kVectors` vectors of `count` positions, `step` values apart; `x` holds the first one's.
+/// Gives each position's results to `emit(position, results)`, position counted along the walk. The order of the
+/// additions is that of the taps and shows in the result; the taps that are 0 by construction (n4, d0, m0) are left
+/// out. Once values and results have stopped changing, results stay until a value changes: mattes are mostly so.
+template <bool Causal, class Vector, int kVectors, class Emit>
+KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps, Emit emit) {
+    using tReals = typename Vector::tReals;
+    using tAll = std::array<tReals, kVectors>;
+    constexpr int kBehind = Causal ? 0 : 1; // how far behind its position the walk's newest value lies
+    const auto load = [=](std::ptrdiff_t i) KWINLINE {
+        tAll all;
+        ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
+            const auto floats = Load<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
+            const auto reals = __builtin_convertvector(floats, typename Vector::tRealPair);
+            std::memcpy(&all[j], &reals, j + 1 < kVectors ? sizeof reals : sizeof(tReals));
+        });
+        return all;
+    };
+    tAll near[5], far[5];
+    for (int i = 0; i < 5; ++i) {
+        near[i] = load(std::min<std::ptrdiff_t>(i, count - 1));
+        for (int j = 0; j < kVectors; ++j) {
+            tReals v = Causal && i > 0 ? taps.x[0] * near[i][j] : tReals{};
+            for (int k = 1; k < i; ++k) v += taps.x[k - kBehind] * near[i - k][j] - taps.y[k - 1] * far[i - k][j];
+            for (int k = i; k < 5; ++k) v += taps.edge[k] * near[0][j];
+            far[i][j] = WithoutTiny<Vector>(v);
+        }
+        if (i < count) emit(i, far[i]);
+    }
+    // By position modulo 4.
+    tAll values[4] = {near[4], near[1], near[2], near[3]}, results[4] = {far[4], far[1], far[2], far[3]};
+    const double a0 = taps.x[0], a1 = taps.x[1], a2 = taps.x[2], a3 = taps.x[3];
+    const double d1 = taps.y[0], d2 = taps.y[1], d3 = taps.y[2], d4 = taps.y[3];
+    std::ptrdiff_t i = 5;
+    const auto go = [&](auto turn) KWINLINE {
+        if (i >= count) return false;
+        constexpr int at = decltype(turn)::value + 9;
+        values[(at - kBehind) % 4] = load(i - kBehind);
+        ForVectors<Vector, kVectors>([&](int j) KWINLINE {
+            const auto value = [&](int k) KWINLINE { return values[(at - kBehind - k) % 4][j]; };
+            const auto result = [&](int k) KWINLINE { return results[(at - k) % 4][j]; };
+            tReals v;
+            if constexpr (Causal) {
+                v = a1 * value(1) - d1 * result(1);
+                v = a0 * value(0) + v;
+                v += a2 * value(2) - d2 * result(2);
+                v += a3 * value(3) - d3 * result(3);
+                v -= d4 * result(4);
+            } else {
+                v = a0 * value(0) - d1 * result(1);
+                v += a1 * value(1) - d2 * result(2);
+                v += a2 * value(2) - d3 * result(3);
+                v += a3 * value(3) - d4 * result(4);
+            }
+            results[at % 4][j] = WithoutTiny<Vector>(v);
+        });
+        emit(i++, results[at % 4]);
+        return true;
+    };
+    // Whether the last four values and results were the same ones, and `as` these results.
+    const auto still = [&](const tAll& as) KWINLINE {
+        typename Vector::tLongs changes{};
+        for (int j = 0; j < kVectors; ++j) {
+            changes |= results[0][j] != as[j];
+            for (int k = 1; k < 4; ++k) changes |= (values[k][j] != values[0][j]) | (results[k][j] != results[0][j]);
+        }
+        std::int64_t any = 0;
+        for (int l = 0; l < Vector::kWidth; ++l) any |= changes[l];
+        return any == 0;
+    };
+    tAll before{};
+    bool settled = false;
+    while (Unrolled<4>(go)) {
+        // Four of the same that come of four of the same: so do all that follow, until a value is another one.
+        if (settled && still(before)) {
+            const float* const value = x + (i - 1 - kBehind) * step;
+            const auto same = [=](const float* other) KWINLINE {
+                std::uint32_t changes = 0;
+                for (int l = 0; l < kVectors * Vector::kWidth; ++l)
+                    changes |= std::bit_cast<std::uint32_t>(other[l]) ^ std::bit_cast<std::uint32_t>(value[l]);
+                return changes == 0;
+            };
+            std::ptrdiff_t end = i;
+            while (end < count && same(x + (end - kBehind) * step)) ++end;
+            while (i < end) emit(i++, results[0]);
+        }
+        // Not looked for each time: rounding may keep results turning in a circle of a few.
+        settled = i % 16 < 4 && results[0][0][0] == results[1][0][0] && still(results[0]);
+        if (settled) before = results[0];
+    }
+}
+
+/// What a pass needs. `x` holds, position by position, the values of all lines.
+struct tPass {
+    const float* x;
+    std::ptrdiff_t count;
+    const tGaussianCoefficients& c;
+    double* first; ///< room for `count` results of the first walk for each line
+};
+
+/// The first walk of `kLanes` lines.
+template <int kLanes, class Vector>
+KWINLINE inline void WalkAhead(const tPass& pass) {
+    constexpr int kVectors = kLanes / Vector::kWidth;
+    constexpr std::ptrdiff_t kAhead = 16; // positions that come from memory meanwhile
+    Walk<true, Vector, kVectors>(
+        pass.x, kLanes, pass.count, TapsOf<true>(pass.c), [&](std::ptrdiff_t i, const auto& y) KWINLINE {
+            const float* const soon = pass.x + std::min(i + kAhead, pass.count - 1) * kLanes;
+            __builtin_prefetch(soon);
+            __builtin_prefetch(soon + 16);
+            double* const to = pass.first + i * kLanes;
+            ForVectors<Vector, kVectors>([&](int j) KWINLINE { Store(to + j * Vector::kWidth, y[j]); });
+        });
+}
+template <int kLanes>
+constexpr CKwBodies kWalkAhead(KwWidths<WalkAhead<kLanes, tTwo>, WalkAhead<kLanes, tFour>, WalkAhead<kLanes, tEight>>);
+
+/// Gives the sums of both walks to `emit(position, sum)`, `sum(j)` being those of vector j.
+template <int kLanes, class Vector, class Emit>
+KWINLINE inline void WalkBack(const tPass& pass, Emit emit) {
+    const std::ptrdiff_t last = pass.count - 1;
+    Walk<false, Vector, kLanes / Vector::kWidth>(pass.x + last * kLanes, -kLanes, pass.count, TapsOf<false>(pass.c),
+                                                 [=](std::ptrdiff_t i, const auto& y) KWINLINE {
+                                                     const double* const at = pass.first + (last - i) * kLanes;
+                                                     emit(last - i, [&](int j) KWINLINE {
+                                                         return Load<typename Vector::tReals>(at + j * Vector::kWidth) +
+                                                                y[j];
+                                                     });
+                                                 });
+}
+
+/// One step of turning rows into columns: pairs of rows `kStep` apart change places of parts.
+template <int kStep, class Row, std::size_t kRows>
+KWINLINE inline void SwapParts(Row (&rows)[kRows]) {
+    KWUNROLL
+    for (std::size_t i = 0; i < kRows; ++i) {
+        if (i & kStep) continue;
+        const Row a = rows[i], b = rows[i + kStep];
+        [&]<int... e>(std::integer_sequence<int, e...>) KWINLINE {
+            constexpr int kSecond = kRows;
+            rows[i] = __builtin_shufflevector(a, b, (e & kStep ? kSecond + e - kStep : e)...);
+            rows[i + kStep] = __builtin_shufflevector(a, b, (e & kStep ? kSecond + e : e + kStep)...);
+        }
+        (std::make_integer_sequence<int, kRows>{});
+    }
+}
+
+/// Calls `load(r, c)`, which gives the values of row r from column c on, for the parts of eight rows of eight, and
+/// `store(c, r, values)` with those of column c from row r on.
+template <class Row, class LoadPart, class StorePart>
+KWINLINE inline void Turn(LoadPart load, StorePart store) {
+    constexpr int kPart = sizeof(Row) / 4;
+    for (int r = 0; r < kGroup; r += kPart)
+        for (int c = 0; c < kGroup; c += kPart) {
+            Row rows[kPart];
+            KWUNROLL
+            for (int i = 0; i < kPart; ++i) rows[i] = load(r + i, c);
+            SwapParts<1>(rows);
+            SwapParts<2>(rows);
+            if constexpr (kPart > 4) SwapParts<4>(rows);
+            KWUNROLL
+            for (int i = 0; i < kPart; ++i) store(c + i, r, rows[i]);
+        }
+}
+
+/// Row pass. `out`: the first of these rows in the first block of the plane between the passes, which holds the blocks
+/// of columns one after the other, `blockSize` floats each.
+template <int kChannels, class Vector>
+KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t blockSize) {
+    using tHere = tLanes<kChannels>;
+    constexpr int kLanes = tHere::kLanes;
+    alignas(64) float tile[kGroup * kLanes]{}; // eight positions, to be turned
+    float* const positions = tile;
+    WalkBack<kLanes, Vector>(pass, [=](std::ptrdiff_t position, auto sum) KWINLINE {
+        float* const to = out + position / tHere::kLines * blockSize + position % tHere::kLines;
+        // The block that comes next, row by row while this one is filled.
+        const float* const next = out + std::max<std::ptrdiff_t>(position / tHere::kLines - 1, 0) * blockSize +
+                                  position % tHere::kLines * kLanes;
+        __builtin_prefetch(next, 1);
+        __builtin_prefetch(next + 16, 1);
+        ForVectors<Vector, kLanes / Vector::kWidth>([&](int j) KWINLINE {
+            Store(positions + position % kGroup * kLanes + j * Vector::kWidth,
+                  __builtin_convertvector(sum(j), typename Vector::tFloats));
+        });
+        if (position % kGroup) return;
+        using tRow = typename Vector::tRow;
+        for (int lane = 0; lane < kLanes; lane += kGroup) {
+            const float* const from = positions + lane;
+            float* const turned = kChannels == 1 ? to + lane * kLanes : to + lane;
+            Turn<tRow>([=](int p, int r) KWINLINE { return Load<tRow>(from + p * kLanes + r); },
+                       [=](int r, int p, const tRow& values) KWINLINE { Store(turned + r * kLanes + p, values); });
+        }
+    });
+}
+
+/// Column pass over one block, whose first `columns` are the picture's. `shift`: bits in a pixel below the one channel.
+/// `alpha`: what three channels are given for the fourth, in its place.
+template <int kChannels, class Vector>
+KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, std::ptrdiff_t stride,
+                                   std::ptrdiff_t columns, LONG shift, std::uint32_t alpha) {
+    constexpr int kLanes = tLanes<kChannels>::kLanes, kLines = tLanes<kChannels>::kLines;
+    constexpr int kVectors = kLanes / Vector::kWidth;
+    WalkBack<kLanes, Vector>(pass, [=](std::ptrdiff_t position, auto sum) KWINLINE {
+        std::byte* const to = destination + position * stride;
+        constexpr std::ptrdiff_t kSoon = 12; // rows that come from memory meanwhile
+        for (std::ptrdiff_t line = 0; line < kLines * 4; line += 64)
+            __builtin_prefetch(to - std::min(position, kSoon) * stride + line, 1);
+        alignas(64) std::int32_t words[kLanes];
+        ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
+            if (j + 1 == kVectors) {
+                const auto low = reinterpret_cast<typename Vector::tLongs>(sum(j) + kToLevel);
+                for (int l = 0; l < Vector::kWidth; ++l)
+                    words[j * Vector::kWidth + l] = static_cast<std::int32_t>(low[l]);
+                return;
+            }
+            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
+            Store(words + j * Vector::kWidth,
+                  __builtin_convertvector(Load<typename Vector::tLongPair>(sums), typename Vector::tWholePair));
+        });
+        std::uint32_t pixels[kLines];
+        for (int l = 0; l < kLines; ++l) {
+            const auto level = [&](int channel) KWINLINE {
+                return std::uint32_t{Limited(words[channel * kGroup + l])} << channel * 8;
+            };
+            if constexpr (kChannels == 1)
+                pixels[l] = level(0) << shift;
+            else
+                pixels[l] = level(0) | level(1) | level(2) | (kChannels == 3 ? alpha : level(3));
+        }
+        tAnyWord* const all = reinterpret_cast<tAnyWord*>(to);
+        const std::uint32_t others = kChannels == 1 ? ~(255u << shift) : 0;
+        if (columns < kLines) {
+            for (std::ptrdiff_t l = 0; l < columns; ++l) all[l] = (all[l] & others) | pixels[l];
+        } else if constexpr (kChannels == 1) {
+            KWNODEPENDENCE
+            for (int l = 0; l < kLines; ++l) all[l] = (all[l] & others) | pixels[l];
+        } else {
+            std::memcpy(to, pixels, sizeof pixels);
+        }
+    });
+}
+
+/// Brings `rows` rows, up to those of the lanes, side by side; the last one stands in for those that are missing. `out`
+/// has room for whole groups of positions.
+template <int kChannels, class Vector>
+KWINLINE inline void Interleave(const tRows& source, LONG y, LONG rows, LONG shift, float* out) {
+    using tHere = tLanes<kChannels>;
+    using tRow = typename Vector::tRow;
+    for (std::ptrdiff_t line = 0; line < tHere::kLines; line += kGroup) {
+        const std::byte* from[kGroup];
+        for (LONG r = 0; r < kGroup; ++r)
+            from[r] = source.Row<std::byte>(y + std::min(static_cast<LONG>(line) + r, rows - 1));
+        std::byte last[kGroup][kGroup * 4]{}; // less than a group at the end, made up with zeros
+        for (std::ptrdiff_t x = 0; x < source.width; x += kGroup) {
+            const std::byte* pixels[kGroup];
+            for (int r = 0; r < kGroup; ++r) {
+                pixels[r] = from[r] + x * 4;
+                if (source.width - x >= kGroup) continue;
+                std::memcpy(last[r], pixels[r], static_cast<std::size_t>(source.width - x) * 4);
+                pixels[r] = last[r];
+            }
+            float* const to = out + x * tHere::kLanes + line;
+            Turn<tRow>([&](int r, int c) KWINLINE { return Load<tRow>(pixels[r] + c * 4); },
+                       [=](int c, int r, const tRow& turned) KWINLINE {
+                           KWUNROLL
+                           for (int channel = 0; channel < kChannels; ++channel) {
+                               const tRow levels = turned >> (shift + channel * 8) & 255;
+                               Store(to + c * tHere::kLanes + channel * kGroup + r,
+                                     __builtin_convertvector(levels, typename Vector::tRowFloats));
+                           }
+                       });
+        }
+    }
+}
+
+/// Values of a plane that is kept for the next picture: 64 MB.
+constexpr std::size_t kMostKept = std::size_t{16} << 20;
+
+/// Room for `count` values, at the beginning of a line of the processor's cache.
+template <class Value>
+std::span<Value> Room(CKwScratch& scratch, std::size_t count) {
+    void* const memory = KwFits(count, sizeof(Value)) ? scratch.Room(count * sizeof(Value)) : nullptr;
+    return {static_cast<Value*>(memory), memory ? count : 0};
+}
+
+/// A picture on its way through both passes.
+struct tJob {
+    tRows destination, source;
+    const tGaussianCoefficients &across, &down;
+    LONG shift;          ///< bits in a pixel below the one channel
+    std::uint32_t alpha; ///< what stands in the place of a fourth channel
+    float* plane;
+    std::ptrdiff_t blockSize;
+    void (*walkAhead)(const tPass&);
+};
+
+/// The rows `from` to `to`, counted in groups.
+template <int kChannels, class Vector>
+KWINLINE inline void RowGroups(const tJob& job, LONG from, LONG to, double* first, float* lines) {
+    using tHere = tLanes<kChannels>;
+    constexpr LONG kRows = tHere::kLines;
+    for (LONG y = from * kRows; y < job.source.height && y < to * kRows; y += kRows) {
+        Interleave<kChannels, Vector>(job.source, y, std::min(kRows, job.source.height - y), job.shift, lines);
+        const tPass pass{lines, job.source.width, job.across, first};
+        job.walkAhead(pass);
+        FilterRows<kChannels, Vector>(pass, job.plane + std::ptrdiff_t{y} * tHere::kLanes, job.blockSize);
+    }
+}
+
+/// The blocks `from` to `to` of the plane.
+template <int kChannels, class Vector>
+KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* first, float*) {
+    constexpr std::ptrdiff_t kColumns = tLanes<kChannels>::kLines;
+    for (std::ptrdiff_t block = from; block < to; ++block) {
+        const tPass pass{job.plane + block * job.blockSize, job.source.height, job.down, first};
+        job.walkAhead(pass);
+        FilterColumns<kChannels, Vector>(pass, job.destination.first + block * kColumns * 4, job.destination.stride,
+                                         std::min(kColumns, job.source.width - block * kColumns), job.shift, job.alpha);
+    }
+}
+
+template <int kChannels>
+constexpr CKwBodies
+    kRowGroups(KwWidths<RowGroups<kChannels, tTwo>, RowGroups<kChannels, tFour>, RowGroups<kChannels, tEight>>);
+template <int kChannels>
+constexpr CKwBodies kColumnBlocks(
+    KwWidths<ColumnBlocks<kChannels, tTwo>, ColumnBlocks<kChannels, tFour>, ColumnBlocks<kChannels, tEight>>);
+
+template <int kChannels>
+void BlurAs(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+            const tGaussianCoefficients& down, LONG offset, std::uint32_t alpha, CKwScratch& scratch) {
+    using tHere = tLanes<kChannels>;
+    constexpr std::size_t kLanes = tHere::kLanes, kLines = tHere::kLines;
+    constexpr std::size_t kBeyond = 16; // values that loads of a pair of vectors may take too many
+    const std::size_t width = static_cast<std::size_t>(source.width), height = static_cast<std::size_t>(source.height);
+    if (!KwFits(std::max(width, height) + kLines, kLanes * kLines * sizeof(double) * KwRanges())) return;
+    const std::size_t blocks = (width + kLines - 1) / kLines;
+    const std::size_t blockSize = (height + kLines - 1) / kLines * kLines * kLanes;
+    const std::size_t ranges = KwRanges(), firstSize = std::max(width, height) * kLanes;
+    const std::size_t linesSize = (width + kGroup) * kLanes;
+    if (!KwFits(blockSize, blocks)) return;
+    CKwScratch large, firstScratch, linesScratch;
+    const std::size_t planeSize = blocks * blockSize + kBeyond;
+    const auto plane = Room<float>(planeSize > kMostKept ? large : scratch, planeSize);
+    const auto first = Room<double>(firstScratch, ranges * firstSize);
+    const auto lines = Room<float>(linesScratch, ranges * linesSize + kBeyond);
+    if (plane.empty() || first.empty() || lines.empty()) return;
+    // Columns of the last block that no group of the picture's reaches.
+    const std::size_t reached = (width + kGroup - 1) / kGroup * kGroup - (blocks - 1) * kLines;
+    if constexpr (kChannels == 1)
+        for (std::size_t y = 0; y < blockSize / kLanes; ++y)
+            for (std::size_t l = reached; l < kLanes; ++l) plane[(blocks - 1) * blockSize + y * kLanes + l] = 0.0f;
+
+    const tJob job{.destination = destination,
+                   .source = source,
+                   .across = across,
+                   .down = down,
+                   .shift = offset * 8,
+                   .alpha = alpha,
+                   .plane = plane.data(),
+                   .blockSize = static_cast<std::ptrdiff_t>(blockSize),
+                   .walkAhead = kWalkAhead<tHere::kLanes>.Now()};
+    const auto pass = [&](std::size_t count, auto body) {
+        KwForRanges(static_cast<LONG>(count), [&](LONG from, LONG to, std::size_t i) {
+            body(job, from, to, first.data() + i * firstSize, lines.data() + i * linesSize);
+        });
+    };
+    pass(blockSize / kLanes / kLines, kRowGroups<kChannels>.Now());
+    pass(blocks, kColumnBlocks<kChannels>.Now());
+}
+
+/// The alpha of all pixels where it is one, 0 to 255; nothing where it is not.
+std::optional<std::uint32_t> EvenAlpha(const tRows& source) {
+    const std::uint32_t first = *KwWordRow(source, 0);
+    for (LONG y = 0; y < source.height; ++y) {
+        std::uint32_t changes = 0;
+        const tAnyWord* const row = KwWordRow(source, y);
+        for (LONG x = 0; x < source.width; ++x) changes |= row[x] ^ first;
+        if (changes >> 24) return std::nullopt;
+    }
+    return first >> 24;
+}
+
+/// What both passes make of a channel that is `level` all over, where that is one level.
+std::optional<std::uint8_t> BlurredEven(double level, const tRows& source, const tGaussianCoefficients& across,
+                                        const tGaussianCoefficients& down) {
+    CKwScratch scratch;
+    const std::size_t most = static_cast<std::size_t>(std::max(source.width, source.height));
+    const auto room = Room<double>(scratch, 4 * most);
+    if (room.empty()) return std::nullopt;
+    const auto filtered = [&](double value, LONG count, const tGaussianCoefficients& taps, std::size_t into) {
+        const auto part = [&](std::size_t i) { return room.subspan(i * most, static_cast<std::size_t>(count)); };
+        std::ranges::fill(part(0), value);
+        PlainLine(part(0), taps, part(into), part(1));
+        return part(into);
+    };
+    // Rounding may make a few values of one between the passes.
+    std::array<float, 8> known{};
+    std::size_t count = 0;
+    std::optional<std::uint8_t> blurred;
+    for (const double value : filtered(level, source.width, across, 2)) {
+        const float between = static_cast<float>(value);
+        if (std::find(known.begin(), known.begin() + count, between) != known.begin() + count) continue;
+        if (count == known.size()) return std::nullopt;
+        known[count++] = between;
+        for (const double sum : filtered(static_cast<double>(between), source.height, down, 3)) {
+            if (blurred && *blurred != ToLevel(sum)) return std::nullopt;
+            blurred = ToLevel(sum);
+        }
+    }
+    return blurred;
+}
+
+} // namespace
+
+void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
+               const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
+    if (channels == 1) return BlurAs<1>(destination, source, across, down, offset, 0, scratch);
+    // Pictures without transparency need three quarters of the work.
+    if (const auto alpha = EvenAlpha(source))
+        if (const auto blurred = BlurredEven(*alpha, source, across, down))
+            return BlurAs<3>(destination, source, across, down, 0, std::uint32_t{*blurred} << 24, scratch);
+    BlurAs<4>(destination, source, across, down, 0, 0, scratch);
+}
+
+} // namespace kw_gaussian
