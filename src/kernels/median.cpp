@@ -5,7 +5,9 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/even.h"
 #include "kernels/median_forms.h"
+#include "kernels/unaligned.h"
 
 namespace {
 
@@ -34,8 +36,31 @@ void FilterPlain(const tRowPair& pair, const tAREATABLE& area, LONG q) {
             }
         }
 }
-constexpr CKwBodies kFilterRect(FilterPlain, tKwBody{eKwLevel::Base, kw_median::FilterRect});
-constexpr CKwBodies kFilterEllipse(FilterPlain, tKwBody{eKwLevel::Base, kw_median::FilterEllipse});
+
+/// Whether the whole band of every pixel lies in the picture, so that a channel of one value keeps it.
+bool AreBandsWhole(const tAREATABLE& area, LONG q) {
+    // The picture's corners meet a quadrant, and nobody less: weights do not grow away from the centre.
+    std::int64_t least = 0;
+    for (const float weight : area.weights) least += kw_median::FixedWeight(weight);
+    return q <= kw_median::kOne && kw_median::BandStart(least, q) >= 0;
+}
+
+template <auto Filter>
+void FilterUneven(const tRowPair& pair, const tAREATABLE& area, LONG q) {
+    const std::uint32_t even = AreBandsWhole(area, q) ? KwEvenChannels(pair.source) : 0;
+    std::array<LONG, 4> channels{};
+    std::size_t count = 0;
+    for (LONG channel = 0; channel < 4; ++channel)
+        if (!(even >> channel & 1)) channels[count++] = channel;
+    const std::uint32_t pixel = *KwWordRow(pair.source, 0);
+    for (LONG y = 0; even && y < pair.source.height; ++y) {
+        tAnyWord* const row = KwWordRow(pair.destination, y);
+        for (LONG x = 0; x < pair.source.width; ++x) row[x] = pixel;
+    }
+    if (count) Filter(pair, area, q, std::span(channels).first(count));
+}
+constexpr CKwBodies kFilterRect(FilterPlain, tKwBody{eKwLevel::Base, FilterUneven<kw_median::FilterRect>});
+constexpr CKwBodies kFilterEllipse(FilterPlain, tKwBody{eKwLevel::Base, FilterUneven<kw_median::FilterEllipse>});
 
 /// A quadrant's entries up to which it is quicker to look at each of a rectangle's cells.
 constexpr std::int64_t kFewEntries = 30;

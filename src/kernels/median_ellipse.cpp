@@ -486,7 +486,7 @@ constexpr CKwBodies kFilterStrip(KwWidths<FilterGroups<16, kFew>, FilterGroups<3
 
 } // namespace
 
-void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q) {
+void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q, std::span<const LONG> channels) {
     const tEllipse ellipse(area);
     const bool few = ellipse.cells <= kFewCells;
     const auto filter = (few ? kFilterStrip<true> : kFilterStrip<false>).Now();
@@ -497,13 +497,14 @@ void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q) {
     const auto memory = std::make_unique_for_overwrite<std::int8_t[]>(KwRanges() * samples);
     const auto countMemory = std::make_unique<std::int32_t[]>(KwRanges() * counts);
     const LONG strips = (pair.source.width - 1) / kStripPixels + 1;
-    KwForRanges(4 * strips, [&](LONG from, LONG to, std::size_t range) {
+    const auto count = static_cast<LONG>(channels.size());
+    KwForRanges(count * strips, [&](LONG from, LONG to, std::size_t range) {
         tStrip strip = whole;
         strip.memory = memory.get() + range * samples;
         strip.counts = countMemory.get() + range * counts;
         for (LONG i = from; i < to; ++i) {
-            strip.channel = i % 4;
-            strip.left = i / 4 * kStripPixels;
+            strip.channel = channels[static_cast<std::size_t>(i % count)];
+            strip.left = i / count * kStripPixels;
             filter(strip);
         }
     });

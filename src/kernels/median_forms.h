@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 
 #include "kernels/area_table.h"
 #include "kernels/view.h"
@@ -42,9 +43,9 @@ struct tBand {
     std::uint8_t Value() const { return static_cast<std::uint8_t>((sum + kOne / 2) / kOne); }
 };
 
-/// `q`: the percentile, 16384 being the highest.
-void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q);
+/// `q`: the percentile, 16384 being the highest. All other channels are left as they are.
+void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q, std::span<const LONG> channels);
 /// Takes any area whose rows get no wider away from the centre's.
-void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q);
+void FilterEllipse(const tRowPair& pair, const tAREATABLE& area, LONG q, std::span<const LONG> channels);
 
 } // namespace kw_median

@@ -374,7 +374,8 @@ KWINLINE inline void FilterLarge(const tRectPass& pass, LONG left, LONG right, s
 constexpr CKwBodies kFilterLarge(KwClones<FilterLarge>);
 
 template <class Lane, class Weight>
-void FilterStrips(const tRectPass& pass, void (*strip)(const tRectPass&, LONG, LONG, Lane*, Weight*)) {
+void FilterStrips(const tRectPass& pass, std::span<const LONG> channels,
+                  void (*strip)(const tRectPass&, LONG, LONG, Lane*, Weight*)) {
     const LONG width = pass.source.width;
     const LONG step = std::min(width, std::max(kStripColumns, std::min(width, pass.fullX) * 2));
     const auto columns = std::min<std::int64_t>(std::int64_t{step} + 2 * std::int64_t{pass.fullX}, width) + 1;
@@ -383,10 +384,10 @@ void FilterStrips(const tRectPass& pass, void (*strip)(const tRectPass&, LONG, L
     const auto memory = std::make_unique_for_overwrite<Lane[]>(KwRanges() * lanes);
     const auto starts = std::make_unique_for_overwrite<Weight[]>(KwRanges() * startCount);
     const LONG strips = static_cast<LONG>((std::int64_t{width} + step - 1) / step);
-    KwForRanges(4 * strips, [&](LONG from, LONG to, std::size_t range) {
+    KwForRanges(static_cast<LONG>(channels.size()) * strips, [&](LONG from, LONG to, std::size_t range) {
         tRectPass one = pass;
         for (LONG i = from; i < to; ++i) {
-            one.channel = i / strips;
+            one.channel = channels[static_cast<std::size_t>(i / strips)];
             const std::int64_t left = std::int64_t{i % strips} * step;
             strip(one, static_cast<LONG>(left), static_cast<LONG>(std::min<std::int64_t>(left + step, width)),
                   memory.get() + range * lanes, starts.get() + range * startCount);
@@ -396,7 +397,7 @@ void FilterStrips(const tRectPass& pass, void (*strip)(const tRectPass&, LONG, L
 
 } // namespace
 
-void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q) {
+void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q, std::span<const LONG> channels) {
     const LONG fullX = area.FullColumns(0), fullY = area.FullRows();
     const auto weight = [&](LONG dx, LONG dy) { return FixedWeight(area.Weight(dx, dy)); };
     const tRectPass pass{pair.source,      pair.destination,     0, fullX, fullY, weight(fullX, 0),
@@ -405,11 +406,11 @@ void FilterRect(const tRowPair& pair, const tAREATABLE& area, LONG q) {
     const std::int64_t rows = std::min<std::int64_t>(2 * std::int64_t{fullY} + 1, pair.source.height);
     const std::int64_t cells = rows * std::min<std::int64_t>(2 * std::int64_t{fullX} + 1, pair.source.width);
     if (cells >= INT32_MAX / kOne || rows > UINT16_MAX)
-        FilterStrips(pass, kFilterLarge.Now());
+        FilterStrips(pass, channels, kFilterLarge.Now());
     else if (cells > UINT16_MAX || rows > UINT8_MAX)
-        FilterStrips(pass, kFilterMiddle.Now());
+        FilterStrips(pass, channels, kFilterMiddle.Now());
     else
-        FilterStrips(pass, (pass.rimX || pass.rimY ? kFilterSmall : kFilterSmallWhole).Now());
+        FilterStrips(pass, channels, (pass.rimX || pass.rimY ? kFilterSmall : kFilterSmallWhole).Now());
 }
 
 } // namespace kw_median

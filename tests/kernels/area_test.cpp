@@ -139,7 +139,7 @@ TEST(Median, IsTheSameInEveryForm) {
     for (LONG y = 0; y < 256; ++y) std::memset(byte.At(0, y), 40, 12);
     ExpectPlainBytes(Percentile(0.3f), byte, 0.1f, 150.4f, false); // 256 equal samples in a column
 
-    // Flat pictures stay as they are: known without a direct count of billions of cells.
+    // Flat pictures but for a pixel become flat: known without a direct count of billions of cells.
     constexpr struct {
         LONG width, height;
         bool circular;
@@ -148,7 +148,9 @@ TEST(Median, IsTheSameInEveryForm) {
         CTestPicture flat(width, height, 4), out(width, height, 4);
         for (LONG y = 0; y < flat.Height(); ++y)
             std::memset(flat.At(0, y), 40, static_cast<std::size_t>(flat.Width()) * 4);
-        ASSERT_EQ(S_OK, KwDibPercentileFilter(out.View(), flat.View(), 4, 300.5f, 310.5f, 1.0, circular, 0.5f));
+        CTestPicture uneven = flat;
+        uneven.Pixel8(0, height - 1) = {41, 39, 0, 255};
+        ASSERT_EQ(S_OK, KwDibPercentileFilter(out.View(), uneven.View(), 4, 300.5f, 310.5f, 1.0, circular, 0.5f));
         EXPECT_TRUE(out == flat);
     }
     CTestPicture row(70000, 1, 4), rowOut(70000, 1, 4), columnOut(1, 70000, 4);
@@ -159,6 +161,26 @@ TEST(Median, IsTheSameInEveryForm) {
     for (LONG x = 0; x < 70000; x += 69999) {
         EXPECT_EQ(3, rowOut.Pixel8(x, 0).g);
         EXPECT_EQ(3, columnOut.Pixel8(0, x).g);
+    }
+}
+
+// A channel of one value keeps it where bands are whole, which those at the ends of the percentiles are not.
+TEST(Median, KeepsEvenChannels) {
+    constexpr struct { LONG width, height; } kSizes[] = {{1, 1}, {1, 4}, {5, 1}, {3, 2}, {40, 9}};
+    for (const auto& [width, height] : kSizes) {
+        CTestPicture even(width, height, 4);
+        even.Fill(4);
+        for (LONG y = 0; y < height; ++y)
+            for (LONG x = 0; x < width; ++x) even.Pixel8(x, y).g = 201, even.Pixel8(x, y).a = 255;
+        CTestPicture last = even, lowest = even;
+        last.Pixel8(width - 1, height - 1).a = 254;
+        lowest.Pixel8(0, height - 1).g = 1;
+        for (const float offset : {-0.25f, 0.0f, 0.04f, 0.5f, 1.0f, 1.0001f, 1.5f})
+            for (const bool circular : {false, true})
+                for (CTestPicture* picture : {&even, &last, &lowest}) {
+                    ExpectPlainBytes(Percentile(offset), *picture, 1.3f, 0.7f, circular);
+                    ExpectPlainBytes(Percentile(offset), *picture, 0.2f, 3.1f, circular);
+                }
     }
 }
 
