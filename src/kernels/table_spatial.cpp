@@ -187,8 +187,11 @@ constexpr tKernel kKernels[] = {
      }},
     {"KwDibClock", 1, kTakesBoth | kInPlace,
      [](tKernelCall c) {
-         const tCLOCKPROP prop{c.draw.Whole(0, 1, 0), 0, c.draw.Real(-20, 360, 30)};
-         return KwDibClock(c.out, c.in[0], c.bytesPerPixel, &prop, c.draw.Real(0, 1, 0.4));
+         const bool even = c.draw.Flag(false); // both ends of the soft zone on the vertical
+         const double feather = even ? c.draw.Whole(0, 4, 0) * 90.0 : c.draw.Real(-20, 360, 30);
+         const tCLOCKPROP prop{c.draw.Whole(0, 1, 0), 0, feather};
+         const double progress = even ? c.draw.Whole(0, 8, 0) / 8.0 : c.draw.Real(0, 1, 0.4);
+         return KwDibClock(c.out, c.in[0], c.bytesPerPixel, &prop, progress);
      }},
     {"KwDibIris", 2, kTakesBoth,
      [](tKernelCall c) {

@@ -1,0 +1,57 @@
+// Bodies that compute with less than the definition's digits and settle what lies near a step the long way: on more
+// pixels than the rig has, and with settings whose steps pixels meet exactly.
+#include "base/level.h"
+#include "kernels/clock.h"
+#include "kernels/picture.h"
+
+namespace {
+
+using V = const tView&;
+
+struct tQuickRow {
+    const char* name;
+    HRESULT (*run)(const tView& out, const tView& in);
+};
+std::ostream& operator<<(std::ostream& out, const tQuickRow& row) {
+    return out << row.name;
+}
+
+HRESULT QuickClock(const tView& out, const tView& in, double feather, double progress) {
+    const tCLOCKPROP prop{0, 0, feather};
+    return KwDibClock(out, in, 4, &prop, progress);
+}
+
+constexpr tQuickRow kQuickRows[] = {
+    {"clock, hard", [](V out, V in) { return QuickClock(out, in, 0.0, 0.4); }},
+    {"clock, narrow", [](V out, V in) { return QuickClock(out, in, 2.0, 0.9); }},
+    {"clock, wide", [](V out, V in) { return QuickClock(out, in, 220.0, 0.45); }},
+};
+
+class Quick : public testing::TestWithParam<tQuickRow> {
+  protected:
+    void TearDown() override { KwLimitLevel(m_before); }
+    eKwLevel m_before = KwLevel();
+};
+
+TEST_P(Quick, GivesThePlainBytes) {
+    const auto drawn = [&](eKwLevel level) {
+        KwLimitLevel(level);
+        CTestPicture in(640, 400, 4), out(640, 400, 4);
+        std::uint32_t color = 0;
+        for (LONG y = 0; y < in.Height(); ++y)
+            for (LONG x = 0; x < in.Width(); ++x, color += 0x010203) {
+                const std::uint32_t pixel = color | 0xFF000000;
+                std::memcpy(in.At(x, y), &pixel, 4);
+            }
+        EXPECT_EQ(S_OK, GetParam().run(out.View(), in.View()));
+        return out;
+    };
+    CTestPicture plain = drawn(eKwLevel::Plain);
+    for (const eKwLevel level : KwLevels()) {
+        CTestPicture other = drawn(level);
+        EXPECT_TRUE(other == plain) << KwLevelName(level) << ", " << plain.FirstDifference(other);
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Table, Quick, testing::ValuesIn(kQuickRows));
+
+} // namespace
