@@ -1,6 +1,7 @@
 // Bodies that compute with less than the definition's digits and settle what lies near a step the long way: on more
 // pixels than the rig has, and with settings whose steps pixels meet exactly.
 #include "base/level.h"
+#include "kernels/chroma_key.h"
 #include "kernels/clock.h"
 #include "kernels/picture.h"
 
@@ -21,10 +22,20 @@ HRESULT QuickClock(const tView& out, const tView& in, double feather, double pro
     return KwDibClock(out, in, 4, &prop, progress);
 }
 
+HRESULT QuickKey(const tView& out, const tView& in, float low, float high) {
+    tCHROMAKEYPROP record;
+    record.transparencyMask.lowThreshold = low;
+    record.transparencyMask.highThreshold = high;
+    return KwDibChromaKey(out, in, 4, record);
+}
+
 constexpr tQuickRow kQuickRows[] = {
     {"clock, hard", [](V out, V in) { return QuickClock(out, in, 0.0, 0.4); }},
     {"clock, narrow", [](V out, V in) { return QuickClock(out, in, 2.0, 0.9); }},
     {"clock, wide", [](V out, V in) { return QuickClock(out, in, 220.0, 0.45); }},
+    {"keyer", [](V out, V in) { return QuickKey(out, in, 0.0f, 1.0f); }},
+    {"keyer, steep", [](V out, V in) { return QuickKey(out, in, 0.4f, 0.42f); }},
+    {"keyer, one step", [](V out, V in) { return QuickKey(out, in, 0.4f, 0.4f); }},
 };
 
 class Quick : public testing::TestWithParam<tQuickRow> {
