@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/fits.h"
+#include "kernels/even.h"
 #include "kernels/ranges.h"
 #include "kernels/unaligned.h"
 
@@ -494,18 +495,6 @@ void BlurAs(const tRows& destination, const tRows& source, const tGaussianCoeffi
     pass(blocks, kColumnBlocks<kChannels>.Now());
 }
 
-/// The alpha of all pixels where it is one, 0 to 255; nothing where it is not.
-std::optional<std::uint32_t> EvenAlpha(const tRows& source) {
-    const std::uint32_t first = *KwWordRow(source, 0);
-    for (LONG y = 0; y < source.height; ++y) {
-        std::uint32_t changes = 0;
-        const tAnyWord* const row = KwWordRow(source, y);
-        for (LONG x = 0; x < source.width; ++x) changes |= row[x] ^ first;
-        if (changes >> 24) return std::nullopt;
-    }
-    return first >> 24;
-}
-
 /// What both passes make of a channel that is `level` all over, where that is one level.
 std::optional<std::uint8_t> BlurredEven(double level, const tRows& source, const tGaussianCoefficients& across,
                                         const tGaussianCoefficients& down) {
@@ -542,8 +531,9 @@ void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoe
                const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
     if (channels == 1) return BlurAs<1>(destination, source, across, down, offset, 0, scratch);
     // Pictures without transparency need three quarters of the work.
-    if (const auto alpha = EvenAlpha(source))
-        if (const auto blurred = BlurredEven(*alpha, source, across, down))
+    constexpr std::uint32_t kAlpha = 1u << 3;
+    if (KwEvenChannels(source, kAlpha))
+        if (const auto blurred = BlurredEven(*KwWordRow(source, 0) >> 24, source, across, down))
             return BlurAs<3>(destination, source, across, down, 0, std::uint32_t{*blurred} << 24, scratch);
     BlurAs<4>(destination, source, across, down, 0, 0, scratch);
 }
