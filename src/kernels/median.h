@@ -10,7 +10,8 @@
 ///
 /// Only the 4-byte form is filtered: any other pixel size leaves the destination as it was. The views must not overlap.
 /// Time per pixel is independent of the radius for a rectangle and grows with the rim of an ellipse. Memory for an
-/// ellipse: a byte for each pixel of 64 columns and as many more as the area reaches to both sides. For a rectangle:
+/// ellipse: a byte for each pixel of 64 columns and as many more as the area reaches to both sides, and 2 MB or, where
+/// that is more, up to 16 bytes for each of these pixels in as many rows as the area has. For a rectangle:
 /// 544 bytes for each of some 640 columns and as many more as the area reaches, twice or four times that for areas of
 /// more than 65535 and 131000 cells.
 HRESULT KwDibPercentileFilter(const tView& destination, const tView& source, LONG bytesPerPixel, float radiusX,

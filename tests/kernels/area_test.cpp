@@ -164,6 +164,36 @@ TEST(Median, IsTheSameInEveryForm) {
     }
 }
 
+// Bands of several levels with none between: specks that lie on the rim of many pixels, over a ground of two levels.
+TEST(Median, WalksFromLevelToLevel) {
+    CTestPicture specks(70, 48, 4);
+    std::minstd_rand random(5);
+    constexpr std::uint8_t kSpecks[] = {255, 254, 250, 201, 128, 127, 90, 255};
+    for (LONG y = 0; y < 48; ++y)
+        for (LONG x = 0; x < 70; ++x) {
+            const bool isSpeck = random() % 150 == 0;
+            const auto ground = [&](unsigned i) {
+                return isSpeck ? kSpecks[random() % 8] : static_cast<std::uint8_t>((x + y) % 2 ? 30 + i : 60 + y);
+            };
+            specks.Pixel8(x, y) = {ground(0), ground(1), ground(x / 20), ground(20)};
+        }
+    for (const float offset : {0.0f, 0.499f, 0.5f, 0.998f, 1.0f}) {
+        ExpectPlainBytes(Percentile(offset), specks, 9.3f, 9.3f, true);
+        ExpectPlainBytes(Percentile(offset), specks, 12.0f, 8.6f, true);
+    }
+}
+
+// Neighbours that want more levels than are kept at once, and all of them again in the next row.
+TEST(Median, CountsLevelsInTurn) {
+    CTestPicture tall(40, 700, 4);
+    std::minstd_rand random(6);
+    for (LONG y = 0; y < 700; ++y)
+        for (LONG x = 0; x < 40; ++x)
+            tall.Pixel8(x, y) = {static_cast<std::uint8_t>(x * 6 + random() % 7), static_cast<std::uint8_t>(y / 3 + x),
+                                 static_cast<std::uint8_t>(random() % 256), 255};
+    ExpectPlainBytes(Percentile(0.5f), tall, 0.4f, 620.0f, true);
+}
+
 // A channel of one value keeps it where bands are whole, which those at the ends of the percentiles are not.
 TEST(Median, KeepsEvenChannels) {
     constexpr struct { LONG width, height; } kSizes[] = {{1, 1}, {1, 4}, {5, 1}, {3, 2}, {40, 9}};
