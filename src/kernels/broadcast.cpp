@@ -105,7 +105,7 @@ KWINLINE inline double ChromaV(double b, double g, double r) {
     return r * 0.615 - g * 0.515 - b * 0.1;
 }
 
-constexpr std::ptrdiff_t kBlock = 64; // pixels
+constexpr std::ptrdiff_t kBlock = 64, kPart = 16; // pixels
 
 /// A pixel as the rule sees it. The weights are computed where the tables hold the very same numbers.
 struct tLevels {
@@ -231,13 +231,141 @@ void LimitPlain(tAnyWord* row, std::ptrdiff_t count, const tBroadcastPass& pass)
         row[x] = std::bit_cast<std::uint32_t>(LimitedPixel(std::bit_cast<tPixel8>(std::uint32_t{row[x]}), pass));
 }
 
+/// The errors of floats. Channels and their weighted sums, times 1000, are whole numbers below 2^24, so nothing is lost
+/// before the first factor; what follows has its factors' and its own roundings, 6e-8 of its size each.
+struct tErrors {
+    static constexpr float kLuma = 6e-5f;     ///< levels up to 233: a factor, a product and two sums
+    static constexpr float kChroma = 2e-4f;   ///< twice the amplitude, which is up to 296, in 3e-7 of it
+    static constexpr float kRoom = 1e-4f;     ///< a luma, a limit up to 300 and their difference
+    static constexpr float kReach = 3e-4f;    ///< an amplitude with its gain, 5e-7 of 148, beside the room
+    static constexpr float kIndex = 3e-4f;    ///< 240 times the relative error of an amplitude; that of the room beside
+    static constexpr float kByGain = 2.5e-4f; ///< a channel: 4e-7 of up to 226, and a code in 5e-5
+    static constexpr float kByRatio = 7e-4f;  ///< the same by the room, whose error counts 2.032 / 0.725 fold
+};
+
+/// What floats find of a pixel first: chroma in thousandths of a code, luma in half-IRE.
+struct tQuickLevels {
+    float u, v, y;
+};
+KWINLINE inline tQuickLevels QuickLevelsOf(std::uint32_t pixel, float perSum, float offset) {
+    const auto b = static_cast<float>(static_cast<std::int32_t>(pixel & 255));
+    const auto g = static_cast<float>(static_cast<std::int32_t>(pixel >> 8 & 255));
+    const auto r = static_cast<float>(static_cast<std::int32_t>(pixel >> 16 & 255));
+    const float y = (114.0f * b + 587.0f * g + 299.0f * r) * perSum + offset;
+    return {436.0f * b - (289.0f * g + 147.0f * r), 615.0f * r - 515.0f * g - 100.0f * b, y};
+}
+
+/// The nearest whole number; below 2^22. GCC 12 makes branches of conversions there and back.
+KWINLINE inline float Nearest(float value) {
+    return (value + 0x1.8p23f) - 0x1.8p23f;
+}
+
+/// Whether all pixels are legal, and not nearly so.
+KWINLINE inline bool AreSurelyLegal(const tAnyWord* pixels, std::ptrdiff_t count, const tBroadcastCorners& c) {
+    const float perSum = c.perSum, offset = c.offset, perUnit = c.perUnit, upper = c.upper, lower = c.lower;
+    const float first = c.firstSame - 0.5f + tErrors::kLuma;
+    const float end = c.firstAbove - 0.5f - tErrors::kLuma, half = c.loud * 0.5f;
+    std::uint32_t suspects = 0;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const tQuickLevels p = QuickLevelsOf(pixels[i], perSum, offset);
+        const float most = (std::fabs(p.u) + std::fabs(p.v)) * perUnit + tErrors::kReach;
+        const bool legal = (p.y >= first) & (p.y < end) & (most < upper - p.y) & (most < p.y - lower) & (most < half);
+        suspects |= !legal;
+    }
+    return suspects == 0;
+}
+
+/// The rule for hard corners by floats, where twice as many fit a register. `open` is 0 where nothing is too close to a
+/// step. With hard corners legal pixels are among those that are neither clipped nor loud nor outside.
+KWINLINE inline void QuickBlock(const std::uint32_t* __restrict in, std::uint32_t* __restrict out,
+                                std::uint32_t* __restrict open, std::ptrdiff_t count, const tBroadcastCorners& c) {
+    using E = tErrors;
+    const float perSum = c.perSum, offset = c.offset, perUnit = c.perUnit, upper = c.upper, lower = c.lower;
+    const float lumaLow = c.lumaLow, lumaHigh = c.lumaHigh, codeLow = c.codeLow, codeHigh = c.codeHigh;
+    const float codesPer = c.codesPer, codeOffset = c.codeOffset, chroma = c.chroma, loudFrom = c.loud;
+    const float firstSame = c.firstSame, firstAbove = c.firstAbove;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t pixel = in[i];
+        const tQuickLevels p = QuickLevelsOf(pixel, perSum, offset);
+        const float nearest = Nearest(p.y), entry = nearest < 0.0f ? nearest + 1.0f : nearest;
+        const bool below = entry < firstSame, above = entry >= firstAbove, same = !below & !above;
+        const float level = below ? lumaLow : above ? lumaHigh : p.y;
+        const float code = below ? codeLow : above ? codeHigh : entry * codesPer + codeOffset;
+
+        const float amplitude = std::sqrt(p.u * p.u + p.v * p.v) * perUnit, twice = amplitude + amplitude;
+        const bool loud = twice >= loudFrom;
+        const float peak = Nearest(twice), s = loud ? chroma / peak : 1.0f, reach = amplitude * s;
+        const float up = upper - level, down = level - lower, room = down < up ? down : up, size = std::fabs(room);
+        const bool outside = (reach >= size) & (reach > 0.0f), bends = room * 1.2f > reach;
+        const float over = bends ? room : reach;
+        const float ratio = (bends ? 200.0f * reach : room) / (outside ? over : 1.0f);
+        const float past = ratio - 0.5f, index = Nearest(past);
+        const float gain = bends ? 200.0f / index : ratio;
+        const float f = s * (outside ? gain : 1.0f);
+
+        const bool byRatio = outside & !bends;
+        const float far = 0.5f - (byRatio ? E::kByRatio : E::kByGain);
+        float farthest = 0.0f; // from a step's middle
+        const auto channel = [&](float value) KWINLINE {
+            const float inside = std::min(std::max(value, 0.25f), 255.5f) - 0.5f, whole = Nearest(inside);
+            farthest = std::max(farthest, std::fabs(inside - whole));
+            return static_cast<std::uint32_t>(static_cast<std::int32_t>(whole));
+        };
+        const std::uint32_t r = channel(p.v * 1.14e-3f * f + code);
+        const std::uint32_t g = channel(code - (p.u * 0.394e-3f + p.v * 0.581e-3f) * f);
+        const std::uint32_t b = channel(p.u * 2.032e-3f * f + code);
+        const std::uint32_t a = pixel >> 24;
+        const std::uint32_t limited = a << 24 | (r < a ? r : a) << 16 | (g < a ? g : a) << 8 | (b < a ? b : a);
+        const bool keep = same & !loud & !outside;
+        out[i] = keep ? pixel : limited;
+
+        const bool nearEntry = std::fabs(p.y - nearest) >= 0.5f - E::kLuma;
+        const bool nearLoud = std::fabs(twice - loudFrom) <= E::kChroma;
+        const bool nearPeak = loud & (std::fabs(twice - peak) >= 0.5f - E::kChroma);
+        // A clipped grey has the same color on either side.
+        const bool nearReach = (std::fabs(reach - size) <= E::kReach) & (same | (amplitude > 0.0f));
+        const bool nearBend = outside & (std::fabs(room * 1.2f - reach) <= 2.0f * E::kReach);
+        const float gap = 0.5f - std::fabs(past - index);
+        const bool nearIndex = outside & bends & (gap * room <= E::kIndex * room + 240.0f * E::kRoom);
+        open[i] = nearEntry | nearLoud | nearPeak | nearReach | nearBend | nearIndex | (!keep & (farthest >= far));
+    }
+}
+
+/// Limits a block by floats, and what they leave open by the rule itself. Returns how many blocks from there on go by
+/// the rule at once: where much was too close to a step, which a flat color may be, more is.
+KWINLINE inline std::int32_t LimitHardBlock(const std::uint32_t* in, std::uint32_t* out, std::ptrdiff_t count,
+                                            const tBroadcastPass& pass) {
+    std::uint32_t open[kBlock];
+    QuickBlock(in, out, open, count, pass.corners);
+    std::ptrdiff_t parts = 0, at = 0;
+    for (std::ptrdiff_t i = 0; i < count; i += kPart) {
+        std::uint32_t any = 0;
+        for (std::ptrdiff_t k = i; k < std::min(i + kPart, count); ++k) any |= open[k];
+        if (any == 0) continue;
+        at = i;
+        ++parts;
+    }
+    if (parts == 1) // a whole block costs less than two parts
+        LimitBlock(in + at, out + at, std::min(kPart, count - at), pass);
+    else if (parts > 1)
+        LimitBlock(in, out, count, pass);
+    return parts > 1 ? 3 : 0;
+}
+
 KWINLINE inline void LimitBlocks(tAnyWord* row, std::ptrdiff_t width, const tBroadcastPass& pass) {
+    const bool hard = pass.corners.hard;
+    std::int32_t close = 0;
     for (std::ptrdiff_t x = 0; x < width; x += kBlock) {
         const std::ptrdiff_t count = std::min(kBlock, width - x);
-        if (AreLegal(row + x, count, pass)) continue;
+        if (hard ? AreSurelyLegal(row + x, count, pass.corners) : AreLegal(row + x, count, pass)) continue;
         std::uint32_t in[kBlock], out[kBlock];
         std::copy_n(row + x, count, in);
-        LimitBlock(in, out, count, pass);
+        if (hard && close <= 0) {
+            close = LimitHardBlock(in, out, count, pass);
+        } else {
+            LimitBlock(in, out, count, pass);
+            --close;
+        }
         std::copy_n(out, count, row + x);
     }
 }
@@ -300,6 +428,31 @@ tBroadcastPass KwBuildBroadcastTables(const tBROADCASTPROP& record, tBroadcastTa
     pass.quarter = number(chroma.low) * number(chroma.low) * 0.25;
     pass.lowKnee = 0.005 * number(lower.low);
     pass.highKnee = 0.005 * number(upper.low);
+
+    const auto within = [](double value, double least, double most) { return value >= least && value <= most; };
+    const auto isCorner = [](const tBend& bend) { return bend.low == bend.high; };
+    pass.corners.hard = isCorner(low) && isCorner(top) && isCorner(chroma) && isCorner(lower) && isCorner(upper) &&
+                        within(lo, -300, 300) && within(hi, 1, 300) && within(c, 1, 300) && top.low >= 1 &&
+                        within(pass.upper, -300, 300) && within(pass.lower, -300, 300);
+    if (!pass.corners.hard) return pass;
+    const auto real = [](double value) { return static_cast<float>(value); };
+    const auto code = [&](double level) { return (level - 2.0 * setup) * codesPer + black + 0.5; };
+    pass.corners = {.hard = true,
+                    .perSum = real(perCode / 1000.0),
+                    .offset = real(2.0 * setup - black * perCode),
+                    .perUnit = real(pass.perUnit / 1000.0),
+                    .lumaLow = real(lo),
+                    .lumaHigh = real(hi),
+                    .firstSame = real(number(low.low)),
+                    .firstAbove = real(number(top.low)),
+                    .codesPer = real(codesPer),
+                    .codeOffset = real(code(0.0)),
+                    .codeLow = real(code(lo)),
+                    .codeHigh = real(code(hi)),
+                    .chroma = real(c),
+                    .loud = real(number(chroma.low)),
+                    .upper = real(pass.upper),
+                    .lower = real(pass.lower)};
     return pass;
 }
 

@@ -32,6 +32,19 @@ struct tBroadcastTables {
 };
 static_assert(sizeof(tBroadcastTables) == 16128);
 
+/// The numbers of a pass whose limits are all hard corners, for floats.
+struct tBroadcastCorners {
+    bool hard;            ///< all corners are, and the limits lie within reach of video levels: else the rest is unset
+    float perSum, offset; ///< luma from 1000 times the weighted codes
+    float perUnit;        ///< half-IRE of a thousandth of a code
+    float lumaLow, lumaHigh;     ///< half-IRE
+    float firstSame, firstAbove; ///< luma indices that are neither
+    float codesPer, codeOffset;  ///< code of a luma index, plus 0.5
+    float codeLow, codeHigh;     ///< codes of the luma limits, plus 0.5
+    float chroma, loud;          ///< largest chroma, and twice the amplitude from which that holds
+    float upper, lower;          ///< composite limits, half-IRE
+};
+
 /// What one pass over a picture takes: the tables and the numbers that go with them.
 struct tBroadcastPass {
     const tBroadcastTables* tables;
@@ -41,6 +54,7 @@ struct tBroadcastPass {
     double half, quarter;              ///< where the chroma knee begins: half-IRE, and squared
     double lowKnee, highKnee;          ///< where the composite knees begin, as shares of the room
     std::int32_t sameFirst, sameEnd;   ///< luma indices whose level is unchanged
+    tBroadcastCorners corners;
 };
 
 /// Fills `tables` and returns what else a pass takes. Any record gives tables; values that no page lets through may

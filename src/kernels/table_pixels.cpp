@@ -82,6 +82,11 @@ HRESULT RunBroadcast(tCall c) {
     record.compositeMaxSmooth = c.draw.Real(0, 1, 0);
     record.setup = c.draw.Flag(true);
     record.studioRGB = c.draw.Flag(true);
+    double* const smooth[] = {&record.lumaMinSmooth, &record.lumaMaxSmooth, &record.chromaMaxSmooth,
+                              &record.compositeMinSmooth, &record.compositeMaxSmooth};
+    const LONG bent = c.draw.Whole(0, 9, 9); // all, one or none of the corners
+    for (LONG i = 0; i < 5 && bent > 0; ++i)
+        if (i != bent - 1) *smooth[i] = 0;
     tBroadcastTables tables;
     return KwDibBroadcast(c.out, c.bytesPerPixel, KwBuildBroadcastTables(record, tables));
 }
