@@ -232,6 +232,8 @@ TEST(Targets, AreNearestToTheSource) {
         {"libvpx-vp9", AV_PIX_FMT_RGBA, AV_PIX_FMT_YUV420P, AVCOL_RANGE_MPEG},
         // What was keyed has alpha that its source had not.
         {"prores_ks", AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA444P10, AVCOL_RANGE_UNSPECIFIED, true},
+        {"wrapped_avframe", AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV444P, AVCOL_RANGE_MPEG, true},
+        {"wrapped_avframe", AV_PIX_FMT_YUV422P10, AV_PIX_FMT_YUV422P10, AVCOL_RANGE_UNSPECIFIED},
         {"exr", AV_PIX_FMT_GBRAPF32, AV_PIX_FMT_GBRAPF32, AVCOL_RANGE_JPEG},
     };
     for (const TargetCase& c : cases) {

@@ -1,6 +1,7 @@
 #include "media/colour.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -207,13 +208,28 @@ bool isOpaque(const AVFrame& frame) {
     return true;
 }
 
+std::span<const AVPixelFormat> formatsOf(const AVCodec& encoder) {
+    // Bare frames of any format: the one container that takes them, YUV4MPEG, knows these.
+    static constexpr std::array kBare{
+        AV_PIX_FMT_YUV420P,   AV_PIX_FMT_YUV422P,   AV_PIX_FMT_YUV444P,   AV_PIX_FMT_YUV411P,   AV_PIX_FMT_GRAY8,
+        AV_PIX_FMT_YUV420P9,  AV_PIX_FMT_YUV422P9,  AV_PIX_FMT_YUV444P9,  AV_PIX_FMT_YUV420P10, AV_PIX_FMT_YUV422P10,
+        AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUV420P12, AV_PIX_FMT_YUV422P12, AV_PIX_FMT_YUV444P12, AV_PIX_FMT_YUV420P14,
+        AV_PIX_FMT_YUV422P14, AV_PIX_FMT_YUV444P14, AV_PIX_FMT_YUV420P16, AV_PIX_FMT_YUV422P16, AV_PIX_FMT_YUV444P16,
+        AV_PIX_FMT_GRAY9,     AV_PIX_FMT_GRAY10,    AV_PIX_FMT_GRAY12,    AV_PIX_FMT_GRAY16};
+    if (encoder.id == AV_CODEC_ID_WRAPPED_AVFRAME) return kBare;
+    std::size_t count = 0;
+    while (encoder.pix_fmts && encoder.pix_fmts[count] != AV_PIX_FMT_NONE) ++count;
+    return {encoder.pix_fmts, count};
+}
+
 Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& colour, int width, int height, bool alpha,
                   AVPixelFormat wanted) {
     // TIFF knows chroma planes, but few programs read them.
     std::vector<AVPixelFormat> taken;
-    for (const AVPixelFormat* f = encoder.pix_fmts; f && *f != AV_PIX_FMT_NONE; ++f)
-        if (isUsable(*f) && (encoder.id != AV_CODEC_ID_TIFF || isRgb(*f) || isGray(*f))) taken.push_back(*f);
-    const auto takes = [&](AVPixelFormat f) { return !encoder.pix_fmts || std::ranges::find(taken, f) != taken.end(); };
+    const std::span<const AVPixelFormat> known = formatsOf(encoder);
+    for (const AVPixelFormat f : known)
+        if (isUsable(f) && (encoder.id != AV_CODEC_ID_TIFF || isRgb(f) || isGray(f))) taken.push_back(f);
+    const auto takes = [&](AVPixelFormat f) { return known.empty() || std::ranges::find(taken, f) != taken.end(); };
 
     const bool takesAlpha = alpha && std::ranges::any_of(taken, hasAlpha);
     if (takesAlpha && wanted == AV_PIX_FMT_NONE)
@@ -222,8 +238,9 @@ Target pickTarget(const AVCodec& encoder, AVPixelFormat source, const Colour& co
     Target target{source, colour};
     if (wanted != AV_PIX_FMT_NONE) {
         if (!takes(wanted) || !isUsable(wanted))
-            throw UsageError(
-                fmt::format("{} does not take the pixel format {}", encoder.name, av_get_pix_fmt_name(wanted)));
+            throw UsageError(fmt::format("{} does not take the pixel format {}",
+                                         encoder.id == AV_CODEC_ID_WRAPPED_AVFRAME ? "a .y4m file" : encoder.name,
+                                         av_get_pix_fmt_name(wanted)));
         target.format = wanted;
     } else if (source == AV_PIX_FMT_PAL8 || !takes(source)) {
         if (taken.empty()) taken.push_back(AV_PIX_FMT_BGRA);

@@ -1,6 +1,8 @@
 // What the numbers of a picture mean: matrix, range, primaries, transfer.
 #pragma once
 
+#include <span>
+
 extern "C" {
 #include <libavcodec/codec.h>
 #include <libavutil/frame.h>
@@ -70,6 +72,9 @@ Dynamics dynamicsOf(AVColorTransferCharacteristic transfer);
 
 /// Whether no pixel of a picture lets anything through.
 bool isOpaque(const AVFrame& frame);
+
+/// The pixel formats that an encoder takes; none where it takes any.
+std::span<const AVPixelFormat> formatsOf(const AVCodec& encoder);
 
 /// How pictures are written by an encoder: what it takes, nearest to the source.
 struct Target {

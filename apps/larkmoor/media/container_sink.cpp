@@ -109,6 +109,8 @@ ContainerSink::ContainerSink(const std::string& path, const std::string& name, c
             "write " + name);
     // Random ids and the time of day would make each run's file another one.
     m_format->flags |= AVFMT_FLAG_BITEXACT;
+    // More than 8 bits in YUV4MPEG, which its readers know.
+    m_format->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
     m_stream = addStream();
     avCheck(avcodec_parameters_from_context(m_stream->codecpar, &context()), "write " + name);
     m_stream->codecpar->field_order = video.fieldOrder;

@@ -41,9 +41,8 @@ const AVCodec* findEncoder(AVCodecID id) {
 
 bool takesAlpha(const AVCodec& codec) {
     if (codec.id == AV_CODEC_ID_GIF) return false;
-    for (const AVPixelFormat* f = codec.pix_fmts; f && *f != AV_PIX_FMT_NONE; ++f)
-        if (hasAlpha(*f)) return true;
-    return !codec.pix_fmts;
+    const auto formats = formatsOf(codec);
+    return formats.empty() || std::ranges::any_of(formats, hasAlpha);
 }
 
 /// The codec of more than 8 bits and of HDR that a container's players know; AV_CODEC_ID_NONE for none.
@@ -274,8 +273,8 @@ std::vector<EncoderFacts> encodersFor(const std::string& path) {
         facts.alpha = takesAlpha(*codec);
         facts.lossless = (d.props & AV_CODEC_PROP_LOSSLESS) && !(d.props & AV_CODEC_PROP_LOSSY);
         facts.intra = d.props & AV_CODEC_PROP_INTRA_ONLY;
-        for (const AVPixelFormat* f = codec->pix_fmts; f && *f != AV_PIX_FMT_NONE; ++f)
-            facts.bits = std::max(facts.bits, av_pix_fmt_desc_get(*f)->comp[0].depth);
+        for (const AVPixelFormat f : formatsOf(*codec))
+            facts.bits = std::max(facts.bits, av_pix_fmt_desc_get(f)->comp[0].depth);
         found.push_back(std::move(facts));
     }
     return found;
