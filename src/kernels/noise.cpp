@@ -178,8 +178,10 @@ KWINLINE inline void PolarNoise8(std::int32_t* noise, std::uint32_t* doubtful, c
     const float reach = std::abs(scale);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t x = (pairs[i] & 0xFFFF) * 2 - 65535, y = (pairs[i] >> 16) * 2 - 65535;
+        // The sum is even. What is left of the circle only counts where it is below 2^31.
         const std::uint32_t sum = x * x + y * y;
-        const float s = static_cast<float>(sum) * kUnitSquare, z = static_cast<float>(kCircle - sum) * kUnitSquare;
+        const float s = static_cast<float>(static_cast<std::int32_t>(sum >> 1)) * (2.0f * kUnitSquare);
+        const float z = static_cast<float>(static_cast<std::int32_t>(kCircle - sum)) * kUnitSquare;
         const float v = static_cast<float>(static_cast<std::int32_t>(y)) * kUnit;
         const float value = (v * std::sqrt(2.0f * MinusLog(s, z) / s) - 0.5f) * scale;
         const std::int32_t whole = static_cast<std::int32_t>(value);
