@@ -217,6 +217,70 @@ class CGroup {
     /// With c(t) the part of the band below a level t, and c that of the whole band, the sum over
     /// v * (c(v + 1) - c(v)) is that over c - c(t) for t from 1 to 255.
     KWINLINE tLanes BandSums() {
+        if constexpr (kFew) {
+            return SumsOfFew();
+        } else {
+            return SumsOfMany();
+        }
+    }
+
+    /// From the guess on in growing steps, until there is one level of each kind.
+    static KWINLINE tValues NextGuess(const tValues& low, const tValues& high, LONG stride) {
+        const tValues isLow = Negative(-low), isHigh = Negative(high - kLevels), middle = (low + high) >> 1;
+        const tValues up = Smaller(middle, low + stride), down = Greater(middle, high - stride);
+        return Pick(isLow, Pick(isHigh, middle, up), down);
+    }
+
+    /// Rounds cost little here: all pixels seek the first level that has some of the band below it, and then all walk
+    /// on from there.
+    KWINLINE tLanes SumsOfFew() {
+        tLanes low, over, at, open = m_inside, sum, rest, step, next;
+        tLanes high; // none of the band is below `low`, and some below `high`
+        for (int k = 0; k < 4; ++k) {
+            at.of[k] = Smaller(m_levels.of[k], tValues{} + (kLevels - 1));
+            high.of[k] = 1 - (m_inside.of[k] & -(kLevels - 1));
+        }
+        for (LONG stride = 1; IsAnyLane(open); stride = std::min<LONG>(stride * 2, kLevels)) {
+            const tLanes weight = WeightInBand(at, next);
+            for (int k = 0; k < 4; ++k) {
+                const tValues above = open.of[k] & Negative(-weight.of[k]), below = open.of[k] & ~above;
+                high.of[k] = Pick(above, at.of[k], high.of[k]);
+                over.of[k] = Pick(above, weight.of[k], over.of[k]);
+                step.of[k] = Pick(above, next.of[k], step.of[k]);
+                low.of[k] = Pick(below, at.of[k], low.of[k]);
+                open.of[k] = Negative(low.of[k] - high.of[k] + 1);
+                at.of[k] = Pick(open.of[k], NextGuess(low.of[k], high.of[k], stride), at.of[k]);
+            }
+        }
+        m_levels = high;
+        for (int k = 0; k < 4; ++k) {
+            rest.of[k] = Greater(m_band.of[k] - over.of[k], tValues{});
+            const tValues isLevel = Negative(high.of[k] - kLevels);
+            sum.of[k] = (high.of[k] - 1) * m_band.of[k] + (rest.of[k] & isLevel);
+            open.of[k] = m_inside.of[k] & isLevel;
+        }
+        for (;;) {
+            for (int k = 0; k < 4; ++k) { // no sample is between
+                const tValues same = Smaller(step.of[k], kLevels - 1 - high.of[k]) & open.of[k];
+                sum.of[k] += same * rest.of[k];
+                high.of[k] += same;
+                open.of[k] &= Negative(-rest.of[k]) & Negative(high.of[k] - (kLevels - 1));
+                at.of[k] = Pick(open.of[k], high.of[k] + 1, at.of[k]);
+            }
+            if (!IsAnyLane(open)) return sum;
+            const tLanes weight = WeightInBand(at, next);
+            for (int k = 0; k < 4; ++k) {
+                const tValues left = Greater(m_band.of[k] - weight.of[k], tValues{});
+                rest.of[k] = Pick(open.of[k], left, rest.of[k]);
+                sum.of[k] += left & open.of[k];
+                high.of[k] -= open.of[k];
+                step.of[k] = next.of[k];
+            }
+        }
+    }
+
+    /// Rounds are dear: pixels that have found their first level walk on while others seek theirs.
+    KWINLINE tLanes SumsOfMany() {
         constexpr LONG kNone = 2 * kLevels; // a level that no step comes near
         tLanes low, over, at, open = m_inside, sum, rest, step, next, limit, beyond;
         tLanes high;         // none of the band is below `low`, and some below `high`
@@ -234,32 +298,22 @@ class CGroup {
                 high.of[k] = Pick(above, at.of[k], high.of[k]);
                 over.of[k] = Pick(above, weight.of[k], over.of[k]);
                 low.of[k] = Pick(below, at.of[k], low.of[k]);
-                // From the guess on in growing steps until there is one of each.
-                const tValues isLow = Negative(-low.of[k]), isHigh = Negative(high.of[k] - kLevels);
-                const tValues middle = (low.of[k] + high.of[k]) >> 1;
-                const tValues up = Smaller(middle, low.of[k] + stride), down = Greater(middle, high.of[k] - stride);
-                at.of[k] = Pick(seeks, Pick(isLow, Pick(isHigh, middle, up), down), at.of[k]);
+                at.of[k] = Pick(seeks, NextGuess(low.of[k], high.of[k], stride), at.of[k]);
 
                 const tValues left = Greater(m_band.of[k] - weight.of[k], tValues{});
-                if constexpr (kFew) {
-                    rest.of[k] = Pick(walking, left, rest.of[k]);
-                    sum.of[k] += left & walking;
-                    high.of[k] -= walking;
-                    step.of[k] = Pick(above | walking, next.of[k], step.of[k]);
-                } else { // as far as the weight stays the same, in growing steps until it does not
-                    const tValues same = walking & Negative((left ^ rest.of[k]) - 1), other = walking & ~same;
-                    sum.of[k] += ((at.of[k] - high.of[k]) & same) * left;
-                    high.of[k] = Pick(same, at.of[k], high.of[k]);
-                    step.of[k] = Pick(isNew.of[k], tValues{} + 1, Smaller(step.of[k] << 1, tValues{} + kLevels));
-                    limit.of[k] = Pick(other, at.of[k], limit.of[k]);
-                    beyond.of[k] = Pick(other, left, beyond.of[k]);
-                    const tValues isNext = walking & Negative(limit.of[k] - high.of[k] - 2);
-                    sum.of[k] += beyond.of[k] & isNext;
-                    rest.of[k] = Pick(isNext, beyond.of[k], rest.of[k]);
-                    high.of[k] -= isNext;
-                    limit.of[k] = Pick(isNext, tValues{} + kNone, limit.of[k]);
-                    step.of[k] = Pick(isNext, tValues{} + 1, step.of[k]);
-                }
+                // As far as the weight stays the same: in growing steps, and by halves once it does not.
+                const tValues same = walking & Negative((left ^ rest.of[k]) - 1), other = walking & ~same;
+                sum.of[k] += ((at.of[k] - high.of[k]) & same) * left;
+                high.of[k] = Pick(same, at.of[k], high.of[k]);
+                step.of[k] = Pick(isNew.of[k], tValues{} + 1, Smaller(step.of[k] << 1, tValues{} + kLevels));
+                limit.of[k] = Pick(other, at.of[k], limit.of[k]);
+                beyond.of[k] = Pick(other, left, beyond.of[k]);
+                const tValues isNext = walking & Negative(limit.of[k] - high.of[k] - 2);
+                sum.of[k] += beyond.of[k] & isNext;
+                rest.of[k] = Pick(isNext, beyond.of[k], rest.of[k]);
+                high.of[k] -= isNext;
+                limit.of[k] = Pick(isNext, tValues{} + kNone, limit.of[k]);
+                step.of[k] = Pick(isNext, tValues{} + 1, step.of[k]);
 
                 isNew.of[k] = seeks & Negative(high.of[k] - low.of[k] - 2);
                 walks.of[k] |= isNew.of[k];
@@ -268,20 +322,12 @@ class CGroup {
                 const tValues first = (high.of[k] - 1) * m_band.of[k] + (rest.of[k] & isLevel);
                 sum.of[k] = Pick(isNew.of[k], first, sum.of[k]);
                 m_levels.of[k] = Pick(isNew.of[k], high.of[k], m_levels.of[k]);
-                if constexpr (kFew) { // no sample is between
-                    const tValues same =
-                        Smaller(step.of[k], kLevels - 1 - high.of[k]) & (walking | isNew.of[k]) & isLevel;
-                    sum.of[k] += same * rest.of[k];
-                    high.of[k] += same;
-                }
                 open.of[k] &= ~walks.of[k] | (Negative(-rest.of[k]) & Negative(high.of[k] - (kLevels - 1)));
-                tValues onward = high.of[k] + 1;
-                if constexpr (!kFew) {
-                    const tValues isOpen = Negative(limit.of[k] - kLevels), half = (high.of[k] + limit.of[k]) >> 1;
-                    onward = Pick(isNew.of[k], Greater(m_ends.of[k] - 1, onward), high.of[k] + step.of[k]);
-                    onward = Pick(isOpen, half, Smaller(onward, tValues{} + (kLevels - 1)));
-                }
-                at.of[k] = Pick(open.of[k] & walks.of[k], onward, at.of[k]);
+                const tValues isBetween = Negative(limit.of[k] - kLevels), half = (high.of[k] + limit.of[k]) >> 1;
+                const tValues known = Greater(m_ends.of[k] - 1, high.of[k] + 1);
+                const tValues onward = Pick(isNew.of[k], known, high.of[k] + step.of[k]);
+                const tValues within = Pick(isBetween, half, Smaller(onward, tValues{} + (kLevels - 1)));
+                at.of[k] = Pick(open.of[k] & walks.of[k], within, at.of[k]);
             }
             if (!IsAnyLane(open)) {
                 m_ends = high;
