@@ -19,8 +19,8 @@ measure() {
 }
 least=${1:-}
 measure '^(host|OpenCV|FFmpeg|frei0r)/' >"$work/rows"
-levels=(v4 v3 base) # by turns twice, of which the lesser time counts, as other work may slow down one of them
-for round in 1 2; do
+levels=(v4 v3 base) # by turns, and the least time counts, as other work may slow down one of them
+for round in 1 2 3; do
     for level in "${levels[@]}"; do
         LARKMOOR_LEVEL=$level measure '^host/.*/opaque' | sed "s/^/$level\t/"
     done
