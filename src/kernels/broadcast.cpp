@@ -5,6 +5,7 @@
 
 #include "base/arith.h"
 #include "base/bodies.h"
+#include "kernels/quick.h"
 #include "kernels/unaligned.h"
 
 namespace {
@@ -105,7 +106,7 @@ KWINLINE inline double ChromaV(double b, double g, double r) {
     return r * 0.615 - g * 0.515 - b * 0.1;
 }
 
-constexpr std::ptrdiff_t kBlock = 64, kPart = 16; // pixels
+constexpr std::ptrdiff_t kBlock = 64; // pixels
 
 /// A pixel as the rule sees it. The weights are computed where the tables hold the very same numbers.
 struct tLevels {
@@ -332,24 +333,14 @@ KWINLINE inline void QuickBlock(const std::uint32_t* __restrict in, std::uint32_
 }
 
 /// Limits a block by floats, and what they leave open by the rule itself. Returns how many blocks from there on go by
-/// the rule at once: where much was too close to a step, which a flat color may be, more is.
+/// the rule at once.
 KWINLINE inline std::int32_t LimitHardBlock(const std::uint32_t* in, std::uint32_t* out, std::ptrdiff_t count,
                                             const tBroadcastPass& pass) {
     std::uint32_t open[kBlock];
     QuickBlock(in, out, open, count, pass.corners);
-    std::ptrdiff_t parts = 0, at = 0;
-    for (std::ptrdiff_t i = 0; i < count; i += kPart) {
-        std::uint32_t any = 0;
-        for (std::ptrdiff_t k = i; k < std::min(i + kPart, count); ++k) any |= open[k];
-        if (any == 0) continue;
-        at = i;
-        ++parts;
-    }
-    if (parts == 1) // a whole block costs less than two parts
-        LimitBlock(in + at, out + at, std::min(kPart, count - at), pass);
-    else if (parts > 1)
-        LimitBlock(in, out, count, pass);
-    return parts > 1 ? 3 : 0;
+    return KwCloseOpen(open, count, [&](std::ptrdiff_t from, std::ptrdiff_t size) KWINLINE {
+        LimitBlock(in + from, out + from, size, pass);
+    });
 }
 
 KWINLINE inline void LimitBlocks(tAnyWord* row, std::ptrdiff_t width, const tBroadcastPass& pass) {

@@ -10,12 +10,13 @@
 #include "kernels/color_model.h"
 #include "kernels/copy.h"
 #include "kernels/gaussian.h"
+#include "kernels/quick.h"
 #include "kernels/strips.h"
 #include "kernels/unaligned.h"
 
 namespace {
 
-constexpr std::ptrdiff_t kBlock = 64, kPart = 16; // pixels
+constexpr std::ptrdiff_t kBlock = 64; // pixels
 
 /// The key, and what the thresholds need, once for a call.
 struct tKey {
@@ -146,8 +147,7 @@ KWINLINE inline void QuickDifference(tAnyWord* pixels, const std::uint8_t* oldAl
     }
 }
 
-/// `close` and what is returned: how many blocks from there on go by doubles at once, as where much was too close to a
-/// step, which a flat color may be, more is.
+/// `close` and what is returned: how many blocks from there on go by doubles at once.
 KWINLINE inline std::int32_t DifferenceBlock(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count,
                                              const tKey& key, std::int32_t close) {
     if (close > 0 || !key.tame) {
@@ -156,19 +156,9 @@ KWINLINE inline std::int32_t DifferenceBlock(tAnyWord* pixels, const std::uint8_
     }
     std::uint32_t open[kBlock];
     QuickDifference(pixels, oldAlpha, open, count, key);
-    std::ptrdiff_t parts = 0, at = 0;
-    for (std::ptrdiff_t i = 0; i < count; i += kPart) {
-        std::uint32_t any = 0;
-        for (std::ptrdiff_t k = i; k < std::min(i + kPart, count); ++k) any |= open[k];
-        if (any == 0) continue;
-        at = i;
-        ++parts;
-    }
-    if (parts == 1) // a whole block costs less than two parts
-        CloseDifference(pixels + at, oldAlpha + at, std::min(kPart, count - at), key);
-    else if (parts > 1)
-        CloseDifference(pixels, oldAlpha, count, key);
-    return parts > 1 ? 3 : 0;
+    return KwCloseOpen(open, count, [&](std::ptrdiff_t from, std::ptrdiff_t size) KWINLINE {
+        CloseDifference(pixels + from, oldAlpha + from, size, key);
+    });
 }
 constexpr CKwBodies kDifferenceBlock(DifferencePlain, KwClones<DifferenceBlock>);
 

@@ -16,6 +16,7 @@ namespace kw_median {
 inline constexpr LONG kStripPixels = 64; ///< a multiple of what any body takes at once
 inline constexpr LONG kLevels = 256;
 inline constexpr LONG kHalfBits = 7; ///< of a weight's 14
+
 /// Cells at (dx, dy), (-dx, dy), (dx, -dy) and (-dx, -dy).
 struct tRimCell {
     LONG dx;
