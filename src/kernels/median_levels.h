@@ -86,11 +86,12 @@ struct tStrip {
 
     /// Rows that a plane holds, a power of two.
     std::size_t PlaneRows() const {
-        return std::bit_ceil(static_cast<std::size_t>(std::min(2 * area.fullRows - 1, source.height)));
+        const auto rows = std::min<std::int64_t>(2 * std::int64_t{area.fullRows} - 1, source.height);
+        return std::bit_ceil(static_cast<std::size_t>(rows));
     }
     /// A row of it holds the samples that some pixels meet, and is filled by whole vectors of them.
     std::ptrdiff_t PlaneStride(LONG pixels) const {
-        return (std::ptrdiff_t{pixels} + 2 * area.widths[0] + pixels - 1) / pixels * pixels;
+        return (2 * std::ptrdiff_t{pixels} + 2 * std::ptrdiff_t{area.widths[0]} - 1) / pixels * pixels;
     }
     std::size_t PlaneBytes() const { return PlaneRows() * static_cast<std::size_t>(PlaneStride(kStripPixels)); }
     /// One for all levels, eight a plane, or fewer that take turns: the second-level cache holds no more.
@@ -195,7 +196,8 @@ class CLevelCounts {
     KWINLINE const std::uint8_t* FilledPlane(LONG block) {
         const auto at = static_cast<std::size_t>(block);
         std::uint8_t* const plane = m_strip.planes + static_cast<std::size_t>(m_planeOf[at]) * m_strip.PlaneBytes();
-        const LONG reach = m_strip.area.fullRows - 1, end = std::min(m_y + reach + 1, m_strip.source.height);
+        const LONG reach = m_strip.area.fullRows - 1,
+                   end = std::min(m_y, m_strip.source.height - 1 - reach) + reach + 1;
         for (LONG y = std::max(m_filled[at], m_y - reach); y < end; ++y) {
             const std::int8_t* const samples = m_strip.Row(y) + m_first - m_reach;
             std::uint8_t* const row = plane + (y & m_mask) * m_stride;
