@@ -15,7 +15,7 @@ namespace kw_gaussian {
 namespace {
 
 /// Eight lines at a time are brought side by side. Lines filtered at once are three or four such groups: a recursion is
-/// a chain of some thirty cycles a position, which other lines fill, and what 32 remember fits in the registers of
+/// a chain of some fifteen cycles a position, which other lines fill, and what 32 remember fits in the registers of
 /// AVX-512.
 constexpr int kGroup = 8;
 
@@ -84,13 +84,13 @@ KWINLINE inline void Store(Value* to, const Vector& values) {
     std::memcpy(to, &values, sizeof values);
 }
 
-/// Calls `body` with each of the constants 0 to `kCount` - 1 until it returns false; returns whether it never did.
-template <int kCount, class Body>
-KWINLINE inline bool Unrolled(Body body) {
-    return [&]<int... k>(std::integer_sequence<int, k...>) KWINLINE {
-        return (body(std::integral_constant<int, k>{}) && ...);
+/// The first or second vector of two.
+template <int kHalf, class Vector>
+KWINLINE inline typename Vector::tReals Half(const typename Vector::tRealPair& pair) {
+    return [&]<int... l>(std::integer_sequence<int, l...>) KWINLINE {
+        return __builtin_shufflevector(pair, pair, (kHalf * Vector::kWidth + l)...);
     }
-    (std::make_integer_sequence<int, kCount>{});
+    (std::make_integer_sequence<int, Vector::kWidth>{});
 }
 
 /// Calls `body` with the number of each vector, or of each `kStep`th: written out, but for SSE2, where a loop is as
@@ -124,47 +124,53 @@ tTaps TapsOf(const tGaussianCoefficients& c) {
     return taps;
 }
 
-/// Walks along the lines of `kVectors` vectors of `count` positions, `step` values apart; `x` holds the first one's.
-/// Gives each position's results to `emit(position, results)`, position counted along the walk. The order of the
-/// additions is that of the taps and shows in the result; the taps that are 0 by construction (n4, d0, m0) are left
-/// out. Once values and results have stopped changing, results stay until a value changes: mattes are mostly so.
-template <bool Causal, class Vector, int kVectors, class Emit>
-KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps, Emit emit) {
+/// Positions from one look at what has come of them to the next; a multiple of 4 and of `kGroup`.
+constexpr std::ptrdiff_t kStretch = 32;
+
+/// Positions ahead of a walk that are fetched from memory meanwhile, a few with each one.
+constexpr std::ptrdiff_t kSoon = 64;
+
+/// The results of the last four positions of a walk, the oldest first.
+template <int kLanes>
+struct tState {
+    alignas(64) double results[4][kLanes];
+};
+
+/// Filters `count` positions, a multiple of 4, and gives each one's results to `give(i, j, results)`, j counting
+/// vectors. `x`: the newest values that the first position looks at. The order of the additions is that of the taps and
+/// shows in the result; the taps that are 0 by construction (n4, d0, m0) are left out.
+///
+/// Returns whether a result was negative or so small that it counts as 0. Only with `kExact` the latter are made 0:
+/// each position waits for the one before, and that would make it wait two thirds longer.
+template <bool Causal, bool kExact, class Vector, int kVectors, class Give>
+KWINLINE inline bool Stretch(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps,
+                             const tState<kVectors * Vector::kWidth>& before, tState<kVectors * Vector::kWidth>& after,
+                             Give give) {
     using tReals = typename Vector::tReals;
     using tAll = std::array<tReals, kVectors>;
-    constexpr int kBehind = Causal ? 0 : 1; // how far behind its position the walk's newest value lies
     const auto load = [=](std::ptrdiff_t i) KWINLINE {
         tAll all;
         ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
             const auto floats = Load<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
             const auto reals = __builtin_convertvector(floats, typename Vector::tRealPair);
-            std::memcpy(&all[j], &reals, j + 1 < kVectors ? sizeof reals : sizeof(tReals));
+            all[j] = Half<0, Vector>(reals);
+            if (j + 1 < kVectors) all[j + 1] = Half<1, Vector>(reals);
         });
         return all;
     };
-    tAll near[5], far[5];
-    for (int i = 0; i < 5; ++i) {
-        near[i] = load(std::min<std::ptrdiff_t>(i, count - 1));
-        for (int j = 0; j < kVectors; ++j) {
-            tReals v = Causal && i > 0 ? taps.x[0] * near[i][j] : tReals{};
-            for (int k = 1; k < i; ++k) v += taps.x[k - kBehind] * near[i - k][j] - taps.y[k - 1] * far[i - k][j];
-            for (int k = i; k < 5; ++k) v += taps.edge[k] * near[0][j];
-            far[i][j] = WithoutTiny<Vector>(v);
-        }
-        if (i < count) emit(i, far[i]);
-    }
-    // By position modulo 4.
-    tAll values[4] = {near[4], near[1], near[2], near[3]}, results[4] = {far[4], far[1], far[2], far[3]};
+    tAll values[4], results[4], least; // by position modulo 4
+    for (int k = 1; k < 4; ++k) values[k] = load(k - 4);
+    for (int k = 0; k < 4; ++k)
+        for (int j = 0; j < kVectors; ++j) results[k][j] = Load<tReals>(before.results[k] + j * Vector::kWidth);
+    least.fill(tReals{} + kTiny);
     const double a0 = taps.x[0], a1 = taps.x[1], a2 = taps.x[2], a3 = taps.x[3];
     const double d1 = taps.y[0], d2 = taps.y[1], d3 = taps.y[2], d4 = taps.y[3];
-    std::ptrdiff_t i = 5;
-    const auto go = [&](auto turn) KWINLINE {
-        if (i >= count) return false;
-        constexpr int at = decltype(turn)::value + 9;
-        values[(at - kBehind) % 4] = load(i - kBehind);
+    const auto go = [&](std::ptrdiff_t i, auto turn) KWINLINE {
+        constexpr int at = decltype(turn)::value;
+        values[at] = load(i + at);
         ForVectors<Vector, kVectors>([&](int j) KWINLINE {
-            const auto value = [&](int k) KWINLINE { return values[(at - kBehind - k) % 4][j]; };
-            const auto result = [&](int k) KWINLINE { return results[(at - k) % 4][j]; };
+            const auto value = [&](int k) KWINLINE { return values[(at + 4 - k) % 4][j]; };
+            const auto result = [&](int k) KWINLINE { return results[(at + 4 - k) % 4][j]; };
             tReals v;
             if constexpr (Causal) {
                 v = a1 * value(1) - d1 * result(1);
@@ -178,41 +184,98 @@ KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t co
                 v += a2 * value(2) - d3 * result(3);
                 v += a3 * value(3) - d4 * result(4);
             }
-            results[at % 4][j] = WithoutTiny<Vector>(v);
+            least[j] = v < least[j] ? v : least[j];
+            if constexpr (kExact) v = WithoutTiny<Vector>(v);
+            results[at][j] = v;
+            give(i + at, j, v);
         });
-        emit(i++, results[at % 4]);
-        return true;
     };
-    // Whether the last four values and results were the same ones, and `as` these results.
-    const auto still = [&](const tAll& as) KWINLINE {
-        typename Vector::tLongs changes{};
-        for (int j = 0; j < kVectors; ++j) {
-            changes |= results[0][j] != as[j];
-            for (int k = 1; k < 4; ++k) changes |= (values[k][j] != values[0][j]) | (results[k][j] != results[0][j]);
+    for (std::ptrdiff_t i = 0; i < count; i += 4) {
+        go(i, std::integral_constant<int, 0>{});
+        go(i, std::integral_constant<int, 1>{});
+        go(i, std::integral_constant<int, 2>{});
+        go(i, std::integral_constant<int, 3>{});
+    }
+    for (int k = 0; k < 4; ++k)
+        for (int j = 0; j < kVectors; ++j) Store(after.results[k] + j * Vector::kWidth, results[k][j]);
+    bool tiny = false;
+    for (const tReals& each : least)
+        for (int l = 0; l < Vector::kWidth; ++l) tiny |= each[l] < kTiny;
+    return tiny;
+}
+
+/// Walks along the lines of `kVectors` vectors of `count` positions, `step` values apart; `x` holds the first one's.
+/// Gives each position's results to `give(i, j, results)`, positions counted along the walk, where later ones replace
+/// earlier ones, and calls `given(from, to)` when those of `kStretch` positions will not change any more; the first
+/// such call may have from 1 to `kStretch` + 7. Once values and results have stopped changing, results stay until a
+/// value changes: mattes are mostly so.
+template <bool Causal, class Vector, int kVectors, class Give, class Given>
+KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps, Give give,
+                          Given given) {
+    using tReals = typename Vector::tReals;
+    constexpr std::ptrdiff_t kLanes = kVectors * Vector::kWidth;
+    constexpr int kBehind = Causal ? 0 : 1; // how far behind its position the walk's newest value lies
+    tState<kLanes> states[2]{};
+    // The beginning, and as many more as leave whole fours.
+    const std::ptrdiff_t head = std::min(count, 5 + std::max<std::ptrdiff_t>(count - 5, 0) % 4);
+    for (int j = 0; j < kVectors; ++j) {
+        tReals near[8], far[8];
+        for (std::ptrdiff_t i = 0; i < head; ++i) {
+            const float* const from = x + i * step + j * Vector::kWidth;
+            for (int l = 0; l < Vector::kWidth; ++l) near[i][l] = static_cast<double>(from[l]);
+            tReals v = Causal && i > 0 ? taps.x[0] * near[i] : tReals{};
+            for (std::ptrdiff_t k = 1; k < i && k < 4; ++k)
+                v += taps.x[k - kBehind] * near[i - k] - taps.y[k - 1] * far[i - k];
+            if (i > 4) v += (Causal ? tReals{} : taps.x[3] * near[i - 4]) - taps.y[3] * far[i - 4];
+            for (std::ptrdiff_t k = i; k < 5; ++k) v += taps.edge[k] * near[0];
+            far[i] = WithoutTiny<Vector>(v);
+            give(i, j, far[i]);
+            if (i >= head - 4) Store(states[0].results[i - head + 4] + j * Vector::kWidth, far[i]);
         }
-        std::int64_t any = 0;
-        for (int l = 0; l < Vector::kWidth; ++l) any |= changes[l];
-        return any == 0;
+    }
+    // How many positions from `from` on, at most up to `to`, have the same newest values as the one before.
+    const auto even = [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE {
+        const auto bits = [=](std::ptrdiff_t i, std::ptrdiff_t l)
+                              KWINLINE { return std::bit_cast<std::uint32_t>(x[(i - kBehind) * step + l]); };
+        std::ptrdiff_t i = from;
+        for (; i < to; ++i) {
+            std::uint32_t changes = 0;
+            for (std::ptrdiff_t l = 0; l < kLanes; ++l) changes |= bits(i, l) ^ bits(from - 1, l);
+            if (changes) break;
+        }
+        return i - from;
     };
-    tAll before{};
-    bool settled = false;
-    while (Unrolled<4>(go)) {
-        // Four of the same that come of four of the same: so do all that follow, until a value is another one.
-        if (settled && still(before)) {
-            const float* const value = x + (i - 1 - kBehind) * step;
-            const auto same = [=](const float* other) KWINLINE {
-                std::uint32_t changes = 0;
-                for (int l = 0; l < kVectors * Vector::kWidth; ++l)
-                    changes |= std::bit_cast<std::uint32_t>(other[l]) ^ std::bit_cast<std::uint32_t>(value[l]);
-                return changes == 0;
-            };
-            std::ptrdiff_t end = i;
-            while (end < count && same(x + (end - kBehind) * step)) ++end;
-            while (i < end) emit(i++, results[0]);
+    const auto same = [](const tState<kLanes>& state, const double* results) {
+        return std::ranges::all_of(state.results,
+                                   [=](const auto& each) { return std::memcmp(each, results, sizeof each) == 0; });
+    };
+    // With AVX-512 lines are so few vectors that a walk waits for its own results; narrower registers are always busy.
+    constexpr bool kWaits = Vector::kWidth == 8;
+    bool exact = !kWaits, settled = false;
+    tState<kLanes>*now = &states[0], *next = &states[1];
+    for (std::ptrdiff_t done = 0, i = head, end = head + (count - head) % kStretch; done < count; end += kStretch) {
+        while (i < end) {
+            const double* const results = now->results[0];
+            const std::ptrdiff_t still = settled ? even(i, end) / 4 * 4 : 0;
+            for (std::ptrdiff_t k = i; k < i + still; ++k)
+                ForVectors<Vector, kVectors>([&](int j)
+                                                 KWINLINE { give(k, j, Load<tReals>(results + j * Vector::kWidth)); });
+            i += still;
+            if (i == end) break;
+            // Four positions that come of four of the same tell whether results stay.
+            const bool asks = same(*now, results) && even(i + 1, i + 4) == 3;
+            const std::ptrdiff_t length = asks ? 4 : end - i;
+            const float* const newest = x + (i - kBehind) * step;
+            const auto giveOn = [=](std::ptrdiff_t k, int j, const tReals& v) KWINLINE { give(i + k, j, v); };
+            if (exact || Stretch<Causal, !kWaits, Vector, kVectors>(newest, step, length, taps, *now, *next, giveOn))
+                exact =
+                    Stretch<Causal, true, Vector, kVectors>(newest, step, length, taps, *now, *next, giveOn) || !kWaits;
+            settled = asks && same(*next, results);
+            std::swap(now, next);
+            i += length;
         }
-        // Not looked for each time: rounding may keep results turning in a circle of a few.
-        settled = i % 16 < 4 && results[0][0][0] == results[1][0][0] && still(results[0]);
-        if (settled) before = results[0];
+        given(done, end);
+        done = end;
     }
 }
 
@@ -227,32 +290,38 @@ struct tPass {
 /// The first walk of `kLanes` lines.
 template <int kLanes, class Vector>
 KWINLINE inline void WalkAhead(const tPass& pass) {
-    constexpr int kVectors = kLanes / Vector::kWidth;
-    constexpr std::ptrdiff_t kAhead = 16; // positions that come from memory meanwhile
-    Walk<true, Vector, kVectors>(
-        pass.x, kLanes, pass.count, TapsOf<true>(pass.c), [&](std::ptrdiff_t i, const auto& y) KWINLINE {
-            const float* const soon = pass.x + std::min(i + kAhead, pass.count - 1) * kLanes;
+    Walk<true, Vector, kLanes / Vector::kWidth>(
+        pass.x, kLanes, pass.count, TapsOf<true>(pass.c),
+        [=](std::ptrdiff_t i, int j, const typename Vector::tReals& y) KWINLINE {
+            Store(pass.first + i * kLanes + j * Vector::kWidth, y);
+            if (j > 0) return;
+            const float* const soon = pass.x + std::min(i + kSoon, pass.count - 1) * kLanes;
             __builtin_prefetch(soon);
             __builtin_prefetch(soon + 16);
-            double* const to = pass.first + i * kLanes;
-            ForVectors<Vector, kVectors>([&](int j) KWINLINE { Store(to + j * Vector::kWidth, y[j]); });
-        });
+        },
+        [](std::ptrdiff_t, std::ptrdiff_t) KWINLINE {});
 }
 template <int kLanes>
 constexpr CKwBodies kWalkAhead(KwWidths<WalkAhead<kLanes, tTwo>, WalkAhead<kLanes, tFour>, WalkAhead<kLanes, tEight>>);
 
-/// Gives the sums of both walks to `emit(position, sum)`, `sum(j)` being those of vector j.
-template <int kLanes, class Vector, class Emit>
-KWINLINE inline void WalkBack(const tPass& pass, Emit emit) {
+/// Positions whose sums wait to be taken away, and where each one's do.
+constexpr std::ptrdiff_t kWaiting = 2 * kStretch;
+KWINLINE constexpr std::ptrdiff_t Slot(std::ptrdiff_t position) {
+    return position & (kWaiting - 1);
+}
+
+/// Gives the sums of both walks to `give(position, j, sum)`, j counting vectors, where later ones replace earlier ones,
+/// and calls `given(from, to)` for fewer than `kWaiting` that will not change any more; `from` is a multiple of
+/// `kStretch`.
+template <int kLanes, class Vector, class Give, class Given>
+KWINLINE inline void WalkBack(const tPass& pass, Give give, Given given) {
+    using tReals = typename Vector::tReals;
     const std::ptrdiff_t last = pass.count - 1;
-    Walk<false, Vector, kLanes / Vector::kWidth>(pass.x + last * kLanes, -kLanes, pass.count, TapsOf<false>(pass.c),
-                                                 [=](std::ptrdiff_t i, const auto& y) KWINLINE {
-                                                     const double* const at = pass.first + (last - i) * kLanes;
-                                                     emit(last - i, [&](int j) KWINLINE {
-                                                         return Load<typename Vector::tReals>(at + j * Vector::kWidth) +
-                                                                y[j];
-                                                     });
-                                                 });
+    Walk<false, Vector, kLanes / Vector::kWidth>(
+        pass.x + last * kLanes, -kLanes, pass.count, TapsOf<false>(pass.c),
+        [=](std::ptrdiff_t i, int j, const tReals& y)
+            KWINLINE { give(last - i, j, Load<tReals>(pass.first + (last - i) * kLanes + j * Vector::kWidth) + y); },
+        [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE { given(last + 1 - to, last + 1 - from); });
 }
 
 /// One step of turning rows into columns: pairs of rows `kStep` apart change places of parts.
@@ -295,75 +364,96 @@ template <int kChannels, class Vector>
 KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t blockSize) {
     using tHere = tLanes<kChannels>;
     constexpr int kLanes = tHere::kLanes;
-    alignas(64) float tile[kGroup * kLanes]{}; // eight positions, to be turned
-    float* const positions = tile;
-    WalkBack<kLanes, Vector>(pass, [=](std::ptrdiff_t position, auto sum) KWINLINE {
-        float* const to = out + position / tHere::kLines * blockSize + position % tHere::kLines;
-        // The block that comes next, row by row while this one is filled.
-        const float* const next = out + std::max<std::ptrdiff_t>(position / tHere::kLines - 1, 0) * blockSize +
-                                  position % tHere::kLines * kLanes;
-        __builtin_prefetch(next, 1);
-        __builtin_prefetch(next + 16, 1);
-        ForVectors<Vector, kLanes / Vector::kWidth>([&](int j) KWINLINE {
-            Store(positions + position % kGroup * kLanes + j * Vector::kWidth,
-                  __builtin_convertvector(sum(j), typename Vector::tFloats));
+    const auto place = [=](std::ptrdiff_t position)
+                           KWINLINE { return out + position / tHere::kLines * blockSize + position % tHere::kLines; };
+    alignas(64) float waiting[kWaiting * kLanes]{};
+    float* const sums = waiting;
+    WalkBack<kLanes, Vector>(
+        pass,
+        [=](std::ptrdiff_t position, int j, const typename Vector::tReals& sum) KWINLINE {
+            Store(sums + Slot(position) * kLanes + j * Vector::kWidth,
+                  __builtin_convertvector(sum, typename Vector::tFloats));
+            if (j > 0) return;
+            // These rows' part of a block of columns is filled as a whole: each position stands for a share of it.
+            const auto soon = static_cast<std::size_t>(std::max<std::ptrdiff_t>(position - kGroup * 4, 0));
+            const float* const share = out + soon / tHere::kLines * blockSize + soon % tHere::kLines * kLanes;
+            __builtin_prefetch(share, 1);
+            __builtin_prefetch(share + 16, 1);
+        },
+        [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE {
+            using tRow = typename Vector::tRow;
+            for (; from < to; from += kGroup)
+                for (int lane = 0; lane < kLanes; lane += kGroup) {
+                    const float* const group = sums + Slot(from) * kLanes + lane;
+                    float* const turned = place(from) + (kChannels == 1 ? lane * kLanes : lane);
+                    Turn<tRow>([=](int p, int r) KWINLINE { return Load<tRow>(group + p * kLanes + r); },
+                               [=](int r, int p, const tRow& values)
+                                   KWINLINE { Store(turned + r * kLanes + p, values); });
+                }
         });
-        if (position % kGroup) return;
-        using tRow = typename Vector::tRow;
-        for (int lane = 0; lane < kLanes; lane += kGroup) {
-            const float* const from = positions + lane;
-            float* const turned = kChannels == 1 ? to + lane * kLanes : to + lane;
-            Turn<tRow>([=](int p, int r) KWINLINE { return Load<tRow>(from + p * kLanes + r); },
-                       [=](int r, int p, const tRow& values) KWINLINE { Store(turned + r * kLanes + p, values); });
-        }
-    });
 }
 
-/// Column pass over one block, whose first `columns` are the picture's. `shift`: bits in a pixel below the one channel.
-/// `alpha`: what three channels are given for the fourth, in its place.
+/// Where the pixels of a block of columns go. Two blocks of eight pixels fill a line of the processor's cache: the left
+/// one's wait for the right one's, and no line is fetched twice.
+struct tColumns {
+    std::byte* first;       ///< the block's pixel at the top
+    std::ptrdiff_t stride;  ///< bytes
+    std::ptrdiff_t count;   ///< columns of the picture in this block
+    LONG shift;             ///< bits in a pixel below the one channel
+    std::uint32_t alpha;    ///< what three channels are given for the fourth, in its place
+    std::uint32_t* waiting; ///< the pixels that wait, row by row
+    bool wait;              ///< whether these do
+    bool waited;            ///< whether the left block's did
+};
+
+/// Column pass over one block.
 template <int kChannels, class Vector>
-KWINLINE inline void FilterColumns(const tPass& pass, std::byte* destination, std::ptrdiff_t stride,
-                                   std::ptrdiff_t columns, LONG shift, std::uint32_t alpha) {
+KWINLINE inline void FilterColumns(const tPass& pass, const tColumns& columns) {
     constexpr int kLanes = tLanes<kChannels>::kLanes, kLines = tLanes<kChannels>::kLines;
-    constexpr int kVectors = kLanes / Vector::kWidth;
-    WalkBack<kLanes, Vector>(pass, [=](std::ptrdiff_t position, auto sum) KWINLINE {
-        std::byte* const to = destination + position * stride;
-        constexpr std::ptrdiff_t kSoon = 12; // rows that come from memory meanwhile
-        for (std::ptrdiff_t line = 0; line < kLines * 4; line += 64)
-            __builtin_prefetch(to - std::min(position, kSoon) * stride + line, 1);
-        alignas(64) std::int32_t words[kLanes];
-        ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
-            if (j + 1 == kVectors) {
-                const auto low = reinterpret_cast<typename Vector::tLongs>(sum(j) + kToLevel);
-                for (int l = 0; l < Vector::kWidth; ++l)
-                    words[j * Vector::kWidth + l] = static_cast<std::int32_t>(low[l]);
-                return;
+    alignas(64) std::int32_t lows[kWaiting * kLanes];
+    std::int32_t* const words = lows;
+    WalkBack<kLanes, Vector>(
+        pass,
+        [=](std::ptrdiff_t position, int j, const typename Vector::tReals& sum) KWINLINE {
+            using tWhole [[gnu::vector_size(Vector::kWidth * 4)]] = std::int32_t;
+            const auto low = reinterpret_cast<typename Vector::tLongs>(sum + kToLevel);
+            Store(words + Slot(position) * kLanes + j * Vector::kWidth, __builtin_convertvector(low, tWhole));
+        },
+        [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE {
+            for (std::ptrdiff_t position = to; position-- > from;) {
+                const std::int32_t* const own = words + Slot(position) * kLanes;
+                std::uint32_t pixels[kLines];
+                for (int l = 0; l < kLines; ++l) {
+                    const auto level = [&](int channel) KWINLINE {
+                        return std::uint32_t{Limited(own[channel * kGroup + l])} << channel * 8;
+                    };
+                    if constexpr (kChannels == 1)
+                        pixels[l] = level(0) << columns.shift;
+                    else
+                        pixels[l] = level(0) | level(1) | level(2) | (kChannels == 3 ? columns.alpha : level(3));
+                }
+                std::uint32_t* const left = columns.waiting + position * kLines;
+                if (columns.wait) {
+                    std::memcpy(left, pixels, sizeof pixels);
+                    continue;
+                }
+                std::byte* const at = columns.first + position * columns.stride;
+                constexpr std::ptrdiff_t kRows = 24; // rows that come from memory meanwhile
+                for (std::ptrdiff_t line = 0; line < kLines * 4; line += 64)
+                    __builtin_prefetch(at - std::min(position, kRows) * columns.stride + line, 1);
+                if (columns.waited) std::memcpy(at - sizeof pixels, left, sizeof pixels);
+                tAnyWord* const all = reinterpret_cast<tAnyWord*>(at);
+                const std::uint32_t others = kChannels == 1 ? ~(255u << columns.shift) : 0;
+                if (columns.count < kLines) {
+                    for (std::ptrdiff_t l = 0; l < columns.count; ++l) all[l] = (all[l] & others) | pixels[l];
+                } else if constexpr (kChannels == 1) {
+                    KWNODEPENDENCE
+                    for (int l = 0; l < kLines; ++l) all[l] = (all[l] & others) | pixels[l];
+                } else {
+                    std::memcpy(at, pixels, sizeof pixels);
+                }
             }
-            const typename Vector::tReals sums[] = {sum(j) + kToLevel, sum(j + 1) + kToLevel};
-            Store(words + j * Vector::kWidth,
-                  __builtin_convertvector(Load<typename Vector::tLongPair>(sums), typename Vector::tWholePair));
         });
-        std::uint32_t pixels[kLines];
-        for (int l = 0; l < kLines; ++l) {
-            const auto level = [&](int channel) KWINLINE {
-                return std::uint32_t{Limited(words[channel * kGroup + l])} << channel * 8;
-            };
-            if constexpr (kChannels == 1)
-                pixels[l] = level(0) << shift;
-            else
-                pixels[l] = level(0) | level(1) | level(2) | (kChannels == 3 ? alpha : level(3));
-        }
-        tAnyWord* const all = reinterpret_cast<tAnyWord*>(to);
-        const std::uint32_t others = kChannels == 1 ? ~(255u << shift) : 0;
-        if (columns < kLines) {
-            for (std::ptrdiff_t l = 0; l < columns; ++l) all[l] = (all[l] & others) | pixels[l];
-        } else if constexpr (kChannels == 1) {
-            KWNODEPENDENCE
-            for (int l = 0; l < kLines; ++l) all[l] = (all[l] & others) | pixels[l];
-        } else {
-            std::memcpy(to, pixels, sizeof pixels);
-        }
-    });
 }
 
 /// Brings `rows` rows, up to those of the lanes, side by side; the last one stands in for those that are missing. `out`
@@ -435,13 +525,20 @@ KWINLINE inline void RowGroups(const tJob& job, LONG from, LONG to, double* firs
 
 /// The blocks `from` to `to` of the plane.
 template <int kChannels, class Vector>
-KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* first, float*) {
+KWINLINE inline void ColumnBlocks(const tJob& job, LONG from, LONG to, double* first, float* room) {
     constexpr std::ptrdiff_t kColumns = tLanes<kChannels>::kLines;
-    for (std::ptrdiff_t block = from; block < to; ++block) {
+    const auto waits = [=](LONG block) { return kColumns == kGroup && block % 2 == 0 && block + 1 < to; };
+    for (LONG block = from; block < to; ++block) {
         const tPass pass{job.plane + block * job.blockSize, job.source.height, job.down, first};
         job.walkAhead(pass);
-        FilterColumns<kChannels, Vector>(pass, job.destination.first + block * kColumns * 4, job.destination.stride,
-                                         std::min(kColumns, job.source.width - block * kColumns), job.shift, job.alpha);
+        FilterColumns<kChannels, Vector>(pass, {.first = job.destination.first + block * kColumns * 4,
+                                                .stride = job.destination.stride,
+                                                .count = std::min(kColumns, job.source.width - block * kColumns),
+                                                .shift = job.shift,
+                                                .alpha = job.alpha,
+                                                .waiting = reinterpret_cast<std::uint32_t*>(room),
+                                                .wait = waits(block),
+                                                .waited = block > from && waits(block - 1)});
     }
 }
 
@@ -463,7 +560,7 @@ void BlurAs(const tRows& destination, const tRows& source, const tGaussianCoeffi
     const std::size_t blocks = (width + kLines - 1) / kLines;
     const std::size_t blockSize = (height + kLines - 1) / kLines * kLines * kLanes;
     const std::size_t ranges = KwRanges(), firstSize = std::max(width, height) * kLanes;
-    const std::size_t linesSize = (width + kGroup) * kLanes;
+    const std::size_t linesSize = std::max((width + kGroup) * kLanes, height * kLines);
     if (!KwFits(blockSize, blocks)) return;
     CKwScratch large, firstScratch, linesScratch;
     const std::size_t planeSize = blocks * blockSize + kBeyond;

@@ -5,6 +5,28 @@
 
 namespace {
 
+/// Blurs each channel by itself and all of them at once, over a picture that holds something else.
+void EachLevelIsAsThePlainForm(CTestPicture& s, double radius) {
+    const eKwLevel before = KwLevel();
+    for (LONG channel = 0; channel < 5; ++channel) {
+        const auto blurred = [&](eKwLevel level) {
+            KwLimitLevel(level);
+            CTestPicture d(s.Width(), s.Height(), 4);
+            d.Fill(5);
+            EXPECT_EQ(S_OK, channel < 4 ? KwDibGaussianBlurChannel(d.View(), s.View(), 4, radius, radius / 2, channel)
+                                        : KwDibGaussianBlur(d.View(), s.View(), 4, radius, radius / 2));
+            return d;
+        };
+        CTestPicture plain = blurred(eKwLevel::Plain);
+        for (const eKwLevel level : KwLevels()) {
+            CTestPicture d = blurred(level);
+            ASSERT_TRUE(d == plain) << s.Width() << "x" << s.Height() << ", " << radius << ", channel " << channel
+                                    << " at " << KwLevelName(level) << ": " << d.FirstDifference(plain);
+        }
+    }
+    KwLimitLevel(before);
+}
+
 TEST(Gaussian, ASpeckSpreadsAsTheBell) {
     CTestPicture s(61, 61, 4), d(61, 61, 4);
     s.Pixel8(30, 30) = {255, 255, 255, 255};
@@ -33,27 +55,29 @@ TEST(Gaussian, WhatHasSettledIsAsThePlainForm) {
             if (y == 37 && x == 200) s.Pixel8(x, y).a = 250;
             if (y == 64 && x % 140 == 0) s.Pixel8(x, y).r = 99;
         }
-    const eKwLevel before = KwLevel();
     for (const bool opaque : {false, true}) {
         if (opaque) s.Pixel8(200, 37).a = 255;
-        for (const double radius : {0.0, 1.0, 6.3, 300.0})
-            for (LONG channel = 0; channel < 5; ++channel) { // 4: all
-                const auto blur = [&](CTestPicture& d) {
-                    return channel < 4 ? KwDibGaussianBlurChannel(d.View(), s.View(), 4, radius, radius / 2, channel)
-                                       : KwDibGaussianBlur(d.View(), s.View(), 4, radius, radius / 2);
-                };
-                CTestPicture plain(kWidth, kHeight, 4);
-                KwLimitLevel(eKwLevel::Plain);
-                ASSERT_EQ(S_OK, blur(plain));
-                for (const eKwLevel level : KwLevels()) {
-                    KwLimitLevel(level);
-                    CTestPicture d(kWidth, kHeight, 4);
-                    ASSERT_EQ(S_OK, blur(d));
-                    ASSERT_TRUE(d == plain) << radius << " " << channel << ": " << d.FirstDifference(plain);
-                }
-            }
+        for (const double radius : {0.0, 1.0, 6.3, 300.0}) EachLevelIsAsThePlainForm(s, radius);
     }
-    KwLimitLevel(before);
+}
+
+/// Lines of every length up to some stretches and blocks of columns, bright and dark in turn: what is left of light in
+/// the dark becomes so small that it counts as nothing.
+TEST(Gaussian, LinesOfEachLengthAreAsThePlainForm) {
+    for (LONG length = 1; length <= 110; ++length)
+        for (const bool across : {false, true}) {
+            const LONG width = across ? length : 1 + length % 19, height = across ? 1 + length % 19 : length;
+            CTestPicture s(width, height, 4);
+            std::uint32_t seed = static_cast<std::uint32_t>(length);
+            for (LONG y = 0; y < height; ++y)
+                for (LONG x = 0; x < width; ++x) {
+                    seed = seed * 69069 + 1;
+                    const bool dark = length % 4 == 0 && (across ? x : y) % 100 > 3;
+                    const auto level = static_cast<std::uint8_t>(dark ? 0 : seed >> 24);
+                    s.Pixel8(x, y) = {level, 77, level, static_cast<std::uint8_t>(length % 2 ? 255 : seed >> 16)};
+                }
+            EachLevelIsAsThePlainForm(s, length % 3 ? 0.5 : 3.7);
+        }
 }
 
 } // namespace
