@@ -1,80 +1,31 @@
-// The filters of colour and level as a host runs them, at 1920x1080 in 4-byte pixels, one thread; where OpenCV was
-// found also its nearest operations on the same pictures.
-#include "host/module.h"
-#include "row.h"
-
+// OpenCV's nearest operations to the filters of colour and level, where OpenCV was found.
 #if LARKMOOR_BENCH_OPENCV
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
-#endif
+
+#include "row.h"
 
 namespace {
 
-using namespace larkmoor;
-
-template <class Work>
-void Register(const std::string& name, Work work) {
-    benchmark::RegisterBenchmark(name.c_str(), [work](benchmark::State& state) { RunBenchRow(state, 4, Work(work)); })
-        ->UseManualTime()
-        ->Unit(benchmark::kMillisecond);
-}
-
-/// Renders `effect` with `preset`, or its default record without one, and the given fields on top.
-class CRender {
-  public:
-    using tSetting = std::pair<const char*, const char*>;
-    CRender(const char* effect, const char* preset, std::vector<tSetting> settings, bool opaque)
-        : m_effect(effect), m_preset(preset), m_settings(std::move(settings)), m_opaque(opaque) {}
-
-    void operator()(CBenchPicture& d, CBenchPicture& s) {
-        if (!m_render) Prepare(d, s);
-        m_render->render({&m_input, 1}, m_output);
-    }
-
-  private:
-    void Prepare(CBenchPicture& d, CBenchPicture& s) {
-        if (m_opaque)
-            for (std::size_t i = 3; i < s.Bytes(); i += 4) s.Data()[i] = 255;
-        static const Module module = Module::load(LARKMOOR_MODULE_FILE);
-        m_render = std::make_shared<Effect>(module.create(module.find(m_effect)));
-        if (m_preset) m_render->applyPreset(m_preset);
-        for (const auto& [field, value] : m_settings) m_render->set(field, value);
-        const auto wrap = [](CBenchPicture& picture) {
-            return Surface::wrap({reinterpret_cast<std::byte*>(picture.Data()), kBenchWidth, kBenchHeight,
-                                  picture.View().stride, PixelFormat::PremultipliedArgb32});
-        };
-        m_input = wrap(s);
-        m_output = wrap(d);
-        m_output.setInfo({1.0, 25.0, 400000});
-    }
-
-    const char *m_effect, *m_preset;
-    std::vector<tSetting> m_settings;
-    bool m_opaque;
-    std::shared_ptr<Effect> m_render;
-    Surface m_input, m_output;
-};
-
-void Row(const char* name, const char* effect, const char* preset, std::vector<CRender::tSetting> settings = {},
-         bool opaque = false) {
-    Register(std::string("Effect/") + name, CRender(effect, preset, std::move(settings), opaque));
-}
-
-#if LARKMOOR_BENCH_OPENCV
 cv::Mat MatOf(CBenchPicture& picture) {
     return {kBenchHeight, kBenchWidth, CV_8UC4, picture.Data()};
 }
 
 template <class Work>
 void Peer(const char* name, Work work) {
-    Register(std::string("OpenCV/") + name, [work](CBenchPicture& d, CBenchPicture& s) {
-        cv::setNumThreads(1);
-        cv::Mat output = MatOf(d);
-        work(output, MatOf(s));
-    });
+    benchmark::RegisterBenchmark((std::string("OpenCV/") + name).c_str(),
+                                 [work](benchmark::State& state) {
+                                     cv::setNumThreads(1);
+                                     RunBenchRow(state, 4, [&](CBenchPicture& d, CBenchPicture& s) {
+                                         cv::Mat output = MatOf(d);
+                                         work(output, MatOf(s));
+                                     });
+                                 })
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
 }
 
-void RegisterPeers() {
+[[maybe_unused]] const bool s_registered = [] {
     using M = cv::Mat;
     Peer("Invert", [](M& d, const M& s) { cv::bitwise_xor(s, cv::Scalar(255, 255, 255, 0), d); });
     Peer("Table", [table = M(1, 256, CV_8U, cv::Scalar(7))](M& d, const M& s) { cv::LUT(s, table, d); });
@@ -117,35 +68,8 @@ void RegisterPeers() {
         cv::inRange(s, cv::Scalar(0, 0, 0, 0), cv::Scalar(5, 5, 5, 255), mask);
         d.setTo(cv::Scalar(0, 0, 0, 255), mask);
     });
-}
-#endif
-
-[[maybe_unused]] const bool s_registered = [] {
-    Row("Invert/opaque", "Invert", nullptr, {{"blendAmount", "1"}}, true);
-    Row("Brightness and Contrast/one table", "Brightness and Contrast", "Brighter");
-    Row("Brightness and Contrast/two tables", "Brightness and Contrast", "Brighter, More Contrast");
-    Row("Levels", "Levels", nullptr);
-    Row("Levels/one channel", "Levels", nullptr, {{"channel", "Red"}});
-    Row("Threshold", "Threshold", nullptr);
-    Row("Black and White", "Black and White", "50% Black and White");
-    Row("Sepia/first stage", "Sepia", "Neutral", {{"strength", "0.3"}});
-    Row("Sepia/second stage", "Sepia", "Old Photographs");
-    Row("Sepia/third stage", "Sepia", "Neutral");
-    Row("HSL Adjust", "HSL Adjust", "Invert Color");
-    Row("HSL Adjust/saturation", "HSL Adjust", "Max Saturation");
-    Row("Add Noise/uniform", "Add Noise", "Medium");
-    Row("Add Noise/uniform color", "Add Noise", "Color");
-    Row("Add Noise/Gaussian", "Add Noise", "Grainy");
-    Row("Add Noise/Gaussian color", "Add Noise", "Grainy", {{"monochromatic", "0"}});
-    Row("Mask Generator", "Mask Generator", nullptr);
-    Row("Mask Generator/channel", "Mask Generator", "Red Channel Mask");
-    Row("Black Restore", "Black Restore", nullptr);
-    Row("Gamut", "(Legacy Plug-In) Broadcast Colors", nullptr);
-    Row("Gamut/invert", "(Legacy Plug-In) Broadcast Colors", "Clamp", {{"invert", "1"}});
-#if LARKMOOR_BENCH_OPENCV
-    RegisterPeers();
-#endif
     return true;
 }();
 
 } // namespace
+#endif

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -54,6 +56,11 @@ class CBenchPicture {
     tView View() { return {m_data, &kFrame, m_stride, nullptr}; }
     std::uint8_t* Data() { return m_data; }
     std::size_t Bytes() const { return static_cast<std::size_t>(m_stride) * kBenchHeight; }
+    /// Row by row, as pictures are copied whose rows lie apart.
+    void CopyTo(CBenchPicture& other) const {
+        for (std::ptrdiff_t y = 0; y < kBenchHeight; ++y)
+            std::memcpy(other.m_data + y * m_stride, m_data + y * m_stride, static_cast<std::size_t>(m_stride));
+    }
 
   private:
     static constexpr RECT kFrame{0, 0, kBenchWidth, kBenchHeight};
@@ -70,18 +77,37 @@ inline double Worked() {
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// Times `work(destination, source)` on two pictures of one form. Before each turn the source is copied to the
-/// destination, so that work in place meets real content again; that copy is the measure beside it.
+/// Pictures of one form, more of them than a cache holds.
+struct tBenchRing {
+    static constexpr std::size_t kPairs = 4;
+    std::vector<std::unique_ptr<CBenchPicture>> sources, destinations;
+
+    static tBenchRing& Of(LONG bytesPerPixel) {
+        static std::map<LONG, tBenchRing> rings;
+        tBenchRing& ring = rings[bytesPerPixel];
+        for (unsigned i = 0; ring.sources.size() < kPairs; ++i) {
+            ring.sources.push_back(std::make_unique<CBenchPicture>(bytesPerPixel, 2 * i + 1));
+            ring.destinations.push_back(std::make_unique<CBenchPicture>(bytesPerPixel, 2 * i + 2));
+        }
+        return ring;
+    }
+};
+
+/// Times `work(destination, source)` on pairs of pictures of one form in turn, so that none is in a cache, as a host's
+/// are not. Each turn the pair that comes later is copied, source to destination, so that work in place meets real
+/// content again; that copy is the measure beside it.
 template <class Work>
 void RunBenchRow(benchmark::State& state, LONG bytesPerPixel, Work&& work) {
-    CBenchPicture source(bytesPerPixel, 1), destination(bytesPerPixel, 2);
+    const tBenchRing& ring = tBenchRing::Of(bytesPerPixel);
     std::vector<double> copies, works;
+    std::size_t turn = 0;
     for (auto _ : state) {
+        const std::size_t i = turn++ % ring.kPairs, later = (i + ring.kPairs / 2) % ring.kPairs;
         const double start = Worked();
-        std::memcpy(destination.Data(), source.Data(), source.Bytes());
+        ring.sources[later]->CopyTo(*ring.destinations[later]);
         benchmark::ClobberMemory();
         const double middle = Worked();
-        work(destination, source);
+        work(*ring.destinations[i], *ring.sources[i]);
         benchmark::ClobberMemory();
         const double end = Worked();
         copies.push_back(middle - start);
