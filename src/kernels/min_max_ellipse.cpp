@@ -12,6 +12,44 @@ KWINLINE inline void MaxRow(std::uint8_t* __restrict to, const std::uint8_t* __r
 }
 constexpr CKwBodies kMaxRow(KwClones<MaxRow>);
 
+/// The two highest values of a block of the rim, `best` not below the greatest of the cells of full weight, and a limit
+/// of all others.
+template <class Bytes>
+struct tTwoValues {
+    Bytes best, second, rest, full;
+};
+
+/// The means of one cell's weight from the top on, and in which bytes (1) they are in doubt. `weight(n, shift)` is that
+/// of a value for every fourth byte; a result at most `near` from a whole number is in doubt.
+template <class Bytes, class Weight>
+KWINLINE inline Bytes Weigh(const tTwoValues<Bytes>& values, Weight weight, float near, std::uint8_t turn,
+                            Bytes& doubts) {
+    using tWords = tWordsOf<Bytes>;
+    using tFloats = typename tBlock<sizeof(Bytes)>::tFloats;
+    const auto& [best, second, rest, full] = values;
+    const Bytes firsts = best ^ turn, fulls = full ^ turn;
+    // Values at or below the cells of full weight count as theirs.
+    const Bytes seconds = KwGreater(second, full) ^ turn, below = KwGreater(rest, full) - full;
+    const tFloats none{}, one = none + 1.0f;
+    tWords results{}, inDoubt{};
+    KWUNROLL
+    for (int shift = 0; shift < 32; shift += 8) {
+        const tFloats all = weight(0, shift), share = all < one ? all : one, left = one - share;
+        const tFloats next = weight(1, shift), nextShare = next < left ? next : left, last = left - nextShare;
+        const tFloats value =
+            share * Reals(firsts, shift) + nextShare * Reals(seconds, shift) + last * Reals(fulls, shift);
+        const tWords isMixed = reinterpret_cast<tWords>(all < one * 1.001f);
+        const tWords isOpen = reinterpret_cast<tWords>(last > none);
+        const tFloats margin = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + near));
+        const tWords low = reinterpret_cast<tWords>(Wholes(value - margin));
+        const tWords high = reinterpret_cast<tWords>(Wholes(value + margin));
+        results |= low << shift;
+        inDoubt |= ((low ^ high) | (Words(below, shift) & isOpen)) << shift;
+    }
+    doubts = KwSmaller(reinterpret_cast<Bytes>(inDoubt) & ~Equal(best, full), Bytes{} + 1);
+    return best == full ? fulls : reinterpret_cast<Bytes>(results);
+}
+
 /// Weighs up the block `at` into `to`. Cells that beat `fullBytes` go to `beating`, which has room for all, and
 /// lanes in doubt get a 1; gives the number of these cells. Eight cells are tested at once, as most beat nothing.
 template <std::ptrdiff_t kBytes>
@@ -71,8 +109,7 @@ KWINLINE inline std::ptrdiff_t WeighBlock(const std::uint8_t* at, const std::uin
         }
         const auto weight = [&](int n, int shift) KWINLINE { return weights[n][shift / 8]; };
         Bytes inDoubt;
-        const Bytes result =
-            Weigh(tTwoValues<Bytes>{best, second, rest, Bytes{}, fullHalf}, weight, near, turn, inDoubt);
+        const Bytes result = Weigh(tTwoValues<Bytes>{best, second, rest, fullHalf}, weight, near, turn, inDoubt);
         std::memcpy(to + half, &result, kBytes);
         std::memcpy(doubts + half, &inDoubt, kBytes);
     }

@@ -1,9 +1,10 @@
 // The minimum and maximum filters over a rectangle.
 //
 // Its rim is made of rows and columns of one weight each. The two greatest values of such a piece and how often they
-// occur slide along like the plain extreme. With the two greatest values of all pieces they settle nearly all pixels,
-// a block of lanes at once. Where they do not - a third value counts, a count is too large for a byte, or the result
-// lies so close to a whole number that the order of the sums shows - the cells themselves are weighed.
+// occur slide along like the plain extreme. From these the levels of all pieces are taken one after the other, a block
+// of lanes at once. Where a piece's third level counts, the cells themselves are gone through, as long as they are few.
+// Where they are not, or the result lies so close to a whole number that the order of the sums shows, each lane is
+// weighed on its own.
 #include <cmath>
 
 #include "kernels/min_max_rim.h"
@@ -68,7 +69,7 @@ KWINLINE inline void JoinRows(std::uint8_t* to, std::ptrdiff_t toPlane, const st
         StoreTops(tops, to + i, toPlane);
     }
 }
-constexpr CKwBodies kJoinRows(KwWidths<JoinRows<16>, JoinRows<32>, JoinRows<32>>);
+constexpr CKwBodies kJoinRows(KwWidths<JoinRows<16>, JoinRows<32>, JoinRows<64>>);
 
 /// As `JoinRows` of `a` and single samples.
 template <std::ptrdiff_t kBytes>
@@ -87,7 +88,7 @@ KWINLINE inline void JoinSamples(std::uint8_t* to, std::ptrdiff_t toPlane, const
                   toPlane);
     }
 }
-constexpr CKwBodies kJoinSamples(KwWidths<JoinSamples<16>, JoinSamples<32>, JoinSamples<32>>);
+constexpr CKwBodies kJoinSamples(KwWidths<JoinSamples<16>, JoinSamples<32>, JoinSamples<64>>);
 
 /// The tops of each sample and the pixel after it.
 template <std::ptrdiff_t kBytes>
@@ -101,7 +102,7 @@ KWINLINE inline void JoinPairs(std::uint8_t* to, std::ptrdiff_t plane, const std
                   plane);
     }
 }
-constexpr CKwBodies kJoinPairs(KwWidths<JoinPairs<16>, JoinPairs<32>, JoinPairs<32>>);
+constexpr CKwBodies kJoinPairs(KwWidths<JoinPairs<16>, JoinPairs<32>, JoinPairs<64>>);
 
 /// The greatest of `count` pixels from each on. `row` holds `bytes` and is used up.
 void SlideMax(std::uint8_t* to, std::uint8_t* row, std::ptrdiff_t bytes, LONG count, std::ptrdiff_t outBytes) {
@@ -139,7 +140,7 @@ void SlideTops(std::uint8_t* to, std::ptrdiff_t toPlane, const std::uint8_t* sam
 }
 
 constexpr std::ptrdiff_t WholeBlocks(std::ptrdiff_t bytes) {
-    return (bytes + kBlockBytes - 1) / kBlockBytes * kBlockBytes;
+    return (bytes + kWidestBytes - 1) / kWidestBytes * kWidestBytes;
 }
 
 /// The greatest, or the tops, of the rows at most `reach` - 1 away, for one row after the other.
@@ -209,8 +210,10 @@ class CColumnMax {
 /// The weights of a rectangle's rim.
 struct tRimWeights {
     float row, column, corner;
-    float near; ///< a result at most this far from a whole number is in doubt; 0 where all sums are exact
     std::uint8_t turn;
+    std::uint8_t mostCounted = 255;       ///< as good as any more cells of a piece
+    std::uint8_t rough{}, roughCorners{}; ///< 0 where sums are exact: without corners, and of all weights
+    float near = 0.0f;                    ///< how far from a whole number the order of sums that are not shows
 };
 
 /// The eight pieces of a rectangle's rim in the order of their rows. Which of the columns comes first makes no
@@ -221,54 +224,181 @@ enum { kTopLeft, kTop, kTopRight, kLeft, kRight, kBottomLeft, kBottom, kBottomRi
 struct tRim {
     const std::uint8_t* pieces[kPieces];
     std::ptrdiff_t rowPlane, columnPlane;
+    const std::uint8_t* samples;        ///< at the centre
+    std::uint8_t rowCells, columnCells; ///< of each piece, 0 for more than a byte counts
+    bool hasFewCells;
+    std::span<const tCell> cells[kPieces];
 };
 
-/// The second highest value of a block of the rim, and how often the highest and the second occur in rows, columns and
-/// corners. All other values are at most `rest`.
+/// The means of one cell's weight of a block, which is taken from the highest level on.
 template <class Bytes>
-struct tRimTops {
-    Bytes second, rows[2], columns[2], corners[2], rest;
+class CMeans {
+    using tWords = tWordsOf<Bytes>;
+    using tFloats = typename tBlock<sizeof(Bytes)>::tFloats;
+
+  public:
+    KWINLINE CMeans() {
+        KWUNROLL
+        for (tFloats& left : m_left) left = tFloats{} + 1.0f;
+    }
+
+    /// Takes `weight(shift)` of a level for every fourth byte, or what is left. Gives all bits of the bytes where some
+    /// may be left, by a margin for another order of sums.
+    template <class Weight>
+    KWINLINE Bytes Take(const Bytes& level, Weight weight) {
+        tWords open{};
+        KWUNROLL
+        for (int c = 0; c < 4; ++c) {
+            const tFloats all = weight(8 * c), share = all < m_left[c] ? all : m_left[c];
+            open |= reinterpret_cast<tWords>(all < m_left[c] * 1.001f) & 0xFFu << 8 * c;
+            m_value[c] += share * Reals(level, 8 * c);
+            m_left[c] -= share;
+        }
+        return reinterpret_cast<Bytes>(open);
+    }
+
+    /// Takes what is left of the level `last`. Lanes that have a 1 in `rough` get a 1 in `doubts` where the result is
+    /// at most `near` from a whole number, others a 0.
+    KWINLINE Bytes Finish(const Bytes& last, const Bytes& rough, float near, Bytes& doubts) const {
+        tWords results{}, open{};
+        KWUNROLL
+        for (int c = 0; c < 4; ++c) {
+            const tFloats value = m_value[c] + m_left[c] * Reals(last, 8 * c);
+            const tFloats margin = Reals(rough, 8 * c) * near;
+            const tWords low = reinterpret_cast<tWords>(Wholes(value - margin));
+            results |= low << 8 * c;
+            open |= (low ^ reinterpret_cast<tWords>(Wholes(value + margin))) << 8 * c;
+        }
+        doubts = KwSmaller(reinterpret_cast<Bytes>(open), Bytes{} + 1);
+        return reinterpret_cast<Bytes>(results);
+    }
+
+  private:
+    tFloats m_value[4]{}, m_left[4];
 };
 
-/// `best` is the greatest of all pieces or above.
+/// What is left of a block of the rim, from its highest level down. A piece's third level may be anything below its
+/// second one, any number of times: a count of 255 says so, as it does where a byte counts no further.
 template <class Bytes>
-KWINLINE inline void FindRimTops(const tRim& rim, std::ptrdiff_t at, const Bytes& best, tRimTops<Bytes>& result) {
-    Bytes firsts[kPieces], next[kPieces], seconds[kPieces], after[kPieces];
-    KWUNROLL
-    for (int p = 0; p < kPieces; ++p) {
-        const std::uint8_t* from = rim.pieces[p] + at;
-        const Bytes value = KwLoad<Bytes>(from), isBest = Equal(value, best);
-        if (p == kTop || p == kBottom || p == kLeft || p == kRight) {
-            tTops<Bytes> tops;
-            LoadTops(from, p == kTop || p == kBottom ? rim.rowPlane : rim.columnPlane, tops);
-            firsts[p] = tops.count[0] & isBest;
-            next[p] = value == best ? tops.value[1] : value;
-            seconds[p] = value == best ? tops.count[1] : tops.count[0];
-            // Below the second of a piece there may be any value.
-            after[p] = tops.value[1] - (KwSmaller(tops.value[1], Bytes{} + 1) & isBest);
-        } else {
-            firsts[p] = isBest & 1;
-            next[p] = value & ~isBest;
-            seconds[p] = Bytes{} + 1;
-            after[p] = Bytes{};
+class CRimLevels {
+  public:
+    KWINLINE CRimLevels(const tRim& rim, std::ptrdiff_t at, std::uint8_t mostCounted) {
+        KWUNROLL
+        for (int i = 0; i < 4; ++i) {
+            auto& [value, count] = m_edges[i];
+            LoadTops(rim.pieces[kEdges[i]] + at, i < 2 ? rim.rowPlane : rim.columnPlane, m_edges[i]);
+            const Bytes whole =
+                Equal(KwSum(count[0], count[1]), i < 2 ? Bytes{} + rim.rowCells : Bytes{} + rim.columnCells);
+            m_rest[i] = KwRest(value[1], Bytes{} + 1) & ~whole;
+            for (Bytes& n : count) n = KwSmaller(n, Bytes{} + mostCounted);
+            m_corners[i] = KwLoad<Bytes>(rim.pieces[kCorners[i]] + at);
         }
     }
-    Bytes second{}, rest{};
-    KWUNROLL
-    for (int p = 0; p < kPieces; ++p) second = KwGreater(second, next[p]);
-    KWUNROLL
-    for (int p = 0; p < kPieces; ++p) {
-        rest = KwGreater(rest, next[p] == second ? after[p] : next[p]);
-        seconds[p] &= Equal(next[p], second);
+
+    KWINLINE Bytes Best(Bytes best) const {
+        KWUNROLL
+        for (int i = 0; i < 4; ++i) best = KwGreater(best, KwGreater(m_edges[i].value[0], m_corners[i]));
+        return best;
     }
-    const auto both = [](const Bytes(&n)[kPieces], int a, int b) KWINLINE { return KwSum(n[a], n[b]); };
-    const auto corners = [](const Bytes(&n)[kPieces])
-                             KWINLINE { return n[kTopLeft] + n[kTopRight] + n[kBottomLeft] + n[kBottomRight]; };
-    result = {second,
-              {both(firsts, kTop, kBottom), both(seconds, kTop, kBottom)},
-              {both(firsts, kLeft, kRight), both(seconds, kLeft, kRight)},
-              {corners(firsts), corners(seconds)},
-              rest};
+
+    /// Removes the level `best`, which none is above, and counts it in rows, columns and corners. Gives all bits where
+    /// that is more than can be told.
+    KWINLINE Bytes Remove(const Bytes& best, Bytes (&counts)[3]) {
+        counts[2] = Bytes{};
+        KWUNROLL
+        for (int i = 0; i < 4; ++i) {
+            auto& [value, count] = m_edges[i];
+            const Bytes isBest = Equal(value[0], best), found = count[0] & isBest;
+            counts[i / 2] = i % 2 == 0 ? found : KwSum(counts[i / 2], found);
+            count[0] = value[0] == best ? count[1] : count[0];
+            count[1] |= isBest;
+            const Bytes next = value[0] == best ? value[1] : value[0];
+            value[1] = value[0] == best ? m_rest[i] : value[1];
+            value[0] = next;
+            const Bytes isCorner = Equal(m_corners[i], best);
+            counts[2] -= isCorner;
+            m_corners[i] &= ~isCorner;
+        }
+        return Equal(KwGreater(counts[0], counts[1]), Bytes{} + 255);
+    }
+
+  private:
+    static constexpr int kEdges[] = {kTop, kBottom, kLeft, kRight};
+    static constexpr int kCorners[] = {kTopLeft, kTopRight, kBottomLeft, kBottomRight};
+    tTops<Bytes> m_edges[4];
+    Bytes m_rest[4]; ///< limits of the third levels
+    Bytes m_corners[4];
+};
+
+/// The same of the cells themselves, at most 254, from `ceiling` down, where there may be none.
+template <class Bytes>
+class CCellLevels {
+  public:
+    KWINLINE CCellLevels(const tRim& rim, std::ptrdiff_t at, const Bytes& full, const Bytes& ceiling)
+        : m_samples(rim.samples + at), m_best(ceiling) {
+        for (int p = 0; p < kPieces; ++p) {
+            m_pieces[m_count] = {rim.cells[p], p == kTop || p == kBottom ? 0 : p == kLeft || p == kRight ? 1 : 2};
+            m_count += Beats(KwSmaller(KwLoad<Bytes>(rim.pieces[p] + at), ceiling), full);
+        }
+    }
+
+    KWINLINE Bytes Best(const Bytes& best) const { return KwGreater(best, m_best); }
+
+    KWINLINE Bytes Remove(const Bytes& best, Bytes (&counts)[3]) {
+        const Bytes ceiling = KwRest(best, Bytes{} + 1);
+        Bytes next{};
+        counts[0] = counts[1] = counts[2] = Bytes{};
+        for (int i = 0; i < m_count; ++i) {
+            Bytes found{};
+            for (const tCell& cell : m_pieces[i].cells) {
+                const Bytes sample = KwLoad<Bytes>(m_samples + cell.offset);
+                found -= Equal(sample, best);
+                next = KwGreater(next, sample & Equal(KwSmaller(sample, ceiling), sample));
+            }
+            counts[m_pieces[i].kind] += found;
+        }
+        m_best = next;
+        return Bytes{};
+    }
+
+  private:
+    struct tPiece {
+        std::span<const tCell> cells;
+        int kind;
+    };
+    const std::uint8_t* m_samples;
+    tPiece m_pieces[kPieces + 1]; ///< one more for what has nothing to tell
+    int m_count = 0;
+    Bytes m_best;
+};
+
+/// Where a block stands on its way down the levels: all bits of lanes that have more than one level, that
+/// took a corner, and whose levels from `ceiling` down are not known, so that the rest is between that and `full`.
+template <class Bytes>
+struct tDescent {
+    Bytes mixed{}, cornered{}, lost{}, ceiling{};
+};
+
+/// Takes levels above `full` until a cell's weight is together.
+template <class Levels, class Bytes>
+KWINLINE inline void Descend(Levels& levels, const Bytes& full, const tRimWeights& weights, CMeans<Bytes>& means,
+                             tDescent<Bytes>& way) {
+    for (Bytes above = ~Bytes{};;) {
+        const Bytes best = levels.Best(full);
+        above &= ~Equal(best, full);
+        if (!Any(above)) return;
+        Bytes counts[3];
+        const Bytes lost = levels.Remove(best, counts) & above, taking = above & ~lost;
+        for (Bytes& count : counts) count &= taking;
+        above = taking & means.Take(best ^ weights.turn, [&](int shift) KWINLINE {
+            return Reals(counts[0], shift) * weights.row + Reals(counts[1], shift) * weights.column +
+                   Reals(counts[2], shift) * weights.corner;
+        });
+        way.mixed |= above | lost;
+        way.cornered |= ~Equal(counts[2], Bytes{});
+        way.lost |= lost;
+        way.ceiling |= best & lost;
+    }
 }
 
 /// Sets `bytes` of a row. Appends the lanes in doubt and gives their end.
@@ -281,20 +411,30 @@ KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fu
         tBytes best = full;
         KWUNROLL
         for (int p = 0; p < kPieces; ++p) best = KwGreater(best, KwLoad<tBytes>(rim.pieces[p] + i));
-        tBytes result = best ^ weights.turn;
+        tBytes result = full ^ weights.turn;
         if (Beats(best, full)) {
-            tRimTops<tBytes> tops;
-            FindRimTops(rim, i, best, tops);
-            const auto weight = [&](int n, int shift) KWINLINE {
-                return Reals(tops.rows[n], shift) * weights.row + Reals(tops.columns[n], shift) * weights.column +
-                       Reals(tops.corners[n], shift) * weights.corner;
-            };
-            const tBytes most =
-                KwGreater(KwGreater(tops.rows[0], tops.rows[1]), KwGreater(tops.columns[0], tops.columns[1]));
-            const tBytes cut = Equal(most, tBytes{} + 255); // a count that a byte does not hold
+            CMeans<tBytes> means;
+            tDescent<tBytes> way;
             tBytes doubts;
-            result = Weigh(tTwoValues<tBytes>{best, tops.second, tops.rest, cut, full}, weight, weights.near,
-                           weights.turn, doubts);
+            const auto finish = [&]() KWINLINE {
+                const tBytes mixed = way.mixed & ((way.cornered & weights.roughCorners) | weights.rough);
+                const tBytes rough = (way.lost | mixed) & 1;
+                result = means.Finish(full ^ weights.turn, rough, weights.near, doubts);
+                if (!Any(way.lost)) return;
+                tBytes more;
+                const tBytes most = full + ((way.ceiling - full) & way.lost);
+                const tBytes other = means.Finish(most ^ weights.turn, rough, weights.near, more);
+                doubts |= more | (~Equal(result, other) & 1);
+            };
+            CRimLevels<tBytes> tops(rim, i, weights.mostCounted);
+            Descend(tops, full, weights, means, way);
+            finish();
+            if (const tBytes again = way.lost & Equal(doubts, tBytes{} + 1); rim.hasFewCells && Any(again)) {
+                CCellLevels<tBytes> cells(rim, i, full, way.ceiling & again);
+                way.lost &= ~again;
+                Descend(cells, full, weights, means, way);
+                finish();
+            }
             for (std::ptrdiff_t word = 0; word < kBytes; word += 8) {
                 std::uint64_t bits;
                 std::memcpy(&bits, reinterpret_cast<const std::uint8_t*>(&doubts) + word, 8);
@@ -309,20 +449,21 @@ KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fu
     }
     return lanes;
 }
-constexpr CKwBodies kSettleRow(KwWidths<SettleRow<16>, SettleRow<32>, SettleRow<32>>);
+constexpr CKwBodies kSettleRow(KwWidths<SettleRow<16>, SettleRow<32>, SettleRow<64>>);
 
-/// Whether sums and products of these weights up to 1 are exact: whole multiples of 1 / 256, or of 1 / 65536 for a
-/// corner.
-bool AreExact(float row, float column) {
-    return row * 256.0f == std::floor(row * 256.0f) && column * 256.0f == std::floor(column * 256.0f);
+/// Whether sums of such weights up to 1, and somewhat above, are exact.
+bool IsExact(float weight) {
+    return weight * 0x1p23f == std::floor(weight * 0x1p23f);
 }
 
 class CRectangle {
   public:
     CRectangle(const tTurned& picture, const tRows& destination, const tAREATABLE& area)
         : m_picture(picture), m_destination(destination), m_fullX(area.FullColumns(0)),
-          m_fullY(area.FullRows()), m_weights{area.Weight(0, m_fullY), area.Weight(m_fullX, 0),
-                                              area.Weight(m_fullX, m_fullY), 0.0f, picture.turn},
+          m_fullY(area.FullRows()), m_weights{.row = area.Weight(0, m_fullY),
+                                              .column = area.Weight(m_fullX, 0),
+                                              .corner = area.Weight(m_fullX, m_fullY),
+                                              .turn = picture.turn},
           m_weighing(picture, area, TakeCells()), m_columns(picture, m_fullY, HasColumns()) {}
 
     void Run() {
@@ -362,12 +503,16 @@ class CRectangle {
         add(kBottomLeft, -m_fullX, m_fullY, m_weights.corner);
         add(kBottomRight, m_fullX, m_fullY, m_weights.corner);
         std::size_t count = 0;
-        float steps = 32.0f; // roundings on the way to a sum of 1, and of two values' mean here and there
+        float steps = 64.0f; // roundings on the way to a sum of 1, and of a dozen levels' mean here and there
         for (const auto& piece : m_cells) {
             count += piece.size();
             if (!piece.empty()) steps += std::min(static_cast<float>(piece.size()), 1.0f / piece[0].weight + 1.0f);
         }
-        if (!AreExact(m_weights.row, m_weights.column)) m_weights.near = 255.0f * 0x1p-24f * steps;
+        const auto isClosedBy127 = [](float weight) { return weight == 0.0f || weight * 127.0f > 1.001f; };
+        m_weights.mostCounted = isClosedBy127(m_weights.row) && isClosedBy127(m_weights.column) ? 127 : 255;
+        m_weights.near = 255.0f * 0x1p-24f * steps;
+        m_weights.rough = IsExact(m_weights.row) && IsExact(m_weights.column) ? 0 : 255;
+        m_weights.roughCorners = IsExact(m_weights.corner) ? 0 : 255;
         return count;
     }
 
@@ -382,7 +527,18 @@ class CRectangle {
 
     tRim RimAt(LONG y) const {
         const std::ptrdiff_t reach = std::ptrdiff_t{m_fullX} * 4;
-        tRim rim{{}, m_blockBytes, m_picture.stride};
+        const auto cells = [](LONG full) { return static_cast<std::uint8_t>(full < 128 ? 2 * full - 1 : 0); };
+        tRim rim{.rowPlane = m_blockBytes,
+                 .columnPlane = m_picture.stride,
+                 .samples = m_picture.Row(y),
+                 .rowCells = cells(m_fullX),
+                 .columnCells = cells(m_fullY)};
+        std::size_t count = 0;
+        for (int piece = 0; piece < kPieces; ++piece) {
+            rim.cells[piece] = CellsInside(m_cells[piece], y, m_picture.height);
+            count += rim.cells[piece].size();
+        }
+        rim.hasFewCells = count < 255;
         std::ranges::fill(rim.pieces, m_none.get());
         if (HasColumns()) {
             rim.pieces[kLeft] = m_column.get() + m_side - reach;
@@ -401,8 +557,6 @@ class CRectangle {
 
     void WeighRow(LONG y) {
         tRim rim = RimAt(y);
-        std::span<const tCell> inside[kPieces];
-        for (int piece = 0; piece < kPieces; ++piece) inside[piece] = CellsInside(m_cells[piece], y, m_picture.height);
         std::array<std::uint16_t, 4096> lanes;
         for (std::ptrdiff_t at = 0; at < m_rowBytes; at += std::ssize(lanes)) {
             std::uint8_t* const to = m_destination.Row<std::uint8_t>(y) + at;
@@ -414,11 +568,12 @@ class CRectangle {
                 tHit* hits = m_weighing.Hits();
                 for (int piece = 0; piece < kPieces; ++piece)
                     if (rim.pieces[piece][lane] > full[lane])
-                        hits = FindHits(m_picture.Row(y) + at + lane, full[lane], inside[piece], hits);
+                        hits = FindHits(rim.samples + lane, full[lane], rim.cells[piece], hits);
                 to[lane] = m_weighing.Value({m_weighing.Hits(), hits}, static_cast<LONG>((at + lane) / 4), y,
                                             static_cast<LONG>(lane & 3), full[lane]);
             }
             for (const std::uint8_t*& piece : rim.pieces) piece += bytes;
+            rim.samples += bytes;
         }
     }
 
@@ -430,7 +585,7 @@ class CRectangle {
     CWeighing m_weighing;
     CColumnMax m_columns;
     std::ptrdiff_t m_side = std::ptrdiff_t{m_picture.side} * 4, m_rowBytes = std::ptrdiff_t{m_picture.width} * 4;
-    std::ptrdiff_t m_blockBytes = WholeBlocks(m_rowBytes), m_scratchPlane = m_picture.stride + kBlockBytes;
+    std::ptrdiff_t m_blockBytes = WholeBlocks(m_rowBytes), m_scratchPlane = m_picture.stride + kWidestBytes;
     std::int64_t m_ringRows = std::min<std::int64_t>(2 * std::int64_t{m_fullY} + 1, m_picture.height);
     tMemory m_ring = UnsetBytes(HasRows() ? m_ringRows * 4 : 0, m_blockBytes); ///< tops of the rim's row at each pixel
     tMemory m_column = Bytes(4, m_picture.stride), m_scratch = Bytes(4, m_scratchPlane);

@@ -23,6 +23,9 @@
 
 namespace kw_min_max {
 
+/// Rows have room for as much behind them.
+inline constexpr std::ptrdiff_t kWidestBytes = sizeof(tWide);
+
 using tMemory = std::unique_ptr<std::uint8_t[]>;
 
 inline tMemory UnsetBytes(std::int64_t rows, std::int64_t rowBytes) {
@@ -47,18 +50,23 @@ KWINLINE inline void MaxRows(std::uint8_t* __restrict to, const std::uint8_t* a,
 }
 inline constexpr CKwBodies kMaxRows(KwClones<MaxRows>);
 
-/// True where any byte of `block` is above that of `full`.
+/// True where any bit is set.
 template <class Bytes>
-KWINLINE inline bool Beats(const Bytes& block, const Bytes& full) {
+KWINLINE inline bool Any(const Bytes& block) {
     using tQuads [[gnu::vector_size(16)]] = std::uint64_t;
-    const Bytes difference = KwGreater(block, full) ^ full;
     tQuads any{};
     for (std::size_t i = 0; i < sizeof(Bytes); i += 16) { // a vector's halves cost less than its words
         tQuads part;
-        std::memcpy(&part, reinterpret_cast<const std::uint8_t*>(&difference) + i, 16);
+        std::memcpy(&part, reinterpret_cast<const std::uint8_t*>(&block) + i, 16);
         any |= part;
     }
     return (any[0] | any[1]) != 0;
+}
+
+/// True where any byte of `block` is above that of `full`.
+template <class Bytes>
+KWINLINE inline bool Beats(const Bytes& block, const Bytes& full) {
+    return Any(KwGreater(block, full) ^ full);
 }
 
 /// All bits of the bytes that are equal. Some compilers take a comparison's result apart into single bytes when it
@@ -75,11 +83,17 @@ KWINLINE inline tBlock<16>::tFloats Floats(const tBlock<16>::tWholes& v) {
 KWINLINE inline tBlock<32>::tFloats Floats(const tBlock<32>::tWholes& v) {
     return __builtin_convertvector(v, tBlock<32>::tFloats);
 }
+KWINLINE inline tBlock<64>::tFloats Floats(const tBlock<64>::tWholes& v) {
+    return __builtin_convertvector(v, tBlock<64>::tFloats);
+}
 KWINLINE inline tBlock<16>::tWholes Wholes(const tBlock<16>::tFloats& v) {
     return __builtin_convertvector(v, tBlock<16>::tWholes);
 }
 KWINLINE inline tBlock<32>::tWholes Wholes(const tBlock<32>::tFloats& v) {
     return __builtin_convertvector(v, tBlock<32>::tWholes);
+}
+KWINLINE inline tBlock<64>::tWholes Wholes(const tBlock<64>::tFloats& v) {
+    return __builtin_convertvector(v, tBlock<64>::tWholes);
 }
 
 /// Every fourth byte from place `shift` / 8 on.
@@ -92,44 +106,6 @@ KWINLINE inline auto Reals(const Bytes& bytes, int shift) {
     return Floats(reinterpret_cast<typename tBlock<sizeof(Bytes)>::tWholes>(Words(bytes, shift)));
 }
 
-/// The two highest values of a block of the rim, `best` not below the greatest of the cells of full weight, a limit of
-/// all others, and where the weights of the two are not known.
-template <class Bytes>
-struct tTwoValues {
-    Bytes best, second, rest, unknown, full;
-};
-
-/// The means of one cell's weight from the top on, and in which bytes (1) they are in doubt. `weight(n, shift)` is that
-/// of a value for every fourth byte; a result at most `near` from a whole number is in doubt.
-template <class Bytes, class Weight>
-KWINLINE inline Bytes Weigh(const tTwoValues<Bytes>& values, Weight weight, float near, std::uint8_t turn,
-                            Bytes& doubts) {
-    using tWords = tWordsOf<Bytes>;
-    using tFloats = typename tBlock<sizeof(Bytes)>::tFloats;
-    const auto& [best, second, rest, unknown, full] = values;
-    const Bytes firsts = best ^ turn, fulls = full ^ turn;
-    // Values at or below the cells of full weight count as theirs.
-    const Bytes seconds = KwGreater(second, full) ^ turn, below = KwGreater(rest, full) - full;
-    const tFloats none{}, one = none + 1.0f;
-    tWords results{}, inDoubt{};
-    KWUNROLL
-    for (int shift = 0; shift < 32; shift += 8) {
-        const tFloats all = weight(0, shift), share = all < one ? all : one, left = one - share;
-        const tFloats next = weight(1, shift), nextShare = next < left ? next : left, last = left - nextShare;
-        const tFloats value =
-            share * Reals(firsts, shift) + nextShare * Reals(seconds, shift) + last * Reals(fulls, shift);
-        const tWords isMixed = reinterpret_cast<tWords>(all < one * 1.001f);
-        const tWords isOpen = reinterpret_cast<tWords>(last > none);
-        const tFloats margin = reinterpret_cast<tFloats>(isMixed & reinterpret_cast<tWords>(none + near));
-        const tWords low = reinterpret_cast<tWords>(Wholes(value - margin));
-        const tWords high = reinterpret_cast<tWords>(Wholes(value + margin));
-        results |= low << shift;
-        inDoubt |= ((low ^ high) | (Words(unknown, shift) & isMixed) | (Words(below, shift) & isOpen)) << shift;
-    }
-    doubts = KwSmaller(reinterpret_cast<Bytes>(inDoubt) & ~Equal(best, full), Bytes{} + 1);
-    return best == full ? fulls : reinterpret_cast<Bytes>(results);
-}
-
 /// The picture, turned, with as many zeros to each side as the area reaches, and a block more behind.
 struct tTurned {
     LONG width, height, side;
@@ -139,14 +115,14 @@ struct tTurned {
 
     tTurned(const tRows& source, LONG sidePixels, std::uint8_t turnBits)
         : width(source.width), height(source.height), side(sidePixels),
-          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kBlockBytes),
+          stride((std::ptrdiff_t{width} + 2 * std::ptrdiff_t{side}) * 4 + kWidestBytes),
           memory(UnsetBytes(height, stride)), turn(turnBits) {
         const std::ptrdiff_t before = std::ptrdiff_t{side} * 4, bytes = std::ptrdiff_t{width} * 4;
         for (LONG y = 0; y < height; ++y) {
             std::uint8_t* row = memory.get() + y * stride;
             std::memset(row, 0, static_cast<std::size_t>(before));
             kTurnRow(row + before, source.Row<std::uint8_t>(y), bytes, turn);
-            std::memset(row + before + bytes, 0, static_cast<std::size_t>(before + kBlockBytes));
+            std::memset(row + before + bytes, 0, static_cast<std::size_t>(before + kWidestBytes));
         }
     }
     const std::uint8_t* Row(LONG y) const { return memory.get() + y * stride + std::ptrdiff_t{side} * 4; }
@@ -189,25 +165,18 @@ class CWeighing {
             value += (sum + weight > 1.0f ? 1.0f - sum : weight) * static_cast<float>(bin ^ m_picture.turn);
             sum += weight;
         };
-        LONG best = 0;
-        for (const tHit& hit : hits) best = std::max<LONG>(best, hit.sample);
-        if (hits.size() <= 8) {
-            while (best > full && sum < 1.0f) {
-                float weight = 0.0f;
-                LONG next = full;
-                for (const tHit& hit : hits) {
-                    if (hit.sample == best) weight += hit.weight;
-                    if (hit.sample < best) next = std::max<LONG>(next, hit.sample);
-                }
-                take(best, weight);
-                best = next;
-            }
-        } else {
-            for (const tHit& hit : hits) m_bins[hit.sample] += hit.weight;
-            for (LONG bin = best; bin > full && sum < 1.0f; --bin)
-                if (const float weight = m_bins[static_cast<std::size_t>(bin)]; weight > 0.0f) take(bin, weight);
-            for (const tHit& hit : hits) m_bins[hit.sample] = 0.0f;
+        std::array<std::uint64_t, 4> levels{}; // a bit for each that occurs
+        for (const tHit& hit : hits) {
+            m_bins[hit.sample] += hit.weight;
+            levels[hit.sample / 64] |= std::uint64_t{1} << hit.sample % 64;
         }
+        for (std::size_t i = 4; i-- > 0;)
+            for (std::uint64_t& bits = levels[i]; bits != 0;) {
+                const auto bit = static_cast<std::size_t>(std::bit_width(bits)) - 1, bin = i * 64 + bit;
+                if (sum < 1.0f) take(static_cast<LONG>(bin), m_bins[bin]);
+                m_bins[bin] = 0.0f;
+                bits ^= std::uint64_t{1} << bit;
+            }
         // Where rounding loses the sum so far, it shows whether the bin of full cells weighs more than 1.
         if (sum < 1.0f) take(full, sum + 1.0f > 1.0f || IsSingle(x, y, channel, full) ? 1.0f : 2.0f);
         return static_cast<std::uint8_t>(KwTrunc(KwClamp(value, 0.0f, 255.0f)));

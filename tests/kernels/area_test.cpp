@@ -60,19 +60,36 @@ TEST(AreaFilters, WeighWholeEdgesLikeTheDirectCount) {
             }
 }
 
-// More equal samples on the rim than a byte counts, on one side and on both.
+// More equal samples on the rim than a byte counts, on one side and on both, and levels above and below them.
 TEST(AreaFilters, CountLongRims) {
     CTestPicture high(9, 300, 4), wide(300, 9, 4);
     for (LONG i = 0; i < 300; ++i)
         for (LONG j = 0; j < 9; ++j)
-            high.Pixel8(j, i) =
-                wide.Pixel8(i, j) = {static_cast<std::uint8_t>(j * 28), static_cast<std::uint8_t>(std::abs(j - 4) * 28),
-                                     static_cast<std::uint8_t>(j * 2 + (i == 150)), 255};
+            high.Pixel8(j, i) = wide.Pixel8(i, j) = {static_cast<std::uint8_t>(j * 28 + (i < 128) + (i < 256)),
+                                                     static_cast<std::uint8_t>(std::abs(j - 4) * 28),
+                                                     static_cast<std::uint8_t>(j * 28 + (i < 100) + (i < 147)), 255};
     for (const float r : {2.001f, 2.004f, 2.5f})
         for (const tAreaFilter& filter : {kMin, kMax}) {
             ExpectPlainBytes(filter, high, r, 200.3f, false);
             ExpectPlainBytes(filter, wide, 200.3f, r, false);
         }
+}
+
+// Weights so small that many levels count, of few cells and of many, with ties and without.
+TEST(AreaFilters, TakeLevelAfterLevel) {
+    CTestPicture noise(70, 24, 4), wide(150, 9, 4);
+    noise.Fill(8);
+    wide.Fill(9);
+    for (LONG y = 0; y < 24; ++y)
+        for (LONG x = 0; x < 70; ++x)
+            noise.Pixel8(x, y).g = static_cast<std::uint8_t>(x * 3 + noise.Pixel8(x, y).g % 8);
+    for (const tAreaFilter& filter : {kMin, kMax}) {
+        for (const float r : {0.25f, 1.1f, 1.3f, 2.2f, 3.4f, 4.1f})
+            for (const float other : {r, 0.2f, 2.05f, 1.0000001f}) // the last leaves corners that sums lose
+                ExpectPlainBytes(filter, noise, r, other, false);
+        ExpectPlainBytes(filter, wide, 66.1f, 1.2f, false);
+        ExpectPlainBytes(filter, wide, 60.02f, 1.05f, false);
+    }
 }
 
 // Sums of a whole edge that come to 1, just above it or just below: a result of its level, or of one less.
