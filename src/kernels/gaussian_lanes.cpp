@@ -207,7 +207,7 @@ KWINLINE inline bool Stretch(const float* x, std::ptrdiff_t step, std::ptrdiff_t
 /// Walks along the lines of `kVectors` vectors of `count` positions, `step` values apart; `x` holds the first one's.
 /// Gives each position's results to `give(i, j, results)`, positions counted along the walk, where later ones replace
 /// earlier ones, and calls `given(from, to)` when those of `kStretch` positions will not change any more; the first
-/// such call may have from 1 to `kStretch` + 7. Once values and results have stopped changing, results stay until a
+/// such call may have from 1 to `kStretch` + 4. Once values and results have stopped changing, results stay until a
 /// value changes: mattes are mostly so.
 template <bool Causal, class Vector, int kVectors, class Give, class Given>
 KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t count, const tTaps& taps, Give give,
