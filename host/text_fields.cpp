@@ -161,7 +161,8 @@ bool storeFont(const tFieldInfo& field, std::span<std::byte> record, std::string
         else if (!sameName(word, "Regular"))
             break;
     }
-    if (text.empty() || text.size() >= sizeof font.lfFaceName) return false;
+    // The name ends with a zero in records.
+    if (text.empty() || text.size() >= sizeof font.lfFaceName || text.find('\0') != text.npos) return false;
     std::memset(font.lfFaceName, 0, sizeof font.lfFaceName);
     std::memcpy(font.lfFaceName, text.data(), text.size());
     std::memcpy(record.data() + field.offset, &font, sizeof font);

@@ -10,6 +10,7 @@
 #include "host/module.h"
 #include "host/names.h"
 #include "host/plug_in.h"
+#include "platform/font.h"
 
 namespace larkmoor {
 namespace {
@@ -25,6 +26,7 @@ struct Record {
     float color[4]; // blue, green, red, alpha
     double center[2];
     float tint[3]; // hue, saturation, lightness
+    tLOGFONT font;
 };
 
 constexpr tFieldChoice kShapes[] = {{"Circle", 0}, {"Long Box", 1}, {"-", 2}, {"Star", 7}};
@@ -39,7 +41,14 @@ EffectInfo info() {
                    KwChoice(KWMEMBER(Record, shape), "", "", kShapes),
                    KwColor(KWMEMBER(Record, color), KWTYPE_FLOAT, "bgra", "", ""),
                    KwPoint(KWMEMBER(Record, center), {"", "", 0, 1, 0.01}),
-                   KwColor(KWMEMBER(Record, tint), KWTYPE_FLOAT, "hsl", "", "")};
+                   KwColor(KWMEMBER(Record, tint), KWTYPE_FLOAT, "hsl", "", ""),
+                   {.name = "font",
+                    .label = "",
+                    .components = "",
+                    .kind = KWFIELD_FONT,
+                    .type = KWTYPE_BYTES,
+                    .offset = offsetof(Record, font),
+                    .count = sizeof(tLOGFONT)}};
     made.presets = {{"Reset to None", {}}, {"Very-Soft", {}}, {"3", {}}};
     return made;
 }
@@ -76,6 +85,9 @@ TEST(HostFields, TextGoesInAndOut) {
         {"color", "0.25,0.5,2,0", "0.25,0.5,2,0"},
         {"center", "0.5,-0.25", "0.5,-0.25"},
         {"tint", "0.1,0.2,0.3", "0.1,0.2,0.3"},
+        {"font", " Liberation  Sans oblique bold 20 ", "Liberation  Sans Bold Italic 20"},
+        {"font", "Bold -4096", "Bold -4096"},
+        {"font", "Arial 3", "Arial 3 0"},
     };
     const EffectInfo effect = info();
     for (const auto& row : rows) {
@@ -90,8 +102,11 @@ TEST(HostFields, TextGoesInAndOut) {
 }
 
 TEST(HostFields, JunkIsRefusedWithWhatIsTakenAndChangesNothing) {
+    using namespace std::string_view_literals;
     const struct {
-        const char *field, *given, *taken;
+        const char* field;
+        std::string_view given;
+        const char* taken;
     } rows[] = {
         {"size", "abc", "the field \"size\" takes a number from 0 to 100 pixels, not \"abc\""},
         {"size", "", "not \"\""},
@@ -117,6 +132,10 @@ TEST(HostFields, JunkIsRefusedWithWhatIsTakenAndChangesNothing) {
         {"center", "1", "a point as x,y"},
         {"center", "1,", "a point as x,y"},
         {"tint", "#FF8000", "numbers from 0 to 1 as h,s,l"},
+        {"font", " 20 ", "a font as family, style and pixels"},
+        {"font", "Arial 4097", "a font"},
+        {"font", "A name of thirty-two characters.", "a font"},
+        {"font", "Arial  \0 04"sv, "a font"},
     };
     const EffectInfo effect = info();
     for (const auto& row : rows) {
