@@ -126,13 +126,17 @@ KW_VBMI void LutPermute8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t 
                          head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(d) % 64);
     std::ptrdiff_t step = head % 4 == 0 && head > 0 ? head : 64;
     for (std::ptrdiff_t at = 0; at < bytes; at += step, step = 64) {
-        const __mmask64 valid = ~__mmask64{0} >> (64 - std::min(step, bytes - at));
-        const __m512i in = _mm512_maskz_loadu_epi8(valid, s + at);
+        const std::ptrdiff_t now = std::min(step, bytes - at);
+        const __mmask64 valid = ~__mmask64{0} >> (64 - now);
+        const __m512i in = now == 64 ? _mm512_loadu_si512(s + at) : _mm512_maskz_loadu_epi8(valid, s + at);
         __m512i out = _mm512_mask_blend_epi8(_mm512_movepi8_mask(in), _mm512_permutex2var_epi8(parts[0], in, parts[1]),
                                              _mm512_permutex2var_epi8(parts[2], in, parts[3]));
         out = _mm512_mask_mov_epi8(out, keep, in);
         out = _mm512_mask_min_epu8(out, limited, out, _mm512_shuffle_epi8(out, alphas));
-        _mm512_mask_storeu_epi8(d + at, valid, out);
+        if (now == 64) // on some processors a store by mask costs more than all the rest
+            _mm512_storeu_si512(d + at, out);
+        else
+            _mm512_mask_storeu_epi8(d + at, valid, out);
     }
 }
 
