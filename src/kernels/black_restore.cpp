@@ -10,8 +10,9 @@ KWINLINE inline void BlackRow8(tAnyWord* d, const tAnyWord* s, std::ptrdiff_t co
     KWNODEPENDENCE
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t w = s[i];
-        const std::uint32_t top = std::max({w & 255, w >> 8 & 255, w >> 16 & 255});
-        d[i] = static_cast<std::int32_t>(top) <= threshold ? w & 0xFF000000 : w;
+        const auto level = [=](int shift) KWINLINE { return static_cast<std::int32_t>(w >> shift & 255); };
+        const std::int32_t top = std::max(std::max(level(0), level(8)), level(16)); // of a list no vectors are made
+        d[i] = w & (top <= threshold ? 0xFF000000 : ~0u);
     }
 }
 constexpr CKwBodies kBlackRow8(KwClones<BlackRow8>);
