@@ -7,7 +7,7 @@
 #include "row.h"
 
 #ifdef LARKMOOR_BENCH_OPENCV
-#include <opencv2/imgproc.hpp>
+#include "opencv_row.h"
 #endif
 
 namespace {
@@ -63,44 +63,26 @@ void GaussianBySize(benchmark::State& state) {
 BENCHMARK(GaussianBySize)->Arg(480)->Arg(960)->Arg(1920)->Arg(3840)->Unit(benchmark::kMillisecond);
 
 #ifdef LARKMOOR_BENCH_OPENCV
-cv::Mat MatOf(CBenchPicture& picture) {
-    return cv::Mat(kBenchHeight, kBenchWidth, CV_8UC4, picture.Data());
-}
-
-template <class Work>
-void AddPeer(const std::string& name, Work work) {
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [work](benchmark::State& state) {
-                                     cv::setNumThreads(1);
-                                     RunBenchRow(state, 4, [&](CBenchPicture& d, CBenchPicture& s) {
-                                         cv::Mat to = MatOf(d);
-                                         work(to, MatOf(s));
-                                     });
-                                 })
-        ->UseManualTime()
-        ->Unit(benchmark::kMillisecond);
-}
-
 void AddPeers() {
     for (const double radius : {1.0, 5.0, 52.0}) {
         const double sigma = KwGaussianSigma(radius);
-        AddPeer("OpenCV/GaussianBlur/radius:" + std::to_string(static_cast<int>(radius)),
-                [=](cv::Mat& d, const cv::Mat& s) { cv::GaussianBlur(s, d, {}, sigma); });
+        RegisterOpenCvRow("GaussianBlur/radius:" + std::to_string(static_cast<int>(radius)),
+                          [=](cv::Mat& d, const cv::Mat& s) { cv::GaussianBlur(s, d, {}, sigma); });
     }
-    AddPeer("OpenCV/GaussianBlur3x3/mix", [](cv::Mat& d, const cv::Mat& s) {
+    RegisterOpenCvRow("GaussianBlur3x3/mix", [](cv::Mat& d, const cv::Mat& s) {
         cv::GaussianBlur(s, d, {3, 3}, 0.85);
         cv::addWeighted(d, 0.6, s, 0.4, 0.0, d);
     });
     const cv::Mat sharpen = (cv::Mat_<float>(3, 3) << -1, -2, -1, -2, 21, -2, -1, -2, -1) / 9.0f;
-    AddPeer("OpenCV/filter2D3x3", [sharpen](cv::Mat& d, const cv::Mat& s) { cv::filter2D(s, d, -1, sharpen); });
+    RegisterOpenCvRow("filter2D3x3", [sharpen](cv::Mat& d, const cv::Mat& s) { cv::filter2D(s, d, -1, sharpen); });
     for (const double kept : {0.5, 0.88})
-        AddPeer("OpenCV/resizeTwice/percent:" + std::to_string(static_cast<int>(kept * 100)),
-                [=](cv::Mat& d, const cv::Mat& s) {
-                    cv::Mat cells;
-                    cv::resize(s, cells, {}, kept * 0.5, kept * 0.5, cv::INTER_AREA);
-                    cv::resize(cells, d, s.size(), 0, 0, cv::INTER_NEAREST);
-                });
-    AddPeer("OpenCV/remap/waves:5", [](cv::Mat& d, const cv::Mat& s) {
+        RegisterOpenCvRow("resizeTwice/percent:" + std::to_string(static_cast<int>(kept * 100)),
+                          [=](cv::Mat& d, const cv::Mat& s) {
+                              cv::Mat cells;
+                              cv::resize(s, cells, {}, kept * 0.5, kept * 0.5, cv::INTER_AREA);
+                              cv::resize(cells, d, s.size(), 0, 0, cv::INTER_NEAREST);
+                          });
+    RegisterOpenCvRow("remap/waves:5", [](cv::Mat& d, const cv::Mat& s) {
         cv::Mat x(s.size(), CV_32F), y(s.size(), CV_32F);
         std::vector<float> down(static_cast<std::size_t>(s.cols));
         for (int i = 0; i < s.cols; ++i) down[static_cast<std::size_t>(i)] = 54.0f * std::sin(i * 15.7f / s.cols);

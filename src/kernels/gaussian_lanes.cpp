@@ -35,10 +35,8 @@ struct tTwo {
     using tLongs [[gnu::vector_size(16)]] = std::int64_t;
     using tFloats [[gnu::vector_size(8)]] = float;
     using tRealPair [[gnu::vector_size(32)]] = double;
-    using tLongPair [[gnu::vector_size(32)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(16)]] = float;
-    using tWholePair [[gnu::vector_size(16)]] = std::int32_t;
-    using tRow = tWholePair;
+    using tRow [[gnu::vector_size(16)]] = std::int32_t;
     using tRowFloats = tFloatPair;
 };
 struct tFour {
@@ -47,10 +45,8 @@ struct tFour {
     using tLongs [[gnu::vector_size(32)]] = std::int64_t;
     using tFloats [[gnu::vector_size(16)]] = float;
     using tRealPair [[gnu::vector_size(64)]] = double;
-    using tLongPair [[gnu::vector_size(64)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(32)]] = float;
-    using tWholePair [[gnu::vector_size(32)]] = std::int32_t;
-    using tRow = tWholePair;
+    using tRow [[gnu::vector_size(32)]] = std::int32_t;
     using tRowFloats = tFloatPair;
 };
 struct tEight {
@@ -59,9 +55,7 @@ struct tEight {
     using tLongs [[gnu::vector_size(64)]] = std::int64_t;
     using tFloats [[gnu::vector_size(32)]] = float;
     using tRealPair [[gnu::vector_size(128)]] = double;
-    using tLongPair [[gnu::vector_size(128)]] = std::int64_t;
     using tFloatPair [[gnu::vector_size(64)]] = float;
-    using tWholePair [[gnu::vector_size(64)]] = std::int32_t;
     using tRow [[gnu::vector_size(32)]] = std::int32_t;
     using tRowFloats = tFloats;
 };
@@ -364,8 +358,6 @@ template <int kChannels, class Vector>
 KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t blockSize) {
     using tHere = tLanes<kChannels>;
     constexpr int kLanes = tHere::kLanes;
-    const auto place = [=](std::ptrdiff_t position)
-                           KWINLINE { return out + position / tHere::kLines * blockSize + position % tHere::kLines; };
     alignas(64) float waiting[kWaiting * kLanes]{};
     float* const sums = waiting;
     WalkBack<kLanes, Vector>(
@@ -382,14 +374,16 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
         },
         [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE {
             using tRow = typename Vector::tRow;
-            for (; from < to; from += kGroup)
+            for (; from < to; from += kGroup) {
+                float* const at = out + from / tHere::kLines * blockSize + from % tHere::kLines;
                 for (int lane = 0; lane < kLanes; lane += kGroup) {
                     const float* const group = sums + Slot(from) * kLanes + lane;
-                    float* const turned = place(from) + (kChannels == 1 ? lane * kLanes : lane);
+                    float* const turned = at + (kChannels == 1 ? lane * kLanes : lane);
                     Turn<tRow>([=](int p, int r) KWINLINE { return Load<tRow>(group + p * kLanes + r); },
                                [=](int r, int p, const tRow& values)
                                    KWINLINE { Store(turned + r * kLanes + p, values); });
                 }
+            }
         });
 }
 
