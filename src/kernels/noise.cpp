@@ -229,15 +229,38 @@ KWINLINE inline void SpreadGrey(std::uint32_t* plus, std::uint32_t* minus, const
 }
 constexpr CKwBodies kSpreadGrey(KwClones<SpreadGrey>);
 
-KWINLINE inline void SpreadColor(std::uint32_t* plus, std::uint32_t* minus, const std::int32_t* noise,
-                                 std::ptrdiff_t count) {
+// Compilers take values that stand three to a pixel one by one. So they become bytes first, and those are shuffled.
+
+KWINLINE inline void SplitNoise(std::uint8_t* __restrict plus, std::uint8_t* __restrict minus,
+                                const std::int32_t* noise, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::int32_t r = noise[i * 3], g = noise[i * 3 + 1], b = noise[i * 3 + 2];
-        plus[i] = Byte(r) << 16 | Byte(g) << 8 | Byte(b);
-        minus[i] = Byte(-std::max(r, -255)) << 16 | Byte(-std::max(g, -255)) << 8 | Byte(-std::max(b, -255));
+        plus[i] = static_cast<std::uint8_t>(Byte(noise[i]));
+        minus[i] = static_cast<std::uint8_t>(Byte(-std::max(noise[i], -255)));
     }
 }
-constexpr CKwBodies kSpreadColor(KwClones<SpreadColor>);
+constexpr CKwBodies kSplitNoise(KwClones<SplitNoise>);
+
+KWINLINE inline void TakeLowBytes(std::uint8_t* __restrict bytes, const std::uint32_t* words, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) bytes[i] = static_cast<std::uint8_t>(words[i]);
+}
+constexpr CKwBodies kTakeLowBytes(KwClones<TakeLowBytes>);
+
+/// Three bytes to a word, whose alpha gets 0. May read 16 bytes and write 3 words beyond the last.
+template <class Bytes>
+KWINLINE inline void SpreadColor(std::uint32_t* words, const std::uint8_t* bytes, std::ptrdiff_t count) {
+    if constexpr (sizeof(Bytes) == sizeof(tNarrow)) { // without a shuffle of bytes
+        for (std::ptrdiff_t i = 0; i < count; ++i, bytes += 3)
+            words[i] = std::uint32_t{bytes[0]} << 16 | std::uint32_t{bytes[1]} << 8 | bytes[2];
+    } else {
+        for (std::ptrdiff_t i = 0; i < count; i += 4, bytes += 12) {
+            const auto colors = KwLoad<tNarrow>(bytes);
+            const tNarrow pixels =
+                __builtin_shufflevector(colors, tNarrow{}, 2, 1, 0, 16, 5, 4, 3, 16, 8, 7, 6, 16, 11, 10, 9, 16);
+            std::memcpy(words + i, &pixels, sizeof pixels);
+        }
+    }
+}
+constexpr CKwBodies kSpreadColor(KwWidths<SpreadColor<tNarrow>, SpreadColor<tMiddle>, SpreadColor<tWide>>);
 
 /// `plus` and `minus` reach 16 pixels beyond the last.
 void AddPlain8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* plus, const std::uint32_t* minus,
@@ -258,6 +281,25 @@ KWINLINE inline void AddWide8(std::uint8_t* d, const std::uint8_t* s, const std:
     });
 }
 constexpr CKwBodies kAddRow8(AddPlain8, KwWidths<AddWide8<tNarrow>, AddWide8<tMiddle>, AddWide8<tWide>>);
+
+/// The greatest level at which a value moves by no more than its distance from the middle.
+constexpr std::int32_t kFullLevel = 16384;
+
+/// Uniform noise at a level from 0 to `kFullLevel`, by the bytes that it is made of; those reach 16 pixels beyond the
+/// last.
+template <class Bytes>
+KWINLINE inline void AddUniform8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* drawn,
+                                 std::ptrdiff_t count, std::int32_t level) {
+    const tShare<14> share(level);
+    const Bytes middle = KwPixels<Bytes>(0x007F7F7F);
+    KwForBlocks<Bytes>(d, count * 4, s, [&](std::ptrdiff_t at, const Bytes& pixels) KWINLINE {
+        const Bytes values = KwLoad<Bytes>(reinterpret_cast<const std::uint8_t*>(drawn) + at);
+        const Bytes up = KwRest(values, middle), down = KwRest(middle, values);
+        const Bytes step = KwByHalves(up | down, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); });
+        return KwSmaller(KwRest(KwSum(pixels, KwSmaller(step, up)), KwSmaller(step, down)), KwAlphas(pixels));
+    });
+}
+constexpr CKwBodies kAddUniform8(KwWidths<AddUniform8<tNarrow>, AddUniform8<tMiddle>, AddUniform8<tWide>>);
 
 void AddRowFloat(tAnyFloat* d, const tAnyFloat* s, const double* noise, std::ptrdiff_t count, std::ptrdiff_t step) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4, noise += step == 0 ? 1 : 3) {
@@ -286,19 +328,33 @@ HRESULT KwDibNoise(const tView& destination, const tView& source, const tNOISEPR
     if (const HRESULT status = KwDibResolvePair(destination, source, 4, d, s); FAILED(status)) return status;
     const bool grey = record.monochromatic == 1;
     const std::int32_t level = KwTrunc(record.level * 16384.0);
-    alignas(kBlockBytes) std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{};
+    const bool inBytes = KwLevel() != eKwLevel::Plain && !grey && level >= 0 && level <= kFullLevel;
+    alignas(kBlockBytes) std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{}, random[kBlock * 3];
+    alignas(kBlockBytes) std::uint8_t bytes[2][kBlock * 3 + 16]{};
     alignas(kBlockBytes) std::int32_t noise[kBlock * 3];
     WalkBlocks(d, [&](LONG y, std::ptrdiff_t x, std::ptrdiff_t count) {
         const std::ptrdiff_t values = grey ? count : count * 3;
+        auto* const to = d.Row<std::uint8_t>(y) + x * 4;
+        const auto* const from = s.Row<std::uint8_t>(y) + x * 4;
         if (record.gaussian == 1) {
             GaussianNoise8(noise, generator, values, record.level);
         } else {
-            alignas(kBlockBytes) std::uint32_t random[kBlock * 3];
             generator.Fill(random, values);
+            if (inBytes) {
+                kTakeLowBytes(bytes[0], random, values);
+                kSpreadColor(plus, bytes[0], count);
+                return kAddUniform8(to, from, plus, count, level);
+            }
             kUniformNoise8(noise, random, values, level);
         }
-        (grey ? kSpreadGrey.Now() : kSpreadColor.Now())(plus, minus, noise, count);
-        kAddRow8(d.Row<std::uint8_t>(y) + x * 4, s.Row<std::uint8_t>(y) + x * 4, plus, minus, count);
+        if (grey) {
+            kSpreadGrey(plus, minus, noise, count);
+        } else {
+            kSplitNoise(bytes[0], bytes[1], noise, values);
+            kSpreadColor(plus, bytes[0], count);
+            kSpreadColor(minus, bytes[1], count);
+        }
+        kAddRow8(to, from, plus, minus, count);
     });
     return S_OK;
 }
