@@ -33,7 +33,8 @@ void MeanPlain8(tAnyWord* p, std::ptrdiff_t count) {
 template <class Bytes>
 KWINLINE inline void MeanRow8(tAnyWord* p, std::ptrdiff_t count) {
     auto* const bytes = reinterpret_cast<std::uint8_t*>(p);
-    KwForBlocks<Bytes>(bytes, count * 4, bytes, [](const Bytes& pixels) KWINLINE { return KwGreys(pixels); });
+    KwForBlocks<Bytes>(bytes, count * 4, bytes,
+                       [](const Bytes& pixels) KWINLINE { return KwWithAlpha(KwGreys(pixels), pixels); });
 }
 constexpr CKwBodies kMeanRow8(MeanPlain8, KwWidths<MeanRow8<tNarrow>, MeanRow8<tMiddle>, MeanRow8<tWide>>);
 
@@ -48,7 +49,8 @@ void BlackAndWhitePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t 
 template <class Bytes>
 KWINLINE inline void BlackAndWhiteWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count,
                                         std::uint8_t back) {
-    const auto amount = KwAmountOfAll<Bytes>(back);
+    auto amount = KwAmounts<Bytes>(back * 0x010101u);
+    amount.odd |= reinterpret_cast<tHalvesOf<Bytes>>(KwRepeated<Bytes>(0x01000000)); // all of the source's alpha
     KwForBlocks<Bytes>(d, count * 4, s,
                        [&](const Bytes& pixels) KWINLINE { return KwBlended(KwGreys(pixels), pixels, amount); });
 }
