@@ -8,6 +8,7 @@
 #include "base/bodies.h"
 #include "base/functions.h"
 #include "kernels/mix_row.h"
+#include "kernels/row.h"
 #include "kernels/sample.h"
 #include "kernels/unaligned.h"
 
@@ -67,6 +68,41 @@ void WavePlain8(tAnyWord* d, const tSource& source, const double* shift, double 
     WavePlain<tForm8>(reinterpret_cast<std::uint8_t*>(d), source, shift, y, x, count);
 }
 
+#if defined(__SSE2__)
+/// Two neighbours in a row, for four pixels: their weights, and their bytes by turns.
+struct tRowPair {
+    __m128i weights, low, high;
+
+    KWINLINE tRowPair(const __m128i& row, const __m128i& leftShare, const __m128i& rightShare, const __m128i& left,
+                      const __m128i& right)
+        : weights(_mm_or_si128(_mm_srli_epi32(_mm_madd_epi16(row, leftShare), 14),
+                               _mm_slli_epi32(_mm_srli_epi32(_mm_madd_epi16(row, rightShare), 14), 16))),
+          low(_mm_unpacklo_epi8(left, right)), high(_mm_unpackhi_epi8(left, right)) {}
+
+    /// The weighted sums of a pixel's channels.
+    template <int kPixel>
+    KWINLINE __m128i Sums() const {
+        const __m128i zero = _mm_setzero_si128(), bytes = kPixel < 2 ? low : high;
+        return _mm_madd_epi16(kPixel % 2 ? _mm_unpackhi_epi8(bytes, zero) : _mm_unpacklo_epi8(bytes, zero),
+                              _mm_shuffle_epi32(weights, kPixel * 0x55));
+    }
+};
+
+/// Four pixels at `x` and `y`. SSE2 has no product of 32 bits, but adds two of 16: all factors fit.
+KWINLINE inline __m128i SampleFour(const __m128i& x, const __m128i& y, const __m128i& p00, const __m128i& p10,
+                                   const __m128i& p01, const __m128i& p11) {
+    const __m128i one = _mm_set1_epi32(kOne), fraction = _mm_set1_epi32(kOne - 1);
+    const __m128i fx = _mm_and_si128(x, fraction), fy = _mm_and_si128(y, fraction), restX = _mm_sub_epi32(one, fx);
+    const tRowPair upper(_mm_sub_epi32(one, fy), restX, fx, p00, p10), lower(fy, restX, fx, p01, p11);
+    const auto levels = [](const __m128i& a, const __m128i& b)
+                            KWINLINE { return _mm_srli_epi32(_mm_add_epi32(a, b), 14); };
+    return _mm_packus_epi16(
+        _mm_packs_epi32(levels(upper.Sums<0>(), lower.Sums<0>()), levels(upper.Sums<1>(), lower.Sums<1>())),
+        _mm_packs_epi32(levels(upper.Sums<2>(), lower.Sums<2>()), levels(upper.Sums<3>(), lower.Sums<3>())));
+}
+#endif
+
+template <class Bytes>
 KWINLINE inline void WaveRow8(tAnyWord* d, const tSource& source, const double* shift, double y, std::uint32_t x,
                               std::ptrdiff_t count) {
     tPositions at;
@@ -79,8 +115,18 @@ KWINLINE inline void WaveRow8(tAnyWord* d, const tSource& source, const double* 
         std::memcpy(&p01[i], p + source.nextRow, 4);
         std::memcpy(&p11[i], p + source.nextRow + source.nextColumn, 4);
     }
+    std::ptrdiff_t done = 0;
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>) {
+        const auto load = [&done](const auto* from)
+                              KWINLINE { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done)); };
+        for (; count - done >= 4; done += 4)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + done),
+                             SampleFour(load(at.x), load(at.y), load(p00), load(p10), load(p01), load(p11)));
+    }
+#endif
     KWNODEPENDENCE
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
+    for (std::ptrdiff_t i = done; i < count; ++i) {
         const tBilinear8 sample(at.x[i] & (kOne - 1), at.y[i] & (kOne - 1));
         std::uint32_t out = 0;
         for (int c = 0; c < 32; c += 8)
@@ -90,7 +136,7 @@ KWINLINE inline void WaveRow8(tAnyWord* d, const tSource& source, const double* 
         d[i] = out;
     }
 }
-constexpr CKwBodies kWaveRow8(WavePlain8, KwClones<WaveRow8>);
+constexpr CKwBodies kWaveRow8(WavePlain8, KwWidths<WaveRow8<tNarrow>, WaveRow8<tMiddle>, WaveRow8<tWide>>);
 
 KWINLINE inline void WaveRowFloat(tAnyFloat* d, const tSource& source, const double* shift, double y, std::uint32_t x,
                                   std::ptrdiff_t count) {
