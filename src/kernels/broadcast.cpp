@@ -285,10 +285,11 @@ KWINLINE inline void QuickBlock(const std::uint32_t* __restrict in, std::uint32_
     const float lumaLow = c.lumaLow, lumaHigh = c.lumaHigh, codeLow = c.codeLow, codeHigh = c.codeHigh;
     const float codesPer = c.codesPer, codeOffset = c.codeOffset, chroma = c.chroma, loudFrom = c.loud;
     const float firstSame = c.firstSame, firstAbove = c.firstAbove;
+    const float least = KwHidden(0.25f), most = KwHidden(255.5f), nothing = KwHidden(0.0f);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t pixel = in[i];
         const tQuickLevels p = QuickLevelsOf(pixel, perSum, offset);
-        const float nearest = Nearest(p.y), entry = nearest < 0.0f ? nearest + 1.0f : nearest;
+        const float nearest = Nearest(p.y), entry = nearest + (nearest < 0.0f ? 1.0f : 0.0f);
         const bool below = entry < firstSame, above = entry >= firstAbove, same = !below & !above;
         const float level = below ? lumaLow : above ? lumaHigh : p.y;
         const float code = below ? codeLow : above ? codeHigh : entry * codesPer + codeOffset;
@@ -306,17 +307,20 @@ KWINLINE inline void QuickBlock(const std::uint32_t* __restrict in, std::uint32_
 
         const bool byRatio = outside & !bends;
         const float far = 0.5f - (byRatio ? E::kByRatio : E::kByGain);
-        float farthest = 0.0f; // from a step's middle
+        const std::uint32_t opacity = pixel & 0xFF000000;
+        const auto alpha = static_cast<float>(static_cast<std::int32_t>(opacity >> 24));
+        float farthest = nothing; // from a step's middle
         const auto channel = [&](float value) KWINLINE {
-            const float inside = std::min(std::max(value, 0.25f), 255.5f) - 0.5f, whole = Nearest(inside);
+            const float inside = std::min(std::max(value, least), most) - 0.5f, whole = Nearest(inside);
             farthest = std::max(farthest, std::fabs(inside - whole));
-            return static_cast<std::uint32_t>(static_cast<std::int32_t>(whole));
+            return std::min(whole, alpha);
         };
-        const std::uint32_t r = channel(p.v * 1.14e-3f * f + code);
-        const std::uint32_t g = channel(code - (p.u * 0.394e-3f + p.v * 0.581e-3f) * f);
-        const std::uint32_t b = channel(p.u * 2.032e-3f * f + code);
-        const std::uint32_t a = pixel >> 24;
-        const std::uint32_t limited = a << 24 | (r < a ? r : a) << 16 | (g < a ? g : a) << 8 | (b < a ? b : a);
+        const float r = channel(p.v * 1.14e-3f * f + code);
+        const float g = channel(code - (p.u * 0.394e-3f + p.v * 0.581e-3f) * f);
+        const float b = channel(p.u * 2.032e-3f * f + code);
+        // Together they are exact, and one conversion.
+        const auto colors = static_cast<std::int32_t>(r * 65536.0f + g * 256.0f + b);
+        const std::uint32_t limited = opacity | static_cast<std::uint32_t>(colors);
         const bool keep = same & !loud & !outside;
         out[i] = keep ? pixel : limited;
 

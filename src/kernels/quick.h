@@ -7,6 +7,16 @@
 
 #include "base/bodies.h"
 
+/// A float that compilers know nothing of. GCC 12 keeps one between two limits that it knows by three comparisons and
+/// choices, between hidden ones by a maximum and a minimum.
+template <class Real>
+KWINLINE inline Real KwHidden(Real value) {
+#if defined(__x86_64__)
+    asm("" : "+x"(value));
+#endif
+    return value;
+}
+
 /// Has `close(from, count)` decide anew what is not 0 in `open`: one part of the block, or the whole one, which costs
 /// less than two parts. Returns how many blocks from there on it had better decide at once: where much was too close to
 /// a step, which a flat color may be, more is.
