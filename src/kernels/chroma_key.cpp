@@ -44,7 +44,7 @@ KWINLINE inline void ByteToHsl(double r, double g, double b, double& hue, double
 }
 
 /// The definition, through the colour model's own conversions. `oldAlpha` was divided out of the pixels.
-std::int32_t DifferencePlain(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count, const tKey& key,
+std::int32_t DifferencePlain(tAnyWord* pixels, const std::uint32_t* oldAlpha, std::ptrdiff_t count, const tKey& key,
                              std::int32_t) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         tPixel8 p = std::bit_cast<tPixel8>(std::uint32_t{pixels[i]});
@@ -63,14 +63,14 @@ std::int32_t DifferencePlain(tAnyWord* pixels, const std::uint8_t* oldAlpha, std
             const double ramp = double{(d - key.low) * key.inverse} * 255.0;
             alpha = std::isnan(ramp) ? 0 : KwTrunc(KwClamp(ramp, 0.0, 255.0));
         }
-        p.a = static_cast<std::uint8_t>(std::min<std::int32_t>(alpha, oldAlpha[i]));
+        p.a = static_cast<std::uint8_t>(std::min<std::uint32_t>(static_cast<std::uint32_t>(alpha), oldAlpha[i]));
         pixels[i] = std::bit_cast<std::uint32_t>(p);
     }
     return 0;
 }
 
 /// By doubles, as the definition.
-KWINLINE inline void CloseDifference(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count,
+KWINLINE inline void CloseDifference(tAnyWord* pixels, const std::uint32_t* oldAlpha, std::ptrdiff_t count,
                                      const tKey& key) {
     constexpr double kUnit = 0.00392156862745098;
     constexpr float kUnitFloat = 0.003921569f; // as floats: a byte of the key's colour is then at no distance
@@ -97,7 +97,7 @@ KWINLINE inline void CloseDifference(tAnyWord* pixels, const std::uint8_t* oldAl
         const double between = ramp > 0.0 ? ramp < 255.0 ? ramp : 255.0 : 0.0; // not-a-number gives 0
         const std::int32_t inside = d <= high ? static_cast<std::int32_t>(between) : 255;
         const std::int32_t alpha = d < low ? 0 : inside;
-        const std::int32_t old = oldAlpha[i];
+        const auto old = static_cast<std::int32_t>(oldAlpha[i]);
         pixels[i] = (pixel & 0xFFFFFF) | static_cast<std::uint32_t>(alpha < old ? alpha : old) << 24;
     }
 }
@@ -108,47 +108,44 @@ KWINLINE inline void CloseDifference(tAnyWord* pixels, const std::uint8_t* oldAl
 /// key's included, and the distance of colours, which is below 3.1, by 1e-6. With what is rounded in the sums and in
 /// the definition's own float, the distance is off by less than 2e-6. The ramp up to 256 adds 2e-7 of itself, and its
 /// end is as near to 255.
-KWINLINE inline void QuickDifference(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::uint32_t* __restrict open,
+KWINLINE inline void QuickDifference(tAnyWord* pixels, const std::uint32_t* oldAlpha, std::uint32_t* __restrict open,
                                      std::ptrdiff_t count, const tKey& key) {
     constexpr float kUnitFloat = 0.003921569f, kThird = 0.33333334f, kRoot3 = 1.7320508f;
     const float kb = key.color.b, kg = key.color.g, kr = key.color.r;
     const auto kh = static_cast<float>(key.hsl.hue), ks = static_cast<float>(key.hsl.saturation);
     const auto kl = static_cast<float>(key.hsl.luminance);
     const float low = key.low, scale = key.inverse * 255.0f, error = 2e-6f * scale + 1e-4f;
+    const float one = KwHidden(1.0f), clear = KwHidden(0.0f);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t pixel = pixels[i];
-        const auto b = static_cast<std::int32_t>(pixel & 255);
-        const auto g = static_cast<std::int32_t>(pixel >> 8 & 255);
-        const auto r = static_cast<std::int32_t>(pixel >> 16 & 255);
-        const std::int32_t larger = r > g ? r : g, smaller = r < g ? r : g;
-        const std::int32_t top = larger > b ? larger : b, bottom = smaller < b ? smaller : b;
-        const std::int32_t sum = top + bottom, spread = top - bottom, middle = r + g + b - sum;
+        const auto b = static_cast<float>(static_cast<std::int32_t>(pixel & 255));
+        const auto g = static_cast<float>(static_cast<std::int32_t>(pixel >> 8 & 255));
+        const auto r = static_cast<float>(static_cast<std::int32_t>(pixel >> 16 & 255));
+        const float top = std::max(std::max(r, g), b), bottom = std::min(std::min(r, g), b);
+        const float sum = top + bottom, spread = top - bottom, middle = r + g + b - sum;
         // The sixth of the circle, and whether the hue falls or rises with the middle channel's distance from the top.
-        const std::int32_t next = r == top ? g : g == top ? b : r;
-        const std::int32_t base = r == top ? 0 : g == top ? 2 : 4;
-        const std::int32_t from = next != bottom ? base + 1 : base == 0 ? 5 : base - 1;
-        const std::int32_t distance = next != bottom ? middle - top : top - middle;
-        const std::int32_t room = sum <= 255 ? sum : 510 - sum;
-        const float part = static_cast<float>(distance) / static_cast<float>(spread > 0 ? spread : 1);
-        const float h = spread > 0 ? (static_cast<float>(from) + part) * 0.16666667f : 0.0f;
-        const float s = static_cast<float>(spread) / static_cast<float>(room > 0 ? room : 1);
-        const float apart = std::fabs(h - kh), dh = apart > 0.5f ? 1.0f - apart : apart;
-        const float ds = std::fabs(s - ks), dl = std::fabs(static_cast<float>(sum) * (1.0f / 510.0f) - kl);
-        const float eb = kb - static_cast<float>(b) * kUnitFloat, eg = kg - static_cast<float>(g) * kUnitFloat;
-        const float er = kr - static_cast<float>(r) * kUnitFloat;
+        const float next = r == top ? g : g == top ? b : r;
+        const float base = r == top ? 0.0f : 4.0f - (g == top ? 2.0f : 0.0f);
+        const float way = (next != bottom ? 2.0f : 0.0f) - 1.0f, sixth = base + way;
+        const float from = sixth + (sixth < 0.0f ? 6.0f : 0.0f);
+        const float part = way * (middle - top) / std::max(spread, one);
+        const float h = spread > 0.0f ? (from + part) * 0.16666667f : 0.0f;
+        const float s = spread / std::max(std::min(sum, 510.0f - sum), one);
+        const float apart = std::fabs(h - kh), dh = std::min(apart, 1.0f - apart);
+        const float ds = std::fabs(s - ks), dl = std::fabs(sum * (1.0f / 510.0f) - kl);
+        const float eb = kb - b * kUnitFloat, eg = kg - g * kUnitFloat, er = kr - r * kUnitFloat;
         const float e = std::sqrt(eb * eb + eg * eg + er * er) * kRoot3;
         const float ramp = ((e + (dh + dh + dl + ds) * kThird) * 0.5f - low) * scale;
-        const float least = ramp - error, most = ramp + error;
-        const auto alpha = static_cast<std::int32_t>(std::min(std::max(least, 0.0f), 255.0f));
-        const auto other = static_cast<std::int32_t>(std::min(std::max(most, 0.0f), 255.0f));
+        const auto old = static_cast<float>(static_cast<std::int32_t>(oldAlpha[i]));
+        const auto alpha = static_cast<std::int32_t>(std::min(std::max(ramp - error, clear), old));
+        const auto other = static_cast<std::int32_t>(std::min(std::max(ramp + error, clear), old));
         open[i] = static_cast<std::uint32_t>(alpha ^ other);
-        const std::int32_t old = oldAlpha[i];
-        pixels[i] = (pixel & 0xFFFFFF) | static_cast<std::uint32_t>(alpha < old ? alpha : old) << 24;
+        pixels[i] = (pixel & 0xFFFFFF) | static_cast<std::uint32_t>(alpha) << 24;
     }
 }
 
 /// `close` and what is returned: how many blocks from there on go by doubles at once.
-KWINLINE inline std::int32_t DifferenceBlock(tAnyWord* pixels, const std::uint8_t* oldAlpha, std::ptrdiff_t count,
+KWINLINE inline std::int32_t DifferenceBlock(tAnyWord* pixels, const std::uint32_t* oldAlpha, std::ptrdiff_t count,
                                              const tKey& key, std::int32_t close) {
     if (close > 0 || !key.tame) {
         CloseDifference(pixels, oldAlpha, count, key);
@@ -182,10 +179,10 @@ KWINLINE inline void UnpremultiplyRow(tAnyWord* pixels, std::ptrdiff_t count) {
 constexpr CKwBodies kUnpremultiplyRow(UnpremultiplyPlain, KwClones<UnpremultiplyRow>);
 
 /// Undoes the multiplication by alpha in one block and keeps the alpha.
-void UnpremultiplyBlock(tAnyWord* pixels, std::uint8_t* alpha, std::ptrdiff_t count) {
+void UnpremultiplyBlock(tAnyWord* pixels, std::uint32_t* alpha, std::ptrdiff_t count) {
     std::uint32_t all = 0xFFFFFFFF;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        alpha[i] = static_cast<std::uint8_t>(pixels[i] >> 24);
+        alpha[i] = pixels[i] >> 24;
         all &= pixels[i];
     }
     if (all >> 24 != 255) kUnpremultiplyRow(pixels, count);
@@ -240,7 +237,7 @@ HRESULT KwDibCreateDifferenceAlpha(const tView& view, const tKWRGBADOUBLE* color
         std::int32_t close = 0;
         for (std::ptrdiff_t x = 0; x < rows.width; x += kBlock) {
             const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kBlock, rows.width - x);
-            std::uint8_t alpha[kBlock];
+            std::uint32_t alpha[kBlock];
             UnpremultiplyBlock(row + x, alpha, count);
             close = kDifferenceBlock(row + x, alpha, count, key, close);
         }
