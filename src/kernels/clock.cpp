@@ -7,6 +7,7 @@
 #include "base/bodies.h"
 #include "base/functions.h"
 #include "kernels/mix_row.h"
+#include "kernels/quick.h"
 
 namespace {
 
@@ -64,7 +65,7 @@ typename Form::tWeight ExactWeight(const tHand& hand, double x, double y) {
 template <class Number, int kTerms>
 KWINLINE inline Number Octant(Number small, Number large) {
     const bool turned = small > Number(0.41421356237309503) * large;
-    const Number t = (turned ? small - large : small) / (turned ? small + large : large);
+    const Number t = (small - (turned ? large : 0)) / (large + (turned ? small : 0));
     const Number z = t * t;
     Number p = Number(1) / (2 * kTerms + 1);
     KWUNROLL
@@ -80,9 +81,8 @@ KWINLINE inline void QuickAngles(Number* angles, Number x, Number step, Number y
     // The octant's angle is added to or taken from one of these.
     const Number base = left ? Number(kTurn) : 0, sign = left ? Number(-1) : 1;
     for (std::int32_t i = 0; i < count; ++i) {
-        const Number xi = x + step * static_cast<Number>(i);
-        const Number u = xi < 0 ? -xi : xi;
-        const Number octant = Octant<Number, kTerms>(u > v ? v : u, u > v ? u : v);
+        const Number u = std::fabs(x + step * static_cast<Number>(i));
+        const Number octant = Octant<Number, kTerms>(std::min(u, v), std::max(u, v));
         const Number quadrant = u > v ? Number(kQuarter) - octant : octant;
         angles[i] = base + sign * (y < 0 ? Number(kHalf) - quadrant : quadrant);
     }
@@ -139,10 +139,10 @@ KWINLINE inline void RoughWeights(std::uint16_t* weights, std::uint8_t* open, co
     const float start = static_cast<float>(hand.limit / hand.feather);
     // Where t is large, so is its rounding; only the zone from 0 to 1 counts.
     const float error = (1e-6f + 2.0f * kAngleError * scale + 4e-7f * start) * 255.0f;
-    const float edge = error / 255.0f;
+    const float edge = error / 255.0f, least = KwHidden(0.0f), most = KwHidden(1.0f);
     for (std::int32_t i = 0; i < count; ++i) {
         const float t = start - angles[i] * scale;
-        const float inside = t < 0.0f ? 0.0f : t > 1.0f ? 1.0f : t;
+        const float inside = std::min(std::max(t, least), most);
         const float w = (3.0f - 2.0f * inside) * inside * inside * 255.0f + 0.5f;
         const auto low = static_cast<std::int32_t>(w - error), high = static_cast<std::int32_t>(w + error);
         const bool near = (t > -edge && t < edge) || (t > 1.0f - edge && t < 1.0f + edge);
