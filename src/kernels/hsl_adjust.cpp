@@ -87,7 +87,19 @@ struct tAdjuster {
         (std::make_index_sequence<2 * kHalf>());
     }
     KWINLINE static tHalfWholes Truncated(const tReals& v) { return __builtin_convertvector(v, tHalfWholes); }
-    KWINLINE static tReals Limited(const tReals& v) { return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v; }
+    KWINLINE static tReals Limited(const tReals& v) {
+#if defined(__SSE2__)
+        if constexpr (kHasSse2<tReals>) return _mm_min_pd(_mm_max_pd(v, _mm_setzero_pd()), _mm_set1_pd(1.0));
+#endif
+        return v < 0.0 ? tReals{} : v > 1.0 ? tReals{} + 1.0 : v;
+    }
+    /// Of numbers from 0 to 255.
+    KWINLINE static tWholes Larger(const tWholes& a, const tWholes& b) {
+        return reinterpret_cast<tWholes>(KwGreater(reinterpret_cast<tBytes>(a), reinterpret_cast<tBytes>(b)));
+    }
+    KWINLINE static tWholes Smaller(const tWholes& a, const tWholes& b) {
+        return reinterpret_cast<tWholes>(KwSmaller(reinterpret_cast<tBytes>(a), reinterpret_cast<tBytes>(b)));
+    }
 
     /// Each operation is that of the plain form on the same operands, or has an exact result, so the bytes are the
     /// same. Needs a turn from 0 to 1 and finite factors: then the hue stays inside its six parts and all conversions
@@ -126,10 +138,9 @@ struct tAdjuster {
         KwForBlocks<tBytes>(d, count * 4, s, [&by](const tBytes& pixels) KWINLINE {
             const tWholes word = reinterpret_cast<tWholes>(pixels), none = word ^ word;
             const tWholes r = word >> 16 & 255, g = word >> 8 & 255, b = word & 255;
-            const tWholes larger = r > g ? r : g, smaller = r < g ? r : g;
             tHues hues;
-            hues.top = larger > b ? larger : b;
-            hues.bottom = smaller < b ? smaller : b;
+            hues.top = Larger(Larger(r, g), b);
+            hues.bottom = Smaller(Smaller(r, g), b);
             hues.middle = r + g + b - hues.top - hues.bottom;
             // Red, green and blue stand at 0, 2 and 4; the hue lies before or behind the largest of them. A grey is at
             // 0.
@@ -145,10 +156,10 @@ struct tAdjuster {
             const tWholes between = Joined(first.between, second.between);
             // Red is the highest channel in the sixths 0 and 5, the lowest in 2 and 3; green follows two sixths behind,
             // and blue two behind that. The end of the circle has the colour of its start.
-            const tWholes sixth = sextant < 5 ? sextant : none + 5;
+            const tWholes sixth = Smaller(sextant, none + 5);
             const auto channel = [&](int shift) KWINLINE {
                 const tWholes moved = sixth - shift, place = moved < 0 ? moved + 6 : moved;
-                const tWholes mirrored = 5 - place, distance = place < mirrored ? place : mirrored;
+                const tWholes distance = Smaller(place, 5 - place);
                 return distance == 0 ? high : distance == 1 ? between : low;
             };
             const tWholes red = channel(0), green = channel(2), blue = channel(4);
