@@ -151,12 +151,11 @@ KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::pt
         AskAhead(rows, d, begin, count);
         part.Load(rows, begin, count, width);
         const tLevels here = rows.here + begin * 4;
-        const std::int16_t limit = static_cast<std::int16_t>(division.limit);
+        const std::int16_t limit = static_cast<std::int16_t>(division.limit), none = 0;
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
             // At most 33 * 255 in magnitude.
-            std::int16_t v = static_cast<std::int16_t>(center * here[i] - part.Sum(i));
-            v = v < 0 ? std::int16_t{0} : v;
-            halves[i] = tDivision::Twice(static_cast<std::uint16_t>(v > limit ? limit : v));
+            const auto v = static_cast<std::int16_t>(center * here[i] - part.Sum(i));
+            halves[i] = tDivision::Twice(static_cast<std::uint16_t>(std::min(std::max(v, none), limit)));
         }
         // The halves of a division in loops of their own: in one, compilers multiply in 32 bits.
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) halves[i] = Upper(halves[i], division.factor);
