@@ -9,6 +9,7 @@
 #include "base/fits.h"
 #include "kernels/even.h"
 #include "kernels/ranges.h"
+#include "kernels/turn.h"
 #include "kernels/unaligned.h"
 
 namespace kw_gaussian {
@@ -65,17 +66,6 @@ KWINLINE inline typename Vector::tReals WithoutTiny(const typename Vector::tReal
     using tReals = typename Vector::tReals;
     const tReals size = reinterpret_cast<tReals>(reinterpret_cast<typename Vector::tLongs>(v) & INT64_MAX);
     return size < kTiny ? tReals{} : v;
-}
-
-template <class Vector, class Value>
-KWINLINE inline Vector Load(const Value* from) {
-    Vector values;
-    std::memcpy(&values, from, sizeof values);
-    return values;
-}
-template <class Vector, class Value>
-KWINLINE inline void Store(Value* to, const Vector& values) {
-    std::memcpy(to, &values, sizeof values);
 }
 
 /// The first or second vector of two.
@@ -145,7 +135,7 @@ KWINLINE inline bool Stretch(const float* x, std::ptrdiff_t step, std::ptrdiff_t
     const auto load = [=](std::ptrdiff_t i) KWINLINE {
         tAll all;
         ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
-            const auto floats = Load<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
+            const auto floats = KwRead<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
             const auto reals = __builtin_convertvector(floats, typename Vector::tRealPair);
             all[j] = Half<0, Vector>(reals);
             if (j + 1 < kVectors) all[j + 1] = Half<1, Vector>(reals);
@@ -155,7 +145,7 @@ KWINLINE inline bool Stretch(const float* x, std::ptrdiff_t step, std::ptrdiff_t
     tAll values[4], results[4], least; // by position modulo 4
     for (int k = 1; k < 4; ++k) values[k] = load(k - 4);
     for (int k = 0; k < 4; ++k)
-        for (int j = 0; j < kVectors; ++j) results[k][j] = Load<tReals>(before.results[k] + j * Vector::kWidth);
+        for (int j = 0; j < kVectors; ++j) results[k][j] = KwRead<tReals>(before.results[k] + j * Vector::kWidth);
     least.fill(tReals{} + kTiny);
     const double a0 = taps.x[0], a1 = taps.x[1], a2 = taps.x[2], a3 = taps.x[3];
     const double d1 = taps.y[0], d2 = taps.y[1], d3 = taps.y[2], d4 = taps.y[3];
@@ -191,7 +181,7 @@ KWINLINE inline bool Stretch(const float* x, std::ptrdiff_t step, std::ptrdiff_t
         go(i, std::integral_constant<int, 3>{});
     }
     for (int k = 0; k < 4; ++k)
-        for (int j = 0; j < kVectors; ++j) Store(after.results[k] + j * Vector::kWidth, results[k][j]);
+        for (int j = 0; j < kVectors; ++j) KwWrite(after.results[k] + j * Vector::kWidth, results[k][j]);
     bool tiny = false;
     for (const tReals& each : least)
         for (int l = 0; l < Vector::kWidth; ++l) tiny |= each[l] < kTiny;
@@ -224,7 +214,7 @@ KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t co
             for (std::ptrdiff_t k = i; k < 5; ++k) v += taps.edge[k] * near[0];
             far[i] = WithoutTiny<Vector>(v);
             give(i, j, far[i]);
-            if (i >= head - 4) Store(states[0].results[i - head + 4] + j * Vector::kWidth, far[i]);
+            if (i >= head - 4) KwWrite(states[0].results[i - head + 4] + j * Vector::kWidth, far[i]);
         }
     }
     // How many positions from `from` on, at most up to `to`, have the same newest values as the one before.
@@ -252,8 +242,8 @@ KWINLINE inline void Walk(const float* x, std::ptrdiff_t step, std::ptrdiff_t co
             const double* const results = now->results[0];
             const std::ptrdiff_t still = settled ? even(i, end) / 4 * 4 : 0;
             for (std::ptrdiff_t k = i; k < i + still; ++k)
-                ForVectors<Vector, kVectors>([&](int j)
-                                                 KWINLINE { give(k, j, Load<tReals>(results + j * Vector::kWidth)); });
+                ForVectors<Vector, kVectors>(
+                    [&](int j) KWINLINE { give(k, j, KwRead<tReals>(results + j * Vector::kWidth)); });
             i += still;
             if (i == end) break;
             // Four positions that come of four of the same tell whether results stay.
@@ -287,7 +277,7 @@ KWINLINE inline void WalkAhead(const tPass& pass) {
     Walk<true, Vector, kLanes / Vector::kWidth>(
         pass.x, kLanes, pass.count, TapsOf<true>(pass.c),
         [=](std::ptrdiff_t i, int j, const typename Vector::tReals& y) KWINLINE {
-            Store(pass.first + i * kLanes + j * Vector::kWidth, y);
+            KwWrite(pass.first + i * kLanes + j * Vector::kWidth, y);
             if (j > 0) return;
             const float* const soon = pass.x + std::min(i + kSoon, pass.count - 1) * kLanes;
             __builtin_prefetch(soon);
@@ -314,42 +304,8 @@ KWINLINE inline void WalkBack(const tPass& pass, Give give, Given given) {
     Walk<false, Vector, kLanes / Vector::kWidth>(
         pass.x + last * kLanes, -kLanes, pass.count, TapsOf<false>(pass.c),
         [=](std::ptrdiff_t i, int j, const tReals& y)
-            KWINLINE { give(last - i, j, Load<tReals>(pass.first + (last - i) * kLanes + j * Vector::kWidth) + y); },
+            KWINLINE { give(last - i, j, KwRead<tReals>(pass.first + (last - i) * kLanes + j * Vector::kWidth) + y); },
         [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE { given(last + 1 - to, last + 1 - from); });
-}
-
-/// One step of turning rows into columns: pairs of rows `kStep` apart change places of parts.
-template <int kStep, class Row, std::size_t kRows>
-KWINLINE inline void SwapParts(Row (&rows)[kRows]) {
-    KWUNROLL
-    for (std::size_t i = 0; i < kRows; ++i) {
-        if (i & kStep) continue;
-        const Row a = rows[i], b = rows[i + kStep];
-        [&]<int... e>(std::integer_sequence<int, e...>) KWINLINE {
-            constexpr int kSecond = kRows;
-            rows[i] = __builtin_shufflevector(a, b, (e & kStep ? kSecond + e - kStep : e)...);
-            rows[i + kStep] = __builtin_shufflevector(a, b, (e & kStep ? kSecond + e : e + kStep)...);
-        }
-        (std::make_integer_sequence<int, kRows>{});
-    }
-}
-
-/// Calls `load(r, c)`, which gives the values of row r from column c on, for the parts of eight rows of eight, and
-/// `store(c, r, values)` with those of column c from row r on.
-template <class Row, class LoadPart, class StorePart>
-KWINLINE inline void Turn(LoadPart load, StorePart store) {
-    constexpr int kPart = sizeof(Row) / 4;
-    for (int r = 0; r < kGroup; r += kPart)
-        for (int c = 0; c < kGroup; c += kPart) {
-            Row rows[kPart];
-            KWUNROLL
-            for (int i = 0; i < kPart; ++i) rows[i] = load(r + i, c);
-            SwapParts<1>(rows);
-            SwapParts<2>(rows);
-            if constexpr (kPart > 4) SwapParts<4>(rows);
-            KWUNROLL
-            for (int i = 0; i < kPart; ++i) store(c + i, r, rows[i]);
-        }
 }
 
 /// Row pass. `out`: the first of these rows in the first block of the plane between the passes, which holds the blocks
@@ -363,8 +319,8 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
     WalkBack<kLanes, Vector>(
         pass,
         [=](std::ptrdiff_t position, int j, const typename Vector::tReals& sum) KWINLINE {
-            Store(sums + Slot(position) * kLanes + j * Vector::kWidth,
-                  __builtin_convertvector(sum, typename Vector::tFloats));
+            KwWrite(sums + Slot(position) * kLanes + j * Vector::kWidth,
+                    __builtin_convertvector(sum, typename Vector::tFloats));
             if (j > 0) return;
             // These rows' part of a block of columns is filled as a whole: each position stands for a share of it.
             const auto soon = static_cast<std::size_t>(std::max<std::ptrdiff_t>(position - kGroup * 4, 0));
@@ -379,9 +335,9 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
                 for (int lane = 0; lane < kLanes; lane += kGroup) {
                     const float* const group = sums + Slot(from) * kLanes + lane;
                     float* const turned = at + (kChannels == 1 ? lane * kLanes : lane);
-                    Turn<tRow>([=](int p, int r) KWINLINE { return Load<tRow>(group + p * kLanes + r); },
-                               [=](int r, int p, const tRow& values)
-                                   KWINLINE { Store(turned + r * kLanes + p, values); });
+                    KwTurn<tRow, kGroup>([=](int p, int r) KWINLINE { return KwRead<tRow>(group + p * kLanes + r); },
+                                         [=](int r, int p, const tRow& values)
+                                             KWINLINE { KwWrite(turned + r * kLanes + p, values); });
                 }
             }
         });
@@ -411,7 +367,7 @@ KWINLINE inline void FilterColumns(const tPass& pass, const tColumns& columns) {
         [=](std::ptrdiff_t position, int j, const typename Vector::tReals& sum) KWINLINE {
             using tWhole [[gnu::vector_size(Vector::kWidth * 4)]] = std::int32_t;
             const auto low = reinterpret_cast<typename Vector::tLongs>(sum + kToLevel);
-            Store(words + Slot(position) * kLanes + j * Vector::kWidth, __builtin_convertvector(low, tWhole));
+            KwWrite(words + Slot(position) * kLanes + j * Vector::kWidth, __builtin_convertvector(low, tWhole));
         },
         [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE {
             for (std::ptrdiff_t position = to; position-- > from;) {
@@ -460,26 +416,15 @@ KWINLINE inline void Interleave(const tRows& source, LONG y, LONG rows, LONG shi
         const std::byte* from[kGroup];
         for (LONG r = 0; r < kGroup; ++r)
             from[r] = source.Row<std::byte>(y + std::min(static_cast<LONG>(line) + r, rows - 1));
-        std::byte last[kGroup][kGroup * 4]{}; // less than a group at the end, made up with zeros
-        for (std::ptrdiff_t x = 0; x < source.width; x += kGroup) {
-            const std::byte* pixels[kGroup];
-            for (int r = 0; r < kGroup; ++r) {
-                pixels[r] = from[r] + x * 4;
-                if (source.width - x >= kGroup) continue;
-                std::memcpy(last[r], pixels[r], static_cast<std::size_t>(source.width - x) * 4);
-                pixels[r] = last[r];
-            }
-            float* const to = out + x * tHere::kLanes + line;
-            Turn<tRow>([&](int r, int c) KWINLINE { return Load<tRow>(pixels[r] + c * 4); },
-                       [=](int c, int r, const tRow& turned) KWINLINE {
-                           KWUNROLL
-                           for (int channel = 0; channel < kChannels; ++channel) {
-                               const tRow levels = turned >> (shift + channel * 8) & 255;
-                               Store(to + c * tHere::kLanes + channel * kGroup + r,
-                                     __builtin_convertvector(levels, typename Vector::tRowFloats));
-                           }
-                       });
-        }
+        KwTurnPixels<tRow>(from, 0, source.width, source.width,
+                           [=](std::ptrdiff_t x, int r, const tRow& turned) KWINLINE {
+                               KWUNROLL
+                               for (int channel = 0; channel < kChannels; ++channel) {
+                                   const tRow levels = turned >> (shift + channel * 8) & 255;
+                                   KwWrite(out + x * tHere::kLanes + line + channel * kGroup + r,
+                                           __builtin_convertvector(levels, typename Vector::tRowFloats));
+                               }
+                           });
     }
 }
 

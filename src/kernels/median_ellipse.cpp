@@ -19,25 +19,12 @@
 #include "base/bodies.h"
 #include "kernels/median_levels.h"
 #include "kernels/ranges.h"
+#include "kernels/row.h"
 
 namespace kw_median {
 namespace {
 
 constexpr LONG kFewCells = 255; ///< of full weight: as many as a byte counts
-
-/// Whether any bit is set.
-template <class Vector>
-KWINLINE inline bool IsAny(const Vector& tested) {
-    using tHalf = tVector<std::uint64_t, sizeof(Vector) / 2>;
-    tHalf half[2];
-    std::memcpy(half, &tested, sizeof half);
-    const tHalf both = half[0] | half[1];
-    if constexpr (sizeof(Vector) > 16) {
-        return IsAny(both);
-    } else {
-        return both[0] != 0;
-    }
-}
 
 /// Pixels from `first` on, as many as a vector has bytes.
 template <LONG kLanes, bool kFew>
@@ -83,7 +70,7 @@ class CGroup {
     static KWINLINE void SetLane(tLanes& lanes, LONG lane, std::int32_t value) { lanes.of[lane % 4][lane / 4] = value; }
     static KWINLINE bool IsAnyLane(const tLanes& tested) {
         const tValues any = tested.of[0] | tested.of[1] | tested.of[2] | tested.of[3];
-        return IsAny(any);
+        return KwIsAny(any);
     }
     static KWINLINE tValues Smaller(const tValues& a, const tValues& b) { return a < b ? a : b; }
     static KWINLINE tValues Greater(const tValues& a, const tValues& b) { return a > b ? a : b; }

@@ -43,6 +43,24 @@ using tHalvesOf = typename tBlock<sizeof(Bytes)>::tHalves;
 template <class Bytes>
 using tWordsOf = typename tBlock<sizeof(Bytes)>::tWords;
 
+template <class Bytes>
+using tFloatsOf = typename tBlock<sizeof(Bytes)>::tFloats;
+
+/// Whether any bit is set.
+template <class Vector>
+KWINLINE inline bool KwIsAny(const Vector& tested) {
+    if constexpr (sizeof(Vector) > 16) {
+        using tHalf = typename tBlock<sizeof(Vector) / 2>::tQuads;
+        tHalf half[2];
+        std::memcpy(half, &tested, sizeof half);
+        return KwIsAny<tHalf>(half[0] | half[1]);
+    } else {
+        std::uint64_t half[2];
+        std::memcpy(half, &tested, sizeof half);
+        return (half[0] | half[1]) != 0;
+    }
+}
+
 /// One word in every place.
 template <class Bytes = tBytes>
 KWINLINE inline tWordsOf<Bytes> KwRepeated(std::uint32_t word) {
