@@ -8,6 +8,7 @@
 
 #include "base/fits.h"
 #include "kernels/even.h"
+#include "kernels/gaussian_strips.h"
 #include "kernels/ranges.h"
 #include "kernels/turn.h"
 #include "kernels/unaligned.h"
@@ -491,6 +492,7 @@ constexpr CKwBodies kColumnBlocks(
 template <int kChannels>
 void BlurAs(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
             const tGaussianCoefficients& down, LONG offset, std::uint32_t alpha, CKwScratch& scratch) {
+    if (BlurStrips(destination, source, across, down, offset, kChannels, alpha, scratch)) return;
     using tHere = tLanes<kChannels>;
     constexpr std::size_t kLanes = tHere::kLanes, kLines = tHere::kLines;
     constexpr std::size_t kBeyond = 16; // values that loads of a pair of vectors may take too many

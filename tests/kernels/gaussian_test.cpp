@@ -80,4 +80,44 @@ TEST(Gaussian, LinesOfEachLengthAreAsThePlainForm) {
         }
 }
 
+/// Small radii are summed in floats. Some levels of noise lie too close to a step for those; where a column
+/// is, so many do that the sums are given up.
+TEST(Gaussian, LevelsThatFloatsLeaveOpenAreAsThePlainForm) {
+    CTestPicture noise(500, 260, 4);
+    noise.Fill(3);
+    for (const double radius : {1.0, 5.0, 8.0}) EachLevelIsAsThePlainForm(noise, radius);
+    CTestPicture columns(128, 300, 4);
+    std::minstd_rand random(9); // one of its columns is as close to a step all the way down
+    for (LONG x = 0; x < columns.Width(); ++x) {
+        const auto level = [&] { return static_cast<std::uint8_t>(random() >> 8); };
+        const tPixel8 pixel{level(), level(), level(), level()};
+        for (LONG y = 0; y < columns.Height(); ++y) columns.Pixel8(x, y) = pixel;
+    }
+    EachLevelIsAsThePlainForm(columns, 4.0);
+}
+
+/// Rows in which nothing changes, as most of a matte's, are not summed, but those near other rows are.
+TEST(Gaussian, RowsOfOneColorAreAsThePlainForm) {
+    CTestPicture matte(300, 170, 4);
+    for (LONG y = 0; y < matte.Height(); ++y)
+        for (LONG x = 0; x < matte.Width(); ++x) {
+            const auto level = static_cast<std::uint8_t>(y < 63 || y > 125 ? 10 : 200);
+            matte.Pixel8(x, y) = {level, static_cast<std::uint8_t>(x < 140 ? level : 3), 0, 255};
+        }
+    EachLevelIsAsThePlainForm(matte, 5.0);
+}
+
+TEST(Gaussian, PicturesThatShareMemoryAreReadFirst) {
+    constexpr LONG kWidth = 150, kHeight = 70;
+    const RECT from{0, 0, kWidth, kHeight};
+    for (const RECT to : {from, RECT{9, 0, 9 + kWidth, kHeight}, RECT{0, 3, kWidth, 3 + kHeight}}) {
+        CTestPicture shared(kWidth + 9, kHeight + 3, 4), wanted(kWidth + 9, kHeight + 3, 4);
+        CTestPicture source = shared.Fill(8);
+        wanted.Fill(8);
+        ASSERT_EQ(S_OK, KwDibGaussianBlur(wanted.View(&to), source.View(&from), 4, 3, 3));
+        ASSERT_EQ(S_OK, KwDibGaussianBlur(shared.View(&to), shared.View(&from), 4, 3, 3));
+        EXPECT_TRUE(shared == wanted) << to.left << ", " << to.top << ": " << shared.FirstDifference(wanted);
+    }
+}
+
 } // namespace
