@@ -1,4 +1,4 @@
-// Gaussian blur by a recursive filter: the cost does not depend on the radius.
+// Gaussian blur by a recursive filter: its cost does not depend on the radius, and small radii cost less.
 #pragma once
 
 #include <memory>
