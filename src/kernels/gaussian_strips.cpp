@@ -163,6 +163,20 @@ KWINLINE inline void FillColumns(const tJob& job, LONG x, LONG from, LONG to, LO
     }
 }
 
+/// Sets those levels of `count` pixels from (x, y) on that floats left open, `away` from whole numbers, in the channel
+/// `shift` bits up. Returns how many those are.
+std::ptrdiff_t DecideOpen(const tJob& job, LONG x, LONG y, LONG shift, const float* away, LONG count) {
+    std::ptrdiff_t open = 0;
+    for (LONG i = 0; i < count; ++i) {
+        if (away[i] <= job.sure) continue;
+        const auto level = Decide(job.source, job.across, job.down, x + i, y, shift);
+        if (!level) job.failed = true;
+        job.destination.Row<std::uint8_t>(y)[std::ptrdiff_t{x + i} * 4 + shift / 8] = level.value_or(0);
+        ++open;
+    }
+    return open;
+}
+
 /// Filters the columns of `count` pixels from x on in the rows `from` to `to`. `top`: where the floats of row 0 begin.
 /// Returns how many levels floats left open.
 template <int kChannels, class Bytes>
@@ -211,15 +225,7 @@ KWINLINE inline std::ptrdiff_t FilterColumns(const tJob& job, LONG x, LONG from,
             if (!KwIsAny<tWholes>(unsure & INT32_MIN)) continue;
             for (LONG k = 0; k < std::min(kTogether, to - y); ++k)
                 for (int channel = 0; channel < kChannels; ++channel)
-                    for (LONG l = 0; l < here; ++l) {
-                        if (away[channel][k][l] <= job.sure) continue;
-                        const LONG column = x + i + l, shift = job.shift + channel * 8;
-                        const auto level = Decide(job.source, job.across, job.down, column, y + k, shift);
-                        if (!level) job.failed = true;
-                        job.destination.Row<std::uint8_t>(y + k)[std::ptrdiff_t{column} * 4 + shift / 8] =
-                            level.value_or(0);
-                        ++open;
-                    }
+                    open += DecideOpen(job, x + i, y + k, job.shift + channel * 8, away[channel][k], here);
         }
     }
     return open;
