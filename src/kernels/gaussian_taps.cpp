@@ -103,12 +103,6 @@ std::optional<std::uint8_t> Decide(const tRows& source, const tTaps& across, con
     return kDecide(source, across, down, x, y, shift);
 }
 
-double tTaps::Beyond(LONG most) const {
-    double sum = 0;
-    for (LONG k = kFarReach; k > most; --k) sum += 2 * std::fabs(Exact(k));
-    return sum;
-}
-
 double tTaps::Error(double most) const {
     double error = most * Beyond(reach), parts[2]{};
     const auto add = [&](double& part, double size, LONG k) {
@@ -141,6 +135,7 @@ std::optional<tTaps> TapsOf(const tGaussianCoefficients& c) {
         taps.total += k > 0 ? 2 * tap : tap;
         taps.size += std::fabs(k > 0 ? 2 * tap : tap);
     }
+    for (LONG k = kFarReach; k > 0; --k) taps.beyond[k - 1] = taps.beyond[k] + 2 * std::fabs(taps.Exact(k));
     while (taps.farReach < kFarReach && !(taps.Beyond(taps.farReach) < 1e-16)) ++taps.farReach;
     while (taps.reach < kReach && !(taps.Beyond(taps.reach) < 1e-7)) taps.reach += kTogether;
     const bool normal = std::fabs(taps.total - 1) < 0.001; // not so of no radius, nor of an infinite one

@@ -21,15 +21,14 @@ struct tTaps {
 
     std::array<float, kReach + 1> floats{};                  ///< of the pixels so far away
     std::array<double, 2 * kFarReach + 1 + kBeyond> exact{}; ///< the pixel's own stands at `kFarReach`
+    std::array<double, kFarReach + 1> beyond{};              ///< the total of the sizes further away than so many
     LONG reach = 0;    ///< of the floats, a multiple of `kTogether`; beyond it, they would change hardly anything
     LONG farReach = 0; ///< the same for doubles
     double total = 0;  ///< of the exact ones
     double size = 0;   ///< of their sizes
 
     double Exact(LONG away) const { return exact[static_cast<std::size_t>(kFarReach + away)]; }
-
-    /// The total of the sizes further away than `most` pixels.
-    double Beyond(LONG most) const;
+    double Beyond(LONG away) const { return beyond[static_cast<std::size_t>(away)]; }
 
     /// The greatest error of a sum in floats over values of up to `most`. Everything is rounded once, the sums of
     /// pairs, the products and the two parts of the sum from the outermost values inward among them.
