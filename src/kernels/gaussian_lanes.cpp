@@ -492,7 +492,6 @@ constexpr CKwBodies kColumnBlocks(
 template <int kChannels>
 void BlurAs(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
             const tGaussianCoefficients& down, LONG offset, std::uint32_t alpha, CKwScratch& scratch) {
-    if (BlurStrips(destination, source, across, down, offset, kChannels, alpha, scratch)) return;
     using tHere = tLanes<kChannels>;
     constexpr std::size_t kLanes = tHere::kLanes, kLines = tHere::kLines;
     constexpr std::size_t kBeyond = 16; // values that loads of a pair of vectors may take too many
@@ -567,13 +566,23 @@ std::optional<std::uint8_t> BlurredEven(double level, const tRows& source, const
 
 void BlurLanes(const tRows& destination, const tRows& source, const tGaussianCoefficients& across,
                const tGaussianCoefficients& down, LONG offset, LONG channels, CKwScratch& scratch) {
-    if (channels == 1) return BlurAs<1>(destination, source, across, down, offset, 0, scratch);
-    // Pictures without transparency need three quarters of the work.
+    if (channels == 1) {
+        if (!BlurStrips(destination, source, across, down, offset, 1, 0, scratch))
+            BlurAs<1>(destination, source, across, down, offset, 0, scratch);
+        return;
+    }
+    // Pictures without transparency need three quarters of the work. Some of the rows tell them from most others.
     constexpr std::uint32_t kAlpha = 1u << 3;
-    if (KwEvenChannels(source, kAlpha))
-        if (const auto blurred = BlurredEven(*KwWordRow(source, 0) >> 24, source, across, down))
-            return BlurAs<3>(destination, source, across, down, 0, std::uint32_t{*blurred} << 24, scratch);
-    BlurAs<4>(destination, source, across, down, 0, 0, scratch);
+    constexpr LONG kSome = 16;
+    const tRows some{source.first, source.stride * kSome, source.width, (source.height + kSome - 1) / kSome};
+    if (KwEvenChannels(some, kAlpha))
+        if (const auto blurred = BlurredEven(*KwWordRow(source, 0) >> 24, source, across, down)) {
+            const std::uint32_t alpha = std::uint32_t{*blurred} << 24;
+            if (BlurStrips(destination, source, across, down, 0, 3, alpha, scratch)) return;
+            if (KwEvenChannels(source, kAlpha)) return BlurAs<3>(destination, source, across, down, 0, alpha, scratch);
+        }
+    if (!BlurStrips(destination, source, across, down, 0, 4, 0, scratch))
+        BlurAs<4>(destination, source, across, down, 0, 0, scratch);
 }
 
 } // namespace kw_gaussian

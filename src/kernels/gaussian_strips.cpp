@@ -119,6 +119,10 @@ KWINLINE inline std::optional<std::uint32_t> FilterRows(const tJob& job, LONG x,
                                           __builtin_convertvector(levels, tFloats) - kMiddle);
                               }
                           });
+    if constexpr (kChannels == 3) {
+        const std::uint32_t other = one ^ *KwWordRow(job.source, 0);
+        if (KwIsAny<tWholes>((changes | static_cast<std::int32_t>(other)) & ~0xffffff)) job.failed = true;
+    }
     if (!KwIsAny<tWholes>(changes & static_cast<std::int32_t>(Filtered<kChannels>(job, ~0u)))) {
         for (int channel = 0; channel < kChannels; ++channel) {
             const double level = static_cast<double>(one >> (job.shift + channel * 8) & 255) - double{kMiddle};
