@@ -69,15 +69,6 @@ KWINLINE inline typename Vector::tReals WithoutTiny(const typename Vector::tReal
     return size < kTiny ? tReals{} : v;
 }
 
-/// The first or second vector of two.
-template <int kHalf, class Vector>
-KWINLINE inline typename Vector::tReals Half(const typename Vector::tRealPair& pair) {
-    return [&]<int... l>(std::integer_sequence<int, l...>) KWINLINE {
-        return __builtin_shufflevector(pair, pair, (kHalf * Vector::kWidth + l)...);
-    }
-    (std::make_integer_sequence<int, Vector::kWidth>{});
-}
-
 /// Calls `body` with the number of each vector, or of each `kStep`th: written out, but for SSE2, where a loop is as
 /// fast and compiles much sooner.
 template <class Vector, int kVectors, int kStep = 1, class Body>
@@ -138,8 +129,8 @@ KWINLINE inline bool Stretch(const float* x, std::ptrdiff_t step, std::ptrdiff_t
         ForVectors<Vector, kVectors, 2>([&](int j) KWINLINE {
             const auto floats = KwRead<typename Vector::tFloatPair>(x + i * step + j * Vector::kWidth);
             const auto reals = __builtin_convertvector(floats, typename Vector::tRealPair);
-            all[j] = Half<0, Vector>(reals);
-            if (j + 1 < kVectors) all[j + 1] = Half<1, Vector>(reals);
+            all[j] = KwHalf<0, tReals>(reals);
+            if (j + 1 < kVectors) all[j + 1] = KwHalf<1, tReals>(reals);
         });
         return all;
     };

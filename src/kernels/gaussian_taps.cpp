@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 #include "kernels/gaussian_lanes.h"
 #include "kernels/turn.h"
@@ -21,21 +20,13 @@ struct tRegister {
     using tWholes [[gnu::vector_size(kBytes)]] = std::int32_t;
 };
 
-template <int kHalf, class Register>
-KWINLINE inline typename Register::tReals Half(const typename Register::tRealPair& pair) {
-    return [&]<int... l>(std::integer_sequence<int, l...>) KWINLINE {
-        return __builtin_shufflevector(pair, pair, (kHalf * Register::kReals + l)...);
-    }
-    (std::make_integer_sequence<int, Register::kReals>{});
-}
-
 /// A row's sum around column x, over `reach` pixels to each side and maybe a few more to the right: in parts.
 template <class Register>
 KWINLINE inline typename Register::tReals RowParts(const tAnyWord* row, LONG width, LONG x, LONG reach,
                                                    const tTaps& taps, LONG shift) {
     using tReals = typename Register::tReals;
     constexpr LONG kPart = 2 * Register::kReals;
-    static_assert(kPart <= LONG{tTaps::kBeyond});
+    static_assert(kPart <= LONG{tTaps::kZeros});
     const double* const exact = taps.exact.data() + kFarReach - reach;
     const tAnyWord* pixels;
     std::uint32_t around[2 * kFarReach + kPart];
@@ -51,8 +42,8 @@ KWINLINE inline typename Register::tReals RowParts(const tAnyWord* row, LONG wid
             KwRead<typename Register::tWholes>(reinterpret_cast<const std::byte*>(pixels + i)) >> shift & 255;
         const auto floats = __builtin_convertvector(levels, typename Register::tFloats);
         const auto reals = __builtin_convertvector(floats, typename Register::tRealPair);
-        even += Half<0, Register>(reals) * KwRead<tReals>(exact + i);
-        odd += Half<1, Register>(reals) * KwRead<tReals>(exact + i + Register::kReals);
+        even += KwHalf<0, tReals>(reals) * KwRead<tReals>(exact + i);
+        odd += KwHalf<1, tReals>(reals) * KwRead<tReals>(exact + i + Register::kReals);
     }
     return even + odd;
 }

@@ -17,11 +17,11 @@ inline constexpr LONG kTogether = 4;
 
 /// The taps of one direction, which are symmetric.
 struct tTaps {
-    static constexpr std::size_t kBeyond = 16; ///< zeros after `exact`, for vectors
+    static constexpr std::size_t kZeros = 16; ///< after `exact`, for vectors
 
-    std::array<float, kReach + 1> floats{};                  ///< of the pixels so far away
-    std::array<double, 2 * kFarReach + 1 + kBeyond> exact{}; ///< the pixel's own stands at `kFarReach`
-    std::array<double, kFarReach + 1> beyond{};              ///< the total of the sizes further away than so many
+    std::array<float, kReach + 1> floats{};                 ///< of the pixels so far away
+    std::array<double, 2 * kFarReach + 1 + kZeros> exact{}; ///< the pixel's own stands at `kFarReach`
+    std::array<double, kFarReach + 1> beyond{};             ///< the total of the sizes further away than so many
     LONG reach = 0;    ///< of the floats, a multiple of `kTogether`; beyond it, they would change hardly anything
     LONG farReach = 0; ///< the same for doubles
     double total = 0;  ///< of the exact ones

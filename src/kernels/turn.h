@@ -18,6 +18,16 @@ KWINLINE inline void KwWrite(Value* to, const Vector& values) {
     std::memcpy(to, &values, sizeof values);
 }
 
+/// The first or second half of a pair of vectors.
+template <int kHalf, class Half, class Pair>
+KWINLINE inline Half KwHalf(const Pair& pair) {
+    constexpr int kCount = sizeof(Half) / sizeof(Half{}[0]);
+    return [&]<int... l>(std::integer_sequence<int, l...>) KWINLINE {
+        return __builtin_shufflevector(pair, pair, (kHalf * kCount + l)...);
+    }
+    (std::make_integer_sequence<int, kCount>{});
+}
+
 /// One step of turning rows into columns: pairs of rows `kStep` apart change places of parts.
 template <int kStep, class Row, std::size_t kRows>
 KWINLINE inline void SwapParts(Row (&rows)[kRows]) {
