@@ -20,6 +20,7 @@ constexpr int kWidth = 1920, kHeight = 1080, kRing = 4;
 Surface picture(unsigned seed, bool soft) {
     Surface made = Surface::create(PixelFormat::PremultipliedArgb32, kWidth, kHeight);
     const ImageView view = made.view();
+    const double phase = seed % 2;
     for (int y = 0; y < kHeight; ++y) {
         auto* const row = reinterpret_cast<std::uint8_t*>(view.data + y * view.stride);
         for (int x = 0; x < kWidth; ++x) {
@@ -29,7 +30,7 @@ Surface picture(unsigned seed, bool soft) {
             for (int c = 0; c < 3; ++c) {
                 seed = seed * 69069 + 1;
                 row[x * 4 + c] = static_cast<std::uint8_t>(
-                    a * std::clamp(128 + 100 * std::sin(at[c] * 5 + seed % 2) + (seed >> 28), 0.0, 255.0));
+                    a * std::clamp(128 + 100 * std::sin(at[c] * 5 + phase) + (seed >> 28), 0.0, 255.0));
             }
             row[x * 4 + 3] = static_cast<std::uint8_t>(std::floor(a * 255));
         }

@@ -2,128 +2,37 @@
 #include <array>
 #include <cstring>
 #include <memory>
-#include <type_traits>
 
-#include "base/bodies.h"
-#include "kernels/median_forms.h"
+#include "kernels/median_counts.h"
 #include "kernels/ranges.h"
 
 namespace kw_median {
 namespace {
 
-// Each column of the picture keeps cumulative counts of the samples that the area covers there, once for the rows of
-// full weight and once with the two rim rows, moved down row by row. Along a row the area's counts in 16 coarse bins
-// are kept by adding the column that enters and taking off the one that leaves; the 16 fine bins of a coarse one are
-// brought up to date only when the band lies in it. (S. Perreault, P. Hebert, "Median Filtering in Constant Time",
-// 2007.) All counts are integers, so nothing drifts; weights come in when a band is looked for.
-//
-// Sixteen counts are worked on at once. The two kinds of a count share a lane, full rows in its lower half, so that
-// masks and shifts alone separate and widen them.
+// Each column of the picture keeps counts of the samples that the area covers there, moved down row by row. Along a row
+// the area's counts in 16 coarse bins follow by adding the column that enters and taking off the one that leaves; the
+// 16 fine bins of a coarse one are brought up to date only when the band lies in it. (S. Perreault, P. Hebert, "Median
+// Filtering in Constant Time", 2007.) Neighbours have their bands in much the same bin, so coarse counts are in turn
+// brought up to date only where a band leaves it. All counts are integers, so nothing drifts; weights come in when a
+// band is looked for.
 
-constexpr LONG kStripColumns = 640;                    ///< keeps the columns of a strip in the second-level cache
-constexpr std::ptrdiff_t kColumnLanes = kCoarse + 256; ///< cumulative coarse counts, then 16 times the fine ones
+constexpr LONG kStripColumns = 640; ///< keeps the columns of a strip in the second-level cache
 
-/// A count is half a lane. Weights are of the lane's size, or of twice that size in two groups: even and odd bins.
-/// Lanes are compared in parts of `PartBytes`.
-template <class Lane, class Weight, std::size_t PartBytes = 32>
-struct tForm {
-    using tLane = Lane;
-    using tWeight = Weight;
-    using tUnsigned = std::make_unsigned_t<Weight>;
-    static constexpr int kHalf = sizeof(Lane) * 4;
-    static constexpr std::size_t kGroups = sizeof(Weight) / sizeof(Lane);
-    static constexpr Lane kLow = static_cast<Lane>((Lane{1} << kHalf) - 1);
-
-    using tLanes [[gnu::vector_size(kCoarse * sizeof(Lane))]] = Lane;
-    using tPart [[gnu::vector_size(PartBytes)]] = Lane;
-    using tWeights [[gnu::vector_size(kCoarse / kGroups * sizeof(Weight))]] = Weight;
-    using tParts [[gnu::vector_size(kCoarse / kGroups * sizeof(Weight))]] = tUnsigned;
-
-    /// What a sample of v adds to sixteen cumulative counts.
-    static constexpr std::size_t kNone = 0, kFullIn = 1, kFullOut = 2, kTallIn = 3, kTallOut = 4;
-    static constexpr auto kChange = [] {
-        std::array<std::array<std::array<Lane, kCoarse>, kCoarse>, 5> table{};
-        for (std::size_t v = 0; v < kCoarse; ++v)
-            for (std::size_t i = v; i < kCoarse; ++i) {
-                table[kFullIn][v][i] = 1;
-                table[kFullOut][v][i] = static_cast<Lane>(-1);
-                table[kTallIn][v][i] = static_cast<Lane>(Lane{1} << kHalf);
-                table[kTallOut][v][i] = static_cast<Lane>(~kLow);
-            }
-        return table;
-    }();
-};
-
-/// One channel of a rectangular pass.
-struct tRectPass {
-    tRows source, destination;
-    LONG channel;
-    LONG fullX, fullY; ///< cells of full weight on one side, the centre included; at least 1
-    LONG rimX, rimY, corner;
-    LONG q;
-};
-
-/// Sixteen cumulative counts over some columns.
+/// What a sample of v adds to sixteen counts.
+constexpr std::size_t kNone = 0, kFullIn = 1, kFullOut = 2, kTallIn = 3, kTallOut = 4;
 template <class Form>
-struct tCounts {
-    typename Form::tLanes full{}, tall{};
-
-    template <bool Rims>
-    KWINLINE void Move(const typename Form::tLane* in, const typename Form::tLane* out) {
-        typename Form::tLanes a, b;
-        std::memcpy(&a, in, sizeof a);
-        std::memcpy(&b, out, sizeof b);
-        full += (a & Form::kLow) - (b & Form::kLow);
-        if constexpr (Rims) tall += (a >> Form::kHalf) - (b >> Form::kHalf);
-    }
-};
-
-/// `weights` += `counts` * `weight`, group by group.
-template <class Form>
-KWINLINE inline void AddWeighted(const typename Form::tLanes& counts, typename Form::tWeight weight,
-                                 typename Form::tWeights (&weights)[Form::kGroups]) {
-    typename Form::tParts parts;
-    std::memcpy(&parts, &counts, sizeof parts);
-    if constexpr (Form::kGroups == 1) {
-        weights[0] += (typename Form::tWeights)parts * weight;
-    } else {
-        weights[0] += (typename Form::tWeights)(parts & static_cast<typename Form::tLane>(-1)) * weight;
-        weights[1] += (typename Form::tWeights)(parts >> (8 * sizeof(typename Form::tLane))) * weight;
-    }
-}
-
-/// The area's weights from the counts of its inner columns and those of the columns at both sides.
-template <class Form>
-KWINLINE inline void Weigh(const tRectPass& pass, const tCounts<Form>& inner, const typename Form::tLane* before,
-                           const typename Form::tLane* behind, typename Form::tWeights (&weights)[Form::kGroups]) {
-    AddWeighted<Form>(inner.full, kOne - pass.rimY, weights);
-    AddWeighted<Form>(inner.tall, pass.rimY, weights);
-    typename Form::tLanes a, b;
-    std::memcpy(&a, before, sizeof a);
-    std::memcpy(&b, behind, sizeof b);
-    AddWeighted<Form>((a & Form::kLow) + (b & Form::kLow), pass.rimX - pass.corner, weights);
-    AddWeighted<Form>((a >> Form::kHalf) + (b >> Form::kHalf), pass.corner, weights);
-}
-
-/// The sum of all lanes.
-template <class Vector>
-KWINLINE inline auto Total(const Vector& lanes) {
-    using tElement = std::remove_cvref_t<decltype(lanes[0])>;
-    if constexpr (sizeof(Vector) <= 16) {
-        if constexpr (sizeof(tElement) == 8) {
-            return lanes[0] + lanes[1];
-        } else {
-            const Vector pairs = lanes + __builtin_shufflevector(lanes, lanes, 2, 3, 0, 1);
-            return pairs[0] + pairs[1];
+constexpr auto kChange = [] {
+    using tLane = typename Form::tLane;
+    std::array<std::array<std::array<tLane, kCoarse>, kCoarse>, 5> table{};
+    for (std::size_t v = 0; v < kCoarse; ++v)
+        for (std::size_t i = v; i < kCoarse; ++i) {
+            table[kFullIn][v][i] = 1;
+            table[kFullOut][v][i] = static_cast<tLane>(-1);
+            table[kTallIn][v][i] = static_cast<tLane>(tLane{1} << Form::kHalf);
+            table[kTallOut][v][i] = static_cast<tLane>(~Form::kLow);
         }
-    } else {
-        using tHalf [[gnu::vector_size(sizeof(Vector) / 2)]] = tElement;
-        tHalf half[2];
-        std::memcpy(half, &lanes, sizeof half);
-        const tHalf sum = half[0] + half[1];
-        return Total(sum);
-    }
-}
+    return table;
+}();
 
 /// Moves the counts of columns `left` to `right` down to row `y`.
 template <class Form, bool Rims>
@@ -135,7 +44,7 @@ KWINLINE inline void MoveColumns(const tRectPass& pass, typename Form::tLane* co
     const std::uint8_t* samples[4];
     for (std::size_t i = 0; i < rowCount; ++i) {
         const bool inside = rows[i] >= 0 && rows[i] < pass.source.height;
-        changes[i] = Form::kChange[inside ? Form::kFullIn + i : Form::kNone].data();
+        changes[i] = kChange<Form>[inside ? kFullIn + i : kNone].data();
         samples[i] = pass.source.Row<std::uint8_t>(inside ? static_cast<LONG>(rows[i]) : 0) + pass.channel;
     }
     typename Form::tLane* column = columns;
@@ -175,128 +84,176 @@ void FindStarts(const tRectPass& pass, LONG left, LONG right, LONG rows, LONG ri
 /// A strip's columns in memory; those beside it are one column of zeros.
 template <class Lane>
 struct tColumns {
-    Lane* zeros;
-    std::int64_t first, last;
+    const Lane* zeros;
+    std::int64_t first, count;
 
-    KWINLINE Lane* operator()(std::int64_t x) const {
-        return zeros + (x >= first && x < last ? x - first + 1 : 0) * kColumnLanes;
+    KWINLINE const Lane* operator()(std::int64_t x) const {
+        return zeros + (x >= first && x - first < count ? x - first + 1 : 0) * kColumnLanes;
     }
 };
 
-/// Brings sixteen fine counts, those of the pixel `known`, up to the pixel `x`.
+/// A row of a strip.
 template <class Form, bool Rims>
-KWINLINE inline void MoveFine(tCounts<Form>& fine, const tColumns<typename Form::tLane>& column, std::ptrdiff_t offset,
-                              LONG fullX, std::int64_t known, std::int64_t x) {
-    if (x - known > fullX) {
-        fine = {};
-        const std::int64_t end = std::min<std::int64_t>(x + fullX, column.last);
-        for (std::int64_t i = std::max<std::int64_t>(x - fullX + 1, column.first); i < end; ++i)
-            fine.template Move<Rims>(column(i) + offset, column.zeros);
-    } else {
-        for (std::int64_t i = known + 1; i <= x; ++i)
-            fine.template Move<Rims>(column(i + fullX - 1) + offset, column(i - fullX) + offset);
-    }
-}
-
-/// The fine counts of a row's pixel, a set for each coarse bin.
-template <class Form>
-struct tFine {
-    tCounts<Form> counts[kCoarse];
-    std::int64_t at[kCoarse]; ///< the pixel that the counts of a bin are those of
-
-    KWINLINE tFine() { std::fill_n(at, kCoarse, std::int64_t{INT32_MIN}); }
-};
-
-/// The mean value, in units of 1 / kOne, of the band of weight that begins at `low` over the pixel `x`, whose coarse
-/// counts are given.
-template <class Form>
-KWINLINE inline std::int32_t BandSum(const tRectPass& pass, const tColumns<typename Form::tLane>& column,
-                                     const tCounts<Form>& coarse, tFine<Form>& fine, std::int64_t x,
-                                     const typename Form::tLane* before, const typename Form::tLane* behind,
-                                     typename Form::tWeight low) {
+class CRow {
+  public:
+    using tLane = typename Form::tLane;
     using tWeight = typename Form::tWeight;
-    using tWeights = typename Form::tWeights;
-    constexpr LONG groups = Form::kGroups;
-    tWeights weights[groups]{};
-    Weigh<Form>(pass, coarse, before, behind, weights);
-    tWeight stored[kCoarse];
-    std::memcpy(stored, weights, sizeof stored);
-    const auto upTo = [&](LONG bin) KWINLINE { return stored[bin % groups * (kCoarse / groups) + bin / groups]; };
 
-    const tWeight high = low + kOne;
-    tWeights passed = weights[0] <= low;
-    for (LONG i = 1; i < groups; ++i) passed += weights[i] <= low;
-    LONG k = std::min(static_cast<LONG>(-Total(passed)), kCoarse - 1);
-    tWeight below = k ? upTo(k - 1) : 0;
-    std::int32_t sum = 0;
-    for (bool more = high > 0; more; ++k) {
-        const std::ptrdiff_t offset = kCoarse + k * kCoarse;
-        const std::int64_t known = fine.at[k];
-        fine.at[k] = x;
-        MoveFine<Form, true>(fine.counts[k], column, offset, pass.fullX, known, x);
-        // The band's share of bin i is c(i) - c(i - 1), c being the weight up to the bin limited to the band: the sum
-        // over i * (c(i) - c(i - 1)) takes one sum over c.
-        const tWeight base = below - low;
-        tWeights bins[groups]{}, limited{};
-        Weigh<Form>(pass, fine.counts[k], before + offset, behind + offset, bins);
-        for (tWeights& part : bins) {
-            part += base;
-            part = part < 0 ? tWeights{} : part;
-            limited += part > kOne ? tWeights{} + kOne : part;
+    KWINLINE CRow(const tRectPass& pass, const tColumns<tLane>& column, const tWeight* starts, LONG left, LONG right,
+                  std::uint8_t* to)
+        : m_pass(pass), m_factors(pass), m_column(column), m_starts(starts), m_left(left), m_right(right), m_to(to) {}
+
+    KWINLINE void Run() {
+        LONG lastBin = kCoarse; // none
+        for (m_x = m_left; m_x < m_right;) {
+            m_coarse.BringUp(*this, 0);
+            const std::int32_t sum = Sum();
+            Write(sum);
+            const LONG bin = sum / (kCoarse * kOne);
+            if (bin == lastBin && m_fine[bin].at == m_x)
+                WalkBin(bin);
+            else
+                ++m_x;
+            lastBin = bin;
         }
-        const auto covered = static_cast<std::int32_t>(Total(limited));
-        below = upTo(k);
-        const auto start = static_cast<std::int32_t>(std::clamp<tWeight>(base, 0, kOne));
-        const auto stop = static_cast<std::int32_t>(std::clamp<tWeight>(below - low, 0, kOne));
-        sum += (k + 1) * kCoarse * stop - k * kCoarse * start - covered;
-        more = k < kCoarse - 1 && below < high;
     }
-    return sum;
-}
 
-/// How many of sixteen cumulative counts lie below `count`, and in the second byte how many up to it.
-template <class Form>
-KWINLINE inline std::uint32_t Ranks(const tCounts<Form>& counts, std::uint16_t count) {
-    using tPart = typename Form::tPart;
-    const tPart limit = tPart{} + count;
-    tPart ranks{};
-    for (std::size_t i = 0; i < sizeof counts.full; i += sizeof(tPart)) {
-        tPart part;
-        std::memcpy(&part, reinterpret_cast<const std::byte*>(&counts.full) + i, sizeof part);
-        ranks += (reinterpret_cast<tPart>(part < limit) & 1) + (reinterpret_cast<tPart>(part <= limit) & 256);
-    }
-    std::uint64_t quads[sizeof(tPart) / 8], sum = 0;
-    std::memcpy(quads, &ranks, sizeof quads);
-    for (const std::uint64_t quad : quads) sum += quad;
-    return static_cast<std::uint32_t>(sum * 0x0001000100010001u >> 48);
-}
+  private:
+    /// The area's sixteen counts over the pixel `at`.
+    struct tKnown {
+        tCounts<Form> counts;
+        std::int64_t at = INT32_MIN;
 
-/// `BandSum` where all cells have full weight: the band is a part of one sample, and the rest of it of the next
-/// greater.
-template <class Form>
-KWINLINE inline std::int32_t SampleSum(const tRectPass& pass, const tColumns<typename Form::tLane>& column,
-                                       const tCounts<Form>& coarse, tFine<Form>& fine, std::int64_t x,
-                                       std::int32_t low) {
-    const std::int32_t part = low & (kOne - 1);
-    const auto rank = static_cast<std::uint16_t>((low >> 14) + 1); // samples up to the first, itself included
-    std::uint16_t stored[kCoarse];
-    std::memcpy(stored, &coarse.full, sizeof stored);
-    const auto ranksIn = [&](LONG k, std::uint16_t count) KWINLINE {
-        const std::int64_t known = fine.at[k];
-        fine.at[k] = x;
-        MoveFine<Form, false>(fine.counts[k], column, kCoarse + std::ptrdiff_t{k} * kCoarse, pass.fullX, known, x);
-        return Ranks(fine.counts[k], count);
+        /// Brings them up to the row's pixel.
+        KWINLINE void BringUp(const CRow& row, std::ptrdiff_t offset) {
+            const LONG fullX = row.m_pass.fullX;
+            const tColumns<tLane>& column = row.m_column;
+            if (row.m_x - at > fullX) {
+                counts = {};
+                const std::int64_t end = std::min(row.m_x + fullX, column.first + column.count);
+                for (std::int64_t i = std::max(row.m_x - fullX + 1, column.first); i < end; ++i)
+                    counts.template Move<Rims>(column(i) + offset, column.zeros);
+            } else {
+                for (std::int64_t i = at + 1; i <= row.m_x; ++i)
+                    counts.template Move<Rims>(column(i + fullX - 1) + offset, column(i - fullX) + offset);
+            }
+            at = row.m_x;
+        }
     };
-    const std::uint32_t bins = Ranks(coarse, rank);
-    const LONG first = static_cast<LONG>(bins & 255), next = static_cast<LONG>(bins >> 8);
-    const auto inside = static_cast<std::uint16_t>(rank - (first ? stored[first - 1] : 0));
-    const std::uint32_t levels = ranksIn(first, inside);
-    std::int32_t nextLevel = first * kCoarse + static_cast<std::int32_t>(levels >> 8);
-    if (next != first) // none is left beyond the last bin
-        nextLevel =
-            next == kCoarse || part == 0 ? 0 : next * kCoarse + static_cast<std::int32_t>(ranksIn(next, 0) >> 8);
-    return (first * kCoarse + static_cast<std::int32_t>(levels & 255)) * (kOne - part) + nextLevel * part;
-}
+
+    static KWINLINE std::ptrdiff_t FineOffset(LONG bin) { return kCoarse + std::ptrdiff_t{bin} * kCoarse; }
+    KWINLINE const tCounts<Form>& Fine(LONG bin) {
+        m_fine[bin].BringUp(*this, FineOffset(bin));
+        return m_fine[bin].counts;
+    }
+    KWINLINE tWeights<Form> Weights(const tCounts<Form>& counts, std::ptrdiff_t offset) const {
+        return {m_factors, counts, m_column(m_x - m_pass.fullX) + offset, m_column(m_x + m_pass.fullX) + offset};
+    }
+    KWINLINE void Write(std::int32_t sum) const { m_to[m_x * 4] = static_cast<std::uint8_t>((sum + kOne / 2) / kOne); }
+
+    /// The mean value, in units of 1 / kOne, of the band of the row's pixel, whose coarse counts are known.
+    KWINLINE std::int32_t Sum() {
+        if constexpr (Rims) {
+            return BandSum(m_starts[m_x - m_left]);
+        } else {
+            return SampleSum(m_starts[m_x - m_left]);
+        }
+    }
+
+    KWINLINE std::int32_t BandSum(tWeight low) {
+        const auto weights = Weights(m_coarse.counts, 0);
+        const auto upTo = weights.All();
+        const tWeight high = low + kOne;
+        LONG bin = std::min(weights.UpTo(low), kCoarse - 1);
+        tWeight below = bin ? upTo[static_cast<std::size_t>(bin - 1)] : 0;
+        std::int32_t sum = 0;
+        for (bool more = high > 0; more; ++bin) {
+            // The band's share of level i is c(i) - c(i - 1), c being the weight up to it limited to the band: the sum
+            // over i * (c(i) - c(i - 1)) takes one sum over c.
+            const tWeight base = below - low;
+            const tLimited covered = Weights(Fine(bin), FineOffset(bin)).Limited(base);
+            below = upTo[static_cast<std::size_t>(bin)];
+            const auto start = static_cast<std::int32_t>(std::clamp<tWeight>(base, 0, kOne));
+            const auto stop = static_cast<std::int32_t>(std::clamp<tWeight>(below - low, 0, kOne));
+            sum += (bin + 1) * kCoarse * stop - bin * kCoarse * start - covered.sum;
+            more = bin < kCoarse - 1 && below < high;
+        }
+        return sum;
+    }
+
+    /// `BandSum` where all cells have full weight: the band is a part of one sample, and the rest of it of the next
+    /// greater.
+    KWINLINE std::int32_t SampleSum(std::int32_t low) {
+        const std::int32_t part = low & (kOne - 1);
+        const auto rank = static_cast<std::uint16_t>((low >> 14) + 1); // samples up to the first, itself included
+        std::uint16_t stored[kCoarse];
+        std::memcpy(stored, &m_coarse.counts.full, sizeof stored);
+        const std::uint32_t bins = Ranks(m_coarse.counts, rank);
+        const LONG first = static_cast<LONG>(bins & 255), next = static_cast<LONG>(bins >> 8);
+        const std::uint32_t levels =
+            Ranks(Fine(first), static_cast<std::uint16_t>(rank - (first ? stored[first - 1] : 0)));
+        std::int32_t nextLevel = first * kCoarse + static_cast<std::int32_t>(levels >> 8);
+        if (next != first) // none is left beyond the last bin
+            nextLevel = next == kCoarse || part == 0
+                            ? 0
+                            : next * kCoarse + static_cast<std::int32_t>(Ranks(Fine(next), 0) >> 8);
+        return (first * kCoarse + static_cast<std::int32_t>(levels & 255)) * (kOne - part) + nextLevel * part;
+    }
+
+    /// Goes on from a pixel whose band, or the end of it, lies in the coarse bin `bin`, and writes the next ones as
+    /// long as the whole of theirs does. Only the bin's own counts and those below it are kept up to date.
+    KWINLINE void WalkBin(LONG bin) {
+        const tColumns<tLane>& column = m_column;
+        const tFactors<Form> by = m_factors;
+        const LONG fullX = m_pass.fullX, lower = std::max(bin - 1, 0);
+        const tLane some = bin > 0 ? static_cast<tLane>(-1) : tLane{0};
+        const auto full = [&](const tLane* lanes)
+                              KWINLINE { return static_cast<tWeight>(lanes[lower] & some & Form::kLow); };
+        const auto tall = [&](const tLane* lanes)
+                              KWINLINE { return static_cast<tWeight>((lanes[lower] & some) >> Form::kHalf); };
+        tLane coarse[2][kCoarse];
+        std::memcpy(coarse, &m_coarse.counts, sizeof coarse);
+        tWeight belowFull = static_cast<tWeight>(coarse[0][lower] & some),
+                belowTall = static_cast<tWeight>(coarse[1][lower] & some);
+        tCounts<Form> counts = m_fine[bin].counts;
+        const std::ptrdiff_t offset = FineOffset(bin);
+        while (++m_x < m_right) {
+            const tLane *const before = column(m_x - fullX), *const entering = column(m_x + fullX - 1);
+            counts.template Move<Rims>(entering + offset, before + offset);
+            belowFull += full(entering) - full(before);
+            const tWeight low = m_starts[m_x - m_left];
+            if constexpr (Rims) {
+                belowTall += tall(entering) - tall(before);
+                const tLane* const behind = column(m_x + fullX);
+                const tWeight base = belowFull * by.full + belowTall * by.tall +
+                                     (full(before) + full(behind)) * by.fullSide +
+                                     (tall(before) + tall(behind)) * by.tallSide - low;
+                if (base > 0) break;
+                const tLimited covered = tWeights<Form>(by, counts, before + offset, behind + offset).Limited(base);
+                if (covered.last < kOne) break;
+                Write((bin + 1) * kCoarse * kOne - covered.sum);
+            } else {
+                const std::int32_t part = low & (kOne - 1), rank = (low >> 14) + 1 - belowFull;
+                const std::uint32_t levels = Ranks(counts, static_cast<std::uint16_t>(rank));
+                const auto first = static_cast<std::int32_t>(levels & 255),
+                           next = static_cast<std::int32_t>(levels >> 8);
+                if (rank <= 0 || next == kCoarse) break;
+                Write((bin * kCoarse + first) * kOne + (next - first) * part);
+            }
+        }
+        m_fine[bin] = {counts, m_x};
+    }
+
+    const tRectPass& m_pass;
+    const tFactors<Form> m_factors;
+    const tColumns<tLane> m_column;
+    const tWeight* const m_starts; ///< where the bands begin, from the strip's left edge on
+    const LONG m_left, m_right;
+    std::uint8_t* const m_to; ///< the picture's row
+    std::int64_t m_x = 0;
+    tKnown m_coarse;
+    tKnown m_fine[kCoarse]; ///< of each coarse bin
+};
 
 /// The strip `left` to `right` of the destination. `memory` takes a column of zeros and then those of the strip and
 /// as much beside it as the area reaches; `starts` one band start per pixel.
@@ -309,7 +266,7 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
     const LONG last = static_cast<LONG>(std::min<std::int64_t>(std::int64_t{right} + fullX, width));
     typename Form::tLane* const columns = memory + kColumnLanes;
     std::fill_n(memory, (std::ptrdiff_t{last} - first + 1) * kColumnLanes, typename Form::tLane{0});
-    const tColumns<typename Form::tLane> column{memory, first, last};
+    const tColumns<typename Form::tLane> column{memory, first, last - first};
 
     for (std::int64_t y = -std::int64_t{fullY}; y < 0; ++y) MoveColumns<Form, Rims>(pass, columns, first, last, y);
     LONG knownRows = -1, knownRims = -1;
@@ -325,31 +282,10 @@ KWINLINE inline void FilterStrip(const tRectPass& pass, LONG left, LONG right, t
             knownRims = rims;
             FindStarts(pass, left, right, rows, rims, starts);
         }
-
-        tCounts<Form> coarse;
-        tFine<Form> fine;
-        const std::int64_t filled = std::min<std::int64_t>(std::int64_t{left} + fullX - 1, last);
-        for (std::int64_t x = std::max<std::int64_t>(std::int64_t{left} - fullX + 1, first); x < filled; ++x)
-            coarse.template Move<Rims>(column(x), memory);
-
-        std::uint8_t* to = pass.destination.Row<std::uint8_t>(y) + std::ptrdiff_t{left} * 4 + pass.channel;
-        for (std::int64_t x = left; x < right; ++x, to += 4) {
-            const auto* const before = column(x - fullX);
-            const auto* const behind = column(x + fullX);
-            coarse.template Move<Rims>(column(x + fullX - 1), x > left ? before : memory);
-            std::int32_t sum;
-            if constexpr (Rims)
-                sum = BandSum<Form>(pass, column, coarse, fine, x, before, behind, starts[x - left]);
-            else
-                sum = SampleSum<Form>(pass, column, coarse, fine, x, starts[x - left]);
-            *to = static_cast<std::uint8_t>((sum + kOne / 2) / kOne);
-        }
+        std::uint8_t* const to = pass.destination.Row<std::uint8_t>(y) + pass.channel;
+        CRow<Form, Rims>(pass, column, starts, left, right, to).Run();
     }
 }
-
-using tSmall = tForm<std::uint16_t, std::int32_t>;
-using tMiddle = tForm<std::uint32_t, std::int32_t>;
-using tLarge = tForm<std::uint64_t, std::int64_t>;
 
 KWINLINE inline void FilterSmall(const tRectPass& pass, LONG left, LONG right, std::uint16_t* memory,
                                  std::int32_t* starts) {
