@@ -158,9 +158,10 @@ KWINLINE inline void WaveRowFloat(tAnyFloat* d, const tSource& source, const dou
     Locate(at, source, shift, y, x, count);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const tBilinearF sample(at.x[i] & (kOne - 1), at.y[i] & (kOne - 1));
-        const auto pixel = [&](std::ptrdiff_t offset) KWINLINE {
-            return reinterpret_cast<const tAnyFloat*>(Address(source, at, i, 16) + offset);
-        };
+        const std::byte* const p = Address(source, at, i, 16);
+        source.FetchAhead(p);
+        const auto pixel = [&](std::ptrdiff_t offset)
+                               KWINLINE { return reinterpret_cast<const tAnyFloat*>(p + offset); };
         const tAnyFloat* p00 = pixel(0);
         const tAnyFloat* p10 = pixel(source.nextColumn);
         const tAnyFloat* p01 = pixel(source.nextRow);
