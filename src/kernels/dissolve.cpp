@@ -37,7 +37,7 @@ constexpr CKwBodies kAddRow(KwWidths<AddRow<tNarrow>, AddRow<tMiddle>, AddRow<tW
 template <bool kSecondHalf, class Bytes>
 KWINLINE inline void SubtractBody(tTarget o, tSource base, tSource taken, std::ptrdiff_t bytes, const tMix& m) {
     const tShare<10> share(m.share);
-    const auto q = KwAmounts<Bytes>(m.q << 24);
+    const tAlphaAmount<Bytes> q(m.q);
     const auto alpha = KwRepeated<Bytes>(kAlpha);
     KwForBlocks<Bytes>(o, bytes, base, taken, [&](const Bytes& x, const Bytes& y) KWINLINE {
         const Bytes off = KwByHalves(y, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); });
@@ -53,12 +53,13 @@ constexpr CKwBodies
 template <class Bytes>
 KWINLINE inline void CrossSubtractRow(tTarget o, tSource first, tSource second, std::ptrdiff_t bytes, const tMix& m) {
     const tShare<10> share(m.share);
-    const auto q = KwAmounts<Bytes>(m.q << 24);
+    const tAlphaAmount<Bytes> q(m.q);
     const auto alpha = KwRepeated<Bytes>(kAlpha);
     KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
         const auto cross = [&](const tHalvesOf<Bytes>& c, const tHalvesOf<Bytes>& d) KWINLINE {
-            const tHalvesOf<Bytes> v = share.Of(c + d);
-            return v < c ? c - v : v - c;
+            using tShorts = typename tBlock<sizeof(Bytes)>::tShorts; // whose limits SSE2 has
+            return reinterpret_cast<tHalvesOf<Bytes>>(
+                KwDistance(reinterpret_cast<tShorts>(share.Of(c + d)), reinterpret_cast<tShorts>(c)));
         };
         const tHalvesOf<Bytes> c = reinterpret_cast<tHalvesOf<Bytes>>(x), d = reinterpret_cast<tHalvesOf<Bytes>>(y);
         const tHalvesOf<Bytes> crossed = cross(c & 255, d & 255) | cross(c >> 8, d >> 8) << 8;
@@ -115,8 +116,7 @@ KWINLINE inline void GreyBody(tTarget o, tSource first, tSource second, std::ptr
     const auto amounts = KwAmounts<Bytes>(m.amounts);
     const auto alpha = KwRepeated<Bytes>(kAlpha);
     KwForBlocks<Bytes>(o, bytes, first, second, [&](const Bytes& x, const Bytes& y) KWINLINE {
-        const auto one = KwThirds((KwColorSums(x) + KwColorSums(y)) >> 1); // a sixth
-        const Bytes grey = reinterpret_cast<Bytes>(one | one << 8 | one << 16);
+        const Bytes grey = KwMeansOfTwo(x, y);
         return kSecondHalf ? KwBlended(KwPick(alpha, x, grey), y, amounts)
                            : KwBlended(x, KwPick(alpha, y, grey), amounts);
     });

@@ -24,6 +24,7 @@ struct tBlock {
     using tHalves [[gnu::vector_size(kBytes)]] = std::uint16_t;
     using tWords [[gnu::vector_size(kBytes)]] = std::uint32_t;
     using tQuads [[gnu::vector_size(kBytes)]] = std::uint64_t;
+    using tShorts [[gnu::vector_size(kBytes)]] = std::int16_t;
     using tWholes [[gnu::vector_size(kBytes)]] = std::int32_t;
     using tFloats [[gnu::vector_size(kBytes)]] = float;
 };
@@ -95,6 +96,24 @@ template <class Block>
 KWINLINE inline __m128i KwSse2(const Block& block) {
     return reinterpret_cast<__m128i>(block);
 }
+/// The upper halves of products of 16 bits.
+template <class Halves>
+KWINLINE inline Halves KwUpper(const Halves& a, const Halves& b) {
+    return reinterpret_cast<Halves>(_mm_mulhi_epu16(KwSse2(a), KwSse2(b)));
+}
+/// The sums of each word's two products of halves, which are numbers with a sign.
+template <class Halves>
+KWINLINE inline auto KwPairSums(const Halves& a, const Halves& b) {
+    return reinterpret_cast<typename tBlock<sizeof(Halves)>::tWords>(_mm_madd_epi16(KwSse2(a), KwSse2(b)));
+}
+/// The halves at `kPlace`, 0 or 1, of words, which are bytes, in all four bytes of their pixels.
+template <int kPlace, class Halves>
+KWINLINE inline auto KwSpreadHalves(const Halves& halves) {
+    constexpr int k = kPlace;
+    const Halves twice = reinterpret_cast<Halves>(_mm_mullo_epi16(KwSse2(halves), _mm_set1_epi16(0x0101)));
+    return reinterpret_cast<typename tBlock<sizeof(Halves)>::tBytes>(
+        __builtin_shufflevector(twice, twice, k, k, k + 2, k + 2, k + 4, k + 4, k + 6, k + 6));
+}
 #endif
 
 /// The sum, limited to 255.
@@ -133,11 +152,13 @@ KWINLINE inline Bytes KwWithAlpha(const Bytes& colors, const Bytes& alpha) {
 template <class Words>
 KWINLINE inline auto KwSpread(const Words& levels) {
     using tOf = tBlock<sizeof(Words)>;
-    const Words pairs = levels | levels << 8;
-    if constexpr (sizeof(Words) == sizeof(tNarrow)) {
-        const auto halves = reinterpret_cast<typename tOf::tHalves>(pairs);
-        return reinterpret_cast<typename tOf::tBytes>(__builtin_shufflevector(halves, halves, 0, 0, 2, 2, 4, 4, 6, 6));
-    } else {
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Words>)
+        return KwSpreadHalves<0>(reinterpret_cast<typename tOf::tHalves>(levels));
+    else
+#endif
+    {
+        const Words pairs = levels | levels << 8;
         return reinterpret_cast<typename tOf::tBytes>(pairs | pairs << 16);
     }
 }
@@ -145,6 +166,9 @@ KWINLINE inline auto KwSpread(const Words& levels) {
 /// Each pixel's alpha in all of its bytes.
 template <class Bytes>
 KWINLINE inline Bytes KwAlphas(const Bytes& pixels) {
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>) return KwSpreadHalves<1>(reinterpret_cast<tHalvesOf<Bytes>>(pixels) >> 8);
+#endif
     return KwSpread(reinterpret_cast<tWordsOf<Bytes>>(pixels) >> 24);
 }
 
@@ -153,37 +177,75 @@ KWINLINE inline Bytes KwLimitedToAlpha(const Bytes& pixels) {
     return KwSmaller(pixels, KwAlphas(pixels));
 }
 
-/// Red, green and blue together, 0 to 765.
-template <class Bytes>
-KWINLINE inline tWordsOf<Bytes> KwColorSums(const Bytes& pixels) {
-    const auto w = reinterpret_cast<tWordsOf<Bytes>>(pixels);
 #if defined(__SSE2__)
-    if constexpr (kHasSse2<Bytes>)
-        return (w >> 8 & 255) + reinterpret_cast<tWordsOf<Bytes>>(
-                                    _mm_madd_epi16(KwSse2(w & 0x00FF00FF), KwSse2(KwRepeated<Bytes>(0x00010001))));
+/// The colours of each pixel together, times a factor, by the bytes at even places and those at odd ones.
+template <int kFactor, class Halves>
+KWINLINE inline auto KwWeighedSums(const Halves& even, const Halves& odd) {
+    using tBytes = typename tBlock<sizeof(Halves)>::tBytes;
+    return KwPairSums(even, reinterpret_cast<Halves>(KwRepeated<tBytes>(kFactor * 0x00010001))) +
+           KwPairSums(odd, reinterpret_cast<Halves>(KwRepeated<tBytes>(kFactor)));
+}
 #endif
+
+/// Red, green and blue together, 0 to 765, times 1 or, in SSE2 alone, another factor.
+template <int kFactor = 1, class Bytes>
+KWINLINE inline tWordsOf<Bytes> KwColorSums(const Bytes& pixels) {
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>) {
+        const auto h = reinterpret_cast<tHalvesOf<Bytes>>(pixels);
+        return KwWeighedSums<kFactor, tHalvesOf<Bytes>>(h & 255, h >> 8);
+    }
+#endif
+    const auto w = reinterpret_cast<tWordsOf<Bytes>>(pixels);
     return (w & 255) + (w >> 8 & 255) + (w >> 16 & 255);
 }
 
-/// A third of each word, truncated; words are 0 to 765. SSE2 has the upper halves of products of 16 bits only.
+/// Of a number up to 765 whose product with it has a third, truncated, above 16 bits.
+inline constexpr int kThirdOfSum = 21846;
+
+/// A third of each word, truncated; words are 0 to 765. SSE2 has products of 16 bits only.
 template <class Words>
 KWINLINE inline Words KwThirds(const Words& words) {
 #if defined(__SSE2__)
-    if constexpr (kHasSse2<Words>)
-        return reinterpret_cast<Words>(_mm_mulhi_epu16(KwSse2(words), KwSse2(Words{} + 21846)));
+    if constexpr (kHasSse2<Words>) return KwUpper(words, Words{} + kThirdOfSum);
 #endif
-    return words * 21846 >> 16;
+    return words * kThirdOfSum >> 16;
 }
 
 /// The mean of the three colours in all bytes of its pixel: `KwMean8`.
 template <class Bytes>
 KWINLINE inline Bytes KwMeans(const Bytes& pixels) {
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>)
+        return KwSpreadHalves<1>(reinterpret_cast<tHalvesOf<Bytes>>(KwColorSums<kThirdOfSum>(pixels)));
+#endif
     return KwSpread(KwThirds(KwColorSums(pixels)));
+}
+
+/// The mean of the colours of two pixels in all bytes.
+template <class Bytes>
+KWINLINE inline Bytes KwMeansOfTwo(const Bytes& x, const Bytes& y) {
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>) {
+        using tHalves = tHalvesOf<Bytes>;
+        const auto a = reinterpret_cast<tHalves>(x), b = reinterpret_cast<tHalves>(y);
+        return KwSpreadHalves<1>(reinterpret_cast<tHalves>(
+            KwWeighedSums<kThirdOfSum / 2, tHalves>((a & 255) + (b & 255), (a >> 8) + (b >> 8))));
+    }
+#endif
+    return KwSpread(KwThirds((KwColorSums(x) + KwColorSums(y)) >> 1));
 }
 
 /// The mean, limited to alpha, in all bytes of its pixel.
 template <class Bytes>
 KWINLINE inline Bytes KwGreys(const Bytes& pixels) {
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>) {
+        const auto mean = reinterpret_cast<Bytes>(KwColorSums<kThirdOfSum>(pixels));
+        const auto alpha = reinterpret_cast<Bytes>(reinterpret_cast<tHalvesOf<Bytes>>(pixels) >> 8);
+        return KwSpreadHalves<1>(reinterpret_cast<tHalvesOf<Bytes>>(KwSmaller(mean, alpha)));
+    }
+#endif
     const auto alpha = reinterpret_cast<tWordsOf<Bytes>>(pixels) >> 24, mean = KwThirds(KwColorSums(pixels));
     return KwSpread(
         reinterpret_cast<tWordsOf<Bytes>>(KwSmaller(reinterpret_cast<Bytes>(mean), reinterpret_cast<Bytes>(alpha))));
@@ -245,25 +307,46 @@ KWINLINE inline tAmounts<Bytes> KwAlphaAmounts(const Bytes& pixels) {
 template <int kBits>
 struct tShare {
     explicit tShare(std::int32_t share)
-        : high(static_cast<std::uint16_t>(share >> 7)), low(static_cast<std::uint16_t>(share & 127)) {}
+        : whole(static_cast<std::uint16_t>(share)), high(static_cast<std::uint16_t>(share >> 7)),
+          low(static_cast<std::uint16_t>(share & 127)) {}
     template <class Halves>
     KWINLINE Halves Of(const Halves& v) const {
+#if defined(__SSE2__)
+        if constexpr (kHasSse2<Halves>) return KwUpper<Halves>(v << (16 - kBits), Halves{} + whole);
+#endif
         return (v * high + (v * low >> 7)) >> (kBits - 7);
     }
-    std::uint16_t high, low;
+    std::uint16_t whole, high, low;
+};
+
+/// An amount for alpha, and 0 for the colours.
+template <class Bytes>
+struct tAlphaAmount {
+    explicit KWINLINE tAlphaAmount(std::uint32_t amount)
+        : odd(reinterpret_cast<tHalvesOf<Bytes>>(KwRepeated<Bytes>(amount << 16))) {}
+    tHalvesOf<Bytes> odd;
 };
 
 /// value * amount / 256 for each byte.
 template <class Bytes>
 KWINLINE inline Bytes KwProducts(const Bytes& values, const tAmounts<Bytes>& a) {
     const auto v = reinterpret_cast<tHalvesOf<Bytes>>(values);
+#if defined(__SSE2__)
+    if constexpr (kHasSse2<Bytes>)
+        return reinterpret_cast<Bytes>(KwUpper<tHalvesOf<Bytes>>(v << 8, a.even) | ((v >> 8) * a.odd & 0xFF00));
+#endif
     return reinterpret_cast<Bytes>(((v & 255) * a.even >> 8) | ((v >> 8) * a.odd & 0xFF00));
+}
+
+template <class Bytes>
+KWINLINE inline Bytes KwProducts(const Bytes& values, const tAlphaAmount<Bytes>& a) {
+    return reinterpret_cast<Bytes>((reinterpret_cast<tHalvesOf<Bytes>>(values) >> 8) * a.odd & 0xFF00);
 }
 
 /// `KwBlend8` for each byte, by the size of the difference. One of both ways is 0, and a step never goes beyond the
 /// other.
-template <class Bytes>
-KWINLINE inline Bytes KwBlended(const Bytes& d, const Bytes& s, const tAmounts<Bytes>& a) {
+template <class Bytes, class Amounts>
+KWINLINE inline Bytes KwBlended(const Bytes& d, const Bytes& s, const Amounts& a) {
     const Bytes up = KwRest(s, d), down = KwRest(d, s);
     const Bytes step = KwProducts(up | down, a);
     return d + KwSmaller(step, up) - KwSmaller(step, down);
@@ -295,7 +378,8 @@ KWINLINE inline void KwForEachBlock(std::uint8_t* out, std::ptrdiff_t bytes, Rul
     };
     const auto head = static_cast<std::ptrdiff_t>(-reinterpret_cast<std::uintptr_t>(out) % kBytes);
     if (head > 0 && head % 4 == 0 && head < bytes) part(head);
-    while (bytes - at >= kBytes) part(kBytes);
+    const std::ptrdiff_t last = bytes - kBytes;
+    while (at <= last) part(kBytes);
     if (at < bytes) part(bytes - at);
 }
 template <class Bytes = tBytes, class Rule>
