@@ -249,8 +249,11 @@ constexpr CKwBodies kTakeLowBytes(KwClones<TakeLowBytes>);
 template <class Bytes>
 KWINLINE inline void SpreadColor(std::uint32_t* words, const std::uint8_t* bytes, std::ptrdiff_t count) {
     if constexpr (sizeof(Bytes) == sizeof(tNarrow)) { // without a shuffle of bytes
-        for (std::ptrdiff_t i = 0; i < count; ++i, bytes += 3)
-            words[i] = std::uint32_t{bytes[0]} << 16 | std::uint32_t{bytes[1]} << 8 | bytes[2];
+        for (std::ptrdiff_t i = 0; i < count; ++i, bytes += 3) {
+            std::uint32_t colors;
+            std::memcpy(&colors, bytes, sizeof colors);
+            words[i] = __builtin_bswap32(colors) >> 8;
+        }
     } else {
         for (std::ptrdiff_t i = 0; i < count; i += 4, bytes += 12) {
             const auto colors = KwLoad<tNarrow>(bytes);
@@ -285,21 +288,24 @@ constexpr CKwBodies kAddRow8(AddPlain8, KwWidths<AddWide8<tNarrow>, AddWide8<tMi
 /// The greatest level at which a value moves by no more than its distance from the middle.
 constexpr std::int32_t kFullLevel = 16384;
 
-/// Uniform noise at a level from 0 to `kFullLevel`, by the bytes that it is made of; those reach 16 pixels beyond the
-/// last.
-template <class Bytes>
+/// Uniform noise at a level from 0 to `kFullLevel`, by the bytes that it is made of, or with `kGrey` by words whose low
+/// byte is all that of a pixel; those reach 16 pixels beyond the last.
+template <bool kGrey, class Bytes>
 KWINLINE inline void AddUniform8(std::uint8_t* d, const std::uint8_t* s, const std::uint32_t* drawn,
                                  std::ptrdiff_t count, std::int32_t level) {
     const tShare<14> share(level);
-    const Bytes middle = KwPixels<Bytes>(0x007F7F7F);
+    const Bytes middle = KwPixels<Bytes>(0x007F7F7F), colors = KwPixels<Bytes>(0x00FFFFFF);
     KwForBlocks<Bytes>(d, count * 4, s, [&](std::ptrdiff_t at, const Bytes& pixels) KWINLINE {
-        const Bytes values = KwLoad<Bytes>(reinterpret_cast<const std::uint8_t*>(drawn) + at);
+        Bytes values = KwLoad<Bytes>(reinterpret_cast<const std::uint8_t*>(drawn) + at);
+        if constexpr (kGrey) values = KwSpread(reinterpret_cast<tWordsOf<Bytes>>(values) & 255) & colors;
         const Bytes up = KwRest(values, middle), down = KwRest(middle, values);
         const Bytes step = KwByHalves(up | down, [&](const tHalvesOf<Bytes>& v) KWINLINE { return share.Of(v); });
         return KwSmaller(KwRest(KwSum(pixels, KwSmaller(step, up)), KwSmaller(step, down)), KwAlphas(pixels));
     });
 }
-constexpr CKwBodies kAddUniform8(KwWidths<AddUniform8<tNarrow>, AddUniform8<tMiddle>, AddUniform8<tWide>>);
+constexpr CKwBodies
+    kAddUniform8(KwWidths<AddUniform8<false, tNarrow>, AddUniform8<false, tMiddle>, AddUniform8<false, tWide>>);
+constexpr auto AddGrey8 = AddUniform8<true, tNarrow>;
 
 void AddRowFloat(tAnyFloat* d, const tAnyFloat* s, const double* noise, std::ptrdiff_t count, std::ptrdiff_t step) {
     for (std::ptrdiff_t i = 0; i < count; ++i, d += 4, s += 4, noise += step == 0 ? 1 : 3) {
@@ -328,8 +334,10 @@ HRESULT KwDibNoise(const tView& destination, const tView& source, const tNOISEPR
     if (const HRESULT status = KwDibResolvePair(destination, source, 4, d, s); FAILED(status)) return status;
     const bool grey = record.monochromatic == 1;
     const std::int32_t level = KwTrunc(record.level * 16384.0);
-    const bool inBytes = KwLevel() != eKwLevel::Plain && !grey && level >= 0 && level <= kFullLevel;
-    alignas(kBlockBytes) std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{}, random[kBlock * 3];
+    // Grey noise takes AVX2 less time as numbers of 32 bits.
+    const bool inBytes =
+        KwLevel() != eKwLevel::Plain && !(grey && KwLevel() > eKwLevel::V2) && level >= 0 && level <= kFullLevel;
+    alignas(kBlockBytes) std::uint32_t plus[kBlock + 16]{}, minus[kBlock + 16]{}, random[kBlock * 3]{};
     alignas(kBlockBytes) std::uint8_t bytes[2][kBlock * 3 + 16]{};
     alignas(kBlockBytes) std::int32_t noise[kBlock * 3];
     WalkBlocks(d, [&](LONG y, std::ptrdiff_t x, std::ptrdiff_t count) {
@@ -340,6 +348,7 @@ HRESULT KwDibNoise(const tView& destination, const tView& source, const tNOISEPR
             GaussianNoise8(noise, generator, values, record.level);
         } else {
             generator.Fill(random, values);
+            if (inBytes && grey) return AddGrey8(to, from, random, count, level);
             if (inBytes) {
                 kTakeLowBytes(bytes[0], random, values);
                 kSpreadColor(plus, bytes[0], count);
