@@ -7,7 +7,7 @@
 #include "kernels/alpha.h"
 #include "kernels/blend.h"
 #include "kernels/convolve.h"
-#include "kernels/unaligned.h"
+#include "kernels/row.h"
 
 namespace {
 
@@ -78,26 +78,37 @@ void SmoothBlendPlain(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t wi
     }
 }
 
+template <class Bytes>
 KWINLINE inline void SmoothBlendRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width,
                                     std::uint16_t amount) {
+    const auto back = KwAmountOfAll<Bytes>(static_cast<std::uint8_t>(amount));
     tSmoothPart part;
+    std::uint8_t levels[kPart * 4];
     for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
         const std::ptrdiff_t count = std::min(kPart, width - begin);
         AskAhead(rows, d, begin, count);
         part.Load(rows, begin, count, width);
         const tLevels here = rows.here + begin * 4;
         std::uint8_t* out = d + begin * 4;
-        KWNODEPENDENCE
-        for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
-            // KwBlend8 on magnitudes, which fit 16 bits.
-            const std::int16_t smooth = static_cast<std::int16_t>(part.Sum(i) >> 4), s = here[i];
-            const std::int16_t high = s > smooth ? s : smooth, low = s > smooth ? smooth : s;
-            const std::uint16_t step = static_cast<std::uint16_t>((high - low) * amount) >> 8;
-            out[i] = static_cast<std::uint8_t>(s > smooth ? smooth + step : smooth - step);
+        if constexpr (sizeof(Bytes) < sizeof(tWide)) {
+            for (std::ptrdiff_t i = 0; i < count * 4; ++i) levels[i] = static_cast<std::uint8_t>(part.Sum(i) >> 4);
+            KwForBlocks<Bytes>(out, count * 4, levels, here, [&](const Bytes& smooth, const Bytes& s) KWINLINE {
+                return KwBlended(smooth, s, back);
+            });
+        } else { // where one loop costs less than bytes between two
+            KWNODEPENDENCE
+            for (std::ptrdiff_t i = 0; i < count * 4; ++i) {
+                // KwBlend8 on magnitudes, which fit 16 bits.
+                const std::int16_t smooth = static_cast<std::int16_t>(part.Sum(i) >> 4), s = here[i];
+                const std::int16_t high = s > smooth ? s : smooth, low = s > smooth ? smooth : s;
+                const std::uint16_t step = static_cast<std::uint16_t>((high - low) * amount) >> 8;
+                out[i] = static_cast<std::uint8_t>(s > smooth ? smooth + step : smooth - step);
+            }
         }
     }
 }
-constexpr CKwBodies kSmoothBlendRow(SmoothBlendPlain, KwClones<SmoothBlendRow>);
+constexpr CKwBodies kSmoothBlendRow(SmoothBlendPlain,
+                                    KwWidths<SmoothBlendRow<tNarrow>, SmoothBlendRow<tMiddle>, SmoothBlendRow<tWide>>);
 
 /// The upper half of a product, which vectors of 16-bit numbers have.
 constexpr std::uint16_t Upper(std::uint16_t a, std::uint16_t b) {
@@ -140,12 +151,12 @@ void SharpenPlain(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width,
     }
 }
 
+template <class Bytes>
 KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::ptrdiff_t width, std::int16_t center,
                                 tDivision division) {
     tSmoothPart part;
     std::uint16_t halves[kPart * 4];
     std::uint8_t levels[kPart * 4];
-    std::uint32_t alphas[kPart];
     for (std::ptrdiff_t begin = 0; begin < width; begin += kPart) {
         const std::ptrdiff_t count = std::min(kPart, width - begin);
         AskAhead(rows, d, begin, count);
@@ -161,15 +172,11 @@ KWINLINE inline void SharpenRow(std::uint8_t* d, const tThreeRows& rows, std::pt
         for (std::ptrdiff_t i = 0; i < count * 4; ++i) halves[i] = Upper(halves[i], division.factor);
         for (std::ptrdiff_t i = 0; i < count * 4; ++i)
             levels[i] = static_cast<std::uint8_t>(Upper(halves[i], division.part));
-        const tAnyWord* words = reinterpret_cast<const tAnyWord*>(levels);
-        for (std::ptrdiff_t i = 0; i < count; ++i) alphas[i] = (words[i] >> 24) * 0x01010101u;
-        const tLevels alpha = reinterpret_cast<tLevels>(alphas);
-        std::uint8_t* out = d + begin * 4;
-        KWNODEPENDENCE
-        for (std::ptrdiff_t i = 0; i < count * 4; ++i) out[i] = levels[i] < alpha[i] ? levels[i] : alpha[i];
+        KwForBlocks<Bytes>(d + begin * 4, count * 4, levels,
+                           [](const Bytes& pixels) KWINLINE { return KwLimitedToAlpha(pixels); });
     }
 }
-constexpr CKwBodies kSharpenRow(SharpenPlain, KwClones<SharpenRow>);
+constexpr CKwBodies kSharpenRow(SharpenPlain, KwWidths<SharpenRow<tNarrow>, SharpenRow<tMiddle>, SharpenRow<tWide>>);
 
 } // namespace
 
