@@ -1,5 +1,7 @@
 #include "kernels/lut.h"
 
+#include "digest.h"
+#include "kernels/levels.h"
 #include "kernels/picture.h"
 
 namespace {
@@ -10,61 +12,52 @@ TEST(ApplyLut, NeedsATable) {
     EXPECT_EQ(E_POINTER, KwDibApplyLut({p.At(0, 0), nullptr, 8, nullptr}, 4, p.At(0, 0), true, false, false));
 }
 
-TEST(StretchTable, RampsBetweenTheBounds) {
-    struct {
-        LONG low, high;
-    } const cases[] = {{127, 127},
-                       {0, 256},
-                       {0, 255},
-                       {64, 191},
-                       {256, 256},
-                       {100, 50},
-                       {-10, 10},
-                       {-9, -3},
-                       {1, 2},
-                       {INT32_MIN, 256},
-                       {INT32_MIN, INT32_MIN}};
-    for (const auto& c : cases) {
-        std::vector<std::uint8_t> table(256, 0x77);
-        ASSERT_TRUE(KwBuildStretchTable(table.data(), c.low, c.high, 4));
-        const std::int64_t high = std::max(c.low, c.high), low = c.low;
-        for (std::int64_t i = 0; i < 256; ++i)
-            ASSERT_EQ(i < low     ? 0
-                      : i >= high ? 255
-                                  : (i - low) * 255 / (high - low),
-                      table[static_cast<std::size_t>(i)]);
-    }
-    std::vector<std::uint16_t> wide(65536, 0x7777);
-    ASSERT_TRUE(KwBuildStretchTable(wide.data(), 1000, 60001, 16));
-    for (int i = 0; i < 65536; ++i)
-        ASSERT_EQ(i < 1000     ? 0
-                  : i >= 60001 ? 65535
-                               : static_cast<int>((i - 1000) * 65535.0 / 59001),
-                  wide[static_cast<std::size_t>(i)]);
+/// What `build` makes of a table for one size of pixels.
+template <class Build>
+void AddTable(Digest& digest, LONG size, Build&& build) {
+    std::vector<std::uint8_t> table(size == 4 ? 256 : 131072, 0x77);
+    ASSERT_TRUE(build(table.data(), size));
+    digest.add(std::as_bytes(std::span(table)));
 }
 
-TEST(CompressTable, WalksInFixedPointAndKeepsLowBits) {
-    struct {
-        LONG low, high;
-    } const cases[] = {{127, 127},      {63, 191},   {0, 256},         {200, 20},
-                       {-20, 300 - 50}, {256, -256}, {INT32_MIN, 256}, {-70000, -70001}};
-    for (const auto& c : cases) {
-        std::vector<std::uint8_t> table(256, 0x77);
-        ASSERT_TRUE(KwBuildCompressTable(table.data(), c.low, c.high, 4));
-        const double slope = (static_cast<double>(c.high) - c.low) * 64.0;
-        const std::int32_t step = slope > 2147483647.0 ? INT32_MIN : static_cast<std::int32_t>(slope);
-        std::uint32_t sum = static_cast<std::uint32_t>(c.low) * 16384u;
-        for (std::size_t i = 0; i < 256; ++i, sum += static_cast<std::uint32_t>(step))
-            ASSERT_EQ(static_cast<std::uint8_t>(static_cast<std::int32_t>(sum) / 16384), table[i]) << c.low << " " << i;
+// Narrow, wide, turned over, beyond the ends, and so far away that the steps leave 32 bits.
+TEST(TableBuilders, TablesOfAnyBounds) {
+    constexpr LONG kBounds[][2] = {{127, 127}, {0, 256},         {0, 255},         {64, 191},
+                                   {63, 191},  {256, 256},       {100, 50},        {-10, 10},
+                                   {-9, -3},   {1, 2},           {-20, 250},       {256, -256},
+                                   {200, 20},  {-70000, -70001}, {INT32_MIN, 256}, {INT32_MIN, INT32_MIN}};
+    for (const auto& [name, build] :
+         {std::pair("KwBuildStretchTable", &KwBuildStretchTable), {"KwBuildCompressTable", &KwBuildCompressTable}}) {
+        Digest digest;
+        for (const auto& [low, high] : kBounds)
+            AddTable(digest, 4, [&](void* table, LONG size) { return build(table, low, high, size); });
+        for (const auto& [low, high] : {std::pair(1000, 60001), {16384, 49152}})
+            AddTable(digest, 16, [&](void* table, LONG size) { return build(table, low, high, size); });
+        expectRow("kernels.txt", name, digest.text());
     }
-    std::vector<std::uint8_t> flat(256);
-    ASSERT_TRUE(KwBuildCompressTable(flat.data(), 63, 191, 4));
-    EXPECT_EQ(63, flat[0]);
-    EXPECT_EQ(190, flat[255]);
-    std::vector<std::uint16_t> wide(65536);
-    ASSERT_TRUE(KwBuildCompressTable(wide.data(), 16384, 49152, 16));
-    EXPECT_EQ(16384, wide[0]);
-    EXPECT_EQ(32768, wide[32768]);
+    std::uint8_t table[256];
+    ASSERT_TRUE(KwBuildStretchTable(table, 64, 191, 4));
+    EXPECT_EQ(0, table[64]);
+    EXPECT_EQ(2, table[65]); // 255 / 127, truncated
+    EXPECT_EQ(255, table[191]);
+    ASSERT_TRUE(KwBuildCompressTable(table, 63, 191, 4));
+    EXPECT_EQ(63, table[0]);
+    EXPECT_EQ(190, table[255]);
+}
+
+TEST(TableBuilders, LevelsOfEveryPixelSize) {
+    const tLEVELSPROP straight{0.25, 0.75, 0.5, 1, 1, 4, 0}, bent{0.5, 0.5, 0.2, 0.9, 0.45, 4, 0};
+    for (const LONG size : {4, 8, 16}) {
+        Digest digest;
+        std::vector<std::uint16_t> words(65536);
+        for (const tLEVELSPROP& r : {straight, bent}) {
+            ASSERT_TRUE(KwBuildLevelsTable(words.data(), size, &r));
+            digest.add(std::as_bytes(std::span(words)));
+        }
+        expectRow("kernels.txt", fmt::format("KwBuildLevelsTable {}", size), digest.text());
+        EXPECT_FALSE(KwBuildLevelsTable(nullptr, size, &straight));
+        EXPECT_FALSE(KwBuildLevelsTable(words.data(), size, nullptr));
+    }
 }
 
 TEST(TableBuilders, RefusedTablesAreAllZero) {
