@@ -13,8 +13,7 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST_F(StudioWindowTest, WhatCannotBeOpenedIsToldInASentence) {
-    openClip();
+TEST_F(ClipWindowTest, WhatCannotBeOpenedIsToldInASentence) {
     addByName("sepia");
     const std::string before = text();
     write("text.mp4", "This is no film.\n");
@@ -167,8 +166,7 @@ TEST_F(StudioWindowTest, AnExportThatIsDestroyedAmidItsWorkLeavesNoFile) {
     EXPECT_EQ(names(), before);
 }
 
-TEST_F(StudioWindowTest, AnExportThatFailsSaysWhy) {
-    openClip();
+TEST_F(ClipWindowTest, AnExportThatFailsSaysWhy) {
     EXPECT_THAT(exportTo("no such folder/out.mkv").toStdString(), HasSubstr("no such folder"));
     EXPECT_NE(exportTo("out.nothing"), "");
     const std::string source = content("in.mkv");
@@ -189,8 +187,7 @@ TEST_F(StudioWindowTest, AnExportThatFailsSaysWhy) {
     EXPECT_NE(content("there.mkv"), "something else");
 }
 
-TEST_F(StudioWindowTest, LeavingAsksAndListens) {
-    openClip();
+TEST_F(ClipWindowTest, LeavingAsksAndListens) {
     addByName("sepia");
     {
         Answers answers(QMessageBox::Cancel);
@@ -240,8 +237,7 @@ TEST_F(StudioWindowTest, TheDemonstrationIsOneClickAway) {
 
 // --- a crash
 
-TEST_F(StudioWindowTest, LostWorkIsOfferedAtTheNextStart) {
-    openClip();
+TEST_F(ClipWindowTest, LostWorkIsOfferedAtTheNextStart) {
     ASSERT_TRUE(window->saveTo(file("p.larkmoor")));
     addByName("sepia");
     const std::string wanted = text();

@@ -17,6 +17,7 @@
 #include "page/spinner_widget.h"
 #include "studio_window.h"
 #include "theme.h"
+#include "widget_hands.h"
 
 namespace larkmoor {
 
@@ -24,15 +25,12 @@ namespace {
 
 using Kind = Slot::Kind;
 
-class HandsTest : public StudioWindowTest {
+class HandsTest : public ClipWindowTest {
   protected:
-    HandsTest() { openClip(); }
-
     /// Each effect in turn, with its page.
     template <class Look>
     void eachPage(Look look) {
-        makeClip("second.mkv");
-        window->addSecond(file("second.mkv"));
+        addSecond();
         for (const EffectInfo& info : studioModule().effects()) {
             SCOPED_TRACE(info.name);
             window->addEffect(QString::fromStdString(info.className));
@@ -40,16 +38,6 @@ class HandsTest : public StudioWindowTest {
             if (info.kind != EffectKind::Transition) window->stack().removeSelected();
         }
         idle();
-    }
-    static void dragMouse(QWidget& widget, QPoint from, QPoint by) {
-        QTest::mousePress(&widget, Qt::LeftButton, {}, from);
-        moveMouse(widget, from + by);
-        QTest::mouseRelease(&widget, Qt::LeftButton, {}, from + by);
-    }
-    static void turnWheel(QWidget& widget) {
-        const QPointF at = widget.rect().center();
-        QWheelEvent event(at, widget.mapToGlobal(at), {}, {0, 120}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(&widget, &event);
     }
 };
 
@@ -88,7 +76,6 @@ TEST_F(HandsTest, CtrlYRedoes) {
     EXPECT_TRUE(document().project()->effects.empty());
     QTest::keyClick(&window->picture(), Qt::Key_Y, Qt::ControlModifier);
     EXPECT_EQ(document().project()->effects.size(), 1u);
-    idle();
 }
 
 TEST_F(HandsTest, KeysOfTheFilmWorkWhereverNoTextIsTyped) {
@@ -119,7 +106,6 @@ TEST_F(HandsTest, KeysOfTheFilmWorkWhereverNoTextIsTyped) {
         QTest::keyClick(place, Qt::Key_O);
         EXPECT_EQ(document().project()->out, 21);
     }
-    idle();
 }
 
 TEST_F(HandsTest, F9IsTheWindowsOnASliderToo) {
@@ -128,14 +114,14 @@ TEST_F(HandsTest, F9IsTheWindowsOnASliderToo) {
     trackbar().setFocus();
     QTest::keyClick(&trackbar(), Qt::Key_F9);
     EXPECT_EQ(text(), before);
-    idle();
 }
 
 TEST_F(HandsTest, TheWheelScrollsPastWhatHasNotTheFocus) {
     eachPage([&](const EffectInfo&, QWidget& page) {
         window->picture().setFocus();
         const std::string before = text();
-        for (ControlWidget* control : reachable<ControlWidget>(page)) turnWheel(*control);
+        for (ControlWidget* control : reachable<ControlWidget>(page))
+            turnWheel(*control, control->rect().center(), 120);
         EXPECT_EQ(text(), before);
     });
 }
@@ -211,7 +197,7 @@ TEST_F(HandsTest, EveryControlHasRoleNameAndValueForThoseWhoDoNotSeeIt) {
             };
             does([&] { QTest::keyClick(control, Qt::Key_Home); });
             does([&] { QTest::keyClick(control, Qt::Key_Right); });
-            does([&] { dragMouse(*control, control->rect().center(), {10, 10}); });
+            does([&] { drag(*control, control->rect().center(), control->rect().center() + QPoint(10, 10)); });
             if (history().index() > added) does([&] { history().undo(); });
         }
     });
@@ -275,7 +261,6 @@ TEST_F(HandsTest, TheTreeOfScreenReadersHasAllControls) {
     }));
     EXPECT_THAT(QAccessible::queryAccessibleInterface(&window->lanes())->text(QAccessible::Value).toStdString(),
                 testing::EndsWith(": key at frame 0"));
-    idle();
 }
 
 TEST_F(HandsTest, AFieldGoesBackToTheEffectsDefaultByItself) {
@@ -363,7 +348,6 @@ TEST_F(HandsTest, EffectsAreDraggedIntoTheStack) {
     EXPECT_EQ(names(), "Wave Sepia Wave Invert ");
     drop({20, stack.viewport()->height() - 2});
     EXPECT_EQ(names(), "Wave Sepia Wave Invert Wave ");
-    idle();
 }
 
 TEST_F(HandsTest, EffectsGoOverTheClipboardAsText) {
@@ -409,12 +393,10 @@ TEST_F(HandsTest, EffectsGoOverTheClipboardAsText) {
     ASSERT_EQ(answers.texts.size(), 4);
     EXPECT_EQ(answers.texts[2], "effects[0].effect: has to be a text in quotes");
     EXPECT_THAT(answers.texts.last().toStdString(), testing::HasSubstr("second clip"));
-    idle();
 }
 
 TEST_F(HandsTest, WhatHasAPlaceIsDraggedInThePicture) {
-    makeClip("second.mkv");
-    window->addSecond(file("second.mkv"));
+    addSecond();
     PictureView& picture = window->picture();
     const auto at = [&](double x, double y) { return picture.toWidget({x * 96, y * 64}); };
     struct Case {
@@ -435,12 +417,7 @@ TEST_F(HandsTest, WhatHasAPlaceIsDraggedInThePicture) {
         const int steps = history().count();
         ASSERT_TRUE(picture.handle());
         const QPointF handle = at(picture.handle()->at.x(), picture.handle()->at.y()), end = at(to.x(), to.y());
-        QTest::mousePress(&picture, Qt::LeftButton, {}, handle.toPoint());
-        moveMouse(picture, (handle + end) / 2);
-        moveMouse(picture, end);
-        const QPointF last = end.toPoint();
-        moveMouse(picture, last);
-        QTest::mouseRelease(&picture, Qt::LeftButton, {}, last.toPoint());
+        drag(picture, handle.toPoint(), end.toPoint());
         EXPECT_EQ(history().count(), steps + 1) << "a drag is one step";
         const ProjectEffect& effect = *document().selectedEffect();
         for (const auto& [name, value] : fields) {
@@ -463,7 +440,6 @@ TEST_F(HandsTest, WhatHasAPlaceIsDraggedInThePicture) {
     }
     document().select({Kind::Source, 0});
     EXPECT_FALSE(picture.handle());
-    idle();
 }
 
 TEST_F(HandsTest, TheKeyColorIsPickedFromThePictureBeforeTheKeyer) {
@@ -492,7 +468,6 @@ TEST_F(HandsTest, TheKeyColorIsPickedFromThePictureBeforeTheKeyer) {
     const QStringList parts = QString::fromStdString(fieldText(keyer.info->field("color"), keyer.record)).split(',');
     const double wanted[]{there.redF(), there.greenF(), there.blueF()};
     for (int i = 0; i < 3; ++i) EXPECT_NEAR(parts[i].toDouble(), wanted[i], 0.08) << i;
-    idle();
 }
 
 TEST_F(HandsTest, HelpTellsWhatEachEffectDoesAndFitsTheScreen) {
@@ -526,7 +501,6 @@ TEST_F(HandsTest, HelpTellsWhatEachEffectDoesAndFitsTheScreen) {
     for (QAction* action : window->findChildren<QAction*>())
         if (action->text() == "&About") action->trigger();
     for (const char* licence : {"MIT", "LGPL 3", "GPL", "Apache 2.0"}) EXPECT_TRUE(shown.contains(licence)) << licence;
-    idle();
 }
 
 TEST_F(HandsTest, NoButtonIsBrightInTheDark) {
@@ -605,7 +579,6 @@ TEST_F(HandsTest, PanelsFitTheScreenAndAreRemembered) {
     EXPECT_TRUE(panelOf(*window, "scope")->isHidden());
     EXPECT_TRUE(panelOf(*window, "presets")->isFloating());
     EXPECT_FALSE(panelOf(*window, "settings")->isHidden());
-    idle();
 }
 
 } // namespace

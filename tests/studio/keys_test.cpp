@@ -4,6 +4,7 @@
 
 #include "page_panel.h"
 #include "studio.h"
+#include "widget_hands.h"
 #include "widgets/key_lanes.h"
 
 namespace larkmoor {
@@ -55,11 +56,7 @@ struct KeyBench {
         keys.setRecord("set", record, "drag");
     }
     void dragKey(int from, int to, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::mousePress(&lanes, Qt::LeftButton, modifiers, lanes.keyPoint(0, from).toPoint());
-        QMouseEvent move(QEvent::MouseMove, lanes.keyPoint(0, to), lanes.keyPoint(0, to), Qt::NoButton, Qt::LeftButton,
-                         modifiers);
-        QApplication::sendEvent(&lanes, &move);
-        QTest::mouseRelease(&lanes, Qt::LeftButton, modifiers, lanes.keyPoint(0, to).toPoint());
+        drag(lanes, lanes.keyPoint(0, from), lanes.keyPoint(0, to), Qt::LeftButton, true, modifiers);
     }
 };
 

@@ -89,8 +89,7 @@ TEST_F(LevelsTest, TheUsersWordCounts) {
     }
 }
 
-TEST_F(StudioWindowTest, ThePageShowsWhatThePicturesAre) {
-    openClip();
+TEST_F(ClipWindowTest, ThePageShowsWhatThePicturesAre) {
     addByName("broadcast colors");
     if (panel().effect()->info().className != "DXTBroadcastColors") window->addEffect("DXTBroadcastColors");
     const auto effect = [&]() -> const ProjectEffect& { return document().project()->effects.back(); };
@@ -132,7 +131,6 @@ TEST_F(StudioWindowTest, ThePageShowsWhatThePicturesAre) {
     EXPECT_TRUE(window->scope().levels().studio);
     window->addEffect("DXTBroadcastColors");
     EXPECT_EQ(levelsOf(effect()), "on");
-    idle();
 }
 
 } // namespace

@@ -17,6 +17,8 @@
 
 #include "fake_page.h"
 #include "page/screen_picker.h"
+#include "studio.h"
+#include "widget_hands.h"
 
 namespace larkmoor {
 
@@ -42,10 +44,15 @@ class PageViewTest : public testing::Test {
     }
     LONG position() { return page->the<CTrackbar>(FakePage::AMOUNT).Range().pos; }
     std::string text(LONG id) { return page->the<CEdit>(id).Text(); }
-    void wheel(QWidget* widget, int turn) {
-        QWheelEvent event(widget->rect().center(), widget->mapToGlobal(widget->rect().center()), {}, {0, turn},
-                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(widget, &event);
+    static void wheel(QWidget* widget, int turn) { turnWheel(*widget, widget->rect().center(), turn); }
+    static void type(QLineEdit* edit, const char* keys) {
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClicks(edit, keys);
+    }
+    QLineEdit* typed(LONG id, const char* keys) {
+        type(widget<QLineEdit>(id), keys);
+        return widget<QLineEdit>(id);
     }
 
     CComPtr<FakePage> page;
@@ -55,13 +62,10 @@ class PageViewTest : public testing::Test {
 using P = FakePage;
 
 TEST_F(PageViewTest, TypingReachesTheModelAtEachChangeAndIsReadOnReturn) {
-    auto* const edit = widget<QLineEdit>(P::NUMBER);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, "12x");
-    const auto typed = page->sentOf(P::NUMBER, KWEVENT_TEXT);
-    ASSERT_EQ(typed.size(), 3u);
-    EXPECT_EQ(typed[2].text, "12x");
+    QLineEdit* const edit = typed(P::NUMBER, "12x");
+    const auto sent = page->sentOf(P::NUMBER, KWEVENT_TEXT);
+    ASSERT_EQ(sent.size(), 3u);
+    EXPECT_EQ(sent[2].text, "12x");
     EXPECT_TRUE(page->sentOf(P::NUMBER, KWEVENT_BLUR).empty());
     QTest::keyClick(edit, Qt::Key_Return);
     EXPECT_EQ(page->sentOf(P::NUMBER, KWEVENT_BLUR).size(), 1u);
@@ -70,10 +74,7 @@ TEST_F(PageViewTest, TypingReachesTheModelAtEachChangeAndIsReadOnReturn) {
 }
 
 TEST_F(PageViewTest, LeavingAnEditReadsIt) {
-    auto* const edit = widget<QLineEdit>(P::NUMBER);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, "abc");
+    QLineEdit* const edit = typed(P::NUMBER, "abc");
     QTest::keyClick(edit, Qt::Key_Tab);
     EXPECT_EQ(edit->text(), "0");
     EXPECT_TRUE(widget(P::COUNT)->hasFocus());
@@ -81,9 +82,7 @@ TEST_F(PageViewTest, LeavingAnEditReadsIt) {
 }
 
 TEST_F(PageViewTest, EscapePutsTheOldTextBack) {
-    auto* const edit = widget<QLineEdit>(P::NUMBER);
-    edit->setFocus();
-    QTest::keyClicks(edit, "99");
+    QLineEdit* const edit = typed(P::NUMBER, "99");
     QTest::keyClick(edit, Qt::Key_Escape);
     EXPECT_EQ(edit->text(), "50");
     EXPECT_EQ(text(P::NUMBER), "50");
@@ -98,10 +97,7 @@ TEST_F(PageViewTest, DoubleClickSelectsTheWholeNumber) {
 }
 
 TEST_F(PageViewTest, CommitReadsWhatIsTyped) {
-    auto* const edit = widget<QLineEdit>(P::NUMBER);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, "33z");
+    typed(P::NUMBER, "33z");
     view->commitEdits();
     EXPECT_EQ(text(P::NUMBER), "33");
     view->commitEdits();
@@ -126,10 +122,7 @@ TEST_F(PageViewTest, TrackbarDragsByItsThumb) {
     const QPoint thumb = rectOf(trackbar(P::AMOUNT).thumb).center();
     QTest::mousePress(bar, Qt::LeftButton, {}, thumb);
     const LONG before = position();
-    QTest::mouseMove(bar, thumb + QPoint(30, 0));
-    QMouseEvent move(QEvent::MouseMove, thumb + QPoint(30, 0), bar->mapToGlobal(thumb + QPoint(30, 0)), Qt::NoButton,
-                     Qt::LeftButton, {});
-    QApplication::sendEvent(bar, &move);
+    moveMouse(*bar, thumb + QPoint(30, 0));
     EXPECT_GT(position(), before);
     EXPECT_EQ(widget<QLineEdit>(P::NUMBER)->text().toInt(), position());
     EXPECT_EQ(settled.count(), 0);
@@ -142,19 +135,14 @@ TEST_F(PageViewTest, EscapeAndALostWindowEndADrag) {
     auto* const bar = widget(P::AMOUNT);
     const QPoint thumb = rectOf(trackbar(P::AMOUNT).thumb).center();
     const LONG before = position();
-    const auto drag = [&] {
-        QTest::mousePress(bar, Qt::LeftButton, {}, thumb);
-        QMouseEvent move(QEvent::MouseMove, thumb + QPoint(20, 0), bar->mapToGlobal(thumb), Qt::NoButton,
-                         Qt::LeftButton, {});
-        QApplication::sendEvent(bar, &move);
-    };
-    drag();
+    const auto begin = [&] { drag(*bar, thumb, thumb + QPoint(20, 0), Qt::LeftButton, false); };
+    begin();
     EXPECT_NE(position(), before);
     QTest::keyClick(bar, Qt::Key_Escape);
     EXPECT_EQ(position(), before);
     QTest::mouseRelease(bar, Qt::LeftButton, {}, thumb);
     EXPECT_TRUE(page->sentOf(P::AMOUNT, KWEVENT_CANCEL).empty());
-    drag();
+    begin();
     QEvent lost(QEvent::WindowDeactivate);
     QApplication::sendEvent(bar, &lost);
     EXPECT_EQ(page->sentOf(P::AMOUNT, KWEVENT_CANCEL).size(), 1u);
@@ -196,8 +184,7 @@ TEST_F(PageViewTest, SpinnerCountsFromWhatIsTyped) {
     edit->setFocus();
     QTest::keyClick(edit, Qt::Key_Up);
     EXPECT_EQ(edit->text(), "8");
-    edit->selectAll();
-    QTest::keyClicks(edit, "20");
+    type(edit, "20");
     auto* const spinner = widget(P::COUNTER);
     const QPoint up = rectOf(trackbar(P::COUNTER).up).center();
     QTest::mouseClick(spinner, Qt::LeftButton, {}, up);
@@ -273,11 +260,7 @@ TEST_F(PageViewTest, PlacementDragsAndResetsByItsMenu) {
     tPlacementDetail detail{};
     page->GetDetail(P::PLACE, &detail, sizeof detail);
     const QPoint centre = rectOf(detail.area).center();
-    QTest::mousePress(place, Qt::LeftButton, {}, centre);
-    QMouseEvent move(QEvent::MouseMove, centre + QPoint(10, 0), place->mapToGlobal(centre), Qt::NoButton,
-                     Qt::LeftButton, {});
-    QApplication::sendEvent(place, &move);
-    QTest::mouseRelease(place, Qt::LeftButton, {}, centre + QPoint(10, 0));
+    drag(*place, centre, centre + QPoint(10, 0));
     const auto x = [&] {
         tPlacementHandle handle;
         page->the<CPlacement>(P::PLACE).Message(2053, 0, reinterpret_cast<std::intptr_t>(&handle));
@@ -303,9 +286,7 @@ TEST_F(PageViewTest, ColourEditsAndBars) {
     auto* const picker = widget(P::COLOR);
     const auto edits = picker->findChildren<QLineEdit*>();
     ASSERT_EQ(edits.size(), 4);
-    edits[0]->setFocus();
-    edits[0]->selectAll();
-    QTest::keyClicks(edits[0], "40");
+    type(edits[0], "40");
     QTest::keyClick(edits[0], Qt::Key_Return);
     tColorPickDetail detail{};
     page->GetDetail(P::COLOR, &detail, sizeof detail);

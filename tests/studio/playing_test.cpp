@@ -181,7 +181,6 @@ TEST_F(StudioWindowTest, AFilmPlaysWithoutASoundDeviceAndSaysSo) {
     await([&] { return says("frames a second") && window->frame() > 3; });
     EXPECT_TRUE(says("No sound device"));
     window->play(false);
-    idle();
 }
 
 TEST(TypedNumber, IsUnderstoodInEitherStyle) {
@@ -207,8 +206,7 @@ TEST(TypedNumber, IsUnderstoodInEitherStyle) {
     EXPECT_EQ(inOwnStyle("1,5", QChar(0x66B)), "1,5");
 }
 
-TEST_F(StudioWindowTest, ACommaIsTakenForThePoint) {
-    openClip();
+TEST_F(ClipWindowTest, ACommaIsTakenForThePoint) {
     addByName("bright contr");
     type("0,25");
     const ProjectEffect& effect = *document().selectedEffect();
@@ -221,7 +219,6 @@ TEST_F(StudioWindowTest, ACommaIsTakenForThePoint) {
     QTest::keyClicks(&duration, "1,5");
     QTest::keyClick(&duration, Qt::Key_Return);
     EXPECT_EQ(duration.value(), 1.5);
-    idle();
 }
 
 } // namespace

@@ -159,8 +159,7 @@ class Steps {
 
 TEST_F(RandomTest, NothingIsLostWhateverIsClicked) {
     openClip();
-    makeClip("second.mkv");
-    window->addSecond(file("second.mkv"));
+    addSecond();
     history().clear();
     Steps steps(history(), [this] { return text(); });
     const auto other = newWindow();

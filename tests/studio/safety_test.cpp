@@ -51,8 +51,7 @@ class LimitsTest : public StudioWindowTest {
 
 TEST_F(LimitsTest, WhateverTheWindowTakesOpensAgain) {
     openClip();
-    makeClip("second.mkv");
-    window->addSecond(file("second.mkv"));
+    addSecond();
     Answers answers;
     for (const EffectInfo& info : studioModule().effects()) {
         SCOPED_TRACE(info.name);
@@ -80,8 +79,7 @@ TEST_F(LimitsTest, WhateverTheWindowTakesOpensAgain) {
 
 TEST_F(LimitsTest, ATransitionLastsAsLongAsOneCanBeMade) {
     openClip();
-    makeClip("second.mkv");
-    window->addSecond(file("second.mkv"));
+    addSecond();
     Answers answers;
     struct Case {
         double asked, taken;
@@ -95,8 +93,7 @@ TEST_F(LimitsTest, ATransitionLastsAsLongAsOneCanBeMade) {
         ASSERT_EQ(larkmoor("render p.larkmoor -y -o out.mkv").status, 0);
     }
     EXPECT_EQ(answers.texts, QStringList());
-    const auto notes = window->statusBar()->findChildren<QLabel*>();
-    EXPECT_TRUE(std::ranges::any_of(notes, [](QLabel* note) { return note->text().contains("cut to 25 frames"); }));
+    EXPECT_TRUE(labelWith(*window->statusBar(), "cut to 25 frames"));
 }
 
 TEST_F(LimitsTest, AProjectBeyondWhatCanBeMadeOpensAndIsPutRight) {
@@ -189,14 +186,7 @@ TEST_F(StudioTest, WhatAProjectIsMadeOfIsKnownByAnyName) {
     EXPECT_FALSE(isSource(project, file("a.png")));
 }
 
-QLabel* labelWith(QWidget& parent, const char* words) {
-    for (QLabel* label : parent.findChildren<QLabel*>())
-        if (label->isVisible() && label->text().contains(words)) return label;
-    return nullptr;
-}
-
-TEST_F(StudioWindowTest, AClipThatGoesAwayTakesItsPictureAlongAndCanBeFound) {
-    openClip();
+TEST_F(ClipWindowTest, AClipThatGoesAwayTakesItsPictureAlongAndCanBeFound) {
     addByName("sepia");
     const auto pixel = [&] {
         window->picture().refine();
@@ -236,7 +226,6 @@ TEST_F(StudioWindowTest, ADamagedClipIsExportedAndTheDialogSaysSo) {
     EXPECT_THAT(exportTo("out.mkv", "ffv1").toStdString(), HasSubstr("in.avi is damaged"));
     EXPECT_THAT(m_exportStatus.toStdString(), testing::AllOf(HasSubstr("is written"), HasSubstr("damaged")));
     EXPECT_GT(content("out.mkv").size(), 1000u);
-    idle();
 }
 
 TEST_F(StudioWindowTest, WhatLetsWaitShowsThatItWorks) {
@@ -306,8 +295,7 @@ TEST_F(StudioTest, WorkThatCannotBeKeptForACrashIsToldOf) {
     EXPECT_THAT(failed[0][0].toString().toStdString(), HasSubstr("full"));
 }
 
-TEST_F(StudioWindowTest, TheClipsRowIsSelectedForGood) {
-    openClip();
+TEST_F(ClipWindowTest, TheClipsRowIsSelectedForGood) {
     for (const char* name : {"sepia", "invert"}) addByName(name);
     QListWidget& list = *window->stack().list();
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.item(0)).center());
@@ -324,7 +312,6 @@ TEST_F(StudioWindowTest, TheClipsRowIsSelectedForGood) {
     ASSERT_EQ(document().project()->effects.size(), 3u);
     EXPECT_EQ(document().project()->effects[0].info->name, "Wave");
     EXPECT_EQ(document().selected(), (Slot{Kind::Effect, 0}));
-    idle();
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "studio_window.h"
 #include "support/time_format.h"
+#include "widget_hands.h"
 
 namespace larkmoor {
 
@@ -13,8 +14,7 @@ using Kind = Slot::Kind;
 
 // --- end to end
 
-TEST_F(StudioWindowTest, AClipFromOpeningToTheSameBytesAsTheCommand) {
-    openClip();
+TEST_F(ClipWindowTest, AClipFromOpeningToTheSameBytesAsTheCommand) {
     const std::string opened = text();
 
     addByName("quick blur");
@@ -71,12 +71,9 @@ TEST_F(StudioWindowTest, AClipFromOpeningToTheSameBytesAsTheCommand) {
     expectSameBytes("mp4", "mpeg4");
 }
 
-TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
-    openClip();
+TEST_F(ClipWindowTest, ASecondClipAndItsTransition) {
     const std::string opened = text();
-    makeClip("second.mkv", "-vf hue=h=90");
-    window->addSecond(file("second.mkv"));
-    idle();
+    addSecond("-vf hue=h=90");
     EXPECT_EQ(document().selected(), (Slot{Kind::Transition, 0}));
     EXPECT_EQ(window->stack().list()->count(), 2);
     const std::int64_t overlap = window->frame();
@@ -102,11 +99,8 @@ TEST_F(StudioWindowTest, ASecondClipAndItsTransition) {
     expectSameBytes("mkv", "ffv1");
 }
 
-TEST_F(StudioWindowTest, TheOverlapFollowsItsDuration) {
-    openClip();
-    makeClip("second.mkv");
-    window->addSecond(file("second.mkv"));
-    idle();
+TEST_F(ClipWindowTest, TheOverlapFollowsItsDuration) {
+    addSecond();
     const int frames = window->timeline().frameCount();
     EXPECT_EQ(panel().durationField()->value(), 1);
     panel().durationField()->setValue(0.4); // of 25 frames a second: 15 fewer are shared
@@ -119,8 +113,7 @@ TEST_F(StudioWindowTest, TheOverlapFollowsItsDuration) {
     EXPECT_EQ(panel().durationField()->value(), 1);
     panel().durationField()->setValue(60); // far longer than both clips
     idle();
-    const auto notes = window->statusBar()->findChildren<QLabel*>();
-    EXPECT_TRUE(std::ranges::any_of(notes, [](QLabel* note) { return note->text().contains("is cut to 25 frames"); }));
+    EXPECT_TRUE(labelWith(*window->statusBar(), "is cut to 25 frames"));
 }
 
 TEST_F(StudioWindowTest, AGenerator) {
@@ -148,8 +141,7 @@ TEST_F(StudioWindowTest, AGenerator) {
     expectSameBytes("mkv", "ffv1");
 }
 
-TEST_F(StudioWindowTest, WhatIsBeingTypedIsSavedAndExported) {
-    openClip();
+TEST_F(ClipWindowTest, WhatIsBeingTypedIsSavedAndExported) {
     addByName("bright contr");
     const auto defaults = document().project()->effects[0].record;
     type("0.75", 0, false);
@@ -192,8 +184,7 @@ TEST_F(StudioWindowTest, WhatIsBeingTypedIsHandedInBeforeAnythingElseHappens) {
     }
 }
 
-TEST_F(StudioWindowTest, WhatIsTypedForAFrameStopsTheFilmThere) {
-    openClip();
+TEST_F(ClipWindowTest, WhatIsTypedForAFrameStopsTheFilmThere) {
     addByName("levels");
     panel().keyList()->diamond("gamma")->click();
     window->play(true);
@@ -202,19 +193,16 @@ TEST_F(StudioWindowTest, WhatIsTypedForAFrameStopsTheFilmThere) {
     await([&] { return window->speed() == 0; });
     EXPECT_EQ(edit.text(), "0.2");
     EXPECT_EQ(history().count(), 2) << "nothing half typed is taken in";
-    idle();
 }
 
-TEST_F(StudioWindowTest, AWindowThatGoesAwayAmidTypingTakesNothingAlong) {
-    openClip();
+TEST_F(ClipWindowTest, AWindowThatGoesAwayAmidTypingTakesNothingAlong) {
     addByName("bright contr");
     type("0.75", 0, false);
     renew();
     EXPECT_EQ(document().project(), nullptr);
 }
 
-TEST_F(StudioWindowTest, RemovingTheSecondClipLeavesACutThatTheFirstOneHas) {
-    openClip();
+TEST_F(ClipWindowTest, RemovingTheSecondClipLeavesACutThatTheFirstOneHas) {
     clip("second.mkv", "-c:v ffv1 -pix_fmt yuv420p", "2");
     window->addSecond(file("second.mkv"));
     idle();
@@ -231,8 +219,7 @@ TEST_F(StudioWindowTest, RemovingTheSecondClipLeavesACutThatTheFirstOneHas) {
     EXPECT_TRUE(exists("out.mkv"));
 }
 
-TEST_F(StudioWindowTest, EachThingDoneOnAPageIsAStepOfItsOwn) {
-    openClip();
+TEST_F(ClipWindowTest, EachThingDoneOnAPageIsAStepOfItsOwn) {
     addByName("bright contr");
     auto steps = [&, last = history().count()]() mutable {
         return history().count() - std::exchange(last, history().count());
@@ -243,14 +230,8 @@ TEST_F(StudioWindowTest, EachThingDoneOnAPageIsAStepOfItsOwn) {
     EXPECT_EQ(steps(), 1) << "the same edit once more";
     type("0.5", 1);
     EXPECT_EQ(steps(), 1) << "another edit";
-    const auto wheel = [&](int turn) {
-        TrackbarWidget& bar = trackbar();
-        bar.setFocus();
-        const QPointF at = bar.rect().center();
-        QWheelEvent event(at, bar.mapToGlobal(at), {}, {0, turn}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(&bar, &event);
-    };
-    wheel(120);
+    trackbar().setFocus();
+    turnWheel(trackbar(), trackbar().rect().center(), 120);
     EXPECT_EQ(steps(), 1) << "a notch of the wheel";
     QTest::keyClick(&trackbar(), Qt::Key_Right);
     EXPECT_EQ(steps(), 1) << "a key";
@@ -269,13 +250,11 @@ TEST_F(StudioWindowTest, EachThingDoneOnAPageIsAStepOfItsOwn) {
     QTest::mouseRelease(&trackbar(), Qt::LeftButton, {}, thumb + QPoint(9, 0));
     EXPECT_EQ(text(), before);
     EXPECT_EQ(steps(), 0) << "a drag that was taken back";
-    idle();
 }
 
 // --- the stack
 
-TEST_F(StudioWindowTest, AClickOnACheckMarkSwitches) {
-    openClip();
+TEST_F(ClipWindowTest, AClickOnACheckMarkSwitches) {
     addByName("sepia");
     addByName("invert");
     QListWidget& list = *window->stack().list();
@@ -298,8 +277,7 @@ TEST_F(StudioWindowTest, AClickOnACheckMarkSwitches) {
 
 // --- presets
 
-TEST_F(StudioWindowTest, AClickInTheStripSetsTheRecord) {
-    openClip();
+TEST_F(ClipWindowTest, AClickInTheStripSetsTheRecord) {
     addByName("gaussian");
     PresetStrip& strip = *panel().presets();
     ASSERT_GT(strip.count(), 1);
@@ -313,11 +291,9 @@ TEST_F(StudioWindowTest, AClickInTheStripSetsTheRecord) {
     history().undo();
     EXPECT_EQ(document().project()->effects[0].record, document().project()->effects[0].info->defaults);
     QTest::keyClick(&strip, Qt::Key_Return);
-    idle();
 }
 
-TEST_F(StudioWindowTest, APresetOfThePagesMenuIsOneStep) {
-    openClip();
+TEST_F(ClipWindowTest, APresetOfThePagesMenuIsOneStep) {
     addByName("levels");
     const EffectInfo& info = panel().effect()->info();
     const auto model = KwQuery<IKwPage>(panel().effect()->page().Get());
@@ -330,11 +306,9 @@ TEST_F(StudioWindowTest, APresetOfThePagesMenuIsOneStep) {
         EXPECT_EQ(document().project()->effects[0].record, info.presets[i].record);
         EXPECT_EQ(history().count(), before + differs);
     }
-    idle();
 }
 
-TEST_F(StudioWindowTest, TimesTellEachFrameFromTheNext) {
-    openClip();
+TEST_F(ClipWindowTest, TimesTellEachFrameFromTheNext) {
     for (const LONG format : {kTimeFrames, kTimeClock, kTimeSeconds, kTimeClockFrames, kTimeSmpteEbu, kTimeCd}) {
         window->transport().setTimeFormat(format);
         window->setFrame(3);
@@ -342,11 +316,9 @@ TEST_F(StudioWindowTest, TimesTellEachFrameFromTheNext) {
         window->setFrame(4);
         EXPECT_NE(window->transport().timeText(), third) << format;
     }
-    idle();
 }
 
-TEST_F(StudioWindowTest, AProjectAsksForAClipThatWentAway) {
-    openClip();
+TEST_F(ClipWindowTest, AProjectAsksForAClipThatWentAway) {
     ASSERT_TRUE(window->saveTo(file("moved.larkmoor")));
     ASSERT_TRUE(QFile::rename(file("in.mkv"), file("elsewhere.mkv")));
     Answers answers(QMessageBox::Cancel);
@@ -356,8 +328,7 @@ TEST_F(StudioWindowTest, AProjectAsksForAClipThatWentAway) {
     EXPECT_TRUE(document().project()); // what was open still is
 }
 
-TEST_F(StudioWindowTest, TheColorPickersButtonsHaveKeys) {
-    openClip();
+TEST_F(ClipWindowTest, TheColorPickersButtonsHaveKeys) {
     addByName("sepia");
     const auto model = KwQuery<IKwPage>(panel().effect()->page().Get());
     constexpr LONG picker = 1107;
@@ -372,7 +343,6 @@ TEST_F(StudioWindowTest, TheColorPickersButtonsHaveKeys) {
         ASSERT_EQ(model->GetDetail(picker, &detail, sizeof detail), S_OK);
         EXPECT_EQ(detail.colorSpace, space);
     }
-    idle();
 }
 
 // --- the picture
@@ -406,11 +376,8 @@ TEST_F(StudioWindowTest, AnotherProjectIsNotShownOldPictures) {
     EXPECT_EQ(shown->count(), before + 1);
 }
 
-TEST_F(StudioWindowTest, EveryEffectComesAndGoes) {
-    openClip();
-    makeClip("second.mkv", "-vf negate");
-    window->addSecond(file("second.mkv"));
-    idle();
+TEST_F(ClipWindowTest, EveryEffectComesAndGoes) {
+    addSecond("-vf negate");
     window->setFrame(window->timeline().frameCount() / 2);
     idle();
     for (const EffectInfo& info : studioModule().effects()) {

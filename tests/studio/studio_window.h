@@ -16,6 +16,9 @@ namespace larkmoor {
 class StudioWindowTest : public StudioTest {
   protected:
     StudioWindowTest() { renew(); }
+    void TearDown() override {
+        if (window) idle();
+    }
 
     std::unique_ptr<MainWindow> newWindow() const {
         auto made = std::make_unique<MainWindow>(studioModule(),
@@ -48,9 +51,20 @@ class StudioWindowTest : public StudioTest {
         idle();
         ASSERT_GE(shown->count(), 1);
     }
+    void addSecond(const std::string& more = "") {
+        makeClip("second.mkv", more);
+        window->addSecond(file("second.mkv"));
+        idle();
+    }
     void openGenerator(int width, int height, double seconds) {
         window->startGenerator(studioModule().find("Test Pattern"), {width, height}, {25, 1}, seconds);
         idle();
+    }
+
+    static QLabel* labelWith(const QWidget& parent, const char* words) {
+        for (QLabel* label : parent.findChildren<QLabel*>())
+            if (label->isVisible() && label->text().contains(words)) return label;
+        return nullptr;
     }
 
     /// By the list, as with the keyboard.
@@ -148,6 +162,12 @@ class StudioWindowTest : public StudioTest {
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<QSignalSpy> shown;
     QString m_exportStatus; ///< what the list of exports said in the end
+};
+
+/// The same with a clip.
+class ClipWindowTest : public StudioWindowTest {
+  protected:
+    ClipWindowTest() { openClip(); }
 };
 
 } // namespace larkmoor

@@ -18,17 +18,18 @@ inline void turnWheel(QWidget& widget, QPointF at, int units, Qt::KeyboardModifi
     QCoreApplication::sendEvent(&widget, &event);
 }
 
-inline void sendMouse(QWidget& widget, QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons held) {
-    QMouseEvent event(type, at, widget.mapToGlobal(at), button, held, Qt::NoModifier);
+inline void sendMouse(QWidget& widget, QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons held,
+                      Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QMouseEvent event(type, at, widget.mapToGlobal(at), button, held, modifiers);
     QCoreApplication::sendEvent(&widget, &event);
 }
 
 inline void drag(QWidget& widget, QPointF from, QPointF to, Qt::MouseButton button = Qt::LeftButton,
-                 bool release = true) {
-    sendMouse(widget, QEvent::MouseButtonPress, from, button, button);
-    sendMouse(widget, QEvent::MouseMove, (from + to) / 2, Qt::NoButton, button);
-    sendMouse(widget, QEvent::MouseMove, to, Qt::NoButton, button);
-    if (release) sendMouse(widget, QEvent::MouseButtonRelease, to, button, Qt::NoButton);
+                 bool release = true, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    sendMouse(widget, QEvent::MouseButtonPress, from, button, button, modifiers);
+    sendMouse(widget, QEvent::MouseMove, (from + to) / 2, Qt::NoButton, button, modifiers);
+    sendMouse(widget, QEvent::MouseMove, to, Qt::NoButton, button, modifiers);
+    if (release) sendMouse(widget, QEvent::MouseButtonRelease, to, button, Qt::NoButton, modifiers);
 }
 
 } // namespace larkmoor
