@@ -5,16 +5,19 @@
 namespace {
 
 TEST(Copy, SharedMemoryMovesAsIfReadFirst) {
-    struct {
+    const struct {
+        RECT from;
         LONG dx, dy;
-    } const cases[] = {{0, 0}, {1, 0}, {-1, 0}, {0, 1}, {0, -1}, {2, 3}, {-2, 3}, {2, -3}, {-2, -3}};
+    } cases[] = {{{3, 4, 11, 9}, 0, 0},   {{3, 4, 11, 9}, 1, 0}, {{3, 4, 11, 9}, -1, 0}, {{3, 4, 11, 9}, 0, 1},
+                 {{3, 4, 11, 9}, 0, -1},  {{3, 4, 11, 9}, 2, 3}, {{3, 4, 11, 9}, -2, 3}, {{3, 4, 11, 9}, 2, -3},
+                 {{3, 4, 11, 9}, -2, -3}, {{0, 0, 16, 9}, 0, 2}}; // without padding the last moves in one piece
     for (const LONG padding : {0, 12})
         for (const bool flipped : {false, true})
             for (const auto& c : cases) {
                 CTestPicture picture(16, 12, 4, padding);
                 picture.Fill(3);
                 CTestPicture expected = picture, before = picture;
-                const RECT from{3, 4, 11, 9}, to{3 + c.dx, 4 + c.dy, 11 + c.dx, 9 + c.dy};
+                const RECT &from = c.from, to{from.left + c.dx, from.top + c.dy, from.right + c.dx, from.bottom + c.dy};
                 const auto view = [&](CTestPicture& p, const RECT& r) {
                     return flipped ? p.FlippedView(&r) : p.View(&r);
                 };
@@ -22,16 +25,6 @@ TEST(Copy, SharedMemoryMovesAsIfReadFirst) {
                 ASSERT_EQ(S_OK, KwDibCopy(view(picture, to), view(picture, from), 4));
                 ExpectSame(picture, expected);
             }
-}
-
-TEST(Copy, SharedMemoryWithoutPaddingMovesInOnePiece) {
-    CTestPicture picture(16, 12, 4, 0);
-    picture.Fill(4);
-    CTestPicture expected = picture, before = picture;
-    const RECT from{0, 0, 16, 9}, to{0, 2, 16, 11};
-    ASSERT_EQ(S_OK, KwDibCopy(expected.View(&to), before.View(&from), 4));
-    ASSERT_EQ(S_OK, KwDibCopy(picture.View(&to), picture.View(&from), 4));
-    ExpectSame(picture, expected);
 }
 
 TEST(ChannelOffset, IsZeroOutsideTheFour) {
