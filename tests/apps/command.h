@@ -51,9 +51,10 @@ class CommandTest : public testing::Test {
     Outcome larkmoor(const std::string& arguments) const { return shell(LARKMOOR_COMMAND_FILE " " + arguments); }
 
     /// One that has to end well.
-    void run(const std::string& arguments) const {
+    Outcome run(const std::string& arguments) const {
         const Outcome outcome = larkmoor(arguments);
-        ASSERT_EQ(outcome.status, 0) << arguments << "\n" << outcome.err;
+        EXPECT_EQ(outcome.status, 0) << arguments << "\n" << outcome.err;
+        return outcome;
     }
 
     /// Each says one sentence and leaves nothing. `verb` stands before the arguments.

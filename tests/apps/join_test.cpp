@@ -89,8 +89,7 @@ TEST_F(JoinTest, TheSecondIsBroughtToTheFirst) {
     clip("a.mp4", "-f lavfi -i sine=440:duration=1 -c:v libx264 -pix_fmt yuv420p -c:a aac");
     ffmpeg("-f lavfi -i testsrc=size=64x64:rate=15:duration=1 -f lavfi -i sine=880:duration=1:sample_rate=48000 "
            "-ac 2 -c:v libx264 -pix_fmt yuv444p -c:a aac b.mp4");
-    const Outcome outcome = larkmoor("join a.mp4 b.mp4 -o out.mp4 --transition Dissolve --duration 0.2");
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const Outcome outcome = run("join a.mp4 b.mp4 -o out.mp4 --transition Dissolve --duration 0.2");
     EXPECT_NE(outcome.err.find("b.mp4 is resampled: 64x64 to 96x64, 15 to 25 frames"), std::string::npos);
     EXPECT_EQ(probe("out.mp4", "stream=width,height,pix_fmt,r_frame_rate,nb_frames", "-select_streams v"),
               "96,64,yuv420p,25/1,45\n");
@@ -112,8 +111,7 @@ TEST_F(JoinTest, ShortClipsShortenTheTransition) {
     clip("a.mkv", "-pix_fmt bgr0 -c:v ffv1");
     clip("b.mkv", "-pix_fmt bgr0 -c:v ffv1", "0.2");
     for (const std::string order : {"a.mkv b.mkv", "b.mkv a.mkv"}) {
-        const Outcome outcome = larkmoor("join " + order + " -y -o out.mkv --transition Dissolve --duration 0.5");
-        EXPECT_EQ(outcome.status, 0);
+        const Outcome outcome = run("join " + order + " -y -o out.mkv --transition Dissolve --duration 0.5");
         EXPECT_NE(outcome.err.find("cut to 5 frames"), std::string::npos);
         EXPECT_EQ(std::ranges::count(frames("out.mkv", "bgr0"), '\n'), 25) << order;
     }

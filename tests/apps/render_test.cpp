@@ -39,8 +39,7 @@ TEST_F(RenderTest, ClearPicturesLieOverAnotherClip) {
     clip("above.png", "-vf format=bgra,geq=r=X:g=Y:b='X+Y':a='X*3' -frames:v 1 -pix_fmt rgba");
     clip("below.png", "-frames:v 1 -pix_fmt rgb24");
     for (const std::string name : {"above", "below"}) ffmpeg("-i " + name + ".png -f rawvideo -pix_fmt bgra " + name);
-    const Outcome outcome = larkmoor("render above.png -o out.raw --raw bgra --over below.png");
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const Outcome outcome = run("render above.png -o out.raw --raw bgra --over below.png");
     EXPECT_EQ(outcome.err, "");
     const std::string above = content("above"), below = content("below"), out = content("out.raw");
     ASSERT_EQ(out.size(), above.size());
@@ -57,8 +56,7 @@ TEST_F(RenderTest, TheClipBelowIsCutOrHeldToTheOneAbove) {
     for (const std::string seconds : {"0.4", "2"}) clip("b" + seconds + ".mkv", "-pix_fmt bgr0 -c:v ffv1", seconds);
     run("render clear.mkv -o long.mkv --pixel-format bgr0 --over b2.mkv --threads 3");
     EXPECT_EQ(frames("long.mkv", "bgr0"), frames("b2.mkv", "bgr0").substr(0, frames("long.mkv", "bgr0").size()));
-    const Outcome held = larkmoor("render clear.mkv -o held.mkv --pixel-format bgr0 --over b0.4.mkv");
-    ASSERT_EQ(held.status, 0);
+    const Outcome held = run("render clear.mkv -o held.mkv --pixel-format bgr0 --over b0.4.mkv");
     EXPECT_NE(held.err.find("b0.4.mkv ends first"), std::string::npos);
     std::string want = frames("b0.4.mkv", "bgr0");
     const std::string last = want.substr(want.size() / 10 * 9);
@@ -80,9 +78,8 @@ TEST_F(RenderTest, AKeyedPictureLiesOverAClip) {
     ffmpeg("-f lavfi -i color=0x00FF00:size=96x64:rate=25:duration=0.2 -vf "
            "format=bgr0,drawbox=x=32:y=16:w=32:h=32:color=red:t=fill -c:v ffv1 green.mkv");
     ffmpeg("-f lavfi -i color=0x2040C0:size=48x32:rate=25:duration=0.2 -vf format=bgr0 -c:v ffv1 blue.mkv");
-    const Outcome outcome = larkmoor("render green.mkv -o out.raw --raw bgr24 --effect 'Chroma Keyer' "
-                                     "--preset 'Pure Green Screen' --over blue.mkv");
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const Outcome outcome = run("render green.mkv -o out.raw --raw bgr24 --effect 'Chroma Keyer' "
+                                "--preset 'Pure Green Screen' --over blue.mkv");
     EXPECT_NE(outcome.err.find("48x32 to 96x64"), std::string::npos);
     const std::string out = content("out.raw");
     ASSERT_EQ(out.size(), 5u * 96 * 64 * 3);
@@ -134,8 +131,7 @@ TEST_F(RenderTest, SeveralInputsGoIntoAFolder) {
     shell("echo x >clips/notes.txt; echo x >clips/.hidden.mkv; cp clips/a.png other/a.png; ffmpeg -v error -f lavfi -i "
           "sine=d=0.1 clips/song.mp3");
     const std::string invert = " --effect Invert";
-    const Outcome all = larkmoor("render clips -o out" + invert);
-    EXPECT_EQ(all.status, 0) << all.err;
+    const Outcome all = run("render clips -o out" + invert);
     EXPECT_THAT(all.err, testing::HasSubstr("2 of 2 are done"));
     EXPECT_EQ(shell("ls -A out").out, "a.png\nb.mkv\n");
     run("render clips/a.png -o alone.png" + invert);
