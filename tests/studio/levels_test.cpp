@@ -48,8 +48,7 @@ TEST_F(LevelsTest, LegalBarsComeBackUnchanged) {
         SCOPED_TRACE(name);
         ffmpeg(std::string(make) + " " + name);
         const std::string out = std::string("legal-") + name;
-        const Outcome done = larkmoor(std::string("render ") + name + " -o " + out + " --effect 'Broadcast Colors'");
-        ASSERT_EQ(done.status, 0) << done.err;
+        const Outcome done = run(std::string("render ") + name + " -o " + out + " --effect 'Broadcast Colors'");
         EXPECT_THAT(done.err, HasSubstr(taken));
         EXPECT_LE(farthest(out, name), 1) << "of a sample, by way of red, green and blue";
     }
@@ -57,8 +56,7 @@ TEST_F(LevelsTest, LegalBarsComeBackUnchanged) {
     write("pattern.larkmoor", R"x({"larkmoor project": 1, "source": {"kind": "generator", "generator":
         {"effect": "Test Pattern", "fields": {"type": "Color Bars (PAL)"}}, "size": "96x64", "rate": "25",
         "duration": 0.04}, "effects": [{"effect": "Broadcast Colors"}]})x");
-    const Outcome done = larkmoor("render pattern.larkmoor -o legal.png");
-    ASSERT_EQ(done.status, 0) << done.err;
+    const Outcome done = run("render pattern.larkmoor -o legal.png");
     EXPECT_THAT(done.err, HasSubstr("16 and 235"));
     EXPECT_EQ(frames("legal.png", "rgb24"), frames("pattern.png", "rgb24"));
 }
@@ -66,8 +64,7 @@ TEST_F(LevelsTest, LegalBarsComeBackUnchanged) {
 TEST_F(LevelsTest, TheUsersWordCounts) {
     ffmpeg("-f lavfi -i pal75bars=size=96x64 -frames:v 1 -pix_fmt rgb24 bars.png");
     const std::string plain = "render bars.png -y -o out.png --effect 'Broadcast Colors' ";
-    const Outcome own = larkmoor(plain + "--set studioRGB=on");
-    ASSERT_EQ(own.status, 0) << own.err;
+    const Outcome own = run(plain + "--set studioRGB=on");
     EXPECT_THAT(own.err, Not(HasSubstr("black and white")));
     const std::string limited = frames("out.png", "rgb24");
     EXPECT_NE(limited, frames("bars.png", "rgb24"));

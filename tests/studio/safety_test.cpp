@@ -55,7 +55,18 @@ TEST_F(LimitsTest, WhateverTheWindowTakesOpensAgain) {
     Answers answers;
     for (const EffectInfo& info : studioModule().effects()) {
         SCOPED_TRACE(info.name);
+        const qsizetype before = shown->count();
         window->addEffect(QString::fromStdString(info.className));
+        idle();
+        EXPECT_GT(shown->count(), before) << "no picture";
+        ASSERT_NE(panel().effect(), nullptr);
+        EXPECT_EQ(&panel().effect()->info(), &info);
+        if (panel().page())
+            EXPECT_TRUE(panel().page()->isVisible() && !panel().page()->title().isEmpty());
+        else
+            EXPECT_TRUE(std::ranges::any_of(reachable<QLabel>(panel()),
+                                            [](QLabel* label) { return !label->text().isEmpty(); }));
+        for (int index = 0; index < panel().presets()->count(); ++index) emit panel().presets()->chosen(index);
         for (const int frame : {3, 8}) { // of each field two keys
             if (!panel().page()) break;
             window->setFrame(frame);
@@ -67,7 +78,9 @@ TEST_F(LimitsTest, WhateverTheWindowTakesOpensAgain) {
         panel().durationField()->setValue(seconds[document().history().count() % 3]);
         expectReopens();
         if (info.kind == EffectKind::Transition) continue;
+        ASSERT_EQ(document().project()->effects.size(), 1u);
         window->stack().removeSelected();
+        EXPECT_TRUE(document().project()->effects.empty());
     }
     idle();
     EXPECT_EQ(answers.texts, QStringList());

@@ -376,51 +376,6 @@ TEST_F(StudioWindowTest, AnotherProjectIsNotShownOldPictures) {
     EXPECT_EQ(shown->count(), before + 1);
 }
 
-TEST_F(ClipWindowTest, EveryEffectComesAndGoes) {
-    addSecond("-vf negate");
-    window->setFrame(window->timeline().frameCount() / 2);
-    idle();
-    for (const EffectInfo& info : studioModule().effects()) {
-        SCOPED_TRACE(info.name);
-        Answers answers;
-        const qsizetype before = shown->count();
-        window->addEffect(QString::fromStdString(info.className));
-        idle();
-        EXPECT_GT(shown->count(), before) << "no picture";
-        ASSERT_NE(panel().effect(), nullptr);
-        EXPECT_EQ(&panel().effect()->info(), &info);
-        if (panel().page()) {
-            EXPECT_TRUE(panel().page()->isVisible());
-            EXPECT_FALSE(panel().page()->title().isEmpty());
-            // Every control once, as it comes.
-            for (TrackbarWidget* bar : reachable<TrackbarWidget>(*panel().page())) QTest::keyClick(bar, Qt::Key_Right);
-            for (QCheckBox* box : reachable<QCheckBox>(*panel().page())) QTest::mouseClick(box, Qt::LeftButton);
-            for (QComboBox* list : reachable<QComboBox>(*panel().page())) QTest::keyClick(list, Qt::Key_Down);
-            for (QLineEdit* edit : reachable<QLineEdit>(*panel().page())) {
-                if (!edit->isVisible() || !edit->isEnabled()) continue;
-                edit->setFocus();
-                QTest::keyClicks(edit, "7e");
-            }
-            panel().page()->commitEdits();
-            idle();
-        } else {
-            const auto labels = reachable<QLabel>(panel());
-            EXPECT_TRUE(std::ranges::any_of(labels, [](QLabel* label) { return !label->text().isEmpty(); }));
-        }
-        for (int index = 0; index < panel().presets()->count(); ++index) emit panel().presets()->chosen(index);
-        idle();
-        EXPECT_EQ(answers.texts, QStringList());
-        if (info.kind == EffectKind::Transition) continue;
-        ASSERT_EQ(document().project()->effects.size(), 1u);
-        window->stack().removeSelected();
-        idle();
-        EXPECT_TRUE(document().project()->effects.empty());
-    }
-    history().setIndex(0);
-    idle();
-    EXPECT_FALSE(document().project()->second);
-}
-
 } // namespace
 
 } // namespace larkmoor

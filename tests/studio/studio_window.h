@@ -130,9 +130,7 @@ class StudioWindowTest : public StudioTest {
         SCOPED_TRACE(ending);
         ASSERT_TRUE(window->saveTo(file("same.larkmoor")));
         EXPECT_EQ(exportTo("studio." + ending, codec), "");
-        const Outcome command =
-            larkmoor("render same.larkmoor -y --codec " + std::string(codec) + " -o command." + ending);
-        ASSERT_EQ(command.status, 0) << command.err;
+        const Outcome command = run("render same.larkmoor -y --codec " + std::string(codec) + " -o command." + ending);
         EXPECT_GT(content("studio." + ending).size(), 1000u);
         EXPECT_TRUE(content("studio." + ending) == content("command." + ending));
     }
@@ -168,6 +166,19 @@ class StudioWindowTest : public StudioTest {
 class ClipWindowTest : public StudioWindowTest {
   protected:
     ClipWindowTest() { openClip(); }
+
+    /// Each effect in turn, with its page.
+    template <class Look>
+    void eachPage(Look look) {
+        addSecond();
+        for (const EffectInfo& info : studioModule().effects()) {
+            SCOPED_TRACE(info.name);
+            window->addEffect(QString::fromStdString(info.className));
+            if (panel().page()) look(info, *panel().page());
+            if (info.kind != EffectKind::Transition) window->stack().removeSelected();
+        }
+        idle();
+    }
 };
 
 } // namespace larkmoor
