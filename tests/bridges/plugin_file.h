@@ -1,16 +1,32 @@
 // A plug-in as a host holds it: an open file and its functions.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include <dlfcn.h>
 
 #include <gtest/gtest.h>
 
+#include "catalog.h"
+
 extern "C" {
 #include <frei0r.h>
 }
+
+namespace larkmoor::frei0r {
+
+inline const Catalog& catalog() {
+    ::setenv("LARKMOOR_MODULE", LARKMOOR_MODULE_FILE, 1);
+    return *Catalog::shared();
+}
+
+inline const Plugin& pluginNamed(const std::string& name) {
+    for (const Plugin& plugin : catalog().plugins())
+        if (plugin.fileName == name) return plugin;
+    throw Error("no plug-in " + name);
+}
+
+} // namespace larkmoor::frei0r
 
 class PluginFile {
   public:

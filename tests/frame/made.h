@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "frame/effect_class.h"
+#include "platform/com_ptr.h"
 #include "platform/exports.h"
 
 inline CComPtr<IUnknown> Made(std::string_view className) {
