@@ -26,7 +26,7 @@ struct tPositions {
 };
 
 /// Going down a part, each row reads lines of the cache that none has read before, on no path that a processor
-/// foresees. So many rows ahead they are fetched, for one pixel of a few: its neighbours are not far above or below.
+/// foresees. They are fetched so many rows ahead: of pixels of 4 bytes for one of a few, as its neighbours are not far.
 constexpr LONG kRowsAhead = 8;
 constexpr std::ptrdiff_t kFew = 4;
 
