@@ -65,14 +65,18 @@ class DXTBrightnessContrast final : public CEffect<tBRIGHTCONTRASTPROP> {
     DXTBrightnessContrast(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
+    // Floats are copied and then refused.
+    std::optional<HRESULT> BeforeRecord(const CEffectViews& views) override {
+        if (views.BytesPerPixel() == 4) return {};
+        if (views.HasInput()) KwDibCopy(views.output.View(), views.first.View(), views.BytesPerPixel());
+        return E_NOTIMPL;
+    }
+
     HRESULT Draw(const CEffectViews& views, const tBRIGHTCONTRASTPROP& params) override {
         const bool brightens = std::abs(params.brightness) > kLeast;
         const bool contrasts = std::abs(params.contrast) > kLeast;
-        if (views.BytesPerPixel() != 4 || (!brightens && !contrasts)) {
-            const HRESULT status =
-                views.HasInput() ? KwDibCopy(views.output.View(), views.first.View(), views.BytesPerPixel()) : S_OK;
-            return views.BytesPerPixel() == 4 ? status : E_NOTIMPL; // floats are copied and then refused
-        }
+        if (!brightens && !contrasts)
+            return views.HasInput() ? KwDibCopy(views.output.View(), views.first.View(), 4) : S_OK;
         std::uint8_t brighter[256], table[256];
         if (brightens) KwBuildBrightnessTable(brighter, static_cast<float>(params.brightness));
         if (contrasts) {

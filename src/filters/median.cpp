@@ -80,12 +80,13 @@ class DXTFloatMedian final : public CEffect<tMEDIANPROP> {
         now.offset = 0.5f;
     }
 
+    std::optional<HRESULT> BeforeRecord(const CEffectViews& views) override { return views.EndIfApart(); }
+
     HRESULT Draw(const CEffectViews& views, const tMEDIANPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const tView output = views.output.View(), input = views.first.View();
         tRowPair rows;
-        const HRESULT status = KwDibResolveClipTwo(output, input, bytesPerPixel, rows);
-        if (FAILED(status) || rows.source.width == 0) return status;
+        KwDibResolveClipTwo(output, input, bytesPerPixel, rows);
         if (params.horizontalRange <= 0.0f && params.verticalRange <= 0.0f)
             return KwDibCopy(output, input, bytesPerPixel);
         const double size = std::max(rows.source.width, rows.source.height);

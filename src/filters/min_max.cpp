@@ -69,12 +69,13 @@ class DXTMax final : public CEffect<tMINMAXPROP> {
         now.circular = 0;
     }
 
+    std::optional<HRESULT> BeforeRecord(const CEffectViews& views) override { return views.EndIfApart(); }
+
     HRESULT Draw(const CEffectViews& views, const tMINMAXPROP& params) override {
         const LONG bytesPerPixel = views.BytesPerPixel();
         const tView output = views.output.View(), input = views.first.View();
         tRowPair rows;
-        const HRESULT status = KwDibResolveClipTwo(output, input, bytesPerPixel, rows);
-        if (FAILED(status) || rows.source.width == 0) return status;
+        KwDibResolveClipTwo(output, input, bytesPerPixel, rows);
         if (params.horizontalRange <= 0.0f && params.verticalRange <= 0.0f)
             return views.FramesMatch() ? KwDibCopy(views.output.WholeView(), views.first.WholeView(), bytesPerPixel)
                                        : KwDibCopy(output, input, bytesPerPixel);

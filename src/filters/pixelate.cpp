@@ -46,6 +46,8 @@ class DXTPixelate final : public CEffect<tPIXELATEPROP> {
     DXTPixelate(const tObjectMapRow& row, IUnknown* outer) : CEffect(row, outer, kClass) {}
 
   protected:
+    std::optional<HRESULT> BeforeRecord(const CEffectViews& views) override { return views.EndIfApart(); }
+
     HRESULT Draw(const CEffectViews& views, const tPIXELATEPROP& params) override {
         return KwDibPixelate(views.output.View(), views.first.View(), views.BytesPerPixel(), params.horizontal,
                              params.vertical);

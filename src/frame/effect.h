@@ -1,6 +1,8 @@
 // Effects: the transform frame and the parameter frame bound to the interface tables.
 #pragma once
 
+#include <optional>
+
 #include "frame/create.h"
 #include "frame/dispatch.h"
 #include "frame/surface.h"
@@ -60,6 +62,13 @@ class CEffectViews {
                                KwHeight(first.m_Frame) == KwHeight(output.m_Frame));
     }
 
+    /// How the work ends where the output and the first input have no rectangle in common; nothing where they have.
+    std::optional<HRESULT> EndIfApart() const {
+        tRowPair rows;
+        const HRESULT status = KwDibResolveClipTwo(output.View(), first.View(), BytesPerPixel(), rows);
+        return FAILED(status) || rows.source.width == 0 ? std::optional(status) : std::nullopt;
+    }
+
     CKwSurface output, first, second;
 };
 
@@ -92,9 +101,13 @@ class CEffect : public CWithRecord<CEffectWork, R> {
     /// so. Bands may run at once: members are read only.
     virtual HRESULT Draw(const CEffectViews& views, const R& params) = 0;
 
+    /// Before the record of this frame is taken: a status ends the band, and the record counts as not taken.
+    virtual std::optional<HRESULT> BeforeRecord(const CEffectViews&) { return {}; }
+
     HRESULT Work(const tWorkInfo& info, BOOL*) override {
         CEffectViews views;
         if (const HRESULT status = this->LockViews(info, views); FAILED(status)) return status;
+        if (const std::optional<HRESULT> end = BeforeRecord(views)) return *end;
         return Draw(views, this->UpdateWorkParams());
     }
 };

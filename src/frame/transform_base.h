@@ -145,6 +145,9 @@ class CTransformBase : public CAggregable, public CSafetyList, public IDXTransfo
     HRESULT SetupLocked(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs, ULONG numOutputs,
                         DWORD flags);
     void UnbindAll();
+    /// Whether there are services and what is to be bound fits.
+    HRESULT CheckSetup(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs, ULONG numOutputs,
+                       DWORD flags);
     HRESULT BindAll(IUnknown* const* inputs, ULONG numInputs, IUnknown* output, DWORD flags);
     HRESULT Bind(IUnknown* object, tTransformInput& row);
     HRESULT MakeInputsSameSize();

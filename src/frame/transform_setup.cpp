@@ -24,6 +24,21 @@ HRESULT CTransformBase::SetupLocked(IUnknown* const* inputs, ULONG numInputs, IU
         ReleaseObjects();
         return S_OK;
     }
+    m_Binding = true;
+    const HRESULT status = KwGuarded([&] {
+        const HRESULT ready = CheckSetup(inputs, numInputs, outputs, numOutputs, flags);
+        return FAILED(ready) ? ready : BindAll(inputs, numInputs, outputs[0], flags);
+    });
+    m_Binding = false;
+    if (FAILED(status)) {
+        UnbindAll();
+        ReleaseObjects();
+    }
+    return status;
+}
+
+HRESULT CTransformBase::CheckSetup(IUnknown* const* inputs, ULONG numInputs, IUnknown* const* outputs, ULONG numOutputs,
+                                   DWORD flags) {
     if (m_ServicesShort) {
         const HRESULT status = KwGuarded([&] { return TakeServices(); });
         m_ServicesShort = FAILED(status);
@@ -35,15 +50,7 @@ HRESULT CTransformBase::SetupLocked(IUnknown* const* inputs, ULONG numInputs, IU
         return E_INVALIDARG;
     for (ULONG i = 0; i < m_RequiredInputs; ++i)
         if (!inputs[i]) return E_INVALIDARG;
-
-    m_Binding = true;
-    const HRESULT status = KwGuarded([&] { return BindAll(inputs, numInputs, outputs[0], flags); });
-    m_Binding = false;
-    if (FAILED(status)) {
-        UnbindAll();
-        ReleaseObjects();
-    }
-    return status;
+    return S_OK;
 }
 
 HRESULT CTransformBase::BindAll(IUnknown* const* inputs, ULONG numInputs, IUnknown* output, DWORD flags) {

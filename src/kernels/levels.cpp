@@ -7,9 +7,10 @@
 
 namespace {
 
-/// Of KwPow(base, exponent) * scale. The C library's power, which is much quicker, does where its last digits cannot
-/// matter; what is not finite is near everything.
+/// Of KwPow(base, exponent) * scale, where a base of 0 gives 0 whatever the exponent. The C library's power, which is
+/// much quicker, does where its last digits cannot matter; what is not finite is near everything.
 std::int32_t TruncatedPower(double base, double exponent, double scale) {
+    if (base == 0.0) return 0;
     const double quick = std::pow(base, exponent) * scale;
     const double away = std::fabs(quick - std::floor(quick + 0.5));
     return KwTrunc(away > 1e-9 * (1.0 + std::fabs(quick)) ? quick : KwPow(base, exponent) * scale);

@@ -68,13 +68,16 @@ class DXTChromaKeyFilter final : public CEffect<tCHROMAKEYPROP> {
   protected:
     bool WritesWholeFrame() const override { return true; } // the plain copy does, the key keeps to the clip
 
+    std::optional<HRESULT> BeforeRecord(const CEffectViews& views) override {
+        return views.BytesPerPixel() == 4 ? std::nullopt : std::optional(E_NOTIMPL);
+    }
+
     HRESULT Draw(const CEffectViews& views, const tCHROMAKEYPROP& params) override {
-        const LONG bytesPerPixel = views.BytesPerPixel();
         const tView output = views.output.View();
-        if (bytesPerPixel != 4 || views.output.m_ClipRect == views.output.m_Frame || !views.FramesMatch())
-            return KwDibChromaKey(output, views.first.View(), bytesPerPixel, params);
-        const HRESULT status = KwDibCopy(views.output.WholeView(), views.first.WholeView(), bytesPerPixel);
-        return FAILED(status) ? status : KwDibChromaKey(output, output, bytesPerPixel, params);
+        if (views.output.m_ClipRect == views.output.m_Frame || !views.FramesMatch())
+            return KwDibChromaKey(output, views.first.View(), 4, params);
+        const HRESULT status = KwDibCopy(views.output.WholeView(), views.first.WholeView(), 4);
+        return FAILED(status) ? status : KwDibChromaKey(output, output, 4, params);
     }
 };
 

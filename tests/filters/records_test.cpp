@@ -51,6 +51,16 @@ void ExpectDigests(const char* name, const std::vector<Record>& records) {
     expectRow("records.txt", name, digests);
 }
 
+TEST(FilterRecords, RefusedFloatsLeaveTheRecordUntaken) {
+    for (const char* name : {"Brightness and Contrast", "Chroma Keyer"}) {
+        larkmoor::Effect effect = larkmoor::module().create(larkmoor::module().find(name));
+        const auto persist = KwQuery<IPersistStreamInit>(effect.object());
+        CTestPicture input(3, 2, 16), output(3, 2, 16);
+        EXPECT_EQ(E_NOTIMPL, Render(effect, input, output, larkmoor::PixelFormat::Float128)) << name;
+        EXPECT_EQ(S_OK, persist->IsDirty()) << name;
+    }
+}
+
 TEST(FilterRecords, GiveTheSameBytesEverywhere) {
     ExpectDigests<double>("Black and White", {0.998, -0.004, 1.5, -2.0});
     ExpectDigests<double>("Black Restore", {0.0, 0.02, 0.3, 0.75, 1.0, 7.0, -1.0});

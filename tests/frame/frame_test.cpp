@@ -195,6 +195,9 @@ TEST_F(Frame, NothingIsBoundAnewDuringAFrame) {
     IUnknown *const bound = &surface, *const none = m_object.Get();
     EXPECT_EQ(E_INVALIDARG, probe.Setup(&none, 1, &bound, 1, 0));
     ASSERT_EQ(S_OK, probe.Setup(&bound, 1, &bound, 1, 0));
+    EXPECT_EQ(E_INVALIDARG, probe.Setup(&bound, 1, &bound, 1, 1));
+    EXPECT_EQ(DXTERR_UNINITIALIZED, probe.Execute(nullptr, nullptr, nullptr)) << "a refusal leaves nothing bound";
+    ASSERT_EQ(S_OK, probe.Setup(&bound, 1, &bound, 1, 0));
     HRESULT unbound = S_OK;
     surface.callBack = [&] {
         unbound = probe.Setup(nullptr, 0, nullptr, 0, 0);
@@ -203,9 +206,9 @@ TEST_F(Frame, NothingIsBoundAnewDuringAFrame) {
     EXPECT_EQ(S_OK, probe.Execute(nullptr, nullptr, nullptr));
     EXPECT_EQ(E_UNEXPECTED, unbound);
     surface.callBack = nullptr;
-    EXPECT_EQ(1, probe.m_released);
-    EXPECT_EQ(S_OK, probe.Setup(nullptr, 0, nullptr, 0, 0));
     EXPECT_EQ(2, probe.m_released);
+    EXPECT_EQ(S_OK, probe.Setup(nullptr, 0, nullptr, 0, 0));
+    EXPECT_EQ(3, probe.m_released);
     EXPECT_EQ(DXTERR_UNINITIALIZED, probe.Execute(nullptr, nullptr, nullptr));
 }
 

@@ -45,6 +45,15 @@ TEST(TableBuilders, TablesOfAnyBounds) {
     EXPECT_EQ(190, table[255]);
 }
 
+TEST(TableBuilders, PowersOfZeroAreZero) {
+    for (const double gamma : {HUGE_VAL, -HUGE_VAL, -2.0, 0.0, 3.0}) {
+        std::uint8_t table[256];
+        const tLEVELSPROP record{0, 1, 0, 1, gamma, 4, 0};
+        ASSERT_TRUE(KwBuildLevelsTable(table, 4, &record));
+        EXPECT_EQ(0, table[0]) << gamma;
+    }
+}
+
 TEST(TableBuilders, LevelsOfEveryPixelSize) {
     const tLEVELSPROP straight{0.25, 0.75, 0.5, 1, 1, 4, 0}, bent{0.5, 0.5, 0.2, 0.9, 0.45, 4, 0};
     for (const LONG size : {4, 8, 16}) {
