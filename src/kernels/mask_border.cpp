@@ -134,23 +134,29 @@ void Clear(const tRows& rows, LONG bytesPerPixel) {
         std::memset(rows.Row<std::byte>(y), 0, static_cast<std::size_t>(rows.width) * KwPixelSize(bytesPerPixel));
 }
 
-/// Draws both masks, hard.
+/// Whether a disc covers its cell, but for what is rounded on the way to its radius.
+bool ReachesCorners(const tOutline& disc, const tShapeGrid& grid) {
+    const double x = std::max(grid.cellWidth - grid.centerX, grid.centerX);
+    const double y = std::max(grid.cellHeight - grid.centerY, grid.centerY) / disc.verticalScale;
+    return x * x + y * y <= disc.radius * disc.radius * (1.0 + 1e-9);
+}
+
+/// Draws both masks, hard. From a progress of 1 on all is covered, but by ovals, whose reach is not that far.
 HRESULT DrawShapes(const tMasks& masks, const tIRISINFO& info, const tCell& cell, const tGrowth& growth,
                    const tShapeGrid& grid) {
     const bool hasBorder = growth.border > 0.0;
     Clear(masks.cut, masks.bytesPerPixel);
     if (hasBorder) Clear(masks.border, masks.bytesPerPixel);
     if (!(growth.progress > 0.0)) return S_OK;
-    if (growth.progress >= 1.0) {
-        KwFillMask(masks.cut, masks.bytesPerPixel, masks.cutValue);
-        if (hasBorder) KwFillMask(masks.border, masks.bytesPerPixel, masks.borderValue);
-        return S_OK;
-    }
     const tOutlines outlines = OutlinesOf(info.shape, cell, growth);
-    HRESULT status = S_OK;
-    if (outlines.hasCut) status = KwFillOutlines(masks.cut, masks.bytesPerPixel, outlines.cut, grid, masks.cutValue);
-    if (SUCCEEDED(status) && hasBorder && outlines.hasBorder)
-        status = KwFillOutlines(masks.border, masks.bytesPerPixel, outlines.border, grid, masks.borderValue);
+    const auto draw = [&](const tRows& mask, const tOutline& outline, bool has, const void* value) {
+        if (growth.progress >= 1.0 && (!IsDisc(info.shape) || ReachesCorners(outline, grid)))
+            return KwFillMask(mask, masks.bytesPerPixel, value), S_OK;
+        return has ? KwFillOutlines(mask, masks.bytesPerPixel, outline, grid, value) : S_OK;
+    };
+    HRESULT status = draw(masks.cut, outlines.cut, outlines.hasCut, masks.cutValue);
+    if (SUCCEEDED(status) && hasBorder)
+        status = draw(masks.border, outlines.border, outlines.hasBorder, masks.borderValue);
     return status;
 }
 

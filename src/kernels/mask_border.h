@@ -56,7 +56,7 @@ tPixel8 KwBorderColor8(const tIRISINFO& info);
 /// @param mask       cleared first; null bits give 0x80070057
 /// @param border     needed, with the same check, where the `border` field is above 0
 /// @param aspect     width of a pixel over its height
-/// @param progress   0 draws nothing, 1 and above covers everything
+/// @param progress   0 draws nothing; 1 and above covers everything, but that discs reach no further than their radius
 /// @param fixedSize  the reach is a cell's whole size, not the way from the centre to the farthest corner
 /// @param info       `repeatX` and `repeatY` below 1 are raised to 1 in the record itself. Of more columns (rows) than
 ///                   pixels, and than 1024, only every second, third or further one is drawn; and of outlines that

