@@ -8,6 +8,7 @@
 
 #include "base/fits.h"
 #include "kernels/even.h"
+#include "kernels/fetch.h"
 #include "kernels/gaussian_strips.h"
 #include "kernels/ranges.h"
 #include "kernels/turn.h"
@@ -272,8 +273,8 @@ KWINLINE inline void WalkAhead(const tPass& pass) {
             KwWrite(pass.first + i * kLanes + j * Vector::kWidth, y);
             if (j > 0) return;
             const float* const soon = pass.x + std::min(i + kSoon, pass.count - 1) * kLanes;
-            __builtin_prefetch(soon);
-            __builtin_prefetch(soon + 16);
+            KwFetch(soon, 0);
+            KwFetch(soon, kCacheLine);
         },
         [](std::ptrdiff_t, std::ptrdiff_t) KWINLINE {});
 }
@@ -317,8 +318,8 @@ KWINLINE inline void FilterRows(const tPass& pass, float* out, std::ptrdiff_t bl
             // These rows' part of a block of columns is filled as a whole: each position stands for a share of it.
             const auto soon = static_cast<std::size_t>(std::max<std::ptrdiff_t>(position - kGroup * 4, 0));
             const float* const share = out + soon / tHere::kLines * blockSize + soon % tHere::kLines * kLanes;
-            __builtin_prefetch(share, 1);
-            __builtin_prefetch(share + 16, 1);
+            KwFetch<eFetch::toWrite>(share, 0);
+            KwFetch<eFetch::toWrite>(share, kCacheLine);
         },
         [=](std::ptrdiff_t from, std::ptrdiff_t to) KWINLINE {
             using tRow = typename Vector::tRow;
@@ -381,8 +382,8 @@ KWINLINE inline void FilterColumns(const tPass& pass, const tColumns& columns) {
                 }
                 std::byte* const at = columns.first + position * columns.stride;
                 constexpr std::ptrdiff_t kRows = 24; // rows that come from memory meanwhile
-                for (std::ptrdiff_t line = 0; line < kLines * 4; line += 64)
-                    __builtin_prefetch(at - std::min(position, kRows) * columns.stride + line, 1);
+                for (std::ptrdiff_t line = 0; line < kLines * 4; line += kCacheLine)
+                    KwFetch<eFetch::toWrite>(at, line - std::min(position, kRows) * columns.stride);
                 if (columns.waited) std::memcpy(at - sizeof pixels, left, sizeof pixels);
                 tAnyWord* const all = reinterpret_cast<tAnyWord*>(at);
                 const std::uint32_t others = kChannels == 1 ? ~(255u << columns.shift) : 0;

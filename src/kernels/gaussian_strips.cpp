@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/fits.h"
+#include "kernels/fetch.h"
 #include "kernels/gaussian_taps.h"
 #include "kernels/ranges.h"
 #include "kernels/row.h"
@@ -253,7 +254,7 @@ KWINLINE inline void Strips(const tJob& job, LONG from, LONG to, float* plane) {
             same = one;
             for (LONG next = y + kLanes; next < std::min(y + 2 * kLanes, height); ++next)
                 for (LONG i = 0; i < std::min(count + job.across.reach, job.source.width - x); i += 16)
-                    __builtin_prefetch(KwWordRow(job.source, next) + x + i);
+                    KwFetch(KwWordRow(job.source, next), std::ptrdiff_t{x + i} * 4);
             const bool last = y + kLanes >= height;
             for (LONG k = -reach; y == 0 && k < 0; ++k) copy(0, k);
             for (LONG k = height; last && k < height + reach + kTogether; ++k) copy(height - 1, k);

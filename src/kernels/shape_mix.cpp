@@ -8,6 +8,7 @@
 #include "base/arith.h"
 #include "base/bodies.h"
 #include "base/fits.h"
+#include "kernels/fetch.h"
 #include "kernels/mix_row.h"
 
 namespace {
@@ -88,6 +89,23 @@ void WeightsOf(tRule rule, tWeights<tFormF>& w, const std::byte* mask, const std
     else
         FindWeightsF<tRule::cutShape>(w, m, b, count);
 }
+
+/// Whether no pixel of a block is at an edge: masks of 4 bytes that are everywhere 0 or everywhere full, and no border
+/// that would show on them. Most blocks are such.
+KWINLINE inline bool IsPlain8(const tAnyWord* mask, const tAnyWord* border, std::ptrdiff_t count) {
+    std::uint32_t all = ~0u, any = 0, rim = 0;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint32_t m = mask[i];
+        all &= m;
+        any |= m;
+    }
+    if (all >> 24 == 255) return true;
+    if (any >> 24) return false;
+    if (border)
+        for (std::ptrdiff_t i = 0; i < count; ++i) rim |= border[i];
+    return rim >> 24 == 0;
+}
+constexpr CKwBodies kIsPlain8(KwClones<IsPlain8>);
 
 /// All weights of a block are `value`.
 template <class Weight>
@@ -173,6 +191,18 @@ class CMixer {
   private:
     void Block(tChannel* out, const tChannel* first, const tChannel* second, const std::byte* mask,
                const std::byte* border, std::ptrdiff_t count) {
+        if constexpr (Form::kPixelSize == 4) {
+            const tAnyWord* m = reinterpret_cast<const tAnyWord*>(mask);
+            if (kIsPlain8(m, reinterpret_cast<const tAnyWord*>(border), count)) {
+                const bool inside = (*m >> 24 == 255) != (m_mix.rule == tRule::cutShape);
+                const tChannel* picture = inside ? second : first;
+                if (!m_mix.blendWithOutput)
+                    Put(out, picture, count);
+                else if (inside || m_mix.rule == tRule::iris)
+                    KwOverRow(out, picture, count);
+                return;
+            }
+        }
         WeightsOf(m_mix.rule, m_weights, mask, border, count);
         if (m_mix.rule == tRule::iris) std::fill_n(m_weights.shown, count, typename Form::tWeight{1});
         if (!m_mix.blendWithOutput)
@@ -186,6 +216,11 @@ class CMixer {
     const tChannel* Mixed(tChannel* memory, const tChannel* first, const tChannel* second, std::ptrdiff_t count) {
         if (AllAre(m_weights.mix, count, Form::kKeep)) return first;
         if (AllAre(m_weights.mix, count, Form::kWhole)) return second;
+        // The next row is most often at an edge in the same places, to which no prefetcher jumps.
+        for (std::ptrdiff_t i = 0; i < count * Form::kPixelSize; i += kCacheLine) {
+            KwFetch(first, m_mix.first.stride + i);
+            KwFetch(second, m_mix.second.stride + i);
+        }
         KwMixRow(memory, first, second, m_weights.mix, count);
         return memory;
     }

@@ -7,6 +7,7 @@
 #include "kernels/alpha.h"
 #include "kernels/blend.h"
 #include "kernels/convolve.h"
+#include "kernels/fetch.h"
 #include "kernels/row.h"
 
 namespace {
@@ -60,14 +61,10 @@ struct tSmoothPart {
 /// Asks for what a part some way behind this one reads first and writes. It may lie behind the row: nothing is touched.
 KWINLINE inline void AskAhead(const tThreeRows& rows, const std::uint8_t* out, std::ptrdiff_t begin,
                               std::ptrdiff_t count) {
-    constexpr std::ptrdiff_t kAhead = 1024, kLine = 64; // bytes
-    const auto at = [](const std::uint8_t* row, std::ptrdiff_t offset) KWINLINE {
-        return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(row) +
-                                             static_cast<std::uintptr_t>(offset));
-    };
-    for (std::ptrdiff_t i = begin * 4 + kAhead; i < (begin + count) * 4 + kAhead; i += kLine) {
-        __builtin_prefetch(at(rows.below, i));
-        __builtin_prefetch(at(out, i), 1);
+    constexpr std::ptrdiff_t kAhead = 1024; // bytes
+    for (std::ptrdiff_t i = begin * 4 + kAhead; i < (begin + count) * 4 + kAhead; i += kCacheLine) {
+        KwFetch(rows.below, i);
+        KwFetch<eFetch::toWrite>(out, i);
     }
 }
 

@@ -8,6 +8,7 @@
 #include "base/arith.h"
 #include "base/bodies.h"
 #include "base/functions.h"
+#include "kernels/fetch.h"
 #include "kernels/mix_row.h"
 #include "kernels/row.h"
 #include "kernels/sample.h"
@@ -37,11 +38,7 @@ struct tSource {
     std::int32_t limitX, limitY;                ///< greatest position, 14-bit fixed point
     std::ptrdiff_t ahead = 0;                   ///< bytes from a row's samples to those some rows on
 
-    /// What stands there need not be the picture's.
-    KWINLINE void FetchAhead(const std::byte* sample) const {
-        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(sample) +
-                                                         static_cast<std::uintptr_t>(ahead)));
-    }
+    KWINLINE void FetchAhead(const std::byte* sample) const { KwFetch(sample, ahead); }
 };
 
 KWINLINE inline void Locate(tPositions& at, const tSource& source, const double* shift, double y, std::uint32_t x,
