@@ -11,6 +11,7 @@
 #include "base/arith.h"
 #include "base/bodies.h"
 #include "kernels/copy.h"
+#include "kernels/fetch.h"
 #include "kernels/lut.h"
 #include "kernels/row.h"
 #include "kernels/unaligned.h"
@@ -33,8 +34,11 @@ struct tBlocks {
 
 /// Rows whose column sums fit 16 bits.
 constexpr std::ptrdiff_t kRowsAtOnce = 257;
-/// Blocks below this many pixels have sums of 31 bits.
-constexpr std::int64_t kSmallBlock = 1 << 23;
+/// Blocks of up to this many pixels have sums of 16 bits, those below that many of 31.
+constexpr std::int64_t kTinyBlock = 257, kSmallBlock = 1 << 23;
+
+/// Few rows are over before a prefetcher has noticed them, so the next ones are asked for.
+constexpr std::ptrdiff_t kRowsAsked = 8;
 
 /// The sums of each column of `rows` rows, at most `kRowsAtOnce`. Bytes at even and at odd places are halves without a
 /// conversion; the sums take turns again at the end.
@@ -50,6 +54,7 @@ KWINLINE inline void SumColumns(std::uint16_t* sums, const std::uint8_t* row, st
             const auto bytes = reinterpret_cast<tHalves>(KwLoad<Bytes>(row + y * stride + i));
             even += bytes & 255;
             odd += bytes >> 8;
+            if (rows <= kRowsAsked) KwFetch(row, (y + rows) * stride + i);
         }
         const auto turns = [&]<std::size_t... kAt>(std::index_sequence<kAt...>) KWINLINE {
             constexpr std::size_t kHalf = kStep / 4;
@@ -68,19 +73,30 @@ KWINLINE inline void SumColumns(std::uint16_t* sums, const std::uint8_t* row, st
 }
 constexpr CKwBodies kSumColumns(KwWidths<SumColumns<tNarrow>, SumColumns<tMiddle>, SumColumns<tWide>>);
 
+/// A pixel's four totals.
+template <class Total>
+struct tTotals {
+    using tFour [[gnu::vector_size(sizeof(Total) * 4)]] = Total;
+};
+
 /// Adds up each block's share of column sums. Blocks of few pixels have loops of that length.
 template <class Total>
 KWINLINE inline void AddRow(Total* totals, const std::uint16_t* sums, const tBlocks& columns) {
+    using tColumn = tTotals<std::uint16_t>::tFour;
+    using tSum = typename tTotals<Total>::tFour;
     const std::ptrdiff_t count = columns.count;
     const std::int64_t step = columns.step;
     const auto add = [=](auto pixels) KWINLINE {
         for (std::ptrdiff_t i = 0; i < count; ++i) {
             const std::uint16_t* from = sums + (i * step >> 14) * 4;
-            Total* to = totals + i * 4;
-            Total block[4]{to[0], to[1], to[2], to[3]};
-            for (std::ptrdiff_t x = 0; x < pixels; ++x)
-                for (int c = 0; c < 4; ++c) block[c] += from[x * 4 + c];
-            for (int c = 0; c < 4; ++c) to[c] = block[c];
+            tSum block;
+            std::memcpy(&block, totals + i * 4, sizeof block);
+            for (std::ptrdiff_t x = 0; x < pixels; ++x) {
+                tColumn column;
+                std::memcpy(&column, from + x * 4, sizeof column);
+                block += __builtin_convertvector(column, tSum);
+            }
+            std::memcpy(totals + i * 4, &block, sizeof block);
         }
     };
     switch (columns.Pixels()) {
@@ -94,14 +110,8 @@ KWINLINE inline void AddRow(Total* totals, const std::uint16_t* sums, const tBlo
         return add(columns.Pixels());
     }
 }
-KWINLINE inline void AddSums(std::uint32_t* totals, const std::uint16_t* sums, const tBlocks& columns) {
-    AddRow(totals, sums, columns);
-}
-constexpr CKwBodies kAddSums(KwClones<AddSums>);
-KWINLINE inline void AddLargeSums(std::uint64_t* totals, const std::uint16_t* sums, const tBlocks& columns) {
-    AddRow(totals, sums, columns);
-}
-constexpr CKwBodies kAddLargeSums(KwClones<AddLargeSums>);
+template <class Total>
+constexpr CKwBodies kAddRow(KwClones<AddRow<Total>>);
 KWINLINE inline void AddFloats(double* totals, const tAnyFloat* row, const tBlocks& columns) {
     const std::ptrdiff_t pixels = columns.Pixels(), count = columns.count;
     const std::int64_t step = columns.step;
@@ -114,31 +124,22 @@ KWINLINE inline void AddFloats(double* totals, const tAnyFloat* row, const tBloc
 }
 constexpr CKwBodies kAddFloats(KwClones<AddFloats>);
 
-// Half a unit more than the sum keeps its product with the rounded inverse away from both neighbours of a quotient.
-template <class Real>
-KWINLINE inline void RoundedMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count, Real pixels) {
-    const Real inverse = Real{1} / pixels;
+/// Totals over their blocks' pixels. Half a unit more than a total keeps its product with the rounded inverse away from
+/// both neighbours of a quotient: it is half a pixel's part away from the next whole number, 1/514 at least where the
+/// two roundings are those of floats, together 255 / 2^23 at most.
+template <class Total>
+KWINLINE inline void Means8(std::uint8_t* out, const Total* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
+    using tReal = std::conditional_t<sizeof(Total) == 2, float, double>;
+    const tReal inverse = tReal{1} / static_cast<tReal>(pixels);
     for (std::ptrdiff_t i = 0; i < count; ++i)
-        out[i] = static_cast<std::uint8_t>(
-            static_cast<std::int32_t>((static_cast<Real>(static_cast<std::int32_t>(totals[i])) + Real{0.5}) * inverse));
+        if constexpr (sizeof(Total) == 8)
+            out[i] = static_cast<std::uint8_t>(totals[i] / static_cast<std::uint64_t>(pixels));
+        else
+            out[i] = static_cast<std::uint8_t>(static_cast<std::int32_t>(
+                (static_cast<tReal>(static_cast<std::int32_t>(totals[i])) + tReal{0.5}) * inverse));
 }
-/// Blocks of up to so many pixels are divided as floats: their two roundings, together 255 / 2^23 at most, leave a
-/// quotient on its side of the next whole number, from which it is at least half a pixel's part away.
-constexpr std::ptrdiff_t kTinyBlock = 4096;
-KWINLINE inline void TinyMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count,
-                                std::ptrdiff_t pixels) {
-    RoundedMeans8(out, totals, count, static_cast<float>(pixels));
-}
-constexpr CKwBodies kTinyMeans8(KwClones<TinyMeans8>);
-KWINLINE inline void SmallMeans8(std::uint8_t* out, const std::uint32_t* totals, std::ptrdiff_t count,
-                                 std::ptrdiff_t pixels) {
-    RoundedMeans8(out, totals, count, static_cast<double>(pixels));
-}
-constexpr CKwBodies kSmallMeans8(KwClones<SmallMeans8>);
-void LargeMeans8(std::uint8_t* out, const std::uint64_t* totals, std::ptrdiff_t count, std::ptrdiff_t pixels) {
-    for (std::ptrdiff_t i = 0; i < count; ++i)
-        out[i] = static_cast<std::uint8_t>(totals[i] / static_cast<std::uint64_t>(pixels));
-}
+template <class Total>
+constexpr CKwBodies kMeans8(KwClones<Means8<Total>>);
 
 /// The means of one row of blocks, for each pixel form; this one is the definition for bytes.
 class CPlainMeans8 {
@@ -172,22 +173,13 @@ class CMeans8 {
         for (std::ptrdiff_t y = 0; y < count; y += kRowsAtOnce) {
             kSumColumns(m_sums.data(), source.Row<std::uint8_t>(static_cast<LONG>(begin + y)), source.stride,
                         std::min(kRowsAtOnce, count - y), std::ssize(m_sums));
-            if constexpr (kSmall)
-                kAddSums(m_totals.data(), m_sums.data(), m_columns);
-            else
-                kAddLargeSums(m_totals.data(), m_sums.data(), m_columns);
+            kAddRow<Total>(m_totals.data(), m_sums.data(), m_columns);
         }
-        const std::ptrdiff_t pixels = std::ptrdiff_t{count} * m_columns.Pixels();
-        if constexpr (kSmall)
-            (pixels <= kTinyBlock ? kTinyMeans8 : kSmallMeans8)(reinterpret_cast<std::uint8_t*>(out), m_totals.data(),
-                                                                std::ssize(m_totals), pixels);
-        else
-            LargeMeans8(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), std::ssize(m_totals), pixels);
+        kMeans8<Total>(reinterpret_cast<std::uint8_t*>(out), m_totals.data(), std::ssize(m_totals),
+                       std::ptrdiff_t{count} * m_columns.Pixels());
     }
 
   private:
-    static constexpr bool kSmall = std::is_same_v<Total, std::uint32_t>;
-
     tBlocks m_columns;
     std::vector<std::uint16_t> m_sums;
     std::vector<Total> m_totals;
@@ -221,12 +213,12 @@ constexpr auto kFilled = [] {
 }();
 
 /// A row of cells from one pixel each. Cells but the last, which may be wider, are written too wide, and mended by the
-/// next one, so that their width does not vary.
-void SpreadPlain8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
+/// next one, so that their width does not vary. `below`: bytes to the next row of cells, asked for meanwhile.
+void SpreadPlain8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns, std::ptrdiff_t) {
     for (LONG i = 0; i < columns.count; ++i)
         for (std::ptrdiff_t x = columns.Begin(i); x < columns.CellEnd(i); ++x) out[x] = cells[i];
 }
-KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns) {
+KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlocks& columns, std::ptrdiff_t below) {
     const std::ptrdiff_t count = columns.count, size = columns.size, pixels = columns.Pixels();
     const std::int64_t step = columns.step;
     std::ptrdiff_t i = 0;
@@ -238,8 +230,10 @@ KWINLINE inline void SpreadRow8(tAnyWord* out, const tAnyWord* cells, const tBlo
             if (size - begin < written) break;
             tAnyWord* const to = out + begin;
             const std::uint32_t value = cells[i];
-            for (std::ptrdiff_t x = 0; x < written; x += kGroup)
+            for (std::ptrdiff_t x = 0; x < written; x += kGroup) {
+                KwFetch<eFetch::toWrite>(to + x, below);
                 for (std::ptrdiff_t k = 0; k < kGroup; ++k) to[x + k] = value;
+            }
         }
     };
     if (pixels < 4)
@@ -280,7 +274,8 @@ void Pixelate(const tRows& d, const tRows& s, const tBlocks& columns, const tBlo
         } else {
             std::uint8_t* levels = reinterpret_cast<std::uint8_t*>(cells.data());
             KwLutRow(levels, levels, columns.count, kFilled.data(), kMapAll, false);
-            kSpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns);
+            kSpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns,
+                        rows.Pixels() * d.stride);
         }
         for (LONG y = begin + 1; y < rows.CellEnd(i); ++y)
             std::memcpy(d.Row<std::byte>(y), first, static_cast<std::size_t>(d.width) * kPixel);
@@ -290,11 +285,14 @@ void Pixelate(const tRows& d, const tRows& s, const tBlocks& columns, const tBlo
 /// Calls `body` with a null pointer of the class that makes the means.
 template <class Body>
 void WithMeans(LONG bytesPerPixel, const tBlocks& columns, const tBlocks& rows, Body&& body) {
+    const std::int64_t pixels = std::int64_t{columns.Pixels()} * rows.Pixels();
     if (bytesPerPixel != 4)
         body(static_cast<CMeansFloat*>(nullptr));
     else if (KwLevel() == eKwLevel::Plain)
         body(static_cast<CPlainMeans8*>(nullptr));
-    else if (std::int64_t{columns.Pixels()} * rows.Pixels() < kSmallBlock)
+    else if (pixels <= kTinyBlock)
+        body(static_cast<CMeans8<std::uint16_t>*>(nullptr));
+    else if (pixels < kSmallBlock)
         body(static_cast<CMeans8<std::uint32_t>*>(nullptr));
     else
         body(static_cast<CMeans8<std::uint64_t>*>(nullptr));
