@@ -185,7 +185,7 @@ KWINLINE inline void Descend(Levels& levels, const Bytes& full, const tRimWeight
     for (Bytes above = ~Bytes{};;) {
         const Bytes best = levels.Best(full);
         above &= ~Equal(best, full);
-        if (!Any(above)) return;
+        if (!KwIsAny(above)) return;
         Bytes counts[3];
         const Bytes lost = levels.Remove(best, counts) & above, taking = above & ~lost;
         for (Bytes& count : counts) count &= taking;
@@ -219,7 +219,7 @@ KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fu
                 const tBytes mixed = way.mixed & ((way.cornered & weights.roughCorners) | weights.rough);
                 const tBytes rough = (way.lost | mixed) & 1;
                 result = means.Finish(full ^ weights.turn, rough, weights.near, doubts);
-                if (!Any(way.lost)) return;
+                if (!KwIsAny(way.lost)) return;
                 tBytes more;
                 const tBytes most = full + ((way.ceiling - full) & way.lost);
                 const tBytes other = means.Finish(most ^ weights.turn, rough, weights.near, more);
@@ -228,7 +228,7 @@ KWINLINE inline std::uint16_t* SettleRow(const tRim& rim, const std::uint8_t* fu
             CRimLevels<tBytes> tops(rim, i, weights.mostCounted);
             Descend(tops, full, weights, means, way);
             finish();
-            if (const tBytes again = way.lost & Equal(doubts, tBytes{} + 1); rim.hasFewCells && Any(again)) {
+            if (const tBytes again = way.lost & Equal(doubts, tBytes{} + 1); rim.hasFewCells && KwIsAny(again)) {
                 CCellLevels<tBytes> cells(rim, i, full, way.ceiling & again);
                 way.lost &= ~again;
                 Descend(cells, full, weights, means, way);

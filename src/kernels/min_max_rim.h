@@ -50,23 +50,10 @@ KWINLINE inline void MaxRows(std::uint8_t* __restrict to, const std::uint8_t* a,
 }
 inline constexpr CKwBodies kMaxRows(KwClones<MaxRows>);
 
-/// True where any bit is set.
-template <class Bytes>
-KWINLINE inline bool Any(const Bytes& block) {
-    using tQuads [[gnu::vector_size(16)]] = std::uint64_t;
-    tQuads any{};
-    for (std::size_t i = 0; i < sizeof(Bytes); i += 16) { // a vector's halves cost less than its words
-        tQuads part;
-        std::memcpy(&part, reinterpret_cast<const std::uint8_t*>(&block) + i, 16);
-        any |= part;
-    }
-    return (any[0] | any[1]) != 0;
-}
-
 /// True where any byte of `block` is above that of `full`.
 template <class Bytes>
 KWINLINE inline bool Beats(const Bytes& block, const Bytes& full) {
-    return Any(KwGreater(block, full) ^ full);
+    return KwIsAny(KwGreater(block, full) ^ full);
 }
 
 /// All bits of the bytes that are equal. Some compilers take a comparison's result apart into single bytes when it

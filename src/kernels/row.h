@@ -50,16 +50,13 @@ using tFloatsOf = typename tBlock<sizeof(Bytes)>::tFloats;
 /// Whether any bit is set.
 template <class Vector>
 KWINLINE inline bool KwIsAny(const Vector& tested) {
-    if constexpr (sizeof(Vector) > 16) {
-        using tHalf = typename tBlock<sizeof(Vector) / 2>::tQuads;
-        tHalf half[2];
-        std::memcpy(half, &tested, sizeof half);
-        return KwIsAny<tHalf>(half[0] | half[1]);
-    } else {
-        std::uint64_t half[2];
-        std::memcpy(half, &tested, sizeof half);
-        return (half[0] | half[1]) != 0;
+    tBlock<16>::tQuads any{};
+    for (std::size_t i = 0; i < sizeof tested; i += sizeof any) { // halves of a vector cost less than its words
+        tBlock<16>::tQuads part;
+        std::memcpy(&part, reinterpret_cast<const std::uint8_t*>(&tested) + i, sizeof part);
+        any |= part;
     }
+    return (any[0] | any[1]) != 0;
 }
 
 /// One word in every place.
@@ -302,8 +299,8 @@ KWINLINE inline tAmounts<Bytes> KwAlphaAmounts(const Bytes& pixels) {
     return {both, both};
 }
 
-/// v * share >> kBits in 16 bits, for shares up to 1 << kBits and v whose product with the share's part above 7 bits
-/// has no more than 16.
+/// v * share >> kBits in 16 bits, for shares up to 1 << kBits and v below that, whose product with the share's part
+/// above 7 bits has to have no more than 16.
 template <int kBits>
 struct tShare {
     explicit tShare(std::int32_t share)
