@@ -17,6 +17,13 @@ namespace {
 /// Tables in the order of the channels in memory; a null one leaves its channel alone.
 using tTables = std::array<const std::uint8_t*, 4>;
 
+/// A byte for each channel of `channels`, 255 or 0, as one pixel.
+constexpr std::uint32_t Mask(unsigned channels) {
+    std::uint32_t mask = 0;
+    for (unsigned c = 0; c < 4; ++c) mask |= channels >> c & 1 ? 0xFFu << c * 8 : 0;
+    return mask;
+}
+
 /// The definition, for any choice of channels.
 void LutPlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
                unsigned channels, bool limit) {
@@ -66,13 +73,6 @@ void LutSpread8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, co
 #if defined(__x86_64__)
 
 #define KW_V3 [[gnu::target("arch=x86-64-v3")]]
-
-/// A byte for each channel of `channels`, 255 or 0, as one pixel.
-constexpr std::int32_t Mask(unsigned channels) {
-    std::uint32_t mask = 0;
-    for (unsigned c = 0; c < 4; ++c) mask |= channels >> c & 1 ? 0xFFu << c * 8 : 0;
-    return static_cast<std::int32_t>(mask);
-}
 
 /// 16 shuffles look up 16 entries each. A shuffle gives 0 where the top bit of an index is set, so of indices that fall
 /// by 16 a step all steps up to the entry's own give something: each table holds its difference to the one before it,
@@ -150,6 +150,30 @@ constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8});
 constexpr CKwBodies kLutSpreadRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutSpread8});
 #endif
 
+/// A ramp for pixels, in which channels that are not mapped stay, and what a limit to alpha leaves alone.
+struct tRampPixel {
+    tRampPixel(const tKwRamp& ramp, unsigned channels, bool limit)
+        : up(ramp.up * kEach & Mask(channels)), down(ramp.down * kEach & Mask(channels)),
+          split(ramp.split * kEach & Mask(channels)), least(ramp.least * kEach & Mask(channels)),
+          most(ramp.most * kEach | ~Mask(channels)), top(limit ? 0 : Mask(kMapColors)) {}
+
+    static constexpr std::uint32_t kEach = 0x01010101;
+    std::uint32_t up, down, split, least, most, top;
+};
+
+template <class Bytes>
+KWINLINE inline void RampRow8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tRampPixel& ramp) {
+    const auto each = [](std::uint32_t pixel) KWINLINE { return KwPixels<Bytes>(pixel); };
+    const Bytes up = each(ramp.up), down = each(ramp.down), split = each(ramp.split), least = each(ramp.least),
+                most = each(ramp.most), top = each(ramp.top);
+    KwForBlocks<Bytes>(d, count * 4, s, [&](const Bytes& pixels) KWINLINE {
+        const Bytes moved = KwRest(KwSum(pixels, up), down), whole = (Bytes{} - KwSmaller(moved, Bytes{} + 1)) & split;
+        const Bytes out = KwSmaller(KwGreater(moved | whole, least), most);
+        return KwSmaller(out, KwAlphas(out) | top);
+    });
+}
+constexpr CKwBodies kRampRow8(KwWidths<RampRow8<tNarrow>, RampRow8<tMiddle>, RampRow8<tWide>>);
+
 /// Channels that share a table are mapped in one walk.
 void LutsRow8(std::uint8_t* p, std::ptrdiff_t count, const tTables& tables) {
     unsigned done = 0;
@@ -161,23 +185,6 @@ void LutsRow8(std::uint8_t* p, std::ptrdiff_t count, const tTables& tables) {
         done |= channels;
     }
 }
-
-/// Adds and takes a byte of each place with limits, then limits to alpha.
-void BrightenPlain8(std::uint8_t* p, std::ptrdiff_t bytes, std::uint32_t plus, std::uint32_t minus) {
-    for (std::ptrdiff_t i = 0; i < bytes; ++i) {
-        const auto by = [i](std::uint32_t word) { return static_cast<std::int32_t>(word >> i % 4 * 8 & 255); };
-        p[i] = static_cast<std::uint8_t>(KwClamp(p[i] + by(plus) - by(minus), 0, p[i | 3]));
-    }
-}
-template <class Bytes>
-KWINLINE inline void BrightenRow8(std::uint8_t* p, std::ptrdiff_t bytes, std::uint32_t plus, std::uint32_t minus) {
-    const Bytes up = KwPixels<Bytes>(plus), down = KwPixels<Bytes>(minus);
-    KwForBlocks<Bytes>(p, bytes, p, [&](const Bytes& pixels) KWINLINE {
-        return KwSmaller(KwRest(KwSum(pixels, up), down), KwAlphas(pixels));
-    });
-}
-constexpr CKwBodies kBrightenRow8(BrightenPlain8,
-                                  KwWidths<BrightenRow8<tNarrow>, BrightenRow8<tMiddle>, BrightenRow8<tWide>>);
 
 template <class Entry>
 KWINLINE inline float LookupFloat(const void* table, float value) {
@@ -241,14 +248,19 @@ bool Refused(void* table, LONG low, LONG high, LONG bytesPerPixel) {
 
 } // namespace
 
-void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const std::uint8_t* table,
+void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const CKwLut& lut,
               unsigned channels, bool limitToAlpha) {
-    kLutRow8(destination, source, count, table, channels, limitToAlpha);
+    if (lut.Ramp() && KwLevel() != eKwLevel::Plain)
+        kRampRow8(destination, source, count, tRampPixel(*lut.Ramp(), channels, limitToAlpha));
+    else
+        kLutRow8(destination, source, count, lut.Table(), channels, limitToAlpha);
 }
 
-void KwLutSpreadRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count,
-                    const std::uint8_t* table) {
-    kLutSpreadRow8(destination, source, count, table, kMapAll, false);
+void KwLutSpreadRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const CKwLut& lut) {
+    if (lut.Ramp())
+        KwLutRow(destination, source, count, lut, kMapAll, false);
+    else
+        kLutSpreadRow8(destination, source, count, lut.Table(), kMapAll, false);
 }
 
 HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPerPixel, const void* table,
@@ -257,14 +269,15 @@ HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPer
     tRows d, s;
     if (const HRESULT status = KwDibResolvePair(destination, source, bytesPerPixel, d, s); FAILED(status))
         return status;
-    const auto rowFloat = tableIs8Bit ? LutRowFloat<std::uint8_t> : LutRowFloat<std::uint16_t>;
-    for (LONG y = 0; y < d.height; ++y) {
-        if (bytesPerPixel == 4)
-            KwLutRow(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, static_cast<const std::uint8_t*>(table),
-                     channels, limitToAlpha);
-        else
-            rowFloat(KwFloatRow(d, y), KwFloatRow(s, y), d.width, table, channels, limitToAlpha);
+    if (bytesPerPixel != 4) {
+        const auto row = tableIs8Bit ? LutRowFloat<std::uint8_t> : LutRowFloat<std::uint16_t>;
+        for (LONG y = 0; y < d.height; ++y)
+            row(KwFloatRow(d, y), KwFloatRow(s, y), d.width, table, channels, limitToAlpha);
+        return S_OK;
     }
+    const CKwLut lut(static_cast<const std::uint8_t*>(table));
+    for (LONG y = 0; y < d.height; ++y)
+        KwLutRow(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, lut, channels, limitToAlpha);
     return S_OK;
 }
 
@@ -294,17 +307,13 @@ void KwBuildBrightnessTable(std::uint8_t* table, float amount) {
 }
 
 HRESULT KwDibBrightness(const tView& view, LONG bytesPerPixel, float amount) {
+    if (bytesPerPixel == 4) {
+        std::uint8_t table[256];
+        KwBuildBrightnessTable(table, amount);
+        return KwDibApplyLut(view, 4, table, true, false, true);
+    }
     tRows rows;
     if (const HRESULT status = KwDibResolveClip(view, bytesPerPixel, rows); FAILED(status)) return status;
-    if (bytesPerPixel == 4) {
-        constexpr std::uint32_t kEachColor = 0x010101;
-        const std::int32_t offset = KwTrunc(amount * 255.0);
-        const std::uint32_t plus = static_cast<std::uint32_t>(KwClamp(offset, 0, 255)) * kEachColor,
-                            minus = static_cast<std::uint32_t>(-KwClamp(offset, -255, 0)) * kEachColor;
-        for (LONG y = 0; y < rows.height; ++y)
-            kBrightenRow8(rows.Row<std::uint8_t>(y), std::ptrdiff_t{rows.width} * 4, plus, minus);
-        return S_OK;
-    }
     for (LONG y = 0; y < rows.height; ++y) kBrightnessRowFloat(KwFloatRow(rows, y), rows.width, amount);
     return S_OK;
 }

@@ -1,6 +1,9 @@
 // Transfer tables: mapping channels through them, and building the two that contrast needs.
 #pragma once
 
+#include <algorithm>
+#include <optional>
+
 #include "kernels/view.h"
 
 /// Channels that a table maps, as bits.
@@ -16,13 +19,55 @@ enum : unsigned { kMapBlue = 1, kMapGreen = 2, kMapRed = 4, kMapColors = 7, kMap
 HRESULT KwDibMapLut(const tView& destination, const tView& source, LONG bytesPerPixel, const void* table,
                     bool tableIs8Bit, unsigned channels, bool limitToAlpha);
 
+/// Levels moved by a distance, or split at a bound, and kept between two ends.
+struct tKwRamp {
+    std::uint8_t up, down; ///< the distance; one of them is 0
+    std::uint8_t split;    ///< 255 where each level that is then above 0 becomes 255, else 0
+    std::uint8_t least, most;
+
+    constexpr std::uint8_t operator()(std::int32_t level) const {
+        const std::int32_t moved = std::max(std::min(level + up, 255) - down, 0);
+        return static_cast<std::uint8_t>(
+            std::min<std::int32_t>(std::max<std::int32_t>(moved > 0 ? moved | split : 0, least), most));
+    }
+};
+
+/// 256 bytes, which have to stay while this is in use, and the ramp that gives the same without a lookup, if there is
+/// one: brightness, bounds and thresholds need no table.
+class CKwLut {
+  public:
+    constexpr explicit CKwLut(const std::uint8_t* table) : m_table(table), m_ramp(Find(table)) {}
+
+    constexpr const std::uint8_t* Table() const { return m_table; }
+    constexpr const std::optional<tKwRamp>& Ramp() const { return m_ramp; }
+
+  private:
+    static constexpr std::optional<tKwRamp> Find(const std::uint8_t* table) {
+        tKwRamp ramp{.up = 0, .down = 0, .split = 0, .least = table[0], .most = table[255]};
+        std::int32_t first = 1; // that leaves the lower end
+        while (first < 255 && table[first] == ramp.least) ++first;
+        if (table[first] == ramp.most) {
+            ramp.down = static_cast<std::uint8_t>(first - 1);
+            ramp.split = 255;
+        } else {
+            const std::int32_t distance = table[first] - first;
+            (distance > 0 ? ramp.up : ramp.down) = static_cast<std::uint8_t>(distance > 0 ? distance : -distance);
+        }
+        for (std::int32_t level = 0; level < 256; ++level)
+            if (ramp(level) != table[level]) return {};
+        return ramp;
+    }
+
+    const std::uint8_t* m_table;
+    std::optional<tKwRamp> m_ramp;
+};
+
 /// One row of the 4-byte form of the above; `count` in pixels.
-void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const std::uint8_t* table,
+void KwLutRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const CKwLut& lut,
               unsigned channels, bool limitToAlpha);
 
 /// The same for all channels of a row whose pixels have one level in all four bytes.
-void KwLutSpreadRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count,
-                    const std::uint8_t* table);
+void KwLutSpreadRow(std::uint8_t* destination, const std::uint8_t* source, std::ptrdiff_t count, const CKwLut& lut);
 
 /// `KwDibMapLut` in place: all colours, and alpha too with `mapAlpha`.
 HRESULT KwDibApplyLut(const tView& view, LONG bytesPerPixel, const void* table, bool tableIs8Bit, bool mapAlpha,

@@ -84,6 +84,7 @@ HRESULT KwDibMask(const tView& destination, const tView& source, LONG bytesPerPi
         const std::size_t level = record->invert ? 255 - i : i;
         table[i] = KwByte(KwTrunc(curve(static_cast<double>(level) * 0.00392156862745098) * 255.0));
     }
+    const CKwLut lut(table.data());
     constexpr std::ptrdiff_t kPart = 2048; // pixels; the table finds the spread ones in the first cache
     for (LONG y = 0; y < d.height; ++y)
         for (std::ptrdiff_t x = 0; x < d.width; x += kPart) {
@@ -94,7 +95,7 @@ HRESULT KwDibMask(const tView& destination, const tView& source, LONG bytesPerPi
                 KwMeanRow(to, from, count);
             else
                 kSpreadChannel(to, from, count, channel);
-            KwLutSpreadRow(to, to, count, table.data());
+            KwLutSpreadRow(to, to, count, lut);
         }
     return S_OK;
 }

@@ -205,12 +205,13 @@ class CMeansFloat {
 };
 
 /// Levels to doubles and back, as a fill does it.
-constexpr auto kFilled = [] {
+constexpr auto kFilledLevels = [] {
     std::array<std::uint8_t, 256> table{};
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = static_cast<std::uint8_t>(static_cast<double>(i) * 0.00392156862745098 * 255.0);
     return table;
 }();
+constexpr CKwLut kFilled(kFilledLevels.data());
 
 /// A row of cells from one pixel each. Cells but the last, which may be wider, are written too wide, and mended by the
 /// next one, so that their width does not vary. `below`: bytes to the next row of cells, asked for meanwhile.
@@ -273,7 +274,7 @@ void Pixelate(const tRows& d, const tRows& s, const tBlocks& columns, const tBlo
             SpreadRowFloat(first, cells.data(), columns);
         } else {
             std::uint8_t* levels = reinterpret_cast<std::uint8_t*>(cells.data());
-            KwLutRow(levels, levels, columns.count, kFilled.data(), kMapAll, false);
+            KwLutRow(levels, levels, columns.count, kFilled, kMapAll, false);
             kSpreadRow8(reinterpret_cast<tAnyWord*>(first), reinterpret_cast<tAnyWord*>(levels), columns,
                         rows.Pixels() * d.stride);
         }
@@ -332,7 +333,7 @@ HRESULT KwDibPixelate(const tView& destination, const tView& source, LONG bytesP
     const tBlocks columns(d.width, across), rows(d.height, down);
     if (bytesPerPixel == 4 && across == d.width && down == d.height)
         for (LONG y = 0; y < d.height; ++y)
-            KwLutRow(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, kFilled.data(), kMapAll, false);
+            KwLutRow(d.Row<std::uint8_t>(y), s.Row<std::uint8_t>(y), d.width, kFilled, kMapAll, false);
     else
         WithMeans(bytesPerPixel, columns, rows, [&]<class Means>(Means*) { Pixelate<Means>(d, s, columns, rows); });
     return S_OK;

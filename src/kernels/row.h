@@ -119,8 +119,8 @@ KWINLINE inline Bytes KwSum(const Bytes& a, const Bytes& b) {
 #if defined(__SSE2__)
     if constexpr (kHasSse2<Bytes>) return reinterpret_cast<Bytes>(_mm_adds_epu8(KwSse2(a), KwSse2(b)));
 #endif
-    const Bytes room = ~a;
-    return a + KwSmaller(b, room);
+    const Bytes room = ~b; // the second often stays from block to block
+    return KwSmaller(a, room) + b;
 }
 
 /// The difference, limited to 0.

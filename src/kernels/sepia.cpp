@@ -143,6 +143,7 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
                      : stage == kDesaturates         ? kToneRow8<kDesaturates>.Now()
                      : stage == kDesaturatesAndTones ? kToneRow8<kDesaturatesAndTones>.Now()
                                                      : kToneRow8<kTonesGrey>.Now();
+    const CKwLut weights(tone.table.data());
     tGreys greys;
     for (LONG y = 0; y < d.height; ++y)
         for (std::ptrdiff_t x = 0; x < d.width; x += kBlock) {
@@ -151,7 +152,7 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
             const std::ptrdiff_t count = std::min(kBlock, d.width - x);
             if (stage != kDesaturates) {
                 KwMeanRow(greys.grey, from, count);
-                KwLutSpreadRow(greys.weight, greys.grey, count, tone.table.data());
+                KwLutSpreadRow(greys.weight, greys.grey, count, weights);
             }
             row(to, from, count, tone, greys, limitToAlpha);
         }

@@ -31,22 +31,26 @@ tMatte DrawMatte(CKwDraw& draw) {
     return {{draw.Real(0, 1, 0.2), draw.Real(0, 1, 0.5), draw.Real(0, 1, 0.7)}};
 }
 
-/// 256 bytes, or 65,536 words: a gamma curve, or anything.
+/// 256 bytes, or 65,536 words: a gamma curve, anything, or levels moved or split between two ends, all or all but one.
 struct tCurveTable {
     std::vector<std::uint16_t> words;
     explicit tCurveTable(CKwDraw& draw, bool bytes) : words(bytes ? 128 : 65536) {
         const double gamma = draw.Real(0.2, 4, 0.6);
-        const bool noise = draw.Flag(false);
-        const std::size_t count = bytes ? 256 : 65536;
-        for (std::size_t i = 0; i < count; ++i) {
-            const double top = static_cast<double>(count - 1),
-                         level = std::pow(static_cast<double>(i) / top, gamma) * top;
-            const auto value =
-                static_cast<std::uint16_t>(noise ? draw.Bits() : static_cast<std::uint64_t>(KwTrunc64(level)));
+        const bool noise = draw.Flag(false), moved = draw.Flag(false), split = draw.Flag(false);
+        const LONG count = bytes ? 256 : 65536, distance = draw.Within(-260, 260), least = draw.Within(-100, 200),
+                   most = least + draw.Within(0, 300), other = draw.Within(-256, 255);
+        const auto value = [&](LONG i) -> std::int64_t {
+            const double top = count - 1;
+            if (noise) return static_cast<std::int64_t>(draw.Bits());
+            if (!moved) return KwTrunc64(std::pow(i / top, gamma) * top);
+            const LONG level = split ? (i + distance) * 1000 : i + distance;
+            return KwClamp(KwClamp(level, least, most), 0, 255) ^ (i == other ? 1 : 0);
+        };
+        for (LONG i = 0; i < count; ++i) {
             if (bytes)
-                reinterpret_cast<std::uint8_t*>(words.data())[i] = static_cast<std::uint8_t>(value);
+                reinterpret_cast<std::uint8_t*>(words.data())[i] = static_cast<std::uint8_t>(value(i));
             else
-                words[i] = value;
+                words[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(value(i));
         }
     }
 };

@@ -1,5 +1,6 @@
 #include "kernels/lut.h"
 
+#include "base/arith.h"
 #include "digest.h"
 #include "kernels/levels.h"
 #include "kernels/picture.h"
@@ -10,6 +11,25 @@ TEST(ApplyLut, NeedsATable) {
     CTestPicture p(2, 2, 4);
     EXPECT_EQ(E_POINTER, KwDibApplyLut(p.View(), 4, nullptr, true, false, false));
     EXPECT_EQ(E_POINTER, KwDibApplyLut({p.At(0, 0), nullptr, 8, nullptr}, 4, p.At(0, 0), true, false, false));
+}
+
+// Brightness, bounds and thresholds; and tables that are so but for one entry, which may leave one or not.
+TEST(Lut, FindsLevelsThatAreMovedOrSplit) {
+    for (const auto [gain, least, most] : {std::array{1, 0, 255}, {1, 20, 235}, {1, 100, 102}, {1000, 0, 255}})
+        for (LONG distance = -256; distance <= 256; ++distance) {
+            std::uint8_t table[256];
+            for (LONG i = 0; i < 256; ++i)
+                table[i] = static_cast<std::uint8_t>(KwClamp((i + distance) * gain, least, most));
+            ASSERT_TRUE(CKwLut(table).Ramp()) << gain << ' ' << least << ' ' << distance;
+            for (const LONG other : {0, 1, distance & 255, 254, 255}) {
+                ++table[other];
+                const CKwLut lut(table);
+                for (LONG i = 0; lut.Ramp() && i < 256; ++i) {
+                    ASSERT_EQ(table[i], (*lut.Ramp())(i)) << distance << ' ' << other;
+                }
+                --table[other];
+            }
+        }
 }
 
 /// What `build` makes of a table for one size of pixels.
