@@ -77,17 +77,36 @@ void LutSpread8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, co
 /// 16 shuffles look up 16 entries each. A shuffle gives 0 where the top bit of an index is set, so of indices that fall
 /// by 16 a step all steps up to the entry's own give something: each table holds its difference to the one before it,
 /// and the sum of differences is the entry. Indices from 128 on go through a second chain.
+class CShuffles {
+  public:
+    KW_V3 explicit CShuffles(const std::uint8_t* table) {
+        for (int k = 0; k < 16; ++k) {
+            const auto* const at = reinterpret_cast<const __m128i*>(table) + k;
+            const __m128i own = _mm_loadu_si128(at);
+            m_parts[k] = _mm256_broadcastsi128_si256(k % 8 ? _mm_xor_si128(own, _mm_loadu_si128(at - 1)) : own);
+        }
+    }
+    KW_V3 __m256i operator()(__m256i levels) const {
+        const __m256i step = _mm256_set1_epi8(16);
+        __m256i low = levels, high = _mm256_xor_si256(levels, _mm256_set1_epi8(-128)), out = _mm256_setzero_si256();
+        for (int k = 0; k < 8; ++k) {
+            out = _mm256_xor_si256(
+                out, _mm256_xor_si256(_mm256_shuffle_epi8(m_parts[k], low), _mm256_shuffle_epi8(m_parts[k + 8], high)));
+            low = _mm256_subs_epi8(low, step);
+            high = _mm256_subs_epi8(high, step);
+        }
+        return out;
+    }
+
+  private:
+    __m256i m_parts[16];
+};
+
 KW_V3 void LutShuffle8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
                        unsigned channels, bool limit) {
-    __m256i parts[16];
-    for (int k = 0; k < 16; ++k) {
-        const auto* const at = reinterpret_cast<const __m128i*>(table) + k;
-        const __m128i own = _mm_loadu_si128(at);
-        parts[k] = _mm256_broadcastsi128_si256(k % 8 ? _mm_xor_si128(own, _mm_loadu_si128(at - 1)) : own);
-    }
+    const CShuffles shuffles(table);
     const __m256i mapped = _mm256_set1_epi32(Mask(channels)), limited = _mm256_set1_epi32(limit ? Mask(kMapColors) : 0);
     const __m256i alphas = _mm256_broadcastsi128_si256(_mm_set_epi32(0x0F0F0F0F, 0x0B0B0B0B, 0x07070707, 0x03030303));
-    const __m256i step = _mm256_set1_epi8(16), half = _mm256_set1_epi8(-128);
     for (std::ptrdiff_t at = 0; at < count * 4; at += 32) {
         const auto bytes = static_cast<std::size_t>(std::min<std::ptrdiff_t>(32, count * 4 - at));
         __m256i in{};
@@ -95,20 +114,38 @@ KW_V3 void LutShuffle8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t co
             in = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + at));
         else
             std::memcpy(&in, s + at, bytes);
-        __m256i low = in, high = _mm256_xor_si256(in, half), out = _mm256_setzero_si256();
-        for (int k = 0; k < 8; ++k) {
-            out = _mm256_xor_si256(
-                out, _mm256_xor_si256(_mm256_shuffle_epi8(parts[k], low), _mm256_shuffle_epi8(parts[k + 8], high)));
-            low = _mm256_subs_epi8(low, step);
-            high = _mm256_subs_epi8(high, step);
-        }
-        out = _mm256_blendv_epi8(in, out, mapped);
+        __m256i out = _mm256_blendv_epi8(in, shuffles(in), mapped);
         out = _mm256_blendv_epi8(out, _mm256_min_epu8(out, _mm256_shuffle_epi8(out, alphas)), limited);
         if (bytes == 32)
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + at), out);
         else
             std::memcpy(d + at, &out, bytes);
     }
+}
+
+/// The levels of 8 pixels whose four bytes are one.
+KW_V3 inline __m256i FirstBytes(const std::uint8_t* pixels) {
+    return _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels)), _mm256_set1_epi32(255));
+}
+
+/// The levels of 32 pixels are looked up at once. Packing mixes the halves of registers, and unpacking undoes that.
+KW_V3 void LutShuffleSpread8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const std::uint8_t* table,
+                             unsigned channels, bool limit) {
+    const CShuffles shuffles(table);
+    std::ptrdiff_t x = 0;
+    for (; x + 32 <= count; x += 32) {
+        const std::uint8_t* const from = s + x * 4;
+        auto* const to = reinterpret_cast<__m256i*>(d + x * 4);
+        const __m256i out =
+            shuffles(_mm256_packus_epi16(_mm256_packus_epi32(FirstBytes(from), FirstBytes(from + 32)),
+                                         _mm256_packus_epi32(FirstBytes(from + 64), FirstBytes(from + 96))));
+        const __m256i low = _mm256_unpacklo_epi8(out, out), high = _mm256_unpackhi_epi8(out, out);
+        _mm256_storeu_si256(to, _mm256_unpacklo_epi16(low, low));
+        _mm256_storeu_si256(to + 1, _mm256_unpackhi_epi16(low, low));
+        _mm256_storeu_si256(to + 2, _mm256_unpacklo_epi16(high, high));
+        _mm256_storeu_si256(to + 3, _mm256_unpackhi_epi16(high, high));
+    }
+    LutSpread8(d + x * 4, s + x * 4, count - x, table, channels, limit);
 }
 
 #define KW_VBMI [[gnu::target("arch=x86-64-v4,avx512vbmi")]]
@@ -142,8 +179,8 @@ KW_VBMI void LutPermute8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t 
 
 constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8}, tKwBody{eKwLevel::V3, &LutShuffle8},
                              tKwBody{eKwLevel::Vbmi, &LutPermute8});
-constexpr CKwBodies kLutSpreadRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutSpread8}, tKwBody{eKwLevel::V3, &LutShuffle8},
-                                   tKwBody{eKwLevel::Vbmi, &LutPermute8});
+constexpr CKwBodies kLutSpreadRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutSpread8},
+                                   tKwBody{eKwLevel::V3, &LutShuffleSpread8}, tKwBody{eKwLevel::Vbmi, &LutPermute8});
 
 #else
 constexpr CKwBodies kLutRow8(LutPlain8, tKwBody{eKwLevel::Base, &LutLoop8});

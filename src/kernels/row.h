@@ -62,7 +62,9 @@ KWINLINE inline bool KwIsAny(const Vector& tested) {
 /// One word in every place.
 template <class Bytes = tBytes>
 KWINLINE inline tWordsOf<Bytes> KwRepeated(std::uint32_t word) {
-    return tWordsOf<Bytes>{} + word;
+    tWordsOf<Bytes> words; // `{} + word` would become one masked broadcast after another with GCC 12
+    for (std::size_t i = 0; i < sizeof words / sizeof word; ++i) words[i] = word;
+    return words;
 }
 /// One pixel in every place.
 template <class Bytes = tBytes>
