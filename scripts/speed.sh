@@ -18,14 +18,6 @@ measure() {
         jq -r '.benchmarks[] | select(.copies) | [(.name | rtrimstr("/manual_time")), .real_time, .copies] | @tsv'
 }
 least=${1:-}
-measure '^(host|OpenCV|FFmpeg|frei0r)/' >"$work/rows"
-levels=(v4 v3 base) # by turns, and the least time counts, as other work may slow down one of them
-for round in 1 2 3; do
-    for level in "${levels[@]}"; do
-        LARKMOOR_LEVEL=$level measure '^host/.*/opaque' | sed "s/^/$level\t/"
-    done
-done >"$work/levels"
-
 # Effect, preset, peers, and what those leave out.
 cat >"$work/peers" <<'ROWS'
 Invert|100% Inversion|OpenCV/Invert FFmpeg/Invert frei0r/Invert|a negative within alpha, amounts
@@ -48,6 +40,22 @@ Mask Generator|Luminance Mask|OpenCV/Mask_Generator|
 Black Restore|Streaming|OpenCV/Black_Restore|
 Chroma Keyer|Green Screen|FFmpeg/Chroma_Keyer|hue and lightness in the distance, spill
 ROWS
+
+# What is compared is measured by turns, and the least time counts, as other work may slow down one of the rows.
+beside=$(awk -F'|' '{
+        print "host/" $1 "/" $2 "/opaque"
+        count = split($3, names, " ")
+        for (i = 1; i <= count; i++) { gsub("_", " ", names[i]); print names[i] }
+    }' "$work/peers" | sort -u | paste -sd'|')
+levels=(v4 v3 base)
+measure '^host/' >"$work/rows"
+for round in 1 2 3; do
+    measure "^($beside)(/manual_time)?\$" >>"$work/turns"
+    for level in "${levels[@]}"; do
+        LARKMOOR_LEVEL=$level measure '^host/.*/opaque' | sed "s/^/$level\t/"
+    done >>"$work/levels"
+done
+copy=$(awk -F'\t' '/^host\// { print $2 / $3 }' "$work/rows" | sort -n | awk '{ v[NR] = $1 } END { printf "%.2f", v[int((NR + 1) / 2)] }')
 
 # The least seconds of the processor that a command takes in five rounds.
 cost() {
@@ -74,8 +82,8 @@ if command -v ffmpeg >/dev/null; then
 fi
 
 # The peers' row: effect, preset, copies, fastest peer, its copies, what it leaves out.
-awk -F'\t' -v peers="$work/peers" '
-    { copies[$1] = $3 }
+awk -F'\t' -v peers="$work/peers" -v copy="$copy" '
+    !($1 in copies) || $2 / copy < copies[$1] { copies[$1] = $2 / copy }
     END {
         while ((getline line < peers) > 0) {
             split(line, part, "|")
@@ -89,10 +97,9 @@ awk -F'\t' -v peers="$work/peers" '
             if (best != "" && own in copies)
                 printf "%s\t%s\t%.1f\t%s\t%.1f\t%s\n", part[1], part[2], copies[own], best, copies[best], part[4]
         }
-    }' "$work/rows" >"$work/beside"
+    }' "$work/turns" >"$work/beside"
 
 {
-    copy=$(awk -F'\t' '/^host\// { print $2 / $3 }' "$work/rows" | sort -n | awk '{ v[NR] = $1 } END { printf "%.2f", v[int((NR + 1) / 2)] }')
     model=$(awk -F': ' '/^model name/ { print $2; exit }' /proc/cpuinfo)
     printf '# What the effects cost\n\n'
     printf 'Made by `scripts/speed.sh`. Every effect as a host runs it: through the contract, on 1920x1080 pixels of\n'
@@ -100,8 +107,9 @@ awk -F'\t' -v peers="$work/peers" '
     printf 'of the processor, in copies: how many plain copies of the picture would have taken as long. Copies are timed\n'
     printf 'between the frames of each row; one took %s ms on this machine (%s).\n\n' "$copy" "${model:-no name}"
     printf '## Beside other libraries\n\n![Effects and peers](speed.png)\n\n'
-    printf 'The fastest of those installed here, at the nearest settings. Most do less or something else: see the last\n'
-    printf 'column. Transitions draw over an output that is cleared first, which is in their figures.\n\n'
+    printf 'The fastest of those installed here, at the nearest settings, the least of three rounds by turns. Most do less or\n'
+    printf 'something else: see the last column. Transitions draw over an output that is cleared first, which is in their\n'
+    printf 'figures.\n\n'
     printf '| effect | copies | peer | copies | peer / Larkmoor | what it leaves out |\n| --- | --: | --- | --: | --: | --- |\n'
     awk -F'\t' '{ printf "| %s, %s | %s | %s | %s | %.1f | %s |\n", $1, $2, $3, $4, $5, $5 / $3, $6 }' "$work/beside"
     if [[ -f $work/command ]]; then
