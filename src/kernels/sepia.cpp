@@ -27,7 +27,8 @@ struct tTone8 {
 
 constexpr std::ptrdiff_t kBlock = 512; // pixels whose weights are looked up together
 
-/// Grey and weight of each pixel of a block, both in all of its bytes. The first stage reads neither.
+/// Grey and weight of each pixel of a block, both in all of its bytes. Nobody reads them in the first stage, nor where
+/// one weight stands for every grey.
 struct tGreys {
     static constexpr std::size_t kWidest = sizeof(tWide);
     alignas(kWidest) std::uint8_t grey[kBlock * 4 + kWidest]{}, weight[kBlock * 4 + kWidest]{};
@@ -49,23 +50,26 @@ void TonePlain8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, co
     }
 }
 
-template <tStage kStage, class Bytes>
+template <tStage kStage, bool kOneWeight, class Bytes>
 KWINLINE inline void ToneWide8(std::uint8_t* d, const std::uint8_t* s, std::ptrdiff_t count, const tTone8& tone,
                                const tGreys& greys, bool limit) {
-    const auto desaturation = KwAmountOfAll<Bytes>(static_cast<std::uint8_t>(tone.desaturation));
+    constexpr std::uint32_t kEachColor = 0x010101; // alpha stays
+    const auto desaturation = KwAmounts<Bytes>(static_cast<std::uint8_t>(tone.desaturation) * kEachColor);
+    const auto weight = KwAmounts<Bytes>(tone.table[0] * kEachColor);
     const Bytes color = KwPixels<Bytes>(tone.color), unlimited = KwPixels<Bytes>(limit ? 0 : 0xFFFFFFFF);
     KwForBlocks<Bytes>(d, count * 4, s, [&](std::ptrdiff_t at, const Bytes& pixels) KWINLINE {
-        Bytes value = kStage == kDesaturates ? KwMeans(pixels) : KwLoad<Bytes>(greys.grey + at);
+        Bytes value = kOneWeight ? KwMeans(pixels) : KwLoad<Bytes>(greys.grey + at);
         if constexpr (kStage != kTonesGrey) value = KwBlended(pixels, value, desaturation);
         if constexpr (kStage != kDesaturates)
-            value = KwBlended(value, color, KwByteAmounts(KwLoad<Bytes>(greys.weight + at)));
-        return KwWithAlpha(KwSmaller(value, KwAlphas(pixels) | unlimited), pixels);
+            value = KwBlended(value, color, kOneWeight ? weight : KwByteAmounts(KwLoad<Bytes>(greys.weight + at)));
+        value = KwSmaller(value, KwAlphas(pixels) | unlimited);
+        return kStage != kTonesGrey && kOneWeight ? value : KwWithAlpha(value, pixels);
     });
 }
-template <tStage kStage>
-constexpr CKwBodies
-    kToneRow8(TonePlain8<kStage>,
-              KwWidths<ToneWide8<kStage, tNarrow>, ToneWide8<kStage, tMiddle>, ToneWide8<kStage, tWide>>);
+template <tStage kStage, bool kOneWeight>
+constexpr CKwBodies kToneRow8(TonePlain8<kStage>,
+                              KwWidths<ToneWide8<kStage, kOneWeight, tNarrow>, ToneWide8<kStage, kOneWeight, tMiddle>,
+                                       ToneWide8<kStage, kOneWeight, tWide>>);
 
 struct tToneF {
     double channel[3]; ///< blue, green, red
@@ -139,10 +143,13 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
     const tTone8 tone = BytesOf(*record, stage);
     // A weight that no page gives takes 32 bits.
     const bool wild = tone.desaturation < 0 || tone.desaturation > 255;
-    const auto row = wild                            ? TonePlain8<kDesaturates>
-                     : stage == kDesaturates         ? kToneRow8<kDesaturates>.Now()
-                     : stage == kDesaturatesAndTones ? kToneRow8<kDesaturatesAndTones>.Now()
-                                                     : kToneRow8<kTonesGrey>.Now();
+    const bool oneWeight = std::ranges::count(tone.table, tone.table[0]) == std::ssize(tone.table);
+    const auto pick = [oneWeight](auto& one, auto& each) { return oneWeight ? one.Now() : each.Now(); };
+    const auto row = wild                    ? TonePlain8<kDesaturates>
+                     : stage == kDesaturates ? kToneRow8<kDesaturates, true>.Now()
+                     : stage == kDesaturatesAndTones
+                         ? pick(kToneRow8<kDesaturatesAndTones, true>, kToneRow8<kDesaturatesAndTones, false>)
+                         : pick(kToneRow8<kTonesGrey, true>, kToneRow8<kTonesGrey, false>);
     const CKwLut weights(tone.table.data());
     tGreys greys;
     for (LONG y = 0; y < d.height; ++y)
@@ -150,7 +157,7 @@ HRESULT KwDibSepia(const tView& destination, const tView& source, LONG bytesPerP
             auto* const to = d.Row<std::uint8_t>(y) + x * 4;
             const auto* const from = s.Row<std::uint8_t>(y) + x * 4;
             const std::ptrdiff_t count = std::min(kBlock, d.width - x);
-            if (stage != kDesaturates) {
+            if (stage != kDesaturates && !oneWeight) {
                 KwMeanRow(greys.grey, from, count);
                 KwLutSpreadRow(greys.weight, greys.grey, count, weights);
             }

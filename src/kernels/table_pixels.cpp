@@ -111,7 +111,7 @@ HRESULT RunSepia(tCall c) {
     record.color.green = c.draw.Real(0, 1, 0.7);
     record.color.blue = c.draw.Real(0, 1, 0.4);
     record.strength = c.draw.Real(0, 1, 0.5);
-    record.falloff = c.draw.Real(0, 2, 0.5);
+    record.falloff = c.draw.Flag(false) ? 0.0 : c.draw.Real(-0.2, 1, 0.5);
     return KwDibSepia(c.out, c.in[0], c.bytesPerPixel, &record, c.draw.Flag(true));
 }
 
